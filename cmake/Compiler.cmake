@@ -1,0 +1,18 @@
+# Warnings, sanitizers and compiler cache shared by every target.
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+  # ccache only accepts precompiled headers when told that their time stamps don't matter.
+  set(ENV{CCACHE_SLOPPINESS} "pch_defines,time_macros,include_file_mtime,include_file_ctime")
+endif()
+
+add_library(orlendo_options INTERFACE)
+target_compile_definitions(orlendo_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH)
+target_compile_options(orlendo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
+if(ORLENDO_WERROR)
+  target_compile_options(orlendo_options INTERFACE -Werror)
+endif()
+if(ORLENDO_SANITIZE)
+  target_compile_options(orlendo_options INTERFACE -fsanitize=${ORLENDO_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(orlendo_options INTERFACE -fsanitize=${ORLENDO_SANITIZE})
+endif()

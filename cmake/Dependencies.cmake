@@ -1,0 +1,8 @@
+find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets Network Svg Test)
+find_package(CapnProto REQUIRED)
+find_package(OpenSSL REQUIRED)
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(AVAHI REQUIRED IMPORTED_TARGET avahi-client avahi-core)
+pkg_check_modules(LIBARCHIVE REQUIRED IMPORTED_TARGET libarchive)

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <memory>
+
+#include "remote/VLProxyObject.h"
+
+/// What the runners need of a client record (VLService). Any thread.
+class RemoteClient {
+public:
+    virtual ~RemoteClient() = default;
+
+    [[nodiscard]] virtual QString name() const = 0;
+    [[nodiscard]] virtual QString hostName() const = 0;
+    [[nodiscard]] virtual bool enabled() const = 0;
+    /// Last connection or configuration error, 0 for none.
+    [[nodiscard]] virtual int errorCode() const = 0;
+    [[nodiscard]] virtual bool isConnected() const = 0;
+    virtual void setIsConnected(bool connected) = 0;
+    /// The agent's root object, or null.
+    [[nodiscard]] virtual VLProxyObjectPtr proxyObject() const = 0;
+    /// Starts connecting on the client's own thread and returns; `errorCallback` is handed to the agent.
+    virtual void connectOnThread(VLCallbackTargetPtr errorCallback) = 0;
+    virtual void setIsProcessing(bool processing) = 0;
+};
+using RemoteClientPtr = std::shared_ptr<RemoteClient>;

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+
+/// The accounting of running work that the runners and tools report to. Any thread; what touches the window
+/// is handed to the main thread as each operation says.
+class TaskProgress {
+public:
+    virtual ~TaskProgress() = default;
+
+    virtual void incrementTaskThreadCount() = 0;
+    virtual void decrementTaskThreadCount() = 0;
+
+    /// Blocks while processing and not cancelled. Returns at once (with a log line) on the main thread.
+    /// The seconds are accepted and not applied.
+    virtual void waitOnProcessingWithTimeout(double seconds) = 0;
+    void waitOnProcessing() { waitOnProcessingWithTimeout(0); }
+
+    [[nodiscard]] virtual bool processingCancelled() const = 0;
+    virtual void setProcessingCancelled(bool cancelled) = 0;
+
+    /// Status bar of the main window. Start and increment wait for the main thread; end does not.
+    virtual void startStatusProgress() = 0;
+    virtual void incrementStatusProgress() = 0;
+    virtual void endStatusProgress() = 0;
+
+    /// Progress sheet over the main window. All wait for the main thread.
+    virtual void startProgress() = 0;
+    virtual void endProgress() = 0;
+    virtual void updateProgressStatus(const QString& text) = 0;
+    virtual void progressBarSetMaxValue(double maximum) = 0;
+    virtual void incrementProgress() = 0;
+};

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+#include <span>
+
+/// The declared protocol between the console and the agents, as one constant table. Runners, the agent's
+/// dispatch, the checks at the boundary and docs/protocol.md all come from it.
+namespace VLCorvalinServerProtocol {
+
+enum class Side { Agent, Console };         ///< who answers: the agent's root object, or an object of the console
+enum class Mode { Sync, Oneway };
+enum class Result { Nothing, Copy, Reference };
+enum class Passing { Copy, Reference, Plain };  ///< Plain: neither bycopy nor in
+/// What the argument or result must be; Any where the console does not read it.
+enum class Type { Any, Boolean, Number, String, Data, Date, Array, Dictionary, Object };
+
+struct Argument {
+    const char* name;
+    Type type = Type::Any;
+    Passing passing = Passing::Copy;
+    bool optional = false;  ///< may be nothing
+};
+
+struct Operation {
+    const char* selector;       ///< as on the wire, for example "addonryEnablePlugin:settings:"
+    Side side;
+    const char* group;          ///< the heading under which the protocol page lists it
+    std::span<const Argument> arguments;
+    Result result;
+    Type resultType;
+    Mode mode;
+    bool executeOnErrorClient;  ///< executeRemoteMethod sends it to a client in error
+    bool readOnErrorClient;     ///< objectFromRemoteMethod sends it to a client in error
+    bool readOnDisabledClient;  ///< objectFromRemoteMethod sends it to a disabled client
+    bool authorized;            ///< changes the system: runs only after the credentials were checked
+    const char* summary;
+};
+
+/// Every operation, agent's first, in the order of the protocol page.
+[[nodiscard]] std::span<const Operation> operations();
+/// By selector, in constant time; null when there is none on that side.
+[[nodiscard]] const Operation* operation(Side side, QStringView selector);
+/// The protocol page as Markdown (docs/protocol.md is this text; a test compares them).
+[[nodiscard]] QString markdown();
+
+}  // namespace VLCorvalinServerProtocol
+
+/// The domain of the suite's errors, and their texts.
+namespace CorvalinError {
+
+inline constexpr char domain[] = "corvalinDomain";
+enum Code {
+    None = 0,
+    ApplicationNotFound = 1000,
+    InfoPlistNotFound = 1001,
+    ApplicationOutdated = 1002,
+    TaskNotFound = 1003,
+    DestinationBusy = 1005,
+    BadCredentials = 1006,
+    NotInstalled = 2001,
+    ClientOutdated = 2006,
+    SuiteOutdated = 2007,
+    ConnectionTimedOut = 2008,
+};
+/// The message of a code; `info` is the application's name where the message has a place for it. Empty for 0.
+[[nodiscard]] QString message(qlonglong code, const QString& info = {});
+/// 1 when the fix is to install or update software on the client, else 0.
+[[nodiscard]] int actionType(qlonglong code);
+
+}  // namespace CorvalinError

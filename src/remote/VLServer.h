@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <functional>
+#include <memory>
+
+#include "remote/RemoteLimits.h"
+#include "remote/TlsIdentity.h"
+#include "remote/VLProxyObject.h"
+
+/// What an agent vends. perform() runs on a worker thread of the console connection it came through, one
+/// operation after the other per connection, several connections at once.
+class VLRootObject {
+public:
+    virtual ~VLRootObject() = default;
+    [[nodiscard]] virtual bool respondsToSelector(const QString& selector) const = 0;
+    /// An argument that the console passed by reference is a VLRemoteCallbackPtr. Throws VLException.
+    /// `peer` names the console's connection; it is the same for every call of one connection.
+    virtual QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) = 0;
+    /// The connection is gone. Called once per peer that made a call, on its worker thread.
+    virtual void peerClosed(quint64 peer) { Q_UNUSED(peer) }
+};
+
+struct VLServerOptions {
+    TlsIdentity identity;
+    /// Certificates (PEM) of the consoles that may connect, read anew for every connection.
+    std::function<QList<QByteArray>()> authorizedCertificates;
+    QString address = QStringLiteral("0.0.0.0");  ///< to listen on; "::" for IPv6 too
+    quint16 port = 0;                             ///< 0: the system chooses
+    int maximumConnections = 64;
+    RemoteLimits limits;
+};
+
+/// Listens, and serves the root object to authorised consoles on a thread of its own.
+class VLServer {
+public:
+    /// Starts listening; throws VLException when that fails.
+    VLServer(std::shared_ptr<VLRootObject> root, VLServerOptions options);
+    /// Stops, drops every connection, and waits for the operations under way.
+    ~VLServer();
+    VLServer(const VLServer&) = delete;
+    VLServer& operator=(const VLServer&) = delete;
+
+    [[nodiscard]] quint16 port() const noexcept;
+    [[nodiscard]] int connectionCount() const noexcept;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
