@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QVariant>
+
 #include <initializer_list>
 
 /// Fills the placeholders of `format` in order: %@ and %s any value's text, %i and %d an integer,

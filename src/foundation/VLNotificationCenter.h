@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariant>
+
 #include <functional>
 #include <memory>
 
@@ -29,7 +30,8 @@ public:
     void postNotification(const QString& name, const QVariant& object = {}, const QVariantMap& userInfo = {});
 
     /// Always returns at once; the handlers run when the main thread comes to it. Any thread.
-    void enqueueNotification(const QString& name, const QVariant& object = {}, const QVariantMap& userInfo = {});
+    void enqueueNotification(const QString& name, const QVariant& object = {},
+                             const QVariantMap& userInfo = {});
 
 private:
     VLNotificationCenter();

@@ -9,7 +9,7 @@ class VLTimer {
 public:
     [[nodiscard]] static std::shared_ptr<VLTimer> scheduledTimer(std::chrono::milliseconds interval,
                                                                  std::function<void()> action);
-    ~VLTimer();
+    ~VLTimer();  ///< invalidates: whoever wants the timer to fire keeps it
 
     /// After this returns on the main thread, the action does not run any more. Any thread.
     void invalidate();

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+
 #include <memory>
 
 /// The user's settings: stored values, and under them values registered at start that count when nothing is

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QString>
-#include <memory>
-
 #include "foundation/VLFormat.h"
+
+#include <QString>
+
+#include <memory>
 
 /// The program's own log: timestamped lines in "<library>/Logs/Velmora/<app>.1.log", older files 2 to 5.
 /// Any thread may append; the writes run one at a time on a serial queue of their own.
@@ -25,6 +26,8 @@ public:
     }
     /// The same line in the application log and in the system log (standard error).
     static void appendLogAndPrint(const QString& text);
+    /// One line in the system log only.
+    static void printToSystemLog(const QString& text);
 
     /// Waits until every queued line has been written.
     static void finishWriting();

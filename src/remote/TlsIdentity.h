@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+
 #include <chrono>
 #include <optional>
 
@@ -26,7 +27,8 @@ inline constexpr char agentTlsHostName[] = "agent.corvalin.invalid";
 [[nodiscard]] QString certificateFingerprint(const QByteArray& pem);
 
 /// The certificate that a server shows, without trusting it. Blocks at most `limit`; throws VLException.
-[[nodiscard]] QByteArray fetchPeerCertificate(const QString& host, quint16 port, std::chrono::milliseconds limit);
+[[nodiscard]] QByteArray fetchPeerCertificate(const QString& host, quint16 port,
+                                              std::chrono::milliseconds limit);
 
 /// The certificates pinned so far, one PEM file per client in a folder. Any thread.
 class PinnedCertificates {

@@ -2,13 +2,15 @@
 
 #include <QString>
 #include <QStringView>
+#include <QVariant>
+
 #include <span>
 
 /// The declared protocol between the console and the agents, as one constant table. Runners, the agent's
 /// dispatch, the checks at the boundary and docs/protocol.md all come from it.
 namespace VLCorvalinServerProtocol {
 
-enum class Side { Agent, Console };         ///< who answers: the agent's root object, or an object of the console
+enum class Side { Agent, Console };  ///< who answers: the agent's root object, or an object of the console
 enum class Mode { Sync, Oneway };
 enum class Result { Nothing, Copy, Reference };
 enum class Passing { Copy, Reference, Plain };  ///< Plain: neither bycopy nor in
@@ -23,9 +25,9 @@ struct Argument {
 };
 
 struct Operation {
-    const char* selector;       ///< as on the wire, for example "addonryEnablePlugin:settings:"
+    const char* selector;  ///< as on the wire, for example "addonryEnablePlugin:settings:"
     Side side;
-    const char* group;          ///< the heading under which the protocol page lists it
+    const char* group;  ///< the heading under which the protocol page lists it
     std::span<const Argument> arguments;
     Result result;
     Type resultType;
@@ -33,7 +35,9 @@ struct Operation {
     bool executeOnErrorClient;  ///< executeRemoteMethod sends it to a client in error
     bool readOnErrorClient;     ///< objectFromRemoteMethod sends it to a client in error
     bool readOnDisabledClient;  ///< objectFromRemoteMethod sends it to a disabled client
-    bool authorized;            ///< changes the system: runs only after the credentials were checked
+    /// May need administrator rights: the first argument (for tasks, user name and password) carries the
+    /// credentials, and what needs the rights runs only after they were checked.
+    bool authorized;
     const char* summary;
 };
 
@@ -41,6 +45,17 @@ struct Operation {
 [[nodiscard]] std::span<const Operation> operations();
 /// By selector, in constant time; null when there is none on that side.
 [[nodiscard]] const Operation* operation(Side side, QStringView selector);
+/// How many arguments the selector takes (its colons); also for selectors that no table has.
+[[nodiscard]] int argumentCount(QStringView selector);
+
+// Checks of what a peer sent. Truth values and numbers pass for each other, as in property lists.
+[[nodiscard]] bool accepts(Type type, const QVariant& value);
+/// Plain words: "dictionary", "number".
+[[nodiscard]] QString typeName(Type type);
+[[nodiscard]] QString typeName(const QVariant& value);
+/// What is wrong with the number or the types of `arguments`; empty when they fit.
+[[nodiscard]] QString argumentError(const Operation& operation, const QVariantList& arguments);
+
 /// The protocol page as Markdown (docs/protocol.md is this text; a test compares them).
 [[nodiscard]] QString markdown();
 

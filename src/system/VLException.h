@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QVariant>
+
 #include <exception>
 #include <string>
 
@@ -24,12 +25,12 @@ public:
     [[nodiscard]] static bool didTimeout(const std::exception& exception) noexcept;
 
     // Names of the exceptions that the console itself raises.
-    static const QString portTimeout;       ///< "NSPortTimeoutException": no reply in time
-    static const QString inaccessible;      ///< "NSObjectInaccessibleException": the peer is gone
-    static const QString invalidArgument;   ///< "NSInvalidArgumentException": wrong type, size or number
-    static const QString changedKey;        ///< "VLChangedKeyException": the peer's pinned key has changed
-    static const QString refused;           ///< "VLRefusedException": the peer refused us
-    static const QString generic;           ///< "NSGenericException"
+    static const QString portTimeout;      ///< "NSPortTimeoutException": no reply in time
+    static const QString inaccessible;     ///< "NSObjectInaccessibleException": the peer is gone
+    static const QString invalidArgument;  ///< "NSInvalidArgumentException": wrong type, size or number
+    static const QString changedKey;       ///< "VLChangedKeyException": the peer's pinned key has changed
+    static const QString refused;          ///< "VLRefusedException": the peer refused us
+    static const QString generic;          ///< "NSGenericException"
 
 private:
     QString m_name;

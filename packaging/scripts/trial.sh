@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# The sample run behind ./run: four agents on sample workstation trees, and the console on them.
+#   trial.sh yes|no [options of orlendo...]      (yes: no window; table and picture instead)
+# Needs ORLENDO_BIN, AGENT_BIN and TRIAL (a folder of its own); ends every agent that it started.
+set -euo pipefail
+headless=$1
+shift
+
+agents=()
+# shellcheck disable=SC2317  # called by the trap
+end_agents() {
+    [ ${#agents[@]} -eq 0 ] || kill "${agents[@]}" 2>/dev/null || true
+    wait 2>/dev/null || true
+}
+trap end_agents EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
+
+"$ORLENDO_BIN" --export-certificate "$TRIAL/console.crt" >/dev/null
+
+names=("Edit Bay 1" "Edit Bay 2" "Grading Suite" "Render Node 1")
+hosts=(edit-bay-1 edit-bay-2 grading-suite render-node-1)
+for i in 0 1 2 3; do
+    tree=$TRIAL/workstation-$((i + 1))
+    [ -d "$tree" ] || "$AGENT_BIN" --make-sample "$tree" --profile $((i + 1)) >/dev/null
+    "$AGENT_BIN" --root "$tree" --state "$TRIAL/agent-$((i + 1))" --listen 127.0.0.1 --name "${names[i]}" \
+        --host-name "${hosts[i]}.local." --authorize "$TRIAL/console.crt" --admin-file "$tree/admin-users" \
+        >"$TRIAL/agent-$((i + 1)).out" 2>"$TRIAL/agent-$((i + 1)).err" &
+    agents+=($!)
+done
+
+# The port stands at the end of the line with which an agent says that it is ready.
+port_of() {
+    for _ in $(seq 100); do
+        local port
+        port=$(sed -nE 's/.* listening on .*:([0-9]+)$/\1/p' "$TRIAL/agent-$1.out" | head -n 1)
+        [ -n "$port" ] && { echo "$port"; return; }
+        kill -0 "${agents[$1 - 1]}" 2>/dev/null || break
+        sleep 0.05
+    done
+    echo "The agent on sample workstation $1 did not start:" >&2
+    cat "$TRIAL/agent-$1.err" >&2
+    return 1
+}
+ports=()
+for i in 1 2 3 4; do ports+=("$(port_of $i)"); done
+
+clients=()
+if [ "${ORLENDO_DISCOVERY:-}" = none ]; then
+    echo "No usable network interface for discovery: the four sample workstations are added by address."
+    for i in 0 1 2 3; do clients+=(--add-client "${names[i]}=127.0.0.1:${ports[i]}"); done
+fi
+
+if [ "$headless" = no ]; then
+    "$ORLENDO_BIN" "${clients[@]}" "$@" &
+    console=$!
+    trap 'kill "$console" 2>/dev/null || true; exit 130' INT
+    wait "$console"
+else
+    picture=$TRIAL/orlendo.png
+    QT_QPA_PLATFORM=offscreen "$ORLENDO_BIN" --report addonry --expect-clients 4 --screenshot "$picture" \
+        "${clients[@]}" "$@" &
+    console=$!
+    trap 'kill "$console" 2>/dev/null || true; exit 130' INT
+    status=0
+    wait "$console" || status=$?
+    [ -f "$picture" ] && echo "Picture of the window: $picture"
+    exit "$status"
+fi

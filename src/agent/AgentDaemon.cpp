@@ -1,0 +1,145 @@
+#include "agent/AgentDaemon.h"
+
+#include "agent/AgentRoot.h"
+#include "agent/AuthorizedConsoles.h"
+#include "agent/advertise/ServicePublisher.h"
+#include "agent/identity/ClientConfiguration.h"
+#include "agent/identity/MaintenanceRequest.h"
+#include "foundation/MainThread.h"
+#include "logs/VLLog.h"
+#include "remote/VLServer.h"
+#include "system/VLException.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileSystemWatcher>
+#include <QPointer>
+#include <QThread>
+
+namespace {
+
+/// How long the last word to the consoles may take before their connections are closed.
+constexpr unsigned long farewellMilliseconds = 200;
+
+bool isLoopback(const QString& address) {
+    return address.startsWith(QLatin1String("127.")) || address == u"::1" || address == u"localhost";
+}
+
+/// The first label of a host name: what a host is published under.
+QString hostLabel(const QString& hostName) {
+    return hostName.section(u'.', 0, 0);
+}
+
+/// What makes a console fetch the configuration again. The time of counting changes at every look.
+QVariantMap lastingPart(QVariantMap configuration) {
+    configuration.remove(QStringLiteral("availableUpdateCountLastUpdate"));
+    configuration.remove(QStringLiteral("maintenanceRequested"));  // has callbacks of its own
+    return configuration;
+}
+
+}  // namespace
+
+AgentDaemon::AgentDaemon(AgentSettings settings)
+    : m_agent(std::make_shared<AgentContext>(std::move(settings))) {
+    // A request may still be on its way when this object is gone.
+    const auto endLater = [daemon = QPointer<AgentDaemon>(this)](bool relaunch) {
+        onMainThread([daemon, relaunch] {
+            if (daemon) daemon->end(relaunch);
+        });
+    };
+    m_agent->quit = [endLater] { endLater(false); };
+    m_agent->relaunch = [endLater] { endLater(true); };
+    m_root = std::make_shared<AgentRoot>(m_agent);
+    startServer();
+    watchState();
+    startAdvertising();
+}
+
+AgentDaemon::~AgentDaemon() {
+    m_publisher.reset();
+    if (m_agent->consoles.count() > 0 && !m_shallRelaunch) {
+        // A console removes a machine that says good-bye; one that starts anew is connected to again.
+        m_agent->consoles.postToAll(QStringLiteral("willDisconnect:"), {m_agent->settings.hostName});
+        QThread::msleep(farewellMilliseconds);
+    }
+    m_server.reset();
+    VLLog::appendLog(QStringLiteral("Agent finished."));
+    VLLog::finishWriting();
+}
+
+quint16 AgentDaemon::port() const {
+    return m_server->port();
+}
+
+void AgentDaemon::startServer() {
+    const AgentSettings& settings = m_agent->settings;
+    VLServerOptions options;
+    options.identity =
+        TlsIdentity::loadOrCreate(settings.stateDirectory, QStringLiteral("agent"), settings.name);
+    QDir().mkpath(settings.stateDirectory + QStringLiteral("/authorized"));
+    options.authorizedCertificates = [paths = settings.authorized] {
+        return readAuthorizedCertificates(paths);
+    };
+    options.address = settings.listenAddress;
+    options.port = settings.port;
+    m_server = std::make_unique<VLServer>(m_root, std::move(options));
+    VLLog::appendLog(QStringLiteral("Serving %@ as \"%@\" on %@:%i"), m_agent->tree.rootPath(), settings.name,
+                     settings.listenAddress, m_server->port());
+    if (readAuthorizedCertificates(settings.authorized).isEmpty())
+        VLLog::appendLogAndPrint(
+            QStringLiteral("No console is authorized yet; certificates are looked for in %1.")
+                .arg(settings.authorized.join(QStringLiteral(", "))));
+}
+
+void AgentDaemon::startAdvertising() {
+    const AgentSettings& settings = m_agent->settings;
+    if (!settings.advertise) return;
+    ServicePublisher::Settings published;
+    published.name = settings.name;
+    published.model = settings.model;
+    published.port = port();
+    published.loopbackOnly = isLoopback(settings.listenAddress);
+    if (published.loopbackOnly) {
+        // Several agents on one machine are told apart by host names of their own.
+        published.hostName = hostLabel(settings.hostName);
+        published.hostAddresses = {settings.listenAddress};
+    }
+    m_publisher = std::make_unique<ServicePublisher>(published, [](const ServicePublisher::State& state) {
+        if (state.isPublished)
+            VLLog::appendLog(QStringLiteral("Advertised as \"%@\" on host %@"), state.name, state.hostName);
+        else if (!state.error.isEmpty())
+            VLLog::appendLog(QStringLiteral("Not advertised: %@"), state.error);
+    });
+    m_publisher->start();
+}
+
+void AgentDaemon::watchState() {
+    const AgentSettings& settings = m_agent->settings;
+    m_maintenanceRequested = MaintenanceRequest::isRequested(settings.stateDirectory);
+    m_configuration = lastingPart(ClientConfiguration::current(*m_agent));
+    m_watcher = new QFileSystemWatcher({settings.stateDirectory}, this);
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] { stateChanged(); });
+}
+
+void AgentDaemon::stateChanged() {
+    const AgentSettings& settings = m_agent->settings;
+    const bool requested = MaintenanceRequest::isRequested(settings.stateDirectory);
+    if (requested != m_maintenanceRequested) {
+        m_maintenanceRequested = requested;
+        VLLog::appendLog(requested ? QStringLiteral("Maintenance is requested.")
+                                   : QStringLiteral("Maintenance is not requested any more."));
+        m_agent->consoles.postToAll(
+            requested ? QStringLiteral("requestMaintenance:") : QStringLiteral("cancelMaintenance:"),
+            {settings.hostName});
+    }
+    QVariantMap configuration = lastingPart(ClientConfiguration::current(*m_agent));
+    if (configuration != m_configuration) {
+        m_configuration = std::move(configuration);
+        m_agent->consoles.postToAll(QStringLiteral("updateConfig:"), {settings.hostName});
+    }
+}
+
+void AgentDaemon::end(bool relaunch) {
+    m_shallRelaunch = relaunch;
+    QCoreApplication::quit();
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "agent/AgentContext.h"
+
+#include <QObject>
+
+#include <memory>
+
+class AgentRoot;
+class QFileSystemWatcher;
+class ServicePublisher;
+class VLServer;
+
+/// The running agent: serves consoles, advertises itself, and tells the consoles when something about this
+/// machine has changed. Main thread.
+class AgentDaemon : public QObject {
+    Q_OBJECT
+
+public:
+    /// Starts serving. Throws VLException when the disk, the key pair or the port is not to be had.
+    explicit AgentDaemon(AgentSettings settings);
+    /// Tells the consoles, withdraws the advertisement and waits for the operations under way.
+    ~AgentDaemon() override;
+
+    [[nodiscard]] quint16 port() const;
+    [[nodiscard]] const AgentSettings& settings() const { return m_agent->settings; }
+    /// True when the program shall start anew after it has ended.
+    [[nodiscard]] bool shallRelaunch() const { return m_shallRelaunch; }
+
+private:
+    void startServer();
+    void startAdvertising();
+    void watchState();
+    void stateChanged();
+    void end(bool relaunch);
+
+    std::shared_ptr<AgentContext> m_agent;
+    std::shared_ptr<AgentRoot> m_root;
+    std::unique_ptr<VLServer> m_server;
+    std::unique_ptr<ServicePublisher> m_publisher;
+    QFileSystemWatcher* m_watcher = nullptr;
+    bool m_maintenanceRequested = false;
+    QVariantMap m_configuration;
+    bool m_shallRelaunch = false;
+};

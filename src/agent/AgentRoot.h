@@ -1,0 +1,26 @@
+#pragma once
+
+#include "agent/AgentContext.h"
+#include "agent/dispatch/OperationTable.h"
+#include "remote/VLServer.h"
+#include "system/VLException.h"
+
+#include <memory>
+
+/// The one object that the agent vends: every operation that this agent really carries out, and no other.
+class AgentRoot : public VLRootObject {
+public:
+    explicit AgentRoot(std::shared_ptr<AgentContext> agent);
+
+    [[nodiscard]] bool respondsToSelector(const QString& selector) const override;
+    QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) override;
+    void peerClosed(quint64 peer) override;
+
+    [[nodiscard]] QStringList selectors() const { return m_operations.selectors(); }
+
+private:
+    void reportFailure(const QString& selector, const VLException& error, quint64 peer);
+
+    std::shared_ptr<AgentContext> m_agent;
+    OperationTable m_operations;
+};

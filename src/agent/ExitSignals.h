@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+
+class QSocketNotifier;
+
+/// Turns SIGINT and SIGTERM into a call on the main thread. One at a time; main thread.
+class ExitSignals : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ExitSignals(std::function<void(int signal)> handler, QObject* parent = nullptr);
+    /// Gives both signals their usual meaning back.
+    ~ExitSignals() override;
+
+private:
+    void readPipe();
+
+    std::function<void(int)> m_handler;
+    QSocketNotifier* m_notifier = nullptr;
+    int m_readEnd = -1;
+};

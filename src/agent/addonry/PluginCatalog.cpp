@@ -1,0 +1,100 @@
+#include "agent/addonry/PluginCatalog.h"
+
+#include "agent/tree/BundleInfo.h"
+#include "logs/VLLog.h"
+
+namespace PluginCatalog {
+
+namespace {
+
+constexpr int deepestGroup = 3;
+
+/// Walks one plug-in folder and adds what it holds to `plugins`.
+class FolderScan {
+public:
+    FolderScan(const WorkstationTree& tree, const Folder& folder, bool disabled, QVariantList& plugins)
+        : m_tree(tree), m_folder(folder), m_disabled(disabled), m_plugins(plugins) {}
+
+    void scan(const QString& path, int depth = 0) {
+        const auto entries = m_tree.entries(path);
+        for (const auto& listed : entries) {
+            if (listed.name.startsWith(u'.') || m_plugins.size() >= maximumPlugins) continue;
+            const QString itemPath = path + u'/' + listed.name;
+            if (isPlugin(listed.name)) {
+                add(itemPath);
+            } else if (listed.kind == WorkstationTree::Kind::Folder && depth < deepestGroup) {
+                scan(itemPath, depth + 1);  // links are not followed here: two of them could make a circle
+            }
+        }
+    }
+
+private:
+    [[nodiscard]] bool isPlugin(const QString& fileName) const {
+        return fileName.size() > m_folder.extension.size() + 1 &&
+               fileName.endsWith(u'.' + m_folder.extension, Qt::CaseInsensitive);
+    }
+
+    void add(const QString& path) {
+        const auto item = m_tree.entry(path);  // follows a link to a plug-in kept elsewhere on the disk
+        if (!item) return;
+        const bool isBundle = item->kind == WorkstationTree::Kind::Folder;
+        const bool mayBeFile = m_folder.type == u"FxScript";
+        if (!isBundle && !(mayBeFile && item->kind == WorkstationTree::Kind::File)) return;
+        const auto info = readBundleInfo(m_tree, path);
+        if (!info) return;
+        m_plugins.append(QVariantMap{
+            {QStringLiteral("name"), info->name},
+            {QStringLiteral("fullPath"), path},
+            {QStringLiteral("version"), info->version},
+            {QStringLiteral("type"), m_folder.type},
+            {QStringLiteral("disabled"), qlonglong(m_disabled ? 1 : 0)},
+            {QStringLiteral("accessType"), qlonglong(m_folder.accessType)},
+            {QStringLiteral("moddate"), info->modified},
+        });
+    }
+
+    const WorkstationTree& m_tree;
+    const Folder& m_folder;
+    bool m_disabled;
+    QVariantList& m_plugins;
+};
+
+void appendFolders(QList<Folder>& result, const QString& library, const QString& scriptFolder,
+                   AccessType access) {
+    result.append({library + QStringLiteral("/Plug-Ins/FxPlug"), QStringLiteral("FxPlug"),
+                   QStringLiteral("fxplug"), access});
+    result.append({library + scriptFolder, QStringLiteral("FxScript"), QStringLiteral("fcfcc"), access});
+    result.append({library + QStringLiteral("/Audio/Plug-Ins/Components"), QStringLiteral("Audio Unit"),
+                   QStringLiteral("component"), access});
+}
+
+}  // namespace
+
+QList<Folder> folders(const QString& user) {
+    QList<Folder> result;
+    if (!user.isEmpty()) {
+        appendFolders(result, WorkstationTree::homePath(user) + QStringLiteral("/Library"),
+                      QStringLiteral("/Preferences/Final Cut Pro User Data/Plugins"), CurrentUser);
+    }
+    appendFolders(result, QStringLiteral("/Library"),
+                  QStringLiteral("/Application Support/Final Cut Pro System Support/Plugins"), AllUsers);
+    return result;
+}
+
+QString disabledPath(const QString& folder) {
+    return folder + QStringLiteral(" (Disabled)");
+}
+
+QVariantList list(const WorkstationTree& tree, const QString& user) {
+    QVariantList plugins;
+    const auto places = folders(user);
+    for (const Folder& folder : places) {
+        FolderScan(tree, folder, false, plugins).scan(folder.path);
+        FolderScan(tree, folder, true, plugins).scan(disabledPath(folder.path));
+    }
+    if (plugins.size() >= maximumPlugins)
+        VLLog::appendLog(QStringLiteral("Only the first %i plug-ins are listed."), maximumPlugins);
+    return plugins;
+}
+
+}  // namespace PluginCatalog

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "agent/tree/WorkstationTree.h"
+
+#include <QString>
+#include <QVariant>
+
+/// The editing suite's plug-ins on one workstation: those of one user and those of the whole machine.
+///
+/// A plug-in is enabled by lying in its folder and disabled by lying in a folder of the same name with
+/// " (Disabled)" behind it, where the suite's applications do not look. FxPlug and Audio Unit plug-ins are
+/// bundles. FxScript plug-ins are bundles or single files with the extension "fcfcc"; a single file has no
+/// version (an empty text). Folders inside a plug-in folder group plug-ins and are searched too.
+namespace PluginCatalog {
+
+/// The numbers that "accessType" holds.
+enum AccessType { AllUsers = 0, CurrentUser = 1 };
+
+struct Folder {
+    QString path;
+    QString type;       ///< "FxPlug", "FxScript" or "Audio Unit"
+    QString extension;  ///< of its plug-ins, without the dot
+    AccessType accessType;
+};
+
+inline constexpr int maximumPlugins = 5'000;
+
+/// The folders of enabled plug-ins. `user` may be empty: then the machine's only.
+[[nodiscard]] QList<Folder> folders(const QString& user);
+[[nodiscard]] QString disabledPath(const QString& folder);
+
+/// One dictionary per plug-in: "name", "fullPath", "version", "type", "disabled", "accessType", "moddate".
+[[nodiscard]] QVariantList list(const WorkstationTree& tree, const QString& user);
+
+}  // namespace PluginCatalog

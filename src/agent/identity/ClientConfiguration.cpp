@@ -1,0 +1,110 @@
+#include "agent/identity/ClientConfiguration.h"
+
+#include "agent/AgentContext.h"
+#include "agent/identity/MaintenanceRequest.h"
+#include "agent/logs/LogFiles.h"
+#include "agent/tree/BundleInfo.h"
+#include "foundation/PropertyList.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QSaveFile>
+#include <QSysInfo>
+#include <QThread>
+
+#include <sys/sysinfo.h>
+
+namespace {
+
+constexpr QLatin1StringView suiteApplication("/Applications/Corvalin.app");
+
+QVariantMap readState(const AgentContext& agent, const char* fileName) {
+    return PropertyList::readFile(agent.settings.stateDirectory + u'/' + QLatin1String(fileName)).toMap();
+}
+
+QString reportedCrashPath(const AgentContext& agent) {
+    return agent.settings.stateDirectory + QStringLiteral("/reported-crash");
+}
+
+/// Name of the newest crash log of the agent itself, unless the user has seen it. The names carry the date,
+/// so the last one in order is the newest.
+QString unreportedCrashLog(const AgentContext& agent) {
+    QString newest;
+    const auto files = LogFiles::list(agent);
+    for (const LogFile& file : files) {
+        if (file.name.startsWith(QLatin1String("corvalin-agent_")) &&
+            file.name.endsWith(QLatin1String(".crash")) && file.name > newest) {
+            newest = file.name;
+        }
+    }
+    QFile reported(reportedCrashPath(agent));
+    if (reported.open(QIODevice::ReadOnly) && QString::fromUtf8(reported.read(1024)) >= newest) return {};
+    return newest;
+}
+
+/// The list is read, and so counted, at every call: the count is always of this moment.
+void addUpdateCount(const AgentContext& agent, QVariantMap& configuration) {
+    const QVariant updates = readState(agent, "updates.plist").value(QStringLiteral("updates"));
+    if (updates.typeId() != QMetaType::QVariantList) return;  // nobody has looked for updates here yet
+    configuration.insert(QStringLiteral("availableUpdateCount"), qlonglong(updates.toList().size()));
+    configuration.insert(QStringLiteral("availableUpdateCountLastUpdate"), QDateTime::currentDateTimeUtc());
+}
+
+/// Of the machine that this program runs on; only meant when the disk is that machine's own.
+void addOwnHardware(QVariantMap& specs) {
+    struct sysinfo memory {};
+    if (sysinfo(&memory) == 0) {
+        specs.insert(QStringLiteral("memoryBytes"),
+                     static_cast<qlonglong>(memory.totalram) * static_cast<qlonglong>(memory.mem_unit));
+    }
+    specs.insert(QStringLiteral("processorCount"), qlonglong(QThread::idealThreadCount()));
+    specs.insert(QStringLiteral("processor"), QSysInfo::currentCpuArchitecture());
+    specs.insert(QStringLiteral("systemName"), QSysInfo::prettyProductName());
+    specs.insert(QStringLiteral("systemVersion"), QSysInfo::kernelVersion());
+}
+
+}  // namespace
+
+QVariantMap ClientConfiguration::current(const AgentContext& agent) {
+    QVariantMap configuration{
+        {QStringLiteral("maintenanceRequested"),
+         MaintenanceRequest::isRequested(agent.settings.stateDirectory)},
+        {QStringLiteral("version"), agentVersion},
+        {QStringLiteral("preferredHostName"), agent.settings.hostName},
+    };
+    if (const auto suite = readBundleInfo(agent.tree, suiteApplication)) {
+        if (const qlonglong build = suite->buildVersion.toLongLong(); build > 0)
+            configuration.insert(QStringLiteral("corvalinVersion"), build);
+    }
+    addUpdateCount(agent, configuration);
+    if (agent.settings.minAdminVersion > 0)
+        configuration.insert(QStringLiteral("minAdminVersion"), agent.settings.minAdminVersion);
+    if (const QString crash = unreportedCrashLog(agent); !crash.isEmpty())
+        configuration.insert(QStringLiteral("selfCrashLog"), crash);
+    return configuration;
+}
+
+QVariantMap ClientConfiguration::systemSpecs(const AgentContext& agent) {
+    QVariantMap specs = readState(agent, "machine.plist");
+    if (specs.isEmpty() && agent.tree.rootPath() == u"/") addOwnHardware(specs);
+    const QVariantMap system =
+        agent.tree.readPropertyList(QStringLiteral("/System/Library/CoreServices/SystemVersion.plist"));
+    for (const auto& [key, source] :
+         {std::pair{"systemName", "ProductName"}, std::pair{"systemVersion", "ProductVersion"},
+          std::pair{"systemBuild", "ProductBuildVersion"}}) {
+        const QVariant value = system.value(QLatin1String(source));
+        if (value.typeId() == QMetaType::QString) specs.insert(QLatin1String(key), value);
+    }
+    specs.insert(QStringLiteral("name"), agent.settings.name);
+    specs.insert(QStringLiteral("hostName"), agent.settings.hostName);
+    specs.insert(QStringLiteral("model"), agent.settings.model);
+    specs.insert(QStringLiteral("consoleUser"), agent.consoleUser());
+    return specs;
+}
+
+void ClientConfiguration::markCrashReported(const AgentContext& agent, const QString& logName) {
+    QSaveFile file(reportedCrashPath(agent));
+    if (!file.open(QIODevice::WriteOnly)) return;
+    file.write(logName.toUtf8());
+    file.commit();
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// Ready-made pictures (PNG) of machine models, built into the program from resources/icons/models.
+namespace MachinePicture {
+
+/// "com.apple.macpro" for "MacPro4,1" and so on: the name of the picture. Empty for an unknown model.
+[[nodiscard]] QString nameForModel(const QString& model);
+/// Empty when there is no picture for that model.
+[[nodiscard]] QByteArray forModel(const QString& model);
+
+}  // namespace MachinePicture

@@ -1,0 +1,171 @@
+#pragma once
+
+#include <QDateTime>
+#include <QHash>
+#include <QObject>
+#include <memory>
+#include <set>
+
+#include "app/AppServices.h"
+#include "app/AutoRefresh.h"
+#include "app/RefreshRequest.h"
+#include "app/TaskThreads.h"
+#include "clients/Discovery.h"
+#include "clients/ServiceList.h"
+#include "remote/RemoteRunner.h"
+#include "remote/VLErrorCallback.h"
+#include "tools/Tool.h"
+
+struct VLNotification;
+
+/// The console's centre: makes the parts, starts and ends them in order, and answers the notifications.
+/// Has no widgets; the main window watches it. Main thread unless said otherwise.
+class AppController : public QObject, public VLServiceDelegate {
+    Q_OBJECT
+public:
+    /// With every tool of the registry.
+    explicit AppController(QObject* parent = nullptr)
+        : AppController(toolRegistry(), AppServices::standard(), parent) {}
+    AppController(QList<Tool> tools, AppServices appServices, QObject* parent = nullptr);
+    ~AppController() override;
+
+    /// Log, defaults, callback object, identity, discovery and manual clients, in that order. False (and a
+    /// log line) when the console cannot run at all. The objects below exist once this has returned true.
+    bool init();
+    /// The steps that need the window to exist: notifications, tools, first run. Counts its calls; only the
+    /// first does anything.
+    void awakeFromNib();
+    /// Ends discovery, connections, workers and timers; no thread is left behind. Called once, at quitting.
+    /// False when a worker did not end in time: the caller must then leave the process without destroying
+    /// what that worker may still use.
+    bool shutDown();
+
+    /// A run that nobody sits at (a report, a picture): no first-run sheet, no look for newer versions.
+    void setUnattended(bool unattended) { m_isUnattended = unattended; }
+    /// Looks for advertised clients as well as those entered by hand. On unless turned off before init().
+    void setBrowses(bool browses) { m_browses = browses; }
+    /// True once a local administrator was asked for and not given: the program ends without a window.
+    [[nodiscard]] bool isTerminating() const noexcept { return m_isTerminating; }
+    /// State of the preference of that name, as read at start.
+    [[nodiscard]] bool requireAdminPassword() const noexcept { return m_requireAdminPassword; }
+    [[nodiscard]] int awakeCount() const noexcept { return static_cast<int>(m_awakeCount); }
+
+    [[nodiscard]] TaskThreads& taskThreads() { return *m_taskThreads; }
+    [[nodiscard]] ServiceList& services() { return *m_services; }
+    [[nodiscard]] Discovery& discovery() { return *m_discovery; }
+    [[nodiscard]] AutoRefresh& autoRefresh() { return *m_autoRefresh; }
+    [[nodiscard]] RemoteRunner& runner() { return *m_runner; }
+    [[nodiscard]] const std::shared_ptr<VLErrorCallback>& errorCallback() const { return m_errorCallback; }
+    [[nodiscard]] QDateTime launchDate() const { return m_launchDate; }
+    /// The clients in the order in which the service menu lists them.
+    [[nodiscard]] const QList<VLServicePtr>& serviceMenu() const { return m_serviceMenu; }
+
+    [[nodiscard]] const QList<Tool>& tools() const { return m_tools; }
+    /// The controller of a tool, made on first use; null for a tool that is not built.
+    [[nodiscard]] ToolController* toolController(const QString& identifier);
+    /// The tool whose pane is visible: its refresh operation becomes the automatic one and runs once.
+    void setVisibleTool(const QString& identifier);
+    [[nodiscard]] const QString& visibleTool() const { return m_visibleTool; }
+
+    /// The user's cache folder of this program; made when missing.
+    [[nodiscard]] static QString cacheDirectory();
+    /// Forgets the results of every tool.
+    void clearData();
+    /// True when at least one client is connected and enabled.
+    [[nodiscard]] bool servicesAvailable() const noexcept { return m_servicesAvailable; }
+
+    void refresh() { m_autoRefresh->autoRefreshData(false); }
+    void clearErrorLog();
+    /// "1 error", "2 errors"; empty without errors (the button is hidden then).
+    [[nodiscard]] QString errorLabel() const;
+
+    /// Updates that wait, by host name; "###self###" is the console.
+    [[nodiscard]] qlonglong softwareUpdateCount() const;
+    [[nodiscard]] qlonglong softwareUpdateCount(const QString& hostName) const {
+        return m_updateCounts.value(hostName);
+    }
+
+    // Client actions (see VLService for what they do).
+    void restartClient(const VLServicePtr& service);
+    void stopClient(const VLServicePtr& service);
+    void disconnectClient(const VLServicePtr& service);
+    void reconnectClient(const VLServicePtr& service);
+    void refreshClientInfo(const VLServicePtr& service);
+    void cancelMaintenance(const VLServicePtr& service);
+
+    void serviceConnected(const VLServicePtr& service) override;
+    void setSoftwareUpdateCount(qlonglong count, const QString& hostName) override;
+    void updateSoftwareUpdateCountForItem(const VLServicePtr& service) override;
+    void displayCrashDialogForClient(const VLServicePtr& service, const QString& log) override;
+
+Q_SIGNALS:
+    void errorQueueChanged();
+    void servicesAvailableChanged(bool available);
+    void serviceConnectionFailed(const VLServicePtr& service);  ///< service may be null
+    void adminIsOutdated(const VLServicePtr& service);          ///< at most once per run
+    void firstRun();
+    void visibleToolChanged(const QString& identifier);
+    void serviceMenuChanged();
+    void softwareUpdateCountChanged(qlonglong total);
+    void serviceOutlineBadgeClicked(const VLServicePtr& service);
+    /// Everything is set up: bring the main window to the front.
+    void mainWindowReady();
+    /// A client has left: close the windows about it (their titles end with a space and this name).
+    void clientWindowsObsolete(const QString& clientName);
+
+private:
+    void registerDefaults();
+    void populateServiceGroups();
+    bool startDiscovery();
+    void createErrorCallback();
+    void createRunner();
+    [[nodiscard]] VLErrorCallback::Parent errorCallbackParent();
+
+    void setUpInterface();
+    bool authenticateAtStart();
+    void populateTasks();
+    void observeProcessing();
+    void subscribeToNotifications();
+    void showFirstRun();
+    void checkForUpdatesToSelf();
+
+    void reloadServiceOutlineView();
+    void updateAvailableServices();
+    void serviceInvalidated(const VLServicePtr& service);
+    void connectionFailed(const VLServicePtr& service);
+    void adminOutdated(const VLServicePtr& service);
+    void postError(const QVariantMap& userInfo);
+    void serviceAdded(const VLServicePtr& service);
+    void serviceRemoved(const VLServicePtr& service);
+    void endTasksOf(const VLServicePtr& service);
+    void selectionChanged();
+    void refreshVisibleTool();
+    [[nodiscard]] const Tool* tool(const QString& identifier) const;
+    [[nodiscard]] ToolContext toolContext();
+
+    const QList<Tool> m_tools;
+    const AppServices m_appServices;
+    QDateTime m_launchDate;
+    quint32 m_awakeCount = 0;
+    bool m_servicesAvailable = false;
+    bool m_adminUpdateMessageDisplayed = false;
+    bool m_isUnattended = false;
+    bool m_browses = true;
+    bool m_isTerminating = false;
+    bool m_requireAdminPassword = false;
+    bool m_reloadPending = false;
+    bool m_isShutDown = false;
+    bool m_endedCleanly = true;
+    QString m_visibleTool;
+    std::unique_ptr<ServiceList> m_services;
+    std::unique_ptr<TaskThreads> m_taskThreads;
+    std::shared_ptr<VLErrorCallback> m_errorCallback;
+    std::unique_ptr<RemoteRunner> m_runner;
+    std::unique_ptr<AutoRefresh> m_autoRefresh;
+    std::unique_ptr<RefreshRequest> m_refreshRequest;
+    std::unique_ptr<Discovery> m_discovery;
+    QList<VLServicePtr> m_serviceMenu;
+    std::set<VLServicePtr> m_refreshedFor;  ///< the selection that the visible pane was last refreshed for
+    QHash<QString, qlonglong> m_updateCounts;
+    QHash<QString, std::shared_ptr<ToolController>> m_toolControllers;
+};

@@ -1,0 +1,239 @@
+// The controller's answers to notifications, to the agents' callbacks and to the client menu.
+#include <QTimer>
+#include <algorithm>
+#include <numeric>
+
+#include "app/AppController.h"
+#include "foundation/MainThread.h"
+#include "foundation/VLNotificationCenter.h"
+#include "foundation/VLThread.h"
+#include "logs/VLLog.h"
+#include "remote/VLCorvalinServerProtocol.h"
+
+namespace {
+
+VLServicePtr serviceOf(const VLNotification& notification) {
+    return notification.userInfo.value(QStringLiteral("service")).value<VLServicePtr>();
+}
+
+}  // namespace
+
+void AppController::subscribeToNotifications() {
+    auto& center = VLNotificationCenter::defaultCenter();
+    const auto observe = [&](const char* name, VLNotificationCenter::Handler handler) {
+        center.addObserver(this, QLatin1String(name), std::move(handler));
+    };
+    observe("vlCorvalinServiceRefresh", [this](const VLNotification&) { reloadServiceOutlineView(); });
+    observe("vlCorvalinErrorLabelRefresh", [this](const VLNotification&) { Q_EMIT errorQueueChanged(); });
+    observe("vlCorvalinPostLocalError", [this](const VLNotification& n) { postError(n.userInfo); });
+    observe("vlCorvalinProgressIncrement", [this](const VLNotification&) { m_taskThreads->incrementProgress(); });
+    observe("vlCorvalinTaskFinished",
+            [this](const VLNotification&) { m_taskThreads->decrementTaskThreadCount(); });
+    observe("VLTableBadgeClicked",
+            [this](const VLNotification& n) { Q_EMIT serviceOutlineBadgeClicked(serviceOf(n)); });
+    observe("VLCorvalinServiceInvalidated", [this](const VLNotification& n) { serviceInvalidated(serviceOf(n)); });
+    observe("vlCorvalinServiceConnectFailed", [this](const VLNotification& n) { connectionFailed(serviceOf(n)); });
+    observe("vlCorvalinAdminOutdated", [this](const VLNotification& n) { adminOutdated(serviceOf(n)); });
+}
+
+// ---- Notifications
+
+/// Hundreds of clients may report a change in one turn of the event loop; the list is renewed once for all.
+void AppController::reloadServiceOutlineView() {
+    if (m_reloadPending) return;
+    m_reloadPending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_reloadPending = false;
+        m_services->serviceChanged(nullptr);
+        updateAvailableServices();
+    });
+}
+
+void AppController::updateAvailableServices() {
+    const QList<VLServicePtr> services = m_services->serviceArray();
+    const bool available = std::any_of(services.begin(), services.end(), [](const VLServicePtr& service) {
+        return service->isConnected() && service->enabled();
+    });
+    if (available == m_servicesAvailable) return;
+    m_servicesAvailable = available;
+    Q_EMIT servicesAvailableChanged(available);
+}
+
+void AppController::serviceInvalidated(const VLServicePtr& service) {
+    VLLog::appendLog(QStringLiteral("Invalidating service..."));
+    if (!service) {
+        VLLog::appendLog(QStringLiteral("Unable to invalidate service - service not found."));
+        return;
+    }
+    // A client entered by hand has no discovery record by which it could be removed: it stays in the list.
+    if (const auto netService = service->netService()) m_discovery->removeNetService(*netService);
+    reloadServiceOutlineView();
+}
+
+void AppController::connectionFailed(const VLServicePtr& service) {
+    VLLog::appendLog(QStringLiteral("Service connection failed."));
+    Q_EMIT serviceConnectionFailed(service);
+    updateAvailableServices();
+}
+
+void AppController::adminOutdated(const VLServicePtr& service) {
+    VLLog::appendLog(QStringLiteral("Admin is outdated."));
+    if (m_adminUpdateMessageDisplayed) return;
+    m_adminUpdateMessageDisplayed = true;
+    Q_EMIT adminIsOutdated(service);
+}
+
+void AppController::postError(const QVariantMap& userInfo) {
+    const qlonglong code = userInfo.value(QStringLiteral("errorcode")).toLongLong();
+    const QString hostName = userInfo.value(QStringLiteral("hostname")).toString();
+    if (code < 1 || hostName.isEmpty()) return;
+    m_errorCallback->addErrorToQueue(
+        QVariantMap{{QStringLiteral("domain"), QLatin1String(CorvalinError::domain)}, {QStringLiteral("code"), code}},
+        hostName);
+}
+
+void AppController::clearErrorLog() {
+    m_errorCallback->clearErrorQueue();
+    Q_EMIT errorQueueChanged();
+}
+
+QString AppController::errorLabel() const {
+    const int count = static_cast<int>(m_errorCallback->errorQueue().size());
+    if (count == 0) return {};
+    return vlFormat(QStringLiteral("%i error%@"), count, count == 1 ? QString() : QStringLiteral("s"));
+}
+
+// ---- Callbacks of the agents
+
+VLErrorCallback::Parent AppController::errorCallbackParent() {
+    VLErrorCallback::Parent parent;
+    parent.setNeedsMaintenance = [this](const QString& hostName, bool needed) {
+        const VLServicePtr service = m_services->serviceWithHostName(hostName);
+        if (!service) return;
+        service->setNeedsMaintenance(needed);
+        m_services->serviceChanged(service);
+    };
+    parent.fetchConfiguration = [this](const QString& hostName) {
+        if (const VLServicePtr service = m_services->serviceWithHostName(hostName))
+            service->fetchInitialConfiguration(false);
+    };
+    parent.invalidate = [this](const QString& hostName) {
+        if (const VLServicePtr service = m_services->serviceWithHostName(hostName)) service->invalidate();
+    };
+    parent.knowsHost = [this](const QString& hostName) {
+        return m_services->serviceWithHostName(hostName) != nullptr;
+    };
+    parent.faultscopeAddLogs = [](const QVariantList& logs, const QString& hostName) {
+        VLLog::appendLog(QStringLiteral("%i crash logs of %@ are not shown: this version has no place for them."),
+                         static_cast<int>(logs.size()), hostName);
+    };
+    parent.setSoftwareUpdateCount = [this](qlonglong count, const QString& hostName) {
+        setSoftwareUpdateCount(count, hostName);
+    };
+    parent.removeStoredPasswordForHost = m_appServices.removeStoredPasswordForHost;
+    return parent;
+}
+
+void AppController::setSoftwareUpdateCount(qlonglong count, const QString& hostName) {
+    // An agent may send any number; the total of all must stay one.
+    constexpr qlonglong highest = 1'000'000;
+    if (count > 0)
+        m_updateCounts.insert(hostName, std::min(count, highest));
+    else
+        m_updateCounts.remove(hostName);
+    Q_EMIT softwareUpdateCountChanged(softwareUpdateCount());
+}
+
+qlonglong AppController::softwareUpdateCount() const {
+    return std::accumulate(m_updateCounts.begin(), m_updateCounts.end(), qlonglong{0});
+}
+
+/// The answer comes back through the callback object.
+void AppController::updateSoftwareUpdateCountForItem(const VLServicePtr& service) {
+    VLThread::detach(QStringLiteral("updateSoftwareUpdateCount"), [runner = m_runner.get(), service] {
+        [[maybe_unused]] const QVariant answer =
+            runner->objectFromRemoteMethod(QStringLiteral("fetchSoftwareUpdateAvailableUpdateCount"), {}, {}, service);
+    });
+}
+
+void AppController::displayCrashDialogForClient(const VLServicePtr& service, const QString& log) {
+    VLLog::appendLog(QStringLiteral("The agent of %@ reports a crash of its own (%i characters of log)."),
+                     service->name(), static_cast<int>(log.size()));
+}
+
+// ---- Clients that come and go
+
+void AppController::serviceConnected(const VLServicePtr& service) {
+    onMainThreadAndWait([this, service] {
+        updateAvailableServices();
+        if (m_services->selectedServices().contains(service)) m_refreshRequest->request();
+    });
+}
+
+void AppController::serviceAdded(const VLServicePtr& service) {
+    if (m_serviceMenu.contains(service)) return;
+    m_serviceMenu.append(service);
+    Q_EMIT serviceMenuChanged();
+    reloadServiceOutlineView();
+}
+
+void AppController::serviceRemoved(const VLServicePtr& service) {
+    setSoftwareUpdateCount(0, service->hostName());
+    m_errorCallback->removeErrorsForService(service->hostName());
+    m_serviceMenu.removeAll(service);
+    Q_EMIT serviceMenuChanged();
+    updateAvailableServices();
+}
+
+void AppController::endTasksOf(const VLServicePtr& service) {
+    if (m_taskThreads->sheet().visible) {
+        m_taskThreads->decrementTaskThreadCount();
+        m_taskThreads->cancelTaskThreads();
+    }
+    Q_EMIT clientWindowsObsolete(service->name());
+}
+
+/// A client that joins the selection by itself is left until it is connected; every other change is shown.
+void AppController::selectionChanged() {
+    m_taskThreads->updateSelectedComputerStatus();
+    const QList<VLServicePtr> list = m_services->selectedServices();
+    const std::set<VLServicePtr> selected(list.begin(), list.end());
+    const bool hasLost = std::any_of(m_refreshedFor.begin(), m_refreshedFor.end(),
+                                     [&](const VLServicePtr& service) { return !selected.contains(service); });
+    const bool hasGained = std::any_of(selected.begin(), selected.end(), [this](const VLServicePtr& service) {
+        return !m_refreshedFor.contains(service) && service->isConnected();
+    });
+    if (hasLost || hasGained || !m_services->allSelected()) m_refreshRequest->request();
+}
+
+// ---- Client menu
+
+void AppController::restartClient(const VLServicePtr& service) {
+    VLThread::detach(QStringLiteral("menuRestartClient"), [runner = m_runner.get(), service] {
+        runner->executeRemoteMethod(QStringLiteral("relaunch"), {}, {}, service);
+    });
+}
+
+void AppController::stopClient(const VLServicePtr& service) {
+    VLThread::detach(QStringLiteral("menuStopClient"), [runner = m_runner.get(), service] {
+        runner->executeRemoteMethod(QStringLiteral("disconnect"), {}, {}, service);
+    });
+}
+
+void AppController::disconnectClient(const VLServicePtr& service) { m_discovery->removeService(service); }
+
+void AppController::reconnectClient(const VLServicePtr& service) {
+    VLThread::detach(QStringLiteral("menuReconnect"),
+                     [callback = m_errorCallback, service] { service->connectOnThread(callback); });
+}
+
+void AppController::refreshClientInfo(const VLServicePtr& service) {
+    VLThread::detach(QStringLiteral("menuRefreshClientInfo"),
+                     [service] { service->fetchInitialConfiguration(true); });
+}
+
+void AppController::cancelMaintenance(const VLServicePtr& service) {
+    VLThread::detach(QStringLiteral("menuCancelMaintenance"), [runner = m_runner.get(), service] {
+        runner->executeRemoteMethod(QStringLiteral("cancelMaintenanceRequest"), {}, {}, service);
+    });
+}

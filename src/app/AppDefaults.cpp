@@ -1,0 +1,39 @@
+#include "app/AppDefaults.h"
+
+namespace {
+
+bool isNumber(const QVariant& value) {
+    switch (value.typeId()) {
+        case QMetaType::Bool:
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+        case QMetaType::Double:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+QVariantMap registeredDefaults() {
+    return {
+        {QStringLiteral("SUCheckAtStartup"), true},
+        {QStringLiteral("faultscopeLogTableSortedColumn"), QStringLiteral("date")},
+        {QStringLiteral("faultscopeLogTableSortedDescending"), true},
+        {QStringLiteral("settlekeepBackupTableSortedColumn"), QStringLiteral("name")},
+        {QStringLiteral("settlekeepBackupTableSortedDescending"), false},
+        {QStringLiteral("addonryOutlineSortedColumn"), QStringLiteral("name")},
+        {QStringLiteral("addonryOutlineSortedDescending"), false},
+        {QStringLiteral("cronwellOutlineSortedColumn"), QStringLiteral("taskDescription")},
+        {QStringLiteral("cronwellOutlineSortedDescending"), false},
+        {QStringLiteral("errorLogTableSortedColumn"), QStringLiteral("date")},
+        {QStringLiteral("errorLogTableSortedDescending"), true},
+        {QStringLiteral("authAddKeychain"), qlonglong{1}},
+        {QStringLiteral("autoRefresh"), qlonglong{1}},
+    };
+}
+
+bool isBooleanNo(const QVariant& value) { return isNumber(value) && value.toDouble() == 0; }

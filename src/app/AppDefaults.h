@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QVariant>
+
+/// The settings that the console registers at start; what the user stored wins over them.
+/// `authAddKeychain` and `autoRefresh` are integers and compared as integers, the other switches booleans.
+[[nodiscard]] QVariantMap registeredDefaults();
+
+/// Whether a stored value is boolean NO (a zero of another number type counts; nothing stored does not).
+[[nodiscard]] bool isBooleanNo(const QVariant& value);

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+#include <functional>
+
+/// What the controller asks of parts of the console that are made elsewhere. Each stands here under the name
+/// of what it does; one that is not built yet says so in the log where it would have acted.
+struct AppServices {
+    /// The console's crash reporter, around the whole run. Called before the log is open; true when it runs.
+    std::function<bool()> startFaultpost;
+    std::function<void()> stopFaultpost;
+    /// Asks for a local administrator. Blocks; false when that was refused or cannot be asked.
+    std::function<bool()> authStart;
+    /// Looks for a newer version of the console. Blocks; runs on a worker.
+    std::function<void()> checkForUpdatesToSelf;
+    /// Forgets the stored credentials of a client. Any thread.
+    std::function<void(const QString& hostName)> removeStoredPasswordForHost;
+
+    /// The parts that this version has.
+    [[nodiscard]] static AppServices standard();
+};

@@ -1,0 +1,21 @@
+#include "app/MakerSite.h"
+
+#include "foundation/VLBundle.h"
+
+QUrl MakerSite::url(const QString& path) {
+    QUrl url(VLBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("VLSiteURL")).toString());
+    url.setPath(path);
+    return url;
+}
+
+QUrl MakerSite::page(Page page) {
+    switch (page) {
+        case Page::Suggestion: return url(QStringLiteral("/corvalin/orlendo/suggestion"));
+        case Page::BugReport: return url(QStringLiteral("/corvalin/orlendo/bugreport"));
+        case Page::Suite: return url(QStringLiteral("/corvalin"));
+        case Page::Console: return url(QStringLiteral("/corvalin/orlendo"));
+        case Page::Manual: return url(QStringLiteral("/corvalin/orlendo/manual"));
+        case Page::Home: break;
+    }
+    return url(QStringLiteral("/"));
+}

@@ -1,0 +1,200 @@
+#include <QApplication>
+#include <QPixmap>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "app/AppController.h"
+#include "app/BatchRun.h"
+#include "app/CommandLine.h"
+#include "app/ConsoleIdentity.h"
+#include "app/SignalWatcher.h"
+#include "app/window/MainWindow.h"
+#include "foundation/MainThread.h"
+#include "foundation/VLBundle.h"
+#include "logs/VLLog.h"
+#include "widgets/Theme.h"
+
+namespace {
+
+constexpr int failed = 1;
+constexpr int wrongCommandLine = 2;
+
+void print(std::FILE* stream, const QString& text) {
+    const QByteArray bytes = text.toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
+    std::fflush(stream);
+}
+
+void printLine(std::FILE* stream, const QString& text) { print(stream, text + QLatin1Char('\n')); }
+
+QString versionText() {
+    const VLBundle& bundle = VLBundle::mainBundle();
+    return QStringLiteral("orlendo %1 (%2)")
+        .arg(bundle.objectForInfoDictionaryKey(QStringLiteral("CFBundleShortVersionString")).toString(),
+             bundle.objectForInfoDictionaryKey(QStringLiteral("CFBundleVersion")).toString());
+}
+
+bool hasDisplay() {
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+
+CommandLine commandLineFrom(const QStringList& arguments) {
+    QStringList tools;
+    QStringList reportingTools;
+    for (const Tool& tool : toolRegistry()) {
+        tools.append(tool.identifier);
+        if (tool.makeController) reportingTools.append(tool.identifier);
+    }
+    return CommandLine::parse(arguments, tools, reportingTools);
+}
+
+/// What needs neither a display nor an agent. The exit code.
+int runSimpleAction(const CommandLine& commandLine) {
+    try {
+        switch (commandLine.action) {
+            case CommandLine::Action::ShowHelp: print(stdout, commandLine.text); break;
+            case CommandLine::Action::ShowVersion: printLine(stdout, versionText()); break;
+            case CommandLine::Action::PrintCertificate:
+                print(stdout, QString::fromLatin1(ConsoleIdentity::load().certificate));
+                break;
+            case CommandLine::Action::ExportCertificate:
+                ConsoleIdentity::exportCertificate(commandLine.certificateFile);
+                break;
+            case CommandLine::Action::Fail:
+                printLine(stderr, QStringLiteral("orlendo: ") + commandLine.text);
+                return wrongCommandLine;
+            case CommandLine::Action::Run: break;
+        }
+    } catch (const std::exception& exception) {
+        printLine(stderr, QStringLiteral("orlendo: ") + QString::fromUtf8(exception.what()));
+        return failed;
+    }
+    return 0;
+}
+
+void showWindow(QWidget& window) {
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+bool savePicture(QWidget& window, const QString& file) {
+    const bool hasFormat = file.contains(QLatin1Char('.'));
+    return window.grab().save(file, hasFormat ? nullptr : "PNG");
+}
+
+BatchRun::Output batchOutput(QWidget* window) {
+    BatchRun::Output output;
+    output.report = [](const QString& table) { print(stdout, table); };
+    output.message = [](const QString& text) {
+        VLLog::appendLog(QStringLiteral("%@"), text);
+        printLine(stderr, text);
+    };
+    output.takePicture = [window](const QString& file) { return window && savePicture(*window, file); };
+    return output;
+}
+
+/// The window, or the unattended run, until it ends. The exit code.
+int runConsole(QApplication& application, AppController& controller, const CommandLine& commandLine) {
+    controller.setUnattended(commandLine.isUnattended());
+    controller.setBrowses(commandLine.browses);
+    if (!controller.init()) {
+        printLine(stderr, QStringLiteral("orlendo: cannot start; see %1").arg(VLLog::currentLogPath()));
+        return failed;
+    }
+    if (commandLine.isUnattended()) controller.services().selectAll();
+    for (const ManualConnections::Entry& client : commandLine.addedClients)
+        controller.discovery().addManualConnection(client.name, client.ip, client.port);
+
+    std::unique_ptr<MainWindow> window;
+    if (commandLine.needsWindow()) {
+        window = std::make_unique<MainWindow>(controller);
+        QObject::connect(&controller, &AppController::mainWindowReady, window.get(),
+                         [&window] { showWindow(*window); });
+    }
+    controller.awakeFromNib();
+    if (controller.isTerminating()) return failed;
+    if (window && !commandLine.visibleTool.isEmpty()) window->showTool(commandLine.visibleTool);
+
+    std::unique_ptr<BatchRun> batch;
+    if (commandLine.isUnattended()) {
+        batch = std::make_unique<BatchRun>(controller, commandLine, batchOutput(window.get()));
+        QObject::connect(batch.get(), &BatchRun::finished, &application, &QApplication::exit);
+        batch->start();
+    }
+    return QApplication::exec();
+}
+
+Theme themeFor(CommandLine::Palette palette) {
+    switch (palette) {
+        case CommandLine::Palette::Light: return Theme::Light;
+        case CommandLine::Palette::Dark: return Theme::Dark;
+        case CommandLine::Palette::Desktop: break;
+    }
+    return storedTheme();
+}
+
+/// The first look at the arguments, before there is an application object to take its own ones out.
+bool mentions(const QStringList& arguments, std::initializer_list<const char*> options) {
+    return std::any_of(options.begin(), options.end(), [&](const char* option) {
+        const QString name = QLatin1String(option);
+        return std::any_of(arguments.begin(), arguments.end(), [&](const QString& argument) {
+            return argument == name || argument.startsWith(name + QLatin1Char('='));
+        });
+    });
+}
+
+bool needsNoApplication(const QStringList& arguments) {
+    return mentions(arguments,
+                    {"--help", "-h", "--version", "-v", "--print-certificate", "--export-certificate"});
+}
+
+/// Without a display there still are reports and pictures; a window for a person needs one.
+bool choosePlatform(const QStringList& arguments) {
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || mentions(arguments, {"-platform", "--platform"}))
+        return true;
+    const bool wantsPicture = mentions(arguments, {"--screenshot"});
+    const bool wantsReport = mentions(arguments, {"--report"});
+    const bool hasScreen = hasDisplay();
+    if ((wantsPicture && !hasScreen) || (wantsReport && !wantsPicture)) qputenv("QT_QPA_PLATFORM", "offscreen");
+    return hasScreen || wantsPicture || wantsReport;
+}
+
+int runApplication(int argc, char** argv, const QStringList& rawArguments) {
+    // A wrong command line is reported as such also where there is no display to complain about.
+    const bool hasPlatform = choosePlatform(rawArguments);
+    if (!hasPlatform) qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    MainThread::adopt();
+    const CommandLine commandLine = commandLineFrom(QCoreApplication::arguments());
+    if (commandLine.action != CommandLine::Action::Run) return runSimpleAction(commandLine);
+    if (!hasPlatform && !commandLine.isUnattended()) {
+        printLine(stderr, QStringLiteral("orlendo: there is no display to open the window on. Set DISPLAY or "
+                                         "WAYLAND_DISPLAY, or use --report or --screenshot."));
+        return failed;
+    }
+    if (commandLine.needsWindow()) applyTheme(themeFor(commandLine.palette));
+
+    SignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &application,
+                     [&] { QCoreApplication::exit(commandLine.isUnattended() ? failed : 0); });
+    AppController controller;
+    const int exitCode = runConsole(application, controller, commandLine);
+    if (!controller.shutDown()) std::_Exit(exitCode);
+    return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication::setOrganizationName(QStringLiteral("velmora"));
+    QCoreApplication::setApplicationName(QStringLiteral("orlendo"));
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
+    if (!needsNoApplication(arguments)) return runApplication(argc, argv, arguments);
+
+    const QCoreApplication application(argc, argv);
+    MainThread::adopt();
+    return runSimpleAction(commandLineFrom(arguments));
+}

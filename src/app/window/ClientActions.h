@@ -1,0 +1,43 @@
+#pragma once
+
+#include "clients/VLService.h"
+
+#include <QObject>
+#include <QPointer>
+
+class AppController;
+class ClientOutline;
+class QAction;
+class QMenu;
+class QWidget;
+
+/// What can be done with the one machine that is selected in the client list.
+class ClientActions : public QObject {
+    Q_OBJECT
+public:
+    /// All of them outlive this object.
+    ClientActions(AppController& controller, ClientOutline& outline, QWidget* window);
+
+    void addTo(QMenu* menu) const;
+    /// Enables what is possible at this moment.
+    void update();
+    void reviewIdentity(const VLServicePtr& service);
+
+private:
+    using Run = void (AppController::*)(const VLServicePtr&);
+    using Possible = bool (*)(const VLService&);
+    struct Entry {
+        QAction* action = nullptr;
+        Possible possible = nullptr;
+        bool startsGroup = false;
+    };
+    QAction* add(const QString& text, const char* symbol, const QString& help, Possible possible,
+                 bool startsGroup);
+    void addCommand(const QString& text, const char* symbol, const QString& help, Possible possible, Run run,
+                    bool startsGroup = false);
+
+    AppController& m_controller;
+    ClientOutline& m_outline;
+    QWidget* m_window;
+    QList<Entry> m_entries;
+};

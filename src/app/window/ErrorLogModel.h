@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QDateTime>
+#include <QSortFilterProxyModel>
+
+#include <functional>
+
+/// The records of the error queue as a table.
+class ErrorLogModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    enum Column { Date, Computer, Description, ColumnCount };
+    enum Role { SortRole = Qt::UserRole };
+    /// Names of the columns in the stored sort settings, in their order.
+    [[nodiscard]] static QStringList columnNames();
+
+    explicit ErrorLogModel(std::function<QString(const QString& hostName)> friendlyName,
+                           QObject* parent = nullptr);
+
+    /// `queue` is newest first. Records that are still there keep their rows.
+    void setQueue(const QVariantList& queue);
+
+    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
+    [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    struct Record {
+        QDateTime date;
+        QString hostName, description, appName;
+        bool operator==(const Record&) const = default;
+    };
+    static Record recordOf(const QVariantMap& entry);
+
+    std::function<QString(const QString&)> m_friendlyName;
+    QList<Record> m_records;
+};

@@ -1,0 +1,111 @@
+#include "app/window/ErrorLogWindow.h"
+
+#include "app/AppController.h"
+#include "app/window/ErrorLogModel.h"
+#include "widgets/CellDelegate.h"
+#include "widgets/EmptyState.h"
+#include "widgets/RowCopy.h"
+#include "widgets/TableSorting.h"
+#include "widgets/Theme.h"
+
+#include <QHeaderView>
+#include <QPushButton>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
+    : QWidget(parent, Qt::Window),
+      m_controller(controller),
+      m_model(new ErrorLogModel(
+          [&controller](const QString& hostName) {
+              return controller.services().friendlyServiceName(hostName);
+          },
+          this)),
+      m_sorted(new QSortFilterProxyModel(this)),
+      m_table(new QTreeView(this)),
+      m_stack(new QStackedWidget(this)),
+      m_empty(new EmptyState(this)),
+      m_copy(new QPushButton(QStringLiteral("Copy"), this)),
+      m_clear(new QPushButton(QStringLiteral("Clear"), this)) {
+    setObjectName(QStringLiteral("errorLogWindow"));
+    setWindowTitle(QStringLiteral("Error Log"));
+    resize(820, 440);
+    buildTable();
+    m_empty->setContents(
+        QStringLiteral("ok"), QStringLiteral("No errors"),
+        QStringLiteral("What goes wrong on a computer, or on the way to it, is listed here."));
+    m_stack->addWidget(m_table);
+    m_stack->addWidget(m_empty);
+
+    m_copy->setObjectName(QStringLiteral("errorLogCopy"));
+    m_copy->setToolTip(QStringLiteral("Copy the selected errors, or all when none is selected"));
+    m_clear->setObjectName(QStringLiteral("errorLogClear"));
+    auto* buttons = new QHBoxLayout;
+    buttons->setContentsMargins(Metrics::unit * 2, Metrics::unit * 1.5, Metrics::unit * 2,
+                                Metrics::unit * 1.5);
+    buttons->setSpacing(Metrics::unit);
+    buttons->addStretch();
+    buttons->addWidget(m_copy);
+    buttons->addWidget(m_clear);
+    auto* line = new QFrame(this);
+    line->setFixedHeight(1);
+    line->setFrameShape(QFrame::NoFrame);
+    line->setBackgroundRole(QPalette::Midlight);
+    line->setAutoFillBackground(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_stack, 1);
+    layout->addWidget(line);
+    layout->addLayout(buttons);
+
+    connect(m_copy, &QPushButton::clicked, this, &ErrorLogWindow::copy);
+    connect(m_clear, &QPushButton::clicked, this, [this] { m_controller.clearErrorLog(); });
+    connect(new QShortcut(QKeySequence::Copy, this), &QShortcut::activated, this, &ErrorLogWindow::copy);
+    connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
+    connect(&controller, &AppController::errorQueueChanged, this, &ErrorLogWindow::reload);
+    reload();
+}
+
+void ErrorLogWindow::buildTable() {
+    m_sorted->setSourceModel(m_model);
+    m_sorted->setSortRole(ErrorLogModel::SortRole);
+    m_sorted->setSortCaseSensitivity(Qt::CaseInsensitive);
+    m_table->setObjectName(QStringLiteral("errorLogTable"));
+    m_table->setAccessibleName(QStringLiteral("Errors"));
+    m_table->setFrameShape(QFrame::NoFrame);
+    m_table->setRootIsDecorated(false);
+    m_table->setUniformRowHeights(true);
+    m_table->setAlternatingRowColors(true);
+    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_table->setItemDelegate(new CellDelegate(m_table));
+    m_table->setModel(m_sorted);
+    m_table->setSortingEnabled(true);
+    QHeaderView* header = m_table->header();
+    rememberSorting(header, QStringLiteral("errorLogTable"), ErrorLogModel::columnNames());
+    m_sorted->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
+    header->setFont(themeFont(0.92, QFont::Medium));
+    header->resizeSection(ErrorLogModel::Date, 150);
+    header->resizeSection(ErrorLogModel::Computer, 170);
+    header->setSectionsMovable(false);
+}
+
+void ErrorLogWindow::reload() {
+    const auto& errors = m_controller.errorCallback();
+    m_model->setQueue(errors ? errors->errorQueue() : QVariantList());
+    const bool any = m_model->rowCount() > 0;
+    m_stack->setCurrentWidget(any ? static_cast<QWidget*>(m_table) : m_empty);
+    m_copy->setEnabled(any);
+    m_clear->setEnabled(any);
+}
+
+void ErrorLogWindow::copy() {
+    const bool nothingSelected = !m_table->selectionModel()->hasSelection();
+    if (nothingSelected) m_table->selectAll();
+    copySelectedRows(*m_table);
+    if (nothingSelected) m_table->clearSelection();
+}

@@ -1,0 +1,156 @@
+#include "app/window/LogWindow.h"
+
+#include "logs/VLLog.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/SearchField.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/Theme.h"
+
+#include <QCheckBox>
+#include <QFile>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr std::chrono::milliseconds interval(500);
+constexpr qint64 largestPiece = 4 << 20;
+constexpr qint64 signatureLength = 64;  // the first line carries the time at which the file was started
+constexpr int mostLines = 50000;
+
+QToolButton* stepButton(const QString& symbol, const QString& name, QWidget* parent) {
+    auto* button = new QToolButton(parent);
+    button->setIcon(symbolIcon(symbol));
+    button->setAutoRaise(true);
+    button->setToolTip(name);
+    button->setAccessibleName(name);
+    return button;
+}
+
+}  // namespace
+
+LogWindow::LogWindow(QWidget* parent)
+    : QWidget(parent, Qt::Window),
+      m_text(new QPlainTextEdit(this)),
+      m_search(new SearchField(QStringLiteral("Find in the log"), this)),
+      m_notFound(new QLabel(QStringLiteral("Not found"), this)),
+      m_follow(new QCheckBox(QStringLiteral("Follow new lines"), this)),
+      m_path(new ElidedLabel(this, ElidedLabel::Tone::Secondary)) {
+    setObjectName(QStringLiteral("logWindow"));
+    setWindowTitle(QStringLiteral("Console Log"));
+    resize(900, 560);
+    m_text->setObjectName(QStringLiteral("logText"));
+    m_text->setAccessibleName(QStringLiteral("Log"));
+    m_text->setReadOnly(true);
+    m_text->setFrameShape(QFrame::NoFrame);
+    m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
+    m_text->setFont(themeMonospaceFont());
+    m_text->setMaximumBlockCount(mostLines);
+    m_text->document()->setDocumentMargin(Metrics::unit * 1.5);
+    m_search->setFixedWidth(260);
+    m_notFound->hide();
+    m_follow->setChecked(true);
+    m_path->setElideMode(Qt::ElideMiddle);
+
+    QToolButton* previous = stepButton(QStringLiteral("previous"), QStringLiteral("Find previous"), this);
+    QToolButton* next = stepButton(QStringLiteral("next"), QStringLiteral("Find next"), this);
+    auto* bar = new QHBoxLayout;
+    bar->setContentsMargins(Metrics::unit * 1.5, Metrics::unit * 1.5, Metrics::unit * 1.5,
+                            Metrics::unit * 1.5);
+    bar->setSpacing(Metrics::unit);
+    bar->addWidget(m_search);
+    bar->addWidget(previous);
+    bar->addWidget(next);
+    bar->addWidget(m_notFound);
+    bar->addStretch();
+    bar->addWidget(m_follow);
+    auto* foot = new QHBoxLayout;
+    foot->setContentsMargins(Metrics::unit * 1.5, Metrics::unit, Metrics::unit * 1.5, Metrics::unit);
+    foot->addWidget(m_path);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(bar);
+    layout->addWidget(m_text, 1);
+    layout->addLayout(foot);
+
+    connect(m_search, &QLineEdit::textChanged, this, [this] { find(false, true); });
+    connect(m_search, &QLineEdit::returnPressed, this, [this] { find(false, false); });
+    connect(next, &QToolButton::clicked, this, [this] { find(false, false); });
+    connect(previous, &QToolButton::clicked, this, [this] { find(true, false); });
+    connect(new QShortcut(QKeySequence::Find, this), &QShortcut::activated, m_search,
+            qOverload<>(&QWidget::setFocus));
+    connect(new QShortcut(QKeySequence::FindNext, this), &QShortcut::activated, this,
+            [this] { find(false, false); });
+    connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
+    m_timer.setInterval(interval);
+    connect(&m_timer, &QTimer::timeout, this, &LogWindow::readOn);
+}
+
+void LogWindow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    VLLog::finishWriting();
+    readOn();
+    m_timer.start();
+}
+
+void LogWindow::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    m_timer.stop();
+}
+
+/// Shows what was written since the last look; starts over when a new file has taken the place of the old.
+void LogWindow::readOn() {
+    const QString path = VLLog::currentLogPath();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        m_path->setText(QStringLiteral("%1 — %2").arg(path, file.errorString()));
+        return;
+    }
+    const QByteArray beginning = file.read(signatureLength);
+    const bool another =
+        path != m_shownPath || file.size() < m_position || !beginning.startsWith(m_signature);
+    if (another) {
+        m_text->clear();
+        m_position = 0;
+        m_shownPath = path;
+        m_path->setText(path);
+    }
+    m_signature = beginning;
+    if (file.size() <= m_position) return;
+
+    file.seek(qMax(m_position, file.size() - largestPiece));
+    QByteArray piece = file.readAll();
+    const qsizetype end = piece.lastIndexOf('\n');
+    if (end < 0) return;  // a line that is still being written waits for its end
+    m_position = file.pos() - (piece.size() - end - 1);
+    piece.truncate(end);
+    const int scrolled = m_text->verticalScrollBar()->value();
+    m_text->appendPlainText(QString::fromUtf8(piece));
+    QScrollBar* bar = m_text->verticalScrollBar();
+    bar->setValue(m_follow->isChecked() ? bar->maximum() : scrolled);
+}
+
+void LogWindow::find(bool backwards, bool fromStart) {
+    const QString wanted = m_search->text();
+    QTextCursor cursor = m_text->textCursor();
+    if (fromStart) cursor.setPosition(cursor.selectionStart());
+    m_text->setTextCursor(cursor);
+    bool found = true;
+    if (!wanted.isEmpty()) {
+        const QTextDocument::FindFlags flags =
+            backwards ? QTextDocument::FindBackward : QTextDocument::FindFlags();
+        found = m_text->find(wanted, flags);
+        if (!found) {  // once round
+            m_text->moveCursor(backwards ? QTextCursor::End : QTextCursor::Start);
+            found = m_text->find(wanted, flags);
+        }
+        m_follow->setChecked(m_follow->isChecked() && !found);
+    }
+    m_notFound->setVisible(!found);
+}

@@ -1,0 +1,281 @@
+#include "app/window/MainWindow.h"
+
+#include "app/AppController.h"
+#include "app/window/ClientActions.h"
+#include "app/window/ErrorLogWindow.h"
+#include "app/window/LogWindow.h"
+#include "app/window/ProgressSheet.h"
+#include "app/window/StatusPanel.h"
+#include "app/window/ToolList.h"
+#include "app/window/ToolPanes.h"
+#include "app/window/WelcomeSheet.h"
+#include "clients/view/AddComputerSheet.h"
+#include "clients/view/ClientOutline.h"
+#include "foundation/VLBundle.h"
+#include "foundation/VLFormat.h"
+#include "foundation/VLUserDefaults.h"
+#include "widgets/Badge.h"
+#include "widgets/RowCopy.h"
+#include "widgets/SymbolIcon.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString geometryKey = QStringLiteral("mainWindowGeometry");
+const QString splitterKey = QStringLiteral("mainWindowSplitter");
+const QString toolKey = QStringLiteral("visibleTool");
+
+VLUserDefaults& defaults() {
+    return VLUserDefaults::standardUserDefaults();
+}
+
+template <typename Window>
+void bringToFront(Window* window) {
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+}  // namespace
+
+MainWindow::MainWindow(AppController& controller, QWidget* parent)
+    : QMainWindow(parent), m_controller(controller) {
+    setObjectName(QStringLiteral("mainWindow"));
+    setWindowTitle(QStringLiteral("Orlendo"));
+    setWindowIcon(drawingIcon(QStringLiteral(":/icons/orlendo.svg")));
+    setMinimumSize(880, 520);
+    buildContents();
+    buildActions();
+    buildToolBar();
+    buildMenus();
+    watchController();
+    restoreLayout();
+    m_outline->setFocus();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::buildContents() {
+    m_outline = new ClientOutline(m_controller.services());
+    m_outline->setMinimumWidth(200);
+    m_tools = new ToolList(m_controller.tools());
+    m_tools->setMinimumWidth(150);
+    m_panes =
+        new ToolPanes([this](const QString& identifier) { return m_controller.toolController(identifier); });
+    m_panes->setMinimumWidth(420);
+    m_status = new StatusPanel(m_controller.taskThreads());
+
+    m_splitter = new QSplitter(Qt::Horizontal);
+    m_splitter->setObjectName(QStringLiteral("mainSplitter"));
+    m_splitter->setChildrenCollapsible(false);
+    m_splitter->addWidget(m_outline);
+    m_splitter->addWidget(m_tools);
+    m_splitter->addWidget(m_panes);
+    m_splitter->setStretchFactor(2, 1);
+
+    auto* central = new QWidget(this);
+    auto* layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_splitter, 1);
+    layout->addWidget(m_status);
+    setCentralWidget(central);
+    new ProgressSheet(m_controller.taskThreads(), this);
+}
+
+void MainWindow::watchController() {
+    connect(m_tools, &ToolList::toolSelected, this, &MainWindow::toolSelected);
+    connect(m_outline, &ClientOutline::addComputerRequested, this, &MainWindow::showAddComputer);
+    connect(m_outline, &ClientOutline::contextMenuRequested, this, &MainWindow::showClientMenu);
+    connect(m_outline, &ClientOutline::serviceActivated, m_clientActions, &ClientActions::reviewIdentity);
+    connect(m_status, &StatusPanel::errorsClicked, this, &MainWindow::showErrorLog);
+
+    ServiceList& services = m_controller.services();
+    connect(&services, &ServiceList::serviceUpdated, m_clientActions, &ClientActions::update);
+    connect(&services, &ServiceList::selectionChanged, this, [this] {
+        m_clientActions->update();
+        ToolController* tool = m_controller.toolController(m_tools->selectedIdentifier());
+        if (tool) Q_EMIT tool->selectionChanged();
+    });
+    connect(&m_controller, &AppController::errorQueueChanged, this, &MainWindow::updateErrors);
+    connect(&m_controller, &AppController::softwareUpdateCountChanged, this,
+            &MainWindow::updateSoftwareUpdates);
+    connect(&m_controller, &AppController::clientWindowsObsolete, this, &MainWindow::closeWindowsAbout);
+    connect(&m_controller, &AppController::firstRun, this, [this] { (new WelcomeSheet(this))->open(); });
+    connect(&m_controller, &AppController::adminIsOutdated, this, [this](const VLServicePtr& service) {
+        showAdminOutdated(service ? service->name() : QString());
+    });
+    connect(&m_controller.autoRefresh(), &AutoRefresh::refreshEnabledChanged, m_refresh,
+            &QAction::setEnabled);
+    m_refresh->setEnabled(m_controller.autoRefresh().refreshEnabled());
+    updateErrors();
+    updateSoftwareUpdates(m_controller.softwareUpdateCount());
+}
+
+// ---- Tools
+
+/// The tool of the last run, else the first one that works.
+void MainWindow::restoreLayout() {
+    resize(1280, 800);
+    restoreGeometry(defaults().objectForKey(geometryKey).toByteArray());
+    if (!m_splitter->restoreState(defaults().objectForKey(splitterKey).toByteArray())) {
+        m_splitter->setSizes({256, 202, 822});
+    }
+    QString identifier = defaults().stringForKey(toolKey);
+    if (m_tools->model()->rowOf(identifier) < 0) {
+        for (const Tool& tool : m_controller.tools()) {
+            if (!tool.makeController) continue;
+            identifier = tool.identifier;
+            break;
+        }
+    }
+    if (m_tools->model()->rowOf(identifier) < 0 && !m_controller.tools().isEmpty()) {
+        identifier = m_controller.tools().first().identifier;
+    }
+    showTool(identifier);
+}
+
+void MainWindow::saveLayout() const {
+    defaults().setObject(saveGeometry(), geometryKey);
+    defaults().setObject(m_splitter->saveState(), splitterKey);
+    defaults().setObject(m_tools->selectedIdentifier(), toolKey);
+    defaults().synchronize();
+}
+
+void MainWindow::showTool(const QString& identifier) {
+    m_tools->select(identifier);
+}
+
+void MainWindow::toolSelected(const QString& identifier) {
+    const int row = m_tools->model()->rowOf(identifier);
+    if (row < 0) return;
+    m_panes->show(m_tools->model()->tool(row));
+    m_controller.setVisibleTool(identifier);
+}
+
+// ---- Errors and updates
+
+void MainWindow::updateErrors() {
+    const auto& errors = m_controller.errorCallback();
+    if (!errors) return;
+    m_status->setErrorLabel(m_controller.errorLabel());
+    QHash<QString, int> counts;
+    for (const QVariant& record : errors->errorQueue()) {
+        ++counts[record.toMap().value(QStringLiteral("hostname")).toString()];
+    }
+    m_outline->setErrorCounts(counts);
+}
+
+void MainWindow::updateSoftwareUpdates(qlonglong count) {
+    m_updateBadge->setCount(int(count));
+    QString help = QStringLiteral("Software updates are not part of this version yet");
+    if (count > 0) {
+        help = QStringLiteral("%1 update%2 wait. Installing them is not part of this version yet")
+                   .arg(count)
+                   .arg(count == 1 ? QString() : QStringLiteral("s"));
+    }
+    m_softwareUpdate->setToolTip(help);
+}
+
+// ---- Windows and sheets
+
+void MainWindow::showAddComputer() {
+    const auto submit = [this](const ManualConnections::Entry& entry) {
+        return m_controller.discovery().submitManualConnection(entry);
+    };
+    (new AddComputerSheet(submit, this))->open();
+}
+
+void MainWindow::showErrorLog() {
+    if (!m_errorLog) m_errorLog = new ErrorLogWindow(m_controller, this);
+    bringToFront(m_errorLog.data());
+}
+
+void MainWindow::showLog() {
+    if (!m_log) m_log = new LogWindow(this);
+    bringToFront(m_log.data());
+}
+
+void MainWindow::showAbout() {
+    const VLBundle& bundle = VLBundle::mainBundle();
+    const auto text = [&](const char* key) {
+        return bundle.objectForInfoDictionaryKey(QLatin1String(key)).toString();
+    };
+    auto* about = new QMessageBox(QMessageBox::NoIcon, QStringLiteral("About Orlendo"),
+                                  QStringLiteral("Orlendo"), QMessageBox::Close, this, Qt::Sheet);
+    about->setIconPixmap(windowIcon().pixmap(QSize(64, 64), devicePixelRatioF()));
+    about->setInformativeText(QStringLiteral("Administration console of the Corvalin suite\nVersion %1 (%2)")
+                                  .arg(text("CFBundleShortVersionString"), text("CFBundleVersion")));
+    about->setAttribute(Qt::WA_DeleteOnClose);
+    about->open();
+}
+
+void MainWindow::showAdminOutdated(const QString& clientName) {
+    auto* alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Orlendo"),
+                                  QStringLiteral("Corvalin Orlendo is outdated"), QMessageBox::NoButton, this,
+                                  Qt::Sheet);
+    alert->setInformativeText(vlFormat(
+        QStringLiteral("The client software on %@ is expecting a more recent version of Orlendo. Continued "
+                       "use of an outdated version could cause stability issues.\n\nWould you like to update "
+                       "Corvalin Orlendo now?"),
+        clientName));
+    const QPushButton* search =
+        alert->addButton(QStringLiteral("Search for Updates"), QMessageBox::AcceptRole);
+    alert->addButton(QStringLiteral("Ignore"), QMessageBox::RejectRole);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    connect(search, &QPushButton::clicked, this, [this] {
+        auto* failure =
+            new QMessageBox(QMessageBox::Warning, QStringLiteral("Orlendo"),
+                            QStringLiteral("Unable to check for updates"), QMessageBox::Ok, this, Qt::Sheet);
+        failure->setInformativeText(QStringLiteral("This version does not look for newer ones of itself."));
+        failure->setAttribute(Qt::WA_DeleteOnClose);
+        failure->open();
+    });
+    alert->open();
+}
+
+void MainWindow::showClientMenu(const QPoint& position) {
+    m_clientActions->update();
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    m_clientActions->addTo(menu);
+    menu->popup(position);
+}
+
+/// Windows about one client carry its name at the end of their title.
+void MainWindow::closeWindowsAbout(const QString& clientName) {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        const bool about =
+            window->isVisible() && window->windowTitle().endsWith(QLatin1Char(' ') + clientName);
+        if (about) window->close();
+    }
+}
+
+/// Of whatever has the keyboard focus.
+void MainWindow::copy() {
+    QWidget* focus = QApplication::focusWidget();
+    const auto* list = qobject_cast<QAbstractItemView*>(focus);
+    if (focus == m_outline->view() || focus == m_tools->view() || !list) {
+        const QString text = m_outline->selectionAsText();
+        if (!text.isEmpty()) QGuiApplication::clipboard()->setText(text);
+        return;
+    }
+    copySelectedRows(*list);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    saveLayout();
+    for (QWidget* window : {static_cast<QWidget*>(m_errorLog.data()), static_cast<QWidget*>(m_log.data())}) {
+        if (window) window->close();
+    }
+    QMainWindow::closeEvent(event);
+    QCoreApplication::quit();
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QHash>
+#include <QMainWindow>
+#include <QPointer>
+
+class AppController;
+class ClientActions;
+class ClientOutline;
+class CornerBadge;
+class ErrorLogWindow;
+class LogWindow;
+class QSplitter;
+class QToolBar;
+class StatusPanel;
+class ToolList;
+class ToolPanes;
+
+/// The window of the console: clients, tools, the pane of the chosen tool, status bar, tool bar and menus.
+/// Closing it quits the program.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    /// `controller` has been initialised and outlives the window.
+    explicit MainWindow(AppController& controller, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    void showTool(const QString& identifier);
+
+public Q_SLOTS:
+    void showAddComputer();
+    void showErrorLog();
+    void showLog();
+    void showAbout();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildContents();
+    void buildActions();
+    void buildToolBar();
+    void buildMenus();
+    void buildThemeMenu(QMenu* menu);
+    void buildHelpMenu(QMenu* menu);
+    void watchController();
+    void restoreLayout();
+    void saveLayout() const;
+    void updateErrors();
+    void updateSoftwareUpdates(qlonglong count);
+    void toolSelected(const QString& identifier);
+    void copy();
+    void showClientMenu(const QPoint& position);
+    void showAdminOutdated(const QString& clientName);
+    static void closeWindowsAbout(const QString& clientName);
+    QAction* makeAction(const QString& text, const char* symbol, const QString& help,
+                        const QKeySequence& shortcut);
+
+    AppController& m_controller;
+    ClientOutline* m_outline = nullptr;
+    ToolList* m_tools = nullptr;
+    ToolPanes* m_panes = nullptr;
+    QSplitter* m_splitter = nullptr;
+    StatusPanel* m_status = nullptr;
+    ClientActions* m_clientActions = nullptr;
+    CornerBadge* m_updateBadge = nullptr;
+    QPointer<ErrorLogWindow> m_errorLog;
+    QPointer<LogWindow> m_log;
+
+    QAction* m_addComputer = nullptr;
+    QAction* m_refresh = nullptr;
+    QAction* m_softwareUpdate = nullptr;
+    QAction* m_showLog = nullptr;
+    QAction* m_showErrors = nullptr;
+};

@@ -1,0 +1,161 @@
+// The tool bar and the menus of the main window.
+#include "app/AppController.h"
+#include "app/MakerSite.h"
+#include "app/window/ClientActions.h"
+#include "app/window/MainWindow.h"
+#include "app/window/ToolList.h"
+#include "clients/view/ClientOutline.h"
+#include "widgets/Badge.h"
+#include "widgets/SearchField.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/Theme.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QCoreApplication>
+#include <QDesktopServices>
+#include <QLayout>
+#include <QMenu>
+#include <QMenuBar>
+#include <QToolBar>
+#include <QToolButton>
+
+QAction* MainWindow::makeAction(const QString& text, const char* symbol, const QString& help,
+                                const QKeySequence& shortcut) {
+    auto* action = new QAction(symbolIcon(QLatin1String(symbol)), text, this);
+    action->setShortcut(shortcut);
+    QString toolTip = help;
+    if (!shortcut.isEmpty()) {
+        toolTip += QStringLiteral(" (%1)").arg(shortcut.toString(QKeySequence::NativeText));
+    }
+    action->setToolTip(toolTip);
+    return action;
+}
+
+void MainWindow::buildActions() {
+    m_clientActions = new ClientActions(m_controller, *m_outline, this);
+    m_addComputer = makeAction(QStringLiteral("Add Computer"), "add-computer",
+                               QStringLiteral("Add a computer by its address"), QKeySequence::New);
+    m_addComputer->setObjectName(QStringLiteral("addComputerAction"));
+    m_refresh = makeAction(QStringLiteral("Refresh"), "refresh",
+                           QStringLiteral("Read the visible tool's data from the selected computers again"),
+                           QKeySequence(Qt::Key_F5));
+    m_refresh->setObjectName(QStringLiteral("refreshAction"));
+    m_softwareUpdate = makeAction(QStringLiteral("Software Update"), "software-update", {}, {});
+    m_softwareUpdate->setObjectName(QStringLiteral("softwareUpdateAction"));
+    m_softwareUpdate->setEnabled(false);
+    m_showLog = makeAction(QStringLiteral("Logs"), "logs", QStringLiteral("Show the console's own log"),
+                           QKeySequence(Qt::CTRL | Qt::Key_L));
+    m_showErrors =
+        makeAction(QStringLiteral("Error Log"), "error-log",
+                   QStringLiteral("Show the errors of all computers"), QKeySequence(Qt::CTRL | Qt::Key_E));
+    connect(m_addComputer, &QAction::triggered, this, &MainWindow::showAddComputer);
+    connect(m_refresh, &QAction::triggered, this, [this] { m_controller.refresh(); });
+    connect(m_showLog, &QAction::triggered, this, &MainWindow::showLog);
+    connect(m_showErrors, &QAction::triggered, this, &MainWindow::showErrorLog);
+}
+
+void MainWindow::buildToolBar() {
+    auto* bar = new QToolBar(QStringLiteral("Main Toolbar"), this);
+    bar->setObjectName(QStringLiteral("mainToolBar"));
+    bar->setMovable(false);
+    bar->setFloatable(false);
+    bar->setContextMenuPolicy(Qt::PreventContextMenu);
+    bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    bar->setIconSize({Metrics::symbolSize, Metrics::symbolSize});
+    bar->layout()->setContentsMargins(Metrics::unit, Metrics::unit / 2, Metrics::unit, Metrics::unit + 1);
+    auto* space = new QWidget(bar);
+    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+
+    bar->addAction(m_addComputer);
+    bar->addAction(m_refresh);
+    bar->addAction(m_softwareUpdate);
+    bar->addWidget(space);
+    bar->addAction(m_showLog);
+    bar->addAction(m_showErrors);
+    for (QAction* action : {m_addComputer, m_refresh, m_softwareUpdate, m_showLog, m_showErrors}) {
+        QWidget* button = bar->widgetForAction(action);
+        button->setFocusPolicy(Qt::TabFocus);
+        button->setMinimumHeight(32);
+    }
+    m_updateBadge = new CornerBadge(bar->widgetForAction(m_softwareUpdate));
+    addToolBar(Qt::TopToolBarArea, bar);
+    setContextMenuPolicy(Qt::NoContextMenu);
+}
+
+void MainWindow::buildMenus() {
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+    file->addAction(symbolIcon(QStringLiteral("add-computer")), QStringLiteral("&Add Computer…"), this,
+                    &MainWindow::showAddComputer);
+    file->addSeparator();
+    QAction* quit = file->addAction(QStringLiteral("&Quit Orlendo"), this, &QWidget::close);
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setMenuRole(QAction::QuitRole);
+
+    QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    edit->addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("&Copy"), QKeySequence::Copy, this,
+                    &MainWindow::copy);
+    edit->addSeparator();
+    edit->addAction(QStringLiteral("Select &All Computers"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A),
+                    m_outline, &ClientOutline::selectAllComputers);
+    edit->addAction(symbolIcon(QStringLiteral("search")), QStringLiteral("&Find Computer"),
+                    QKeySequence::Find, this, [this] {
+                        m_outline->searchField()->setFocus();
+                        m_outline->searchField()->selectAll();
+                    });
+
+    QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+    view->addAction(m_refresh);
+    buildThemeMenu(view->addMenu(QStringLiteral("&Theme")));
+    view->addSeparator();
+    int number = 0;
+    for (const Tool& tool : m_controller.tools()) {
+        ++number;
+        QAction* action =
+            view->addAction(drawingIcon(QStringLiteral(":/icons/tools/%1.svg").arg(tool.iconName)),
+                            tool.title, this, [this, identifier = tool.identifier] { showTool(identifier); });
+        if (number <= 9) action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_0 + number)));
+    }
+
+    QMenu* computer = menuBar()->addMenu(QStringLiteral("&Computer"));
+    m_clientActions->addTo(computer);
+    connect(computer, &QMenu::aboutToShow, m_clientActions, &ClientActions::update);
+
+    QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
+    window->addAction(m_showLog);
+    window->addAction(m_showErrors);
+    buildHelpMenu(menuBar()->addMenu(QStringLiteral("&Help")));
+}
+
+void MainWindow::buildThemeMenu(QMenu* menu) {
+    auto* group = new QActionGroup(menu);
+    const auto add = [&](const QString& text, Theme theme) {
+        QAction* action = menu->addAction(text);
+        action->setCheckable(true);
+        action->setChecked(currentTheme() == theme);
+        group->addAction(action);
+        connect(action, &QAction::triggered, this, [theme] {
+            applyTheme(theme);
+            storeTheme(theme);
+        });
+    };
+    add(QStringLiteral("As the &System"), Theme::System);
+    add(QStringLiteral("&Light"), Theme::Light);
+    add(QStringLiteral("&Dark"), Theme::Dark);
+}
+
+void MainWindow::buildHelpMenu(QMenu* menu) {
+    const auto addPage = [&](const QString& text, MakerSite::Page page) {
+        menu->addAction(text, this, [page] { QDesktopServices::openUrl(MakerSite::page(page)); });
+    };
+    addPage(QStringLiteral("Orlendo &Manual"), MakerSite::Page::Manual);
+    addPage(QStringLiteral("&Orlendo Home Page"), MakerSite::Page::Console);
+    addPage(QStringLiteral("&Corvalin Suite Home Page"), MakerSite::Page::Suite);
+    addPage(QStringLiteral("Maker's &Home Page"), MakerSite::Page::Home);
+    menu->addSeparator();
+    addPage(QStringLiteral("Make a &Suggestion"), MakerSite::Page::Suggestion);
+    addPage(QStringLiteral("Report a &Bug"), MakerSite::Page::BugReport);
+    menu->addSeparator();
+    QAction* about = menu->addAction(QStringLiteral("&About Orlendo"), this, &MainWindow::showAbout);
+    about->setMenuRole(QAction::AboutRole);
+}

@@ -1,0 +1,88 @@
+#include "app/window/StatusPanel.h"
+
+#include "app/TaskThreads.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/ProgressLine.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/Theme.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QPainter>
+#include <QPushButton>
+#include <QToolButton>
+
+namespace {
+constexpr int lowestHeight = 44;
+}
+
+StatusPanel::StatusPanel(TaskThreads& taskThreads, QWidget* parent)
+    : QWidget(parent),
+      m_taskThreads(taskThreads),
+      m_text(new ElidedLabel(this)),
+      m_remark(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
+      m_progress(new ProgressLine(this)),
+      m_cancel(new QPushButton(QStringLiteral("Cancel"), this)),
+      m_errors(new QToolButton(this)) {
+    m_text->setObjectName(QStringLiteral("statusText"));
+    m_remark->setObjectName(QStringLiteral("statusRemark"));
+    m_progress->setObjectName(QStringLiteral("statusProgressBar"));
+    m_cancel->setObjectName(QStringLiteral("statusCancelBtn"));
+    m_errors->setObjectName(QStringLiteral("statusErrorBtn"));
+    m_progress->setFixedWidth(180);
+    m_progress->setAccessibleName(QStringLiteral("Progress"));
+    m_errors->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_errors->setAutoRaise(true);
+    m_errors->setFocusPolicy(Qt::TabFocus);
+    m_errors->setToolTip(QStringLiteral("Open the error log"));
+    m_errors->hide();
+    // A bar that comes and goes must not move what stands beside it.
+    for (QWidget* widget : {static_cast<QWidget*>(m_progress), static_cast<QWidget*>(m_cancel)}) {
+        QSizePolicy policy = widget->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        widget->setSizePolicy(policy);
+    }
+
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(Metrics::unit * 2, 1, Metrics::unit, 0);
+    layout->setSpacing(Metrics::unit * 1.5);
+    layout->addWidget(m_text);
+    layout->addWidget(m_remark, 1);
+    layout->addWidget(m_progress);
+    layout->addWidget(m_cancel);
+    layout->addWidget(m_errors);
+    setFixedHeight(qMax(lowestHeight, fontMetrics().height() * 2));
+
+    connect(m_cancel, &QPushButton::clicked, this, [this] { m_taskThreads.cancelStatusProgress(); });
+    connect(m_errors, &QToolButton::clicked, this, &StatusPanel::errorsClicked);
+    connect(&taskThreads, &TaskThreads::statusChanged, this, &StatusPanel::renew);
+    renew();
+}
+
+void StatusPanel::renew() {
+    const StatusProgress& status = m_taskThreads.status();
+    m_text->setText(status.text);
+    const QString remark = m_taskThreads.statusRemark();
+    m_remark->setText(remark.isEmpty() ? QString() : QStringLiteral("· %1").arg(remark));
+    m_progress->showProgress(status.indeterminate, status.value, status.maximum);
+    m_progress->setVisible(status.running);
+    m_cancel->setVisible(status.cancelVisible);
+}
+
+void StatusPanel::setErrorLabel(const QString& label) {
+    m_errors->setText(label);
+    m_errors->setAccessibleName(label);
+    m_errors->setIcon(symbolIcon(QStringLiteral("error-log"), themeColors().bad));
+    m_errors->setVisible(!label.isEmpty());
+}
+
+void StatusPanel::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) setErrorLabel(m_errors->text());
+    QWidget::changeEvent(event);
+}
+
+void StatusPanel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), themeColors().window);
+    painter.fillRect(QRect(0, 0, width(), 1), themeColors().border);
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "tools/Tool.h"
+
+#include <QHash>
+#include <QWidget>
+
+#include <functional>
+
+class ElidedLabel;
+class QLabel;
+class QStackedWidget;
+
+/// The right side of the window: icon, title and purpose of the tool, and its pane below. Panes are made when
+/// they are first shown. A tool without one says that it is not there yet.
+class ToolPanes : public QWidget {
+    Q_OBJECT
+public:
+    using ControllerOf = std::function<ToolController*(const QString& identifier)>;
+    explicit ToolPanes(ControllerOf controllerOf, QWidget* parent = nullptr);
+
+    void show(const Tool& tool);
+    using QWidget::show;
+    /// Null before a tool was shown.
+    [[nodiscard]] QWidget* currentPane() const;
+
+private:
+    QWidget* makePane(const Tool& tool);
+    QWidget* makeMissingPane(const Tool& tool);
+
+    ControllerOf m_controllerOf;
+    QHash<QString, QWidget*> m_panes;
+    QLabel* m_icon;
+    ElidedLabel* m_title;
+    ElidedLabel* m_subtitle;
+    QStackedWidget* m_stack;
+};

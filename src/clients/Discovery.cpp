@@ -1,0 +1,290 @@
+#include "clients/Discovery.h"
+
+#include "foundation/MainThread.h"
+#include "foundation/VLThread.h"
+#include "logs/VLLog.h"
+#include "system/VLException.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto browseSlice = 4s;
+constexpr auto resolveLimit = 20s;
+constexpr auto stopLimit = 10s;
+
+/// An error in here concerns one find; browsing goes on.
+template <typename Body>
+void guarded(const char* method, Body body) {
+    try {
+        body();
+    } catch (const std::exception& exception) {
+        VLException::logException(exception, method);
+    }
+}
+
+QString identity(const VLNetService& service) {
+    return service.name + QChar(0) + service.type + QChar(0) + service.domain;
+}
+
+}  // namespace
+
+/// What the browsing thread and the resolving threads hold.
+struct Discovery::Browsing {
+    std::atomic<bool> isBrowsing{false};
+    std::atomic<bool> threadRunning{false};
+    std::atomic<ServiceBrowser::Backend> backend{ServiceBrowser::Backend::None};
+    BrowserFactory makeBrowser = [](ServiceBrowser::Delegate delegate) {
+        return ServiceBrowser::create(std::move(delegate));
+    };
+    Resolver resolve = [](const VLNetService& service, const std::function<bool()>& isCancelled) {
+        return resolveNetService(service, resolveLimit, isCancelled);
+    };
+
+    std::mutex mutex;
+    std::shared_ptr<ServiceBrowser> browser;  ///< guarded by the mutex
+    /// Resolutions under way, by service, guarded by the mutex; a service that goes meanwhile cancels its
+    /// own.
+    QHash<QString, std::shared_ptr<std::atomic<bool>>> resolutions;
+
+    Discovery* owner = nullptr;  ///< main thread only; null once it is destroyed
+
+    void findServices(const std::shared_ptr<Browsing>& self);
+    void resolveService(const VLNetService& service, const std::shared_ptr<std::atomic<bool>>& cancelled,
+                        const std::shared_ptr<Browsing>& self);
+    [[nodiscard]] std::shared_ptr<std::atomic<bool>> beginResolution(const VLNetService& service);
+    void cancelResolution(const VLNetService& service);
+    void cancelAllResolutions();
+};
+
+Discovery::Discovery(Environment environment, QObject* parent)
+    : QObject(parent), m_environment(std::move(environment)), m_browsing(std::make_shared<Browsing>()) {
+    m_browsing->owner = this;
+}
+
+Discovery::~Discovery() {
+    stop();
+    m_browsing->owner = nullptr;
+}
+
+ServiceBrowser::Backend Discovery::backend() const noexcept {
+    return m_browsing->backend;
+}
+
+void Discovery::setBrowser(BrowserFactory makeBrowser, Resolver resolve) {
+    m_browsing->makeBrowser = std::move(makeBrowser);
+    m_browsing->resolve = std::move(resolve);
+}
+
+// ---- Browsing
+
+void Discovery::findServicesOnThread() {
+    if (m_browsing->isBrowsing.exchange(true)) return;
+    m_browsing->threadRunning = true;
+    // The flag falls when the thread's body is released, so also when the thread could not be started.
+    const std::shared_ptr<void> running(nullptr,
+                                        [browsing = m_browsing](void*) { browsing->threadRunning = false; });
+    VLThread::detach(QStringLiteral("browser"),
+                     [browsing = m_browsing, running] { browsing->findServices(browsing); });
+}
+
+void Discovery::Browsing::findServices(const std::shared_ptr<Browsing>& self) {
+    guarded("-[AppController findServices]", [&] {
+        VLLog::appendLog(QStringLiteral("Browsing for services..."));
+        const std::shared_ptr<ServiceBrowser> created = makeBrowser({
+            [self](const VLNetService& service, bool) {
+                guarded("-[AppController netServiceBrowser:didFindService:moreComing:]", [&] {
+                    VLLog::appendLog(QStringLiteral("Service found: %@"), service.name);
+                    const auto cancelled = self->beginResolution(service);
+                    VLThread::detach(QStringLiteral("resolve"), [self, service, cancelled] {
+                        self->resolveService(service, cancelled, self);
+                    });
+                });
+            },
+            [self](const VLNetService& service, bool) {
+                guarded("-[AppController netServiceBrowser:didRemoveService:moreComing:]", [&] {
+                    self->cancelResolution(service);
+                    onMainThread([self, service] {
+                        if (self->owner) self->owner->removeNetService(service);
+                    });
+                });
+            },
+        });
+        {
+            const std::lock_guard lock(mutex);
+            browser = created;
+        }
+        created->searchForServices(QStringLiteral("_corvalin._tcp."), QString());
+        backend = created->backend();
+        VLLog::appendLog(QStringLiteral("Browser run loop started"));
+        while (isBrowsing && !VLThread::isCancelled()) {
+            created->runFor(browseSlice);
+            backend = created->backend();
+        }
+        VLLog::appendLog(QStringLiteral("Browser run loop finished"));
+    });
+    const std::lock_guard lock(mutex);
+    browser = nullptr;
+}
+
+void Discovery::stop() {
+    m_browsing->isBrowsing = false;
+    m_browsing->cancelAllResolutions();
+    {
+        const std::lock_guard lock(m_browsing->mutex);
+        if (m_browsing->browser) m_browsing->browser->stop();
+    }
+    MainThread::waitUntil([this] { return !m_browsing->threadRunning; }, stopLimit);
+}
+
+// ---- Resolving
+
+std::shared_ptr<std::atomic<bool>> Discovery::Browsing::beginResolution(const VLNetService& service) {
+    auto cancelled = std::make_shared<std::atomic<bool>>(false);
+    const std::lock_guard lock(mutex);
+    auto& current = resolutions[identity(service)];
+    if (current) *current = true;
+    current = cancelled;
+    return cancelled;
+}
+
+void Discovery::Browsing::cancelResolution(const VLNetService& service) {
+    const std::lock_guard lock(mutex);
+    if (const auto cancelled = resolutions.take(identity(service))) *cancelled = true;
+}
+
+void Discovery::Browsing::cancelAllResolutions() {
+    const std::lock_guard lock(mutex);
+    for (const auto& cancelled : std::as_const(resolutions))
+        *cancelled = true;
+    resolutions.clear();
+}
+
+void Discovery::Browsing::resolveService(const VLNetService& service,
+                                         const std::shared_ptr<std::atomic<bool>>& cancelled,
+                                         const std::shared_ptr<Browsing>& self) {
+    guarded("-[AppController resolveService:]", [&] {
+        VLLog::appendLog(QStringLiteral("Resolving %@..."), service.name);
+        const ServiceResolution resolution =
+            resolve(service, [&] { return cancelled->load() || VLThread::isCancelled(); });
+        if (!resolution.service) {
+            VLLog::appendLog(QStringLiteral("Unable to resolve %@: %@"), service.name, resolution.error);
+            return;
+        }
+        onMainThread([self, resolved = *resolution.service, cancelled] {
+            if (self->owner && !*cancelled) self->owner->serviceResolved(resolved);
+        });
+    });
+}
+
+void Discovery::serviceResolved(const VLNetService& service) {
+    guarded("-[AppController serviceResolved:]", [&] {
+        VLLog::appendLog(QStringLiteral("Resolved %@"), service.name);
+        if (hasRecordFor(service)) return;
+        removeRecordsOf(service);  // found again without having been gone, but somewhere else
+        addRecord(
+            VLService::serviceWithNetService(service, m_environment.errorCallback, freeHostName(service)));
+    });
+}
+
+/// A client that is in the list as it stands keeps its connection.
+bool Discovery::hasRecordFor(const VLNetService& service) const {
+    const QList<VLServicePtr> services = m_environment.services->serviceArray();
+    return std::any_of(services.begin(), services.end(), [&](const VLServicePtr& record) {
+        const auto known = record->netService();
+        return known && known->isSameService(service) && known->hostName == service.hostName &&
+               known->port == service.port && known->addresses == service.addresses;
+    });
+}
+
+/// Answers, errors and look-ups go by host name, so no two clients may have the same one.
+QString Discovery::freeHostName(const VLNetService& service) const {
+    const QList<VLServicePtr> services = m_environment.services->serviceArray();
+    const auto isTaken = [&](const QString& hostName) {
+        return std::any_of(services.begin(), services.end(),
+                           [&](const VLServicePtr& record) { return record->hostName() == hostName; });
+    };
+    if (!isTaken(service.hostName)) return service.hostName;
+    QString host = service.hostName;
+    if (host.endsWith(u'.')) host.chop(1);
+    QString hostName = QStringLiteral("%1:%2").arg(host).arg(service.port);
+    if (isTaken(hostName)) hostName += QStringLiteral(" (%1)").arg(service.name);
+    VLLog::appendLog(
+        QStringLiteral("Warning: %@ shares the host name %@ with another client and is listed as %@."),
+        service.name, service.hostName, hostName);
+    return hostName;
+}
+
+void Discovery::addRecord(const VLServicePtr& service) {
+    if (m_environment.serviceAdded) m_environment.serviceAdded(service);
+    m_environment.services->addServiceToList(service);
+    if (m_environment.updateSelectedComputerStatus) m_environment.updateSelectedComputerStatus();
+}
+
+// ---- Removing
+
+void Discovery::removeNetService(const VLNetService& service) {
+    guarded("-[AppController removeNetService:]", [&] {
+        VLLog::appendLog(QStringLiteral("Service removed: %@"), service.name);
+        removeRecordsOf(service);
+    });
+}
+
+void Discovery::removeRecordsOf(const VLNetService& service) {
+    const QList<VLServicePtr> services = m_environment.services->serviceArray();
+    for (const VLServicePtr& record : services) {
+        const auto advertised = record->netService();
+        if (advertised && advertised->isSameService(service)) endRecord(record);
+    }
+}
+
+void Discovery::removeService(const VLServicePtr& service) {
+    if (!service) return;
+    guarded("-[AppController removeNetService:]", [&] {
+        VLLog::appendLog(QStringLiteral("Service removed: %@"), service->name());
+        if (service->isManual()) ManualConnections::remove(service->manualIP(), service->port());
+        endRecord(service);
+    });
+}
+
+void Discovery::endRecord(const VLServicePtr& service) {
+    if (m_environment.endTasksOf) m_environment.endTasksOf(service);
+    service->invalidate(false);
+    m_environment.services->removeServiceFromList(service);
+    if (m_environment.serviceRemoved) m_environment.serviceRemoved(service);
+    if (m_environment.updateSelectedComputerStatus) m_environment.updateSelectedComputerStatus();
+}
+
+// ---- Clients entered by hand
+
+void Discovery::processManualConnections() {
+    const QList<ManualConnections::Entry> entries = ManualConnections::stored();
+    for (const ManualConnections::Entry& entry : entries)
+        addManualConnection(entry.name, entry.ip, entry.port);
+}
+
+VLServicePtr Discovery::addManualConnection(const QString& name, const QString& ip, int port) {
+    // The address with the port is the one name that a client entered by hand has from the start.
+    const QString hostName = QStringLiteral("%1:%2").arg(ip).arg(port);
+    const VLServicePtr service =
+        VLService::serviceWithName(name, hostName, ip, port, m_environment.errorCallback);
+    addRecord(service);
+    return service;
+}
+
+bool Discovery::submitManualConnection(const ManualConnections::Entry& entry) {
+    const QList<VLServicePtr> services = m_environment.services->serviceArray();
+    const bool exists = std::any_of(services.begin(), services.end(), [&](const VLServicePtr& service) {
+        return service->isManual() && service->manualIP() == entry.ip && service->port() == entry.port;
+    });
+    if (exists) return false;
+    ManualConnections::append(entry);
+    addManualConnection(entry.name, entry.ip, entry.port);
+    return true;
+}

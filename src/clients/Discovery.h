@@ -1,0 +1,61 @@
+#pragma once
+
+#include "clients/ManualConnections.h"
+#include "clients/ServiceList.h"
+#include "clients/discovery/ServiceBrowser.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+/// Finds clients: browses on a thread of its own, resolves each find on another, and turns the results, and
+/// the entries made by hand, into records of the client list. Main thread unless said otherwise.
+class Discovery : public QObject {
+    Q_OBJECT
+public:
+    struct Environment {
+        ServiceList* services = nullptr;    ///< outlives this object
+        VLCallbackTargetPtr errorCallback;  ///< handed to every record
+        std::function<void()> updateSelectedComputerStatus;
+        /// A record left the list: drop its update counts, errors and menu item.
+        std::function<void(const VLServicePtr&)> serviceRemoved;
+        std::function<void(const VLServicePtr&)> serviceAdded;
+        /// Counts the removed client's task out when the progress window is up, and closes its windows.
+        std::function<void(const VLServicePtr&)> endTasksOf;
+    };
+    explicit Discovery(Environment environment, QObject* parent = nullptr);
+    ~Discovery() override;
+
+    void findServicesOnThread();
+    /// Ends browsing; returns when its thread has ended (serving the hand-off queue meanwhile).
+    void stop();
+    [[nodiscard]] ServiceBrowser::Backend backend() const noexcept;  ///< any thread
+    /// Tests browse with a browser of their own. Before findServicesOnThread().
+    using BrowserFactory = std::function<std::unique_ptr<ServiceBrowser>(ServiceBrowser::Delegate)>;
+    using Resolver =
+        std::function<ServiceResolution(const VLNetService&, const std::function<bool()>& isCancelled)>;
+    void setBrowser(BrowserFactory makeBrowser, Resolver resolve);
+
+    void processManualConnections();
+    VLServicePtr addManualConnection(const QString& name, const QString& ip, int port);
+    /// The submitted form: false when a manual client with this address and port exists already.
+    bool submitManualConnection(const ManualConnections::Entry& entry);
+
+    void serviceResolved(const VLNetService& service);
+    void removeNetService(const VLNetService& service);
+    /// Removes one record, discovered or manual (whose stored entry goes too).
+    void removeService(const VLServicePtr& service);
+
+private:
+    struct Browsing;
+
+    [[nodiscard]] bool hasRecordFor(const VLNetService& service) const;
+    [[nodiscard]] QString freeHostName(const VLNetService& service) const;
+    void addRecord(const VLServicePtr& service);
+    void removeRecordsOf(const VLNetService& service);
+    void endRecord(const VLServicePtr& service);
+
+    Environment m_environment;
+    const std::shared_ptr<Browsing> m_browsing;  ///< shared with the threads, which may outlive this object
+};

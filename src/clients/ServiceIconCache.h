@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+/// "serviceicons.cache.plist": the pictures that agents sent, by host name. An unreadable file counts as
+/// empty and is written anew. Any thread; one reader or writer at a time.
+class ServiceIconCache {
+public:
+    explicit ServiceIconCache(const QString& directory);
+
+    [[nodiscard]] std::optional<QByteArray> find(const QString& hostName) const;
+    void store(const QString& hostName, const QByteArray& data);
+
+private:
+    QString m_path;
+};

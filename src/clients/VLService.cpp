@@ -1,0 +1,207 @@
+// The record of a client: identity, state, notifications, archived form.
+
+#include "clients/VLService.h"
+
+#include "clients/MachineIcons.h"
+#include "clients/ServiceSession.h"
+#include "foundation/MainThread.h"
+#include "foundation/VLNotificationCenter.h"
+#include "logs/VLLog.h"
+
+#include <QBuffer>
+#include <QCollator>
+#include <QImageReader>
+#include <QLocale>
+
+namespace {
+
+constexpr QSize iconSize(128, 128);
+constexpr int pictureMemoryLimit = 64;  ///< MiB that one picture of an agent may unpack to
+
+Snapshot<VLServiceEnvironment>& environmentStore() {
+    static Snapshot<VLServiceEnvironment> store;
+    return store;
+}
+
+/// "Edit Bay 2" before "Edit Bay 10", whatever the case.
+int compareNames(const QString& a, const QString& b) {
+    static thread_local const QCollator collator = [] {
+        const bool hasRules = QLocale().language() != QLocale::C;
+        QCollator made(hasRules ? QLocale() : QLocale(QLocale::English));
+        made.setNumericMode(true);
+        made.setCaseSensitivity(Qt::CaseInsensitive);
+        return made;
+    }();
+    return collator.compare(a, b);
+}
+
+QByteArray pngData(const QImage& image) {
+    QByteArray data;
+    if (image.isNull()) return data;
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return data;
+}
+
+}  // namespace
+
+void VLService::setEnvironment(VLServiceEnvironment environment) {
+    QImageReader::setAllocationLimit(pictureMemoryLimit);
+    environmentStore().set(std::move(environment));
+}
+
+std::shared_ptr<const VLServiceEnvironment> VLService::environment() {
+    return environmentStore().shared();
+}
+
+VLService::VLService() : m_connection(std::make_unique<ConnectionState>()) {}
+
+VLService::~VLService() {
+    invalidateTimers();
+}
+
+VLServicePtr VLService::serviceWithName(const QString& name, const QString& hostName, const QString& ip,
+                                        int port, const VLCallbackTargetPtr& errorCallback) {
+    auto service = std::make_shared<VLService>();
+    service->m_name.set(name);
+    service->m_hostName.set(hostName);
+    service->m_manualIP.set(ip);
+    service->m_isManual = true;
+    service->m_port = port;
+    service->connectOnThread(errorCallback);
+    return service;
+}
+
+VLServicePtr VLService::serviceWithNetService(const VLNetService& netService,
+                                              const VLCallbackTargetPtr& errorCallback,
+                                              const QString& hostName) {
+    auto service = std::make_shared<VLService>();
+    service->m_name.set(netService.name);
+    service->m_hostName.set(hostName.isEmpty() ? netService.hostName : hostName);
+    service->m_port = netService.port;
+    service->m_netService.set(netService);
+    VLLog::appendLog(QStringLiteral("Getting TXT record..."));
+    const QString model = QString::fromUtf8(netService.txtRecord.value(QStringLiteral("model")));
+    if (!model.isEmpty()) service->m_icon.set(iconForMacModel(model, iconSize));
+    service->connectOnThread(errorCallback);
+    return service;
+}
+
+QImage VLService::iconForMacModel(const QString& model, const QSize& size) {
+    VLLog::appendLog(QStringLiteral("Getting icon for machine type %@..."), model);
+    const QString fileName = MachineIcons::fileNameForModel(model);
+    return fileName.isEmpty() ? QImage() : MachineIcons::image(fileName, size);
+}
+
+QString VLService::ipAddress() const {
+    if (isManual()) return manualIP();
+    const auto service = netService();
+    return service && !service->addresses.isEmpty() ? service->addresses.constFirst().address.toString()
+                                                    : QString();
+}
+
+int VLService::compareTitle(const VLService& other) const {
+    return compareNames(name(), other.name());
+}
+
+QString VLService::pinName() const {
+    if (const auto service = netService())
+        return QStringLiteral("%1 (%2)").arg(service->hostName, service->name);
+    return QStringLiteral("%1:%2").arg(manualIP()).arg(port());
+}
+
+void VLService::setNeedsMaintenance(bool needed) {
+    if (m_needsMaintenance.exchange(needed) != needed) refreshServiceView();
+}
+
+void VLService::setEnabled(bool enabled) {
+    if (m_enabled.exchange(enabled) != enabled) refreshServiceView();
+}
+
+void VLService::setErrorCode(int code) {
+    const bool changed = m_errorCode.exchange(code) != code;
+    if (changed) refreshServiceView();
+    if (code == 0) return;
+    VLNotificationCenter::defaultCenter().postNotification(
+        QStringLiteral("vlCorvalinPostLocalError"), {},
+        {{QStringLiteral("errorcode"), code}, {QStringLiteral("hostname"), hostName()}});
+}
+
+void VLService::setConnectionError(const QString& reason, const QByteArray& changedCertificate) {
+    m_connectionError.set(reason);
+    m_changedCertificate.set(changedCertificate);
+}
+
+void VLService::startProgressSpinner() {
+    setSpinning(true);
+}
+
+void VLService::stopProgressSpinner() {
+    setSpinning(false);
+}
+
+void VLService::setSpinning(bool spinning) {
+    const auto change = [weak = weak_from_this(), spinning] {
+        const VLServicePtr self = weak.lock();
+        if (self && self->m_spinning.exchange(spinning) != spinning) self->refreshServiceView();
+    };
+    if (MainThread::isCurrent())
+        change();
+    else
+        onMainThread(change);
+}
+
+void VLService::refreshServiceView() {
+    // A client that connects changes many times within a moment; one redraw shows them all.
+    if (m_refreshPending.exchange(true)) return;
+    onMainThread([weak = weak_from_this()] {
+        const VLServicePtr self = weak.lock();
+        if (!self) return;
+        self->m_refreshPending = false;
+        VLNotificationCenter::defaultCenter().postNotification(QStringLiteral("vlCorvalinServiceRefresh"),
+                                                               QVariant::fromValue(self));
+    });
+}
+
+void VLService::postConnectionFailedMessage() {
+    VLNotificationCenter::defaultCenter().postNotification(
+        QStringLiteral("vlCorvalinServiceConnectFailed"), {},
+        {{QStringLiteral("service"), QVariant::fromValue(shared_from_this())}});
+}
+
+void VLService::postInvalidatedMessage() {
+    VLNotificationCenter::defaultCenter().postNotification(
+        QStringLiteral("VLCorvalinServiceInvalidated"), {},
+        {{QStringLiteral("service"), QVariant::fromValue(shared_from_this())}});
+}
+
+void VLService::encode(QDataStream& stream) const {
+    stream << name() << hostName() << pngData(icon());
+    stream << QStringLiteral("port") << static_cast<qint32>(port());
+    stream << QStringLiteral("isConnected") << isConnected();
+    stream << QStringLiteral("needsMaintenance") << needsMaintenance();
+}
+
+VLServicePtr VLService::decode(QDataStream& stream) {
+    QString name, hostName, portKey, connectedKey, maintenanceKey;
+    QByteArray icon;
+    qint32 port = 0;
+    bool isConnected = false, needsMaintenance = false;
+    stream >> name >> hostName >> icon >> portKey >> port >> connectedKey >> isConnected >> maintenanceKey >>
+        needsMaintenance;
+    const bool known = portKey == u"port" && connectedKey == u"isConnected" &&
+                       maintenanceKey == u"needsMaintenance" && port >= 0 && port <= 65535;
+    if (stream.status() != QDataStream::Ok || !known) {
+        VLLog::appendLog(QStringLiteral("A stored client could not be read."));
+        return nullptr;
+    }
+    auto service = std::make_shared<VLService>();
+    service->m_name.set(name);
+    service->m_hostName.set(hostName);
+    if (!icon.isEmpty()) service->m_icon.set(MachineIcons::decode(icon));
+    service->m_port = port;
+    service->m_isConnected = isConnected;
+    service->m_needsMaintenance = needsMaintenance;
+    return service;
+}

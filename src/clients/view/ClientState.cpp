@@ -1,0 +1,44 @@
+#include "clients/view/ClientState.h"
+
+#include "clients/VLService.h"
+
+namespace {
+
+constexpr int clientOutdated = 2006, suiteOutdated = 2007, noConfiguration = 2008;
+
+QString address(const VLService& service) {
+    const QString ip = service.ipAddress();
+    return ip.isEmpty() ? service.hostName() : ip;
+}
+
+/// What is wrong with a client although its connection stands; empty when nothing is.
+QString problem(int errorCode) {
+    switch (errorCode) {
+        case clientOutdated:
+            return QStringLiteral("The client software is out of date");
+        case suiteOutdated:
+            return QStringLiteral("The suite is out of date");
+        case noConfiguration:
+            return QStringLiteral("The client did not send its configuration");
+        default:
+            return {};
+    }
+}
+
+}  // namespace
+
+ClientState clientState(const VLService& service) {
+    if (!service.changedCertificate().isEmpty()) {
+        return {ClientState::Attention, QStringLiteral("Identity changed — review before connecting")};
+    }
+    if (service.isConnected()) {
+        if (service.isProcessing()) return {ClientState::Working, QStringLiteral("Working…")};
+        const QString wrong = problem(service.errorCode());
+        if (!wrong.isEmpty()) return {ClientState::Attention, wrong};
+        return {ClientState::Connected, address(service)};
+    }
+    if (service.spinning()) return {ClientState::Connecting, QStringLiteral("Connecting…")};
+    const QString reason = service.connectionError();
+    if (reason.isEmpty()) return {ClientState::NotConnected, QStringLiteral("Not connected")};
+    return {ClientState::NotConnected, QStringLiteral("Not connected — %1").arg(reason)};
+}

@@ -1,0 +1,71 @@
+#include "clients/view/IdentitySheet.h"
+
+#include "remote/TlsIdentity.h"
+#include "widgets/Theme.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+
+QString pinnedFingerprint(const VLService& service) {
+    const auto environment = VLService::environment();
+    if (!environment || !environment->pins) return {};
+    const auto certificate = environment->pins->find(service.pinName());
+    return certificate ? certificateFingerprint(*certificate) : QString();
+}
+
+/// "AB:CD:…" on two lines of equal length: two fingerprints are compared by eye.
+QString twoLines(const QString& fingerprint) {
+    if (fingerprint.isEmpty()) return QStringLiteral("not known");
+    const qsizetype middle = fingerprint.indexOf(QLatin1Char(':'), fingerprint.size() / 2);
+    if (middle < 0) return fingerprint;
+    return fingerprint.left(middle + 1) + QLatin1Char('\n') + fingerprint.mid(middle + 1);
+}
+
+}  // namespace
+
+IdentitySheet::IdentitySheet(const VLServicePtr& service, std::function<void()> acceptNew, QWidget* parent)
+    : Sheet(QStringLiteral("The identity of “%1” has changed").arg(service->name()),
+            QStringLiteral(
+                "The computer shows another key than the one it was known by. That is so after its agent "
+                "was installed anew — or when another computer answers in its place. Compare the new "
+                "fingerprint with the one on the computer before you accept it."),
+            parent),
+      m_acceptNew(std::move(acceptNew)) {
+    setObjectName(QStringLiteral("identitySheet"));
+    setWindowTitle(QStringLiteral("New identity of %1").arg(service->name()));
+    const auto addFingerprint = [this](const QString& title, const QString& fingerprint, const char* name) {
+        auto* caption = new QLabel(title, this);
+        caption->setFont(themeFont(0.95, QFont::Medium));
+        auto* value = new QLabel(twoLines(fingerprint), this);
+        value->setObjectName(QLatin1String(name));
+        value->setFont(themeMonospaceFont());
+        value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+        value->setAccessibleName(title);
+        caption->setBuddy(value);
+        body()->addWidget(caption);
+        body()->addWidget(value);
+        body()->addSpacing(Metrics::unit / 2);
+    };
+    addFingerprint(QStringLiteral("Known fingerprint (SHA-256)"), pinnedFingerprint(*service),
+                   "knownFingerprint");
+    addFingerprint(QStringLiteral("New fingerprint (SHA-256)"),
+                   certificateFingerprint(service->changedCertificate()), "newFingerprint");
+    auto* compared = new QCheckBox(QStringLiteral("I have compared the new fingerprint"), this);
+    compared->setObjectName(QStringLiteral("compared"));
+    body()->addWidget(compared);
+
+    addCancelButton();
+    QPushButton* accept = addPrimaryButton(QStringLiteral("Accept New Identity"));
+    accept->setEnabled(false);
+    connect(compared, &QCheckBox::toggled, accept, &QPushButton::setEnabled);
+    setMinimumWidth(560);
+}
+
+void IdentitySheet::accept() {
+    m_acceptNew();
+    Sheet::accept();
+}

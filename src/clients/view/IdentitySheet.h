@@ -1,0 +1,19 @@
+#pragma once
+
+#include "clients/VLService.h"
+#include "widgets/Sheet.h"
+
+#include <functional>
+
+/// Shows the key that a client was known by and the one it shows now, and lets the user accept the new one.
+class IdentitySheet : public Sheet {
+    Q_OBJECT
+public:
+    /// `acceptNew` is called when the user has confirmed.
+    IdentitySheet(const VLServicePtr& service, std::function<void()> acceptNew, QWidget* parent);
+
+    void accept() override;
+
+private:
+    std::function<void()> m_acceptNew;
+};

@@ -1,0 +1,25 @@
+#include "dnssd/Names.h"
+
+namespace dnssd {
+
+QByteArray toLabel(const QString& name, int maxBytes) {
+    QByteArray bytes = name.toUtf8();
+    bytes.replace('\0', QByteArray());
+    if (bytes.size() <= maxBytes) return bytes;
+    // Step back over continuation bytes, so that the cut falls in front of a whole character.
+    qsizetype end = maxBytes;
+    while (end > 0 && (static_cast<unsigned char>(bytes.at(end)) & 0xC0) == 0x80)
+        --end;
+    return bytes.left(end);
+}
+
+QString withoutTrailingDot(const QString& name) {
+    return name.endsWith(QLatin1Char('.')) ? name.chopped(1) : name;
+}
+
+bool isSameHost(const QString& one, const QString& other) {
+    const QString left = withoutTrailingDot(one);
+    return !left.isEmpty() && left.compare(withoutTrailingDot(other), Qt::CaseInsensitive) == 0;
+}
+
+}  // namespace dnssd

@@ -1,0 +1,260 @@
+#include "foundation/VLUserDefaults.h"
+
+#include "foundation/MainThread.h"
+#include "foundation/PropertyList.h"
+#include "foundation/VLTimer.h"
+#include "logs/VLLog.h"
+#include "system/VLLocalPaths.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+#include <cmath>
+#include <mutex>
+
+namespace {
+
+constexpr auto writeDelay = std::chrono::milliseconds(1000);
+
+bool readPropertyList(QIODevice& device, QSettings::SettingsMap& map) {
+    const QVariant value = PropertyList::fromData(device.read(PropertyList::maximumFileSize + 1));
+    if (value.typeId() != QMetaType::QVariantMap) return false;
+    map = value.toMap();
+    return true;
+}
+
+bool writePropertyList(QIODevice& device, const QSettings::SettingsMap& map) {
+    const QByteArray data = PropertyList::toData(map);
+    return !data.isEmpty() && device.write(data) == data.size();
+}
+
+QSettings::Format settingsFormat() {
+    static const QSettings::Format format = QSettings::registerFormat(
+        QStringLiteral("plist"), readPropertyList, writePropertyList, Qt::CaseSensitive);
+    return format;
+}
+
+struct StandardPath {
+    std::mutex mutex;
+    QString path;
+};
+
+StandardPath& standardPath() {
+    static StandardPath path;
+    return path;
+}
+
+QString chosenStandardPath() {
+    const std::lock_guard lock(standardPath().mutex);
+    if (!standardPath().path.isEmpty()) return standardPath().path;
+    QString name = QCoreApplication::applicationName();
+    if (name.isEmpty()) name = QFileInfo(VLLocalPaths::executablePath()).completeBaseName();
+    return VLLocalPaths::configDirectory() + QLatin1Char('/') + name + QStringLiteral(".plist");
+}
+
+/// The stored values in memory and the changes that the file does not have yet. A QSettings object lives only
+/// during one transfer: it would otherwise post events to itself behind the lock.
+class Store {
+public:
+    explicit Store(const QString& path) : m_path(path) {
+        const std::lock_guard lock(m_mutex);
+        keepDamagedFile();
+        exchange();
+    }
+
+    void registerValues(const QVariantMap& values) {
+        const std::lock_guard lock(m_mutex);
+        m_registered.insert(values);
+    }
+
+    [[nodiscard]] QVariant value(const QString& key) const {
+        const std::lock_guard lock(m_mutex);
+        const auto stored = m_stored.find(key);
+        return stored != m_stored.end() ? *stored : m_registered.value(key);
+    }
+
+    [[nodiscard]] bool isStored(const QString& key) const {
+        const std::lock_guard lock(m_mutex);
+        return m_stored.contains(key);
+    }
+
+    /// An invalid value removes. True when the file has to be written and was up to date before.
+    bool set(const QString& key, const QVariant& value) {
+        const std::lock_guard lock(m_mutex);
+        if (value.isValid())
+            m_stored.insert(key, value);
+        else
+            m_stored.remove(key);
+        const bool isFirst = m_changes.isEmpty();
+        m_changes.insert(key, value);
+        return isFirst;
+    }
+
+    bool synchronize() {
+        const std::lock_guard lock(m_mutex);
+        return exchange();
+    }
+
+    bool synchronizeIfChanged() {
+        const std::lock_guard lock(m_mutex);
+        return m_changes.isEmpty() || exchange();
+    }
+
+private:
+    /// A file that cannot be read would be overwritten with the next change; its owner may want it back.
+    void keepDamagedFile() {
+        const QFileInfo file(m_path);
+        if (!file.isFile() || !file.isReadable() || file.size() == 0) return;
+        QString error;
+        if (PropertyList::readFile(m_path, &error).typeId() == QMetaType::QVariantMap) return;
+        const QString kept = m_path + QStringLiteral(".damaged");
+        QFile::remove(kept);
+        QFile::rename(m_path, kept);
+        VLLog::appendLog(QStringLiteral("Unable to read the settings %@ - %@. The file is kept as %@."),
+                         m_path, error.isEmpty() ? QStringLiteral("no dictionary") : error, kept);
+    }
+
+    /// QSettings takes "a/b" for a part of "a" and would remove it as well.
+    void remove(QSettings& settings, const QString& key) const {
+        settings.remove(key);
+        const QString prefix = key + QLatin1Char('/');
+        for (auto other = m_stored.lowerBound(prefix); other != m_stored.end(); ++other) {
+            if (!other.key().startsWith(prefix)) return;
+            settings.setValue(other.key(), other.value());
+        }
+    }
+
+    /// Brings the changes to the file and what others changed in the file here.
+    bool exchange() {
+        QSettings settings(m_path, settingsFormat());
+        settings.setFallbacksEnabled(false);
+        for (auto change = m_changes.cbegin(); change != m_changes.cend(); ++change) {
+            if (change.value().isValid())
+                settings.setValue(change.key(), change.value());
+            else
+                remove(settings, change.key());
+        }
+        settings.sync();
+        if (settings.status() != QSettings::NoError) {
+            VLLog::appendLog(QStringLiteral("Unable to read or write the settings %@"), m_path);
+            return false;
+        }
+        m_changes.clear();
+        m_stored.clear();
+        for (const QStringList keys = settings.allKeys(); const QString& key : keys)
+            m_stored.insert(key, settings.value(key));
+        return true;
+    }
+
+    const QString m_path;
+    mutable std::mutex m_mutex;
+    QVariantMap m_registered;
+    QVariantMap m_stored;
+    QVariantMap m_changes;  // an invalid value: removed
+};
+
+bool isReal(const QVariant& value) {
+    return value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float;
+}
+
+qlonglong integerOf(const QVariant& value) {
+    if (!isReal(value)) return value.toLongLong();
+    constexpr double limit = 9.2e18;
+    const double real = value.toDouble();
+    return std::abs(real) < limit ? static_cast<qlonglong>(real) : 0;
+}
+
+}  // namespace
+
+struct VLUserDefaults::Private {
+    explicit Private(const QString& path) : store(std::make_shared<Store>(path)) {}
+
+    void set(const QString& key, const QVariant& value) {
+        if (!store->set(key, PropertyList::normalized(value))) return;
+        auto timer = VLTimer::scheduledTimer(writeDelay, [store = store] { store->synchronizeIfChanged(); });
+        const std::lock_guard lock(timerMutex);
+        writeTimer.swap(timer);
+    }
+
+    std::shared_ptr<Store> store;
+    std::mutex timerMutex;
+    std::shared_ptr<VLTimer> writeTimer;  // so that a crash costs the last second's changes at most
+};
+
+VLUserDefaults::VLUserDefaults(const QString& path) : d(std::make_unique<Private>(path)) {}
+
+VLUserDefaults::~VLUserDefaults() {
+    d->store->synchronizeIfChanged();
+}
+
+VLUserDefaults& VLUserDefaults::standardUserDefaults() {
+    static VLUserDefaults defaults(chosenStandardPath());
+    return defaults;
+}
+
+void VLUserDefaults::setStandardPath(const QString& path) {
+    const std::lock_guard lock(standardPath().mutex);
+    standardPath().path = path;
+}
+
+void VLUserDefaults::registerDefaults(const QVariantMap& values) {
+    d->store->registerValues(PropertyList::normalized(values).toMap());
+}
+
+QVariant VLUserDefaults::objectForKey(const QString& key) const {
+    return d->store->value(key);
+}
+
+QString VLUserDefaults::stringForKey(const QString& key) const {
+    const QVariant value = objectForKey(key);
+    switch (value.typeId()) {
+        case QMetaType::QString:
+        case QMetaType::LongLong:
+        case QMetaType::Double:
+            return value.toString();
+        case QMetaType::Bool:
+            return value.toBool() ? QStringLiteral("1") : QStringLiteral("0");
+        default:
+            return {};
+    }
+}
+
+qlonglong VLUserDefaults::integerForKey(const QString& key) const {
+    return integerOf(objectForKey(key));
+}
+
+bool VLUserDefaults::boolForKey(const QString& key) const {
+    const QVariant value = objectForKey(key);
+    if (value.typeId() != QMetaType::QString) return isReal(value) ? value.toDouble() != 0 : value.toBool();
+    const QString text = value.toString().trimmed();
+    return text.toLongLong() != 0 || text.startsWith(u'y', Qt::CaseInsensitive) ||
+           text.startsWith(u't', Qt::CaseInsensitive);
+}
+
+QVariantList VLUserDefaults::arrayForKey(const QString& key) const {
+    const QVariant value = objectForKey(key);
+    return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
+}
+
+QVariantMap VLUserDefaults::dictionaryForKey(const QString& key) const {
+    const QVariant value = objectForKey(key);
+    return value.typeId() == QMetaType::QVariantMap ? value.toMap() : QVariantMap();
+}
+
+bool VLUserDefaults::isStored(const QString& key) const {
+    return d->store->isStored(key);
+}
+
+void VLUserDefaults::setObject(const QVariant& value, const QString& key) {
+    d->set(key, value);
+}
+
+void VLUserDefaults::removeObjectForKey(const QString& key) {
+    d->set(key, {});
+}
+
+bool VLUserDefaults::synchronize() {
+    return d->store->synchronize();
+}

@@ -1,0 +1,236 @@
+#include "logs/VLLog.h"
+
+#include "foundation/VLBundle.h"
+#include "system/VLLocalPaths.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSysInfo>
+
+#include <unistd.h>
+
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+constexpr quint32 lastByteCount = 499'999;  // a file with more than this is full
+constexpr int oldestNumber = 5;
+
+QString executableName() {
+    return QFileInfo(VLLocalPaths::executablePath()).completeBaseName();
+}
+
+QString pathOf(const QString& appName, int number) {
+    const QString library = VLLocalPaths::libraryDirectory(::geteuid() != 0);
+    return library + vlFormat(QStringLiteral("/Logs/Velmora/%@.%i.log"), appName, number);
+}
+
+void createFolderOf(const QString& path) {
+    const QString folder = QFileInfo(path).path();
+    if (!QDir().mkpath(folder))
+        VLLog::printToSystemLog(vlFormat(QStringLiteral("Unable to create folder %@."), folder));
+}
+
+void rotate(const QString& appName) {
+    QFile::remove(pathOf(appName, oldestNumber));
+    for (int number = oldestNumber - 1; number >= 1; --number) {
+        const QString from = pathOf(appName, number);
+        const QString to = pathOf(appName, number + 1);
+        if (!QFile::exists(from) || QFile::rename(from, to)) continue;
+        VLLog::printToSystemLog(vlFormat(QStringLiteral("Unable to move file %@ to %@"), from, to));
+        return;
+    }
+}
+
+QString header() {
+    const long processors = ::sysconf(_SC_NPROCESSORS_ONLN);
+    const double bytes =
+        static_cast<double>(::sysconf(_SC_PHYS_PAGES)) * static_cast<double>(::sysconf(_SC_PAGE_SIZE));
+    QString text = vlFormat(QStringLiteral("Log started: %@\n"), QDateTime::currentDateTime());
+    const QVariant version =
+        VLBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleVersion"));
+    if (version.isValid()) text += vlFormat(QStringLiteral("Version: %@\n"), version);
+    text += vlFormat(QStringLiteral("System: OS X %@, %i CPU(s), %0.2f GB RAM\n"),
+                     QSysInfo::prettyProductName(), static_cast<int>(processors), bytes / 1024 / 1024 / 1024);
+    return text + QStringLiteral("Running in 32-bit mode\n");
+}
+
+/// The error's description, or nothing when all went well.
+QString writeAtomically(const QString& path, const QByteArray& data) {
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit()) return {};
+    return file.errorString();
+}
+
+}  // namespace
+
+struct VLLog::Private {
+    // The file and what belongs to it. A real lock: a new log may be started while the queue writes.
+    std::mutex fileMutex;
+    QString appName;
+    std::unique_ptr<QFile> fileHandle;
+    quint32 bytesWritten = 0;
+
+    // The serial queue.
+    std::mutex queueMutex;
+    std::condition_variable queueChanged;
+    std::deque<QString> writeQueue;
+    bool isWriting = false;
+    bool isStopped = false;
+    std::thread worker;
+
+    [[nodiscard]] QString baseName() const { return appName.isEmpty() ? executableName() : appName; }
+    [[nodiscard]] QString currentPath() const { return pathOf(baseName(), 1); }
+
+    void startNewLog(const QString& name);
+    bool openFile(const QString& message);
+    bool appendLogOnThread(const QString& message);
+    void queue(const QString& line);
+    void workLoop();
+    void stop();
+};
+
+/// Called with the file's lock held.
+void VLLog::Private::startNewLog(const QString& name) {
+    fileHandle.reset();
+    if (appName.isEmpty()) appName = name;
+    bytesWritten = 0;
+    const QString path = currentPath();
+    createFolderOf(path);
+    if (QFile::exists(path)) rotate(baseName());
+    if (const QString error = writeAtomically(path, header().toUtf8()); !error.isEmpty()) {
+        printToSystemLog(vlFormat(QStringLiteral("Unable to create log file %@ - %@"), path, error));
+        return;
+    }
+    auto file = std::make_unique<QFile>(path);
+    if (file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
+        fileHandle = std::move(file);
+}
+
+/// Called with the file's lock held.
+bool VLLog::Private::openFile(const QString& message) {
+    if (fileHandle) return true;
+    auto file = std::make_unique<QFile>(currentPath());
+    if (file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
+        fileHandle = std::move(file);
+        return true;
+    }
+    printToSystemLog(vlFormat(QStringLiteral("Unable to log the following information: %@"), message));
+    printToSystemLog(QStringLiteral("Unable to open log for output"));
+    return false;
+}
+
+/// True when the file was full and a new one was started.
+bool VLLog::Private::appendLogOnThread(const QString& message) {
+    const std::lock_guard lock(fileMutex);
+    if (!openFile(message)) return false;
+    const QByteArray line =
+        vlFormat(QStringLiteral("%@ - %@\n"), QDateTime::currentDateTime(), message).toUtf8();
+    if (fileHandle->write(line) != line.size()) {
+        printToSystemLog(vlFormat(QStringLiteral("Exception writing to log: %@"), fileHandle->errorString()));
+        fileHandle.reset();  // the next write tries again
+        return false;
+    }
+    bytesWritten += static_cast<quint32>(line.size());
+    if (bytesWritten <= lastByteCount) return false;
+    startNewLog(appName);
+    return true;
+}
+
+void VLLog::Private::queue(const QString& line) {
+    {
+        const std::lock_guard lock(queueMutex);
+        if (!isStopped) {
+            if (!worker.joinable()) worker = std::thread([this] { workLoop(); });
+            writeQueue.push_back(line);
+            queueChanged.notify_all();
+            return;
+        }
+    }
+    appendLogOnThread(line);  // the process is ending and the queue is gone
+}
+
+void VLLog::Private::workLoop() {
+    std::unique_lock lock(queueMutex);
+    for (;;) {
+        queueChanged.wait(lock, [this] { return !writeQueue.empty() || isStopped; });
+        if (writeQueue.empty()) return;
+        const QString line = std::move(writeQueue.front());
+        writeQueue.pop_front();
+        isWriting = true;
+        lock.unlock();
+        const bool startedNewLog = appendLogOnThread(line);
+        lock.lock();
+        // Before what waits already: the note comes first in the new file.
+        if (startedNewLog) writeQueue.push_front(QStringLiteral("Log truncated at 500KB"));
+        isWriting = false;
+        queueChanged.notify_all();
+    }
+}
+
+/// Waits for what is queued, then closes the file.
+void VLLog::Private::stop() {
+    {
+        const std::lock_guard lock(queueMutex);
+        isStopped = true;
+        queueChanged.notify_all();
+    }
+    if (worker.joinable()) worker.join();
+    const std::lock_guard lock(fileMutex);
+    fileHandle.reset();
+}
+
+VLLog::VLLog() : d(std::make_unique<Private>()) {}
+
+VLLog::~VLLog() {
+    d->stop();
+}
+
+VLLog& VLLog::sharedController() {
+    // Never freed, only stopped at exit: other static objects may still log while they are destroyed.
+    static VLLog* const shared = new VLLog;
+    struct Stopper {
+        ~Stopper() { shared->d->stop(); }
+    };
+    static const Stopper stopper;
+    return *shared;
+}
+
+void VLLog::createNewLog(const QString& name) {
+    Private& log = *sharedController().d;
+    const std::lock_guard lock(log.fileMutex);
+    log.startNewLog(name);
+}
+
+void VLLog::queueLine(const QString& line) {
+    sharedController().d->queue(line);
+}
+
+void VLLog::appendLogAndPrint(const QString& text) {
+    appendLog(text);
+    printToSystemLog(text);
+}
+
+void VLLog::printToSystemLog(const QString& text) {
+    const QByteArray line = text.toUtf8() + '\n';
+    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
+}
+
+void VLLog::finishWriting() {
+    Private& log = *sharedController().d;
+    std::unique_lock lock(log.queueMutex);
+    log.queueChanged.wait(lock, [&log] { return log.writeQueue.empty() && !log.isWriting; });
+}
+
+QString VLLog::currentLogPath() {
+    Private& log = *sharedController().d;
+    const std::lock_guard lock(log.fileMutex);
+    return log.currentPath();
+}

@@ -1,0 +1,100 @@
+#include "remote/ConnectionCore.h"
+
+#include "remote/ConnectionLoop.h"
+#include "remote/KjQuiet.h"
+#include "remote/VLCorvalinServerProtocol.h"
+
+ConnectionCore::ConnectionCore(const RemoteLimits& limits) : m_limits(limits) {}
+
+QString ConnectionCore::lossReason() const {
+    const std::lock_guard lock(m_mutex);
+    return m_lossReason;
+}
+
+VLException ConnectionCore::lossException() const {
+    const QString reason = lossReason();
+    return VLException(VLException::inaccessible,
+                       reason.isEmpty() ? QStringLiteral("The connection was closed.") : reason);
+}
+
+void ConnectionCore::close(const QString& reason) {
+    std::unordered_set<Call> calls;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_valid.exchange(false)) return;
+        m_lossReason = reason;
+        calls.swap(m_calls);
+    }
+    const VLException error = lossException();
+    for (const Call& call : calls)
+        call->fail(error);
+    m_queue->post([self = shared_from_this()] {
+        if (self->m_loop) self->m_loop->stop();
+    });
+}
+
+void ConnectionCore::wake() {
+    m_wake = true;
+    m_queue->post([self = shared_from_this()] {
+        if (self->m_loop) self->m_loop->endSlice();
+    });
+}
+
+bool ConnectionCore::respondsToSelector(const QString& selector) {
+    const auto call =
+        std::make_shared<PendingCall>(PendingCall::Kind::Responds, selector, QVariantList(), m_limits);
+    return callAndWait(call, noTimeLimit).toBool();
+}
+
+QVariant ConnectionCore::perform(const QString& selector, const QVariantList& arguments,
+                                 std::chrono::milliseconds limit) {
+    using namespace VLCorvalinServerProtocol;
+    const auto call =
+        std::make_shared<PendingCall>(PendingCall::Kind::Perform, selector, arguments, m_limits);
+    const Operation* known = operation(Side::Agent, selector);
+    if (!known || known->mode != Mode::Oneway) return callAndWait(call, limit);
+    sendOneway(call);
+    return {};
+}
+
+void ConnectionCore::sendOneway(const Call& call) {
+    if (!isValid()) throw lossException();
+    if (isOwner() && m_loop) return m_loop->send(call);
+    m_queue->post([self = shared_from_this(), call] {
+        if (self->m_loop) self->m_loop->send(call);
+    });
+}
+
+QVariant ConnectionCore::callAndWait(const Call& call, std::chrono::milliseconds limit) {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_valid) m_calls.insert(call);
+    }
+    if (!isValid()) throw lossException();
+    wait(call, limit);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_calls.erase(call);
+    }
+    if (!call->isDone())
+        throw VLException(
+            VLException::portTimeout,
+            QStringLiteral("There was no reply to %1 in %2 ms.").arg(call->selector()).arg(limit.count()));
+    return call->takeResult();
+}
+
+void ConnectionCore::wait(const Call& call, std::chrono::milliseconds limit) {
+    if (isOwner()) {
+        const KjQuiet quiet;
+        // Without a loop the connection is being taken down on this very thread.
+        if (!m_loop) return call->fail(lossException());
+        return m_loop->sendAndWait(call, limit);
+    }
+    m_queue->post([self = shared_from_this(), call] {
+        if (self->m_loop) self->m_loop->send(call);
+    });
+    if (call->waitFor(limit)) return;
+    m_queue->post([self = shared_from_this(), call] {
+        if (self->m_loop) self->m_loop->cancel(call);
+    });
+}

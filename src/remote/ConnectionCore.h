@@ -1,0 +1,62 @@
+#pragma once
+
+#include "remote/EventLoopQueue.h"
+#include "remote/PendingCall.h"
+#include "remote/VLConnection.h"
+#include "remote/VLProxyObject.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <unordered_set>
+
+class ConnectionLoop;
+
+/// What other threads hold of a connection: its proxy and its control. It outlives the connection and then
+/// fails every call.
+class ConnectionCore final : public VLProxyObject,
+                             public VLConnection::Control,
+                             public std::enable_shared_from_this<ConnectionCore> {
+public:
+    /// On the thread that will serve the connection.
+    explicit ConnectionCore(const RemoteLimits& limits);
+
+    bool respondsToSelector(const QString& selector) override;
+    QVariant perform(const QString& selector, const QVariantList& arguments,
+                     std::chrono::milliseconds limit) override;
+
+    void wake() override;
+    void invalidate() override { close({}); }
+    bool isValid() const noexcept override { return m_valid.load(); }
+
+    [[nodiscard]] QString lossReason() const;
+    /// Fails all calls, and every later one. The first reason counts. Any thread.
+    void close(const QString& reason);
+
+    // The connection's thread.
+    void setLoop(ConnectionLoop* loop) { m_loop = loop; }
+    [[nodiscard]] EventLoopQueue& queue() { return *m_queue; }
+    /// True once for each wake().
+    [[nodiscard]] bool takeWake() { return m_wake.exchange(false); }
+
+private:
+    using Call = std::shared_ptr<PendingCall>;
+
+    [[nodiscard]] bool isOwner() const { return std::this_thread::get_id() == m_owner; }
+    [[nodiscard]] VLException lossException() const;
+    void sendOneway(const Call& call);
+    [[nodiscard]] QVariant callAndWait(const Call& call, std::chrono::milliseconds limit);
+    void wait(const Call& call, std::chrono::milliseconds limit);
+
+    const RemoteLimits m_limits;
+    const std::thread::id m_owner = std::this_thread::get_id();
+    const std::shared_ptr<EventLoopQueue> m_queue = std::make_shared<EventLoopQueue>();
+    ConnectionLoop* m_loop = nullptr;  ///< the owner's only
+
+    std::atomic_bool m_valid = true;
+    std::atomic_bool m_wake = false;
+    mutable std::mutex m_mutex;
+    QString m_lossReason;
+    std::unordered_set<Call> m_calls;  ///< that somebody waits for
+};

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "foundation/Snapshot.h"
+#include "remote/RemoteClient.h"
+#include "remote/TaskProgress.h"
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+#include <memory>
+
+/// Runs one operation of the agents' protocol on one client or on all selected clients.
+///
+/// Called from worker threads only (the single-client primitives and the waiting fan-outs refuse the main
+/// thread's wait, as TaskProgress says). Nothing here throws: failures are logged, the client concerned is
+/// marked not connected, and the others go on.
+class RemoteRunner {
+public:
+    struct Environment {
+        TaskProgress* progress = nullptr;                          ///< outlives the runner
+        std::function<QList<RemoteClientPtr>()> selectedServices;  ///< any thread
+        VLCallbackTargetPtr errorCallback;                         ///< handed to agents on connecting
+        /// Number of processors that the fan-out splits over; QThread::idealThreadCount() when empty.
+        std::function<int()> processorCount;
+        /// Told, on the worker, how many selected clients the split over processors left out (never 0).
+        std::function<void(int count)> clientsLeftOut;
+        /// A client's failure, for the error queue: `reason` in plain words. Any thread. May be empty.
+        std::function<void(const QString& hostName, const QString& reason)> clientFailed;
+    };
+    explicit RemoteRunner(Environment environment);
+
+    // One client.
+    void executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
+                             const RemoteClientPtr& service);
+    /// The agent's answer, or invalid.
+    [[nodiscard]] QVariant objectFromRemoteMethod(const QString& selector, const QVariant& obj1,
+                                                  const QVariant& obj2, const RemoteClientPtr& service);
+    [[nodiscard]] QVariant objectFromRemoteTask(const QString& task, const QString& bundleID,
+                                                const QVariantMap& options, const RemoteClientPtr& service);
+    void executeRemoteTask(const QString& task, const QString& bundleID, const QVariantMap& options,
+                           const RemoteClientPtr& service);
+
+    // All selected clients.
+    /// Answers by host name; null (no value) when no client is selected.
+    [[nodiscard]] QVariant objectsFromRemoteMethod(const QString& selector, const QVariant& obj1 = {},
+                                                   const QVariant& obj2 = {});
+    void executeRemoteMethods(const QString& selector, const QVariant& obj1 = {}, const QVariant& obj2 = {});
+    /// Returns at once; completion is observed through the task count.
+    void executeRemoteTasks(const QString& task, const QString& bundleID, const QVariantMap& options);
+
+    /// The selected clients in groups, one per thread.
+    [[nodiscard]] QList<QList<RemoteClientPtr>> selectedServicesForCores() const;
+
+    /// The answers of the last many-client read, by host name.
+    [[nodiscard]] QVariantMap threadedObjectDict() const { return m_threadedObjectDict.get(); }
+
+private:
+    /// The answers of one many-client read. Should reads overlap, or a cancelled one end late, the answers
+    /// stay apart; threadedObjectDict() shows those of the read that started last.
+    struct Read {
+        Snapshot<QVariantMap> answers;
+    };
+    using ReadPtr = std::shared_ptr<Read>;
+    struct Split;
+    using ClientWork = std::function<void(const RemoteClientPtr&)>;
+
+    [[nodiscard]] Split split() const;
+    [[nodiscard]] Split splitForWork() const;
+    void runOnGroups(const QList<QList<RemoteClientPtr>>& groups, const QString& threadName,
+                     const std::function<bool()>& isCancelled, const ClientWork& work) const;
+
+    [[nodiscard]] VLProxyObjectPtr connectedProxy(const RemoteClientPtr& service) const;
+    QVariant sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
+                        const RemoteClientPtr& service) const;
+    [[nodiscard]] QVariant checkedAnswer(const QString& selector, const QVariant& answer,
+                                         const RemoteClientPtr& service) const;
+    QVariant guarded(const char* method, const QString& selector, const RemoteClientPtr& service,
+                     const std::function<QVariant()>& body) const;
+    void reportFailure(const RemoteClientPtr& service, const QString& reason) const;
+
+    // On the main thread, waiting until done.
+    void setThreadedObjectDict(const QVariantMap& dictionary);
+    void resetThreadedObjectDict(const ReadPtr& read);
+    void threadedObjectDictSetObject(const QVariant& object, const QString& key, const ReadPtr& read);
+
+    Environment m_environment;
+    Snapshot<QVariantMap> m_threadedObjectDict;
+    ReadPtr m_currentRead;  ///< main thread only
+};

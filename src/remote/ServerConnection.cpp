@@ -1,0 +1,171 @@
+#include "remote/ServerConnection.h"
+
+#include "logs/VLLog.h"
+#include "remote/VLCorvalinServerProtocol.h"
+#include "remote/WireValue.h"
+
+#include <kj/debug.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int ticksOfSilence = 8;
+constexpr std::size_t longTransfer = 64 * 1024;
+
+/// A console's thread is away between two slices, its heartbeat with it; it gets twice the time that an
+/// agent gets, whose loop always turns.
+kj::Duration lifeTick(const RemoteLimits& limits) {
+    return std::max<std::int64_t>(10, 2 * limits.heartbeatTimeout.count() / ticksOfSilence) *
+           kj::MILLISECONDS;
+}
+
+}  // namespace
+
+// kj deletes its objects through what made them, so its interfaces have no virtual destructors.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
+/// The root object on the wire. Its connection outlives it.
+class ServerConnection::RootObject final : public wire::Root::Server {
+public:
+    explicit RootObject(ServerConnection& connection) : m_connection(connection) {}
+
+protected:
+    kj::Promise<void> respondsToSelector(RespondsToSelectorContext context) override {
+        WireReader reader(m_connection.m_environment.limits);
+        const QString selector = reader.text(context.getParams().getSelector());
+        context.getResults().setResponds(m_connection.respondsToSelector(selector));
+        return kj::READY_NOW;
+    }
+
+    kj::Promise<void> heartbeat(HeartbeatContext) override { return kj::READY_NOW; }
+
+    kj::Promise<void> perform(PerformContext context) override {
+        using namespace VLCorvalinServerProtocol;
+        const auto& limits = m_connection.m_environment.limits;
+        try {
+            const auto bytes = context.getParams().totalSize().wordCount * sizeof(capnp::word);
+            WireReader reader(limits);
+            const QString selector = reader.text(context.getParams().getSelector());
+            const QVariantList arguments = readArguments(reader, context.getParams().getArguments());
+            context.releaseParams();
+
+            const Operation* known = operation(Side::Agent, selector);
+            if (known && known->mode == Mode::Oneway) {
+                m_connection.performOneway(selector, arguments, bytes);
+                return kj::READY_NOW;
+            }
+            return m_connection.perform(selector, arguments, bytes).then([context](Outcome outcome) mutable {
+                context.getResults().setOutcome(outcome->getRoot<wire::Outcome>().asReader());
+            });
+        } catch (const VLException& exception) {
+            WireWriter(limits).write(context.getResults().initOutcome().initException(), exception);
+            return kj::READY_NOW;
+        }
+    }
+
+private:
+    QVariantList readArguments(WireReader& reader, capnp::List<wire::Argument>::Reader source) {
+        // More than any operation has, and enough to keep a list without end from being read.
+        if (source.size() > 64)
+            throw VLException(VLException::invalidArgument, QStringLiteral("There are too many arguments."));
+        QVariantList arguments;
+        for (const auto argument : source) {
+            if (argument.isCallback())
+                arguments.append(QVariant::fromValue(m_connection.m_hub->adopt(argument.getCallback())));
+            else if (argument.isValue())
+                arguments.append(reader.read(argument.getValue()));
+            else
+                throw VLException(VLException::invalidArgument,
+                                  QStringLiteral("An argument is of an unknown kind."));
+        }
+        return arguments;
+    }
+
+    ServerConnection& m_connection;
+};
+
+#pragma GCC diagnostic pop
+
+ServerConnection::ServerConnection(Environment& environment, Streams streams, quint64 peer, QString address,
+                                   std::shared_ptr<ServerWorker> worker)
+    : m_environment(environment),
+      m_peer(peer),
+      m_address(std::move(address)),
+      m_worker(std::move(worker)),
+      m_hub(std::make_shared<CallbackHub>(environment.queue, environment.limits)),
+      m_socket(kj::mv(streams.socket)),
+      m_stream(kj::mv(streams.tls)),
+      m_wire(*m_stream, environment.limits),
+      m_network(m_wire, capnp::rpc::twoparty::Side::SERVER, WireStream::readerOptions(environment.limits)),
+      m_tasks(*this) {
+    m_wire.setNetwork(m_network);
+}
+
+ServerConnection::~ServerConnection() noexcept(false) {
+    m_hub->close();
+}
+
+void ServerConnection::start(std::function<void(const QString&)> lost) {
+    m_lost = std::move(lost);
+    m_rpc = kj::heap<capnp::RpcSystem<capnp::rpc::twoparty::VatId>>(
+        capnp::makeRpcServer(m_network, wire::Root::Client(kj::heap<RootObject>(*this))));
+    m_tasks.add(m_network.onDisconnect().then([this] { lose(m_wire.endReason()); }));
+    m_tasks.add(watchLife());
+}
+
+void ServerConnection::lose(const QString& reason) {
+    if (auto lost = std::exchange(m_lost, nullptr)) lost(reason);
+}
+
+void ServerConnection::taskFailed(kj::Exception&& exception) {
+    lose(fromKj(exception.getDescription()));
+}
+
+bool ServerConnection::respondsToSelector(const QString& selector) {
+    return m_environment.root->respondsToSelector(selector);
+}
+
+kj::Promise<ServerConnection::Outcome> ServerConnection::perform(const QString& selector,
+                                                                 const QVariantList& arguments,
+                                                                 std::size_t bytes) {
+    const quint64 ticket = ++m_lastTicket;
+    const auto done = [queue = m_environment.queue, self = weak_from_this(), ticket](const Outcome& outcome) {
+        queue->post([self, ticket, outcome] {
+            if (const auto connection = self.lock()) connection->finish(ticket, outcome);
+        });
+    };
+    if (!m_worker->add({selector, arguments, bytes, done}))
+        throw VLException(VLException::generic,
+                          QStringLiteral("The client has too many operations to do already."));
+    auto pair = kj::newPromiseAndFulfiller<Outcome>();
+    m_tickets.emplace(ticket, kj::mv(pair.fulfiller));
+    return kj::mv(pair.promise);
+}
+
+void ServerConnection::performOneway(const QString& selector, const QVariantList& arguments,
+                                     std::size_t bytes) {
+    if (m_worker->add({selector, arguments, bytes, nullptr}) || !m_log.take()) return;
+    VLLog::appendLog(QStringLiteral("Too many operations are waiting; %@ of %@ is dropped."), selector,
+                     m_address);
+}
+
+void ServerConnection::finish(quint64 ticket, Outcome outcome) {
+    const auto found = m_tickets.find(ticket);
+    if (found == m_tickets.end()) return;
+    found->second->fulfill(kj::mv(outcome));
+    m_tickets.erase(found);
+}
+
+kj::Promise<void> ServerConnection::watchLife() {
+    return m_environment.timer.afterDelay(lifeTick(m_environment.limits)).then([this]() -> kj::Promise<void> {
+        const bool sending = m_network.getCurrentQueueSize() > longTransfer;
+        const std::uint64_t life = m_socket->bytesRead() + (sending ? m_socket->bytesWritten() : 0);
+        m_silentTicks = life == m_lifeSeen ? m_silentTicks + 1 : 0;
+        m_lifeSeen = life;
+        if (m_silentTicks < ticksOfSilence) return watchLife();
+        lose(QStringLiteral("The console gave no sign of life."));
+        return kj::READY_NOW;
+    });
+}

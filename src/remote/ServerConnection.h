@@ -1,0 +1,75 @@
+#pragma once
+
+#include "remote/CallbackHub.h"
+#include "remote/EventLoopQueue.h"
+#include "remote/LogBudget.h"
+#include "remote/ServerWorker.h"
+#include "remote/TaskErrorHandler.h"
+#include "remote/WireStream.h"
+
+#include <capnp/rpc-twoparty.h>
+#include <kj/async-io.h>
+#include <kj/timer.h>
+
+#include <functional>
+#include <memory>
+#include <unordered_map>
+
+/// One console that is connected and authorised. Lives on the server's thread, except for its worker.
+class ServerConnection final : public std::enable_shared_from_this<ServerConnection>,
+                               public TaskErrorHandler {
+public:
+    /// What the connections of a server share; outlives them.
+    struct Environment {
+        kj::Timer& timer;
+        std::shared_ptr<EventLoopQueue> queue;
+        std::shared_ptr<VLRootObject> root;
+        RemoteLimits limits;
+    };
+    struct Streams {
+        kj::Own<CountingStream> socket;
+        kj::Own<kj::AsyncIoStream> tls;
+    };
+
+    ServerConnection(Environment& environment, Streams streams, quint64 peer, QString address,
+                     std::shared_ptr<ServerWorker> worker);
+    ~ServerConnection() noexcept(false) override;
+
+    /// `lost` is called once, from a task of this connection: destroy it later, not there.
+    void start(std::function<void(const QString& reason)> lost);
+    [[nodiscard]] const std::shared_ptr<ServerWorker>& worker() const { return m_worker; }
+    [[nodiscard]] const QString& address() const { return m_address; }
+
+private:
+    class RootObject;
+    using Outcome = ServerWorker::Outcome;
+
+    [[nodiscard]] bool respondsToSelector(const QString& selector);
+    /// Has the worker perform it. Throws VLException when it can't be taken in.
+    [[nodiscard]] kj::Promise<Outcome> perform(const QString& selector, const QVariantList& arguments,
+                                               std::size_t bytes);
+    void performOneway(const QString& selector, const QVariantList& arguments, std::size_t bytes);
+    void finish(quint64 ticket, Outcome outcome);
+    [[nodiscard]] kj::Promise<void> watchLife();
+    void lose(const QString& reason);
+    void taskFailed(kj::Exception&& exception) override;
+
+    Environment& m_environment;
+    const quint64 m_peer;
+    const QString m_address;
+    const std::shared_ptr<ServerWorker> m_worker;
+    const std::shared_ptr<CallbackHub> m_hub;
+    std::function<void(const QString& reason)> m_lost;
+    LogBudget m_log;
+
+    kj::Own<CountingStream> m_socket;
+    kj::Own<kj::AsyncIoStream> m_stream;
+    WireStream m_wire;
+    capnp::TwoPartyVatNetwork m_network;
+    kj::Own<capnp::RpcSystem<capnp::rpc::twoparty::VatId>> m_rpc;
+    std::unordered_map<quint64, kj::Own<kj::PromiseFulfiller<Outcome>>> m_tickets;
+    quint64 m_lastTicket = 0;
+    std::uint64_t m_lifeSeen = 0;
+    int m_silentTicks = 0;
+    kj::TaskSet m_tasks;
+};

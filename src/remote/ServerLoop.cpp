@@ -1,0 +1,190 @@
+#include "remote/ServerLoop.h"
+
+#include "logs/VLLog.h"
+#include "remote/SocketConnector.h"
+#include "remote/TlsSettings.h"
+#include "remote/WireValue.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr auto pauseAfterFailedAccept = 100 * kj::MILLISECONDS;
+/// How long a refused console may take to read why.
+constexpr auto lingerTime = 1 * kj::SECONDS;
+
+QString peerAddress(kj::AsyncIoStream& stream) {
+    sockaddr_storage address{};
+    kj::uint length = sizeof address;
+    stream.getpeername(reinterpret_cast<sockaddr*>(&address), &length);
+    char host[NI_MAXHOST] = "";
+    ::getnameinfo(reinterpret_cast<const sockaddr*>(&address), length, host, sizeof host, nullptr, 0,
+                  NI_NUMERICHOST);
+    return QString::fromLatin1(host);
+}
+
+kj::Promise<void> drain(kj::AsyncIoStream& stream) {
+    auto buffer = kj::heapArray<kj::byte>(4096);
+    auto promise = stream.tryRead(buffer.begin(), 1, buffer.size());
+    return promise.attach(kj::mv(buffer)).then([&stream](size_t count) -> kj::Promise<void> {
+        if (count == 0) return kj::READY_NOW;
+        return drain(stream);
+    });
+}
+
+}  // namespace
+
+ServerLoop::ServerLoop(kj::AsyncIoContext& io, std::shared_ptr<EventLoopQueue> queue,
+                       std::shared_ptr<VLRootObject> root, const VLServerOptions& options,
+                       std::atomic_int& connectionCount)
+    : m_io(io),
+      m_options(options),
+      m_connectionCount(connectionCount),
+      m_environment{io.lowLevelProvider->getTimer(), std::move(queue), std::move(root), options.limits},
+      m_tasks(kj::heap<kj::TaskSet>(*this)) {
+    m_io.waitScope.setBusyPollInterval(50);
+}
+
+ServerLoop::~ServerLoop() noexcept(false) {
+    m_environment.queue->close();
+    m_tasks = nullptr;
+    for (auto& [peer, connection] : m_connections) {
+        m_endingWorkers.emplace(peer, connection->worker());
+        connection.reset();
+    }
+    m_connectionCount = 0;
+    for (auto& [peer, worker] : m_endingWorkers)
+        worker->close(true);
+    for (auto& [peer, worker] : m_endingWorkers)
+        worker->join();
+}
+
+void ServerLoop::run(kj::AutoCloseFd listener) {
+    using Flags = kj::LowLevelAsyncIoProvider;
+    auto receiver = m_io.lowLevelProvider->wrapListenSocketFd(
+        listener.release(), Flags::TAKE_OWNERSHIP | Flags::ALREADY_CLOEXEC | Flags::ALREADY_NONBLOCK);
+    m_tasks->add(acceptNext(*receiver));
+    m_tasks->add(m_environment.queue->run(m_io.unixEventPort));
+    m_stopped.promise.wait(m_io.waitScope);
+    m_tasks = kj::heap<kj::TaskSet>(*this);
+}
+
+void ServerLoop::log(const QString& line, const QString& address, const QString& reason) {
+    if (m_log.take()) VLLog::appendLog(line, address, reason);
+}
+
+void ServerLoop::taskFailed(kj::Exception&& exception) {
+    log(QStringLiteral("The server failed: %@"), fromKj(exception.getDescription()));
+}
+
+kj::Promise<void> ServerLoop::acceptNext(kj::ConnectionReceiver& receiver) {
+    return receiver.accept().then(
+        [this, &receiver](kj::Own<kj::AsyncIoStream>&& stream) {
+            accepted(kj::mv(stream));
+            return acceptNext(receiver);
+        },
+        [this, &receiver](kj::Exception&& exception) {
+            // Most likely there are too many open files; connections that end will free some.
+            log(QStringLiteral("No connection was accepted: %@"), fromKj(exception.getDescription()));
+            return m_environment.timer.afterDelay(pauseAfterFailedAccept).then([this, &receiver] {
+                return acceptNext(receiver);
+            });
+        });
+}
+
+void ServerLoop::accepted(kj::Own<kj::AsyncIoStream> stream) {
+    const auto most = std::size_t(std::max(1, m_options.maximumConnections));
+    QString address = peerAddress(*stream);
+    if (m_connections.size() >= most)
+        return log(QStringLiteral("%@ is turned away: there are too many connections."), address);
+    // Whoever connects and says nothing must not keep others out.
+    if (m_handshakes.size() >= most) m_handshakes.begin()->second->fulfill();
+
+    auto handshake = kj::heap<Handshake>(
+        Handshake{++m_lastPeer, std::move(address), kj::heap<CountingStream>(kj::mv(stream))});
+    const quint64 peer = handshake->peer;
+    auto dropped = kj::newPromiseAndFulfiller<void>();
+    m_handshakes.emplace(peer, kj::mv(dropped.fulfiller));
+    auto promise = kj::evalNow([&] { return shakeHands(*handshake); });
+    m_tasks->add(promise.attach(kj::mv(handshake))
+                     .exclusiveJoin(kj::mv(dropped.promise))
+                     .then([this, peer] { m_handshakes.erase(peer); },
+                           [this, peer](kj::Exception&& exception) {
+                               m_handshakes.erase(peer);
+                               taskFailed(kj::mv(exception));
+                           }));
+}
+
+kj::TlsContext& ServerLoop::tlsContext() {
+    QList<QByteArray> certificates;
+    try {
+        if (m_options.authorizedCertificates) certificates = m_options.authorizedCertificates();
+    } catch (const std::exception& exception) {
+        VLException::logException(exception, "-[VLServer authorizedCertificates]");
+    }
+    if (!m_tlsContext || certificates != m_tlsContextCertificates) {
+        m_tlsContext = TlsSettings::server(m_options.identity, certificates);
+        m_tlsContextCertificates = certificates;
+    }
+    return *m_tlsContext;
+}
+
+kj::Promise<void> ServerLoop::shakeHands(Handshake& handshake) {
+    kj::Own<kj::AsyncIoStream> socket(handshake.socket.get(), kj::NullDisposer::instance);
+    const auto limit = m_options.limits.connect.count() * kj::MILLISECONDS;
+    return m_environment.timer.timeoutAfter(limit, tlsContext().wrapServer(kj::mv(socket)))
+        .then(
+            [this, &handshake](kj::Own<kj::AsyncIoStream>&& tls) -> kj::Promise<void> {
+                begin(handshake, kj::mv(tls));
+                return kj::READY_NOW;
+            },
+            [this, &handshake](kj::Exception&& exception) { return refuse(handshake, exception); });
+}
+
+kj::Promise<void> ServerLoop::refuse(Handshake& handshake, const kj::Exception& exception) {
+    log(QStringLiteral("%@ is refused: %@"), handshake.address, fromKj(exception.getDescription()));
+    if (exception.getType() == kj::Exception::Type::OVERLOADED) return kj::READY_NOW;
+    // Closing a socket with unread data in it resets the connection, and the alert that says why is lost.
+    handshake.socket->shutdownWrite();
+    return m_environment.timer.timeoutAfter(lingerTime, drain(*handshake.socket)).catch_([](kj::Exception&&) {
+    });
+}
+
+void ServerLoop::begin(Handshake& handshake, kj::Own<kj::AsyncIoStream> tls) {
+    const quint64 peer = handshake.peer;
+    auto worker = std::make_shared<ServerWorker>(
+        m_environment.root, m_options.limits, peer,
+        [this, queue = m_environment.queue, peer] { queue->post([this, peer] { reap(peer); }); });
+    auto connection = std::make_shared<ServerConnection>(
+        m_environment, ServerConnection::Streams{kj::mv(handshake.socket), kj::mv(tls)}, peer,
+        handshake.address, std::move(worker));
+    connection->start([this, peer](const QString& reason) {
+        // Later: this is called by a task of the connection that is to be destroyed.
+        m_tasks->add(kj::evalLater([this, peer, reason] { remove(peer, reason); }));
+    });
+    m_connections.emplace(peer, std::move(connection));
+    m_connectionCount = int(m_connections.size());
+}
+
+void ServerLoop::remove(quint64 peer, const QString& reason) {
+    const auto found = m_connections.find(peer);
+    if (found == m_connections.end()) return;
+    log(QStringLiteral("The connection with %@ ended: %@"), found->second->address(), reason);
+    const auto worker = found->second->worker();
+    m_connections.erase(found);
+    m_connectionCount = int(m_connections.size());
+    worker->close(false);
+    if (worker->wasStarted()) m_endingWorkers.emplace(peer, worker);
+}
+
+void ServerLoop::reap(quint64 peer) {
+    const auto found = m_endingWorkers.find(peer);
+    if (found == m_endingWorkers.end()) return;
+    found->second->join();  // its thread is past all work
+    m_endingWorkers.erase(found);
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "remote/LogBudget.h"
+#include "remote/ServerConnection.h"
+#include "remote/TaskErrorHandler.h"
+#include "remote/VLServer.h"
+
+#include <kj/async-io.h>
+#include <kj/compat/tls.h>
+
+#include <atomic>
+#include <map>
+#include <memory>
+
+/// What the server's thread runs: accepts, shakes hands, and keeps the connections.
+class ServerLoop final : public TaskErrorHandler {
+public:
+    ServerLoop(kj::AsyncIoContext& io, std::shared_ptr<EventLoopQueue> queue,
+               std::shared_ptr<VLRootObject> root, const VLServerOptions& options,
+               std::atomic_int& connectionCount);
+    /// Drops all connections and waits for the operations under way. Not from a task of the loop.
+    ~ServerLoop() noexcept(false) override;
+
+    /// Serves until stop() was called, by a function in the queue.
+    void run(kj::AutoCloseFd listener);
+    void stop() { m_stopped.fulfiller->fulfill(); }
+
+private:
+    struct Handshake {
+        quint64 peer;
+        QString address;
+        kj::Own<CountingStream> socket;
+    };
+
+    [[nodiscard]] kj::Promise<void> acceptNext(kj::ConnectionReceiver& receiver);
+    void accepted(kj::Own<kj::AsyncIoStream> stream);
+    [[nodiscard]] kj::Promise<void> shakeHands(Handshake& handshake);
+    [[nodiscard]] kj::Promise<void> refuse(Handshake& handshake, const kj::Exception& exception);
+    void begin(Handshake& handshake, kj::Own<kj::AsyncIoStream> tls);
+    void remove(quint64 peer, const QString& reason);
+    void reap(quint64 peer);
+    [[nodiscard]] kj::TlsContext& tlsContext();
+    void log(const QString& line, const QString& address, const QString& reason = {});
+    void taskFailed(kj::Exception&& exception) override;
+
+    kj::AsyncIoContext& m_io;
+    const VLServerOptions& m_options;
+    std::atomic_int& m_connectionCount;
+    ServerConnection::Environment m_environment;
+    kj::PromiseFulfillerPair<void> m_stopped = kj::newPromiseAndFulfiller<void>();
+    LogBudget m_log;
+
+    kj::Own<kj::TlsContext> m_tlsContext;
+    QList<QByteArray> m_tlsContextCertificates;  ///< that the context trusts
+
+    quint64 m_lastPeer = 0;
+    std::map<quint64, kj::Own<kj::PromiseFulfiller<void>>> m_handshakes;  ///< fulfil to drop; oldest first
+    std::map<quint64, std::shared_ptr<ServerConnection>> m_connections;
+    std::map<quint64, std::shared_ptr<ServerWorker>> m_endingWorkers;
+    kj::Own<kj::TaskSet> m_tasks;
+};

@@ -1,0 +1,191 @@
+#include "remote/SocketConnector.h"
+
+#include "foundation/VLThread.h"
+#include "system/VLException.h"
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+std::chrono::milliseconds Deadline::remaining() const {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
+    return std::max(left, 0ms);
+}
+
+namespace {
+
+struct Address {
+    sockaddr_storage storage{};
+    socklen_t length = 0;
+    [[nodiscard]] const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
+};
+
+struct LookupResult {
+    std::vector<Address> addresses;
+    QString error;
+};
+
+QString systemError(int error) {
+    return QString::fromStdString(std::system_category().message(error));
+}
+
+LookupResult lookUp(const QByteArray& host, quint16 port, int flags) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = flags | AI_NUMERICSERV;
+    addrinfo* found = nullptr;
+    const int error = ::getaddrinfo(host.constData(), QByteArray::number(port).constData(), &hints, &found);
+    if (error != 0) return {{}, QString::fromLocal8Bit(::gai_strerror(error))};
+
+    LookupResult result;
+    for (const addrinfo* info = found; info; info = info->ai_next) {
+        if (info->ai_addrlen > sizeof(sockaddr_storage)) continue;
+        Address address;
+        std::memcpy(&address.storage, info->ai_addr, info->ai_addrlen);
+        address.length = info->ai_addrlen;
+        result.addresses.push_back(address);
+    }
+    ::freeaddrinfo(found);
+    return result;
+}
+
+/// The system's resolver takes as long as it likes, so a thread that may outlive the wait asks it.
+LookupResult lookUpWithin(const QByteArray& host, quint16 port, const Deadline& deadline) {
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable ready;
+        bool done = false;
+        LookupResult result;
+    };
+    auto shared = std::make_shared<Shared>();
+    const auto body = [shared, name = host.toStdString(), port] {
+        LookupResult result = lookUp(QByteArray::fromStdString(name), port, 0);
+        // The name server may not care for the dot of a fully qualified name, the hosts file does.
+        if (result.addresses.empty() && name.size() > 1 && name.back() == '.')
+            result = lookUp(QByteArray::fromStdString(name.substr(0, name.size() - 1)), port, 0);
+        const std::lock_guard lock(shared->mutex);
+        shared->result = std::move(result);
+        shared->done = true;
+        shared->ready.notify_one();
+    };
+    try {
+        std::thread(body).detach();
+    } catch (const std::system_error&) {
+        return {{}, QStringLiteral("the system has no thread left")};
+    }
+
+    std::unique_lock lock(shared->mutex);
+    while (!shared->done && !deadline.isOver() && !VLThread::isCancelled())
+        shared->ready.wait_for(lock, std::min(deadline.remaining(), 200ms));
+    if (!shared->done)
+        throw VLException(
+            VLException::portTimeout,
+            QStringLiteral("The address of %1 was not found in time.").arg(QString::fromUtf8(host)));
+    return std::move(shared->result);
+}
+
+LookupResult resolve(const QString& host, quint16 port, const Deadline& deadline) {
+    QString name = host.trimmed();
+    if (name.startsWith(u'[') && name.endsWith(u']')) name = name.mid(1, name.size() - 2);
+    const QByteArray bytes = name.toUtf8();
+    if (bytes.isEmpty() || bytes.contains('\0')) return {{}, QStringLiteral("the host name is empty")};
+    LookupResult result = lookUp(bytes, port, AI_NUMERICHOST);
+    if (!result.addresses.empty()) return result;
+    return lookUpWithin(bytes, port, deadline);
+}
+
+void setOption(int fd, int level, int option) {
+    const int on = 1;
+    ::setsockopt(fd, level, option, &on, sizeof on);
+}
+
+/// 0, or the error. `fd` is set when it worked.
+int connectTo(const Address& address, const Deadline& deadline, kj::AutoCloseFd& fd) {
+    kj::AutoCloseFd socket(
+        ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_TCP));
+    if (socket.get() < 0) return errno;
+    setOption(socket.get(), IPPROTO_TCP, TCP_NODELAY);
+    if (::connect(socket.get(), address.get(), address.length) != 0) {
+        if (errno != EINPROGRESS) return errno;
+        if (!SocketConnector::waitFor(socket.get(), POLLOUT, deadline)) return ETIMEDOUT;
+        int error = 0;
+        socklen_t length = sizeof error;
+        if (::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) != 0) return errno;
+        if (error != 0) return error;
+    }
+    fd = kj::mv(socket);
+    return 0;
+}
+
+}  // namespace
+
+bool SocketConnector::waitFor(int fd, short events, const Deadline& deadline) {
+    while (!VLThread::isCancelled()) {
+        pollfd entry{fd, events, 0};
+        const auto slice = std::min(deadline.remaining(), 200ms);
+        const int ready = ::poll(&entry, 1, int(slice.count()));
+        if (ready > 0) return true;
+        if (ready < 0 && errno != EINTR) return false;
+        if (deadline.isOver()) return false;
+    }
+    return false;
+}
+
+kj::AutoCloseFd SocketConnector::connect(const QString& host, quint16 port, const Deadline& deadline) {
+    const LookupResult found = resolve(host, port, deadline);
+    if (found.addresses.empty())
+        throw VLException(VLException::inaccessible,
+                          QStringLiteral("The host %1 was not found: %2.").arg(host, found.error));
+
+    kj::AutoCloseFd fd;
+    int error = 0;
+    auto left = std::chrono::milliseconds::rep(found.addresses.size());
+    for (const Address& address : found.addresses) {
+        // An address that swallows everything must leave time for the next one.
+        error = connectTo(address, Deadline(deadline.remaining() / left--), fd);
+        if (error == 0) return fd;
+    }
+    throw VLException(
+        error == ETIMEDOUT ? VLException::portTimeout : VLException::inaccessible,
+        QStringLiteral("No connection to %1, port %2: %3.").arg(host).arg(port).arg(systemError(error)));
+}
+
+kj::AutoCloseFd SocketConnector::listen(const QString& address, quint16 port) {
+    const auto fail = [&](const QString& reason) -> kj::AutoCloseFd {
+        throw VLException(
+            VLException::generic,
+            QStringLiteral("Cannot listen on %1, port %2: %3.").arg(address).arg(port).arg(reason));
+    };
+    const LookupResult found = lookUp(address.toUtf8(), port, AI_PASSIVE);
+    if (found.addresses.empty()) return fail(found.error);
+
+    const Address& first = found.addresses.front();
+    kj::AutoCloseFd fd(
+        ::socket(first.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_TCP));
+    if (fd.get() < 0) return fail(systemError(errno));
+    setOption(fd.get(), SOL_SOCKET, SO_REUSEADDR);
+    setOption(fd.get(), IPPROTO_TCP, TCP_NODELAY);  // inherited by what is accepted
+    if (first.storage.ss_family == AF_INET6) {
+        const int off = 0;
+        ::setsockopt(fd.get(), IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
+    }
+    if (::bind(fd.get(), first.get(), first.length) != 0 || ::listen(fd.get(), SOMAXCONN) != 0)
+        return fail(systemError(errno));
+    return fd;
+}

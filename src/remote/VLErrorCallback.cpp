@@ -1,0 +1,341 @@
+#include "remote/VLErrorCallback.h"
+
+#include "foundation/MainThread.h"
+#include "foundation/VLCallLock.h"
+#include "foundation/VLNotificationCenter.h"
+#include "foundation/VLThread.h"
+#include "logs/VLLog.h"
+#include "remote/VLCorvalinServerProtocol.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <limits>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+using VLCorvalinServerProtocol::Type;
+
+/// Records looked at, and age from which on an equal record is queued again.
+constexpr qsizetype deduplicatedRecords = 2;
+constexpr qint64 deduplicatedMilliseconds = 120'000;
+
+const QString descriptionKey = QStringLiteral("description");
+const QString dateKey = QStringLiteral("date");
+const QString hostNameKey = QStringLiteral("hostname");
+const QString errorCodeKey = QStringLiteral("errorcode");
+const QString actionTypeKey = QStringLiteral("actionType");
+const QString appNameKey = QStringLiteral("appName");
+
+QString textUnder(const QString& key, const QVariantMap& dictionary) {
+    const QVariant value = dictionary.value(key);
+    return value.typeId() == QMetaType::QString ? value.toString() : QString();
+}
+
+/// A peer's text in one short line, for the log.
+QString shown(const QString& text) {
+    constexpr qsizetype length = 120;
+    return text.left(length).simplified();
+}
+
+bool isSuiteError(const QVariantMap& error) {
+    return textUnder(QStringLiteral("domain"), error) == QLatin1String(CorvalinError::domain);
+}
+
+/// A code that is no number is an unknown one.
+qlonglong codeOf(const QVariantMap& error) {
+    const QVariant code = error.value(QStringLiteral("code"));
+    return VLCorvalinServerProtocol::accepts(Type::Number, code) ? code.toLongLong() : -1;
+}
+
+QString withoutEndingDot(const QString& hostName) {
+    return hostName.endsWith(u'.') ? hostName.chopped(1) : hostName;
+}
+
+}  // namespace
+
+/// One worker at a time for each purpose and host, so that an agent cannot make the console start threads
+/// without end. A request that comes while its worker runs is done once more by the same worker.
+class VLErrorCallback::HostWorkers : public std::enable_shared_from_this<HostWorkers> {
+public:
+    void run(const QString& purpose, const QString& hostName,
+             const std::function<void(const QString& hostName)>& work) {
+        if (!work) return;
+        const QString key = purpose + u' ' + hostName;
+        auto turn = takeTurn(key);
+        if (!turn) return;
+        VLThread::detach(purpose, [turn = std::move(turn), work, hostName] {
+            do {
+                work(hostName);
+            } while (turn->oneMore());
+        });
+    }
+
+private:
+    /// The right to work on a key; given back also when the thread was not started or the work failed.
+    class Turn {
+    public:
+        Turn(std::shared_ptr<HostWorkers> workers, QString key)
+            : m_workers(std::move(workers)), m_key(std::move(key)) {}
+        ~Turn() {
+            const std::lock_guard lock(m_workers->m_mutex);
+            if (!m_ended) m_workers->m_requestedAgain.remove(m_key);
+        }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+        [[nodiscard]] bool oneMore() {
+            const std::lock_guard lock(m_workers->m_mutex);
+            if (std::exchange(m_workers->m_requestedAgain[m_key], false)) return true;
+            m_workers->m_requestedAgain.remove(m_key);
+            m_ended = true;
+            return false;
+        }
+
+    private:
+        std::shared_ptr<HostWorkers> m_workers;
+        QString m_key;
+        bool m_ended = false;  ///< the key may be another's by now
+    };
+
+    [[nodiscard]] std::shared_ptr<Turn> takeTurn(const QString& key) {
+        const std::lock_guard lock(m_mutex);
+        const auto running = m_requestedAgain.find(key);
+        if (running != m_requestedAgain.end()) {
+            *running = true;
+            return nullptr;
+        }
+        m_requestedAgain.insert(key, false);
+        return std::make_shared<Turn>(shared_from_this(), key);
+    }
+
+    std::mutex m_mutex;
+    QHash<QString, bool> m_requestedAgain;  ///< has a key for every worker that runs
+};
+
+VLErrorCallback::VLErrorCallback(Parent parent, Clock clock)
+    : m_parent(std::move(parent)), m_clock(std::move(clock)), m_workers(std::make_shared<HostWorkers>()) {
+    if (!m_clock) m_clock = [] { return QDateTime::currentDateTimeUtc(); };
+}
+
+VLErrorCallback::~VLErrorCallback() = default;
+
+// Calls of agents
+
+VLErrorCallback::Handler VLErrorCallback::handlerOf(const QString& selector) {
+    static const QHash<QString, Handler> handlers{
+        {QStringLiteral("ping"), &VLErrorCallback::ignore},
+        {QStringLiteral("cancelProcessing"), &VLErrorCallback::ignore},
+        {QStringLiteral("requestMaintenance:"), &VLErrorCallback::receiveAboutHost},
+        {QStringLiteral("cancelMaintenance:"), &VLErrorCallback::receiveAboutHost},
+        {QStringLiteral("updateConfig:"), &VLErrorCallback::receiveAboutHost},
+        {QStringLiteral("forceConfigReload:"), &VLErrorCallback::receiveAboutHost},
+        {QStringLiteral("willDisconnect:"), &VLErrorCallback::receiveAboutHost},
+        {QStringLiteral("faultscopeAddLogs:hostName:"), &VLErrorCallback::receiveAddLogs},
+        {QStringLiteral("setSoftwareUpdateCount:hostname:"), &VLErrorCallback::receiveUpdateCount},
+        {QStringLiteral("taskFinished"), &VLErrorCallback::receiveNotice},
+        {QStringLiteral("incrementProgress"), &VLErrorCallback::receiveNotice},
+        {QStringLiteral("addErrorToQueue:hostname:"), &VLErrorCallback::receiveError},
+        {QStringLiteral("addErrorToQueue:userInfo:"), &VLErrorCallback::receiveError},
+        {QStringLiteral("addStringToQueue:hostname:"), &VLErrorCallback::receiveError},
+        {QStringLiteral("addStringToQueue:userInfo:"), &VLErrorCallback::receiveError},
+        {QStringLiteral("addExceptionToQueue:hostname:"), &VLErrorCallback::receiveError},
+    };
+    return handlers.value(selector, nullptr);
+}
+
+QVariant VLErrorCallback::receive(const QString& selector, const QVariantList& arguments,
+                                  const QString& sender) {
+    using namespace VLCorvalinServerProtocol;
+    const Operation* declared = operation(Side::Console, selector);
+    const Handler handler = declared ? handlerOf(selector) : nullptr;
+    const QString error = handler ? argumentError(*declared, arguments) : QStringLiteral("unknown selector");
+    if (error.isEmpty())
+        (this->*handler)(selector, arguments, sender);
+    else
+        VLLog::appendLog(QStringLiteral("Ignoring callback %@ of %@: %@."), shown(selector), sender, error);
+    return {};
+}
+
+void VLErrorCallback::ignore(const QString&, const QVariantList&, const QString&) {}
+
+void VLErrorCallback::receiveAboutHost(const QString& selector, const QVariantList& arguments,
+                                       const QString& sender) {
+    if (refuses(selector, arguments.first(), sender)) return;
+    const ParentPtr parent = m_parent.shared();
+    if (!parent->knowsHost || !parent->knowsHost(sender)) return;
+
+    const bool wantsMaintenance = selector == QLatin1String("requestMaintenance:");
+    if (wantsMaintenance || selector == QLatin1String("cancelMaintenance:")) {
+        if (!parent->setNeedsMaintenance) return;
+        onMainThread(
+            [parent, sender, wantsMaintenance] { parent->setNeedsMaintenance(sender, wantsMaintenance); });
+    } else if (selector == QLatin1String("willDisconnect:")) {
+        VLLog::appendLog(QStringLiteral("%@ will disconnect."), sender);
+        m_workers->run(QStringLiteral("invalidate"), sender, parent->invalidate);
+    } else {
+        if (selector == QLatin1String("forceConfigReload:"))
+            VLLog::appendLog(QStringLiteral("%@ will reload config data."), sender);
+        m_workers->run(QStringLiteral("fetchInitialConfiguration:"), sender, parent->fetchConfiguration);
+    }
+}
+
+void VLErrorCallback::receiveAddLogs(const QString& selector, const QVariantList& arguments,
+                                     const QString& sender) {
+    const ParentPtr parent = m_parent.shared();
+    if (refuses(selector, arguments.at(1), sender) || !parent->faultscopeAddLogs) return;
+    const bool isList = VLCorvalinServerProtocol::accepts(Type::Array, arguments.first());
+    const QVariantList logs = isList ? arguments.first().toList() : QVariantList();
+    onMainThread([parent, logs, sender] { parent->faultscopeAddLogs(logs, sender); });
+}
+
+void VLErrorCallback::receiveUpdateCount(const QString& selector, const QVariantList& arguments,
+                                         const QString& sender) {
+    const ParentPtr parent = m_parent.shared();
+    if (refuses(selector, arguments.at(1), sender) || !parent->setSoftwareUpdateCount) return;
+    // Counts are summed up: one that no client can have must not spoil the sum.
+    constexpr qlonglong most = std::numeric_limits<qint32>::max();
+    const qlonglong count = std::clamp<qlonglong>(arguments.first().toLongLong(), 0, most);
+    onMainThread([parent, count, sender] { parent->setSoftwareUpdateCount(count, sender); });
+}
+
+void VLErrorCallback::receiveNotice(const QString& selector, const QVariantList&, const QString&) {
+    const bool finished = selector == QLatin1String("taskFinished");
+    VLNotificationCenter::defaultCenter().enqueueNotification(
+        finished ? QStringLiteral("vlCorvalinTaskFinished") : QStringLiteral("vlCorvalinProgressIncrement"));
+}
+
+void VLErrorCallback::receiveError(const QString& selector, const QVariantList& arguments,
+                                   const QString& sender) {
+    QVariantMap userInfo;
+    QVariant hostName = arguments.at(1);
+    if (selector.endsWith(QLatin1String(":userInfo:"))) {
+        userInfo = hostName.toMap();
+        hostName = userInfo.value(hostNameKey, sender);
+    }
+    if (refuses(selector, hostName, sender)) return;
+    userInfo.insert(hostNameKey, sender);
+
+    const QVariant& subject = arguments.first();
+    if (selector.startsWith(QLatin1String("addErrorToQueue:"))) {
+        addErrorToQueue(subject.toMap(), userInfo);
+    } else if (selector.startsWith(QLatin1String("addStringToQueue:"))) {
+        addStringToQueue(subject.toString(), userInfo);
+    } else {
+        const QVariantMap exception = subject.toMap();
+        const QString reason = textUnder(QStringLiteral("reason"), exception);
+        addExceptionToQueue(reason.isEmpty() ? textUnder(QStringLiteral("name"), exception) : reason, sender);
+    }
+}
+
+bool VLErrorCallback::speaksForItself(const QString& hostName, const QString& sender) const {
+    if (withoutEndingDot(hostName) == withoutEndingDot(sender)) return true;
+    const ParentPtr parent = m_parent.shared();
+    return parent->isNameOfClient && parent->isNameOfClient(sender, hostName);
+}
+
+/// True, after saying so, when the call is about another host than the agent's own.
+bool VLErrorCallback::refuses(const QString& selector, const QVariant& hostName, const QString& sender) {
+    if (hostName.typeId() == QMetaType::QString && speaksForItself(hostName.toString(), sender)) return false;
+    VLLog::appendLog(QStringLiteral("Refusing callback %@ of %@: it speaks for another computer, %@."),
+                     selector, sender, shown(hostName.toString()));
+    addStringToQueue(QStringLiteral("The client software tried to speak for another computer."), sender);
+    return true;
+}
+
+// The queue
+
+void VLErrorCallback::addErrorToQueue(const QVariantMap& error, const QString& hostName) {
+    addErrorToQueue(error, QVariantMap{{hostNameKey, hostName}});
+}
+
+void VLErrorCallback::addErrorToQueue(const QVariantMap& error, const QVariantMap& userInfo) {
+    const VLCallLock lock;
+    const QString hostName = textUnder(hostNameKey, userInfo);
+    const qlonglong code = codeOf(error);
+    // The keychain may be slow: never on the calling thread, which may serve a connection.
+    if (isSuiteError(error) && code == CorvalinError::BadCredentials)
+        m_workers->run(QStringLiteral("removeStoredPasswordForHost:"), hostName,
+                       m_parent.shared()->removeStoredPasswordForHost);
+
+    QVariantMap record{{descriptionKey, descriptionForError(error)},
+                       {hostNameKey, hostName},
+                       {errorCodeKey, code},
+                       {actionTypeKey, qlonglong{CorvalinError::actionType(code)}}};
+    const QString appName = textUnder(appNameKey, userInfo);
+    if (!appName.isEmpty()) record.insert(appNameKey, appName.left(maximumTextLength));
+    enqueue(std::move(record), errorCodeKey);
+}
+
+void VLErrorCallback::addStringToQueue(const QString& text, const QString& hostName) {
+    addStringToQueue(text, QVariantMap{{hostNameKey, hostName}});
+}
+
+void VLErrorCallback::addStringToQueue(const QString& text, const QVariantMap& userInfo) {
+    const VLCallLock lock;
+    QVariantMap record{{descriptionKey, text}, {hostNameKey, textUnder(hostNameKey, userInfo)}};
+    const QString appName = textUnder(appNameKey, userInfo);
+    if (!appName.isEmpty()) record.insert(appNameKey, appName.left(maximumTextLength));
+    enqueue(std::move(record), descriptionKey);
+}
+
+void VLErrorCallback::addExceptionToQueue(const QString& description, const QString& hostName) {
+    addStringToQueue(description, hostName);
+}
+
+/// Adds the record as the newest, unless one of the two newest says the same (same value under `sameKey`) of
+/// the same host and is recent.
+void VLErrorCallback::enqueue(QVariantMap record, const QString& sameKey) {
+    record[descriptionKey] = record.value(descriptionKey).toString().left(maximumTextLength);
+    const QDateTime now = m_clock();
+    record.insert(dateKey, now);
+
+    QVariantList queue = m_errorQueue.get();
+    const auto newestEnd = queue.cbegin() + std::min(deduplicatedRecords, queue.size());
+    const bool isRepeated = std::any_of(queue.cbegin(), newestEnd, [&](const QVariant& value) {
+        const QVariantMap known = value.toMap();
+        return known.contains(sameKey) && known.value(sameKey) == record.value(sameKey) &&
+               known.value(hostNameKey) == record.value(hostNameKey) &&
+               known.value(dateKey).toDateTime().msecsTo(now) < deduplicatedMilliseconds;
+    });
+    if (isRepeated) return;
+
+    queue.prepend(std::move(record));
+    if (queue.size() > maximumRecords) queue.resize(maximumRecords);
+    setErrorQueue(std::move(queue));
+    refreshErrorButton();
+}
+
+void VLErrorCallback::clearErrorQueue() {
+    setErrorQueue({});
+}
+
+void VLErrorCallback::removeErrorsForService(const QString& hostName) {
+    QVariantList kept = m_errorQueue.get();
+    kept.removeIf([&](const QVariant& record) { return record.toMap().value(hostNameKey) == hostName; });
+    setErrorQueue(std::move(kept));
+    refreshErrorButton();
+}
+
+QString VLErrorCallback::stringRepresentation() const {
+    QString text;
+    for (const QVariant& value : *m_errorQueue.shared()) {
+        const QVariantMap record = value.toMap();
+        text += vlFormat(QStringLiteral("%@ - %@ - %@\n"), record.value(hostNameKey), record.value(dateKey),
+                         record.value(descriptionKey));
+    }
+    return text;
+}
+
+void VLErrorCallback::refreshErrorButton() {
+    VLNotificationCenter::defaultCenter().enqueueNotification(QStringLiteral("vlCorvalinErrorLabelRefresh"));
+}
+
+QString VLErrorCallback::descriptionForError(const QVariantMap& error) {
+    const QString info = textUnder(QStringLiteral("info"), error);
+    if (isSuiteError(error)) return CorvalinError::message(codeOf(error), info.left(maximumTextLength));
+    const QString description = textUnder(descriptionKey, error);
+    return description.isEmpty() ? CorvalinError::message(-1) : description;
+}

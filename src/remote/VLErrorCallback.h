@@ -1,0 +1,98 @@
+#pragma once
+
+#include "foundation/Snapshot.h"
+#include "remote/VLProxyObject.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+/// The one object of the console that agents call back, and the queue of errors of all clients.
+///
+/// receive() runs on connection threads: it hands work over and returns. The queue is replaced whole, newest
+/// record first; records are dictionaries with "description", "date", "hostname" and, for errors,
+/// "errorcode", "actionType" and "appName". Two simultaneous additions may lose one record. What agents say
+/// is bounded: texts are cut at `maximumTextLength`, and beyond `maximumRecords` the oldest records go.
+class VLErrorCallback : public VLCallbackTarget {
+public:
+    static constexpr qsizetype maximumRecords = 10'000;
+    static constexpr qsizetype maximumTextLength = 16'384;
+
+    /// What the console does when agents call; each is called on the thread that its comment names. A host
+    /// name is always the label of the connection that the call came through.
+    struct Parent {
+        /// Main thread: the agent of `hostName` wants maintenance or does not any more.
+        std::function<void(const QString& hostName, bool needed)> setNeedsMaintenance;
+        /// A new worker thread: fetch the configuration of that client again (no time-out armed). Requests
+        /// that arrive while one runs are done as one, after it.
+        std::function<void(const QString& hostName)> fetchConfiguration;
+        /// A new worker thread: the agent goes away; end its connection.
+        std::function<void(const QString& hostName)> invalidate;
+        /// True when a client of that host name is known. Any thread.
+        std::function<bool(const QString& hostName)> knowsHost;
+        /// True when the client of the connection `sender` is also known as `hostName`. Any thread. Without
+        /// it an agent has the one name of its connection, with or without a dot at the end.
+        std::function<bool(const QString& sender, const QString& hostName)> isNameOfClient;
+        /// Main thread.
+        std::function<void(const QVariantList& logs, const QString& hostName)> faultscopeAddLogs;
+        std::function<void(qlonglong count, const QString& hostName)> setSoftwareUpdateCount;
+        /// A new worker thread: forget the credentials of that host.
+        std::function<void(const QString& hostName)> removeStoredPasswordForHost;
+    };
+    using Clock = std::function<QDateTime()>;
+
+    /// Every function of `parent` may be missing. `clock` is the time of records, the present when empty.
+    explicit VLErrorCallback(Parent parent = {}, Clock clock = {});
+    ~VLErrorCallback() override;
+
+    [[nodiscard]] Parent parent() const { return m_parent.get(); }
+    /// Work that was handed over before still goes to the earlier parent.
+    void setParent(Parent parent) { m_parent.set(std::move(parent)); }
+
+    QVariant receive(const QString& selector, const QVariantList& arguments, const QString& sender) override;
+
+    // Any thread. `error` is a dictionary with "domain", "code" and, where given, "description", "info".
+    // `userInfo` names the host under "hostname" and may name an application under "appName".
+    void addErrorToQueue(const QVariantMap& error, const QString& hostName);
+    void addErrorToQueue(const QVariantMap& error, const QVariantMap& userInfo);
+    void addStringToQueue(const QString& text, const QString& hostName);
+    void addStringToQueue(const QString& text, const QVariantMap& userInfo);
+    void addExceptionToQueue(const QString& description, const QString& hostName);
+
+    [[nodiscard]] QVariantList errorQueue() const { return m_errorQueue.get(); }
+    void setErrorQueue(QVariantList queue) { m_errorQueue.set(std::move(queue)); }
+    void clearErrorQueue();
+    void removeErrorsForService(const QString& hostName);
+    /// One line per record, newest first: host name, date and description.
+    [[nodiscard]] QString stringRepresentation() const;
+    /// Posts "vlCorvalinErrorLabelRefresh".
+    static void refreshErrorButton();
+    [[nodiscard]] static QString descriptionForError(const QVariantMap& error);
+
+private:
+    class HostWorkers;
+    using ParentPtr = std::shared_ptr<const Parent>;
+    using Handler = void (VLErrorCallback::*)(const QString& selector, const QVariantList& arguments,
+                                              const QString& sender);
+    [[nodiscard]] static Handler handlerOf(const QString& selector);
+
+    void ignore(const QString& selector, const QVariantList& arguments, const QString& sender);
+    void receiveAboutHost(const QString& selector, const QVariantList& arguments, const QString& sender);
+    void receiveAddLogs(const QString& selector, const QVariantList& arguments, const QString& sender);
+    void receiveUpdateCount(const QString& selector, const QVariantList& arguments, const QString& sender);
+    void receiveNotice(const QString& selector, const QVariantList& arguments, const QString& sender);
+    void receiveError(const QString& selector, const QVariantList& arguments, const QString& sender);
+
+    [[nodiscard]] bool speaksForItself(const QString& hostName, const QString& sender) const;
+    [[nodiscard]] bool refuses(const QString& selector, const QVariant& hostName, const QString& sender);
+    void enqueue(QVariantMap record, const QString& sameKey);
+
+    Snapshot<Parent> m_parent;
+    Clock m_clock;
+    Snapshot<QVariantList> m_errorQueue;
+    std::shared_ptr<HostWorkers> m_workers;
+};

@@ -1,0 +1,68 @@
+#include "remote/WireStream.h"
+
+#include "remote/WireValue.h"
+
+#include <capnp/rpc.capnp.h>
+#include <kj/debug.h>
+
+kj::Promise<size_t> CountingStream::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
+    return m_inner->tryRead(buffer, minBytes, maxBytes)
+        .then(
+            [this](size_t count) {
+                m_read += count;
+                return count;
+            },
+            [this](kj::Exception&& exception) -> size_t {
+                m_readError = fromKj(exception.getDescription());
+                kj::throwFatalException(kj::mv(exception));
+            });
+}
+
+kj::Promise<void> CountingStream::write(const void* buffer, size_t size) {
+    return m_inner->write(buffer, size).then([this, size] { m_written += size; });
+}
+
+kj::Promise<void> CountingStream::write(kj::ArrayPtr<const kj::ArrayPtr<const kj::byte>> pieces) {
+    size_t size = 0;
+    for (const auto piece : pieces)
+        size += piece.size();
+    return m_inner->write(pieces).then([this, size] { m_written += size; });
+}
+
+WireStream::WireStream(kj::AsyncIoStream& stream, const RemoteLimits& limits)
+    : m_inner(stream), m_openCallsLimit(limits.pendingCallbacks * 8 + 64) {}
+
+capnp::ReaderOptions WireStream::readerOptions(const RemoteLimits& limits) {
+    capnp::ReaderOptions options;
+    // Cap'n Proto refuses a message that is larger than what may be traversed, before it makes room for it.
+    options.traversalLimitInWords = limits.messageBytes / sizeof(capnp::word);
+    // A dictionary inside a dictionary follows two pointers; the RPC envelope and the outcome take the rest.
+    options.nestingLimit = 2 * limits.valueNesting + 24;
+    return options;
+}
+
+kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> WireStream::tryReadMessage(
+    kj::ArrayPtr<kj::AutoCloseFd> fdSpace, capnp::ReaderOptions options, kj::ArrayPtr<capnp::word> scratch) {
+    return m_inner.tryReadMessage(fdSpace, options, scratch)
+        .then([this](kj::Maybe<capnp::MessageReaderAndFds>&& message) {
+            KJ_IF_MAYBE (read, message)
+                countCall(*read->reader);
+            else
+                m_endReason = QStringLiteral("The other end closed the connection.");
+            return kj::mv(message);
+        })
+        .catch_([this](kj::Exception&& exception) -> kj::Maybe<capnp::MessageReaderAndFds> {
+            m_endReason = fromKj(exception.getDescription());
+            kj::throwFatalException(kj::mv(exception));
+        });
+}
+
+void WireStream::countCall(capnp::MessageReader& message) {
+    const auto which = message.getRoot<capnp::rpc::Message>().which();
+    if (which == capnp::rpc::Message::FINISH && m_openCalls > 0) --m_openCalls;
+    if (which != capnp::rpc::Message::CALL && which != capnp::rpc::Message::BOOTSTRAP) return;
+    const bool answersPileUp =
+        m_network && m_network->getCurrentQueueCount() > static_cast<size_t>(m_openCallsLimit);
+    if (++m_openCalls > m_openCallsLimit || answersPileUp)
+        kj::throwFatalException(KJ_EXCEPTION(OVERLOADED, "The other end floods us with calls."));
+}

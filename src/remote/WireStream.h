@@ -1,0 +1,89 @@
+#pragma once
+
+#include "remote/RemoteLimits.h"
+
+#include <QString>
+
+#include <capnp/rpc-twoparty.h>
+#include <capnp/serialize-async.h>
+#include <kj/async-io.h>
+
+#include <cstdint>
+
+// kj deletes its objects through what made them, so its interfaces have no virtual destructors.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
+/// A stream that counts what passes, the signs of life of a peer that is busy with a long message, and
+/// remembers the error that ended reading: once writing fails too, nobody above gets to see it.
+class CountingStream final : public kj::AsyncIoStream {
+public:
+    explicit CountingStream(kj::Own<kj::AsyncIoStream> inner) : m_inner(kj::mv(inner)) {}
+
+    [[nodiscard]] std::uint64_t bytesRead() const { return m_read; }
+    [[nodiscard]] std::uint64_t bytesWritten() const { return m_written; }
+    [[nodiscard]] const QString& readError() const { return m_readError; }
+
+    kj::Promise<size_t> tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
+    kj::Promise<void> write(const void* buffer, size_t size) override;
+    kj::Promise<void> write(kj::ArrayPtr<const kj::ArrayPtr<const kj::byte>> pieces) override;
+    kj::Promise<void> whenWriteDisconnected() override { return m_inner->whenWriteDisconnected(); }
+    void shutdownWrite() override { m_inner->shutdownWrite(); }
+    void abortRead() override { m_inner->abortRead(); }
+    void getsockopt(int level, int option, void* value, kj::uint* length) override {
+        m_inner->getsockopt(level, option, value, length);
+    }
+    void setsockopt(int level, int option, const void* value, kj::uint length) override {
+        m_inner->setsockopt(level, option, value, length);
+    }
+    void getpeername(struct sockaddr* address, kj::uint* length) override {
+        m_inner->getpeername(address, length);
+    }
+
+private:
+    kj::Own<kj::AsyncIoStream> m_inner;
+    std::uint64_t m_read = 0;
+    std::uint64_t m_written = 0;
+    QString m_readError;
+};
+
+/// The stream of messages under the RPC system. It remembers why reading ended, which the RPC system tells
+/// only to calls under way, and ends the connection of a peer that floods it: one that has many more calls
+/// open (not finished by it, answered or not) than it may.
+class WireStream final : public capnp::MessageStream {
+public:
+    WireStream(kj::AsyncIoStream& stream, const RemoteLimits& limits);
+
+    /// How the other end may use this process's memory and stack while a message is read.
+    [[nodiscard]] static capnp::ReaderOptions readerOptions(const RemoteLimits& limits);
+    /// The network that answers through this stream: a peer that calls and does not read what comes back
+    /// ends the connection too.
+    void setNetwork(capnp::TwoPartyVatNetwork& network) { m_network = &network; }
+    /// Why nothing more can be read; empty while that is not so.
+    [[nodiscard]] const QString& endReason() const { return m_endReason; }
+
+    kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> tryReadMessage(
+        kj::ArrayPtr<kj::AutoCloseFd> fdSpace, capnp::ReaderOptions options,
+        kj::ArrayPtr<capnp::word> scratch) override;
+    kj::Promise<void> writeMessage(kj::ArrayPtr<const int> fds,
+                                   kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>> segments) override {
+        return m_inner.writeMessage(fds, segments);
+    }
+    kj::Promise<void> writeMessages(
+        kj::ArrayPtr<kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>>> messages) override {
+        return m_inner.writeMessages(messages);
+    }
+    kj::Maybe<int> getSendBufferSize() override { return m_inner.getSendBufferSize(); }
+    kj::Promise<void> end() override { return m_inner.end(); }
+
+private:
+    void countCall(capnp::MessageReader& message);
+
+    capnp::AsyncIoMessageStream m_inner;
+    capnp::TwoPartyVatNetwork* m_network = nullptr;
+    int m_openCallsLimit;
+    int m_openCalls = 0;
+    QString m_endReason;
+};
+
+#pragma GCC diagnostic pop

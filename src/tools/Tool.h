@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <memory>
+
+#include "clients/VLService.h"
+#include "remote/RemoteRunner.h"
+#include "remote/TaskProgress.h"
+
+class QWidget;
+
+/// What a tool may use of the rest of the console.
+struct ToolContext {
+    RemoteRunner* runner = nullptr;
+    TaskProgress* progress = nullptr;
+    std::function<QList<VLServicePtr>()> selectedServices;             ///< any thread
+    std::function<VLServicePtr(const QString& hostName)> serviceWithHostName;
+    std::function<QString(const QString& hostName)> friendlyServiceName;
+};
+
+/// A plain text table: what `orlendo --report TOOL` prints.
+struct ToolReport {
+    QStringList header;
+    QList<QStringList> rows;
+};
+
+/// The working half of a tool, without widgets: its workers, and its results as they stand.
+/// Lives on the main thread; results are installed there, and changed() says so.
+class ToolController : public QObject {
+    Q_OBJECT
+public:
+    explicit ToolController(ToolContext context, QObject* parent = nullptr)
+        : QObject(parent), m_context(std::move(context)) {}
+
+    /// The refresh operation of the pane: blocks, runs on a worker thread.
+    virtual void refresh() = 0;
+    /// Forgets the results.
+    virtual void clearData() = 0;
+    [[nodiscard]] virtual ToolReport report() const = 0;
+    /// True while a worker of this tool runs for the first result (the pane's busy indicator).
+    [[nodiscard]] bool isBusy() const { return m_busy; }
+    /// True once a refresh has delivered, also an empty result.
+    [[nodiscard]] bool hasResult() const { return m_hasResult; }
+    /// The user cancelled: the busy indicator stops, though the worker may still be on its way out.
+    void stopSpinner() { setBusy(false); }
+    [[nodiscard]] const ToolContext& context() const { return m_context; }
+
+Q_SIGNALS:
+    void changed();
+    void busyChanged(bool busy);
+    void selectionChanged();  ///< other clients are selected; the results are still those of the former ones
+
+protected:
+    void setBusy(bool busy) {  ///< main thread
+        if (m_busy == busy) return;
+        m_busy = busy;
+        Q_EMIT busyChanged(busy);
+    }
+    bool m_hasResult = false;
+
+private:
+    ToolContext m_context;
+    bool m_busy = false;
+};
+
+/// One entry of the tool list. A tool without `makeController` is listed but not built yet.
+struct Tool {
+    QString identifier;  ///< "addonry"; also the word for `--report`
+    QString title;
+    QString subtitle;    ///< one line on what it does
+    QString iconName;    ///< resource ":/icons/tools/<iconName>.svg"
+    int refreshInterval = 0;  ///< seconds; 0: only when asked to
+    std::function<std::unique_ptr<ToolController>(const ToolContext&)> makeController;
+    std::function<QWidget*(ToolController&, QWidget* parent)> makePane;
+};
+
+/// Every tool in the order of the tool list. A new tool is one line in ToolRegistry.cpp.
+[[nodiscard]] const QList<Tool>& toolRegistry();

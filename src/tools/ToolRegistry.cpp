@@ -1,0 +1,49 @@
+#include "tools/Tool.h"
+#include "tools/addonry/AddonryController.h"
+#include "tools/addonry/AddonryPane.h"
+
+namespace {
+
+Tool listed(const char* identifier, const char* title, const char* subtitle) {
+    Tool tool;
+    tool.identifier = QLatin1String(identifier);
+    tool.title = QString::fromUtf8(title);
+    tool.subtitle = QString::fromUtf8(subtitle);
+    tool.iconName = tool.identifier;
+    return tool;
+}
+
+template <typename Controller>
+Tool built(Tool tool, QWidget* (*makePane)(ToolController&, QWidget*), int refreshInterval = 0) {
+    tool.refreshInterval = refreshInterval;
+    tool.makeController = [](const ToolContext& context) -> std::unique_ptr<ToolController> {
+        return std::make_unique<Controller>(context);
+    };
+    tool.makePane = makePane;
+    return tool;
+}
+
+}  // namespace
+
+const QList<Tool>& toolRegistry() {
+    static const QList<Tool> tools = {
+        listed("settlekeep", "Settlekeep", "Back up, restore, lock and trash application preferences"),
+        built<AddonryController>(
+            listed("addonry", "Addonry", "Compare, enable and synchronise the plug-ins of the editing suite"),
+            makeAddonryPane),
+        listed("cronwell", "Cronwell", "Schedule maintenance tasks"),
+        listed("faultscope", "Faultscope", "Collect, analyse and submit crash logs"),
+        listed("varispot", "Varispot", "Compare working machines with failing ones"),
+        listed("tidyhand", "Tidyhand", "Clean caches and clutter"),
+        listed("purgewright", "Purgewright", "Remove applications with everything that belongs to them"),
+        listed("qmaster", "Qmaster", "Control render sharing and jobs"),
+        listed("encodemend", "Encodemend", "Find and repair encoder problems"),
+        listed("snapmend", "Snapmend", "Fix common faults with one click"),
+        listed("routemark", "Routemark", "Edit and synchronise media and scratch paths"),
+        listed("hostbench", "Hostbench", "Trash caches and set up applications"),
+        listed("applications", "Corvalin Applications", "Launch and quit the applications of the suite"),
+        listed("studio", "Final Cut Studio Applications", "Launch, quit and force-quit the editing applications"),
+        listed("clientsettings", "Client Settings", "Change the settings of the agents"),
+    };
+    return tools;
+}

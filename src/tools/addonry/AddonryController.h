@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QList>
+#include <atomic>
+
+#include "tools/Tool.h"
+#include "tools/addonry/VLPluginItem.h"
+
+/// The plug-ins of the selected clients, merged by name.
+class AddonryController : public ToolController {
+    Q_OBJECT
+public:
+    using ToolController::ToolController;
+
+    /// Rebuilds the merged rows. Worker thread. A run that is cancelled leaves the rows as they were, and one
+    /// that ends after a later one was installed is dropped.
+    void refreshAddonryPlugins();
+
+    [[nodiscard]] const QList<VLPluginItem>& addonryArray() const { return m_addonryArray; }  ///< main thread
+    void setAddonryArray(QList<VLPluginItem> rows);                                           ///< main thread
+
+    void refresh() override { refreshAddonryPlugins(); }
+    void clearData() override;
+    [[nodiscard]] ToolReport report() const override;
+
+    /// Orders rows by one of their values ("name", "version", "type", "disabled", "accessType", "state").
+    static void sortRows(QList<VLPluginItem>& rows, const QString& column, bool descending);
+
+private:
+    [[nodiscard]] bool isStopped() const;
+    void populate();
+    void install(QList<VLPluginItem> rows, int run);
+
+    QList<VLPluginItem> m_addonryArray;
+    std::atomic<int> m_lastRun{0};
+    int m_installedRun = 0;  ///< main thread
+};

@@ -1,0 +1,88 @@
+#include "tools/addonry/PluginList.h"
+
+#include <optional>
+
+#include "foundation/VLFormat.h"
+
+namespace {
+
+const QString nameKey = QStringLiteral("name");
+
+struct Cleaner {
+    int wrongValues = 0;
+
+    static bool isUsableText(const QVariant& value) {
+        return value.typeId() == QMetaType::QString && value.toString().size() <= PluginList::maximumTextLength;
+    }
+
+    static std::optional<qlonglong> numberOf(const QVariant& value) {
+        switch (value.typeId()) {
+            case QMetaType::Bool:
+            case QMetaType::Int:
+            case QMetaType::LongLong:
+            case QMetaType::QString: {
+                bool isNumber = false;
+                const qlonglong number = value.toLongLong(&isNumber);
+                return isNumber ? std::optional(number) : std::nullopt;
+            }
+            case QMetaType::Double:  // out of range would be undefined
+                if (const double real = value.toDouble(); real > -1e15 && real < 1e15)
+                    return static_cast<qlonglong>(real);
+                return std::nullopt;
+            default:
+                return std::nullopt;
+        }
+    }
+
+    void cleanText(QVariantMap& instance, const QString& key) {
+        const auto value = instance.find(key);
+        if (value == instance.end() || isUsableText(*value)) return;
+        ++wrongValues;
+        instance.erase(value);
+    }
+
+    void cleanNumber(QVariantMap& instance, const QString& key, bool isFlag) {
+        const auto value = instance.find(key);
+        if (value == instance.end()) return;
+        if (const auto number = numberOf(*value)) {
+            *value = isFlag ? qlonglong{*number != 0} : *number;
+            return;
+        }
+        ++wrongValues;
+        instance.erase(value);
+    }
+
+    /// Nothing for an entry that cannot become a row.
+    std::optional<QVariantMap> clean(const QVariant& entry) {
+        if (entry.typeId() != QMetaType::QVariantMap) return std::nullopt;
+        QVariantMap instance = entry.toMap();
+        const QVariant name = instance.value(nameKey);
+        if (!isUsableText(name) || name.toString().isEmpty()) return std::nullopt;
+        for (const char* key : {"fullPath", "version", "type"}) cleanText(instance, QLatin1String(key));
+        cleanNumber(instance, QStringLiteral("disabled"), true);
+        cleanNumber(instance, QStringLiteral("accessType"), false);
+        return instance;
+    }
+};
+
+}  // namespace
+
+PluginList PluginList::fromAnswer(const QVariant& answer) {
+    PluginList list;
+    if (!answer.isValid()) return list;
+    if (answer.typeId() != QMetaType::QVariantList) {
+        list.complaint = vlFormat(QStringLiteral("not an array but %@"), QLatin1String(answer.typeName()));
+        return list;
+    }
+    const QVariantList entries = answer.toList();
+    Cleaner cleaner;
+    for (const QVariant& entry : entries.mid(0, maximumEntries))
+        if (auto instance = cleaner.clean(entry)) list.instances.append(*std::move(instance));
+
+    const auto leftOut = static_cast<int>(entries.size() - list.instances.size());
+    if (leftOut > 0 || cleaner.wrongValues > 0) {
+        list.complaint = vlFormat(QStringLiteral("%i of %i entries left out, %i values of a wrong kind ignored"),
+                                  leftOut, static_cast<int>(entries.size()), cleaner.wrongValues);
+    }
+    return list;
+}

@@ -1,0 +1,227 @@
+// One client whose agent misbehaves among three whose agents don't: the error is on that client only.
+
+#include "clients/support/ClientsFixture.h"
+#include "remote/RemoteRunner.h"
+#include "remote/support/HostileAgent.h"
+
+#include <QGuiApplication>
+#include <QTcpSocket>
+
+#include <array>
+
+Q_DECLARE_METATYPE(Fault)
+
+namespace {
+
+const QString configurationSelector = QStringLiteral("fetchInitialConfiguration:");
+const QString pluginsSelector = QStringLiteral("addonryPluginList");
+
+QVariant honestAnswer(const QString& selector) {
+    if (selector == configurationSelector) return ScriptedRoot::goodConfiguration();
+    return selector == pluginsSelector ? QVariant(QVariantList{QStringLiteral("plug-in")}) : QVariant();
+}
+
+class CountingCallback : public VLCallbackTarget {
+public:
+    QVariant receive(const QString&, const QVariantList&, const QString& sender) override {
+        const std::lock_guard lock(m_mutex);
+        m_senders.insert(sender);
+        return {};
+    }
+    [[nodiscard]] QSet<QString> senders() const {
+        const std::lock_guard lock(m_mutex);
+        return m_senders;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QSet<QString> m_senders;
+};
+
+/// Three good agents and their clients, and the runner that reads from them.
+struct GoodClients {
+    GoodClients() {
+        fixture.environment.timing.configuration = 700ms;
+        fixture.environment.timing.reconnect = 1h;
+        fixture.environment.limits.messageBytes = 1024 * 1024;
+        fixture.environment.limits.heartbeatInterval = 100ms;
+        fixture.environment.limits.heartbeatTimeout = 1'000ms;
+        fixture.environment.limits.connect = 2s;
+        fixture.errorCallback = callback;
+        fixture.apply();
+        for (LoopbackAgent& agent : agents) {
+            agent.root->setAnswer("addonryPluginList", honestAnswer(pluginsSelector));
+            clients << fixture.manualClient(agent, QStringLiteral("Good %1").arg(clients.size()));
+        }
+        RemoteRunner::Environment environment;
+        environment.errorCallback = callback;
+        environment.clientFailed = [this](const QString& hostName, const QString&) {
+            const std::lock_guard lock(mutex);
+            failed << hostName;
+        };
+        runner = std::make_unique<RemoteRunner>(std::move(environment));
+    }
+    ~GoodClients() {
+        for (const VLServicePtr& client : std::as_const(clients))
+            client->disconnect();
+    }
+
+    [[nodiscard]] QVariant plugins(const VLServicePtr& client) {
+        QVariant answer;
+        std::atomic<bool> done{false};
+        VLThread::detach(QStringLiteral("worker"), [&] {
+            answer = runner->objectFromRemoteMethod(pluginsSelector, {}, {}, client);
+            done = true;
+        });
+        (void)QTest::qWaitFor([&] { return done.load(); }, 10'000);
+        return answer;
+    }
+    [[nodiscard]] bool allWork() {
+        return std::all_of(clients.begin(), clients.end(), [this](const VLServicePtr& client) {
+            return client->isConnected() && client->errorCode() == 0 && client->connectionError().isEmpty() &&
+                   plugins(client) == honestAnswer(pluginsSelector);
+        });
+    }
+
+    ClientsFixture fixture;
+    std::array<LoopbackAgent, 3> agents;
+    std::shared_ptr<CountingCallback> callback = std::make_shared<CountingCallback>();
+    QList<VLServicePtr> clients;
+    std::unique_ptr<RemoteRunner> runner;
+    std::mutex mutex;
+    QStringList failed;
+};
+
+}  // namespace
+
+class HostileClientsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { VLLog::createNewLog(); }
+
+    void whileItConnects_data();
+    void whileItConnects();
+    void whileItIsUsed_data();
+    void whileItIsUsed();
+    void strangeServices_data();
+    void strangeServices();
+};
+
+void HostileClientsTest::whileItConnects_data() {
+    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<int>("errorCode");  // 0: it does not get connected
+    QTest::newRow("unknown value") << Fault::UnknownValue << 2001;
+    QTest::newRow("unknown outcome") << Fault::UnknownOutcome << 2001;
+    QTest::newRow("broken pointer") << Fault::BrokenPointer << 2001;
+    QTest::newRow("endless list") << Fault::EndlessList << 2001;
+    QTest::newRow("broken text") << Fault::BrokenText << 2001;
+    QTest::newRow("impossible date") << Fault::ImpossibleDate << 2001;
+    QTest::newRow("too deep") << Fault::TooDeep << 2001;
+    QTest::newRow("remote error") << Fault::RemoteError << 2001;
+    QTest::newRow("no answer") << Fault::NoAnswer << 2008;
+    QTest::newRow("garbage") << Fault::Garbage << 0;
+    QTest::newRow("announces too much") << Fault::TooLarge << 0;
+    QTest::newRow("sends too much") << Fault::LargerThanLimit << 0;
+    QTest::newRow("closes mid-answer") << Fault::CloseMidAnswer << 0;
+    QTest::newRow("resets") << Fault::Reset << 0;
+}
+
+void HostileClientsTest::whileItConnects() {
+    QFETCH(Fault, fault);
+    QFETCH(int, errorCode);
+    GoodClients good;
+    const HostileAgent agent({fault, configurationSelector, honestAnswer});
+    const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
+    const VLServicePtr client =
+        good.fixture.manualClient(QStringLiteral("127.0.0.1"), agent.port(), QStringLiteral("Bad"));
+    if (errorCode != 0) {
+        QTRY_COMPARE(client->errorCode(), errorCode);
+        QTRY_VERIFY(client->isConnected());
+    } else {
+        QTRY_COMPARE(notifications.count("vlCorvalinServiceConnectFailed"), 1);
+        QVERIFY(!client->connectionError().isEmpty());
+        QVERIFY(!client->isConnected());
+        QCOMPARE(countLines(logLines(), QStringLiteral("Attempting to reconnect to Bad")), 1);
+    }
+    QTRY_VERIFY(!client->spinning());
+    QVERIFY(countLines(logLines(), QStringLiteral("Exception in ")) +
+                countLines(logLines(), QStringLiteral("Connection timed out for ")) >
+            0);
+    QTRY_VERIFY(good.allWork());
+}
+
+void HostileClientsTest::whileItIsUsed_data() {
+    QTest::addColumn<Fault>("fault");
+    QTest::newRow("too deep") << Fault::TooDeep;
+    QTest::newRow("garbage") << Fault::Garbage;
+    QTest::newRow("closes mid-answer") << Fault::CloseMidAnswer;
+    QTest::newRow("falls silent") << Fault::Silence;
+    QTest::newRow("floods heeding answers") << Fault::FloodCallbacks;
+    QTest::newRow("floods blindly") << Fault::FloodBlindly;
+}
+
+void HostileClientsTest::whileItIsUsed() {
+    QFETCH(Fault, fault);
+    GoodClients good;
+    const HostileAgent agent({fault, pluginsSelector, honestAnswer});
+    const VLServicePtr client =
+        good.fixture.manualClient(QStringLiteral("127.0.0.1"), agent.port(), QStringLiteral("Bad"));
+    QTRY_VERIFY(client->isConnected());
+    std::atomic<bool> done{false};
+    VLThread::detach(QStringLiteral("worker"), [&] {
+        (void)good.runner->objectFromRemoteMethod(pluginsSelector, {}, {}, client);
+        done = true;
+    });
+    QTRY_VERIFY(agent.triggered() > 0);
+    for (const VLServicePtr& other : std::as_const(good.clients))
+        QTRY_VERIFY(other->isConnected());
+    QVERIFY(good.allWork());
+    if (fault == Fault::FloodCallbacks) {
+        // Busy, but within the rules: it stays connected and hurts nobody.
+        QTRY_COMPARE(good.callback->senders(), QSet<QString>{client->hostName()});
+        client->disconnect();
+    } else {
+        QTRY_VERIFY(!client->isConnected());
+        QTRY_COMPARE(countLines(logLines(), QStringLiteral("Attempting to reconnect to Bad")), 1);
+    }
+    QTRY_VERIFY(done);
+    const std::lock_guard lock(good.mutex);
+    for (const QString& hostName : std::as_const(good.failed))
+        QCOMPARE(hostName, client->hostName());
+    if (fault != Fault::FloodCallbacks) QCOMPARE(good.failed.size(), 1);
+}
+
+/// What listens is no agent at all.
+void HostileClientsTest::strangeServices_data() {
+    QTest::addColumn<QByteArray>("greeting");
+    QTest::addColumn<bool>("closes");
+    QTest::newRow("says nothing") << QByteArray() << false;
+    QTest::newRow("closes at once") << QByteArray() << true;
+    QTest::newRow("another protocol") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n") << true;
+    QTest::newRow("endless noise") << QByteArray(1'000'000, 'x') << false;
+}
+
+void HostileClientsTest::strangeServices() {
+    QFETCH(QByteArray, greeting);
+    QFETCH(bool, closes);
+    GoodClients good;
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    connect(&server, &QTcpServer::newConnection, this, [&] {
+        QTcpSocket* socket = server.nextPendingConnection();
+        socket->write(greeting);
+        if (closes) socket->disconnectFromHost();
+    });
+    const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
+    const VLServicePtr client =
+        good.fixture.manualClient(QStringLiteral("127.0.0.1"), server.serverPort(), QStringLiteral("Bad"));
+    QTRY_COMPARE_WITH_TIMEOUT(notifications.count("vlCorvalinServiceConnectFailed"), 1, 20'000);
+    QVERIFY(!client->isConnected());
+    QVERIFY(!client->connectionError().isEmpty());
+    QVERIFY(countLines(logLines(), QStringLiteral("Connection exception: ")) > 0);
+    QTRY_VERIFY(good.allWork());
+}
+
+ORLENDO_GUI_TEST_MAIN(HostileClientsTest)
+#include "hostile_clients_test.moc"

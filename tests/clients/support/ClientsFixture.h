@@ -1,0 +1,118 @@
+#pragma once
+
+#include "clients/VLService.h"
+#include "clients/support/LoopbackAgent.h"
+#include "foundation/MainThread.h"
+#include "foundation/VLBundle.h"
+#include "foundation/VLNotificationCenter.h"
+#include "foundation/VLThread.h"
+#include "support/TestEnvironment.h"
+
+#include <QObject>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <mutex>
+
+using namespace std::chrono_literals;
+
+/// Counts and keeps the notifications of a test. Main thread.
+class NotificationRecorder : public QObject {
+public:
+    explicit NotificationRecorder(std::initializer_list<const char*> names) {
+        for (const char* name : names)
+            VLNotificationCenter::defaultCenter().addObserver(
+                this, QLatin1String(name), [this](const VLNotification& n) { m_notifications.append(n); });
+    }
+    [[nodiscard]] QList<VLNotification> all(const char* name) const {
+        QList<VLNotification> result;
+        for (const VLNotification& notification : m_notifications)
+            if (notification.name == QLatin1String(name)) result.append(notification);
+        return result;
+    }
+    [[nodiscard]] int count(const char* name) const { return static_cast<int>(all(name).size()); }
+
+private:
+    QList<VLNotification> m_notifications;
+};
+
+class RecordingDelegate : public VLServiceDelegate {
+public:
+    std::atomic<int> connected{0};
+    QStringList calls;  ///< main thread
+
+    void serviceConnected(const VLServicePtr&) override { ++connected; }
+    void setSoftwareUpdateCount(qlonglong count, const QString& hostName) override {
+        calls << QStringLiteral("count %1 %2").arg(count).arg(hostName);
+    }
+    void updateSoftwareUpdateCountForItem(const VLServicePtr& service) override {
+        calls << QStringLiteral("fetch ") + service->hostName();
+    }
+    void displayCrashDialogForClient(const VLServicePtr& service, const QString& log) override {
+        calls << QStringLiteral("crash %1 %2").arg(service->hostName(), log);
+    }
+};
+
+/// The surroundings of the records of one test: short times, a folder of its own, and an orderly end.
+class ClientsFixture {
+public:
+    ClientsFixture() {
+        QFile info(m_directory.filePath(QStringLiteral("Info.plist")));
+        if (info.open(QIODevice::WriteOnly))
+            info.write(
+                "<plist version=\"1.0\"><dict><key>VLMinClientVersion</key><integer>1000</integer>"
+                "<key>VLMinCorvalinVersion</key><integer>500</integer>"
+                "<key>CFBundleVersion</key><string>1040</string></dict></plist>");
+        info.close();
+        m_bundle = std::make_unique<VLBundle>(m_directory.path());
+
+        environment.identity = consoleIdentity();
+        environment.pins = std::make_shared<PinnedCertificates>(m_directory.filePath(QStringLiteral("pins")));
+        environment.delegate = &delegate;
+        environment.cacheDirectory = m_directory.path();
+        environment.bundle = m_bundle.get();
+        environment.timing.reconnect = 150ms;
+        environment.timing.configuration = 5s;
+        environment.timing.probe = 2s;
+        environment.limits.connect = 3s;
+        environment.lookUpPort = [](const QString&, const QString&, std::chrono::milliseconds) {
+            return std::optional<RegisteredPort>();
+        };
+        apply();
+    }
+    ~ClientsFixture() {
+        for (const VLServicePtr& service : std::as_const(m_services))
+            service->invalidate(false);
+        if (!VLThread::joinAll(20s)) qWarning("a client's thread is left behind");
+        VLService::setEnvironment({});
+    }
+
+    void apply() { VLService::setEnvironment(environment); }
+    [[nodiscard]] QString path(const char* name) const { return m_directory.filePath(QLatin1String(name)); }
+
+    VLServicePtr keep(const VLServicePtr& service) {
+        m_services.append(service);
+        return service;
+    }
+    VLServicePtr manualClient(const QString& ip, int port, const QString& name = QStringLiteral("Edit Bay")) {
+        return keep(VLService::serviceWithName(name, QStringLiteral("%1:%2").arg(ip).arg(port), ip, port,
+                                               errorCallback));
+    }
+    VLServicePtr manualClient(const LoopbackAgent& agent, const QString& name = QStringLiteral("Edit Bay")) {
+        return manualClient(agent.address(), agent.port(), name);
+    }
+
+    RecordingDelegate delegate;
+    VLServiceEnvironment environment;
+    VLCallbackTargetPtr errorCallback;
+
+private:
+    QTemporaryDir m_directory;
+    std::unique_ptr<VLBundle> m_bundle;
+    QList<VLServicePtr> m_services;
+};
+
+inline qsizetype countLines(const QStringList& lines, const QString& start) {
+    return std::count_if(lines.begin(), lines.end(),
+                         [&](const QString& line) { return line.startsWith(start); });
+}

@@ -1,0 +1,201 @@
+#pragma once
+
+#include "remote/VLConnection.h"
+#include "remote/VLServer.h"
+#include "system/VLException.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+/// A connection served by a thread of its own, as the console does it.
+class ServingThread {
+public:
+    using Body = std::function<void(VLConnection&)>;
+
+    /// Returns when the connection stands and `first` has run; throws what went wrong.
+    ServingThread(const QString& host, quint16 port, const VLConnectionOptions& options, Body first = {}) {
+        std::promise<void> ready;
+        m_thread = std::thread([this, host, port, options, first = std::move(first), &ready] {
+            run(host, port, options, first, ready);
+        });
+        ready.get_future().wait();
+        if (!m_error) return;
+        m_thread.join();
+        throw VLException(*m_error);
+    }
+    ~ServingThread() {
+        if (m_thread.joinable()) stop();
+    }
+    ServingThread(const ServingThread&) = delete;
+    ServingThread& operator=(const ServingThread&) = delete;
+
+    void stop() {
+        m_stop = true;
+        m_control->wake();
+        m_thread.join();
+    }
+    [[nodiscard]] VLProxyObject& proxy() const { return *m_proxy; }
+    [[nodiscard]] VLProxyObjectPtr sharedProxy() const { return m_proxy; }
+    [[nodiscard]] VLConnection::Control& control() const { return *m_control; }
+    /// After the connection has ended.
+    [[nodiscard]] QString lossReason() const {
+        const std::lock_guard lock(m_mutex);
+        return m_lossReason;
+    }
+    [[nodiscard]] bool ends(std::chrono::milliseconds limit) {
+        return QTest::qWaitFor([this] { return m_ended.load(); }, int(limit.count()));
+    }
+
+private:
+    void run(const QString& host, quint16 port, const VLConnectionOptions& options, const Body& first,
+             std::promise<void>& ready) {
+        std::optional<VLConnection> connection;
+        try {
+            connection.emplace(host, port, options);
+            m_proxy = connection->rootProxy();
+            m_control = connection->control();
+            if (first) first(*connection);
+        } catch (const VLException& exception) {
+            m_error = exception;
+        }
+        const bool failed = m_error.has_value();
+        ready.set_value();
+        if (failed) return;
+        while (!m_stop && connection->isValid())
+            connection->serve(std::chrono::seconds(2));
+        {
+            const std::lock_guard lock(m_mutex);
+            m_lossReason = connection->lossReason();
+        }
+        connection.reset();
+        m_ended = true;
+    }
+
+    VLProxyObjectPtr m_proxy;
+    std::shared_ptr<VLConnection::Control> m_control;
+    std::optional<VLException> m_error;
+    std::atomic_bool m_stop = false;
+    std::atomic_bool m_ended = false;
+    mutable std::mutex m_mutex;
+    QString m_lossReason;
+    std::thread m_thread;
+};
+
+/// Something that threads wait for, once.
+class Gate {
+public:
+    void open() {
+        const std::lock_guard lock(m_mutex);
+        m_open = true;
+        m_changed.notify_all();
+    }
+    bool wait(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, limit, [this] { return m_open; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_open = false;
+};
+
+/// An agent's root object whose operations are functions of the test.
+class ScriptedRoot final : public VLRootObject {
+public:
+    using Operation = std::function<QVariant(const QVariantList& arguments, quint64 peer)>;
+
+    /// Before the server starts.
+    void on(const QString& selector, Operation operation) { m_operations[selector] = std::move(operation); }
+
+    bool respondsToSelector(const QString& selector) const override {
+        return m_operations.contains(selector);
+    }
+    QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) override {
+        const auto found = m_operations.constFind(selector);
+        if (found == m_operations.constEnd())
+            throw VLException(VLException::invalidArgument,
+                              QStringLiteral("unrecognized selector ") + selector);
+        return (*found)(arguments, peer);
+    }
+    void peerClosed(quint64) override { ++m_closedPeers; }
+    [[nodiscard]] int closedPeers() const { return m_closedPeers; }
+
+private:
+    QHash<QString, Operation> m_operations;
+    std::atomic_int m_closedPeers = 0;
+};
+
+/// A callback object that collects what it receives.
+class CollectingTarget final : public VLCallbackTarget {
+public:
+    struct Received {
+        QString selector;
+        QVariantList arguments;
+        QString sender;
+    };
+    QVariant receive(const QString& selector, const QVariantList& arguments, const QString& sender) override {
+        const std::lock_guard lock(m_mutex);
+        m_received.push_back({selector, arguments, sender});
+        return {};
+    }
+    [[nodiscard]] std::vector<Received> received() const {
+        const std::lock_guard lock(m_mutex);
+        return m_received;
+    }
+    [[nodiscard]] std::size_t count() const { return received().size(); }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<Received> m_received;
+};
+
+/// Keys, pins and limits of a console and an agent on the loopback interface.
+struct TransportFixture {
+    QTemporaryDir folder;
+    TlsIdentity console = TlsIdentity::create(QStringLiteral("console"));
+    TlsIdentity agent = TlsIdentity::create(QStringLiteral("agent"));
+    std::shared_ptr<PinnedCertificates> pins =
+        std::make_shared<PinnedCertificates>(folder.filePath(QStringLiteral("pins")));
+    RemoteLimits limits;
+
+    [[nodiscard]] VLConnectionOptions options() const {
+        return {console, pins, QStringLiteral("edit-bay-1.local."), QStringLiteral("edit-bay-1"), limits};
+    }
+    [[nodiscard]] VLServerOptions serverOptions() const {
+        VLServerOptions options;
+        options.identity = agent;
+        options.authorizedCertificates = [certificate = console.certificate] { return QList{certificate}; };
+        options.address = QStringLiteral("127.0.0.1");
+        options.limits = limits;
+        return options;
+    }
+    [[nodiscard]] std::unique_ptr<VLServer> serve(const std::shared_ptr<ScriptedRoot>& root) const {
+        return std::make_unique<VLServer>(root, serverOptions());
+    }
+    [[nodiscard]] std::unique_ptr<ServingThread> connect(quint16 port, ServingThread::Body first = {}) const {
+        return std::make_unique<ServingThread>(QStringLiteral("127.0.0.1"), port, options(),
+                                               std::move(first));
+    }
+};
+
+/// The exception that `body` raises; one named "none" when it raises nothing.
+template <typename Body>
+VLException raisedBy(Body body) {
+    try {
+        body();
+    } catch (const VLException& exception) {
+        return exception;
+    }
+    return VLException(QStringLiteral("none"), QString());
+}

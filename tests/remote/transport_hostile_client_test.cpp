@@ -1,0 +1,150 @@
+#include "remote/VLServer.h"
+#include "remote/support/RawPeer.h"
+#include "remote/support/TransportFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <list>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+QVariant echo(const QVariantList& arguments, quint64) {
+    return arguments.value(0);
+}
+
+std::shared_ptr<ScriptedRoot> echoingRoot() {
+    auto root = std::make_shared<ScriptedRoot>();
+    root->on(QStringLiteral("echo:"), echo);
+    return root;
+}
+
+QByteArray messageHead(quint32 words) {
+    const quint32 head[2] = {0, words};
+    return QByteArray(reinterpret_cast<const char*>(head), sizeof head);
+}
+
+}  // namespace
+
+/// Clients over real sockets that are no consoles: the agent drops them, and serves the others meanwhile.
+class TransportHostileClientTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void bad_bytes_end_their_own_connection_data() {
+        QTest::addColumn<bool>("authorized");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("no TLS") << false << QByteArray("GET / HTTP/1.1\r\n\r\n");
+        QTest::newRow("TLS record of nonsense")
+            << false << QByteArray("\x16\x03\x01\x02\x00", 5).append(QByteArray(512, '\xff'));
+        QTest::newRow("garbage") << true << QByteArray(4096, '\xa5');
+        QTest::newRow("too large a message") << true << messageHead(1u << 27);
+        QTest::newRow("too many segments") << true << QByteArray(8, '\x7f');
+    }
+    void bad_bytes_end_their_own_connection() {
+        QFETCH(bool, authorized);
+        QFETCH(QByteArray, bytes);
+        const TransportFixture fixture;
+        const auto server = fixture.serve(echoingRoot());
+        const auto console = fixture.connect(server->port());
+        RawPeer peer(server->port());
+        if (authorized) {
+            QVERIFY(peer.startTls(&fixture.console));
+            QVERIFY(peer.sendTls(bytes));
+        } else {
+            peer.send(bytes);
+        }
+        QVERIFY(peer.isClosed());
+        QTRY_COMPARE(server->connectionCount(), 1);
+        QCOMPARE(console->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+    }
+
+    void silent_clients_keep_nobody_out() {
+        TransportFixture fixture;
+        fixture.limits.connect = 1'000ms;
+        auto options = fixture.serverOptions();
+        options.maximumConnections = 3;
+        const VLServer server(echoingRoot(), options);
+        std::list<RawPeer> silent;
+        for (int index = 0; index < 10; ++index)
+            silent.emplace_back(server.port());
+        const auto console = fixture.connect(server.port());
+        QCOMPARE(console->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+        for (RawPeer& peer : silent)
+            QVERIFY(peer.isClosed());
+    }
+
+    void no_more_connections_than_allowed() {
+        const TransportFixture fixture;
+        auto options = fixture.serverOptions();
+        options.maximumConnections = 2;
+        const VLServer server(echoingRoot(), options);
+        auto first = fixture.connect(server.port());
+        const auto second = fixture.connect(server.port());
+        QCOMPARE(raisedBy([&] { (void)fixture.connect(server.port()); }).name(), VLException::inaccessible);
+        QCOMPARE(second->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+        first.reset();
+        QTRY_COMPARE(server.connectionCount(), 1);
+        const auto third = fixture.connect(server.port());
+        QCOMPARE(third->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+    }
+
+    void only_the_newest_tls_is_spoken() {
+        const TransportFixture fixture;
+        const auto server = fixture.serve(echoingRoot());
+        QVERIFY(!RawPeer(server->port()).startTls(&fixture.console, TLS1_2_VERSION));
+        QVERIFY(RawPeer(server->port()).startTls(&fixture.console, TLS1_3_VERSION));
+    }
+
+    void a_client_without_a_known_certificate_gets_no_further_data() {
+        QTest::addColumn<bool>("withCertificate");
+        QTest::newRow("none") << false;
+        QTest::newRow("a stranger's") << true;
+    }
+    void a_client_without_a_known_certificate_gets_no_further() {
+        QFETCH(bool, withCertificate);
+        const TransportFixture fixture;
+        const auto server = fixture.serve(echoingRoot());
+        const TlsIdentity stranger = TlsIdentity::create(QStringLiteral("console"));
+        RawPeer peer(server->port());
+        (void)peer.startTls(withCertificate ? &stranger : nullptr);
+        (void)peer.sendTls(messageHead(1));
+        QVERIFY(peer.isClosed());
+        QCOMPARE(server->connectionCount(), 0);
+    }
+
+    void more_operations_than_may_wait_are_refused() {
+        TransportFixture fixture;
+        fixture.limits.pendingCallbacks = 4;
+        auto root = echoingRoot();
+        Gate arrived;
+        Gate release;
+        root->on(QStringLiteral("wait"), [&](const QVariantList&, quint64) {
+            arrived.open();
+            release.wait();
+            return QVariant(true);
+        });
+        const auto server = fixture.serve(root);
+        const auto console = fixture.connect(server->port());
+        std::atomic_int done = 0;
+        std::atomic_int refused = 0;
+        std::vector<std::thread> callers;
+        const auto call = [&] {
+            const auto raised = raisedBy([&] { console->proxy().perform(QStringLiteral("wait")); });
+            ++(raised.name() == VLException::generic ? refused : done);
+        };
+        callers.emplace_back(call);
+        QVERIFY(arrived.wait());
+        for (int index = 0; index < 10; ++index)
+            callers.emplace_back(call);
+        QTRY_COMPARE(refused.load(), 6);
+        // Asking what it can do, and the heartbeat, do not stand in that line.
+        QVERIFY(console->proxy().respondsToSelector(QStringLiteral("wait")));
+        release.open();
+        for (auto& caller : callers)
+            caller.join();
+        QCOMPARE(done.load(), 5);
+    }
+};
+
+ORLENDO_TEST_MAIN(TransportHostileClientTest)
+#include "transport_hostile_client_test.moc"

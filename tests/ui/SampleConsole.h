@@ -1,0 +1,100 @@
+#pragma once
+
+#include "app/AppController.h"
+#include "app/window/MainWindow.h"
+#include "tools/addonry/AddonryController.h"
+
+#include <memory>
+
+/// A client without a network, in whatever state a test wants to see.
+class SampleService : public VLService {
+public:
+    SampleService(const QString& name, const QString& address, const QString& model = {})
+        : m_address(address) {
+        setName(name);
+        setHostName(name.toLower().replace(QLatin1Char(' '), QLatin1Char('-')) + QStringLiteral(".local."));
+        m_port = 51000;
+        m_isConnected = true;
+        if (!model.isEmpty()) setIcon(iconForMacModel(model, {}));
+    }
+    [[nodiscard]] QString ipAddress() const override { return m_address; }
+    void connectOnThread(VLCallbackTargetPtr) override { ++reconnects; }
+    void disconnect() override { m_isConnected = false; }
+    void fetchInitialConfiguration(bool) override {}
+
+    void showConnecting() {
+        m_isConnected = false;
+        m_spinning = true;
+    }
+    void showNotConnected(const QString& reason) {
+        m_isConnected = false;
+        m_spinning = false;
+        m_connectionError.set(reason);
+    }
+    void showChangedIdentity(const QByteArray& certificate) {
+        showNotConnected(QStringLiteral("the agent shows another key"));
+        m_changedCertificate.set(certificate);
+    }
+    void showError(int code) { m_errorCode = code; }
+
+    std::atomic<int> reconnects{0};
+
+private:
+    QString m_address;
+};
+
+inline QVariantMap pluginInstance(const QString& name, const QString& type, const QString& version,
+                                  int disabled = 0, int accessType = 0) {
+    const QString folder = accessType == 1 ? QStringLiteral("/Users/editor/Library/Plug-Ins/")
+                                           : QStringLiteral("/Library/Plug-Ins/");
+    return {{QStringLiteral("name"), name},
+            {QStringLiteral("type"), type},
+            {QStringLiteral("version"), version},
+            {QStringLiteral("disabled"), disabled},
+            {QStringLiteral("accessType"), accessType},
+            {QStringLiteral("fullPath"),
+             QString(folder + type + QLatin1Char('/') + name + QStringLiteral(".plugin"))}};
+}
+
+/// Marks the row as missing on `hostName`.
+inline void addMissing(VLPluginItem& row, const QString& hostName) {
+    QVariantList missing = row.missingHosts();
+    missing << QVariantMap{{QStringLiteral("hostname"), hostName},
+                           {QStringLiteral("disabled"), -1},
+                           {QStringLiteral("version"), QString()},
+                           {QStringLiteral("type"), row.type()},
+                           {QStringLiteral("name"), row.name()}};
+    row.setMissingHosts(missing);
+    row.setState(VLPluginItem::Missing);
+}
+
+/// A console with its window, made by the real controller, without discovery.
+class SampleConsole {
+public:
+    /// False when the controller could not start.
+    bool start() {
+        controller = std::make_unique<AppController>();
+        controller->setBrowses(false);
+        controller->setUnattended(true);
+        if (!controller->init()) return false;
+        window = std::make_unique<MainWindow>(*controller);
+        controller->awakeFromNib();
+        return true;
+    }
+    std::shared_ptr<SampleService> add(const QString& name, const QString& address,
+                                       const QString& model = {}) {
+        auto service = std::make_shared<SampleService>(name, address, model);
+        controller->services().addServiceToList(service);
+        return service;
+    }
+    [[nodiscard]] AddonryController& addonry() {
+        return *static_cast<AddonryController*>(controller->toolController(QStringLiteral("addonry")));
+    }
+    template <typename Widget>
+    [[nodiscard]] Widget* find(const char* name) const {
+        return window->findChild<Widget*>(QLatin1String(name));
+    }
+
+    std::unique_ptr<AppController> controller;
+    std::unique_ptr<MainWindow> window;
+};
