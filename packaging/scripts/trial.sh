@@ -23,7 +23,7 @@ hosts=(edit-bay-1 edit-bay-2 grading-suite render-node-1)
 for i in 0 1 2 3; do
     tree=$TRIAL/workstation-$((i + 1))
     [ -d "$tree" ] || "$AGENT_BIN" --make-sample "$tree" --profile $((i + 1)) >/dev/null
-    "$AGENT_BIN" --root "$tree" --state "$TRIAL/agent-$((i + 1))" --listen 127.0.0.1 --name "${names[i]}" \
+    "$AGENT_BIN" --root "$tree" --state "$TRIAL/agent-$((i + 1))" --listen 127.0.0.1 --port 0 --name "${names[i]}" \
         --host-name "${hosts[i]}.local." --authorize "$TRIAL/console.crt" --admin-file "$tree/admin-users" \
         >"$TRIAL/agent-$((i + 1)).out" 2>"$TRIAL/agent-$((i + 1)).err" &
     agents+=($!)

@@ -22,7 +22,7 @@ namespace {
 constexpr unsigned long farewellMilliseconds = 200;
 
 bool isLoopback(const QString& address) {
-    return address.startsWith(QLatin1String("127.")) || address == u"::1" || address == u"localhost";
+    return address.startsWith(QLatin1String("127.")) || address == u"::1";
 }
 
 /// The first label of a host name: what a host is published under.
@@ -59,7 +59,7 @@ AgentDaemon::~AgentDaemon() {
     m_publisher.reset();
     if (m_agent->consoles.count() > 0 && !m_shallRelaunch) {
         // A console removes a machine that says good-bye; one that starts anew is connected to again.
-        m_agent->consoles.postToAll(QStringLiteral("willDisconnect:"), {m_agent->settings.hostName});
+        m_agent->consoles.postToAll(QStringLiteral("willDisconnect:"), {m_agent->hostName.get()});
         QThread::msleep(farewellMilliseconds);
     }
     m_server.reset();
@@ -104,11 +104,14 @@ void AgentDaemon::startAdvertising() {
         published.hostName = hostLabel(settings.hostName);
         published.hostAddresses = {settings.listenAddress};
     }
-    m_publisher = std::make_unique<ServicePublisher>(published, [](const ServicePublisher::State& state) {
-        if (state.isPublished)
+    m_publisher = std::make_unique<ServicePublisher>(published, [agent = m_agent](
+                                                                    const ServicePublisher::State& state) {
+        if (state.isPublished) {
             VLLog::appendLog(QStringLiteral("Advertised as \"%@\" on host %@"), state.name, state.hostName);
-        else if (!state.error.isEmpty())
+            if (!state.hostName.isEmpty()) agent->hostName.set(state.hostName);
+        } else if (!state.error.isEmpty()) {
             VLLog::appendLog(QStringLiteral("Not advertised: %@"), state.error);
+        }
     });
     m_publisher->start();
 }
@@ -130,12 +133,12 @@ void AgentDaemon::stateChanged() {
                                    : QStringLiteral("Maintenance is not requested any more."));
         m_agent->consoles.postToAll(
             requested ? QStringLiteral("requestMaintenance:") : QStringLiteral("cancelMaintenance:"),
-            {settings.hostName});
+            {m_agent->hostName.get()});
     }
     QVariantMap configuration = lastingPart(ClientConfiguration::current(*m_agent));
     if (configuration != m_configuration) {
         m_configuration = std::move(configuration);
-        m_agent->consoles.postToAll(QStringLiteral("updateConfig:"), {settings.hostName});
+        m_agent->consoles.postToAll(QStringLiteral("updateConfig:"), {m_agent->hostName.get()});
     }
 }
 

@@ -43,7 +43,7 @@ void AgentRoot::reportFailure(const QString& selector, const VLException& error,
     m_agent->consoles.postToCaller(
         peer, QStringLiteral("addExceptionToQueue:hostname:"),
         {QVariantMap{{QStringLiteral("name"), error.name()}, {QStringLiteral("reason"), error.reason()}},
-         m_agent->settings.hostName});
+         m_agent->hostName.get()});
 }
 
 void AgentRoot::peerClosed(quint64 peer) {

@@ -109,6 +109,7 @@ bool AgentSettings::apply(const QVariantMap& configuration, const QString& direc
 void AgentSettings::complete() {
     const QString machine = QSysInfo::machineHostName();
     if (stateDirectory.isEmpty()) stateDirectory = standardStateDirectory();
+    if (listenAddress == u"localhost") listenAddress = QStringLiteral("127.0.0.1");
     if (name.isEmpty()) name = machine.section(u'.', 0, 0);
     if (hostName.isEmpty()) hostName = machine.contains(u'.') ? machine : machine + QStringLiteral(".local");
     if (!hostName.endsWith(u'.')) hostName.append(u'.');

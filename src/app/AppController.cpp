@@ -1,10 +1,5 @@
 #include "app/AppController.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QGuiApplication>
-#include <algorithm>
-
 #include "app/AppDefaults.h"
 #include "app/ConsoleIdentity.h"
 #include "foundation/MainThread.h"
@@ -16,18 +11,28 @@
 #include "system/VLException.h"
 #include "system/VLLocalPaths.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QGuiApplication>
+
+#include <algorithm>
+
 namespace {
 
 constexpr auto ownHostName = "###self###";
 constexpr std::chrono::seconds longestEnd{10};
 
 /// In the order in which results are forgotten.
-constexpr const char* clearingOrder[] = {"faultscope", "varispot",  "applications", "studio",    "settlekeep",
-                                         "routemark",  "addonry",   "qmaster",      "hostbench", "cronwell"};
+constexpr const char* clearingOrder[] = {"faultscope", "varispot", "applications", "studio",    "settlekeep",
+                                         "routemark",  "addonry",  "qmaster",      "hostbench", "cronwell"};
 
-VLUserDefaults& defaults() { return VLUserDefaults::standardUserDefaults(); }
+VLUserDefaults& defaults() {
+    return VLUserDefaults::standardUserDefaults();
+}
 
-bool isApplicationActive() { return QGuiApplication::applicationState() == Qt::ApplicationActive; }
+bool isApplicationActive() {
+    return QGuiApplication::applicationState() == Qt::ApplicationActive;
+}
 
 void startOnThread(std::function<void()> operation) {
     VLThread::detach(QStringLiteral("autoRefresh"), std::move(operation));
@@ -44,7 +49,8 @@ AppController::AppController(QList<Tool> tools, AppServices appServices, QObject
         [this] { return static_cast<int>(m_services->selectedServices().size()); },
         [this] { m_autoRefresh->autoRefreshData(true); },
         [this] {
-            for (const auto& controller : std::as_const(m_toolControllers)) controller->stopSpinner();
+            for (const auto& controller : std::as_const(m_toolControllers))
+                controller->stopSpinner();
         },
     });
     m_autoRefresh = std::make_unique<AutoRefresh>(AutoRefresh::Environment{
@@ -65,7 +71,9 @@ AppController::AppController(QList<Tool> tools, AppServices appServices, QObject
     });
 }
 
-AppController::~AppController() { shutDown(); }
+AppController::~AppController() {
+    shutDown();
+}
 
 // ---- Start-up
 
@@ -107,7 +115,9 @@ void AppController::createRunner() {
     m_runner = std::make_unique<RemoteRunner>(std::move(environment));
 }
 
-void AppController::registerDefaults() { defaults().registerDefaults(registeredDefaults()); }
+void AppController::registerDefaults() {
+    defaults().registerDefaults(registeredDefaults());
+}
 
 /// Groups are not stored yet: the list starts with the machines alone.
 void AppController::populateServiceGroups() {}
@@ -204,7 +214,8 @@ void AppController::showFirstRun() {
 void AppController::checkForUpdatesToSelf() {
     if (defaults().objectForKey(QStringLiteral("SUCheckAtStartup")).toLongLong() == 0) return;
     const qlonglong known = defaults().integerForKey(QStringLiteral("availableUpdateVersion"));
-    const qlonglong own = VLBundle::mainBundle().integerForInfoDictionaryKey(QStringLiteral("CFBundleVersion"));
+    const qlonglong own =
+        VLBundle::mainBundle().integerForInfoDictionaryKey(QStringLiteral("CFBundleVersion"));
     if (known > own) return setSoftwareUpdateCount(1, QLatin1String(ownHostName));
     VLThread::detach(QStringLiteral("checkForUpdatesToSelf"), m_appServices.checkForUpdatesToSelf);
 }
@@ -246,7 +257,8 @@ void AppController::setVisibleTool(const QString& identifier) {
     m_visibleTool = identifier;
     if (toolController(identifier)) {
         const std::shared_ptr<ToolController> controller = m_toolControllers.value(identifier);
-        m_autoRefresh->setupAutoRefresh([controller] { controller->refresh(); }, tool(identifier)->refreshInterval);
+        m_autoRefresh->setupAutoRefresh([controller] { controller->refresh(); },
+                                        tool(identifier)->refreshInterval);
         if (m_autoRefresh->canRefreshNow())
             refreshVisibleTool();
         else
@@ -264,7 +276,8 @@ void AppController::refreshVisibleTool() {
 void AppController::clearData() {
     m_taskThreads->setProcessingCancelled(true);
     for (const char* identifier : clearingOrder)
-        if (const auto controller = m_toolControllers.value(QLatin1String(identifier))) controller->clearData();
+        if (const auto controller = m_toolControllers.value(QLatin1String(identifier)))
+            controller->clearData();
 }
 
 // ---- Shutdown
@@ -280,7 +293,8 @@ bool AppController::shutDown() {
     VLThread::cancelAll();
     MainThread::beginQuitting();
     // From here on no worker waits for this thread, and nothing adds a client any more.
-    for (const VLServicePtr& service : m_services->serviceArray()) service->disconnect();
+    for (const VLServicePtr& service : m_services->serviceArray())
+        service->disconnect();
     m_serviceMenu.clear();
     m_refreshedFor.clear();
     m_autoRefresh->setupAutoRefresh({}, 0);
@@ -288,7 +302,8 @@ bool AppController::shutDown() {
 
     m_endedCleanly = VLThread::joinAll(longestEnd);
     if (!m_endedCleanly) {
-        VLLog::appendLog(QStringLiteral("%i threads had to be left behind at the end"), VLThread::activeCount());
+        VLLog::appendLog(QStringLiteral("%i threads had to be left behind at the end"),
+                         VLThread::activeCount());
     } else {
         VLService::setEnvironment({});
     }

@@ -1,11 +1,5 @@
 #pragma once
 
-#include <QDateTime>
-#include <QHash>
-#include <QObject>
-#include <memory>
-#include <set>
-
 #include "app/AppServices.h"
 #include "app/AutoRefresh.h"
 #include "app/RefreshRequest.h"
@@ -16,6 +10,13 @@
 #include "remote/VLErrorCallback.h"
 #include "tools/Tool.h"
 
+#include <QDateTime>
+#include <QHash>
+#include <QObject>
+
+#include <memory>
+#include <set>
+
 struct VLNotification;
 
 /// The console's centre: makes the parts, starts and ends them in order, and answers the notifications.
@@ -23,10 +24,10 @@ struct VLNotification;
 class AppController : public QObject, public VLServiceDelegate {
     Q_OBJECT
 public:
-    /// With every tool of the registry.
-    explicit AppController(QObject* parent = nullptr)
-        : AppController(toolRegistry(), AppServices::standard(), parent) {}
-    AppController(QList<Tool> tools, AppServices appServices, QObject* parent = nullptr);
+    /// `tools`: toolRegistry() in the program. The registry makes panes, which are widgets, so this class
+    /// does not reach for it.
+    explicit AppController(QList<Tool> tools, AppServices appServices = AppServices::standard(),
+                           QObject* parent = nullptr);
     ~AppController() override;
 
     /// Log, defaults, callback object, identity, discovery and manual clients, in that order. False (and a

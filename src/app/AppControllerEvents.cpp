@@ -1,14 +1,15 @@
 // The controller's answers to notifications, to the agents' callbacks and to the client menu.
-#include <QTimer>
-#include <algorithm>
-#include <numeric>
-
 #include "app/AppController.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "remote/VLCorvalinServerProtocol.h"
+
+#include <QTimer>
+
+#include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -26,13 +27,16 @@ void AppController::subscribeToNotifications() {
     observe("vlCorvalinServiceRefresh", [this](const VLNotification&) { reloadServiceOutlineView(); });
     observe("vlCorvalinErrorLabelRefresh", [this](const VLNotification&) { Q_EMIT errorQueueChanged(); });
     observe("vlCorvalinPostLocalError", [this](const VLNotification& n) { postError(n.userInfo); });
-    observe("vlCorvalinProgressIncrement", [this](const VLNotification&) { m_taskThreads->incrementProgress(); });
+    observe("vlCorvalinProgressIncrement",
+            [this](const VLNotification&) { m_taskThreads->incrementProgress(); });
     observe("vlCorvalinTaskFinished",
             [this](const VLNotification&) { m_taskThreads->decrementTaskThreadCount(); });
     observe("VLTableBadgeClicked",
             [this](const VLNotification& n) { Q_EMIT serviceOutlineBadgeClicked(serviceOf(n)); });
-    observe("VLCorvalinServiceInvalidated", [this](const VLNotification& n) { serviceInvalidated(serviceOf(n)); });
-    observe("vlCorvalinServiceConnectFailed", [this](const VLNotification& n) { connectionFailed(serviceOf(n)); });
+    observe("VLCorvalinServiceInvalidated",
+            [this](const VLNotification& n) { serviceInvalidated(serviceOf(n)); });
+    observe("vlCorvalinServiceConnectFailed",
+            [this](const VLNotification& n) { connectionFailed(serviceOf(n)); });
     observe("vlCorvalinAdminOutdated", [this](const VLNotification& n) { adminOutdated(serviceOf(n)); });
 }
 
@@ -88,7 +92,8 @@ void AppController::postError(const QVariantMap& userInfo) {
     const QString hostName = userInfo.value(QStringLiteral("hostname")).toString();
     if (code < 1 || hostName.isEmpty()) return;
     m_errorCallback->addErrorToQueue(
-        QVariantMap{{QStringLiteral("domain"), QLatin1String(CorvalinError::domain)}, {QStringLiteral("code"), code}},
+        QVariantMap{{QStringLiteral("domain"), QLatin1String(CorvalinError::domain)},
+                    {QStringLiteral("code"), code}},
         hostName);
 }
 
@@ -124,8 +129,9 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
         return m_services->serviceWithHostName(hostName) != nullptr;
     };
     parent.faultscopeAddLogs = [](const QVariantList& logs, const QString& hostName) {
-        VLLog::appendLog(QStringLiteral("%i crash logs of %@ are not shown: this version has no place for them."),
-                         static_cast<int>(logs.size()), hostName);
+        VLLog::appendLog(
+            QStringLiteral("%i crash logs of %@ are not shown: this version has no place for them."),
+            static_cast<int>(logs.size()), hostName);
     };
     parent.setSoftwareUpdateCount = [this](qlonglong count, const QString& hostName) {
         setSoftwareUpdateCount(count, hostName);
@@ -151,8 +157,8 @@ qlonglong AppController::softwareUpdateCount() const {
 /// The answer comes back through the callback object.
 void AppController::updateSoftwareUpdateCountForItem(const VLServicePtr& service) {
     VLThread::detach(QStringLiteral("updateSoftwareUpdateCount"), [runner = m_runner.get(), service] {
-        [[maybe_unused]] const QVariant answer =
-            runner->objectFromRemoteMethod(QStringLiteral("fetchSoftwareUpdateAvailableUpdateCount"), {}, {}, service);
+        [[maybe_unused]] const QVariant answer = runner->objectFromRemoteMethod(
+            QStringLiteral("fetchSoftwareUpdateAvailableUpdateCount"), {}, {}, service);
     });
 }
 
@@ -198,8 +204,9 @@ void AppController::selectionChanged() {
     m_taskThreads->updateSelectedComputerStatus();
     const QList<VLServicePtr> list = m_services->selectedServices();
     const std::set<VLServicePtr> selected(list.begin(), list.end());
-    const bool hasLost = std::any_of(m_refreshedFor.begin(), m_refreshedFor.end(),
-                                     [&](const VLServicePtr& service) { return !selected.contains(service); });
+    const bool hasLost =
+        std::any_of(m_refreshedFor.begin(), m_refreshedFor.end(),
+                    [&](const VLServicePtr& service) { return !selected.contains(service); });
     const bool hasGained = std::any_of(selected.begin(), selected.end(), [this](const VLServicePtr& service) {
         return !m_refreshedFor.contains(service) && service->isConnected();
     });
@@ -220,7 +227,9 @@ void AppController::stopClient(const VLServicePtr& service) {
     });
 }
 
-void AppController::disconnectClient(const VLServicePtr& service) { m_discovery->removeService(service); }
+void AppController::disconnectClient(const VLServicePtr& service) {
+    m_discovery->removeService(service);
+}
 
 void AppController::reconnectClient(const VLServicePtr& service) {
     VLThread::detach(QStringLiteral("menuReconnect"),

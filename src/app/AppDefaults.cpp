@@ -36,4 +36,6 @@ QVariantMap registeredDefaults() {
     };
 }
 
-bool isBooleanNo(const QVariant& value) { return isNumber(value) && value.toDouble() == 0; }
+bool isBooleanNo(const QVariant& value) {
+    return isNumber(value) && value.toDouble() == 0;
+}

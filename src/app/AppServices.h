@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+
 #include <functional>
 
 /// What the controller asks of parts of the console that are made elsewhere. Each stands here under the name

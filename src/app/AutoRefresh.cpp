@@ -1,9 +1,9 @@
 #include "app/AutoRefresh.h"
 
+#include "foundation/VLUserDefaults.h"
+
 #include <algorithm>
 #include <limits>
-
-#include "foundation/VLUserDefaults.h"
 
 namespace {
 

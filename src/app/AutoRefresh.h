@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QTimer>
+
 #include <functional>
 
 /// Repeats the refresh operation of the visible tool pane. Main thread.

@@ -1,32 +1,41 @@
 #include "app/BatchRun.h"
 
-#include <QTimer>
-#include <algorithm>
-
 #include "app/ReportTable.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLFormat.h"
 #include "foundation/VLThread.h"
 
+#include <QPointer>
+#include <QTimer>
+
+#include <algorithm>
+
 namespace {
 
 constexpr std::chrono::milliseconds pollInterval{50};
-constexpr std::chrono::milliseconds settleTime{2000};   ///< without a new client, when no number is expected
-constexpr std::chrono::milliseconds paintTime{400};     ///< for pictures and rows to be drawn
+constexpr std::chrono::milliseconds settleTime{2000};  ///< without a new client, when no number is expected
+constexpr std::chrono::milliseconds paintTime{400};    ///< for pictures and rows to be drawn
 constexpr std::chrono::seconds longestIdleWait{60};
 
 QString backendText(ServiceBrowser::Backend backend) {
     switch (backend) {
-        case ServiceBrowser::Backend::Daemon: return QStringLiteral("the Avahi daemon");
-        case ServiceBrowser::Backend::Embedded: return QStringLiteral("Avahi's embedded core");
-        case ServiceBrowser::Backend::None: break;
+        case ServiceBrowser::Backend::Daemon:
+            return QStringLiteral("the Avahi daemon");
+        case ServiceBrowser::Backend::Embedded:
+            return QStringLiteral("Avahi's embedded core");
+        case ServiceBrowser::Backend::None:
+            break;
     }
     return QStringLiteral("none (no usable network interface)");
 }
 
-std::chrono::milliseconds elapsed(const QElapsedTimer& timer) { return std::chrono::milliseconds(timer.elapsed()); }
+std::chrono::milliseconds elapsed(const QElapsedTimer& timer) {
+    return std::chrono::milliseconds(timer.elapsed());
+}
 
-QString plural(qsizetype count) { return count == 1 ? QString() : QStringLiteral("s"); }
+QString plural(qsizetype count) {
+    return count == 1 ? QString() : QStringLiteral("s");
+}
 
 }  // namespace
 
@@ -78,10 +87,12 @@ void BatchRun::describeClients() {
     m_output.message(QStringLiteral("Discovery: ") + (m_commandLine.browses
                                                           ? backendText(m_controller.discovery().backend())
                                                           : QStringLiteral("turned off")));
-    m_output.message(vlFormat(QStringLiteral("%i client%@ connected"), connected.size(), plural(connected.size())));
+    m_output.message(
+        vlFormat(QStringLiteral("%i client%@ connected"), connected.size(), plural(connected.size())));
     for (const VLServicePtr& service : connected)
         m_output.message(vlFormat(QStringLiteral("  %@ (%@:%i)%@"), service->name(), service->ipAddress(),
-                                  service->port(), service->isManual() ? QStringLiteral(", added by hand") : QString()));
+                                  service->port(),
+                                  service->isManual() ? QStringLiteral(", added by hand") : QString()));
 
     const QList<VLServicePtr> all = m_controller.services().serviceArray();
     for (const VLServicePtr& service : all) {
@@ -93,10 +104,11 @@ void BatchRun::describeClients() {
     const qsizetype lacking = m_commandLine.expectedClients - connected.size();
     if (lacking <= 0) return;
     m_exitCode = 1;
-    m_output.message(vlFormat(QStringLiteral("%i of %i expected clients did not connect within %i seconds"), lacking,
-                              m_commandLine.expectedClients, static_cast<qlonglong>(m_commandLine.wait.count())));
+    m_output.message(vlFormat(QStringLiteral("%i of %i expected clients did not connect within %i seconds"),
+                              lacking, m_commandLine.expectedClients,
+                              static_cast<qlonglong>(m_commandLine.wait.count())));
     if (const qsizetype unseen = m_commandLine.expectedClients - all.size(); unseen > 0)
-        m_output.message(vlFormat(QStringLiteral("%i client%@ were not found at all"), unseen, plural(unseen)));
+        m_output.message(vlFormat(QStringLiteral("Not found at all: %i client%@"), unseen, plural(unseen)));
 }
 
 /// The pane's own refresh may still be at work for the last client that came.
@@ -110,9 +122,12 @@ void BatchRun::waitForIdle() {
 void BatchRun::refreshTool() {
     ToolController* const tool = m_controller.toolController(toolInWork());
     if (!tool) return deliver();
-    VLThread::detach(QStringLiteral("batchRun"), [this, tool] {
+    // The program may be told to end while the worker is on its way.
+    VLThread::detach(QStringLiteral("batchRun"), [self = QPointer(this), tool] {
         tool->refresh();
-        onMainThread([this] { deliver(); });
+        onMainThread([self] {
+            if (self) self->deliver();
+        });
     });
 }
 

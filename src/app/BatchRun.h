@@ -1,12 +1,13 @@
 #pragma once
 
+#include "app/AppController.h"
+#include "app/CommandLine.h"
+
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
-#include <functional>
 
-#include "app/AppController.h"
-#include "app/CommandLine.h"
+#include <functional>
 
 /// A run that nobody sits at: waits for the clients, refreshes one tool, prints its report, has the picture
 /// taken, and says with which exit code to leave. Main thread.

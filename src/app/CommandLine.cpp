@@ -23,8 +23,8 @@ void addOptions(QCommandLineParser& parser) {
         option("expect-clients", QStringLiteral("Wait until so many clients are connected first."), "number"),
         option("wait", QStringLiteral("How long to wait for them (default 15)."), "seconds"),
         option("tool", QStringLiteral("The tool that is shown first."), "tool"),
-        option("add-client", QStringLiteral("Connect to this client too, in this run only: NAME=ADDRESS:PORT."),
-               "client"),
+        option("add-client",
+               QStringLiteral("Connect to this client too, in this run only: NAME=ADDRESS:PORT."), "client"),
         option("no-discovery", QStringLiteral("Do not look for clients on the network.")),
         option("light", QStringLiteral("Use the light appearance.")),
         option("dark", QStringLiteral("Use the dark appearance.")),
@@ -52,7 +52,8 @@ std::optional<int> numberFrom(const QString& text, int highest) {
 QString takeValues(const QCommandLineParser& parser, CommandLine& line) {
     if (const QString name = QStringLiteral("expect-clients"); parser.isSet(name)) {
         const auto number = numberFrom(parser.value(name), mostClients);
-        if (!number) return QStringLiteral("--expect-clients wants a number, not \"%1\".").arg(parser.value(name));
+        if (!number)
+            return QStringLiteral("--expect-clients wants a number, not \"%1\".").arg(parser.value(name));
         line.expectedClients = *number;
     }
     if (const QString name = QStringLiteral("wait"); parser.isSet(name)) {
@@ -99,7 +100,8 @@ CommandLine CommandLine::parse(const QStringList& arguments, const QStringList& 
     addOptions(parser);
     if (!parser.parse(arguments)) return failure(parser.errorText());
     if (!parser.positionalArguments().isEmpty())
-        return failure(QStringLiteral("Unexpected argument \"%1\".").arg(parser.positionalArguments().first()));
+        return failure(
+            QStringLiteral("Unexpected argument \"%1\".").arg(parser.positionalArguments().first()));
 
     CommandLine line;
     if (parser.isSet(QStringLiteral("help"))) {
@@ -121,7 +123,8 @@ CommandLine CommandLine::parse(const QStringList& arguments, const QStringList& 
     line.visibleTool = parser.value(QStringLiteral("tool"));
     if (line.visibleTool.isEmpty()) line.visibleTool = line.reportTool;
     if (const QString error = takeValues(parser, line); !error.isEmpty()) return failure(error);
-    if (const QString error = checkTools(line, tools, reportingTools); !error.isEmpty()) return failure(error);
+    if (const QString error = checkTools(line, tools, reportingTools); !error.isEmpty())
+        return failure(error);
     if (line.expectedClients == 0) line.expectedClients = static_cast<int>(line.addedClients.size());
     return line;
 }

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "clients/ManualConnections.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
+
 #include <chrono>
 #include <optional>
-
-#include "clients/ManualConnections.h"
 
 /// What the program was asked to do.
 struct CommandLine {

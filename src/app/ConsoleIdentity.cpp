@@ -1,10 +1,10 @@
 #include "app/ConsoleIdentity.h"
 
-#include <QSaveFile>
-#include <QSysInfo>
-
 #include "system/VLException.h"
 #include "system/VLLocalPaths.h"
+
+#include <QSaveFile>
+#include <QSysInfo>
 
 TlsIdentity ConsoleIdentity::load() {
     return TlsIdentity::loadOrCreate(VLLocalPaths::configDirectory() + QStringLiteral("/identity"),
@@ -19,7 +19,8 @@ std::shared_ptr<PinnedCertificates> ConsoleIdentity::pins() {
 void ConsoleIdentity::exportCertificate(const QString& path) {
     const QByteArray certificate = load().certificate;
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(certificate) == certificate.size() && file.commit()) return;
+    if (file.open(QIODevice::WriteOnly) && file.write(certificate) == certificate.size() && file.commit())
+        return;
     throw VLException(VLException::generic,
                       QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
 }

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <QString>
-#include <memory>
-
 #include "remote/TlsIdentity.h"
 
-/// The console's own key pair and the certificates of the agents that it has met, both in the user's settings.
+#include <QString>
+
+#include <memory>
+
+/// The console's own key pair and the certificates of the agents that it has met, both in the user's
+/// settings.
 namespace ConsoleIdentity {
 
 /// Made at the first call ever. Throws VLException when it can be neither read nor made.

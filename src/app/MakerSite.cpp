@@ -10,12 +10,18 @@ QUrl MakerSite::url(const QString& path) {
 
 QUrl MakerSite::page(Page page) {
     switch (page) {
-        case Page::Suggestion: return url(QStringLiteral("/corvalin/orlendo/suggestion"));
-        case Page::BugReport: return url(QStringLiteral("/corvalin/orlendo/bugreport"));
-        case Page::Suite: return url(QStringLiteral("/corvalin"));
-        case Page::Console: return url(QStringLiteral("/corvalin/orlendo"));
-        case Page::Manual: return url(QStringLiteral("/corvalin/orlendo/manual"));
-        case Page::Home: break;
+        case Page::Suggestion:
+            return url(QStringLiteral("/corvalin/orlendo/suggestion"));
+        case Page::BugReport:
+            return url(QStringLiteral("/corvalin/orlendo/bugreport"));
+        case Page::Suite:
+            return url(QStringLiteral("/corvalin"));
+        case Page::Console:
+            return url(QStringLiteral("/corvalin/orlendo"));
+        case Page::Manual:
+            return url(QStringLiteral("/corvalin/orlendo/manual"));
+        case Page::Home:
+            break;
     }
     return url(QStringLiteral("/"));
 }

@@ -14,7 +14,9 @@ void RefreshRequest::request() {
     m_timer.start();
 }
 
-void RefreshRequest::cancel() { m_timer.stop(); }
+void RefreshRequest::cancel() {
+    m_timer.stop();
+}
 
 void RefreshRequest::attempt() {
     const bool isPatient = !m_sinceFirst.hasExpired(m_times.patience.count());

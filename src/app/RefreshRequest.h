@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
+
 #include <chrono>
 #include <functional>
 
@@ -19,7 +20,7 @@ public:
         std::function<void()> refresh;
     };
     struct Times {
-        std::chrono::milliseconds quiet{300};     ///< without a further request, before the refresh
+        std::chrono::milliseconds quiet{300};      ///< without a further request, before the refresh
         std::chrono::milliseconds patience{2000};  ///< longest wait for connecting clients
     };
     explicit RefreshRequest(Environment environment, QObject* parent = nullptr)

@@ -19,7 +19,8 @@ QString line(const QStringList& cells, const QList<qsizetype>& widths) {
         if (column > 0) text += QLatin1String(columnGap);
         text += printable(cells.at(column)).leftJustified(widths.value(column));
     }
-    while (text.endsWith(QLatin1Char(' '))) text.chop(1);
+    while (text.endsWith(QLatin1Char(' ')))
+        text.chop(1);
     return text + QLatin1Char('\n');
 }
 
@@ -27,14 +28,18 @@ QString line(const QStringList& cells, const QList<qsizetype>& widths) {
 
 QString reportTable(const ToolReport& report) {
     QList<qsizetype> widths;
-    for (const QString& title : report.header) widths.append(title.size());
+    for (const QString& title : report.header)
+        widths.append(title.size());
     for (const QStringList& row : report.rows)
         for (qsizetype column = 0; column < std::min(row.size(), widths.size()); ++column)
-            widths[column] = std::clamp(row.at(column).size(), widths[column], std::max(widestColumn, widths[column]));
+            widths[column] =
+                std::clamp(row.at(column).size(), widths[column], std::max(widestColumn, widths[column]));
 
     QStringList rules;
-    for (const qsizetype width : widths) rules.append(QString(width, QLatin1Char('-')));
+    for (const qsizetype width : widths)
+        rules.append(QString(width, QLatin1Char('-')));
     QString text = line(report.header, widths) + line(rules, widths);
-    for (const QStringList& row : report.rows) text += line(row, widths);
+    for (const QStringList& row : report.rows)
+        text += line(row, widths);
     return text;
 }

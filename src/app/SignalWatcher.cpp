@@ -47,7 +47,8 @@ SignalWatcher::SignalWatcher(QObject* parent) : QObject(parent) {
 
 SignalWatcher::~SignalWatcher() {
     if (m_eventFd < 0) return;
-    for (const int number : {SIGINT, SIGTERM}) setHandler(number, SIG_DFL, 0);
+    for (const int number : {SIGINT, SIGTERM})
+        setHandler(number, SIG_DFL, 0);
     signalFd = -1;
     ::close(m_eventFd);
 }

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QSocketNotifier>
+
 #include <memory>
 
 /// Turns SIGINT and SIGTERM into an ordinary end of the program. One at a time; main thread.

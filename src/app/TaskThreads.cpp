@@ -1,15 +1,16 @@
 #include "app/TaskThreads.h"
 
-#include <QTimer>
-#include <algorithm>
-#include <condition_variable>
-#include <mutex>
-#include <utility>
-
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
+
+#include <QTimer>
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
 
 namespace {
 
@@ -17,7 +18,9 @@ constexpr std::chrono::milliseconds refreshDelay{1500};
 constexpr std::chrono::milliseconds lookAgain{500};
 constexpr auto relaunchText = "Waiting for clients to relaunch...";
 
-QString plural(int count) { return count == 1 ? QString() : QStringLiteral("s"); }
+QString plural(int count) {
+    return count == 1 ? QString() : QStringLiteral("s");
+}
 
 }  // namespace
 
@@ -67,8 +70,8 @@ void TaskThreads::decrementTaskThreadCount() {
 
 void TaskThreads::cancelTaskThreads() {
     const VLCallLock lock;
-    // From the moment processing ends, a waiter may go on to its next run, which neither the count nor the end
-    // of this run's display may reach any more.
+    // From the moment processing ends, a waiter may go on to its next run, which neither the count nor the
+    // end of this run's display may reach any more.
     const int run = m_statusRun;
     m_taskThreadCount = 0;
     setIsProcessing(false);
@@ -180,7 +183,8 @@ void TaskThreads::updateSelectedComputerStatus(bool refreshAfterwards) {
             m_status.text = vlFormat(QStringLiteral("%i computer%@ selected"), count, plural(count));
         }
         Q_EMIT statusChanged();
-        if (refreshAfterwards) QTimer::singleShot(refreshDelay, this, [this] { m_environment.autoRefreshData(); });
+        if (refreshAfterwards)
+            QTimer::singleShot(refreshDelay, this, [this] { m_environment.autoRefreshData(); });
     });
 }
 
@@ -277,6 +281,6 @@ void TaskThreads::cancelProgress() {
 }
 
 void TaskThreads::updateTaskProgress(int number) {
-    updateProgressStatus(vlFormat(QStringLiteral("Processing task %i of %i"), number,
-                                  m_environment.selectedServiceCount()));
+    updateProgressStatus(
+        vlFormat(QStringLiteral("Processing task %i of %i"), number, m_environment.selectedServiceCount()));
 }

@@ -1,14 +1,15 @@
 #pragma once
 
+#include "foundation/Snapshot.h"
+#include "remote/TaskProgress.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
+
 #include <atomic>
 #include <functional>
 #include <memory>
-
-#include "foundation/Snapshot.h"
-#include "remote/TaskProgress.h"
 
 /// What the status bar shows.
 struct StatusProgress {

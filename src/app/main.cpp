@@ -1,9 +1,3 @@
-#include <QApplication>
-#include <QPixmap>
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-
 #include "app/AppController.h"
 #include "app/BatchRun.h"
 #include "app/CommandLine.h"
@@ -13,7 +7,15 @@
 #include "foundation/MainThread.h"
 #include "foundation/VLBundle.h"
 #include "logs/VLLog.h"
+#include "system/VLException.h"
 #include "widgets/Theme.h"
+
+#include <QApplication>
+#include <QPixmap>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -26,7 +28,9 @@ void print(std::FILE* stream, const QString& text) {
     std::fflush(stream);
 }
 
-void printLine(std::FILE* stream, const QString& text) { print(stream, text + QLatin1Char('\n')); }
+void printLine(std::FILE* stream, const QString& text) {
+    print(stream, text + QLatin1Char('\n'));
+}
 
 QString versionText() {
     const VLBundle& bundle = VLBundle::mainBundle();
@@ -53,8 +57,12 @@ CommandLine commandLineFrom(const QStringList& arguments) {
 int runSimpleAction(const CommandLine& commandLine) {
     try {
         switch (commandLine.action) {
-            case CommandLine::Action::ShowHelp: print(stdout, commandLine.text); break;
-            case CommandLine::Action::ShowVersion: printLine(stdout, versionText()); break;
+            case CommandLine::Action::ShowHelp:
+                print(stdout, commandLine.text);
+                break;
+            case CommandLine::Action::ShowVersion:
+                printLine(stdout, versionText());
+                break;
             case CommandLine::Action::PrintCertificate:
                 print(stdout, QString::fromLatin1(ConsoleIdentity::load().certificate));
                 break;
@@ -64,10 +72,11 @@ int runSimpleAction(const CommandLine& commandLine) {
             case CommandLine::Action::Fail:
                 printLine(stderr, QStringLiteral("orlendo: ") + commandLine.text);
                 return wrongCommandLine;
-            case CommandLine::Action::Run: break;
+            case CommandLine::Action::Run:
+                break;
         }
-    } catch (const std::exception& exception) {
-        printLine(stderr, QStringLiteral("orlendo: ") + QString::fromUtf8(exception.what()));
+    } catch (const VLException& exception) {
+        printLine(stderr, QStringLiteral("orlendo: ") + exception.reason());
         return failed;
     }
     return 0;
@@ -128,9 +137,12 @@ int runConsole(QApplication& application, AppController& controller, const Comma
 
 Theme themeFor(CommandLine::Palette palette) {
     switch (palette) {
-        case CommandLine::Palette::Light: return Theme::Light;
-        case CommandLine::Palette::Dark: return Theme::Dark;
-        case CommandLine::Palette::Desktop: break;
+        case CommandLine::Palette::Light:
+            return Theme::Light;
+        case CommandLine::Palette::Dark:
+            return Theme::Dark;
+        case CommandLine::Palette::Desktop:
+            break;
     }
     return storedTheme();
 }
@@ -157,7 +169,8 @@ bool choosePlatform(const QStringList& arguments) {
     const bool wantsPicture = mentions(arguments, {"--screenshot"});
     const bool wantsReport = mentions(arguments, {"--report"});
     const bool hasScreen = hasDisplay();
-    if ((wantsPicture && !hasScreen) || (wantsReport && !wantsPicture)) qputenv("QT_QPA_PLATFORM", "offscreen");
+    if ((wantsPicture && !hasScreen) || (wantsReport && !wantsPicture))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     return hasScreen || wantsPicture || wantsReport;
 }
 
@@ -179,7 +192,7 @@ int runApplication(int argc, char** argv, const QStringList& rawArguments) {
     SignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &application,
                      [&] { QCoreApplication::exit(commandLine.isUnattended() ? failed : 0); });
-    AppController controller;
+    AppController controller(toolRegistry());
     const int exitCode = runConsole(application, controller, commandLine);
     if (!controller.shutDown()) std::_Exit(exitCode);
     return exitCode;
@@ -190,8 +203,10 @@ int runApplication(int argc, char** argv, const QStringList& rawArguments) {
 int main(int argc, char** argv) {
     QCoreApplication::setOrganizationName(QStringLiteral("velmora"));
     QCoreApplication::setApplicationName(QStringLiteral("orlendo"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.velmora.Orlendo"));
     QStringList arguments;
-    for (int i = 0; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
     if (!needsNoApplication(arguments)) return runApplication(argc, argv, arguments);
 
     const QCoreApplication application(argc, argv);

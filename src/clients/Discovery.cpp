@@ -272,8 +272,7 @@ void Discovery::processManualConnections() {
 VLServicePtr Discovery::addManualConnection(const QString& name, const QString& ip, int port) {
     // The address with the port is the one name that a client entered by hand has from the start.
     const QString hostName = QStringLiteral("%1:%2").arg(ip).arg(port);
-    const VLServicePtr service =
-        VLService::serviceWithName(name, hostName, ip, port, m_environment.errorCallback);
+    VLServicePtr service = VLService::serviceWithName(name, hostName, ip, port, m_environment.errorCallback);
     addRecord(service);
     return service;
 }

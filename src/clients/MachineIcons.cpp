@@ -124,7 +124,7 @@ QImage MachineIcons::decode(const QByteArray& data, QString* error) {
     const QSize size = reader.size();
     if (size.width() > maximumSide || size.height() > maximumSide)
         return refuse(QStringLiteral("the picture is too large"));
-    const QImage image = reader.read();
+    QImage image = reader.read();
     if (image.isNull()) return refuse(reader.errorString());
     if (image.width() > maximumSide || image.height() > maximumSide)
         return refuse(QStringLiteral("the picture is too large"));

@@ -208,7 +208,7 @@ private:
     void armTimeout();
     bool disarmTimeout();  ///< whether it was pending
     void processConfigurationOnThread(const QVariantMap& configuration);
-    void configurationFailed(const QString& reason);
+    void configurationFailed(const QString& reason, int errorCode);
     void takeNames(const QString& preferredHostName);
     void fetchIconOnThread();
 

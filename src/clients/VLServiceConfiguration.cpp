@@ -16,6 +16,7 @@
 
 namespace {
 
+/// An agent without a usable answer counts as one that is not installed properly.
 constexpr int errorNotInstalledProperly = 2001;
 
 const VLBundle& ownBundle(const VLServiceEnvironment& environment) {
@@ -33,7 +34,8 @@ void VLService::fetchInitialConfiguration(bool armTimeout) {
             VLLog::appendLog(QStringLiteral("Error: proxy object does not respond to selector %@."),
                              selector);
             if (proxy)
-                configurationFailed(QStringLiteral("The agent does not answer this console's questions."));
+                configurationFailed(QStringLiteral("The agent does not answer this console's questions."),
+                                    errorNotInstalledProperly);
             setIsConnected(false);
             stopProgressSpinner();
             return;
@@ -46,7 +48,8 @@ void VLService::fetchInitialConfiguration(bool armTimeout) {
             return;
         }
         VLLog::appendLog(QStringLiteral("Configuration of %@ is no dictionary."), name());
-        configurationFailed(QStringLiteral("The agent's configuration cannot be read."));
+        configurationFailed(QStringLiteral("The agent's configuration cannot be read."),
+                            errorNotInstalledProperly);
     } catch (const std::exception& exception) {
         if (VLException::didTimeout(exception)) {
             // The call's own limit and the timer are the same 15 seconds: whichever comes first reports it.
@@ -56,16 +59,17 @@ void VLService::fetchInitialConfiguration(bool armTimeout) {
         }
         VLException::logException(exception, "-[VLService fetchInitialConfiguration:]");
         setIsConnected(false);
-        configurationFailed(ConnectionAttempts::reason(exception));
+        const auto* own = dynamic_cast<const VLException*>(&exception);
+        const bool isLost = own && own->name() == VLException::inaccessible;
+        configurationFailed(ConnectionAttempts::reason(exception), isLost ? 0 : errorNotInstalledProperly);
     }
 }
 
-void VLService::configurationFailed(const QString& reason) {
+void VLService::configurationFailed(const QString& reason, int errorCode) {
     disarmTimeout();
     setConnectionError(reason);
     stopProgressSpinner();
-    // Without a usable answer from it the agent counts as one that is not installed properly.
-    setErrorCode(errorNotInstalledProperly);
+    setErrorCode(errorCode);
 }
 
 void VLService::processConfiguration(const QVariantMap& configuration) {
@@ -150,7 +154,7 @@ QImage VLService::fetchServiceIcon() {
         ServiceIconCache cache(shared->cacheDirectory);
         if (const auto cached = cache.find(hostName())) {
             VLLog::appendLog(QStringLiteral("Getting cached icon for service %@..."), name());
-            if (const QImage picture = MachineIcons::decode(*cached); !picture.isNull()) return picture;
+            if (QImage picture = MachineIcons::decode(*cached); !picture.isNull()) return picture;
         }
         VLLog::appendLog(QStringLiteral("Getting remote icon for service %@..."), name());
         const VLProxyObjectPtr proxy = proxyObject();
@@ -158,9 +162,9 @@ QImage VLService::fetchServiceIcon() {
         const QVariant answer = proxy->perform(selector, {}, shared->timing.configuration);
         if (!answer.isValid()) return {};
         QString error = QStringLiteral("it is no data");
-        const QImage picture = answer.typeId() == QMetaType::QByteArray
-                                   ? MachineIcons::decode(answer.toByteArray(), &error)
-                                   : QImage();
+        QImage picture = answer.typeId() == QMetaType::QByteArray
+                             ? MachineIcons::decode(answer.toByteArray(), &error)
+                             : QImage();
         if (picture.isNull())
             VLLog::appendLog(QStringLiteral("The picture of %@ cannot be used: %@"), name(), error);
         else

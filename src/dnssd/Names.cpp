@@ -1,5 +1,10 @@
 #include "dnssd/Names.h"
 
+#include <avahi-common/domain.h>
+
+#include <array>
+#include <cstring>
+
 namespace dnssd {
 
 QByteArray toLabel(const QString& name, int maxBytes) {
@@ -11,6 +16,17 @@ QByteArray toLabel(const QString& name, int maxBytes) {
     while (end > 0 && (static_cast<unsigned char>(bytes.at(end)) & 0xC0) == 0x80)
         --end;
     return bytes.left(end);
+}
+
+QByteArray toInstanceName(const QString& name, const char* type) {
+    constexpr size_t longest = 255 - 16;
+    QByteArray label = toLabel(name);
+    std::array<char, AVAHI_DOMAIN_NAME_MAX> fullName{};
+    while (!label.isEmpty() &&
+           avahi_service_name_join(fullName.data(), fullName.size(), label.constData(), type, "local") >= 0 &&
+           std::strlen(fullName.data()) > longest)
+        label = toLabel(QString::fromUtf8(label), static_cast<int>(label.size()) - 1);
+    return label;
 }
 
 QString withoutTrailingDot(const QString& name) {

@@ -2,16 +2,19 @@
 
 #include "foundation/PropertyList.h"
 #include "logs/VLLog.h"
+#include "remote/VLCorvalinServerProtocol.h"
 
 #include <QStringList>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 #include <optional>
 
 namespace Aggregation {
+
+using VLCorvalinServerProtocol::integerValue;
+
 namespace {
 
 bool isString(const QVariant& value) {
@@ -23,33 +26,11 @@ bool isReal(const QVariant& value) {
 }
 
 bool isNumber(const QVariant& value) {
-    switch (value.typeId()) {
-        case QMetaType::Bool:
-        case QMetaType::Int:
-        case QMetaType::UInt:
-        case QMetaType::Long:
-        case QMetaType::ULong:
-        case QMetaType::LongLong:
-        case QMetaType::ULongLong:
-            return true;
-        default:
-            return isReal(value);
-    }
+    return VLCorvalinServerProtocol::accepts(VLCorvalinServerProtocol::Type::Number, value);
 }
 
 bool isArray(const QVariant& value) {
     return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
-}
-
-/// Whole part; a real number outside the range (or no number) gives the nearest bound (or 0).
-qlonglong integerValue(const QVariant& value) {
-    if (!isReal(value)) return value.toLongLong();
-    const double real = value.toDouble();
-    if (std::isnan(real)) return 0;
-    constexpr double bound = 9223372036854775808.0;  // 2^63
-    if (real >= bound) return std::numeric_limits<qlonglong>::max();
-    if (real < -bound) return std::numeric_limits<qlonglong>::min();
-    return static_cast<qlonglong>(real);
 }
 
 /// Empty for anything that is no dictionary (a text or list is never taken for one).

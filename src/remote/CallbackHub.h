@@ -17,8 +17,7 @@
 
 /// The callback objects that one console lent to this process, and the calls on their way to them. Calls go
 /// out a limited number at a time, so that the console never has to refuse one.
-class CallbackHub final : public std::enable_shared_from_this<CallbackHub>,
-                          public TaskErrorHandler {
+class CallbackHub final : public std::enable_shared_from_this<CallbackHub>, public TaskErrorHandler {
 public:
     CallbackHub(std::shared_ptr<EventLoopQueue> queue, const RemoteLimits& limits);
 

@@ -1,6 +1,7 @@
 #include "remote/ConnectionLoop.h"
 
 #include "foundation/VLThread.h"
+#include "remote/EventLoop.h"
 #include "remote/WireValue.h"
 
 #include <kj/debug.h>
@@ -14,9 +15,6 @@ namespace {
 constexpr auto lastWordsTime = 500 * kj::MILLISECONDS;
 constexpr auto flushTime = 200 * kj::MILLISECONDS;
 constexpr std::size_t longTransfer = 64 * 1024;
-// kj looks at sockets, timers and our queue only when it has nothing else to do. A peer that always has
-// something for it to do must not keep the rest from their turn.
-constexpr unsigned int eventsBetweenPolls = 50;
 
 kj::Duration toKj(std::chrono::milliseconds duration) {
     return duration.count() * kj::MILLISECONDS;
@@ -39,10 +37,9 @@ ConnectionLoop::ConnectionLoop(std::shared_ptr<ConnectionCore> core, const Remot
                                const QString& label)
     : m_core(std::move(core)),
       m_limits(limits),
-      m_io(kj::setupAsyncIo()),
+      m_io(makeEventLoop()),
       m_callbacks(std::make_shared<CallbackContext>(timer(), limits, label)),
       m_tick(toKj(lifeTick(limits))) {
-    m_io.waitScope.setBusyPollInterval(eventsBetweenPolls);
     m_tasks = kj::heap<kj::TaskSet>(*this);
     m_core->setLoop(this);
 }

@@ -6,7 +6,8 @@
 /// the stack. Every error that kj reports there also reaches us, as an exception or as the end of a stream.
 class KjQuiet final : public kj::ExceptionCallback {
 public:
-    void logMessage(kj::LogSeverity severity, const char* file, int line, int depth, kj::String&& text) override {
+    void logMessage(kj::LogSeverity severity, const char* file, int line, int depth,
+                    kj::String&& text) override {
         if (severity == kj::LogSeverity::FATAL) next.logMessage(severity, file, line, depth, kj::mv(text));
     }
     StackTraceMode stackTraceMode() override { return StackTraceMode::NONE; }

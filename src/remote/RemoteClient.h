@@ -1,10 +1,11 @@
 #pragma once
 
+#include "remote/VLProxyObject.h"
+
 #include <QList>
 #include <QString>
-#include <memory>
 
-#include "remote/VLProxyObject.h"
+#include <memory>
 
 /// What the runners need of a client record (VLService). Any thread.
 class RemoteClient {

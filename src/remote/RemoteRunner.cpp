@@ -41,13 +41,10 @@ QString plainWords(const std::exception& exception) {
     if (own->name() == VLException::inaccessible)
         return QStringLiteral("The connection to the computer was lost.");
     const QVariantMap& info = own->userInfo();
-    const QVariant code = info.value(QStringLiteral("code"));
-    using VLCorvalinServerProtocol::Type;
-    const bool isSuiteError =
-        info.value(QStringLiteral("domain")).toString() == QLatin1String(CorvalinError::domain) &&
-        VLCorvalinServerProtocol::accepts(Type::Number, code) && code.toLongLong() != CorvalinError::None;
-    if (isSuiteError)
-        return CorvalinError::message(code.toLongLong(), info.value(QStringLiteral("info")).toString());
+    const qlonglong code = VLCorvalinServerProtocol::integerValue(info.value(QStringLiteral("code")));
+    const QString domain = info.value(QStringLiteral("domain")).toString();
+    if (code != CorvalinError::None && domain == QLatin1String(CorvalinError::domain))
+        return CorvalinError::message(code, info.value(QStringLiteral("info")).toString());
     return own->reason().isEmpty() ? own->name() : own->reason();
 }
 

@@ -56,9 +56,11 @@ protected:
                 m_connection.performOneway(selector, arguments, bytes);
                 return kj::READY_NOW;
             }
-            return m_connection.perform(selector, arguments, bytes).then([context](Outcome outcome) mutable {
-                context.getResults().setOutcome(outcome->getRoot<wire::Outcome>().asReader());
-            });
+            auto outcome = std::make_shared<Outcome>();
+            return m_connection.perform(selector, arguments, bytes, outcome)
+                .then([context, outcome]() mutable {
+                    context.getResults().setOutcome((*outcome)->getRoot<wire::Outcome>().asReader());
+                });
         } catch (const VLException& exception) {
             WireWriter(limits).write(context.getResults().initOutcome().initException(), exception);
             return kj::READY_NOW;
@@ -127,20 +129,19 @@ bool ServerConnection::respondsToSelector(const QString& selector) {
     return m_environment.root->respondsToSelector(selector);
 }
 
-kj::Promise<ServerConnection::Outcome> ServerConnection::perform(const QString& selector,
-                                                                 const QVariantList& arguments,
-                                                                 std::size_t bytes) {
+kj::Promise<void> ServerConnection::perform(const QString& selector, const QVariantList& arguments,
+                                            std::size_t bytes, std::shared_ptr<Outcome> outcome) {
     const quint64 ticket = ++m_lastTicket;
-    const auto done = [queue = m_environment.queue, self = weak_from_this(), ticket](const Outcome& outcome) {
-        queue->post([self, ticket, outcome] {
-            if (const auto connection = self.lock()) connection->finish(ticket, outcome);
+    const auto done = [queue = m_environment.queue, self = weak_from_this(), ticket](const Outcome& result) {
+        queue->post([self, ticket, result] {
+            if (const auto connection = self.lock()) connection->finish(ticket, result);
         });
     };
     if (!m_worker->add({selector, arguments, bytes, done}))
         throw VLException(VLException::generic,
                           QStringLiteral("The client has too many operations to do already."));
-    auto pair = kj::newPromiseAndFulfiller<Outcome>();
-    m_tickets.emplace(ticket, kj::mv(pair.fulfiller));
+    auto pair = kj::newPromiseAndFulfiller<void>();
+    m_tickets.emplace(ticket, Ticket{kj::mv(pair.fulfiller), std::move(outcome)});
     return kj::mv(pair.promise);
 }
 
@@ -154,7 +155,8 @@ void ServerConnection::performOneway(const QString& selector, const QVariantList
 void ServerConnection::finish(quint64 ticket, Outcome outcome) {
     const auto found = m_tickets.find(ticket);
     if (found == m_tickets.end()) return;
-    found->second->fulfill(kj::mv(outcome));
+    *found->second.outcome = std::move(outcome);
+    found->second.done->fulfill();
     m_tickets.erase(found);
 }
 

@@ -43,11 +43,16 @@ public:
 private:
     class RootObject;
     using Outcome = ServerWorker::Outcome;
+    /// An operation that the worker has, and where its outcome goes.
+    struct Ticket {
+        kj::Own<kj::PromiseFulfiller<void>> done;
+        std::shared_ptr<Outcome> outcome;
+    };
 
     [[nodiscard]] bool respondsToSelector(const QString& selector);
-    /// Has the worker perform it. Throws VLException when it can't be taken in.
-    [[nodiscard]] kj::Promise<Outcome> perform(const QString& selector, const QVariantList& arguments,
-                                               std::size_t bytes);
+    /// Has the worker perform it and store its outcome. Throws VLException when it can't be taken in.
+    [[nodiscard]] kj::Promise<void> perform(const QString& selector, const QVariantList& arguments,
+                                            std::size_t bytes, std::shared_ptr<Outcome> outcome);
     void performOneway(const QString& selector, const QVariantList& arguments, std::size_t bytes);
     void finish(quint64 ticket, Outcome outcome);
     [[nodiscard]] kj::Promise<void> watchLife();
@@ -67,7 +72,7 @@ private:
     WireStream m_wire;
     capnp::TwoPartyVatNetwork m_network;
     kj::Own<capnp::RpcSystem<capnp::rpc::twoparty::VatId>> m_rpc;
-    std::unordered_map<quint64, kj::Own<kj::PromiseFulfiller<Outcome>>> m_tickets;
+    std::unordered_map<quint64, Ticket> m_tickets;
     quint64 m_lastTicket = 0;
     std::uint64_t m_lifeSeen = 0;
     int m_silentTicks = 0;

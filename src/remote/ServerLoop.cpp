@@ -46,9 +46,7 @@ ServerLoop::ServerLoop(kj::AsyncIoContext& io, std::shared_ptr<EventLoopQueue> q
       m_options(options),
       m_connectionCount(connectionCount),
       m_environment{io.lowLevelProvider->getTimer(), std::move(queue), std::move(root), options.limits},
-      m_tasks(kj::heap<kj::TaskSet>(*this)) {
-    m_io.waitScope.setBusyPollInterval(50);
-}
+      m_tasks(kj::heap<kj::TaskSet>(*this)) {}
 
 ServerLoop::~ServerLoop() noexcept(false) {
     m_environment.queue->close();

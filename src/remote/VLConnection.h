@@ -1,18 +1,19 @@
 #pragma once
 
-#include <QString>
-#include <chrono>
-#include <memory>
-
 #include "remote/RemoteLimits.h"
 #include "remote/TlsIdentity.h"
 #include "remote/VLProxyObject.h"
 
+#include <QString>
+
+#include <chrono>
+#include <memory>
+
 struct VLConnectionOptions {
-    TlsIdentity identity;                        ///< our own key pair
-    std::shared_ptr<PinnedCertificates> pins;    ///< first contact pins, later ones compare
-    QString client;                              ///< under which the certificate is pinned
-    QString label;                               ///< names the connection in callbacks and log lines
+    TlsIdentity identity;                      ///< our own key pair
+    std::shared_ptr<PinnedCertificates> pins;  ///< first contact pins, later ones compare
+    QString client;                            ///< under which the certificate is pinned
+    QString label;                             ///< names the connection in callbacks and log lines
     RemoteLimits limits;
 };
 
@@ -24,9 +25,9 @@ struct VLConnectionOptions {
 /// the loop until it is answered. When the connection ends, the proxy stays and fails every call at once.
 class VLConnection {
 public:
-    /// Connects and completes the handshake within limits.connect. Throws VLException: VLException::changedKey
-    /// (userInfo "pinned", "presented": fingerprints; "certificate": the new one as PEM data),
-    /// VLException::refused, VLException::portTimeout or VLException::inaccessible.
+    /// Connects and completes the handshake within limits.connect. Throws VLException:
+    /// VLException::changedKey (userInfo "pinned", "presented": fingerprints; "certificate": the new one as
+    /// PEM data), VLException::refused, VLException::portTimeout or VLException::inaccessible.
     VLConnection(const QString& host, quint16 port, VLConnectionOptions options);
     ~VLConnection();
     VLConnection(const VLConnection&) = delete;

@@ -5,6 +5,8 @@
 #include <QDateTime>
 #include <QHash>
 
+#include <cmath>
+#include <limits>
 #include <vector>
 
 namespace VLCorvalinServerProtocol {
@@ -405,6 +407,18 @@ bool accepts(Type type, const QVariant& value) {
     if (type == Type::Boolean || type == Type::Number)
         return actual == Type::Boolean || actual == Type::Number;
     return actual == type;
+}
+
+qlonglong integerValue(const QVariant& value) {
+    if (!accepts(Type::Number, value)) return 0;
+    const bool isReal = value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float;
+    if (!isReal) return value.toLongLong();
+    const double real = value.toDouble();
+    if (std::isnan(real)) return 0;
+    constexpr double bound = 9223372036854775808.0;  // 2^63
+    if (real >= bound) return std::numeric_limits<qlonglong>::max();
+    if (real < -bound) return std::numeric_limits<qlonglong>::min();
+    return static_cast<qlonglong>(real);
 }
 
 QString typeName(Type type) {

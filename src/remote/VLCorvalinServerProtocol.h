@@ -50,6 +50,9 @@ struct Operation {
 
 // Checks of what a peer sent. Truth values and numbers pass for each other, as in property lists.
 [[nodiscard]] bool accepts(Type type, const QVariant& value);
+/// The whole part of a number or truth value; the nearest bound for a real number out of range, 0 for
+/// anything that is no number.
+[[nodiscard]] qlonglong integerValue(const QVariant& value);
 /// Plain words: "dictionary", "number".
 [[nodiscard]] QString typeName(Type type);
 [[nodiscard]] QString typeName(const QVariant& value);

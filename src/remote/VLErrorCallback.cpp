@@ -19,7 +19,7 @@ namespace {
 using VLCorvalinServerProtocol::Type;
 
 /// Records looked at, and age from which on an equal record is queued again.
-constexpr qsizetype deduplicatedRecords = 2;
+constexpr std::ptrdiff_t deduplicatedRecords = 2;
 constexpr qint64 deduplicatedMilliseconds = 120'000;
 
 const QString descriptionKey = QStringLiteral("description");
@@ -47,7 +47,9 @@ bool isSuiteError(const QVariantMap& error) {
 /// A code that is no number is an unknown one.
 qlonglong codeOf(const QVariantMap& error) {
     const QVariant code = error.value(QStringLiteral("code"));
-    return VLCorvalinServerProtocol::accepts(Type::Number, code) ? code.toLongLong() : -1;
+    return VLCorvalinServerProtocol::accepts(Type::Number, code)
+               ? VLCorvalinServerProtocol::integerValue(code)
+               : -1;
 }
 
 QString withoutEndingDot(const QString& hostName) {
@@ -197,7 +199,8 @@ void VLErrorCallback::receiveUpdateCount(const QString& selector, const QVariant
     if (refuses(selector, arguments.at(1), sender) || !parent->setSoftwareUpdateCount) return;
     // Counts are summed up: one that no client can have must not spoil the sum.
     constexpr qlonglong most = std::numeric_limits<qint32>::max();
-    const qlonglong count = std::clamp<qlonglong>(arguments.first().toLongLong(), 0, most);
+    const qlonglong count =
+        std::clamp<qlonglong>(VLCorvalinServerProtocol::integerValue(arguments.first()), 0, most);
     onMainThread([parent, count, sender] { parent->setSoftwareUpdateCount(count, sender); });
 }
 
@@ -247,6 +250,34 @@ bool VLErrorCallback::refuses(const QString& selector, const QVariant& hostName,
 
 // The queue
 
+QVariantMap VLErrorCallback::Record::dictionary() const {
+    QVariantMap dictionary{{descriptionKey, description}, {dateKey, date}, {hostNameKey, hostName}};
+    if (errorCode) {
+        dictionary.insert(errorCodeKey, *errorCode);
+        dictionary.insert(actionTypeKey, qlonglong{actionType});
+    }
+    if (!appName.isEmpty()) dictionary.insert(appNameKey, appName);
+    return dictionary;
+}
+
+VLErrorCallback::Record VLErrorCallback::Record::fromDictionary(const QVariantMap& dictionary) {
+    Record record{textUnder(descriptionKey, dictionary),
+                  textUnder(hostNameKey, dictionary),
+                  textUnder(appNameKey, dictionary),
+                  dictionary.value(dateKey).toDateTime(),
+                  {}};
+    const QVariant code = dictionary.value(errorCodeKey);
+    if (!code.isValid()) return record;
+    record.errorCode = VLCorvalinServerProtocol::integerValue(code);
+    record.actionType = CorvalinError::actionType(*record.errorCode);
+    return record;
+}
+
+bool VLErrorCallback::Record::repeats(const Record& earlier) const {
+    if (hostName != earlier.hostName) return false;
+    return errorCode ? errorCode == earlier.errorCode : description == earlier.description;
+}
+
 void VLErrorCallback::addErrorToQueue(const QVariantMap& error, const QString& hostName) {
     addErrorToQueue(error, QVariantMap{{hostNameKey, hostName}});
 }
@@ -259,14 +290,8 @@ void VLErrorCallback::addErrorToQueue(const QVariantMap& error, const QVariantMa
     if (isSuiteError(error) && code == CorvalinError::BadCredentials)
         m_workers->run(QStringLiteral("removeStoredPasswordForHost:"), hostName,
                        m_parent.shared()->removeStoredPasswordForHost);
-
-    QVariantMap record{{descriptionKey, descriptionForError(error)},
-                       {hostNameKey, hostName},
-                       {errorCodeKey, code},
-                       {actionTypeKey, qlonglong{CorvalinError::actionType(code)}}};
-    const QString appName = textUnder(appNameKey, userInfo);
-    if (!appName.isEmpty()) record.insert(appNameKey, appName.left(maximumTextLength));
-    enqueue(std::move(record), errorCodeKey);
+    enqueue({descriptionForError(error), hostName, textUnder(appNameKey, userInfo), m_clock(), code,
+             CorvalinError::actionType(code)});
 }
 
 void VLErrorCallback::addStringToQueue(const QString& text, const QString& hostName) {
@@ -275,57 +300,62 @@ void VLErrorCallback::addStringToQueue(const QString& text, const QString& hostN
 
 void VLErrorCallback::addStringToQueue(const QString& text, const QVariantMap& userInfo) {
     const VLCallLock lock;
-    QVariantMap record{{descriptionKey, text}, {hostNameKey, textUnder(hostNameKey, userInfo)}};
-    const QString appName = textUnder(appNameKey, userInfo);
-    if (!appName.isEmpty()) record.insert(appNameKey, appName.left(maximumTextLength));
-    enqueue(std::move(record), descriptionKey);
+    enqueue({text, textUnder(hostNameKey, userInfo), textUnder(appNameKey, userInfo), m_clock(), {}});
 }
 
 void VLErrorCallback::addExceptionToQueue(const QString& description, const QString& hostName) {
     addStringToQueue(description, hostName);
 }
 
-/// Adds the record as the newest, unless one of the two newest says the same (same value under `sameKey`) of
-/// the same host and is recent.
-void VLErrorCallback::enqueue(QVariantMap record, const QString& sameKey) {
-    record[descriptionKey] = record.value(descriptionKey).toString().left(maximumTextLength);
-    const QDateTime now = m_clock();
-    record.insert(dateKey, now);
+/// Adds the record as the newest, unless one of the two newest says the same and is recent.
+void VLErrorCallback::enqueue(Record record) {
+    record.description.truncate(maximumTextLength);
+    record.appName.truncate(maximumTextLength);
 
-    QVariantList queue = m_errorQueue.get();
-    const auto newestEnd = queue.cbegin() + std::min(deduplicatedRecords, queue.size());
-    const bool isRepeated = std::any_of(queue.cbegin(), newestEnd, [&](const QVariant& value) {
-        const QVariantMap known = value.toMap();
-        return known.contains(sameKey) && known.value(sameKey) == record.value(sameKey) &&
-               known.value(hostNameKey) == record.value(hostNameKey) &&
-               known.value(dateKey).toDateTime().msecsTo(now) < deduplicatedMilliseconds;
+    Queue queue = m_errorQueue.get();
+    const auto newestEnd = queue.cbegin() + std::min(deduplicatedRecords, std::ssize(queue));
+    const bool isRepeated = std::any_of(queue.cbegin(), newestEnd, [&](const Record& known) {
+        return record.repeats(known) && known.date.msecsTo(record.date) < deduplicatedMilliseconds;
     });
     if (isRepeated) return;
 
-    queue.prepend(std::move(record));
-    if (queue.size() > maximumRecords) queue.resize(maximumRecords);
-    setErrorQueue(std::move(queue));
+    queue.insert(queue.begin(), std::move(record));
+    if (std::ssize(queue) > maximumRecords) queue.pop_back();
+    m_errorQueue.set(std::move(queue));
     refreshErrorButton();
 }
 
+QVariantList VLErrorCallback::errorQueue() const {
+    const auto records = m_errorQueue.shared();
+    QVariantList queue;
+    for (const Record& record : *records)
+        queue.append(record.dictionary());
+    return queue;
+}
+
+void VLErrorCallback::setErrorQueue(const QVariantList& queue) {
+    Queue records;
+    for (const QVariant& record : queue)
+        records.push_back(Record::fromDictionary(record.toMap()));
+    m_errorQueue.set(std::move(records));
+}
+
 void VLErrorCallback::clearErrorQueue() {
-    setErrorQueue({});
+    m_errorQueue.set({});
 }
 
 void VLErrorCallback::removeErrorsForService(const QString& hostName) {
-    QVariantList kept = m_errorQueue.get();
-    kept.removeIf([&](const QVariant& record) { return record.toMap().value(hostNameKey) == hostName; });
-    setErrorQueue(std::move(kept));
+    Queue kept = m_errorQueue.get();
+    std::erase_if(kept, [&](const Record& record) { return record.hostName == hostName; });
+    m_errorQueue.set(std::move(kept));
     refreshErrorButton();
 }
 
 QString VLErrorCallback::stringRepresentation() const {
+    const auto records = m_errorQueue.shared();
     QString text;
-    for (const QVariant& value : *m_errorQueue.shared()) {
-        const QVariantMap record = value.toMap();
-        text += vlFormat(QStringLiteral("%@ - %@ - %@\n"), record.value(hostNameKey), record.value(dateKey),
-                         record.value(descriptionKey));
-    }
+    for (const Record& record : *records)
+        text += vlFormat(QStringLiteral("%@ - %@ - %@\n"), record.hostName, record.date, record.description);
     return text;
 }
 

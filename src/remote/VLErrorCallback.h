@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 /// The one object of the console that agents call back, and the queue of errors of all clients.
 ///
@@ -63,8 +64,8 @@ public:
     void addStringToQueue(const QString& text, const QVariantMap& userInfo);
     void addExceptionToQueue(const QString& description, const QString& hostName);
 
-    [[nodiscard]] QVariantList errorQueue() const { return m_errorQueue.get(); }
-    void setErrorQueue(QVariantList queue) { m_errorQueue.set(std::move(queue)); }
+    [[nodiscard]] QVariantList errorQueue() const;
+    void setErrorQueue(const QVariantList& queue);
     void clearErrorQueue();
     void removeErrorsForService(const QString& hostName);
     /// One line per record, newest first: host name, date and description.
@@ -75,6 +76,20 @@ public:
 
 private:
     class HostWorkers;
+    struct Record {
+        QString description, hostName, appName;
+        QDateTime date;
+        std::optional<qlonglong> errorCode;
+        int actionType = 0;
+
+        [[nodiscard]] QVariantMap dictionary() const;
+        [[nodiscard]] static Record fromDictionary(const QVariantMap& dictionary);
+        /// The same code, or the same text where there is none, of the same host.
+        [[nodiscard]] bool repeats(const Record& earlier) const;
+    };
+    /// Not a container of Qt: those share their contents when copied, and two threads that each change a copy
+    /// of the same queue would not be ordered.
+    using Queue = std::vector<Record>;
     using ParentPtr = std::shared_ptr<const Parent>;
     using Handler = void (VLErrorCallback::*)(const QString& selector, const QVariantList& arguments,
                                               const QString& sender);
@@ -89,10 +104,10 @@ private:
 
     [[nodiscard]] bool speaksForItself(const QString& hostName, const QString& sender) const;
     [[nodiscard]] bool refuses(const QString& selector, const QVariant& hostName, const QString& sender);
-    void enqueue(QVariantMap record, const QString& sameKey);
+    void enqueue(Record record);
 
     Snapshot<Parent> m_parent;
     Clock m_clock;
-    Snapshot<QVariantList> m_errorQueue;
+    Snapshot<Queue> m_errorQueue;
     std::shared_ptr<HostWorkers> m_workers;
 };

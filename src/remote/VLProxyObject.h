@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QVariant>
+
 #include <chrono>
 #include <memory>
 
@@ -37,7 +38,8 @@ public:
     /// `sender` names the connection that the call came through (VLConnectionOptions::label): what an agent
     /// says about a host counts only for its own. Argument types are the peer's choice and must be checked;
     /// a VLException thrown here is logged, and reaches the peer only for a selector that is not oneway.
-    virtual QVariant receive(const QString& selector, const QVariantList& arguments, const QString& sender) = 0;
+    virtual QVariant receive(const QString& selector, const QVariantList& arguments,
+                             const QString& sender) = 0;
 };
 using VLCallbackTargetPtr = std::shared_ptr<VLCallbackTarget>;
 Q_DECLARE_METATYPE(VLCallbackTargetPtr)

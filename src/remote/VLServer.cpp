@@ -1,6 +1,7 @@
 #include "remote/VLServer.h"
 
 #include "logs/VLLog.h"
+#include "remote/EventLoop.h"
 #include "remote/KjQuiet.h"
 #include "remote/ServerLoop.h"
 #include "remote/SocketConnector.h"
@@ -37,7 +38,7 @@ struct VLServer::Private {
     void run(kj::AutoCloseFd listener) {
         const KjQuiet quiet;
         try {
-            auto io = kj::setupAsyncIo();
+            auto io = makeEventLoop();
             ServerLoop serverLoop(io, queue, root, options, connectionCount);
             loop = &serverLoop;
             serverLoop.run(kj::mv(listener));

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <QList>
-#include <QString>
-#include <functional>
-#include <memory>
-
 #include "remote/RemoteLimits.h"
 #include "remote/TlsIdentity.h"
 #include "remote/VLProxyObject.h"
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <memory>
 
 /// What an agent vends. perform() runs on a worker thread of the console connection it came through, one
 /// operation after the other per connection, several connections at once.

@@ -1,15 +1,16 @@
 #pragma once
 
+#include "clients/VLService.h"
+#include "remote/RemoteRunner.h"
+#include "remote/TaskProgress.h"
+
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+
 #include <functional>
 #include <memory>
-
-#include "clients/VLService.h"
-#include "remote/RemoteRunner.h"
-#include "remote/TaskProgress.h"
 
 class QWidget;
 
@@ -17,7 +18,7 @@ class QWidget;
 struct ToolContext {
     RemoteRunner* runner = nullptr;
     TaskProgress* progress = nullptr;
-    std::function<QList<VLServicePtr>()> selectedServices;             ///< any thread
+    std::function<QList<VLServicePtr>()> selectedServices;  ///< any thread
     std::function<VLServicePtr(const QString& hostName)> serviceWithHostName;
     std::function<QString(const QString& hostName)> friendlyServiceName;
 };
@@ -71,8 +72,8 @@ private:
 struct Tool {
     QString identifier;  ///< "addonry"; also the word for `--report`
     QString title;
-    QString subtitle;    ///< one line on what it does
-    QString iconName;    ///< resource ":/icons/tools/<iconName>.svg"
+    QString subtitle;         ///< one line on what it does
+    QString iconName;         ///< resource ":/icons/tools/<iconName>.svg"
     int refreshInterval = 0;  ///< seconds; 0: only when asked to
     std::function<std::unique_ptr<ToolController>(const ToolContext&)> makeController;
     std::function<QWidget*(ToolController&, QWidget* parent)> makePane;

@@ -58,6 +58,12 @@ QPushButton* Sheet::addCancelButton(const QString& text) {
     return button;
 }
 
+/// Wrapped text is reckoned at its narrowest before the width is known; here it is.
+void Sheet::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    if (layout()->hasHeightForWidth()) resize(width(), layout()->totalHeightForWidth(width()));
+}
+
 void Sheet::setHeading(const QString& heading) {
     m_heading->setText(heading);
     setWindowTitle(heading);

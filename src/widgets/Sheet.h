@@ -22,6 +22,9 @@ public:
     QPushButton* addCancelButton(const QString& text = QStringLiteral("Cancel"));
     void setHeading(const QString& heading);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     QLabel* m_heading;
     QVBoxLayout* m_body;

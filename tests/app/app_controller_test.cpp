@@ -1,13 +1,12 @@
 #include "app/AppController.h"
-
-#include <QGuiApplication>
-#include <QSignalSpy>
-#include <QTest>
-
 #include "app/MakerSite.h"
 #include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
 #include "support/TestEnvironment.h"
+
+#include <QGuiApplication>
+#include <QSignalSpy>
+#include <QTest>
 
 using namespace std::chrono_literals;
 
@@ -39,7 +38,9 @@ QList<Tool> testTools() {
     Tool counting;
     counting.identifier = QStringLiteral("addonry");
     counting.refreshInterval = 60;
-    counting.makeController = [](const ToolContext& context) { return std::make_unique<CountingTool>(context); };
+    counting.makeController = [](const ToolContext& context) {
+        return std::make_unique<CountingTool>(context);
+    };
     Tool listed;
     listed.identifier = QStringLiteral("cronwell");
     return {counting, listed};
@@ -53,7 +54,9 @@ QVariantMap about(const VLServicePtr& service) {
     return {{QStringLiteral("service"), QVariant::fromValue(service)}};
 }
 
-VLUserDefaults& defaults() { return VLUserDefaults::standardUserDefaults(); }
+VLUserDefaults& defaults() {
+    return VLUserDefaults::standardUserDefaults();
+}
 
 }  // namespace
 
@@ -89,8 +92,8 @@ private Q_SLOTS:
         m_events.clear();
         m_updateChecks = 0;
         m_isAdministrator = false;
-        for (const char* key : {"firstRun", "requireAdminPassword", "SUCheckAtStartup", "availableUpdateVersion",
-                                "manualConnections"})
+        for (const char* key : {"firstRun", "requireAdminPassword", "SUCheckAtStartup",
+                                "availableUpdateVersion", "manualConnections"})
             defaults().removeObjectForKey(QLatin1String(key));
     }
     void cleanup() {
@@ -125,7 +128,8 @@ private Q_SLOTS:
         m_controller->awakeFromNib();
         QCOMPARE(m_controller->serviceMenu().size(), manualClients);
         QCOMPARE(m_controller->services().selectedServices().size(), manualClients);
-        QCOMPARE(m_controller->taskThreads().status().text, QStringLiteral("%1 computers selected").arg(manualClients));
+        QCOMPARE(m_controller->taskThreads().status().text,
+                 QStringLiteral("%1 computers selected").arg(manualClients));
         QVERIFY(m_controller->launchDate().secsTo(QDateTime::currentDateTime()) < 60);
         QTest::qWait(50);
         QVERIFY(m_controller->shutDown());
@@ -138,9 +142,11 @@ private Q_SLOTS:
         start();
         TaskThreads& threads = m_controller->taskThreads();
         threads.startStatusProgress();
-        for (int i = 0; i < 2; ++i) VLThread::detach(QStringLiteral("waiter"), [&threads] { threads.waitOnProcessing(); });
+        for (int i = 0; i < 2; ++i)
+            VLThread::detach(QStringLiteral("waiter"), [&threads] { threads.waitOnProcessing(); });
         VLThread::detach(QStringLiteral("asking"), [&threads] {
-            while (!VLThread::isCancelled()) threads.incrementStatusProgress();
+            while (!VLThread::isCancelled())
+                threads.incrementStatusProgress();
         });
         QTest::qWait(20);
     }
@@ -163,7 +169,8 @@ private Q_SLOTS:
         QSignalSpy shown(m_controller.get(), &AppController::firstRun);
         QSignalSpy ready(m_controller.get(), &AppController::mainWindowReady);
         QVERIFY(m_controller->init());
-        for (int i = 0; i < 3; ++i) m_controller->awakeFromNib();
+        for (int i = 0; i < 3; ++i)
+            m_controller->awakeFromNib();
         QTEST(shown.size() == 1, "shows");
         QCOMPARE(ready.size(), 1);
         QCOMPARE(m_controller->awakeCount(), 3);
@@ -201,7 +208,8 @@ private Q_SLOTS:
         QTest::addColumn<int>("known");
         QTest::addColumn<int>("badge");
         QTest::addColumn<int>("checks");
-        const int own = int(VLBundle::mainBundle().integerForInfoDictionaryKey(QStringLiteral("CFBundleVersion")));
+        const int own =
+            int(VLBundle::mainBundle().integerForInfoDictionaryKey(QStringLiteral("CFBundleVersion")));
         QTest::newRow("nothing known") << QVariant() << 0 << 0 << 1;
         QTest::newRow("own version") << QVariant() << own << 0 << 1;
         QTest::newRow("newer") << QVariant() << own + 1 << 1 << 0;
@@ -232,7 +240,8 @@ private Q_SLOTS:
         QTest::addColumn<QVariantMap>("userInfo");
         QTest::addColumn<QString>("label");
         const auto error = [](const QVariant& code, const char* host) {
-            return QVariantMap{{QStringLiteral("errorcode"), code}, {QStringLiteral("hostname"), QLatin1String(host)}};
+            return QVariantMap{{QStringLiteral("errorcode"), code},
+                               {QStringLiteral("hostname"), QLatin1String(host)}};
         };
         QTest::newRow("error") << error(2008, "a.") << QStringLiteral("1 error");
         QTest::newRow("code 0") << error(0, "a.") << QString();
@@ -262,7 +271,8 @@ private Q_SLOTS:
         QSignalSpy outdated(m_controller.get(), &AppController::adminIsOutdated);
         QSignalSpy failed(m_controller.get(), &AppController::serviceConnectionFailed);
         QSignalSpy badge(m_controller.get(), &AppController::serviceOutlineBadgeClicked);
-        for (int i = 0; i < 2; ++i) post("vlCorvalinAdminOutdated", about(service));
+        for (int i = 0; i < 2; ++i)
+            post("vlCorvalinAdminOutdated", about(service));
         QCOMPARE(outdated.size(), 1);
         QCOMPARE(outdated.first().first().value<VLServicePtr>(), VLServicePtr(service));
         post("vlCorvalinServiceConnectFailed");
@@ -279,8 +289,9 @@ private Q_SLOTS:
         QCOMPARE(m_controller->taskThreads().taskThreadCount(), 2);
 
         const QStringList lines = logLines();
-        for (const char* line : {"Admin is outdated.", "Service connection failed.", "Invalidating service...",
-                                 "Unable to invalidate service - service not found."})
+        for (const char* line :
+             {"Admin is outdated.", "Service connection failed.", "Invalidating service...",
+              "Unable to invalidate service - service not found."})
             QVERIFY2(lines.contains(QLatin1String(line)), line);
     }
 
@@ -340,7 +351,8 @@ private Q_SLOTS:
         QVERIFY(!m_controller->servicesAvailable());
 
         service->setConnected();
-        VLThread::detach(QStringLiteral("connected"), [this, service] { m_controller->serviceConnected(service); });
+        VLThread::detach(QStringLiteral("connected"),
+                         [this, service] { m_controller->serviceConnected(service); });
         QTRY_COMPARE(countingTool().refreshes.load(), 2);
         QVERIFY(m_controller->servicesAvailable());
 

@@ -1,10 +1,10 @@
-#include <QSignalSpy>
-#include <QTest>
-
 #include "app/AppDefaults.h"
 #include "app/AutoRefresh.h"
 #include "app/RefreshRequest.h"
 #include "support/TestEnvironment.h"
+
+#include <QSignalSpy>
+#include <QTest>
 
 using namespace std::chrono_literals;
 
@@ -73,7 +73,8 @@ private Q_SLOTS:
         QTest::newRow("only when asked") << true << 0 << false << 0 << true;
         QTest::newRow("negative") << true << -5 << false << 0 << true;
         QTest::newRow("while processing") << true << 30 << true << 30 << false;
-        QTest::newRow("too long for a timer") << true << std::numeric_limits<int>::max() << false << 2147483 << true;
+        QTest::newRow("too long for a timer")
+            << true << std::numeric_limits<int>::max() << false << 2147483 << true;
         QTest::newRow("none") << false << 0 << false << 0 << false;
         QTest::newRow("none, with an interval") << false << 30 << false << 0 << false;
     }
@@ -103,10 +104,13 @@ private Q_SLOTS:
             const bool isInteger =
                 it.key() == QLatin1String("authAddKeychain") || it.key() == QLatin1String("autoRefresh");
             const bool isText = it.key().endsWith(QLatin1String("SortedColumn"));
-            const auto expected = isInteger ? QMetaType::LongLong : isText ? QMetaType::QString : QMetaType::Bool;
+            const auto expected = isInteger ? QMetaType::LongLong
+                                  : isText  ? QMetaType::QString
+                                            : QMetaType::Bool;
             QVERIFY2(it->typeId() == expected, qPrintable(it.key()));
         }
-        QCOMPARE(defaults.value(QStringLiteral("cronwellOutlineSortedColumn")), QStringLiteral("taskDescription"));
+        QCOMPARE(defaults.value(QStringLiteral("cronwellOutlineSortedColumn")),
+                 QStringLiteral("taskDescription"));
         QCOMPARE(defaults.value(QStringLiteral("faultscopeLogTableSortedDescending")), true);
     }
 
@@ -130,7 +134,8 @@ private Q_SLOTS:
         int refreshes = 0;
         RefreshRequest request({[&] { return blocked; }, [&] { return settled; }, [&] { ++refreshes; }},
                                {20ms, 10s});
-        for (int i = 0; i < 5; ++i) request.request();
+        for (int i = 0; i < 5; ++i)
+            request.request();
         QTest::qWait(60);
         QCOMPARE(refreshes, 0);  // something runs
         blocked = false;
@@ -145,7 +150,8 @@ private Q_SLOTS:
 
     void clientsThatNeverConnectDoNotHoldTheRefreshBack() {
         int refreshes = 0;
-        RefreshRequest request({[] { return false; }, [] { return false; }, [&] { ++refreshes; }}, {10ms, 40ms});
+        RefreshRequest request({[] { return false; }, [] { return false; }, [&] { ++refreshes; }},
+                               {10ms, 40ms});
         request.request();
         QTRY_COMPARE(refreshes, 1);
         request.request();

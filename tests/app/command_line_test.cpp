@@ -1,8 +1,7 @@
 #include "app/CommandLine.h"
+#include "app/ReportTable.h"
 
 #include <QTest>
-
-#include "app/ReportTable.h"
 
 using Action = CommandLine::Action;
 Q_DECLARE_METATYPE(CommandLine::Action)
@@ -55,9 +54,9 @@ private Q_SLOTS:
     }
 
     void valuesArrive() {
-        const CommandLine line = parse(QStringLiteral(
-            "--report addonry --screenshot p.png --wait 3 --dark --no-discovery "
-            "--add-client a=127.0.0.1:7001 --add-client b=localhost:7002"));
+        const CommandLine line =
+            parse(QStringLiteral("--report addonry --screenshot p.png --wait 3 --dark --no-discovery "
+                                 "--add-client a=127.0.0.1:7001 --add-client b=localhost:7002"));
         QCOMPARE(line.reportTool, QStringLiteral("addonry"));
         QCOMPARE(line.visibleTool, QStringLiteral("addonry"));
         QCOMPARE(line.screenshotFile, QStringLiteral("p.png"));
@@ -66,13 +65,17 @@ private Q_SLOTS:
         QCOMPARE(line.palette, CommandLine::Palette::Dark);
         QVERIFY(!line.browses && line.isUnattended() && line.needsWindow());
         QVERIFY(!parse(QStringLiteral("--report addonry")).needsWindow());
-        QCOMPARE(parse(QStringLiteral("--report addonry --expect-clients 4 --add-client a=1.2.3.4:7001")).expectedClients, 4);
+        QCOMPARE(parse(QStringLiteral("--report addonry --expect-clients 4 --add-client a=1.2.3.4:7001"))
+                     .expectedClients,
+                 4);
     }
 
     void clients_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("valid");
-        const auto row = [](const char* text, bool valid) { QTest::newRow(text) << QString::fromLatin1(text) << valid; };
+        const auto row = [](const char* text, bool valid) {
+            QTest::newRow(text) << QString::fromLatin1(text) << valid;
+        };
         row("bay=127.0.0.1:7001", true);
         row("Edit Bay = 2=10.0.0.1:65535", true);
         row("bay=localhost:1", true);
@@ -101,8 +104,10 @@ private Q_SLOTS:
         const QString wide(60 - 4, QLatin1Char(' '));
         QCOMPARE(lines[0], QStringLiteral("Name") + wide + QStringLiteral("  State"));
         QCOMPARE(lines[1], QString(60, QLatin1Char('-')) + QStringLiteral("  -----"));
-        QVERIFY(lines[2].startsWith(QLatin1String("A longer one ")) && lines[2].endsWith(QLatin1String("  ok")));
-        QVERIFY(lines[3].startsWith(QLatin1String("?[31mred?line ")) && lines[3].endsWith(QStringLiteral("  Grün")));
+        QVERIFY(lines[2].startsWith(QLatin1String("A longer one ")) &&
+                lines[2].endsWith(QLatin1String("  ok")));
+        QVERIFY(lines[3].startsWith(QLatin1String("?[31mred?line ")) &&
+                lines[3].endsWith(QStringLiteral("  Grün")));
         QCOMPARE(lines[4], QString(100, QLatin1Char('x')));
         QCOMPARE(lines[5], QStringLiteral("short row"));
     }

@@ -1,9 +1,10 @@
-#include <QSignalSpy>
-#include <QTest>
-#include <atomic>
-
 #include "app/TaskThreads.h"
 #include "support/TestEnvironment.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <atomic>
 
 using namespace std::chrono_literals;
 
@@ -21,15 +22,24 @@ class TaskThreadsTest : public QObject {
 
     void apply(Step step) {
         switch (step) {
-            case Step::Start: return m_threads->startStatusProgress();
-            case Step::Increment: return m_threads->incrementStatusProgress();
-            case Step::End: return m_threads->endStatusProgress();
-            case Step::Cancel: return m_threads->cancelStatusProgress();
-            case Step::CancelAll: return m_threads->cancelAllProgress();
-            case Step::CountIn: return m_threads->incrementTaskThreadCount();
-            case Step::CountOut: return m_threads->decrementTaskThreadCount();
-            case Step::Indeterminate: return m_threads->showIndeterminateStatusProgress();
-            case Step::Install: return m_threads->setIsInstallingUpdate(true);
+            case Step::Start:
+                return m_threads->startStatusProgress();
+            case Step::Increment:
+                return m_threads->incrementStatusProgress();
+            case Step::End:
+                return m_threads->endStatusProgress();
+            case Step::Cancel:
+                return m_threads->cancelStatusProgress();
+            case Step::CancelAll:
+                return m_threads->cancelAllProgress();
+            case Step::CountIn:
+                return m_threads->incrementTaskThreadCount();
+            case Step::CountOut:
+                return m_threads->decrementTaskThreadCount();
+            case Step::Indeterminate:
+                return m_threads->showIndeterminateStatusProgress();
+            case Step::Install:
+                return m_threads->setIsInstallingUpdate(true);
         }
     }
 
@@ -61,14 +71,15 @@ private Q_SLOTS:
         QTest::addColumn<bool>("indeterminate");
         QTest::addColumn<double>("value");
         using Steps = QList<Step>;
-        const auto row = [](const char* name, int selected, const Steps& steps, const char* text, bool processing,
-                            bool indeterminate, double value) {
-            QTest::newRow(name) << selected << steps << QString::fromLatin1(text) << processing << indeterminate
-                                << value;
+        const auto row = [](const char* name, int selected, const Steps& steps, const char* text,
+                            bool processing, bool indeterminate, double value) {
+            QTest::newRow(name) << selected << steps << QString::fromLatin1(text) << processing
+                                << indeterminate << value;
         };
         row("none selected", 0, {Step::Start}, "Processing tasks on 0 computers", true, true, 0);
         row("one is indeterminate", 1, {Step::Start}, "Processing tasks on 1 computer", true, true, 0);
-        row("two count", 2, {Step::Start, Step::Increment}, "Processing tasks on 2 computers", true, false, 1);
+        row("two count", 2, {Step::Start, Step::Increment}, "Processing tasks on 2 computers", true, false,
+            1);
         row("never past the end", 2, {Step::Start, Step::Increment, Step::Increment, Step::Increment},
             "Processing tasks on 2 computers", true, false, 2);
         row("start anew", 2, {Step::Start, Step::Increment, Step::End, Step::Start},
@@ -76,19 +87,22 @@ private Q_SLOTS:
         row("ended", 1, {Step::Start, Step::End}, "1 computer selected", false, true, 0);
         row("ended with none", 0, {Step::Start, Step::End}, "0 computers selected", false, true, 0);
         row("cancelled", 2, {Step::Start, Step::Cancel}, "2 computers selected", false, false, 0);
-        row("last one counted out", 2, {Step::Start, Step::CountIn, Step::CountIn, Step::CountOut, Step::CountOut},
+        row("last one counted out", 2,
+            {Step::Start, Step::CountIn, Step::CountIn, Step::CountOut, Step::CountOut},
             "2 computers selected", false, false, 0);
         row("one still counted", 2, {Step::Start, Step::CountIn, Step::CountIn, Step::CountOut},
             "Processing tasks on 2 computers", true, false, 0);
-        row("extra report of an end", 2, {Step::Start, Step::CountOut}, "2 computers selected", false, false, 0);
-        row("made indeterminate", 2, {Step::Start, Step::Indeterminate}, "Processing tasks on 2 computers", true,
-            true, 0);
+        row("extra report of an end", 2, {Step::Start, Step::CountOut}, "2 computers selected", false, false,
+            0);
+        row("made indeterminate", 2, {Step::Start, Step::Indeterminate}, "Processing tasks on 2 computers",
+            true, true, 0);
     }
     void statusBar() {
         QFETCH(int, selected);
         QFETCH(QList<Step>, steps);
         m_selected = selected;
-        for (const Step step : steps) apply(step);
+        for (const Step step : steps)
+            apply(step);
         MainThread::waitUntil([] { return false; }, 1ms);  // what was posted without waiting
         const StatusProgress& status = m_threads->status();
         QTEST(status.text, "text");
@@ -112,7 +126,8 @@ private Q_SLOTS:
 
     void updatesBeingInstalledKeepTheStatusBar() {
         m_selected = 2;
-        for (const Step step : {Step::Install, Step::Start, Step::CountIn, Step::CountOut}) apply(step);
+        for (const Step step : {Step::Install, Step::Start, Step::CountIn, Step::CountOut})
+            apply(step);
         MainThread::waitUntil([] { return false; }, 1ms);
         QVERIFY(!m_threads->isProcessing());
         QVERIFY(m_threads->status().running);
@@ -208,7 +223,8 @@ private Q_SLOTS:
         QFETCH(Step, how);
         apply(Step::Start);
         const int workers = how == Step::CountOut ? 1 : 3;
-        for (int i = 0; i < workers; ++i) apply(Step::CountIn);
+        for (int i = 0; i < workers; ++i)
+            apply(Step::CountIn);
         std::atomic<bool> isWaiting{false}, ended{false};
         VLThread::detach(QStringLiteral("waiter"), [&] {
             isWaiting = true;
@@ -245,7 +261,8 @@ private Q_SLOTS:
                 m_threads->startStatusProgress();
                 if (!m_threads->isProcessing()) fault = QStringLiteral("ended by the run before");
                 std::atomic<int> counted{0};
-                for (int i = 0; i < 4; ++i) m_threads->incrementTaskThreadCount();
+                for (int i = 0; i < 4; ++i)
+                    m_threads->incrementTaskThreadCount();
                 for (int i = 0; i < 4; ++i) {
                     VLThread::detach(QStringLiteral("counted"), [this, &counted] {
                         m_threads->incrementStatusProgress();
@@ -276,7 +293,8 @@ private Q_SLOTS:
     void nothingPostedOutlivesTheObject() {
         QVERIFY(runOnWorker([this] { m_threads->endStatusProgress(); }, 1s));
         VLThread::detach(QStringLiteral("late"), [this] { m_threads->cancelTaskThreads(); });
-        while (VLThread::activeCount() > 0) QThread::yieldCurrentThread();
+        while (VLThread::activeCount() > 0)
+            QThread::yieldCurrentThread();
         m_threads.reset();
         MainThread::waitUntil([] { return false; }, 5ms);
     }

@@ -5,6 +5,7 @@
 #include "foundation/PropertyList.h"
 
 #include <QGuiApplication>
+#include <QScopeGuard>
 
 namespace {
 
@@ -224,6 +225,7 @@ void ServiceConfigurationTest::answerThatNeverComes() {
     fixture.environment.timing.reconnect = 1h;
     fixture.apply();
     LoopbackAgent agent;
+    const auto opensAtTheEnd = qScopeGuard([&] { gate.open(); });
     agent.root->on("fetchInitialConfiguration:", [&](const QVariantList&) {
         gate.wait();
         return QVariant(ScriptedRoot::goodConfiguration());
@@ -249,8 +251,10 @@ void ServiceConfigurationTest::answerThatNeverComes() {
 
 void ServiceConfigurationTest::withoutTimeout() {
     Gate gate;
+    std::atomic<bool> returned{false};
     ClientsFixture fixture;
     LoopbackAgent agent;
+    const auto opensAtTheEnd = qScopeGuard([&] { gate.open(); });
     const VLServicePtr client = fixture.manualClient(agent);
     QTRY_VERIFY(client->isConnected());
     fixture.environment.timing.configuration = 100ms;
@@ -259,7 +263,6 @@ void ServiceConfigurationTest::withoutTimeout() {
         gate.wait();
         return QVariant();
     });
-    std::atomic<bool> returned{false};
     VLThread::detach(QStringLiteral("worker"), [&] {
         client->fetchInitialConfiguration(false);
         returned = true;

@@ -88,18 +88,18 @@ void ServiceConnectionTest::triesTheWaysInOrder() {
     QFETCH(QString, alive);
     QFETCH(QString, connectsTo);
     QFETCH(int, addressCount);
-    ClientsFixture fixture;
-    fixture.environment.timing.reconnect = 1h;
     std::map<QChar, std::unique_ptr<LoopbackAgent>> agents;
     std::map<QChar, quint16> ports;
+    QStringList lookUps;
+    std::mutex lookUpsMutex;
+    ClientsFixture fixture;
+    fixture.environment.timing.reconnect = 1h;
     for (const QChar letter : QStringLiteral("nhab")) {
         ports[letter] = deadPort();
         if (!alive.contains(letter)) continue;
         agents[letter] = std::make_unique<LoopbackAgent>();
         ports[letter] = agents[letter]->port();
     }
-    QStringList lookUps;
-    std::mutex lookUpsMutex;
     fixture.environment.lookUpPort = [&](const QString& name, const QString& host,
                                          std::chrono::milliseconds) {
         const std::lock_guard lock(lookUpsMutex);
@@ -130,6 +130,7 @@ void ServiceConnectionTest::triesTheWaysInOrder() {
         QTRY_COMPARE(agents.at(connectsTo.front())->root->calls("fetchInitialConfiguration:"), 1);
         QCOMPARE(client->connectionError(), QString());
     }
+    const std::lock_guard lock(lookUpsMutex);
     QCOMPARE(lookUps, QStringList{QStringLiteral("CorvalinNetClient - edit-bay-1.local.|edit-bay-1.local.")});
     const QStringList lines = logLines();
     const QString text = lines.join(u'\n') + u'\n';
@@ -393,12 +394,12 @@ void ServiceConnectionTest::invalidating() {
 
 /// Connecting, disconnecting and calling from many threads at once leaves a client that still works.
 void ServiceConnectionTest::endsOnlyOnce() {
+    std::atomic<int> running{0};
     ClientsFixture fixture;
     fixture.environment.timing.reconnect = 5ms;
     fixture.apply();
     LoopbackAgent agent;
     const VLServicePtr client = fixture.manualClient(agent);
-    std::atomic<int> running{0};
     for (int worker = 0; worker < 6; ++worker) {
         ++running;
         VLThread::detach(QStringLiteral("worker"), [client, worker, &running] {

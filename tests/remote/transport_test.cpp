@@ -1,12 +1,13 @@
 #include "remote/VLConnection.h"
 #include "remote/VLServer.h"
+#include "remote/support/SpawnedProcess.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
 
+#include <QDir>
 #include <QElapsedTimer>
-
-#include <sys/wait.h>
-#include <unistd.h>
+#include <QFile>
+#include <QTextStream>
 
 #include <csignal>
 
@@ -19,6 +20,50 @@ constexpr auto promptly = 1'500ms;  // far below every time limit of the transpo
 QVariant echo(const QVariantList& arguments, quint64) {
     return arguments.value(0);
 }
+
+/// An agent in a process of its own (this program again), to be stopped or killed.
+class AgentProcess {
+public:
+    explicit AgentProcess(const TransportFixture& fixture) {
+        const QString folder = fixture.folder.filePath(QStringLiteral("agent"));
+        QDir().mkpath(folder);
+        QFile console(QDir(folder).filePath(QStringLiteral("console.pem")));
+        if (!console.open(QIODevice::WriteOnly)) return;
+        console.write(fixture.console.certificate);
+        console.close();
+        m_process.emplace(QList<QByteArray>{QFile::encodeName(QCoreApplication::applicationFilePath()),
+                                            "--agent", QFile::encodeName(folder)});
+        m_port = m_process->readLine().toUShort();
+    }
+    AgentProcess(const AgentProcess&) = delete;
+    AgentProcess& operator=(const AgentProcess&) = delete;
+
+    [[nodiscard]] quint16 port() const { return m_port; }
+    void signal(int number) const { m_process->signal(number); }
+
+    /// In the process.
+    static int run(const QString& folder) {
+        QFile console(QDir(folder).filePath(QStringLiteral("console.pem")));
+        if (!console.open(QIODevice::ReadOnly)) return 1;
+        auto root = std::make_shared<ScriptedRoot>();
+        root->on(QStringLiteral("wait"), [](const QVariantList&, quint64) {
+            std::this_thread::sleep_for(1h);
+            return QVariant();
+        });
+        VLServerOptions options;
+        options.identity =
+            TlsIdentity::loadOrCreate(folder, QStringLiteral("agent"), QStringLiteral("agent"));
+        options.authorizedCertificates = [certificate = console.readAll()] { return QList{certificate}; };
+        options.address = QStringLiteral("127.0.0.1");
+        const VLServer server(root, options);
+        QTextStream(stdout) << server.port() << Qt::endl;
+        return QCoreApplication::exec();
+    }
+
+private:
+    std::optional<SpawnedProcess> m_process;
+    quint16 m_port = 0;
+};
 
 }  // namespace
 
@@ -359,7 +404,7 @@ private Q_SLOTS:
         QVERIFY(valid);
     }
 
-    void a_silent_agent_counts_as_dead_and_a_busy_thread_does_not() {
+    void a_thread_that_was_away_does_not_blame_the_agent() {
         TransportFixture fixture;
         fixture.limits.heartbeatInterval = 100ms;
         fixture.limits.heartbeatTimeout = 400ms;
@@ -367,31 +412,40 @@ private Q_SLOTS:
         root->on(QStringLiteral("echo:"), echo);
         auto options = fixture.serverOptions();
         options.limits = RemoteLimits();  // only the console is impatient
-        // An agent in another process, which is stopped like one whose machine sleeps.
-        int port[2];
-        QCOMPARE(::pipe(port), 0);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const VLServer server(root, options);
-            const quint16 number = server.port();
-            if (::write(port[1], &number, sizeof number) != sizeof number) ::_exit(1);
-            for (;;)
-                ::pause();
-        }
-        quint16 number = 0;
-        QCOMPARE(::read(port[0], &number, sizeof number), qint64(sizeof number));
-        const auto client = fixture.connect(number, [&](VLConnection&) {
-            std::this_thread::sleep_for(1'200ms);  // longer than the limit; the agent is not to blame
-        });
+        const VLServer server(root, options);
+        const auto client =
+            fixture.connect(server.port(), [&](VLConnection&) { std::this_thread::sleep_for(1'200ms); });
         QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
-        ::kill(child, SIGSTOP);
-        const VLException raised = raisedBy([&] { client->proxy().perform(QStringLiteral("echo:"), {1}); });
+        std::this_thread::sleep_for(600ms);
+        QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+    }
+
+    void a_stopped_or_killed_agent_fails_calls_data() {
+        QTest::addColumn<int>("signal");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("machine asleep") << SIGSTOP << QStringLiteral("no sign of life");
+        QTest::newRow("process killed") << SIGKILL << QString();
+    }
+    void a_stopped_or_killed_agent_fails_calls() {
+        QFETCH(int, signal);
+        QFETCH(QString, reason);
+        TransportFixture fixture;
+        fixture.limits.heartbeatInterval = 100ms;
+        fixture.limits.heartbeatTimeout = 600ms;
+        const AgentProcess agent(fixture);
+        QVERIFY(agent.port() != 0);
+        const auto client = fixture.connect(agent.port());
+        VLException raised(QStringLiteral("none"), {});
+        std::thread caller(
+            [&] { raised = raisedBy([&] { client->proxy().perform(QStringLiteral("wait")); }); });
+        QVERIFY(client->proxy().respondsToSelector(QStringLiteral("wait")));
+        QElapsedTimer timer;
+        timer.start();
+        agent.signal(signal);
+        caller.join();
+        QVERIFY(timer.elapsed() < 5'000);
         QCOMPARE(raised.name(), VLException::inaccessible);
-        QVERIFY(raised.reason().contains(QStringLiteral("sign of life")));
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        ::close(port[0]);
-        ::close(port[1]);
+        QVERIFY2(raised.reason().contains(reason), qPrintable(raised.reason()));
     }
 
     void a_silent_console_is_dropped() {
@@ -411,5 +465,12 @@ private Q_SLOTS:
     }
 };
 
-ORLENDO_TEST_MAIN(TransportTest)
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    if (argc == 3 && QByteArray(argv[1]) == "--agent")
+        return AgentProcess::run(QString::fromLocal8Bit(argv[2]));
+    const TestEnvironment environment;
+    TransportTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "transport_test.moc"

@@ -4,13 +4,13 @@
 #include "remote/VLConnection.h"
 #include "remote/VLServer.h"
 #include "remote/support/HostileAgent.h"
+#include "remote/support/SpawnedProcess.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -40,13 +40,11 @@ TlsIdentity identityOfAnotherHost() {
     const QTemporaryDir folder;
     const QString certificate = folder.filePath(QStringLiteral("c"));
     const QString key = folder.filePath(QStringLiteral("k"));
-    QProcess::execute(
-        QStringLiteral("openssl"),
-        {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"), QStringLiteral("ec"),
-         QStringLiteral("-pkeyopt"), QStringLiteral("ec_paramgen_curve:P-256"), QStringLiteral("-nodes"),
-         QStringLiteral("-keyout"), key, QStringLiteral("-out"), certificate, QStringLiteral("-subj"),
-         QStringLiteral("/CN=other"), QStringLiteral("-addext"),
-         QStringLiteral("subjectAltName=DNS:www.example.com")});
+    const QByteArray command =
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj /CN=other "
+        "-addext subjectAltName=DNS:www.example.com -keyout " +
+        key.toUtf8() + " -out " + certificate.toUtf8();
+    SpawnedProcess(command.split(' ')).waitForEnd();
     return {contents(certificate), contents(key)};
 }
 

@@ -157,6 +157,7 @@ exec $unshare sh -c "$prepare && exec '$daemon' -f '$folder/avahi.conf' --no-dro
 EOF
     chmod +x "$ORLENDO_AVAHI_COMMAND"
     setsid "$ORLENDO_AVAHI_COMMAND" &
+    disown  # a test may kill it: nothing to tell about
     wait_until 15 avahi_is_ready && return 0
     say "the Avahi daemon doesn't start:"
     tail -n 5 "$folder/avahi.log" >&2

@@ -1,11 +1,12 @@
-#include <QElapsedTimer>
-#include <QSignalSpy>
-#include <QTest>
-
 #include "app/TaskThreads.h"
 #include "remote/FakeRemote.h"
 #include "support/TestEnvironment.h"
+#include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
 
 using namespace std::chrono_literals;
 
@@ -28,7 +29,8 @@ private:
     std::shared_ptr<FakeProxy> m_proxy;
 };
 
-QVariantMap plugin(const QString& name, const QString& version = QStringLiteral("1.0"), bool disabled = false) {
+QVariantMap plugin(const QString& name, const QString& version = QStringLiteral("1.0"),
+                   bool disabled = false) {
     return {{QStringLiteral("name"), name},
             {QStringLiteral("version"), version},
             {QStringLiteral("type"), QStringLiteral("FxPlug")},
@@ -72,7 +74,8 @@ class AddonryControllerTest : public QObject {
 private Q_SLOTS:
     void init() {
         m_services.clear();
-        VLUserDefaults::standardUserDefaults().removeObjectForKey(QStringLiteral("addonryOutlineSortedDescending"));
+        VLUserDefaults::standardUserDefaults().removeObjectForKey(
+            QStringLiteral("addonryOutlineSortedDescending"));
         m_progress = std::make_unique<TaskThreads>(
             TaskThreads::Environment{[this] { return int(m_services.size()); }, [] {}, [] {}});
         RemoteRunner::Environment environment;
@@ -85,7 +88,9 @@ private Q_SLOTS:
         context.runner = m_runner.get();
         context.progress = m_progress.get();
         context.selectedServices = [this] { return m_services; };
-        context.friendlyServiceName = [](const QString& hostName) { return hostName.section(QLatin1Char('.'), 0, 0); };
+        context.friendlyServiceName = [](const QString& hostName) {
+            return hostName.section(QLatin1Char('.'), 0, 0);
+        };
         m_controller = std::make_unique<AddonryController>(context);
         VLLog::createNewLog();
     }
@@ -96,8 +101,8 @@ private Q_SLOTS:
     }
 
     void mergesWhatTheClientsHave() {
-        addClient(QStringLiteral("one"), answering(QVariantList{plugin(QStringLiteral("Blur")),
-                                                                plugin(QStringLiteral("Glow"))}));
+        addClient(QStringLiteral("one"),
+                  answering(QVariantList{plugin(QStringLiteral("Blur")), plugin(QStringLiteral("Glow"))}));
         addClient(QStringLiteral("two"),
                   answering(QVariantList{plugin(QStringLiteral("Glow"), QStringLiteral("1.1")),
                                          plugin(QStringLiteral("Echo"), QStringLiteral("2.0"), true)}));
@@ -119,18 +124,20 @@ private Q_SLOTS:
         QCOMPARE(busy.size(), 2);  // on for the first result, off with it
         QVERIFY(m_controller->hasResult() && !m_controller->isBusy() && !m_progress->isProcessing());
 
-        const QVariantMap expectedPlaceholder = {{QStringLiteral("hostname"), QStringLiteral("two.local.")},
-                                                 {QStringLiteral("disabled"), -1},
-                                                 {QStringLiteral("version"), QString()},
-                                                 {QStringLiteral("type"), QStringLiteral("FxPlug")},
-                                                 {QStringLiteral("filename"), row(QStringLiteral("Blur"))->fileName()},
-                                                 {QStringLiteral("name"), QStringLiteral("Blur")}};
+        const QVariantMap expectedPlaceholder = {
+            {QStringLiteral("hostname"), QStringLiteral("two.local.")},
+            {QStringLiteral("disabled"), -1},
+            {QStringLiteral("version"), QString()},
+            {QStringLiteral("type"), QStringLiteral("FxPlug")},
+            {QStringLiteral("filename"), row(QStringLiteral("Blur"))->fileName()},
+            {QStringLiteral("name"), QStringLiteral("Blur")}};
         QCOMPARE(row(QStringLiteral("Blur"))->missingHosts().first().toMap(), expectedPlaceholder);
         QVERIFY(logLines().contains(QStringLiteral("Populating Addonry plugins...")));
 
         QVERIFY(refresh());
         QCOMPARE(busy.size(), 2);  // rows are there already
-        VLUserDefaults::standardUserDefaults().setObject(true, QStringLiteral("addonryOutlineSortedDescending"));
+        VLUserDefaults::standardUserDefaults().setObject(true,
+                                                         QStringLiteral("addonryOutlineSortedDescending"));
         QVERIFY(refresh());
         QCOMPARE(m_controller->report().rows.first().first(), QStringLiteral("Glow"));
         m_controller->clearData();
@@ -152,8 +159,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("logged");
         QTest::newRow("nothing") << QVariant() << QString();
         QTest::newRow("list of rubbish") << QVariant(QVariantList{1, QStringLiteral("x"), QVariantMap()})
-                                         << QStringLiteral("Plug-in list of bad: 3 of 3 entries left out, 0 values "
-                                                           "of a wrong kind ignored");
+                                         << QStringLiteral(
+                                                "Plug-in list of bad: 3 of 3 entries left out, 0 values "
+                                                "of a wrong kind ignored");
         QTest::newRow("not a list") << QVariant(QStringLiteral("x")) << QStringLiteral("Client bad answered");
         QTest::newRow("exception") << QVariant(QStringLiteral("throw")) << QStringLiteral("Exception in ");
     }
@@ -218,8 +226,10 @@ private Q_SLOTS:
 
     void manyClientsMergeQuickly() {
         QVariantList plugins;
-        for (int i = 0; i < 300; ++i) plugins.append(plugin(QStringLiteral("Plug-in %1").arg(i)));
-        for (int i = 0; i < 200; ++i) addClient(QStringLiteral("client%1").arg(i), answering(plugins));
+        for (int i = 0; i < 300; ++i)
+            plugins.append(plugin(QStringLiteral("Plug-in %1").arg(i)));
+        for (int i = 0; i < 200; ++i)
+            addClient(QStringLiteral("client%1").arg(i), answering(plugins));
         QElapsedTimer timer;
         timer.start();
         QVERIFY(refresh());

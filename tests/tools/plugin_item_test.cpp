@@ -1,7 +1,7 @@
-#include <QTest>
-
 #include "tools/addonry/PluginList.h"
 #include "tools/addonry/VLPluginItem.h"
+
+#include <QTest>
 
 namespace {
 
@@ -11,12 +11,15 @@ QVariantMap instance(const QString& text) {
     QVariantMap result = {{QStringLiteral("name"), QStringLiteral("Blur")},
                           {QStringLiteral("type"), QStringLiteral("FxPlug")}};
     if (words[0] != QLatin1String("-")) result.insert(QStringLiteral("version"), words[0]);
-    if (words[1] != QLatin1String("-")) result.insert(QStringLiteral("disabled"), int(words[1] == QLatin1String("d")));
+    if (words[1] != QLatin1String("-"))
+        result.insert(QStringLiteral("disabled"), int(words[1] == QLatin1String("d")));
     if (words[2] != QLatin1String("-")) result.insert(QStringLiteral("accessType"), words[2].toLongLong());
     return result;
 }
 
-QVariantMap entry(std::initializer_list<std::pair<QString, QVariant>> values) { return QVariantMap(values); }
+QVariantMap entry(std::initializer_list<std::pair<QString, QVariant>> values) {
+    return QVariantMap(values);
+}
 
 }  // namespace
 
@@ -32,8 +35,8 @@ private Q_SLOTS:
         QTest::addColumn<qlonglong>("accessType");
         const auto row = [](const char* name, const QStringList& instances, const char* version, int state,
                             int disabledCount, int disabled, qlonglong accessType) {
-            QTest::newRow(name) << instances << QString::fromLatin1(version) << state << disabledCount << disabled
-                                << accessType;
+            QTest::newRow(name) << instances << QString::fromLatin1(version) << state << disabledCount
+                                << disabled << accessType;
         };
         const QString plain = QStringLiteral("1.0 e 1");
         row("one", {plain}, "1.0", 0, 0, 0, 1);
@@ -47,22 +50,24 @@ private Q_SLOTS:
         row("version hides access", {plain, QStringLiteral("1.1 e 2")}, "(various)", 1, 0, 0, 1);
         row("version hides enabled", {plain, QStringLiteral("1.1 d 1")}, "(various)", 1, 1, -1, 1);
         row("access before enabled", {plain, QStringLiteral("1.0 d 2")}, "1.0", 3, 1, -1, -1);
-        row("access before version", {plain, QStringLiteral("1.0 e 2"), QStringLiteral("1.1 e 1")}, "(various)", 3,
-            0, 0, -1);
+        row("access before version", {plain, QStringLiteral("1.0 e 2"), QStringLiteral("1.1 e 1")},
+            "(various)", 3, 0, 0, -1);
         // Once "(various)", every further copy counts as different and is not asked for its access type.
-        row("various stays", {plain, QStringLiteral("1.1 e 1"), QStringLiteral("1.0 e 2")}, "(various)", 1, 0, 0, 1);
+        row("various stays", {plain, QStringLiteral("1.1 e 1"), QStringLiteral("1.0 e 2")}, "(various)", 1, 0,
+            0, 1);
         row("mixed access back to one value", {plain, QStringLiteral("1.0 e 2"), plain}, "1.0", 3, 0, 0, -1);
         row("no version later", {plain, QStringLiteral("- e 2")}, "1.0", 3, 0, 0, -1);
         row("no version first", {QStringLiteral("- e 1"), plain}, "(various)", 1, 0, 0, 1);
         row("no access first", {QStringLiteral("1.0 e -"), QStringLiteral("1.0 e 0")}, "1.0", 3, 0, 0, -1);
         row("nothing known", {QStringLiteral("- - -"), QStringLiteral("- - -")}, "", 0, 0, 0, 0);
-        row("two of three disabled", {QStringLiteral("1.0 d 1"), QStringLiteral("1.0 d 1"), plain}, "1.0", 2, 2, -1,
-            1);
+        row("two of three disabled", {QStringLiteral("1.0 d 1"), QStringLiteral("1.0 d 1"), plain}, "1.0", 2,
+            2, -1, 1);
     }
     void merge() {
         QFETCH(QStringList, instances);
         VLPluginItem item = VLPluginItem::pluginItem(instance(instances.takeFirst()), QStringLiteral("a."));
-        for (const QString& text : instances) item.addChild(instance(text), QStringLiteral("b."));
+        for (const QString& text : instances)
+            item.addChild(instance(text), QStringLiteral("b."));
         QCOMPARE(item.name(), QStringLiteral("Blur"));
         QCOMPARE(item.type(), QStringLiteral("FxPlug"));
         QTEST(item.version(), "version");
@@ -84,7 +89,8 @@ private Q_SLOTS:
         item.addChild(at("/third"), QStringLiteral("c."));
         QCOMPARE(item.fileName(), QStringLiteral("/second"));
         QStringList hosts;
-        for (const QVariant& child : item.children()) hosts << child.toMap().value(QStringLiteral("hostname")).toString();
+        for (const QVariant& child : item.children())
+            hosts << child.toMap().value(QStringLiteral("hostname")).toString();
         QCOMPARE(hosts, QStringList({QStringLiteral("a."), QStringLiteral("b."), QStringLiteral("c.")}));
     }
 
@@ -92,7 +98,9 @@ private Q_SLOTS:
         QTest::addColumn<QVariant>("answer");
         QTest::addColumn<int>("count");
         QTest::addColumn<QString>("complaint");
-        const auto named = [](const QVariant& name) { return QVariant(entry({{QStringLiteral("name"), name}})); };
+        const auto named = [](const QVariant& name) {
+            return QVariant(entry({{QStringLiteral("name"), name}}));
+        };
         const QVariant good = named(QStringLiteral("Blur"));
         const auto complaint = [](int leftOut, int all, int wrong) {
             return QStringLiteral("%1 of %2 entries left out, %3 values of a wrong kind ignored")
@@ -103,12 +111,16 @@ private Q_SLOTS:
         QTest::newRow("no answer") << QVariant() << 0 << QString();
         QTest::newRow("empty") << QVariant(QVariantList()) << 0 << QString();
         QTest::newRow("good") << QVariant(QVariantList{good, good}) << 2 << QString();
-        QTest::newRow("text") << QVariant(QStringLiteral("x")) << 0 << QStringLiteral("not an array but QString");
+        QTest::newRow("text") << QVariant(QStringLiteral("x")) << 0
+                              << QStringLiteral("not an array but QString");
         QTest::newRow("dictionary") << QVariant(QVariantMap()) << 0
                                     << QStringLiteral("not an array but QVariantMap");
-        QTest::newRow("list of texts") << QVariant(QVariantList{QStringLiteral("x"), good}) << 1 << complaint(1, 2, 0);
-        QTest::newRow("name is a number") << QVariant(QVariantList{named(7), good}) << 1 << complaint(1, 2, 0);
-        QTest::newRow("no name") << QVariant(QVariantList{QVariantMap(), named(QString())}) << 0 << complaint(2, 2, 0);
+        QTest::newRow("list of texts")
+            << QVariant(QVariantList{QStringLiteral("x"), good}) << 1 << complaint(1, 2, 0);
+        QTest::newRow("name is a number")
+            << QVariant(QVariantList{named(7), good}) << 1 << complaint(1, 2, 0);
+        QTest::newRow("no name") << QVariant(QVariantList{QVariantMap(), named(QString())}) << 0
+                                 << complaint(2, 2, 0);
         QTest::newRow("huge name") << QVariant(QVariantList{named(QString(1 << 20, QLatin1Char('x')))}) << 0
                                    << complaint(1, 1, 0);
         QTest::newRow("wrong values")
@@ -118,8 +130,8 @@ private Q_SLOTS:
                                             {QStringLiteral("disabled"), QStringLiteral("maybe")},
                                             {QStringLiteral("accessType"), QVariantMap()}})})
             << 1 << complaint(0, 1, 4);
-        QTest::newRow("too many") << QVariant(QVariantList(1'000'000, good)) << int(PluginList::maximumEntries)
-                                  << complaint(980'000, 1'000'000, 0);
+        QTest::newRow("too many") << QVariant(QVariantList(1'000'000, good))
+                                  << int(PluginList::maximumEntries) << complaint(980'000, 1'000'000, 0);
     }
     void answersOfAnyKind() {
         QFETCH(QVariant, answer);
@@ -145,9 +157,10 @@ private Q_SLOTS:
     }
     void numbers() {
         QFETCH(QVariant, value);
-        const PluginList list = PluginList::fromAnswer(QVariantList{entry({{QStringLiteral("name"), QStringLiteral("x")},
-                                                                           {QStringLiteral("disabled"), value},
-                                                                           {QStringLiteral("accessType"), value}})});
+        const PluginList list =
+            PluginList::fromAnswer(QVariantList{entry({{QStringLiteral("name"), QStringLiteral("x")},
+                                                       {QStringLiteral("disabled"), value},
+                                                       {QStringLiteral("accessType"), value}})});
         QCOMPARE(list.instances.size(), 1);
         QTEST(list.instances.first().value(QStringLiteral("disabled")), "disabled");
         QTEST(list.instances.first().value(QStringLiteral("accessType")), "accessType");

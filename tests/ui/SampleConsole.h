@@ -68,12 +68,30 @@ inline void addMissing(VLPluginItem& row, const QString& hostName) {
     row.setState(VLPluginItem::Missing);
 }
 
+/// Shows what it is given: its refreshes read nothing.
+class QuietAddonry : public AddonryController {
+public:
+    using AddonryController::AddonryController;
+    void refresh() override {}
+};
+
+inline QList<Tool> sampleTools() {
+    QList<Tool> tools = toolRegistry();
+    for (Tool& tool : tools) {
+        if (tool.identifier != QLatin1String("addonry")) continue;
+        tool.makeController = [](const ToolContext& context) {
+            return std::make_unique<QuietAddonry>(context);
+        };
+    }
+    return tools;
+}
+
 /// A console with its window, made by the real controller, without discovery.
 class SampleConsole {
 public:
     /// False when the controller could not start.
     bool start() {
-        controller = std::make_unique<AppController>();
+        controller = std::make_unique<AppController>(sampleTools());
         controller->setBrowses(false);
         controller->setUnattended(true);
         if (!controller->init()) return false;

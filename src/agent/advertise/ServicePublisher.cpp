@@ -106,8 +106,8 @@ private:
 
     void begin() {
         hostLabel_ = toHostLabel(settings_.hostName);
-        portName_ = dnssd::toLabel(settings_.registeredName);
-        serviceName_ = dnssd::toLabel(settings_.name);
+        portName_ = dnssd::toInstanceName(settings_.registeredName, portType);
+        serviceName_ = dnssd::toInstanceName(settings_.name, serviceType);
         renames_ = 0;
         publish();
     }
@@ -136,8 +136,8 @@ private:
         if (!backend()) return;
         hostName_ = ownHostName(backend()->hostName());
         if (portName_.isEmpty())
-            portName_ =
-                dnssd::toLabel(QStringLiteral("CorvalinNetClient - %1.").arg(QString::fromUtf8(hostName_)));
+            portName_ = dnssd::toInstanceName(
+                QStringLiteral("CorvalinNetClient - %1.").arg(QString::fromUtf8(hostName_)), portType);
         report({});
         if (hostLabel_.isEmpty() || publish(Host)) publish(Port);
     }
@@ -219,7 +219,8 @@ private:
         else
             withdraw();
         if (part == Host)
-            portName_ = dnssd::toLabel(settings_.registeredName);  // may be made from the host name
+            portName_ =
+                dnssd::toInstanceName(settings_.registeredName, portType);  // may be made from the host name
         report({});
         const auto again = [this, part] { part == Service ? void(publish(Service)) : publish(); };
         timer_ = loop_.startTimer(++renames_ <= fastRenames ? renameDelay : slowRenameDelay, again);

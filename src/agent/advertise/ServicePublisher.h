@@ -13,7 +13,8 @@
 class ServicePublisher {
 public:
     struct Settings {
-        /// Instance name shown by consoles. Cut to 63 bytes of UTF-8, as are the other names.
+        /// Instance name shown by consoles. Cut to 63 bytes of UTF-8, or to fewer when it has many characters
+        /// beyond ASCII (see dnssd::toInstanceName), as is the registered name.
         QString name;
         /// Name under which the port is registered, also published as TXT "name". Empty: "CorvalinNetClient -
         /// " and the host name with a trailing dot.

@@ -7,7 +7,7 @@ namespace {
 
 /// The information that goes with an error always names this machine, whatever the sender wrote.
 QVariantMap withHostName(QVariantMap userInfo, const AgentContext& agent) {
-    userInfo.insert(QStringLiteral("hostname"), agent.settings.hostName);
+    userInfo.insert(QStringLiteral("hostname"), agent.hostName.get());
     return userInfo;
 }
 
@@ -30,7 +30,7 @@ void addCallbackOperations(OperationTable& table, AgentContext& agent) {
     });
     table.add(QStringLiteral("postError:"), [&agent](const OperationCall& call) {
         agent.consoles.postToAll(QStringLiteral("addErrorToQueue:hostname:"),
-                                 {call.arguments.at(0), agent.settings.hostName});
+                                 {call.arguments.at(0), agent.hostName.get()});
         return QVariant();
     });
     table.add(QStringLiteral("postError:userInfo:"), [&agent](const OperationCall& call) {
@@ -40,7 +40,7 @@ void addCallbackOperations(OperationTable& table, AgentContext& agent) {
     });
     table.add(QStringLiteral("postErrorString:"), [&agent](const OperationCall& call) {
         agent.consoles.postToAll(QStringLiteral("addStringToQueue:hostname:"),
-                                 {call.arguments.at(0), agent.settings.hostName});
+                                 {call.arguments.at(0), agent.hostName.get()});
         return QVariant();
     });
     table.add(QStringLiteral("postErrorString:userInfo:"), [&agent](const OperationCall& call) {

@@ -70,7 +70,7 @@ QVariantMap ClientConfiguration::current(const AgentContext& agent) {
         {QStringLiteral("maintenanceRequested"),
          MaintenanceRequest::isRequested(agent.settings.stateDirectory)},
         {QStringLiteral("version"), agentVersion},
-        {QStringLiteral("preferredHostName"), agent.settings.hostName},
+        {QStringLiteral("preferredHostName"), agent.hostName.get()},
     };
     if (const auto suite = readBundleInfo(agent.tree, suiteApplication)) {
         if (const qlonglong build = suite->buildVersion.toLongLong(); build > 0)
@@ -96,7 +96,7 @@ QVariantMap ClientConfiguration::systemSpecs(const AgentContext& agent) {
         if (value.typeId() == QMetaType::QString) specs.insert(QLatin1String(key), value);
     }
     specs.insert(QStringLiteral("name"), agent.settings.name);
-    specs.insert(QStringLiteral("hostName"), agent.settings.hostName);
+    specs.insert(QStringLiteral("hostName"), agent.hostName.get());
     specs.insert(QStringLiteral("model"), agent.settings.model);
     specs.insert(QStringLiteral("consoleUser"), agent.consoleUser());
     return specs;

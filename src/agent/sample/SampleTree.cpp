@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <unistd.h>
+
 namespace {
 
 constexpr char markerName[] = ".corvalin-sample";
@@ -18,6 +20,18 @@ constexpr char administrators[] =
     "admin:$6$corvalinsample$XHF/rPOAzUgHixb.cMHyJ8FSuk8T64N/4MxF5FNtWQEdQkgxoqMd/"
     "zXweXVhO2VIY1Tw3O5x8JsZepo3EmOgN0\n";
 
+/// A folder's files decide what the agent works on only when nobody else can have put them there.
+bool isOwnFile(const QString& path) {
+    const QFileInfo info(path);
+    return !info.isSymLink() && info.isFile() && info.ownerId() == geteuid();
+}
+
+bool hasMarker(const QString& directory) {
+    QFile marker(directory + u'/' + QLatin1String(markerName));
+    return !directory.isEmpty() && isOwnFile(marker.fileName()) && marker.open(QIODevice::ReadOnly) &&
+           marker.read(1024).startsWith(markerText);
+}
+
 bool isEmpty(const QString& directory) {
     return QDir(directory)
         .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)
@@ -27,8 +41,7 @@ bool isEmpty(const QString& directory) {
 /// Makes room for the new content. Only what this program has made is removed.
 void prepare(const QString& directory) {
     const QFileInfo info(directory);
-    if ((info.exists() && !info.isDir()) ||
-        (info.isDir() && !isEmpty(directory) && !SampleTree::isSample(directory))) {
+    if ((info.exists() && !info.isDir()) || (info.isDir() && !isEmpty(directory) && !hasMarker(directory))) {
         throw VLException(VLException::generic,
                           QStringLiteral("%1 holds something that is no sample workstation.").arg(directory));
     }
@@ -83,9 +96,7 @@ void SampleTree::make(const QString& directory, int profileNumber) {
 }
 
 bool SampleTree::isSample(const QString& directory) {
-    QFile marker(directory + u'/' + QLatin1String(markerName));
-    return !directory.isEmpty() && !QFileInfo(marker.fileName()).isSymLink() && marker.open(QIODevice::ReadOnly) &&
-           marker.read(1024).startsWith(markerText);
+    return hasMarker(directory) && isOwnFile(configurationPath(directory));
 }
 
 QString SampleTree::configurationPath(const QString& directory) {

@@ -89,7 +89,7 @@ void ErrorLogWindow::buildTable() {
     rememberSorting(header, QStringLiteral("errorLogTable"), ErrorLogModel::columnNames());
     m_sorted->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
     header->setFont(themeFont(0.92, QFont::Medium));
-    header->resizeSection(ErrorLogModel::Date, 150);
+    header->resizeSection(ErrorLogModel::Date, 184);
     header->resizeSection(ErrorLogModel::Computer, 170);
     header->setSectionsMovable(false);
 }

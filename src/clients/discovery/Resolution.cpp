@@ -20,8 +20,9 @@ namespace {
 // Addresses of the other interfaces and IP version follow the first one closely; waiting for Avahi's own end
 // of the search would cost a second for every service.
 constexpr auto settleTime = 400ms;
-// A host doesn't repeat within a second what it has just sent, and a new embedded core has missed that: so the end of
-// Avahi's first round of questions says little. Every service has a TXT record; wait for it a few rounds.
+// A host doesn't repeat within a second what it has just sent, and a new embedded core has missed that: so
+// the end of Avahi's first round of questions says little. Every service has a TXT record; wait for it a few
+// rounds.
 constexpr auto textLimit = 3500ms;
 constexpr int ipv4Bytes = 4;
 
@@ -60,9 +61,8 @@ QMap<QString, QByteArray> toTxtRecord(AvahiStringList* list) {
                               static_cast<qsizetype>(avahi_string_list_get_size(list)));
         const qsizetype equals = pair.indexOf('=');
         const QString key = QString::fromLatin1(equals < 0 ? pair : pair.left(equals)).toLower();
-        // The first of equal keys counts.
-        if (!key.isEmpty() && !txt.contains(key))
-            txt.insert(key, equals < 0 ? QByteArray() : pair.mid(equals + 1));
+        // Of equal keys the first one counts; Avahi's list begins with the last.
+        if (!key.isEmpty()) txt.insert(key, equals < 0 ? QByteArray() : pair.mid(equals + 1));
     }
     return txt;
 }
@@ -131,8 +131,8 @@ void Resolution::askForAddresses() {
 void Resolution::takeServer(const dnssd::RecordSighting& sighting) {
     if (sighting.event == dnssd::BrowseEvent::Failed) return fail(QStringLiteral("The search was refused"));
     // The daemon has listened all the time: what it can't find at once isn't there.
-    if (sighting.event == dnssd::BrowseEvent::AllForNow && request_->isLookUp && host_.isEmpty() && backend_ &&
-        backend_->kind() == dnssd::BackendKind::Daemon)
+    if (sighting.event == dnssd::BrowseEvent::AllForNow && request_->isLookUp && host_.isEmpty() &&
+        backend_ && backend_->kind() == dnssd::BackendKind::Daemon)
         return fail(QStringLiteral("Not found"));
     if (sighting.event != dnssd::BrowseEvent::Added) return;
 

@@ -1,16 +1,19 @@
 #pragma once
 
+#include "clients/discovery/VLNetService.h"
+
 #include <QString>
+
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
 
-#include "clients/discovery/VLNetService.h"
-
 /// Browses for advertised services and resolves them. Uses the Avahi daemon, or Avahi's embedded core where
 /// no daemon answers; the daemon's going and coming back is followed (services that are gone are reported
-/// removed). Not tied to a thread: it is run by whoever calls runFor().
+/// removed). Not tied to a thread: it is run by whoever calls runFor(). CORVALIN_DISCOVERY_INTERFACES in the
+/// environment keeps browsing and resolving to the named network interfaces ("lo", or several separated by
+/// commas).
 class ServiceBrowser {
 public:
     struct Delegate {
@@ -42,7 +45,8 @@ struct ServiceResolution {
 
 /// Resolves host name, port, all addresses and the TXT record. Blocks at most `limit` (20 seconds in the
 /// console), less when `isCancelled` turns true. Any thread.
-[[nodiscard]] ServiceResolution resolveNetService(const VLNetService& service, std::chrono::milliseconds limit,
+[[nodiscard]] ServiceResolution resolveNetService(const VLNetService& service,
+                                                  std::chrono::milliseconds limit,
                                                   const std::function<bool()>& isCancelled = {});
 
 /// Where the port that is registered under a name can be reached: looked up as the instance `registeredName`

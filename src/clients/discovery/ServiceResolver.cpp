@@ -18,6 +18,8 @@ namespace {
 
 constexpr auto cancelPollInterval = 100ms;
 constexpr auto serveSlice = 250ms;
+// Four queries each; the daemon grants a client 1024 objects. The others wait for their turn.
+constexpr size_t mostAtATime = 200;
 using Clock = dnssd::AvahiLoop::Clock;
 using RequestPointer = std::shared_ptr<ResolutionRequest>;
 
@@ -29,12 +31,16 @@ public:
     }
 
     void submit(const RequestPointer& request) {
-        const std::lock_guard lock(mutex_);
-        inbox_.push_back(request);
-        if (loop_) loop_->wake();
-        if (std::exchange(isServing_, true)) return;
-        VLThread::detach(QStringLiteral("Resolving services"),
-                         [self = shared_from_this()] { self->serve(); });
+        bool mustStart = false;
+        {
+            const std::lock_guard lock(mutex_);
+            inbox_.push_back(request);
+            if (loop_) loop_->wake();
+            mustStart = !std::exchange(isServing_, true);
+        }
+        if (!mustStart) return;
+        const auto term = std::make_shared<Term>(shared_from_this());
+        VLThread::detach(QStringLiteral("Resolving services"), [term] { term->resolver->serve(*term); });
     }
 
     void wake() {
@@ -43,6 +49,18 @@ public:
     }
 
 private:
+    /// The time that one thread serves. Should it end before its work is done, or never start because the
+    /// program is quitting, nobody is left waiting for it.
+    struct Term {
+        explicit Term(std::shared_ptr<Resolver> owner) : resolver(std::move(owner)) {}
+        ~Term() {
+            if (!isOver) resolver->giveUp();
+        }
+        Q_DISABLE_COPY_MOVE(Term)
+        const std::shared_ptr<Resolver> resolver;
+        bool isOver = false;
+    };
+
     /// Everything that belongs to the resolving thread.
     struct Session {
         dnssd::AvahiLoop loop;
@@ -62,21 +80,23 @@ private:
         ~Session() { resolutions.clear(); }
     };
 
-    void serve() try {
+    void serve(Term& term) {
         Session session;
         session.stack.start();
         while (takeRequests(session))
             session.loop.serveUntil(Clock::now() + serveSlice);
-    } catch (...) {
-        const std::lock_guard lock(mutex_);
-        for (const RequestPointer& request : std::exchange(inbox_, {}))
-            request->answer.set_value({std::nullopt, QStringLiteral("The resolver failed")});
-        loop_ = nullptr;
-        isServing_ = false;
-        throw;
+        term.isOver = true;
     }
 
-    /// False when nobody waits for anything any more; the next request then starts a new thread.
+    void giveUp() {
+        const std::lock_guard lock(mutex_);
+        for (const RequestPointer& request : std::exchange(inbox_, {}))
+            request->answer.set_value({std::nullopt, QStringLiteral("Cancelled")});
+        loop_ = nullptr;
+        isServing_ = false;
+    }
+
+    /// Takes up waiting requests. False when there is none left; the next one then starts a new thread.
     bool takeRequests(Session& session) {
         std::erase_if(session.resolutions, [](const auto& resolution) { return resolution->isOver(); });
         if (VLThread::isCancelled())
@@ -86,7 +106,11 @@ private:
         std::vector<RequestPointer> requests;
         {
             const std::lock_guard lock(mutex_);
-            requests = std::exchange(inbox_, {});
+            std::erase_if(inbox_, [](const auto& request) { return request->isAbandoned.load(); });
+            const size_t room = mostAtATime - std::min(mostAtATime, session.resolutions.size());
+            const auto end = inbox_.begin() + static_cast<std::ptrdiff_t>(std::min(room, inbox_.size()));
+            requests.assign(inbox_.begin(), end);
+            inbox_.erase(inbox_.begin(), end);
             const bool isIdle = requests.empty() && session.resolutions.empty();
             loop_ = isIdle ? nullptr : &session.loop;
             isServing_ = !isIdle;

@@ -86,7 +86,7 @@ void ClientOutline::buildView() {
     const auto ended = [this] {
         --m_rowsChanging;
         pullSelection();
-        m_view->expandAll();
+        m_view->expand(m_filter->index(0, 0));
         updateEmptyState();
         m_spinnerTimer.start();
     };
@@ -101,7 +101,7 @@ void ClientOutline::buildView() {
     });
     // One look at all rows per turn, however many of them changed.
     connect(m_filter, &QAbstractItemModel::dataChanged, &m_spinnerTimer, qOverload<>(&QTimer::start));
-    m_view->expandAll();
+    m_view->expand(m_filter->index(0, 0));
 
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ClientOutline::pushSelection);

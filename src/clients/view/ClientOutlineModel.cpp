@@ -23,8 +23,8 @@ ClientOutlineModel::ClientOutlineModel(ServiceList& services, QObject* parent)
     m_refreshTimer.setSingleShot(true);
     m_refreshTimer.setInterval(gatherTime);
     connect(&m_refreshTimer, &QTimer::timeout, this, &ClientOutlineModel::refresh);
-    connect(&services, &ServiceList::serviceAdded, this, &ClientOutlineModel::refresh);
-    connect(&services, &ServiceList::serviceRemoved, this, &ClientOutlineModel::refresh);
+    connect(&services, &ServiceList::serviceAdded, this, &ClientOutlineModel::follow);
+    connect(&services, &ServiceList::serviceRemoved, this, &ClientOutlineModel::follow);
     connect(&services, &ServiceList::serviceUpdated, this, [this] {
         if (!m_refreshTimer.isActive()) m_refreshTimer.start();
     });
@@ -55,9 +55,14 @@ ClientOutlineModel::Row ClientOutlineModel::makeRow(const VLServicePtr& service)
 
 void ClientOutlineModel::refresh() {
     m_refreshTimer.stop();
+    follow();
+    syncRows();
+}
+
+/// The rows of the list and their order, not what they show.
+void ClientOutlineModel::follow() {
     const qsizetype before = rowCount(allComputersIndex());
     syncOrder(m_services.serviceArray());
-    syncRows();
     if (before != rowCount(allComputersIndex())) {
         const QModelIndex all = allComputersIndex();
         Q_EMIT dataChanged(all, all, {CountRole, Qt::ToolTipRole, Qt::AccessibleTextRole});

@@ -64,6 +64,7 @@ private:
     [[nodiscard]] QVariant groupData(int role) const;
     [[nodiscard]] QString toolTip(const Row& row) const;
     void syncRows();
+    void follow();
     void syncOrder(const QList<VLServicePtr>& services);
     void reindex();
 

@@ -15,11 +15,11 @@ QString address(const VLService& service) {
 QString problem(int errorCode) {
     switch (errorCode) {
         case clientOutdated:
-            return QStringLiteral("The client software is out of date");
+            return QStringLiteral("Client software out of date");
         case suiteOutdated:
-            return QStringLiteral("The suite is out of date");
+            return QStringLiteral("Suite out of date");
         case noConfiguration:
-            return QStringLiteral("The client did not send its configuration");
+            return QStringLiteral("No configuration received");
         default:
             return {};
     }
@@ -29,7 +29,7 @@ QString problem(int errorCode) {
 
 ClientState clientState(const VLService& service) {
     if (!service.changedCertificate().isEmpty()) {
-        return {ClientState::Attention, QStringLiteral("Identity changed — review before connecting")};
+        return {ClientState::Attention, QStringLiteral("Identity changed — review")};
     }
     if (service.isConnected()) {
         if (service.isProcessing()) return {ClientState::Working, QStringLiteral("Working…")};

@@ -1,9 +1,5 @@
 #include "tools/addonry/AddonryController.h"
 
-#include <QHash>
-#include <QSet>
-#include <algorithm>
-
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
 #include "foundation/VLThread.h"
@@ -11,6 +7,11 @@
 #include "logs/VLLog.h"
 #include "system/VLException.h"
 #include "tools/addonry/PluginList.h"
+
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
 
 namespace {
 
@@ -49,7 +50,8 @@ QVariantMap placeholder(const VLPluginItem& row, const QString& hostName) {
 void markMissing(VLPluginItem& row, const QStringList& hostNames) {
     if (row.children().size() == hostNames.size()) return;
     QSet<QString> present;
-    for (const QVariant& child : row.children()) present.insert(child.toMap().value(hostNameKey).toString());
+    for (const QVariant& child : row.children())
+        present.insert(child.toMap().value(hostNameKey).toString());
     QVariantList missing;
     for (const QString& hostName : hostNames)
         if (!present.contains(hostName)) missing.append(placeholder(row, hostName));
@@ -80,11 +82,16 @@ QString accessText(qlonglong accessType) {
 
 QString differenceText(int state) {
     switch (state) {
-        case VLPluginItem::VersionsDiffer: return QStringLiteral("version");
-        case VLPluginItem::EnabledDiffers: return QStringLiteral("enabled");
-        case VLPluginItem::AccessTypeDiffers: return QStringLiteral("access");
-        case VLPluginItem::Missing: return QStringLiteral("missing");
-        default: return QStringLiteral("none");
+        case VLPluginItem::VersionsDiffer:
+            return QStringLiteral("version");
+        case VLPluginItem::EnabledDiffers:
+            return QStringLiteral("enabled");
+        case VLPluginItem::AccessTypeDiffers:
+            return QStringLiteral("access");
+        case VLPluginItem::Missing:
+            return QStringLiteral("missing");
+        default:
+            return QStringLiteral("none");
     }
 }
 
@@ -123,13 +130,15 @@ void AddonryController::populate() {
             context().runner->objectFromRemoteMethod(QStringLiteral("addonryPluginList"), {}, {}, service));
         if (!list.complaint.isEmpty())
             VLLog::appendLog(QStringLiteral("Plug-in list of %@: %@"), service->name(), list.complaint);
-        for (const QVariantMap& instance : list.instances) merger.add(instance, hostName);
+        for (const QVariantMap& instance : list.instances)
+            merger.add(instance, hostName);
         context().progress->incrementStatusProgress();
     }
     // Half a run says nothing about the clients that it did not come to.
     if (isStopped()) return;
     QList<VLPluginItem> rows = merger.takeRows();
-    for (VLPluginItem& row : rows) markMissing(row, hostNames);
+    for (VLPluginItem& row : rows)
+        markMissing(row, hostNames);
     install(std::move(rows), run);
 }
 
@@ -166,8 +175,8 @@ void AddonryController::sortRows(QList<VLPluginItem>& rows, const QString& colum
 
 ToolReport AddonryController::report() const {
     ToolReport report;
-    report.header = {QStringLiteral("Plug-in"), QStringLiteral("Type"),       QStringLiteral("Version"),
-                     QStringLiteral("Enabled"), QStringLiteral("Access"),     QStringLiteral("Computers"),
+    report.header = {QStringLiteral("Plug-in"), QStringLiteral("Type"),      QStringLiteral("Version"),
+                     QStringLiteral("Enabled"), QStringLiteral("Access"),    QStringLiteral("Computers"),
                      QStringLiteral("Differs"), QStringLiteral("Missing on")};
     for (const VLPluginItem& row : m_addonryArray) {
         QStringList missing;

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <QList>
-#include <atomic>
-
 #include "tools/Tool.h"
 #include "tools/addonry/VLPluginItem.h"
+
+#include <QList>
+
+#include <atomic>
 
 /// The plug-ins of the selected clients, merged by name.
 class AddonryController : public ToolController {

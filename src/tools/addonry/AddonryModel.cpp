@@ -8,8 +8,30 @@
 
 namespace {
 
-constexpr quintptr pluginId =
-    0;  // internal id of plug-in rows; of the rows below: their parent's row plus one
+// Internal ids: of plug-ins this one, of the rows below them one made of their plug-in's row in m_rows. Those
+// are spread over all numbers because Qt hashes an index by adding its row and its id: with small ones in a
+// row, expanding all of a long outline would take minutes.
+constexpr quintptr pluginId = 0;
+constexpr quintptr spread = quintptr(0x9E3779B97F4A7C15);
+
+/// The number that undoes a multiplication by an odd one: every step doubles the bits that are right.
+constexpr quintptr inverse(quintptr odd) {
+    quintptr result = odd;
+    for (int step = 0; step < 6; ++step)
+        result *= 2 - odd * result;
+    return result;
+}
+constexpr quintptr gather = inverse(spread);
+static_assert(spread * gather == 1);
+
+constexpr quintptr childId(int row) {
+    return (quintptr(row) + 1) * spread;
+}
+
+constexpr int rowOf(quintptr childId) {
+    return int(childId * gather - 1);
+}
+
 constexpr qlonglong currentUser = 1;
 const QString various = QStringLiteral("(various)");
 const QString nothing = QStringLiteral("–");
@@ -73,55 +95,6 @@ QVariant markData(const Mark& mark, int role) {
     }
 }
 
-int compareText(const QString& a, const QString& b) {
-    return a.compare(b, Qt::CaseInsensitive);
-}
-
-int compareVersion(const QString& a, const QString& b) {
-    const int order = QVersionNumber::compare(QVersionNumber::fromString(a), QVersionNumber::fromString(b));
-    return order != 0 ? order : compareText(a, b);
-}
-
-int compareNumber(qlonglong a, qlonglong b) {
-    return a < b ? -1 : a > b ? 1 : 0;
-}
-
-int comparePlugins(const VLPluginItem& a, const VLPluginItem& b, int column) {
-    switch (column) {
-        case AddonryModel::Version:
-            return compareVersion(a.version(), b.version());
-        case AddonryModel::Type:
-            return compareText(a.type(), b.type());
-        case AddonryModel::Enabled:
-            return compareNumber(a.disabled(), b.disabled());
-        case AddonryModel::Access:
-            return compareNumber(a.accessType(), b.accessType());
-        case AddonryModel::Computers:
-            return compareNumber(a.children().size(), b.children().size());
-        case AddonryModel::Status:
-            return compareNumber(a.state(), b.state());
-        default:
-            return compareText(a.name(), b.name());
-    }
-}
-
-int compareChildren(const QVariantMap& a, const QVariantMap& b, int column) {
-    const auto number = [](const QVariantMap& map, const char* key) {
-        return map.value(QLatin1String(key)).toLongLong();
-    };
-    switch (column) {
-        case AddonryModel::Version:
-            return compareVersion(a.value(QStringLiteral("version")).toString(),
-                                  b.value(QStringLiteral("version")).toString());
-        case AddonryModel::Enabled:
-            return compareNumber(number(a, "disabled"), number(b, "disabled"));
-        case AddonryModel::Access:
-            return compareNumber(number(a, "accessType"), number(b, "accessType"));
-        default:
-            return 0;
-    }
-}
-
 }  // namespace
 
 QStringList AddonryModel::columnNames() {
@@ -136,6 +109,10 @@ AddonryModel::AddonryModel(std::function<QString(const QString&)> friendlyName, 
 void AddonryModel::setRows(QList<VLPluginItem> rows) {
     beginResetModel();
     m_rows = std::move(rows);
+    m_foldedNames.clear();
+    for (const VLPluginItem& plugin : m_rows)
+        m_foldedNames.push_back(plugin.name().toCaseFolded());
+    arrange();
     endResetModel();
 }
 
@@ -143,18 +120,18 @@ void AddonryModel::setRows(QList<VLPluginItem> rows) {
 
 QModelIndex AddonryModel::index(int row, int column, const QModelIndex& parent) const {
     if (!hasIndex(row, column, parent)) return {};
-    return createIndex(row, column, parent.isValid() ? quintptr(parent.row()) + 1 : pluginId);
+    return createIndex(row, column, parent.isValid() ? childId(m_shown[size_t(parent.row())]) : pluginId);
 }
 
 QModelIndex AddonryModel::parent(const QModelIndex& child) const {
     if (!child.isValid() || child.internalId() == pluginId) return {};
-    return createIndex(int(child.internalId() - 1), 0, pluginId);
+    return createIndex(m_position[size_t(rowOf(child.internalId()))], 0, pluginId);
 }
 
 int AddonryModel::rowCount(const QModelIndex& parent) const {
-    if (!parent.isValid()) return int(m_rows.size());
+    if (!parent.isValid()) return int(m_shown.size());
     if (parent.internalId() != pluginId || parent.column() != 0) return 0;
-    return computerCount(m_rows.at(parent.row()));
+    return computerCount(m_rows.at(m_shown[size_t(parent.row())]));
 }
 
 int AddonryModel::columnCount(const QModelIndex&) const {
@@ -166,7 +143,7 @@ bool AddonryModel::hasChildren(const QModelIndex& parent) const {
 }
 
 QVariantMap AddonryModel::child(const QModelIndex& index, bool* missing) const {
-    const VLPluginItem& plugin = m_rows.at(qsizetype(index.internalId() - 1));
+    const VLPluginItem& plugin = m_rows.at(rowOf(index.internalId()));
     const qsizetype present = plugin.children().size();
     if (missing) *missing = index.row() >= present;
     return index.row() < present ? plugin.children().at(index.row()).toMap()
@@ -176,17 +153,6 @@ QVariantMap AddonryModel::child(const QModelIndex& index, bool* missing) const {
 QString AddonryModel::friendlyHost(const QVariantMap& child) const {
     const QString host = hostName(child);
     return m_friendlyName ? m_friendlyName(host) : host;
-}
-
-bool AddonryModel::isLess(const QModelIndex& left, const QModelIndex& right) const {
-    if (left.internalId() == pluginId) {
-        const VLPluginItem &a = m_rows.at(left.row()), &b = m_rows.at(right.row());
-        const int order = comparePlugins(a, b, left.column());
-        return order != 0 ? order < 0 : compareText(a.name(), b.name()) < 0;
-    }
-    const QVariantMap a = child(left), b = child(right);
-    const int order = compareChildren(a, b, left.column());
-    return order != 0 ? order < 0 : compareText(friendlyHost(a), friendlyHost(b)) < 0;
 }
 
 // ---- Contents
@@ -204,7 +170,8 @@ QVariant AddonryModel::headerData(int section, Qt::Orientation orientation, int 
 
 QVariant AddonryModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid()) return {};
-    if (index.internalId() == pluginId) return pluginData(m_rows.at(index.row()), index.column(), role);
+    if (index.internalId() == pluginId)
+        return pluginData(m_rows.at(m_shown[size_t(index.row())]), index.column(), role);
     bool missing = false;
     const QVariantMap instance = child(index, &missing);
     return childData(instance, missing, index.column(), role);
@@ -356,30 +323,92 @@ QVariant AddonryModel::childData(const QVariantMap& instance, bool missing, int 
 
 // ---- Sorting and filtering
 
-AddonryFilterModel::AddonryFilterModel(AddonryModel* model, QObject* parent)
-    : QSortFilterProxyModel(parent), m_model(model) {
-    setSourceModel(model);
-}
-
-void AddonryFilterModel::setFilterText(const QString& text) {
-    m_text = text.trimmed();
-    invalidateFilter();
-}
-
-void AddonryFilterModel::setDifferencesOnly(bool only) {
-    m_differencesOnly = only;
-    invalidateFilter();
-}
-
-bool AddonryFilterModel::filterAcceptsRow(int row, const QModelIndex& parent) const {
-    if (parent.isValid()) return true;
-    const VLPluginItem& plugin = m_model->plugin(row);
-    if (m_differencesOnly && !AddonryModel::differs(plugin)) return false;
-    const auto contains = [this](const QString& text) { return text.contains(m_text, Qt::CaseInsensitive); };
-    return m_text.isEmpty() || contains(plugin.name()) || contains(plugin.type()) ||
+bool AddonryModel::isShown(const VLPluginItem& plugin) const {
+    if (m_differencesOnly && !differs(plugin)) return false;
+    const auto contains = [this](const QString& text) {
+        return text.contains(m_filterText, Qt::CaseInsensitive);
+    };
+    return m_filterText.isEmpty() || contains(plugin.name()) || contains(plugin.type()) ||
            contains(plugin.version());
 }
 
-bool AddonryFilterModel::lessThan(const QModelIndex& left, const QModelIndex& right) const {
-    return m_model->isLess(left, right);
+void AddonryModel::setFilter(const QString& text, bool differencesOnly) {
+    if (text.trimmed() == m_filterText && differencesOnly == m_differencesOnly) return;
+    beginResetModel();
+    m_filterText = text.trimmed();
+    m_differencesOnly = differencesOnly;
+    arrange();
+    endResetModel();
+}
+
+void AddonryModel::sort(int column, Qt::SortOrder order) {
+    if (column < 0 || column >= ColumnCount) return;
+    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
+    const QModelIndexList before = persistentIndexList();
+    const std::vector<int> formerlyShown = m_shown;
+    m_sortColumn = column;
+    m_sortOrder = order;
+    sortShown();
+    QModelIndexList after;
+    for (const QModelIndex& index : before) {
+        const bool isPlugin = index.internalId() == pluginId;
+        after << (isPlugin ? createIndex(m_position[size_t(formerlyShown[size_t(index.row())])],
+                                         index.column(), pluginId)
+                           : index);
+    }
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged({}, VerticalSortHint);
+}
+
+void AddonryModel::arrange() {
+    m_shown.clear();
+    for (int row = 0; row < m_rows.size(); ++row) {
+        if (isShown(m_rows.at(row))) m_shown.push_back(row);
+    }
+    sortShown();
+}
+
+/// Every key is made once, not once per comparison.
+template <typename KeyOf>
+void AddonryModel::sortShownBy(KeyOf keyOf) {
+    std::vector<decltype(keyOf(m_rows.first()))> keys(size_t(m_rows.size()));
+    for (const int row : m_shown)
+        keys[size_t(row)] = keyOf(m_rows.at(row));
+    const bool descending = m_sortOrder == Qt::DescendingOrder;
+    std::stable_sort(m_shown.begin(), m_shown.end(), [&](int left, int right) {
+        const auto &a = keys[size_t(descending ? right : left)], &b = keys[size_t(descending ? left : right)];
+        if (a < b) return true;
+        return !(b < a) && m_foldedNames[size_t(left)] < m_foldedNames[size_t(right)];
+    });
+}
+
+void AddonryModel::sortShown() {
+    switch (m_sortColumn) {
+        case Version:
+            sortShownBy([](const VLPluginItem& plugin) {
+                return std::pair(QVersionNumber::fromString(plugin.version()), plugin.version());
+            });
+            break;
+        case Type:
+            sortShownBy([](const VLPluginItem& plugin) { return plugin.type(); });
+            break;
+        case Enabled:
+            sortShownBy([](const VLPluginItem& plugin) { return plugin.disabled(); });
+            break;
+        case Access:
+            sortShownBy([](const VLPluginItem& plugin) { return plugin.accessType(); });
+            break;
+        case Computers:
+            sortShownBy([](const VLPluginItem& plugin) { return plugin.children().size(); });
+            break;
+        case Status:
+            sortShownBy([](const VLPluginItem& plugin) { return plugin.state(); });
+            break;
+        default:
+            sortShownBy([](const VLPluginItem& plugin) { return plugin.name().toCaseFolded(); });
+            break;
+    }
+    m_position.assign(size_t(m_rows.size()), -1);
+    for (size_t place = 0; place < m_shown.size(); ++place)
+        m_position[size_t(m_shown[place])] = int(place);
 }

@@ -3,12 +3,13 @@
 #include "tools/addonry/VLPluginItem.h"
 
 #include <QAbstractItemModel>
-#include <QSortFilterProxyModel>
 
 #include <functional>
+#include <vector>
 
 /// The merged plug-ins as an outline: one row per plug-in, below it one per client that has it and one per
-/// client that lacks it. Main thread.
+/// client that lacks it. Filters and sorts by itself: a proxy would compare a hundred thousand rows one pair
+/// of indexes at a time. Main thread.
 class AddonryModel : public QAbstractItemModel {
     Q_OBJECT
 public:
@@ -23,15 +24,18 @@ public:
     explicit AddonryModel(std::function<QString(const QString& hostName)> friendlyName,
                           QObject* parent = nullptr);
 
+    /// Replaces the rows; filter and sorting stay as they are.
     void setRows(QList<VLPluginItem> rows);
     [[nodiscard]] const QList<VLPluginItem>& rows() const { return m_rows; }
-    [[nodiscard]] const VLPluginItem& plugin(int row) const { return m_rows.at(row); }
     /// Whether the clients disagree about this plug-in, or some lack it.
     [[nodiscard]] static bool differs(const VLPluginItem& plugin) {
         return plugin.state() != VLPluginItem::Alike;
     }
-    /// Orders two rows below the same parent by a column; by name where they are alike in it.
-    [[nodiscard]] bool isLess(const QModelIndex& left, const QModelIndex& right) const;
+
+    /// Shows the plug-ins whose name, type or version contains the text, or only those that differ.
+    void setFilter(const QString& text, bool differencesOnly);
+    /// By name where plug-ins are alike in the column. The clients of a plug-in keep their order.
+    void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
     [[nodiscard]] QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
     [[nodiscard]] QModelIndex parent(const QModelIndex& child) const override;
@@ -50,24 +54,19 @@ private:
     [[nodiscard]] QString statusText(const VLPluginItem& plugin) const;
     [[nodiscard]] QString statusToolTip(const VLPluginItem& plugin) const;
 
+    [[nodiscard]] bool isShown(const VLPluginItem& plugin) const;
+    void arrange();
+    void sortShown();
+    template <typename KeyOf>
+    void sortShownBy(KeyOf keyOf);
+
     std::function<QString(const QString&)> m_friendlyName;
     QList<VLPluginItem> m_rows;
-};
-
-/// Plug-ins whose name, type or version contains the text, or only those that differ; sorted by any column.
-class AddonryFilterModel : public QSortFilterProxyModel {
-    Q_OBJECT
-public:
-    explicit AddonryFilterModel(AddonryModel* model, QObject* parent = nullptr);
-    void setFilterText(const QString& text);
-    void setDifferencesOnly(bool only);
-
-protected:
-    [[nodiscard]] bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
-    [[nodiscard]] bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
-
-private:
-    AddonryModel* m_model;
-    QString m_text;
+    std::vector<QString> m_foldedNames;  ///< by row
+    std::vector<int> m_shown;            ///< the rows that pass the filter, in order
+    std::vector<int> m_position;         ///< by row: its place in m_shown, or -1
+    QString m_filterText;
     bool m_differencesOnly = false;
+    int m_sortColumn = Name;
+    Qt::SortOrder m_sortOrder = Qt::AscendingOrder;
 };

@@ -30,7 +30,6 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
     : QWidget(parent),
       m_controller(controller),
       m_model(new AddonryModel(controller.context().friendlyServiceName, this)),
-      m_filter(new AddonryFilterModel(m_model, this)),
       m_outline(new QTreeView(this)),
       m_summary(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
       m_differencesOnly(new QToolButton(this)),
@@ -99,11 +98,10 @@ void AddonryView::buildOutline() {
     m_outline->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_outline->setContextMenuPolicy(Qt::CustomContextMenu);
     m_outline->setItemDelegate(new CellDelegate(m_outline));
-    m_outline->setModel(m_filter);
+    m_outline->setModel(m_model);
     m_outline->setSortingEnabled(true);
     QHeaderView* header = m_outline->header();
     rememberSorting(header, QStringLiteral("addonryOutline"), AddonryModel::columnNames());
-    m_filter->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
     header->setFont(themeFont(0.92, QFont::Medium));
     header->setSectionsMovable(false);
     header->setMinimumSectionSize(48);
@@ -124,8 +122,9 @@ void AddonryView::reload() {
 }
 
 void AddonryView::filter() {
-    m_filter->setDifferencesOnly(m_differencesOnly->isChecked());
-    m_filter->setFilterText(m_search->text());
+    const OutlineState state = OutlineState::of(*m_outline, AddonryModel::KeyRole);
+    m_model->setFilter(m_search->text(), m_differencesOnly->isChecked());
+    state.restore(*m_outline, AddonryModel::KeyRole);
     updateState();
 }
 
@@ -144,14 +143,14 @@ void AddonryView::updateSummary() {
 
 void AddonryView::updateState() {
     const bool anyRows = !m_model->rows().isEmpty();
-    const bool anyShown = m_filter->rowCount() > 0;
+    const bool anyShown = m_model->rowCount() > 0;
     const bool anySelected = !m_controller.context().selectedServices().isEmpty();
     m_empty->setButtonText({});
     if (anyRows && !anyShown) {
         m_empty->setContents(QStringLiteral("search"), QStringLiteral("No matching plug-in"),
                              QStringLiteral("No plug-in passes the filter."));
         m_empty->setButtonText(QStringLiteral("Show All Plug-ins"));
-    } else if (m_controller.isBusy()) {
+    } else if (anySelected && m_controller.isBusy()) {
         m_empty->setBusy(QStringLiteral("Reading plug-ins…"));
     } else if (!anySelected) {
         m_empty->setContents(QStringLiteral("plug"),

@@ -3,7 +3,6 @@
 #include <QWidget>
 
 class AddonryController;
-class AddonryFilterModel;
 class AddonryModel;
 class ElidedLabel;
 class EmptyState;
@@ -29,7 +28,6 @@ private:
 
     AddonryController& m_controller;
     AddonryModel* m_model;
-    AddonryFilterModel* m_filter;
     QTreeView* m_outline;
     ElidedLabel* m_summary;
     QToolButton* m_differencesOnly;

@@ -1,8 +1,8 @@
 #include "tools/addonry/PluginList.h"
 
-#include <optional>
-
 #include "foundation/VLFormat.h"
+
+#include <optional>
 
 namespace {
 
@@ -12,7 +12,8 @@ struct Cleaner {
     int wrongValues = 0;
 
     static bool isUsableText(const QVariant& value) {
-        return value.typeId() == QMetaType::QString && value.toString().size() <= PluginList::maximumTextLength;
+        return value.typeId() == QMetaType::QString &&
+               value.toString().size() <= PluginList::maximumTextLength;
     }
 
     static std::optional<qlonglong> numberOf(const QVariant& value) {
@@ -58,7 +59,8 @@ struct Cleaner {
         QVariantMap instance = entry.toMap();
         const QVariant name = instance.value(nameKey);
         if (!isUsableText(name) || name.toString().isEmpty()) return std::nullopt;
-        for (const char* key : {"fullPath", "version", "type"}) cleanText(instance, QLatin1String(key));
+        for (const char* key : {"fullPath", "version", "type"})
+            cleanText(instance, QLatin1String(key));
         cleanNumber(instance, QStringLiteral("disabled"), true);
         cleanNumber(instance, QStringLiteral("accessType"), false);
         return instance;
@@ -81,8 +83,9 @@ PluginList PluginList::fromAnswer(const QVariant& answer) {
 
     const auto leftOut = static_cast<int>(entries.size() - list.instances.size());
     if (leftOut > 0 || cleaner.wrongValues > 0) {
-        list.complaint = vlFormat(QStringLiteral("%i of %i entries left out, %i values of a wrong kind ignored"),
-                                  leftOut, static_cast<int>(entries.size()), cleaner.wrongValues);
+        list.complaint =
+            vlFormat(QStringLiteral("%i of %i entries left out, %i values of a wrong kind ignored"), leftOut,
+                     static_cast<int>(entries.size()), cleaner.wrongValues);
     }
     return list;
 }

@@ -14,7 +14,9 @@ const QString hostNameKey = QStringLiteral("hostname");
 
 constexpr int mixed = -1;
 
-bool isDisabled(const QVariantMap& instance) { return instance.value(disabledKey).toLongLong() != 0; }
+bool isDisabled(const QVariantMap& instance) {
+    return instance.value(disabledKey).toLongLong() != 0;
+}
 
 }  // namespace
 
@@ -53,7 +55,8 @@ void VLPluginItem::compare(const QVariantMap& instance) {
         // A copy that differs in version is not asked for its access type as well.
         m_version = QLatin1String(Aggregation::various);
         noteDifference(VersionsDiffer);
-    } else if (instance.contains(accessTypeKey) && m_accessType != instance.value(accessTypeKey).toLongLong()) {
+    } else if (instance.contains(accessTypeKey) &&
+               m_accessType != instance.value(accessTypeKey).toLongLong()) {
         m_accessType = mixed;
         noteDifference(AccessTypeDiffers);
     }

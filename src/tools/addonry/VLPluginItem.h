@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QVariant>
+
 #include <optional>
 
 /// One row of the plug-in outline: a plug-in by name, merged from the copies that the clients have.

@@ -66,7 +66,7 @@ private:
 
     bool waitFor(const Services& services, const QString& name) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(15), [&] { return contains(services, name); });
+        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return contains(services, name); });
     }
 
     QStringList names(const Services& services) {

@@ -30,7 +30,7 @@ public:
 
     bool waitUntilPublished() {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(15), [this] { return state_.isPublished; });
+        return changed_.wait_for(lock, std::chrono::seconds(30), [this] { return state_.isPublished; });
     }
 
     ServicePublisher::State state() {

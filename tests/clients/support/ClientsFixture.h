@@ -81,10 +81,14 @@ public:
         apply();
     }
     ~ClientsFixture() {
+        end();
+        VLService::setEnvironment({});
+    }
+    /// Ends every client and waits for the workers, before what they use goes away.
+    void end() {
         for (const VLServicePtr& service : std::as_const(m_services))
             service->invalidate(false);
         if (!VLThread::joinAll(20s)) qWarning("a client's thread is left behind");
-        VLService::setEnvironment({});
     }
 
     void apply() { VLService::setEnvironment(environment); }

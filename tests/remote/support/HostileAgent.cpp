@@ -1,7 +1,9 @@
 #include "HostileAgent.h"
 
 #include "corvalin.capnp.h"
+#include "remote/EventLoop.h"
 #include "remote/EventLoopQueue.h"
+#include "remote/KjQuiet.h"
 #include "remote/SocketConnector.h"
 #include "remote/TaskErrorHandler.h"
 #include "remote/TlsSettings.h"
@@ -294,8 +296,8 @@ struct HostileAgent::Private {
     std::thread thread;
 
     void run(kj::AutoCloseFd listener) {
-        auto io = kj::setupAsyncIo();
-        io.waitScope.setBusyPollInterval(50);
+        const KjQuiet quiet;
+        auto io = makeEventLoop();
         auto tls = tlsContext(options.identity);
         auto stopped = kj::newPromiseAndFulfiller<void>();
         stop = kj::mv(stopped.fulfiller);
