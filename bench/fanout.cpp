@@ -43,6 +43,7 @@ struct Measurement {
     double connectMilliseconds = 0;
     double readMicroseconds = 0;   ///< per client, the median of all rounds
     double floorMicroseconds = 0;  ///< the same for a bare TCP ping-pong of the same bytes
+    double callMicroseconds = 0;   ///< one call to one client, without the runner: the transport alone
     double memoryKilobytes = 0;    ///< per client
     double memoryMegabytes = 0;    ///< of the whole console
     int threads = 0;
@@ -110,6 +111,7 @@ public:
             result.answers = int(answers);
         }
         result.readMicroseconds = median(reads);
+        result.callMicroseconds = calls(*clients().first());
         result.memoryMegabytes = processStatus("VmRSS") / 1'024;
         result.memoryKilobytes = (processStatus("VmRSS") - memoryBefore) / result.clients;
         result.threads = int(processStatus("Threads"));
@@ -135,6 +137,15 @@ private:
             std::this_thread::sleep_for(500us);
         setClients(services);
     }
+    static double calls(const RemoteClient& client) {
+        std::vector<double> times;
+        for (int call = 0; call < 300; ++call) {
+            const auto start = Clock::now();
+            (void)client.proxyObject()->perform(selector);
+            times.push_back(millisecondsSince(start) * 1'000);
+        }
+        return median(times);
+    }
     static double floor(const AgentFarm& farm, int rounds, PingPongSizes sizes) {
         const PingPongClients pingPong(farm.pingPongPort(), int(farm.ports().size()), sizes);
         std::vector<double> times;
@@ -154,13 +165,14 @@ private:
 
 void printTable(const QList<Measurement>& measurements) {
     QTextStream out(stdout);
-    out << "clients  answers  connect ms  read us/client  floor us/client  ratio  console MB  KB/client  "
+    out << "clients  answers  connect ms  read us/client  floor us/client  ratio  one call us  console MB  "
+           "KB/client  "
            "threads\n";
     for (const Measurement& m : measurements)
-        out << QString::asprintf("%7d  %7d  %10.1f  %14.1f  %15.1f  %5.1f  %10.1f  %9.1f  %7d\n", m.clients,
-                                 m.answers, m.connectMilliseconds, m.readMicroseconds, m.floorMicroseconds,
-                                 m.readMicroseconds / m.floorMicroseconds, m.memoryMegabytes,
-                                 m.memoryKilobytes, m.threads);
+        out << QString::asprintf("%7d  %7d  %10.1f  %14.1f  %15.1f  %5.1f  %11.1f  %10.1f  %9.1f  %7d\n",
+                                 m.clients, m.answers, m.connectMilliseconds, m.readMicroseconds,
+                                 m.floorMicroseconds, m.readMicroseconds / m.floorMicroseconds,
+                                 m.callMicroseconds, m.memoryMegabytes, m.memoryKilobytes, m.threads);
 }
 
 void printJson(const QList<Measurement>& measurements) {
@@ -171,6 +183,7 @@ void printJson(const QList<Measurement>& measurements) {
                                  {QStringLiteral("connectMilliseconds"), m.connectMilliseconds},
                                  {QStringLiteral("readMicrosecondsPerClient"), m.readMicroseconds},
                                  {QStringLiteral("floorMicrosecondsPerClient"), m.floorMicroseconds},
+                                 {QStringLiteral("oneCallMicroseconds"), m.callMicroseconds},
                                  {QStringLiteral("consoleMegabytes"), m.memoryMegabytes},
                                  {QStringLiteral("kilobytesPerClient"), m.memoryKilobytes},
                                  {QStringLiteral("consoleThreads"), m.threads}});

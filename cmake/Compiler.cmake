@@ -9,8 +9,9 @@ endif()
 add_library(orlendo_options INTERFACE)
 target_compile_definitions(orlendo_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH)
 target_compile_options(orlendo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
-# When it optimises, GCC 12 sees uninitialized values in kj's Maybe that are none.
-target_compile_options(orlendo_options INTERFACE $<$<CONFIG:RelWithDebInfo,Release>:-Wno-maybe-uninitialized>)
+# When it optimises, as the sanitizer presets do too, GCC 12 sees uninitialized values in kj's Maybe that are none.
+target_compile_options(orlendo_options INTERFACE
+  $<$<OR:$<CONFIG:RelWithDebInfo,Release>,$<BOOL:${ORLENDO_SANITIZE}>>:-Wno-maybe-uninitialized>)
 if(ORLENDO_WERROR)
   target_compile_options(orlendo_options INTERFACE -Werror)
 endif()

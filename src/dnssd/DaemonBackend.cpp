@@ -8,8 +8,10 @@
 #include <avahi-client/lookup.h>
 #include <avahi-client/publish.h>
 #include <avahi-common/error.h>
+#include <dbus/dbus.h>
 #include <net/if.h>
 
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -230,6 +232,9 @@ private:
 
 std::unique_ptr<Backend> connectDaemon(AvahiLoop& loop, const BackendSettings& settings,
                                        std::function<void()> stateChanged) {
+    // Left to itself, libdbus looks at a plain variable to see whether another thread has done this.
+    static std::once_flag threadsOnce;
+    std::call_once(threadsOnce, [] { dbus_threads_init_default(); });
     auto backend = std::make_unique<DaemonBackend>(settings, std::move(stateChanged));
     if (!backend->connect(loop)) return nullptr;
     return backend;

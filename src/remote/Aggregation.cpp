@@ -153,7 +153,8 @@ QVariant aggregatedValueForKey(const QString& key, const QString& app, bool isNu
         valuesForKey(app.isEmpty() ? applicationData : valuesForKey(applicationData, app), key);
     if (isNumber) {
         for (QVariant& value : values)
-            if (value.isValid()) value = integerValue(value);
+            if (value.isValid())
+                value = isString(value) ? value.toString().toLongLong() : integerValue(value);
     }
     return aggregated(values);
 }

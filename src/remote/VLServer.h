@@ -15,6 +15,7 @@
 class VLRootObject {
 public:
     virtual ~VLRootObject() = default;
+    /// Answered at once, on the server's own thread, also while an operation runs: a look-up, nothing more.
     [[nodiscard]] virtual bool respondsToSelector(const QString& selector) const = 0;
     /// An argument that the console passed by reference is a VLRemoteCallbackPtr. Throws VLException.
     /// `peer` names the console's connection; it is the same for every call of one connection.

@@ -13,6 +13,12 @@
 
 namespace {
 
+#ifdef __SANITIZE_THREAD__
+// Qt paints with threads of its own, which ThreadSanitizer cannot see into and takes for races.
+constexpr bool paints = false;
+#else
+constexpr bool paints = true;
+#endif
 constexpr int patience = 60'000;  ///< milliseconds; only a hanging program takes that long
 
 struct Result {
@@ -134,9 +140,9 @@ private Q_SLOTS:
 
     void reportAndPictureInOneRun() {
         const QString picture = path(QStringLiteral("window.png"));
-        const Result result = runConsole(QStringList{QStringLiteral("--report"), QStringLiteral("addonry"),
-                                                     QStringLiteral("--screenshot"), picture} +
-                                         m_addedClients);
+        QStringList arguments = {QStringLiteral("--report"), QStringLiteral("addonry")};
+        if (paints) arguments << QStringLiteral("--screenshot") << picture;
+        const Result result = runConsole(arguments + m_addedClients);
         QVERIFY2(result.exitCode == 0, qPrintable(result.messages));
         QVERIFY2(result.messages.contains(QLatin1String("3 clients connected")), qPrintable(result.messages));
 
@@ -154,6 +160,7 @@ private Q_SLOTS:
                  expected("FxPlug|2.0.0|no|all users|1|missing|Bay 1, Bay 2"));
         QVERIFY(rows.size() > 10);
 
+        if (!paints) return;
         const QImage image(picture);
         QVERIFY(image.width() >= 800 && image.height() >= 500);
     }
@@ -204,18 +211,22 @@ private Q_SLOTS:
 
     void signalsEndItInOrder_data() {
         QTest::addColumn<int>("number");
-        QTest::newRow("SIGINT") << SIGINT;
-        QTest::newRow("SIGTERM") << SIGTERM;
+        QTest::addColumn<QString>("what");
+        QTest::newRow("SIGINT") << SIGINT << QStringLiteral("--report=addonry");
+        QTest::newRow("SIGTERM") << SIGTERM << QStringLiteral("--report=addonry");
+        if (paints)
+            QTest::newRow("with a window")
+                << SIGTERM << QStringLiteral("--screenshot=/nonexistent/never.png");
     }
     void signalsEndItInOrder() {
         QFETCH(int, number);
+        QFETCH(QString, what);
         QProcess console;
         console.setProcessEnvironment(m_environment);
         console.setProcessChannelMode(QProcess::MergedChannels);
         console.start(QStringLiteral(ORLENDO_PROGRAM),
-                      QStringList{QStringLiteral("--no-discovery"), QStringLiteral("--screenshot"),
-                                  path(QStringLiteral("never.png")), QStringLiteral("--expect-clients"),
-                                  QStringLiteral("9"), QStringLiteral("--wait"), QStringLiteral("3600")} +
+                      QStringList{what, QStringLiteral("--no-discovery"),
+                                  QStringLiteral("--expect-clients=9"), QStringLiteral("--wait=3600")} +
                           m_addedClients);
         QVERIFY(console.waitForStarted(patience));
         QTRY_VERIFY_WITH_TIMEOUT(catches(console.processId(), number), patience);

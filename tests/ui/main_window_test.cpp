@@ -88,7 +88,8 @@ class MainWindowTest : public QObject {
     }
     void show() {
         window().show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window()));
+        window().activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window()));
     }
     [[nodiscard]] QTreeView* outline() const { return find<QTreeView>("addonryOutline"); }
 
@@ -262,7 +263,6 @@ void MainWindowTest::addComputer() {
     enter("connectionIPAddressText", address);
     enter("connectionPortText", port);
     QTest::keyClick(sheet->findChild<QLineEdit*>(QStringLiteral("connectionPortText")), Qt::Key_Tab);
-    for (auto* e : sheet->findChildren<QLineEdit*>()) qInfo() << e->objectName() << e->hasFocus() << e->text() << e->accessibleDescription(); qInfo() << QApplication::focusWidget() << sheet->isActiveWindow();
     QCOMPARE(add->isEnabled(), hintOf.isEmpty());
     if (!hintOf.isEmpty()) {
         const QPalette colors = [&] {
