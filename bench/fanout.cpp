@@ -80,20 +80,10 @@ PingPongSizes encodedSizes() {
 /// The console as far as a fan-out needs it.
 class Console {
 public:
-    Console(const TlsIdentity& identity, const QString& folder) {
-        VLServiceEnvironment environment;
-        environment.identity = identity;
-        environment.pins = std::make_shared<PinnedCertificates>(folder + QStringLiteral("/pins"));
-        environment.cacheDirectory = folder;
-        environment.limits.connect = 60s;  // hundreds of handshakes share the processors
-        // Looking for registered ports would measure the name service of the machine.
-        environment.lookUpPort = [](const QString&, const QString&, std::chrono::milliseconds) {
-            return std::optional<RegisteredPort>();
-        };
-        VLService::setEnvironment(std::move(environment));
-    }
+    Console(const TlsIdentity& identity, const QString& folder) : m_identity(identity), m_folder(folder) {}
 
     [[nodiscard]] Measurement measure(const AgentFarm& farm, int rounds, PingPongSizes sizes) {
+        setEnvironment();
         Measurement result;
         result.clients = int(farm.ports().size());
         const double memoryBefore = processStatus("VmRSS");
@@ -123,6 +113,20 @@ public:
     }
 
 private:
+    void setEnvironment() {
+        VLServiceEnvironment environment;
+        environment.identity = m_identity;
+        // Every farm has its own key, and may get ports that an earlier one had.
+        environment.pins =
+            std::make_shared<PinnedCertificates>(QStringLiteral("%1/pins%2").arg(m_folder).arg(++m_farms));
+        environment.cacheDirectory = m_folder;
+        environment.limits.connect = 60s;  // hundreds of handshakes share the processors
+        // Looking for registered ports would measure the name service of the machine.
+        environment.lookUpPort = [](const QString&, const QString&, std::chrono::milliseconds) {
+            return std::optional<RegisteredPort>();
+        };
+        VLService::setEnvironment(std::move(environment));
+    }
     void connect(const AgentFarm& farm) {
         QList<RemoteClientPtr> services;
         for (const quint16 port : farm.ports())
@@ -158,6 +162,9 @@ private:
     [[nodiscard]] QList<RemoteClientPtr> clients() const { return m_clients.get(); }
     void setClients(const QList<RemoteClientPtr>& clients) { m_clients.set(clients); }
 
+    const TlsIdentity m_identity;
+    const QString m_folder;
+    int m_farms = 0;
     Snapshot<QList<RemoteClientPtr>> m_clients;
     TaskThreads m_progress{{[this] { return int(clients().size()); }, [] {}, [] {}}};
     RemoteRunner m_runner{{&m_progress, [this] { return clients(); }, nullptr, {}, {}, {}}};

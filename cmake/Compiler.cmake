@@ -11,11 +11,11 @@ target_compile_definitions(orlendo_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_F
 target_compile_options(orlendo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
 # When it optimises, as the sanitizer presets do too, GCC 12 sees uninitialized values in kj's Maybe that are none.
 target_compile_options(orlendo_options INTERFACE
-  $<$<OR:$<CONFIG:RelWithDebInfo,Release>,$<BOOL:${ORLENDO_SANITIZE}>>:-Wno-maybe-uninitialized>)
+  $<$<CONFIG:RelWithDebInfo,Release>:-Wno-maybe-uninitialized>)
 if(ORLENDO_WERROR)
   target_compile_options(orlendo_options INTERFACE -Werror)
 endif()
 if(ORLENDO_SANITIZE)
-  target_compile_options(orlendo_options INTERFACE -fsanitize=${ORLENDO_SANITIZE} -fno-omit-frame-pointer)
+  target_compile_options(orlendo_options INTERFACE -Wno-maybe-uninitialized -fsanitize=${ORLENDO_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(orlendo_options INTERFACE -fsanitize=${ORLENDO_SANITIZE})
 endif()

@@ -19,13 +19,11 @@ trap 'exit 143' TERM HUP
 "$ORLENDO_BIN" --export-certificate "$TRIAL/console.crt" >/dev/null
 
 names=("Edit Bay 1" "Edit Bay 2" "Grading Suite" "Render Node 1")
-hosts=(edit-bay-1 edit-bay-2 grading-suite render-node-1)
-for i in 0 1 2 3; do
-    tree=$TRIAL/workstation-$((i + 1))
-    [ -d "$tree" ] || "$AGENT_BIN" --make-sample "$tree" --profile $((i + 1)) >/dev/null
-    "$AGENT_BIN" --root "$tree" --state "$TRIAL/agent-$((i + 1))" --listen 127.0.0.1 --port 0 --name "${names[i]}" \
-        --host-name "${hosts[i]}.local." --authorize "$TRIAL/console.crt" --admin-file "$tree/admin-users" \
-        >"$TRIAL/agent-$((i + 1)).out" 2>"$TRIAL/agent-$((i + 1)).err" &
+for i in 1 2 3 4; do
+    # The sample's own agent.conf says the rest: names, 127.0.0.1, any free port.
+    [ -d "$TRIAL/workstation-$i" ] || "$AGENT_BIN" --make-sample "$TRIAL/workstation-$i" --profile $i >/dev/null
+    "$AGENT_BIN" --root "$TRIAL/workstation-$i" --authorize "$TRIAL/console.crt" \
+        >"$TRIAL/agent-$i.out" 2>"$TRIAL/agent-$i.err" &
     agents+=($!)
 done
 
@@ -45,9 +43,17 @@ port_of() {
 ports=()
 for i in 1 2 3 4; do ports+=("$(port_of $i)"); done
 
+any_interface_up() {
+    local flags
+    for flags in /sys/class/net/*/flags; do
+        (($(<"$flags") & 1)) && return 0
+    done
+    return 1
+}
+
 clients=()
-if [ "${ORLENDO_DISCOVERY:-}" = none ]; then
-    echo "No usable network interface for discovery: the four sample workstations are added by address."
+if ! any_interface_up || [ "$("$ORLENDO_BIN" --print-discovery)" = none ]; then
+    echo "There is no usable network interface to look for clients on: the four sample workstations are added by address."
     for i in 0 1 2 3; do clients+=(--add-client "${names[i]}=127.0.0.1:${ports[i]}"); done
 fi
 
@@ -64,6 +70,5 @@ else
     trap 'kill "$console" 2>/dev/null || true; exit 130' INT
     status=0
     wait "$console" || status=$?
-    [ -f "$picture" ] && echo "Picture of the window: $picture"
     exit "$status"
 fi

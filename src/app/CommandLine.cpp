@@ -26,6 +26,9 @@ void addOptions(QCommandLineParser& parser) {
         option("add-client",
                QStringLiteral("Connect to this client too, in this run only: NAME=ADDRESS:PORT."), "client"),
         option("no-discovery", QStringLiteral("Do not look for clients on the network.")),
+        option("print-discovery",
+               QStringLiteral("Print by which means clients can be looked for on the network "
+                              "(daemon, embedded or none), and exit.")),
         option("light", QStringLiteral("Use the light appearance.")),
         option("dark", QStringLiteral("Use the dark appearance.")),
         option("print-certificate", QStringLiteral("Print the certificate of this console, and exit.")),
@@ -111,6 +114,7 @@ CommandLine CommandLine::parse(const QStringList& arguments, const QStringList& 
     }
     if (parser.isSet(QStringLiteral("version"))) line.action = Action::ShowVersion;
     if (parser.isSet(QStringLiteral("print-certificate"))) line.action = Action::PrintCertificate;
+    if (parser.isSet(QStringLiteral("print-discovery"))) line.action = Action::PrintDiscovery;
     if (parser.isSet(QStringLiteral("export-certificate"))) {
         line.action = Action::ExportCertificate;
         line.certificateFile = parser.value(QStringLiteral("export-certificate"));

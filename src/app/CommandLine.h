@@ -11,7 +11,7 @@
 
 /// What the program was asked to do.
 struct CommandLine {
-    enum class Action { Run, ShowHelp, ShowVersion, PrintCertificate, ExportCertificate, Fail };
+    enum class Action { Run, ShowHelp, ShowVersion, PrintCertificate, ExportCertificate, PrintDiscovery, Fail };
     enum class Palette { Desktop, Light, Dark };
 
     Action action = Action::Run;

@@ -4,6 +4,7 @@
 #include "app/ConsoleIdentity.h"
 #include "app/SignalWatcher.h"
 #include "app/window/MainWindow.h"
+#include "clients/discovery/ServiceBrowser.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLBundle.h"
 #include "logs/VLLog.h"
@@ -53,6 +54,23 @@ CommandLine commandLineFrom(const QStringList& arguments) {
     return CommandLine::parse(arguments, tools, reportingTools);
 }
 
+/// A short look with the browser that the console would use.
+QString discoveryBackend() {
+    constexpr std::chrono::milliseconds lookTime{1500};
+    const auto browser = ServiceBrowser::create({});
+    (void)browser->searchForServices(QStringLiteral("_corvalin._tcp."), {});
+    if (browser->backend() == ServiceBrowser::Backend::None) browser->runFor(lookTime);
+    switch (browser->backend()) {
+        case ServiceBrowser::Backend::Daemon:
+            return QStringLiteral("daemon");
+        case ServiceBrowser::Backend::Embedded:
+            return QStringLiteral("embedded");
+        case ServiceBrowser::Backend::None:
+            break;
+    }
+    return QStringLiteral("none");
+}
+
 /// What needs neither a display nor an agent. The exit code.
 int runSimpleAction(const CommandLine& commandLine) {
     try {
@@ -69,6 +87,9 @@ int runSimpleAction(const CommandLine& commandLine) {
             case CommandLine::Action::ExportCertificate:
                 ConsoleIdentity::exportCertificate(commandLine.certificateFile);
                 break;
+            case CommandLine::Action::PrintDiscovery:
+                printLine(stdout, discoveryBackend());
+                break;
             case CommandLine::Action::Fail:
                 printLine(stderr, QStringLiteral("orlendo: ") + commandLine.text);
                 return wrongCommandLine;
@@ -82,8 +103,9 @@ int runSimpleAction(const CommandLine& commandLine) {
     return 0;
 }
 
-void showWindow(QWidget& window) {
+void showWindow(QWidget& window, bool bringToFront) {
     window.show();
+    if (!bringToFront) return;
     window.raise();
     window.activateWindow();
 }
@@ -120,7 +142,7 @@ int runConsole(QApplication& application, AppController& controller, const Comma
     if (commandLine.needsWindow()) {
         window = std::make_unique<MainWindow>(controller);
         QObject::connect(&controller, &AppController::mainWindowReady, window.get(),
-                         [&window] { showWindow(*window); });
+                         [&window, inFront = !commandLine.isUnattended()] { showWindow(*window, inFront); });
     }
     controller.awakeFromNib();
     if (controller.isTerminating()) return failed;
@@ -158,8 +180,8 @@ bool mentions(const QStringList& arguments, std::initializer_list<const char*> o
 }
 
 bool needsNoApplication(const QStringList& arguments) {
-    return mentions(arguments,
-                    {"--help", "-h", "--version", "-v", "--print-certificate", "--export-certificate"});
+    return mentions(arguments, {"--help", "-h", "--version", "-v", "--print-certificate",
+                                "--export-certificate", "--print-discovery"});
 }
 
 /// Without a display there still are reports and pictures; a window for a person needs one.

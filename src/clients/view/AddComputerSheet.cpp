@@ -57,10 +57,18 @@ void AddComputerSheet::addField(FieldIndex index, const QString& label, const QS
     if (index != Port) body()->addSpacing(Metrics::unit);
 
     connect(field.edit, &QLineEdit::textChanged, this, &AddComputerSheet::updateHints);
-    connect(field.edit, &QLineEdit::editingFinished, this, [this, index] {
-        m_fields[index].touched = !text(index).isEmpty();
-        updateHints();
+    // A field is done with when it is left, or when the user goes on in another one.
+    connect(field.edit, &QLineEdit::editingFinished, this, [this, index] { markTouched(index); });
+    connect(field.edit, &QLineEdit::textEdited, this, [this, index] {
+        for (int other = 0; other < FieldCount; ++other) {
+            if (other != index) markTouched(FieldIndex(other));
+        }
     });
+}
+
+void AddComputerSheet::markTouched(FieldIndex index) {
+    m_fields[index].touched = !text(index).isEmpty();
+    updateHints();
 }
 
 QString AddComputerSheet::text(FieldIndex index) const {

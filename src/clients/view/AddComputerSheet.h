@@ -34,6 +34,7 @@ private:
     [[nodiscard]] QString text(FieldIndex index) const;
     [[nodiscard]] bool isValid(FieldIndex index) const;
     [[nodiscard]] bool isValid() const;
+    void markTouched(FieldIndex index);
     void updateHints();
 
     Submit m_submit;

@@ -341,7 +341,7 @@ void DiscoveryTest::followsTheDaemon() {
 
     QVERIFY(QProcess::startDetached(qEnvironmentVariable("ORLENDO_AVAHI_COMMAND"), {}));
     QVERIFY(console.waitForBackend(Backend::Daemon, 30s));
-    QVERIFY(faithful.waitUntilPublished());
+    QVERIFY2(faithful.waitUntilPublished(), qPrintable(faithful.state().error));
     QVERIFY(console.waitForRemoved(QStringLiteral("Gone")));
     // A restart isn't the end of the services that come back.
     QVERIFY(!console.removedNames().contains(QStringLiteral("Faithful")));
