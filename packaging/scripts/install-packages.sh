@@ -17,9 +17,9 @@ if [ "$(id -u)" -ne 0 ]; then
     as_root=(sudo)
 fi
 echo "Installing ${#missing[@]} packages: ${missing[*]}"
-# Package scripts may try to start services; a build machine wants none of them.
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
 "${as_root[@]}" apt-get update -qq
+# Nothing that a package brings along is to be started on a build machine.
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive RUNLEVEL=1 \
-    apt-get install -y -qq --no-install-recommends "${missing[@]}" >/tmp/orlendo-packages.$$ 2>&1 ||
-    { tail -n 40 /tmp/orlendo-packages.$$ >&2; rm -f /tmp/orlendo-packages.$$; exit 1; }
-rm -f /tmp/orlendo-packages.$$
+    apt-get install -y -qq --no-install-recommends "${missing[@]}" >"$log" 2>&1 || { tail -n 40 "$log" >&2; exit 1; }

@@ -6,13 +6,13 @@ set -euo pipefail
 headless=$1
 shift
 
-agents=()
+agents=() console=
 # shellcheck disable=SC2317  # called by the trap
-end_agents() {
-    [ ${#agents[@]} -eq 0 ] || kill "${agents[@]}" 2>/dev/null || true
+end_all() {
+    kill ${console:+"$console"} ${agents[@]+"${agents[@]}"} 2>/dev/null || true
     wait 2>/dev/null || true
 }
-trap end_agents EXIT
+trap end_all EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM HUP
 
@@ -20,8 +20,13 @@ trap 'exit 143' TERM HUP
 
 names=("Edit Bay 1" "Edit Bay 2" "Grading Suite" "Render Node 1")
 for i in 1 2 3 4; do
-    # The sample's own agent.conf says the rest: names, 127.0.0.1, any free port.
-    [ -d "$TRIAL/workstation-$i" ] || "$AGENT_BIN" --make-sample "$TRIAL/workstation-$i" --profile $i >/dev/null
+    # Made under another name first, so that an interrupted one is not taken for whole. Its agent.conf says the
+    # rest: names, 127.0.0.1, any free port.
+    if [ ! -d "$TRIAL/workstation-$i" ]; then
+        rm -rf "$TRIAL/making"
+        "$AGENT_BIN" --make-sample "$TRIAL/making" --profile "$i" >/dev/null
+        mv "$TRIAL/making" "$TRIAL/workstation-$i"
+    fi
     "$AGENT_BIN" --root "$TRIAL/workstation-$i" --authorize "$TRIAL/console.crt" \
         >"$TRIAL/agent-$i.out" 2>"$TRIAL/agent-$i.err" &
     agents+=($!)
@@ -57,18 +62,12 @@ if ! any_interface_up || [ "$("$ORLENDO_BIN" --print-discovery)" = none ]; then
     for i in 0 1 2 3; do clients+=(--add-client "${names[i]}=127.0.0.1:${ports[i]}"); done
 fi
 
-if [ "$headless" = no ]; then
-    "$ORLENDO_BIN" "${clients[@]}" "$@" &
-    console=$!
-    trap 'kill "$console" 2>/dev/null || true; exit 130' INT
-    wait "$console"
-else
+if [ "$headless" = yes ]; then
     picture=$TRIAL/orlendo.png
-    QT_QPA_PLATFORM=offscreen "$ORLENDO_BIN" --report addonry --expect-clients 4 --screenshot "$picture" \
-        "${clients[@]}" "$@" &
-    console=$!
-    trap 'kill "$console" 2>/dev/null || true; exit 130' INT
-    status=0
-    wait "$console" || status=$?
-    exit "$status"
+    rm -f "$picture"
+    export QT_QPA_PLATFORM=offscreen
+    set -- --report addonry --expect-clients 4 --screenshot "$picture" "$@"
 fi
+"$ORLENDO_BIN" ${clients[@]+"${clients[@]}"} "$@" &
+console=$!
+wait "$console"

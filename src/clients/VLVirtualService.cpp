@@ -32,7 +32,7 @@ QString randomIcon() {
 VLVirtualProxy::VLVirtualProxy(const VLBundle* bundle)
     : m_bundle(bundle ? *bundle : VLBundle::mainBundle()) {}
 
-bool VLVirtualProxy::respondsToSelector(const QString& selector) {
+bool VLVirtualProxy::respondsToSelector(const QString& selector, std::chrono::milliseconds) {
     return selector == pluginListSelector || selector == systemInfoSelector;
 }
 

@@ -9,7 +9,8 @@ public:
     /// `bundle` holds the samples; the program's own when null.
     explicit VLVirtualProxy(const VLBundle* bundle = nullptr);
 
-    [[nodiscard]] bool respondsToSelector(const QString& selector) override;
+    [[nodiscard]] bool respondsToSelector(const QString& selector,
+                                          std::chrono::milliseconds limit = noTimeLimit) override;
     QVariant perform(const QString& selector, const QVariantList& arguments = {},
                      std::chrono::milliseconds limit = noTimeLimit) override;
 

@@ -40,17 +40,23 @@ void ConnectionCore::wake() {
     });
 }
 
-bool ConnectionCore::respondsToSelector(const QString& selector) {
-    const auto call =
-        std::make_shared<PendingCall>(PendingCall::Kind::Responds, selector, QVariantList(), m_limits);
-    return callAndWait(call, noTimeLimit).toBool();
+ConnectionCore::Call ConnectionCore::makeCall(PendingCall::Kind kind, const QString& selector,
+                                              const QVariantList& arguments) const {
+    try {
+        return std::make_shared<PendingCall>(kind, selector, arguments, m_limits);
+    } catch (const VLException& exception) {
+        throw VLUnsentCallException(exception.name(), exception.reason(), exception.userInfo());
+    }
+}
+
+bool ConnectionCore::respondsToSelector(const QString& selector, std::chrono::milliseconds limit) {
+    return callAndWait(makeCall(PendingCall::Kind::Responds, selector, {}), limit).toBool();
 }
 
 QVariant ConnectionCore::perform(const QString& selector, const QVariantList& arguments,
                                  std::chrono::milliseconds limit) {
     using namespace VLCorvalinServerProtocol;
-    const auto call =
-        std::make_shared<PendingCall>(PendingCall::Kind::Perform, selector, arguments, m_limits);
+    const Call call = makeCall(PendingCall::Kind::Perform, selector, arguments);
     const Operation* known = operation(Side::Agent, selector);
     if (!known || known->mode != Mode::Oneway) return callAndWait(call, limit);
     sendOneway(call);

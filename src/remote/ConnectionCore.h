@@ -22,7 +22,7 @@ public:
     /// On the thread that will serve the connection.
     explicit ConnectionCore(const RemoteLimits& limits);
 
-    bool respondsToSelector(const QString& selector) override;
+    bool respondsToSelector(const QString& selector, std::chrono::milliseconds limit) override;
     QVariant perform(const QString& selector, const QVariantList& arguments,
                      std::chrono::milliseconds limit) override;
 
@@ -45,6 +45,8 @@ private:
 
     [[nodiscard]] bool isOwner() const { return std::this_thread::get_id() == m_owner; }
     [[nodiscard]] VLException lossException() const;
+    [[nodiscard]] Call makeCall(PendingCall::Kind kind, const QString& selector,
+                                const QVariantList& arguments) const;
     void sendOneway(const Call& call);
     [[nodiscard]] QVariant callAndWait(const Call& call, std::chrono::milliseconds limit);
     void wait(const Call& call, std::chrono::milliseconds limit);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "system/VLException.h"
+
 #include <QString>
 #include <QVariant>
 
@@ -8,6 +10,13 @@
 
 /// Time limit of a call that has none: it ends with the answer, or with the connection.
 inline constexpr std::chrono::milliseconds noTimeLimit{0};
+
+/// A call that was never sent, because its arguments cannot travel (VLException::invalidArgument, raised in
+/// the caller). It says nothing about the connection.
+class VLUnsentCallException : public VLException {
+public:
+    using VLException::VLException;
+};
 
 /// The agent's root object as the console sees it. Any thread may call; calls block. A lost connection fails
 /// every call under way at once with VLException::inaccessible; a missed time limit raises
@@ -20,7 +29,8 @@ class VLProxyObject {
 public:
     virtual ~VLProxyObject() = default;
 
-    [[nodiscard]] virtual bool respondsToSelector(const QString& selector) = 0;
+    [[nodiscard]] virtual bool respondsToSelector(const QString& selector,
+                                                  std::chrono::milliseconds limit = noTimeLimit) = 0;
 
     /// Sends an operation. Operations that the protocol table declares oneway return at once with an invalid
     /// QVariant; their failures are not reported.

@@ -174,6 +174,9 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.controller->taskThreads().updateProgressStatus(QStringLiteral("Syncing Alpha Transitions..."));
     save(*console.window->findChild<ProgressSheet*>(), QStringLiteral("progress"));
     console.controller->taskThreads().endProgress();
+    applyTheme(themeColors().dark ? Theme::Light : Theme::Dark);
+    save(*console.window, QStringLiteral("switched-from"));
+    applyTheme(themeColors().dark ? Theme::Light : Theme::Dark);
     for (QAction* action : console.window->menuBar()->actions()) {
         if (action->text() == QStringLiteral("&Computer") || action->text() == QStringLiteral("&View")) {
             action->menu()->popup({0, 0});

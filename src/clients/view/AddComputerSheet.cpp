@@ -22,7 +22,7 @@ AddComputerSheet::AddComputerSheet(Submit submit, QWidget* parent)
              QStringLiteral("IPv4 address, or “localhost”"),
              QStringLiteral("Four numbers with dots and no leading zeros, or “localhost”"));
     addField(Port, QStringLiteral("Port"), QStringLiteral("1025 to 65535"),
-             QStringLiteral("The TCP port of its client agent"),
+             QStringLiteral("The TCP port of its client agent, usually 5473"),
              QStringLiteral("A number from 1025 to 65535"));
     body()->setSpacing(Metrics::unit / 2);
     addCancelButton();

@@ -32,8 +32,10 @@ IdentitySheet::IdentitySheet(const VLServicePtr& service, std::function<void()> 
             QStringLiteral(
                 "The computer shows another key than the one it was known by. That is so after its agent "
                 "was installed anew — or when another computer answers in its place. Compare the new "
-                "fingerprint with the one on the computer before you accept it."),
+                "fingerprint with the one that “corvalin-agent --print-fingerprint” shows there before you "
+                "accept it."),
             parent),
+      m_service(service),
       m_acceptNew(std::move(acceptNew)) {
     setObjectName(QStringLiteral("identitySheet"));
     setWindowTitle(QStringLiteral("New identity of %1").arg(service->name()));
@@ -49,23 +51,35 @@ IdentitySheet::IdentitySheet(const VLServicePtr& service, std::function<void()> 
         body()->addWidget(caption);
         body()->addWidget(value);
         body()->addSpacing(Metrics::unit / 2);
+        return value;
     };
     addFingerprint(QStringLiteral("Known fingerprint (SHA-256)"), pinnedFingerprint(*service),
                    "knownFingerprint");
-    addFingerprint(QStringLiteral("New fingerprint (SHA-256)"),
-                   certificateFingerprint(service->changedCertificate()), "newFingerprint");
-    auto* compared = new QCheckBox(QStringLiteral("I have compared the new fingerprint"), this);
-    compared->setObjectName(QStringLiteral("compared"));
-    body()->addWidget(compared);
+    m_fingerprint = addFingerprint(QStringLiteral("New fingerprint (SHA-256)"), {}, "newFingerprint");
+    m_compared = new QCheckBox(QStringLiteral("I have compared the new fingerprint"), this);
+    m_compared->setObjectName(QStringLiteral("compared"));
+    body()->addWidget(m_compared);
 
     addCancelButton();
     QPushButton* accept = addPrimaryButton(QStringLiteral("Accept New Identity"));
     accept->setEnabled(false);
-    connect(compared, &QCheckBox::toggled, accept, &QPushButton::setEnabled);
+    connect(m_compared, &QCheckBox::toggled, accept, &QPushButton::setEnabled);
     setMinimumWidth(560);
+    showCertificate();
+}
+
+void IdentitySheet::showCertificate() {
+    m_shown = m_service->changedCertificate();
+    m_fingerprint->setText(twoLines(certificateFingerprint(m_shown)));
+    m_compared->setChecked(false);
 }
 
 void IdentitySheet::accept() {
+    // Every further attempt to connect may have met another key: only the one that was compared counts.
+    if (m_service->changedCertificate() != m_shown) {
+        showCertificate();
+        return;
+    }
     m_acceptNew();
     Sheet::accept();
 }

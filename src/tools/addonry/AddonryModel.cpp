@@ -48,6 +48,10 @@ QString computers(qsizetype count) {
     return count == 1 ? QStringLiteral("1 computer") : QStringLiteral("%1 computers").arg(count);
 }
 
+QString versionText(const QString& version) {
+    return version.isEmpty() ? nothing : version;
+}
+
 QString kindDrawing(const QString& type) {
     QString name = QStringLiteral("other");
     if (type == QLatin1String("FxPlug"))
@@ -185,8 +189,9 @@ QVariant AddonryModel::pluginData(const VLPluginItem& plugin, int column, int ro
             if (role == Cell::DrawingRole) return kindDrawing(plugin.type());
             return {};
         case Version:
-            if (role == Qt::DisplayRole) return plugin.version();
+            if (role == Qt::DisplayRole) return versionText(plugin.version());
             if (role == Cell::ToneRole && plugin.version() == various) return int(Cell::Tone::Warning);
+            if (role == Cell::ToneRole && plugin.version().isEmpty()) return int(Cell::Tone::Faint);
             return {};
         case Type:
             return role == Qt::DisplayRole ? QVariant(plugin.type()) : QVariant();
@@ -296,7 +301,7 @@ QVariant AddonryModel::childData(const QVariantMap& instance, bool missing, int 
             return {};
         case Version:
             if (role == Qt::DisplayRole)
-                return missing ? nothing : instance.value(QStringLiteral("version")).toString();
+                return versionText(instance.value(QStringLiteral("version")).toString());
             return {};
         case Enabled:
             if (missing) return role == Qt::DisplayRole ? QVariant(nothing) : QVariant();
