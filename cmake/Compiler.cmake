@@ -1,9 +1,10 @@
 # Warnings, sanitizers and compiler cache shared by every target.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
-  # ccache only accepts precompiled headers when told that their time stamps don't matter.
-  set(ENV{CCACHE_SLOPPINESS} "pch_defines,time_macros,include_file_mtime,include_file_ctime")
+  # ccache accepts precompiled headers only when told that their time stamps don't matter.
+  set(CMAKE_CXX_COMPILER_LAUNCHER env
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+    CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
 endif()
 
 add_library(orlendo_options INTERFACE)

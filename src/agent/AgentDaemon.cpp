@@ -104,16 +104,28 @@ void AgentDaemon::startAdvertising() {
         published.hostName = hostLabel(settings.hostName);
         published.hostAddresses = {settings.listenAddress};
     }
-    m_publisher = std::make_unique<ServicePublisher>(published, [agent = m_agent](
-                                                                    const ServicePublisher::State& state) {
+    const auto stateChanged = [daemon = QPointer<AgentDaemon>(this)](const ServicePublisher::State& state) {
         if (state.isPublished) {
             VLLog::appendLog(QStringLiteral("Advertised as \"%@\" on host %@"), state.name, state.hostName);
-            if (!state.hostName.isEmpty()) agent->hostName.set(state.hostName);
+            onMainThread([daemon, hostName = state.hostName] {
+                if (daemon && !hostName.isEmpty()) daemon->hostNameChanged(hostName);
+            });
         } else if (!state.error.isEmpty()) {
             VLLog::appendLog(QStringLiteral("Not advertised: %@"), state.error);
         }
-    });
+    };
+    m_publisher = std::make_unique<ServicePublisher>(published, stateChanged);
     m_publisher->start();
+}
+
+/// Another machine had the name. Consoles still know this one by the name that it had, so that is the one
+/// under which they are told to ask for the new one.
+void AgentDaemon::hostNameChanged(const QString& hostName) {
+    const QString known = m_agent->hostName.get();
+    if (hostName == known) return;
+    m_agent->hostName.set(hostName);
+    m_configuration = lastingPart(ClientConfiguration::current(*m_agent));
+    m_agent->consoles.postToAll(QStringLiteral("updateConfig:"), {known});
 }
 
 void AgentDaemon::watchState() {

@@ -32,6 +32,7 @@ private:
     void startAdvertising();
     void watchState();
     void stateChanged();
+    void hostNameChanged(const QString& hostName);
     void end(bool relaunch);
 
     std::shared_ptr<AgentContext> m_agent;

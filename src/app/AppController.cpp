@@ -307,6 +307,9 @@ bool AppController::shutDown() {
     } else {
         VLService::setEnvironment({});
     }
+    // Where a thread is left behind, the process ends without destroying the settings, which would write
+    // them.
+    defaults().synchronize();
     VLLog::finishWriting();
     return m_endedCleanly;
 }

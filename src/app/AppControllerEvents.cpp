@@ -70,7 +70,11 @@ void AppController::serviceInvalidated(const VLServicePtr& service) {
         return;
     }
     // A client entered by hand has no discovery record by which it could be removed: it stays in the list.
-    if (const auto netService = service->netService()) m_discovery->removeNetService(*netService);
+    // Nor would anything announce that its agent is back.
+    if (const auto netService = service->netService())
+        m_discovery->removeNetService(*netService);
+    else if (service->isManual())
+        service->setupReconnectTimer(m_errorCallback);
     reloadServiceOutlineView();
 }
 
@@ -128,6 +132,14 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
     parent.knowsHost = [this](const QString& hostName) {
         return m_services->serviceWithHostName(hostName) != nullptr;
     };
+    parent.isNameOfClient = [this](const QString& sender, const QString& hostName) {
+        const VLServicePtr service = m_services->serviceWithHostName(sender);
+        if (!service) return false;
+        const QStringList names = service->availableHostNames();
+        if (names.contains(hostName) || names.contains(hostName + u'.')) return true;
+        // Before its first configuration it may use any name that is not another client's.
+        return service->configDict().isEmpty() && !m_services->serviceWithHostName(hostName);
+    };
     parent.faultscopeAddLogs = [](const QVariantList& logs, const QString& hostName) {
         VLLog::appendLog(
             QStringLiteral("%i crash logs of %@ are not shown: this version has no place for them."),
@@ -163,8 +175,9 @@ void AppController::updateSoftwareUpdateCountForItem(const VLServicePtr& service
 }
 
 void AppController::displayCrashDialogForClient(const VLServicePtr& service, const QString& log) {
-    VLLog::appendLog(QStringLiteral("The agent of %@ reports a crash of its own (%i characters of log)."),
-                     service->name(), static_cast<int>(log.size()));
+    constexpr qsizetype longestFileName = 255;
+    VLLog::appendLog(QStringLiteral("The agent of %@ reports a crash of its own; its log is %@."),
+                     service->name(), log.left(longestFileName).simplified());
 }
 
 // ---- Clients that come and go

@@ -7,6 +7,7 @@
 #include "clients/discovery/ServiceBrowser.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLBundle.h"
+#include "logs/PrintableText.h"
 #include "logs/VLLog.h"
 #include "system/VLException.h"
 #include "widgets/Theme.h"
@@ -30,7 +31,7 @@ void print(std::FILE* stream, const QString& text) {
 }
 
 void printLine(std::FILE* stream, const QString& text) {
-    print(stream, text + QLatin1Char('\n'));
+    print(stream, printableLine(text) + QLatin1Char('\n'));
 }
 
 QString versionText() {

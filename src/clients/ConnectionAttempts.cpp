@@ -29,6 +29,11 @@ QHostAddress manualAddress(const QString& ip) {
     return ip == u"localhost" ? QHostAddress(QHostAddress::LocalHost) : QHostAddress(ip);
 }
 
+/// A client entered by hand is filed under its address and port, which is no name that anybody registers.
+bool isHostName(const QString& hostName) {
+    return !hostName.contains(u':') && QHostAddress(hostName.chopped(hostName.endsWith(u'.'))).isNull();
+}
+
 }  // namespace
 
 ConnectionAttempts::ConnectionAttempts(const VLService& service, std::shared_ptr<ServiceSession> session)
@@ -78,6 +83,7 @@ ConnectionAttempts::Connection ConnectionAttempts::byRegisteredName() {
     VLLog::appendLog(QStringLiteral("Connecting to %@..."), name);
     VLLog::appendLog(QStringLiteral("Address count: %i"),
                      static_cast<int>(m_netService ? m_netService->addresses.size() : 0));
+    if (!isHostName(m_hostName)) return nullptr;
     const auto limit = m_environment->timing.nameLookUp;
     std::optional<RegisteredPort> port;
     try {

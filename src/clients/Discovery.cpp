@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <deque>
 #include <mutex>
 
 using namespace std::chrono_literals;
@@ -18,6 +19,8 @@ namespace {
 constexpr auto browseSlice = 4s;
 constexpr auto resolveLimit = 20s;
 constexpr auto stopLimit = 10s;
+/// Threads: whoever is on the network decides how much there is to find.
+constexpr int maximumResolvers = 64;
 
 /// An error in here concerns one find; browsing goes on.
 template <typename Body>
@@ -52,13 +55,21 @@ struct Discovery::Browsing {
     /// Resolutions under way, by service, guarded by the mutex; a service that goes meanwhile cancels its
     /// own.
     QHash<QString, std::shared_ptr<std::atomic<bool>>> resolutions;
+    struct Waiting {
+        VLNetService service;
+        std::shared_ptr<std::atomic<bool>> cancelled;
+    };
+    std::deque<Waiting> waiting;  ///< for a resolver, guarded by the mutex
+    int resolvers = 0;            ///< guarded by the mutex
 
     Discovery* owner = nullptr;  ///< main thread only; null once it is destroyed
 
     void findServices(const std::shared_ptr<Browsing>& self);
     void resolveService(const VLNetService& service, const std::shared_ptr<std::atomic<bool>>& cancelled,
                         const std::shared_ptr<Browsing>& self);
-    [[nodiscard]] std::shared_ptr<std::atomic<bool>> beginResolution(const VLNetService& service);
+    void beginResolution(const VLNetService& service, const std::shared_ptr<Browsing>& self);
+    [[nodiscard]] std::optional<Waiting> nextResolution();
+    void dropCancelled();
     void cancelResolution(const VLNetService& service);
     void cancelAllResolutions();
 };
@@ -101,10 +112,7 @@ void Discovery::Browsing::findServices(const std::shared_ptr<Browsing>& self) {
             [self](const VLNetService& service, bool) {
                 guarded("-[AppController netServiceBrowser:didFindService:moreComing:]", [&] {
                     VLLog::appendLog(QStringLiteral("Service found: %@"), service.name);
-                    const auto cancelled = self->beginResolution(service);
-                    VLThread::detach(QStringLiteral("resolve"), [self, service, cancelled] {
-                        self->resolveService(service, cancelled, self);
-                    });
+                    self->beginResolution(service, self);
                 });
             },
             [self](const VLNetService& service, bool) {
@@ -145,18 +153,48 @@ void Discovery::stop() {
 
 // ---- Resolving
 
-std::shared_ptr<std::atomic<bool>> Discovery::Browsing::beginResolution(const VLNetService& service) {
+/// On a thread of its own while there are few; then it waits for one of those that run.
+void Discovery::Browsing::beginResolution(const VLNetService& service,
+                                          const std::shared_ptr<Browsing>& self) {
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
+    {
+        const std::lock_guard lock(mutex);
+        auto& current = resolutions[identity(service)];
+        if (current) *current = true;
+        current = cancelled;
+        dropCancelled();
+        waiting.push_back({service, cancelled});
+        if (resolvers == maximumResolvers) return;
+        ++resolvers;
+    }
+    VLThread::detach(QStringLiteral("resolve"), [self] {
+        while (const auto next = self->nextResolution())
+            self->resolveService(next->service, next->cancelled, self);
+    });
+}
+
+/// Nothing when the calling resolver is to end: it is counted out already.
+std::optional<Discovery::Browsing::Waiting> Discovery::Browsing::nextResolution() {
     const std::lock_guard lock(mutex);
-    auto& current = resolutions[identity(service)];
-    if (current) *current = true;
-    current = cancelled;
-    return cancelled;
+    if (waiting.empty()) {
+        --resolvers;
+        return std::nullopt;
+    }
+    Waiting next = std::move(waiting.front());
+    waiting.pop_front();
+    return next;
+}
+
+void Discovery::Browsing::dropCancelled() {
+    std::erase_if(waiting, [](const Waiting& entry) { return entry.cancelled->load(); });
 }
 
 void Discovery::Browsing::cancelResolution(const VLNetService& service) {
     const std::lock_guard lock(mutex);
-    if (const auto cancelled = resolutions.take(identity(service))) *cancelled = true;
+    const auto cancelled = resolutions.take(identity(service));
+    if (!cancelled) return;
+    *cancelled = true;
+    dropCancelled();
 }
 
 void Discovery::Browsing::cancelAllResolutions() {
@@ -164,6 +202,7 @@ void Discovery::Browsing::cancelAllResolutions() {
     for (const auto& cancelled : std::as_const(resolutions))
         *cancelled = true;
     resolutions.clear();
+    waiting.clear();
 }
 
 void Discovery::Browsing::resolveService(const VLNetService& service,
@@ -255,6 +294,7 @@ void Discovery::removeService(const VLServicePtr& service) {
 
 void Discovery::endRecord(const VLServicePtr& service) {
     if (m_environment.endTasksOf) m_environment.endTasksOf(service);
+    service->retire();
     service->invalidate(false);
     m_environment.services->removeServiceFromList(service);
     if (m_environment.serviceRemoved) m_environment.serviceRemoved(service);

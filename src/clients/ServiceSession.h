@@ -65,15 +65,18 @@ public:
     void setPhase(Phase phase) noexcept { m_phase = phase; }
     [[nodiscard]] bool runLoopRunning() const noexcept { return m_runLoopRunning; }
     void setRunLoopRunning(bool running) noexcept { m_runLoopRunning = running; }
+    /// The agent's first answer has come, or is not waited for any more.
+    [[nodiscard]] bool answered() const noexcept { return m_answered; }
+    void setAnswered() noexcept { m_answered = true; }
 
-private:
     [[nodiscard]] std::shared_ptr<VLConnection::Control> control() const {
         const std::lock_guard lock(m_mutex);
         return m_control;
     }
 
+private:
     mutable std::mutex m_mutex;
-    std::atomic<bool> m_stopped{false}, m_claimed{false}, m_runLoopRunning{false};
+    std::atomic<bool> m_stopped{false}, m_claimed{false}, m_runLoopRunning{false}, m_answered{false};
     std::atomic<Phase> m_phase{Phase::Connecting};
     std::atomic<std::thread::id> m_thread{};
     std::shared_ptr<VLConnection::Control> m_control;
@@ -84,6 +87,7 @@ private:
 struct VLService::ConnectionState {
     mutable std::mutex mutex;
     SessionPtr session;  ///< null when nothing is connected or connecting
+    bool isRetired = false;
     std::shared_ptr<VLTimer> reconnectTimer;
     std::shared_ptr<VLTimer> timeoutTimer;
 };

@@ -115,6 +115,10 @@ void VLService::setNeedsMaintenance(bool needed) {
     if (m_needsMaintenance.exchange(needed) != needed) refreshServiceView();
 }
 
+void VLService::setIsProcessing(bool processing) {
+    if (m_isProcessing.exchange(processing) != processing) refreshServiceView();
+}
+
 void VLService::setEnabled(bool enabled) {
     if (m_enabled.exchange(enabled) != enabled) refreshServiceView();
 }
@@ -142,9 +146,13 @@ void VLService::stopProgressSpinner() {
 }
 
 void VLService::setSpinning(bool spinning) {
-    const auto change = [weak = weak_from_this(), spinning] {
+    // The last word counts, not the last to arrive: a stop on the main thread overtakes a start on its way.
+    m_shallSpin = spinning;
+    const auto change = [weak = weak_from_this()] {
         const VLServicePtr self = weak.lock();
-        if (self && self->m_spinning.exchange(spinning) != spinning) self->refreshServiceView();
+        if (!self) return;
+        const bool spins = self->m_shallSpin;
+        if (self->m_spinning.exchange(spins) != spins) self->refreshServiceView();
     };
     if (MainThread::isCurrent())
         change();

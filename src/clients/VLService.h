@@ -37,7 +37,7 @@ public:
         Q_UNUSED(hostName)
     }
     virtual void updateSoftwareUpdateCountForItem(const VLServicePtr& service) { Q_UNUSED(service) }
-    /// Main thread: the agent itself crashed; `log` is its crash log.
+    /// Main thread: the agent itself crashed; `log` names its crash log.
     virtual void displayCrashDialogForClient(const VLServicePtr& service, const QString& log) {
         Q_UNUSED(service)
         Q_UNUSED(log)
@@ -115,7 +115,7 @@ public:
     [[nodiscard]] bool needsMaintenance() const { return m_needsMaintenance; }
     void setNeedsMaintenance(bool needed);
     [[nodiscard]] bool isProcessing() const { return m_isProcessing; }
-    void setIsProcessing(bool processing) override { m_isProcessing = processing; }
+    void setIsProcessing(bool processing) override;
     [[nodiscard]] bool enabled() const override { return m_enabled; }
     void setEnabled(bool enabled);
     [[nodiscard]] int errorCode() const override { return m_errorCode; }
@@ -125,8 +125,10 @@ public:
     /// is the agent's new certificate (PEM) when its key differs from the pinned one.
     [[nodiscard]] QString connectionError() const { return m_connectionError.get(); }
     [[nodiscard]] QByteArray changedCertificate() const { return m_changedCertificate.get(); }
-    /// Pins the certificate that was refused, and connects again.
-    void acceptChangedCertificate(const VLCallbackTargetPtr& errorCallback);
+    /// Pins the refused certificate, which the user was shown, and connects again. False, and nothing
+    /// happens, when the agent has shown another one since.
+    bool acceptChangedCertificate(const QByteArray& certificateShown,
+                                  const VLCallbackTargetPtr& errorCallback);
     [[nodiscard]] QVariantMap configDict() const { return m_configDict.get(); }
     [[nodiscard]] bool spinning() const { return m_spinning; }
     void startProgressSpinner();
@@ -146,8 +148,12 @@ public:
     virtual void disconnect();
     virtual void invalidate();
     virtual void invalidate(bool postNotification);
-    /// Asks the agent for its configuration; the answer goes to processConfiguration(). Blocks at most for
-    /// the time limit of the request, so it runs on the connection thread or a worker.
+    /// The record leaves the list: from here on nothing connects it again, whoever still holds it.
+    void retire();
+    /// Connects again after a while, unless a connection stands or is under way.
+    void setupReconnectTimer(const VLCallbackTargetPtr& errorCallback);
+    /// Asks the agent for its configuration; the answer goes to processConfiguration(). On a worker it blocks
+    /// until the answer or the time limit; the connection thread asks and goes on serving.
     virtual void fetchInitialConfiguration(bool armTimeout);
     /// Applies the agent's answer: here, or on a thread of its own when called on the main thread.
     void processConfiguration(const QVariantMap& configuration);
@@ -182,7 +188,7 @@ protected:
     Snapshot<QByteArray> m_changedCertificate;
     std::atomic<int> m_port{0}, m_errorCode{0};
     std::atomic<bool> m_isManual{false}, m_isConnected{false}, m_needsMaintenance{false},
-        m_isProcessing{false}, m_enabled{true}, m_spinning{false};
+        m_isProcessing{false}, m_enabled{true}, m_spinning{false}, m_shallSpin{false};
     VLServiceGroup* m_parent = nullptr;
 
 private:
@@ -211,6 +217,8 @@ private:
     void configurationFailed(const QString& reason, int errorCode);
     void takeNames(const QString& preferredHostName);
     void fetchIconOnThread();
+    void requestConfiguration(const VLProxyObjectPtr& proxy);
+    void configurationRaised(const std::exception& exception, const VLProxyObjectPtr& proxy);
 
     void setConnectionError(const QString& reason, const QByteArray& changedCertificate = {});
     void setSpinning(bool spinning);

@@ -28,9 +28,10 @@ const VLBundle& ownBundle(const VLServiceEnvironment& environment) {
 void VLService::fetchInitialConfiguration(bool armTimeout) {
     const QString selector = QStringLiteral("fetchInitialConfiguration:");
     startProgressSpinner();
+    const VLProxyObjectPtr proxy = proxyObject();
+    const auto limit = environment()->timing.configuration;
     try {
-        const VLProxyObjectPtr proxy = proxyObject();
-        if (!proxy || !proxy->respondsToSelector(selector)) {
+        if (!proxy || !proxy->respondsToSelector(selector, limit)) {
             VLLog::appendLog(QStringLiteral("Error: proxy object does not respond to selector %@."),
                              selector);
             if (proxy)
@@ -42,7 +43,23 @@ void VLService::fetchInitialConfiguration(bool armTimeout) {
         }
         setErrorCode(0);
         if (armTimeout) this->armTimeout();
-        const QVariant answer = proxy->perform(selector, {QVariant()}, environment()->timing.configuration);
+    } catch (const std::exception& exception) {
+        if (!VLException::didTimeout(exception)) return configurationRaised(exception, proxy);
+        // No timer is armed yet that would say so.
+        if (const SessionPtr session = currentSession()) session->setAnswered();
+        return connectionTimedOut();
+    }
+    const SessionPtr session = currentSession();
+    if (!session || !session->isOwnThread()) return requestConfiguration(proxy);
+    VLThread::detach(QStringLiteral("configuration"),
+                     [self = shared_from_this(), proxy] { self->requestConfiguration(proxy); });
+}
+
+void VLService::requestConfiguration(const VLProxyObjectPtr& proxy) {
+    try {
+        const QVariant answer = proxy->perform(QStringLiteral("fetchInitialConfiguration:"), {QVariant()},
+                                               environment()->timing.configuration);
+        if (const SessionPtr session = currentSession()) session->setAnswered();
         if (answer.typeId() == QMetaType::QVariantMap) {
             processConfiguration(answer.toMap());
             return;
@@ -51,18 +68,30 @@ void VLService::fetchInitialConfiguration(bool armTimeout) {
         configurationFailed(QStringLiteral("The agent's configuration cannot be read."),
                             errorNotInstalledProperly);
     } catch (const std::exception& exception) {
-        if (VLException::didTimeout(exception)) {
-            // The call's own limit and the timer are the same 15 seconds: whichever comes first reports it.
-            if (disarmTimeout()) connectionTimedOut();
-            stopProgressSpinner();
-            return;
-        }
-        VLException::logException(exception, "-[VLService fetchInitialConfiguration:]");
-        setIsConnected(false);
-        const auto* own = dynamic_cast<const VLException*>(&exception);
-        const bool isLost = own && own->name() == VLException::inaccessible;
-        configurationFailed(ConnectionAttempts::reason(exception), isLost ? 0 : errorNotInstalledProperly);
+        configurationRaised(exception, proxy);
     }
+}
+
+/// Whether the connection has ended its own thread knows best; here only the question failed.
+void VLService::configurationRaised(const std::exception& exception, const VLProxyObjectPtr& proxy) {
+    const SessionPtr session = currentSession();
+    const bool isCurrent = session && session->proxy() == proxy;
+    if (VLException::didTimeout(exception)) {
+        if (isCurrent) session->setAnswered();
+        // The call's own limit and the timer are the same 15 seconds: whichever comes first reports it.
+        if (disarmTimeout()) connectionTimedOut();
+        stopProgressSpinner();
+        return;
+    }
+    VLException::logException(exception, "-[VLService fetchInitialConfiguration:]");
+    if (!isCurrent) {
+        if (!session) stopProgressSpinner();
+        return;
+    }
+    const auto* own = dynamic_cast<const VLException*>(&exception);
+    const bool isLost = own && own->name() == VLException::inaccessible;
+    if (!isLost) session->setAnswered();
+    configurationFailed(ConnectionAttempts::reason(exception), isLost ? 0 : errorNotInstalledProperly);
 }
 
 void VLService::configurationFailed(const QString& reason, int errorCode) {
@@ -158,8 +187,9 @@ QImage VLService::fetchServiceIcon() {
         }
         VLLog::appendLog(QStringLiteral("Getting remote icon for service %@..."), name());
         const VLProxyObjectPtr proxy = proxyObject();
-        if (!proxy || !proxy->respondsToSelector(selector)) return {};
-        const QVariant answer = proxy->perform(selector, {}, shared->timing.configuration);
+        const auto limit = shared->timing.configuration;
+        if (!proxy || !proxy->respondsToSelector(selector, limit)) return {};
+        const QVariant answer = proxy->perform(selector, {}, limit);
         if (!answer.isValid()) return {};
         QString error = QStringLiteral("it is no data");
         QImage picture = answer.typeId() == QMetaType::QByteArray

@@ -42,6 +42,7 @@ void VLService::startSession(const VLCallbackTargetPtr& errorCallback, bool repl
     {
         const std::lock_guard lock(m_connection->mutex);
         SessionPtr& session = m_connection->session;
+        if (m_connection->isRetired) return;
         if (session && session->phase() == ServiceSession::Phase::Connecting && !replacesAttempt) return;
         replaced = std::exchange(session, std::make_shared<ServiceSession>());
         reconnectTimer = std::exchange(m_connection->reconnectTimer, nullptr);
@@ -69,7 +70,7 @@ void VLService::connect(const VLCallbackTargetPtr& errorCallback) {
 }
 
 void VLService::runSession(const SessionPtr& session, const VLCallbackTargetPtr& errorCallback) {
-    startProgressSpinner();
+    if (!session->whileActive([this] { startProgressSpinner(); })) return;
     VLLog::appendLog(QStringLiteral("Connecting to %@..."), name());
     if (!isManual() && !netService()) {
         VLLog::appendLog(QStringLiteral("Net service not found."));
@@ -102,8 +103,8 @@ void VLService::runSession(const SessionPtr& session, const VLCallbackTargetPtr&
         VLLog::appendLog(QStringLiteral("Connection to %@ was lost: %@"), name(), reason);
         setConnectionError(reason);
     }
-    const bool neverServed = session->phase() == ServiceSession::Phase::Connecting;
-    sessionEnded(session, errorCallback, neverServed);
+    // A client that broke off before its first answer has not been reached at all.
+    sessionEnded(session, errorCallback, !session->answered());
 }
 
 bool VLService::setUpConnection(const SessionPtr& session, VLConnection& connection,
@@ -153,6 +154,10 @@ void VLService::sessionEnded(const SessionPtr& session, const VLCallbackTargetPt
     setupReconnectTimer(session, errorCallback);
 }
 
+void VLService::setupReconnectTimer(const VLCallbackTargetPtr& errorCallback) {
+    setupReconnectTimer(nullptr, errorCallback);
+}
+
 void VLService::setupReconnectTimer(const SessionPtr& ended, const VLCallbackTargetPtr& errorCallback) {
     const auto interval = environment()->timing.reconnect;
     const auto again = [weak = weak_from_this(), errorCallback] {
@@ -163,7 +168,7 @@ void VLService::setupReconnectTimer(const SessionPtr& ended, const VLCallbackTar
     const std::lock_guard lock(m_connection->mutex);
     if (m_connection->session != ended) return;
     m_connection->session = nullptr;
-    if (VLThread::isCancelled()) return;
+    if (m_connection->isRetired || VLThread::isCancelled()) return;
     VLLog::appendLog(QStringLiteral("Attempting to reconnect to %@ in %i seconds..."), name(),
                      static_cast<int>(std::chrono::round<std::chrono::seconds>(interval).count()));
     pending = std::exchange(m_connection->reconnectTimer, VLTimer::scheduledTimer(interval, again));
@@ -173,18 +178,23 @@ void VLService::reconnect(const VLCallbackTargetPtr& errorCallback) {
     connectOnThread(errorCallback);
 }
 
-void VLService::acceptChangedCertificate(const VLCallbackTargetPtr& errorCallback) {
-    const QByteArray certificate = changedCertificate();
-    if (certificate.isEmpty()) return;
+bool VLService::acceptChangedCertificate(const QByteArray& certificateShown,
+                                         const VLCallbackTargetPtr& errorCallback) {
+    if (certificateShown.isEmpty() || certificateShown != changedCertificate()) {
+        VLLog::appendLog(QStringLiteral("The new key of %@ is not the one that was shown; it is refused."),
+                         name());
+        return false;
+    }
     const auto pins = environment()->pins;
-    if (!pins || !pins->pin(pinName(), certificate)) {
+    if (!pins || !pins->pin(pinName(), certificateShown)) {
         VLLog::appendLog(QStringLiteral("The new key of %@ could not be stored."), name());
-        return;
+        return false;
     }
     VLLog::appendLog(QStringLiteral("The new key of %@ was accepted: %@"), name(),
-                     certificateFingerprint(certificate));
+                     certificateFingerprint(certificateShown));
     setConnectionError({});
     startSession(errorCallback, true);
+    return true;
 }
 
 void VLService::disconnect() {
@@ -197,6 +207,7 @@ void VLService::disconnect() {
         session = std::exchange(m_connection->session, nullptr);
         if (session) session->stop();
     }
+    stopProgressSpinner();  // the attempt may have started it just before it was stopped
     setIsConnected(false);
     if (session) endRunLoop(session);
     invalidateTimers();
@@ -232,6 +243,11 @@ void VLService::invalidate(bool postNotification) {
     if (postNotification) postInvalidatedMessage();
 }
 
+void VLService::retire() {
+    const std::lock_guard lock(m_connection->mutex);
+    m_connection->isRetired = true;
+}
+
 void VLService::invalidateTimers() {
     std::shared_ptr<VLTimer> reconnectTimer, timeoutTimer;
     {
@@ -258,9 +274,7 @@ bool VLService::disarmTimeout() {
         const std::lock_guard lock(m_connection->mutex);
         timer = std::exchange(m_connection->timeoutTimer, nullptr);
     }
-    if (!timer || !timer->isValid()) return false;
-    timer->invalidate();
-    return true;
+    return timer && timer->invalidate();
 }
 
 void VLService::connectionTimedOut() {

@@ -61,10 +61,12 @@ std::shared_ptr<VLTimer> VLTimer::scheduledTimer(std::chrono::milliseconds inter
     return timer;
 }
 
-void VLTimer::invalidate() {
+bool VLTimer::invalidate() {
     std::function<void()> dropped = m_state->take();
+    if (!dropped) return false;
     // What the action holds belongs to the main thread, so it is released there.
-    if (dropped && !MainThread::isCurrent()) onMainThread([held = std::move(dropped)] {});
+    if (!MainThread::isCurrent()) onMainThread([held = std::move(dropped)] {});
+    return true;
 }
 
 bool VLTimer::isValid() const noexcept {

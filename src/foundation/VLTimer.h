@@ -11,8 +11,9 @@ public:
                                                                  std::function<void()> action);
     ~VLTimer();  ///< invalidates: whoever wants the timer to fire keeps it
 
-    /// After this returns on the main thread, the action does not run any more. Any thread.
-    void invalidate();
+    /// After this returns on the main thread, the action does not run any more. True when this call kept it
+    /// from running: false when it runs, has run, or was invalidated before. Any thread.
+    bool invalidate();
     /// True until it has fired or was invalidated. Any thread.
     [[nodiscard]] bool isValid() const noexcept;
 

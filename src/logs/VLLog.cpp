@@ -1,6 +1,7 @@
 #include "logs/VLLog.h"
 
 #include "foundation/VLBundle.h"
+#include "logs/PrintableText.h"
 #include "system/VLLocalPaths.h"
 
 #include <QDateTime>
@@ -82,7 +83,8 @@ struct VLLog::Private {
     std::mutex queueMutex;
     std::condition_variable queueChanged;
     std::deque<QString> writeQueue;
-    bool isWriting = false;
+    quint64 queuedLines = 0;   // since the start of the program
+    quint64 writtenLines = 0;  // of those; a lost line counts
     bool isStopped = false;
     std::thread worker;
 
@@ -132,7 +134,7 @@ bool VLLog::Private::appendLogOnThread(const QString& message) {
     const std::lock_guard lock(fileMutex);
     if (!openFile(message)) return false;
     const QByteArray line =
-        vlFormat(QStringLiteral("%@ - %@\n"), QDateTime::currentDateTime(), message).toUtf8();
+        vlFormat(QStringLiteral("%@ - %@\n"), QDateTime::currentDateTime(), printableLine(message)).toUtf8();
     if (fileHandle->write(line) != line.size()) {
         printToSystemLog(vlFormat(QStringLiteral("Exception writing to log: %@"), fileHandle->errorString()));
         fileHandle.reset();  // the next write tries again
@@ -150,6 +152,7 @@ void VLLog::Private::queue(const QString& line) {
         if (!isStopped) {
             if (!worker.joinable()) worker = std::thread([this] { workLoop(); });
             writeQueue.push_back(line);
+            ++queuedLines;
             queueChanged.notify_all();
             return;
         }
@@ -164,13 +167,11 @@ void VLLog::Private::workLoop() {
         if (writeQueue.empty()) return;
         const QString line = std::move(writeQueue.front());
         writeQueue.pop_front();
-        isWriting = true;
         lock.unlock();
-        const bool startedNewLog = appendLogOnThread(line);
-        lock.lock();
         // Before what waits already: the note comes first in the new file.
-        if (startedNewLog) writeQueue.push_front(QStringLiteral("Log truncated at 500KB"));
-        isWriting = false;
+        if (appendLogOnThread(line)) appendLogOnThread(QStringLiteral("Log truncated at 500KB"));
+        lock.lock();
+        ++writtenLines;
         queueChanged.notify_all();
     }
 }
@@ -219,14 +220,15 @@ void VLLog::appendLogAndPrint(const QString& text) {
 }
 
 void VLLog::printToSystemLog(const QString& text) {
-    const QByteArray line = text.toUtf8() + '\n';
+    const QByteArray line = printableLine(text).toUtf8() + '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
 }
 
 void VLLog::finishWriting() {
     Private& log = *sharedController().d;
     std::unique_lock lock(log.queueMutex);
-    log.queueChanged.wait(lock, [&log] { return log.writeQueue.empty() && !log.isWriting; });
+    const quint64 last = log.queuedLines;
+    log.queueChanged.wait(lock, [&log, last] { return log.writtenLines >= last; });
 }
 
 QString VLLog::currentLogPath() {

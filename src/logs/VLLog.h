@@ -16,7 +16,8 @@ public:
     static void createNewLog(const QString& name = {});
 
     /// Trims the format, fills it in (see vlFormat) and queues one line. Returns at once. Without values the
-    /// text is taken as it is: a percent sign in it means nothing.
+    /// text is taken as it is: a percent sign in it means nothing. Control characters in the line are
+    /// replaced (see printableLine()): nothing that another machine says can look like a line of its own.
     template <typename... Values>
     static void appendLog(const QString& format, const Values&... values) {
         if constexpr (sizeof...(values) == 0)
@@ -26,10 +27,10 @@ public:
     }
     /// The same line in the application log and in the system log (standard error).
     static void appendLogAndPrint(const QString& text);
-    /// One line in the system log only.
+    /// One line in the system log only; control characters are replaced.
     static void printToSystemLog(const QString& text);
 
-    /// Waits until every queued line has been written.
+    /// Waits until every line queued so far has been written, however many follow.
     static void finishWriting();
 
     /// Path of the current file.

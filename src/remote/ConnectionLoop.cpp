@@ -27,8 +27,9 @@ std::chrono::milliseconds lifeTick(const RemoteLimits& limits) {
 
 VLException translate(const kj::Exception& exception) {
     const bool lost = exception.getType() == kj::Exception::Type::DISCONNECTED;
-    return VLException(lost ? VLException::inaccessible : VLException::generic,
-                       fromKj(exception.getDescription()));
+    return lost ? VLException(VLException::inaccessible,
+                              connectionEndReason(fromKj(exception.getDescription())))
+                : VLException(VLException::generic, fromKj(exception.getDescription()));
 }
 
 }  // namespace
@@ -240,7 +241,8 @@ void ConnectionLoop::beatHeart() {
         m_heartbeatUnderWay = true;
         m_ticksSinceHeartbeat = 0;
         m_tasks->add(root->heartbeatRequest().send().ignoreResult().then(
-            [this] { m_heartbeatUnderWay = false; }, [this](kj::Exception&&) { m_heartbeatUnderWay = false; }));
+            [this] { m_heartbeatUnderWay = false; },
+            [this](kj::Exception&&) { m_heartbeatUnderWay = false; }));
     }
 }
 

@@ -34,7 +34,8 @@ QString resultText(const Operation& operation) {
 }
 
 QString sentToText(const Operation& operation) {
-    if (operation.executeOnErrorClient || (operation.readOnErrorClient && !operation.readOnDisabledClient))
+    if (operation.executeOnErrorClient || operation.authorizedOnErrorClient ||
+        (operation.readOnErrorClient && !operation.readOnDisabledClient))
         return QStringLiteral("also in error");
     if (operation.readOnErrorClient) return QStringLiteral("also in error or disabled");
     return QStringLiteral("usable");

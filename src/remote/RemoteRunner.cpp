@@ -103,20 +103,26 @@ VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) co
     return service->isConnected() ? service->proxyObject() : nullptr;
 }
 
+std::chrono::milliseconds RemoteRunner::replyLimitOf(const QString& selector) const {
+    const Protocol* declared = protocolOf(selector);
+    const bool fetchesData = declared && declared->resultType == VLCorvalinServerProtocol::Type::Data;
+    return fetchesData ? m_environment.dataReplyLimit : m_environment.replyLimit;
+}
+
 QVariant RemoteRunner::sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
-                                  const RemoteClientPtr& service) const {
+                                  const RemoteClientPtr& service, std::chrono::milliseconds limit) const {
     const VLProxyObjectPtr proxy = connectedProxy(service);
     if (!proxy) {
         VLLog::appendLog(QStringLiteral("Unable to connect to server %@"), service->name());
         return {};
     }
     const Processing processing(*service);
-    if (!proxy->respondsToSelector(selector)) {
+    if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) {
         VLLog::appendLog(QStringLiteral("Proxy object doesn't respond to selector %@"), selector);
         return {};
     }
     VLLog::appendLog(QStringLiteral("Performing method on remote object..."));
-    return proxy->perform(selector, argumentsFor(selector, obj1, obj2));
+    return proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
 }
 
 QVariant RemoteRunner::checkedAnswer(const QString& selector, const QVariant& answer,
@@ -147,7 +153,8 @@ QVariant RemoteRunner::guarded(const char* method, const QString& selector, cons
         return body();
     } catch (const std::exception& exception) {
         VLException::logException(exception, method);
-        service->setIsConnected(false);
+        // Arguments that cannot be sent are this side's fault: the client is well.
+        if (!dynamic_cast<const VLUnsentCallException*>(&exception)) service->setIsConnected(false);
         reportFailure(service,
                       QStringLiteral("The operation \"%1\" failed. %2").arg(selector, plainWords(exception)));
         return {};
@@ -164,7 +171,8 @@ void RemoteRunner::executeRemoteMethod(const QString& selector, const QVariant& 
     guarded("-[AppController executeRemoteMethod:withObject:withObject:service:]", selector, service, [&] {
         const Protocol* declared = protocolOf(selector);
         const bool refused = service->errorCode() > 0 && !(declared && declared->executeOnErrorClient);
-        return refused || !service->enabled() ? QVariant() : sendMethod(selector, obj1, obj2, service);
+        return refused || !service->enabled() ? QVariant()
+                                              : sendMethod(selector, obj1, obj2, service, noTimeLimit);
     });
 }
 
@@ -180,7 +188,8 @@ QVariant RemoteRunner::objectFromRemoteMethod(const QString& selector, const QVa
         const Protocol* declared = protocolOf(selector);
         if (service->errorCode() > 0 && !(declared && declared->readOnErrorClient)) return {};
         if (!service->enabled() && !(declared && declared->readOnDisabledClient)) return {};
-        return checkedAnswer(selector, sendMethod(selector, obj1, obj2, service), service);
+        const std::chrono::milliseconds limit = replyLimitOf(selector);
+        return checkedAnswer(selector, sendMethod(selector, obj1, obj2, service, limit), service);
     };
     return guarded("-[AppController objectFromRemoteMethod:withObject:withObject:service:]", selector,
                    service, body);
@@ -188,6 +197,11 @@ QVariant RemoteRunner::objectFromRemoteMethod(const QString& selector, const QVa
 
 QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& bundleID,
                                             const QVariantMap& options, const RemoteClientPtr& service) {
+    return sendTask(task, bundleID, options, service, m_environment.replyLimit);
+}
+
+QVariant RemoteRunner::sendTask(const QString& task, const QString& bundleID, const QVariantMap& options,
+                                const RemoteClientPtr& service, std::chrono::milliseconds limit) const {
     const QVariant optionsOrNone = options.isEmpty() ? QVariant() : QVariant(options);
     VLLog::appendLog(
         QStringLiteral("Getting object from remote task %@ for app %@ with options %@ on host %@"), task,
@@ -203,8 +217,9 @@ QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& 
         }
         VLLog::appendLog(QStringLiteral("Launching task..."));
         const Processing processing(*service);
-        if (!proxy->respondsToSelector(selector)) return {};
-        return checkedAnswer(selector, proxy->perform(selector, {task, bundleID, optionsOrNone}), service);
+        if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) return {};
+        return checkedAnswer(selector, proxy->perform(selector, {task, bundleID, optionsOrNone}, limit),
+                             service);
     };
     return guarded("-[AppController objectFromRemoteTask:bundleID:options:forService:]", selector, service,
                    body);
@@ -213,7 +228,7 @@ QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& 
 void RemoteRunner::executeRemoteTask(const QString& task, const QString& bundleID, const QVariantMap& options,
                                      const RemoteClientPtr& service) {
     try {
-        static_cast<void>(objectFromRemoteTask(task, bundleID, options, service));
+        static_cast<void>(sendTask(task, bundleID, options, service, noTimeLimit));
     } catch (const std::exception& exception) {
         VLException::logException(exception,
                                   "-[AppController executeRemoteTask:bundleID:options:forService:]");

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -28,6 +29,11 @@ public:
         std::function<void(int count)> clientsLeftOut;
         /// A client's failure, for the error queue: `reason` in plain words. Any thread. May be empty.
         std::function<void(const QString& hostName, const QString& reason)> clientFailed;
+        // How long an agent that is alive may take to answer; a missed limit counts as a failure. What is
+        // only executed may take as long as it needs.
+        std::chrono::milliseconds replyLimit{std::chrono::seconds(60)};       ///< of a read
+        std::chrono::milliseconds dataReplyLimit{std::chrono::seconds(300)};  ///< of one that fetches data
+        std::chrono::milliseconds probeLimit{std::chrono::seconds(10)};       ///< whether it knows a selector
     };
     explicit RemoteRunner(Environment environment);
 
@@ -73,7 +79,10 @@ private:
 
     [[nodiscard]] VLProxyObjectPtr connectedProxy(const RemoteClientPtr& service) const;
     QVariant sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
-                        const RemoteClientPtr& service) const;
+                        const RemoteClientPtr& service, std::chrono::milliseconds limit) const;
+    QVariant sendTask(const QString& task, const QString& bundleID, const QVariantMap& options,
+                      const RemoteClientPtr& service, std::chrono::milliseconds limit) const;
+    [[nodiscard]] std::chrono::milliseconds replyLimitOf(const QString& selector) const;
     [[nodiscard]] QVariant checkedAnswer(const QString& selector, const QVariant& answer,
                                          const RemoteClientPtr& service) const;
     QVariant guarded(const char* method, const QString& selector, const RemoteClientPtr& service,

@@ -83,7 +83,8 @@ struct VLConnection::Private {
                     QStringLiteral("The client does not accept this console: its certificate is not "
                                    "among those that the client was given."));
             throw VLException(VLException::inaccessible,
-                              QStringLiteral("The connection ended before the first answer: %1").arg(reason));
+                              QStringLiteral("The connection ended before the first answer: %1")
+                                  .arg(connectionEndReason(reason)));
         }
     }
 

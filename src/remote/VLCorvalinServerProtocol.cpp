@@ -89,6 +89,9 @@ struct Entry : Operation {
         return readableInError().with(&Operation::readOnDisabledClient);
     }
     [[nodiscard]] constexpr Entry withCredentials() const { return with(&Operation::authorized); }
+    [[nodiscard]] constexpr Entry withCredentialsInError() const {
+        return withCredentials().with(&Operation::authorizedOnErrorClient);
+    }
 
 private:
     [[nodiscard]] constexpr Entry with(bool Operation::*flag) const {
@@ -105,21 +108,22 @@ struct Group {
 
     [[nodiscard]] constexpr Entry read(const char* selector, Arguments arguments, Type result,
                                        const char* summary) const {
-        return Operation{selector,   side,  name,  arguments, Result::Copy, result,
-                         Mode::Sync, false, false, false,     false,        summary};
+        return Operation{selector, side,  name,  arguments, Result::Copy, result, Mode::Sync,
+                         false,    false, false, false,     false,        summary};
     }
     [[nodiscard]] constexpr Entry readByReference(const char* selector, Arguments arguments, Type result,
                                                   const char* summary) const {
-        return Operation{selector, side,  name,  arguments, Result::Reference, result, Mode::Sync, false,
-                         false,    false, false, summary};
+        return Operation{selector, side,       name,   arguments, Result::Reference,
+                         result,   Mode::Sync, false,  false,     false,
+                         false,    false,      summary};
     }
     [[nodiscard]] constexpr Entry run(const char* selector, Arguments arguments, const char* summary) const {
-        return Operation{selector,   side,  name,  arguments, Result::Nothing, Type::Any,
-                         Mode::Sync, false, false, false,     false,           summary};
+        return Operation{selector, side,  name,  arguments, Result::Nothing, Type::Any, Mode::Sync,
+                         false,    false, false, false,     false,           summary};
     }
     [[nodiscard]] constexpr Entry post(const char* selector, Arguments arguments, const char* summary) const {
-        return Operation{selector,     side,  name,  arguments, Result::Nothing, Type::Any,
-                         Mode::Oneway, false, false, false,     false,           summary};
+        return Operation{selector, side,  name,  arguments, Result::Nothing, Type::Any, Mode::Oneway,
+                         false,    false, false, false,     false,           summary};
     }
 };
 
@@ -296,7 +300,7 @@ constexpr Entry entries[] = {
     updates
         .post("installVelmoraSoftwareUpdate:settings:", authorizedOnly,
               "Installs an update: \"obj1\" the update, \"obj2\" application path or bundle identifier.")
-        .withCredentials(),
+        .withCredentialsInError(),
     updates.post("softwareUpdateManualInstall:", installerUrl,
                  "Starts an installer for a person at the machine."),
 

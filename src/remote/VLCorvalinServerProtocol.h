@@ -38,6 +38,7 @@ struct Operation {
     /// May need administrator rights: the first argument (for tasks, user name and password) carries the
     /// credentials, and what needs the rights runs only after they were checked.
     bool authorized;
+    bool authorizedOnErrorClient;  ///< the authorised path sends it to a client in error
     const char* summary;
 };
 

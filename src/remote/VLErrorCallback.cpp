@@ -5,6 +5,7 @@
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
+#include "remote/LogBudget.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 #include <QHash>
@@ -117,8 +118,40 @@ private:
     QHash<QString, bool> m_requestedAgain;  ///< has a key for every worker that runs
 };
 
+/// The log lines that each sender may cause. Any thread.
+class VLErrorCallback::LogBudgets {
+public:
+    struct Grant {
+        bool mayWrite = false;
+        int leftOut = 0;  ///< lines that were refused before
+    };
+    [[nodiscard]] Grant take(const QString& sender, const QDateTime& now) {
+        const LogBudget::Time time{std::chrono::milliseconds(now.toMSecsSinceEpoch())};
+        const std::lock_guard lock(m_mutex);
+        LogBudget& budget = m_budgets[sender];
+        if (!budget.take(time)) return {};
+        return {true, budget.takeLeftOut()};
+    }
+
+private:
+    std::mutex m_mutex;
+    QHash<QString, LogBudget> m_budgets;
+};
+
+template <typename... Values>
+void VLErrorCallback::logCall(const QString& sender, const QString& format, const Values&... values) const {
+    const LogBudgets::Grant grant = m_logBudgets->take(sender, m_clock());
+    if (grant.leftOut > 0)
+        VLLog::appendLog(QStringLiteral("%i lines about callbacks of %@ were left out."), grant.leftOut,
+                         sender);
+    if (grant.mayWrite) VLLog::appendLog(format, values...);
+}
+
 VLErrorCallback::VLErrorCallback(Parent parent, Clock clock)
-    : m_parent(std::move(parent)), m_clock(std::move(clock)), m_workers(std::make_shared<HostWorkers>()) {
+    : m_parent(std::move(parent)),
+      m_clock(std::move(clock)),
+      m_workers(std::make_shared<HostWorkers>()),
+      m_logBudgets(std::make_shared<LogBudgets>()) {
     if (!m_clock) m_clock = [] { return QDateTime::currentDateTimeUtc(); };
 }
 
@@ -157,7 +190,7 @@ QVariant VLErrorCallback::receive(const QString& selector, const QVariantList& a
     if (error.isEmpty())
         (this->*handler)(selector, arguments, sender);
     else
-        VLLog::appendLog(QStringLiteral("Ignoring callback %@ of %@: %@."), shown(selector), sender, error);
+        logCall(sender, QStringLiteral("Ignoring callback %@ of %@: %@."), shown(selector), sender, error);
     return {};
 }
 
@@ -175,11 +208,11 @@ void VLErrorCallback::receiveAboutHost(const QString& selector, const QVariantLi
         onMainThread(
             [parent, sender, wantsMaintenance] { parent->setNeedsMaintenance(sender, wantsMaintenance); });
     } else if (selector == QLatin1String("willDisconnect:")) {
-        VLLog::appendLog(QStringLiteral("%@ will disconnect."), sender);
+        logCall(sender, QStringLiteral("%@ will disconnect."), sender);
         m_workers->run(QStringLiteral("invalidate"), sender, parent->invalidate);
     } else {
         if (selector == QLatin1String("forceConfigReload:"))
-            VLLog::appendLog(QStringLiteral("%@ will reload config data."), sender);
+            logCall(sender, QStringLiteral("%@ will reload config data."), sender);
         m_workers->run(QStringLiteral("fetchInitialConfiguration:"), sender, parent->fetchConfiguration);
     }
 }
@@ -242,8 +275,8 @@ bool VLErrorCallback::speaksForItself(const QString& hostName, const QString& se
 /// True, after saying so, when the call is about another host than the agent's own.
 bool VLErrorCallback::refuses(const QString& selector, const QVariant& hostName, const QString& sender) {
     if (hostName.typeId() == QMetaType::QString && speaksForItself(hostName.toString(), sender)) return false;
-    VLLog::appendLog(QStringLiteral("Refusing callback %@ of %@: it speaks for another computer, %@."),
-                     selector, sender, shown(hostName.toString()));
+    logCall(sender, QStringLiteral("Refusing callback %@ of %@: it speaks for another computer, %@."),
+            selector, sender, shown(hostName.toString()));
     addStringToQueue(QStringLiteral("The client software tried to speak for another computer."), sender);
     return true;
 }

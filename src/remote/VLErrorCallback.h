@@ -17,7 +17,8 @@
 /// receive() runs on connection threads: it hands work over and returns. The queue is replaced whole, newest
 /// record first; records are dictionaries with "description", "date", "hostname" and, for errors,
 /// "errorcode", "actionType" and "appName". Two simultaneous additions may lose one record. What agents say
-/// is bounded: texts are cut at `maximumTextLength`, and beyond `maximumRecords` the oldest records go.
+/// is bounded: texts are cut at `maximumTextLength`, beyond `maximumRecords` the oldest records go, and
+/// each may cause only a few log lines a minute.
 class VLErrorCallback : public VLCallbackTarget {
 public:
     static constexpr qsizetype maximumRecords = 10'000;
@@ -76,6 +77,7 @@ public:
 
 private:
     class HostWorkers;
+    class LogBudgets;
     struct Record {
         QString description, hostName, appName;
         QDateTime date;
@@ -105,9 +107,13 @@ private:
     [[nodiscard]] bool speaksForItself(const QString& hostName, const QString& sender) const;
     [[nodiscard]] bool refuses(const QString& selector, const QVariant& hostName, const QString& sender);
     void enqueue(Record record);
+    /// One line about a call of `sender`, who may cause only so many of them.
+    template <typename... Values>
+    void logCall(const QString& sender, const QString& format, const Values&... values) const;
 
     Snapshot<Parent> m_parent;
     Clock m_clock;
     Snapshot<Queue> m_errorQueue;
     std::shared_ptr<HostWorkers> m_workers;
+    const std::shared_ptr<LogBudgets> m_logBudgets;
 };

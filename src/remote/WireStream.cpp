@@ -29,6 +29,26 @@ kj::Promise<void> CountingStream::write(kj::ArrayPtr<const kj::ArrayPtr<const kj
     return m_inner->write(pieces).then([this, size] { m_written += size; });
 }
 
+QString connectionEndReason(const QString& description) {
+    struct Reason {
+        const char* part;
+        const char* words;
+    };
+    static constexpr Reason reasons[] = {
+        {"Message is too large", "The other end sent a message that is larger than allowed."},
+        {"Message has too many segments", "The other end sent something that is no message."},
+        {"Premature EOF", "The other end closed the connection."},
+        {"disconnected prematurely", "The other end closed the connection."},
+        {"ending TLS session", "The other end closed the connection."},
+        {"unexpected eof", "The other end closed the connection."},
+        {"Connection reset", "The other end broke the connection off."},
+        {"Broken pipe", "The other end broke the connection off."},
+    };
+    for (const Reason& reason : reasons)
+        if (description.contains(QLatin1String(reason.part))) return QLatin1String(reason.words);
+    return description;
+}
+
 WireStream::WireStream(kj::AsyncIoStream& stream, const RemoteLimits& limits)
     : m_inner(stream), m_openCallsLimit(limits.pendingCallbacks * 8 + 64) {}
 
@@ -52,7 +72,7 @@ kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> WireStream::tryReadMessage(
             return kj::mv(message);
         })
         .catch_([this](kj::Exception&& exception) -> kj::Maybe<capnp::MessageReaderAndFds> {
-            m_endReason = fromKj(exception.getDescription());
+            m_endReason = connectionEndReason(fromKj(exception.getDescription()));
             kj::throwFatalException(kj::mv(exception));
         });
 }

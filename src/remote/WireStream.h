@@ -47,6 +47,9 @@ private:
     QString m_readError;
 };
 
+/// Plain words for kj's description of why a connection ended.
+[[nodiscard]] QString connectionEndReason(const QString& description);
+
 /// The stream of messages under the RPC system. It remembers why reading ended, which the RPC system tells
 /// only to calls under way, and ends the connection of a peer that floods it: one that has many more calls
 /// open (not finished by it, answered or not) than it may.

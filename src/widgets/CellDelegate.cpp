@@ -1,5 +1,6 @@
 #include "widgets/CellDelegate.h"
 
+#include "widgets/PlainText.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
 
@@ -88,7 +89,7 @@ bool CellDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const Q
         return QStyledItemDelegate::helpEvent(event, view, option, index);
     const QString text = index.data(Qt::DisplayRole).toString();
     if (sizeHint(option, index).width() > option.rect.width())
-        QToolTip::showText(event->globalPos(), text, view);
+        QToolTip::showText(event->globalPos(), literalText(text), view);
     else
         QToolTip::hideText();
     return true;

@@ -1,5 +1,6 @@
 #include "widgets/ElidedLabel.h"
 
+#include "widgets/PlainText.h"
 #include "widgets/Theme.h"
 
 #include <QHelpEvent>
@@ -39,7 +40,7 @@ bool ElidedLabel::event(QEvent* event) {
         const bool cut = fontMetrics().horizontalAdvance(m_text) > width();
         const auto* help = static_cast<QHelpEvent*>(event);
         if (cut)
-            QToolTip::showText(help->globalPos(), m_text, this);
+            QToolTip::showText(help->globalPos(), literalText(m_text), this);
         else
             QToolTip::hideText();
         return true;

@@ -1,5 +1,6 @@
 #include "app/AppController.h"
 #include "app/MakerSite.h"
+#include "clients/support/LoopbackAgent.h"
 #include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
 #include "support/TestEnvironment.h"
@@ -49,6 +50,27 @@ QList<Tool> testTools() {
 void post(const char* name, const QVariantMap& userInfo = {}) {
     VLNotificationCenter::defaultCenter().postNotification(QLatin1String(name), {}, userInfo);
 }
+
+QString defaultsPath;
+
+/// An agent that serves the console of this test, whose key pair was made at its start.
+struct ScriptedConsoleAgent {
+    explicit ScriptedConsoleAgent(const QVariantMap& configuration) {
+        root->setAnswer("fetchInitialConfiguration:", configuration);
+        VLServerOptions options;
+        options.identity = agentIdentity();
+        options.authorizedCertificates = [] {
+            return QList<QByteArray>{VLService::environment()->identity.certificate};
+        };
+        options.address = address();
+        server = std::make_unique<VLServer>(root, std::move(options));
+    }
+    [[nodiscard]] QString address() const { return QStringLiteral("127.0.0.1"); }
+    [[nodiscard]] quint16 port() const { return server->port(); }
+
+    std::shared_ptr<ScriptedRoot> root = std::make_shared<ScriptedRoot>();
+    std::unique_ptr<VLServer> server;
+};
 
 QVariantMap about(const VLServicePtr& service) {
     return {{QStringLiteral("service"), QVariant::fromValue(service)}};
@@ -313,6 +335,41 @@ private Q_SLOTS:
         QTRY_COMPARE(m_controller->softwareUpdateCount(), 1'000'000);
     }
 
+    /// A client entered by hand is filed under its address, while its agent calls itself by its host name.
+    void callbacksOfAClientEnteredByHand() {
+        start();
+        const QString ownName = QStringLiteral("bay.local.");
+        QVariantMap configuration = ScriptedRoot::goodConfiguration();
+        configuration.insert(QStringLiteral("preferredHostName"), ownName);
+        ScriptedConsoleAgent agent(configuration);
+        const VLServicePtr client = m_controller->discovery().addManualConnection(
+            QStringLiteral("bay"), agent.address(), agent.port());
+        QTRY_VERIFY(client->isConnected() && agent.root->callback());
+        QTRY_COMPARE(client->availableHostNames(), QStringList{ownName});
+
+        const auto say = [&](const char* selector, const QString& name) {
+            agent.root->callback()->post(QLatin1String(selector), {name});
+        };
+        say("requestMaintenance:", ownName);
+        QTRY_VERIFY(client->needsMaintenance());
+        say("cancelMaintenance:", QStringLiteral("other.local."));
+        QTRY_COMPARE(m_controller->errorCallback()->errorQueue().size(), 1);
+        QVERIFY(client->needsMaintenance());
+
+        say("willDisconnect:", ownName);
+        QTRY_VERIFY(!client->isConnected());
+        QTRY_VERIFY(logLines().contains(QStringLiteral("Attempting to reconnect to bay in 8 seconds...")));
+        QCOMPARE(m_controller->services().serviceArray(), QList<VLServicePtr>{client});
+    }
+
+    void settingsAreWrittenAtTheEnd() {
+        start();
+        defaults().setObject(QStringLiteral("kept"), QStringLiteral("writtenAtTheEnd"));
+        QVERIFY(m_controller->shutDown());
+        QCOMPARE(VLUserDefaults(defaultsPath).stringForKey(QStringLiteral("writtenAtTheEnd")),
+                 QStringLiteral("kept"));
+    }
+
     void visibleToolRefreshes() {
         start();
         QSignalSpy enabled(&m_controller->autoRefresh(), &AutoRefresh::refreshEnabledChanged);
@@ -392,6 +449,7 @@ int main(int argc, char** argv) {
     qputenv("CORVALIN_DISCOVERY_INTERFACES", "lo");
     QGuiApplication application(argc, argv);
     const TestEnvironment environment;
+    defaultsPath = environment.root() + QStringLiteral("/defaults.plist");
     AppControllerTest test;
     return QTest::qExec(&test, argc, argv);
 }

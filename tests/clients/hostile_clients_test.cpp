@@ -15,6 +15,9 @@ namespace {
 
 const QString configurationSelector = QStringLiteral("fetchInitialConfiguration:");
 const QString pluginsSelector = QStringLiteral("addonryPluginList");
+const QString timedOut = QStringLiteral(
+    "Exception in -[AppController objectFromRemoteMethod:withObject:withObject:service:]. "
+    "NSPortTimeoutException - There was no reply to addonryPluginList");
 
 QVariant honestAnswer(const QString& selector) {
     if (selector == configurationSelector) return ScriptedRoot::goodConfiguration();
@@ -53,20 +56,24 @@ struct GoodClients {
             agent.root->setAnswer("addonryPluginList", honestAnswer(pluginsSelector));
             clients << fixture.manualClient(agent, QStringLiteral("Good %1").arg(clients.size()));
         }
+        setReplyLimit(60s);
+    }
+    ~GoodClients() { fixture.end(); }
+
+    void setReplyLimit(std::chrono::milliseconds limit) {
         RemoteRunner::Environment environment;
         environment.errorCallback = callback;
         environment.clientFailed = [this](const QString& hostName, const QString&) {
             const std::lock_guard lock(mutex);
             failed << hostName;
         };
-        runner = std::make_unique<RemoteRunner>(std::move(environment));
+        environment.replyLimit = limit;
+        runner = std::make_shared<RemoteRunner>(std::move(environment));
     }
-    ~GoodClients() { fixture.end(); }
-
     /// Reads the plug-ins on a worker, as a tool does.
     [[nodiscard]] std::shared_ptr<std::atomic<bool>> startReading(const VLServicePtr& client) {
         auto done = std::make_shared<std::atomic<bool>>(false);
-        VLThread::detach(QStringLiteral("worker"), [this, client, done] {
+        VLThread::detach(QStringLiteral("worker"), [this, runner = runner, client, done] {
             const QVariant answer = runner->objectFromRemoteMethod(pluginsSelector, {}, {}, client);
             {
                 const std::lock_guard lock(mutex);
@@ -93,7 +100,7 @@ struct GoodClients {
     std::array<LoopbackAgent, 3> agents;
     std::shared_ptr<CountingCallback> callback = std::make_shared<CountingCallback>();
     QList<VLServicePtr> clients;
-    std::unique_ptr<RemoteRunner> runner;
+    std::shared_ptr<RemoteRunner> runner;
     std::mutex mutex;
     QStringList failed;
     QVariantMap answers;
@@ -111,6 +118,7 @@ private Q_SLOTS:
     void whileItConnects();
     void whileItIsUsed_data();
     void whileItIsUsed();
+    void presentsAChangedKey();
     void strangeServices_data();
     void strangeServices();
 };
@@ -153,9 +161,9 @@ void HostileClientsTest::whileItConnects() {
         QCOMPARE(countLines(logLines(), QStringLiteral("Attempting to reconnect to Bad")), 1);
     }
     QTRY_VERIFY(!client->spinning());
-    QVERIFY(countLines(logLines(), QStringLiteral("Exception in ")) +
-                countLines(logLines(), QStringLiteral("Connection timed out for ")) >
-            0);
+    QTRY_VERIFY(countLines(logLines(), QStringLiteral("Exception in ")) +
+                    countLines(logLines(), QStringLiteral("Connection timed out for ")) >
+                0);
     QTRY_VERIFY(good.allWork());
 }
 
@@ -165,6 +173,7 @@ void HostileClientsTest::whileItIsUsed_data() {
     QTest::newRow("garbage") << Fault::Garbage;
     QTest::newRow("closes mid-answer") << Fault::CloseMidAnswer;
     QTest::newRow("falls silent") << Fault::Silence;
+    QTest::newRow("lives and does not answer") << Fault::NoAnswer;
     QTest::newRow("floods heeding answers") << Fault::FloodCallbacks;
     QTest::newRow("floods blindly") << Fault::FloodBlindly;
 }
@@ -176,7 +185,10 @@ void HostileClientsTest::whileItIsUsed() {
     const VLServicePtr client =
         good.fixture.manualClient(QStringLiteral("127.0.0.1"), agent.port(), QStringLiteral("Bad"));
     QTRY_VERIFY(client->isConnected());
+    const bool neverAnswers = fault == Fault::NoAnswer;
+    if (neverAnswers) good.setReplyLimit(300ms);
     const auto done = good.startReading(client);
+    if (neverAnswers) good.setReplyLimit(60s);
     QTRY_VERIFY(agent.triggered() > 0);
     for (const VLServicePtr& other : std::as_const(good.clients))
         QTRY_VERIFY(other->isConnected());
@@ -190,10 +202,28 @@ void HostileClientsTest::whileItIsUsed() {
         QTRY_COMPARE(countLines(logLines(), QStringLiteral("Attempting to reconnect to Bad")), 1);
     }
     QTRY_VERIFY(done->load());
+    if (neverAnswers) QCOMPARE(countLines(logLines(), timedOut), 1);
     const std::lock_guard lock(good.mutex);
     for (const QString& hostName : std::as_const(good.failed))
         QCOMPARE(hostName, client->hostName());
     if (fault != Fault::FloodCallbacks) QCOMPARE(good.failed.size(), 1);
+}
+
+void HostileClientsTest::presentsAChangedKey() {
+    GoodClients good;
+    const LoopbackAgent agent;
+    const QByteArray known = otherAgentIdentity().certificate;
+    QVERIFY(good.fixture.environment.pins->pin(QStringLiteral("%1:%2").arg(agent.address()).arg(agent.port()),
+                                               known));
+    const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
+    const VLServicePtr client = good.fixture.manualClient(agent, QStringLiteral("Bad"));
+    QTRY_COMPARE(notifications.count("vlCorvalinServiceConnectFailed"), 1);
+    QCOMPARE(client->changedCertificate(), agentIdentity().certificate);
+    QVERIFY(!client->isConnected());
+    QCOMPARE(agent.root->calls("fetchInitialConfiguration:"), 0);
+    QCOMPARE(good.plugins(client), QVariant());
+    QCOMPARE(good.fixture.environment.pins->find(client->pinName()), known);
+    QTRY_VERIFY(good.allWork());
 }
 
 /// What listens is no agent at all.

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void unusableAnswers_data();
     void unusableAnswers();
     void answerThatNeverComes();
+    void slowAnswerDoesNotHoldTheConnection();
     void withoutTimeout();
     void hostNames();
     void picturesAreFetchedOnceAndCached();
@@ -249,6 +250,25 @@ void ServiceConfigurationTest::answerThatNeverComes() {
     QCOMPARE(VLServiceTiming().configuration, std::chrono::milliseconds(15s));
 }
 
+void ServiceConfigurationTest::slowAnswerDoesNotHoldTheConnection() {
+    Gate gate;
+    ClientsFixture fixture;
+    LoopbackAgent agent;
+    const auto opensAtTheEnd = qScopeGuard([&] { gate.open(); });
+    agent.root->on("fetchInitialConfiguration:", [&](const QVariantList&) {
+        gate.wait();
+        return QVariant(ScriptedRoot::goodConfiguration());
+    });
+    const VLServicePtr client = fixture.manualClient(agent);
+    QTRY_VERIFY(client->isConnected());
+    QVERIFY(client->configDict().isEmpty());
+    QVERIFY(client->spinning());
+    gate.open();
+    QTRY_COMPARE(client->configDict(), ScriptedRoot::goodConfiguration());
+    QTRY_VERIFY(!client->spinning());
+    QCOMPARE(client->errorCode(), 0);
+}
+
 void ServiceConfigurationTest::withoutTimeout() {
     Gate gate;
     std::atomic<bool> returned{false};
@@ -256,6 +276,7 @@ void ServiceConfigurationTest::withoutTimeout() {
     LoopbackAgent agent;
     const auto opensAtTheEnd = qScopeGuard([&] { gate.open(); });
     const VLServicePtr client = fixture.manualClient(agent);
+    QTRY_COMPARE(client->configDict(), ScriptedRoot::goodConfiguration());
     QTRY_VERIFY(client->isConnected());
     fixture.environment.timing.configuration = 100ms;
     fixture.apply();

@@ -52,6 +52,9 @@ private Q_SLOTS:
     void changedKeyIsRefusedUntilAccepted();
     void changedKeyIsNotHiddenByOtherFailures();
     void invalidating();
+    void retiredRecordNeverConnectsAgain();
+    void spinnerStopsWithTheAttempt();
+    void workingIsShown();
     void endsOnlyOnce();
 };
 
@@ -177,8 +180,8 @@ void ServiceConnectionTest::connectsAndHandsOverTheCallback() {
     QTRY_VERIFY(client->isConnected());
     QTRY_COMPARE(fixture.delegate.connected.load(), 1);
     QVERIFY(client->runLoopRunning());
+    QTRY_COMPARE(client->configDict(), ScriptedRoot::goodConfiguration());
     QTRY_VERIFY(!client->spinning());
-    QCOMPARE(client->configDict(), ScriptedRoot::goodConfiguration());
     QTRY_VERIFY(agent.root->callback());
     agent.root->callback()->post(QStringLiteral("taskFinished"));
     // Whatever the agent calls itself, its calls come under the name that the console has for it.
@@ -203,6 +206,11 @@ void ServiceConnectionTest::recordWithoutAnAddressIsAbandoned() {
 void ServiceConnectionTest::reportsAnUnreachableClientAndTriesAgain() {
     ClientsFixture fixture;
     fixture.environment.timing.reconnect = 20ms;
+    std::atomic<int> lookUps{0};
+    fixture.environment.lookUpPort = [&](const QString&, const QString&, std::chrono::milliseconds) {
+        ++lookUps;
+        return std::optional<RegisteredPort>();
+    };
     fixture.apply();
     const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
     const VLServicePtr client = fixture.manualClient(QStringLiteral("127.0.0.1"), deadPort());
@@ -214,6 +222,8 @@ void ServiceConnectionTest::reportsAnUnreachableClientAndTriesAgain() {
     QCOMPARE(about.value<VLServicePtr>(), client);
     const QStringList lines = logLines();
     QVERIFY(lines.contains(QStringLiteral("Connection is manual.")));
+    QVERIFY(lines.contains(QStringLiteral("Address count: 0")));
+    QCOMPARE(lookUps.load(), 0);  // an address with a port is no registered name
     QVERIFY(lines.contains(QStringLiteral("Attempting to reconnect to Edit Bay in 0 seconds...")));
     QCOMPARE(VLServiceTiming().reconnect, std::chrono::milliseconds(8s));
 }
@@ -314,7 +324,7 @@ void ServiceConnectionTest::askingTwiceConnectsOnce() {
     for (int i = 0; i < 20; ++i)
         client->connectOnThread(nullptr);
     QTRY_VERIFY(client->isConnected());
-    QCOMPARE(agent.root->calls("fetchInitialConfiguration:"), 1);
+    QTRY_COMPARE(agent.root->calls("fetchInitialConfiguration:"), 1);
     QCOMPARE(agent.connectionCount(), 1);
 }
 
@@ -333,7 +343,11 @@ void ServiceConnectionTest::changedKeyIsRefusedUntilAccepted() {
     QVERIFY(!client->isConnected());
     QCOMPARE(agent.root->calls("fetchInitialConfiguration:"), 1);  // nothing was said to the stranger
 
-    client->acceptChangedCertificate(nullptr);
+    // Only the certificate that the user was shown may be accepted.
+    QVERIFY(!client->acceptChangedCertificate(agentIdentity().certificate, nullptr));
+    QVERIFY(!client->acceptChangedCertificate({}, nullptr));
+    QCOMPARE(fixture.environment.pins->find(client->pinName()), agentIdentity().certificate);
+    QVERIFY(client->acceptChangedCertificate(otherAgentIdentity().certificate, nullptr));
     QTRY_VERIFY(client->isConnected());
     QCOMPARE(client->changedCertificate(), QByteArray());
     QCOMPARE(client->connectionError(), QString());
@@ -390,6 +404,52 @@ void ServiceConnectionTest::invalidating() {
                  .userInfo.value(QStringLiteral("service"))
                  .value<VLServicePtr>(),
              client);
+}
+
+/// A worker may hold a record that was taken out of the list meanwhile.
+void ServiceConnectionTest::retiredRecordNeverConnectsAgain() {
+    ClientsFixture fixture;
+    fixture.environment.timing.reconnect = 10ms;
+    fixture.apply();
+    LoopbackAgent agent;
+    const VLServicePtr client = fixture.manualClient(agent);
+    QTRY_VERIFY(client->isConnected());
+    client->retire();
+    client->invalidate(false);
+    client->connectOnThread(nullptr);
+    client->setupReconnectTimer(nullptr);
+    QTRY_COMPARE(VLThread::activeCount(), 0);
+    QTest::qWait(50);
+    QVERIFY(!client->isConnected());
+    QCOMPARE(countLines(logLines(), QStringLiteral("Attempting to reconnect")), 0);
+    QCOMPARE(countLines(logLines(), QStringLiteral("Proxy found.")), 1);
+}
+
+void ServiceConnectionTest::spinnerStopsWithTheAttempt() {
+    ClientsFixture fixture;
+    LoopbackAgent agent;
+    for (int i = 0; i < 20; ++i) {
+        const VLServicePtr client = fixture.manualClient(agent);
+        std::this_thread::sleep_for(std::chrono::microseconds(i * 100));
+        client->disconnect();  // its thread starts the spinner about now
+        QTRY_COMPARE(VLThread::activeCount(), 0);
+        QTRY_VERIFY(!client->spinning());
+        QTest::qWait(1);
+        QVERIFY(!client->spinning());
+    }
+}
+
+void ServiceConnectionTest::workingIsShown() {
+    ClientsFixture fixture;
+    const auto client = fixture.keep(std::make_shared<VLService>());
+    const NotificationRecorder notifications{"vlCorvalinServiceRefresh"};
+    client->setIsProcessing(true);
+    QTRY_COMPARE(notifications.count("vlCorvalinServiceRefresh"), 1);
+    client->setIsProcessing(true);
+    QTest::qWait(5);
+    QCOMPARE(notifications.count("vlCorvalinServiceRefresh"), 1);
+    client->setIsProcessing(false);
+    QTRY_COMPARE(notifications.count("vlCorvalinServiceRefresh"), 2);
 }
 
 /// Connecting, disconnecting and calling from many threads at once leaves a client that still works.

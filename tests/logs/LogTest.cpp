@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -50,6 +51,7 @@ private Q_SLOTS:
     void sizeLimit_data();
     void sizeLimit();
     void noteComesBeforeWaitingLines();
+    void finishWritingHeedsNoLaterLines();
     void unusableFolder();
     void deletedFolder();
     void manyThreads();
@@ -95,6 +97,15 @@ void LogTest::lines_data() {
                                   << QStringLiteral("< a >");
     QTest::newRow("percent in plain text")
         << QStringLiteral("100%@ %i %%") << QVariant() << QStringLiteral("100%@ %i %%");
+    QTest::newRow("a line of its own")
+        << QStringLiteral("From %@.") << QVariant(QStringLiteral("a\r\nLog started: b"))
+        << QStringLiteral("From a  Log started: b.");
+    QTest::newRow("terminal sequences")
+        << QStringLiteral("<%@>") << QVariant(QStringLiteral("\x1b]0;x\x07\x7f\u009b2J"))
+        << QStringLiteral("<?]0;x???2J>");
+    QTest::newRow("direction of writing")
+        << QStringLiteral("<%@>") << QVariant(QStringLiteral("a\u202eb\u2028c\u2066"))
+        << QStringLiteral("<a?b c?>");
     QTest::newRow("not Latin") << QStringLiteral("Größe: %@") << QVariant(QStringLiteral("日本"))
                                << QStringLiteral("Größe: 日本");
 }
@@ -192,6 +203,25 @@ void LogTest::noteComesBeforeWaitingLines() {
     QCOMPARE(all.size(), 2000);
     for (int i = 0; i < 2000; ++i)
         QVERIFY(all[i].startsWith(QString::number(i) + QLatin1Char(' ')));
+}
+
+/// Somebody who logs without end keeps nobody waiting.
+void LogTest::finishWritingHeedsNoLaterLines() {
+    constexpr int most = 400'000;  // the flood ends by itself, so that a failure is one and not a hang
+    std::atomic<bool> stop{false};
+    std::atomic<int> logged{0};
+    std::thread flood([&] {
+        while (!stop && logged < most)
+            VLLog::appendLog(QStringLiteral("%i"), ++logged);
+    });
+    while (logged < 1000)
+        std::this_thread::yield();
+    VLLog::finishWriting();
+    const int loggedThen = logged;
+    stop = true;
+    flood.join();
+    QVERIFY(loggedThen < most);
+    VLLog::finishWriting();
 }
 
 void LogTest::unusableFolder() {

@@ -15,9 +15,13 @@ public:
     using Answer = std::function<QVariant(const QString& selector, const QVariantList& arguments)>;
     explicit FakeProxy(Answer answer = {}) : m_answer(std::move(answer)) {}
 
-    bool respondsToSelector(const QString& selector) override { return selector != unknownSelector; }
+    bool respondsToSelector(const QString& selector, std::chrono::milliseconds limit) override {
+        probeLimit = limit;
+        return selector != unknownSelector;
+    }
     QVariant perform(const QString& selector, const QVariantList& arguments,
-                     std::chrono::milliseconds) override {
+                     std::chrono::milliseconds limit) override {
+        performLimit = limit;
         {
             const std::lock_guard lock(m_mutex);
             m_sent.append(qMakePair(selector, arguments));
@@ -30,6 +34,7 @@ public:
     }
 
     QString unknownSelector;  ///< set before use
+    std::atomic<std::chrono::milliseconds> probeLimit{noTimeLimit}, performLimit{noTimeLimit};
 
 private:
     mutable std::mutex m_mutex;

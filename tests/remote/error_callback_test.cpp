@@ -1,4 +1,5 @@
 #include "foundation/VLNotificationCenter.h"
+#include "remote/LogBudget.h"
 #include "remote/VLCallback.h"
 #include "remote/VLCorvalinServerProtocol.h"
 #include "remote/VLErrorCallback.h"
@@ -99,6 +100,7 @@ private Q_SLOTS:
     void refusesOtherHosts();
     void ignoresBadCalls_data();
     void ignoresBadCalls();
+    void cannotFillTheLog();
     void requestsDuringWorkAreDoneOnce();
     void manyThreads();
     void taskCallback();
@@ -405,6 +407,33 @@ void ErrorCallbackTest::ignoresBadCalls() {
     QCOMPARE(logLines().mid(before), QStringList{latin("Ignoring callback %1.").arg(error)});
     QVERIFY(console.noted().isEmpty());
     QVERIFY(console.callback.errorQueue().isEmpty());
+}
+
+void ErrorCallbackTest::cannotFillTheLog() {
+    constexpr int calls = 1000, allowed = LogBudget::linesPerMinute;
+    Console console;
+    console.known.insert(otherHost);
+    const auto call = [&](const QString& sender) {
+        const qsizetype before = logLines().size();
+        console.callback.receive(latin("nonsense"), {}, sender);
+        console.callback.receive(latin("forceConfigReload:"), {sender}, sender);
+        console.callback.receive(latin("willDisconnect:"), {sender}, sender);
+        console.callback.receive(latin("updateConfig:"), {latin("elsewhere")}, sender);
+        return logLines().mid(before);
+    };
+    const qsizetype before = logLines().size();
+    for (int i = 0; i < calls; ++i)
+        console.callback.receive(latin("nonsense"), {}, host);
+    QCOMPARE(logLines().size() - before, allowed);
+    QVERIFY(call(host).isEmpty());
+    QCOMPARE(call(otherHost).size(), 4);  // every agent has its own lines
+
+    console.now = console.now.addSecs(60);
+    const QStringList lines = call(host);
+    QCOMPARE(lines.size(), 5);
+    QCOMPARE(lines.first(),
+             latin("%1 lines about callbacks of a.local. were left out.").arg(calls - allowed + 4));
+    console.settle();
 }
 
 /// However often an agent asks while a fetch runs, one thread works, and no request is lost.

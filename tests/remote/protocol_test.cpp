@@ -80,6 +80,8 @@ void ProtocolTest::permissions() {
         const bool agent = entry.side == Side::Agent;
         QVERIFY2(entry.executeOnErrorClient == (agent && executable.contains(selector)), entry.selector);
         QVERIFY2(entry.readOnErrorClient == (agent && readable.contains(selector)), entry.selector);
+        const bool repairs = selector == QLatin1String("installVelmoraSoftwareUpdate:settings:");
+        QVERIFY2(entry.authorizedOnErrorClient == repairs, entry.selector);
         QVERIFY2(entry.readOnDisabledClient == (agent && whenDisabled.contains(selector)), entry.selector);
     }
 }

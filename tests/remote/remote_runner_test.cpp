@@ -8,6 +8,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 enum class Primitive { Execute, Read, Task };
 enum class Fault { ErrorCode, Disabled };
 
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void arguments();
     void failures_data();
     void failures();
+    void timeLimits();
     void answersAreChecked_data();
     void answersAreChecked();
 };
@@ -184,8 +186,10 @@ void RemoteRunnerTest::arguments() {
 void RemoteRunnerTest::failures_data() {
     QTest::addColumn<std::function<QVariant()>>("answer");
     QTest::addColumn<QString>("reason");
-    const auto row = [](const char* name, std::function<QVariant()> answer, const char* reason) {
-        QTest::newRow(name) << std::move(answer) << latin(reason);
+    QTest::addColumn<bool>("staysConnected");
+    const auto row = [](const char* name, std::function<QVariant()> answer, const char* reason,
+                        bool staysConnected = false) {
+        QTest::newRow(name) << std::move(answer) << latin(reason) << staysConnected;
     };
     row(
         "agent", []() -> QVariant { throw VLException(latin("X"), latin("disk full")); }, "disk full");
@@ -207,10 +211,18 @@ void RemoteRunnerTest::failures_data() {
         "lost", []() -> QVariant { throw VLException(VLException::inaccessible, latin("r")); },
         "The connection to the computer was lost.");
     row(
+        "wrong answer", []() -> QVariant { throw VLException(VLException::invalidArgument, latin("r")); },
+        "r");
+    row(
+        "arguments that cannot be sent",
+        []() -> QVariant { throw VLUnsentCallException(VLException::invalidArgument, latin("r")); }, "r",
+        true);
+    row(
         "other", []() -> QVariant { throw std::runtime_error("oops"); }, "oops");
 }
 
-/// Logged, the client is not connected any more, the queue hears of it, and the caller goes on.
+/// Logged, the client is not connected any more if it may be to blame, the queue hears of it, and the caller
+/// goes on.
 void RemoteRunnerTest::failures() {
     QFETCH(std::function<QVariant()>, answer);
     QFETCH(QString, reason);
@@ -219,7 +231,7 @@ void RemoteRunnerTest::failures() {
     const FakeClientPtr client = bench.clients.first();
     const qsizetype before = logLines().size();
     QVERIFY(!bench.runner.objectFromRemoteMethod(list, {}, {}, client).isValid());
-    QVERIFY(!client->connected);
+    QTEST(client->connected.load(), "staysConnected");
     QVERIFY(!client->processing);
     const QString line = logLines().mid(before).last();
     QVERIFY2(
@@ -228,6 +240,25 @@ void RemoteRunnerTest::failures() {
         qPrintable(line));
     QCOMPARE(bench.failures,
              QStringList{latin("c0.local.: The operation \"addonryPluginList\" failed. ") + reason});
+}
+
+/// Reads end in time; what is only executed may take as long as it needs.
+void RemoteRunnerTest::timeLimits() {
+    Bench bench;
+    bench.addClients(1);
+    const FakeClientPtr client = bench.clients.first();
+    RemoteRunner& runner = bench.runner;
+    const auto limitOf = [&](const std::function<void()>& call) {
+        client->proxy->probeLimit = client->proxy->performLimit = std::chrono::hours(1);
+        call();
+        return client->proxy->probeLimit.load() == 10s ? client->proxy->performLimit.load() : -1s;
+    };
+    QCOMPARE(limitOf([&] { (void)runner.objectFromRemoteMethod(list, {}, {}, client); }), 60s);
+    QCOMPARE(limitOf([&] { (void)runner.objectFromRemoteMethod(latin("computerIcon"), {}, {}, client); }),
+             300s);
+    QCOMPARE(limitOf([&] { (void)runner.objectFromRemoteTask(latin("1"), latin("b"), {}, client); }), 60s);
+    QCOMPARE(limitOf([&] { runner.executeRemoteMethod(list, {}, {}, client); }), noTimeLimit);
+    QCOMPARE(limitOf([&] { runner.executeRemoteTask(latin("1"), latin("b"), {}, client); }), noTimeLimit);
 }
 
 void RemoteRunnerTest::answersAreChecked_data() {

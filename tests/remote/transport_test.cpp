@@ -96,6 +96,8 @@ private Q_SLOTS:
         for (const QString& selector : {QStringLiteral("nonsense"), QStringLiteral("unsendable")})
             QCOMPARE(raisedBy([&] { client->proxy().perform(selector); }).name(),
                      VLException::invalidArgument);
+        QVERIFY_THROWS_EXCEPTION(VLUnsentCallException,
+                                 client->proxy().perform(QStringLiteral("echo:"), {QSize(1, 1)}));
         QCOMPARE(raisedBy([&] { client->proxy().perform(QStringLiteral("echo:"), {QSize(1, 1)}); }).name(),
                  VLException::invalidArgument);
         QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {QString(1 << 20, u'x')}).toString().size(),

@@ -5,6 +5,7 @@
 #include "app/window/ToolPanes.h"
 #include "clients/view/AddComputerSheet.h"
 #include "clients/view/ClientOutline.h"
+#include "clients/view/ClientRowDelegate.h"
 #include "clients/view/IdentitySheet.h"
 #include "support/TestEnvironment.h"
 #include "widgets/ElidedLabel.h"
@@ -18,9 +19,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
 #include <QTreeView>
@@ -119,6 +122,8 @@ private Q_SLOTS:
     void selectionFollowsTheList();
     void filterHidesWithoutDeselecting();
     void clientMenuFitsTheClient();
+    void goToSelectsTheClient();
+    void updatesAreOnABadge();
     void addComputer_data();
     void addComputer();
     void addComputerTwice();
@@ -215,6 +220,43 @@ void MainWindowTest::clientMenuFitsTheClient() {
         if (action->text() == QLatin1String("Reconnect")) action->trigger();
     }
     QTRY_COMPARE(m_sound->reconnects.load(), 1);
+}
+
+void MainWindowTest::goToSelectsTheClient() {
+    const QMenu* goTo = find<QMenu>("goToMenu");
+    auto* computer = qobject_cast<QMenu*>(goTo->parentWidget());
+    Q_EMIT computer->aboutToShow();
+    QVERIFY(!goTo->isEnabled());
+    const QStringList clients{QStringLiteral("Left"), QStringLiteral("Cut & Paste")};
+    for (const QString& name : clients)
+        controller().discovery().addManualConnection(name, QStringLiteral("127.0.0.1"), 1);
+    Q_EMIT computer->aboutToShow();
+    QVERIFY(goTo->isEnabled());
+    QCOMPARE(goTo->actions().size(), clients.size());
+    for (qsizetype i = 0; i < clients.size(); ++i) {
+        goTo->actions().at(i)->trigger();
+        QCOMPARE(selected(), QStringList{clients.at(i)});
+    }
+    QCOMPARE(goTo->actions().last()->text(), QStringLiteral("Cut && Paste"));
+}
+
+void MainWindowTest::updatesAreOnABadge() {
+    addClients();
+    QSignalSpy clicked(&controller(), &AppController::serviceOutlineBadgeClicked);
+    const auto badge = [this] {
+        const QModelIndex row = clientRow(QStringLiteral("Sound"));
+        return ClientRowDelegate::updateBadge(clientView()->visualRect(row), row);
+    };
+    QVERIFY(badge().isEmpty());
+    controller().setSoftwareUpdateCount(3, m_sound->hostName());
+    QVERIFY(!badge().isEmpty());
+    QTest::mouseClick(clientView()->viewport(), Qt::LeftButton, {}, badge().center());
+    QCOMPARE(clicked.size(), 1);
+    QCOMPARE(clicked.first().first().value<VLServicePtr>(), VLServicePtr(m_sound));
+    click(QStringLiteral("Sound"));
+    QCOMPARE(clicked.size(), 1);
+    controller().setSoftwareUpdateCount(0, m_sound->hostName());
+    QVERIFY(badge().isEmpty());
 }
 
 void MainWindowTest::addComputer_data() {
@@ -426,7 +468,7 @@ void MainWindowTest::newIdentityIsAcceptedAfterComparing() {
 
     int accepted = 0;
     IdentitySheet again(
-        m_sound, [&] { ++accepted; }, &window());
+        m_sound, [&](const QByteArray&) { ++accepted; }, &window());
     again.open();
     QPushButton* accept = nullptr;
     for (QPushButton* button : again.findChildren<QPushButton*>()) {

@@ -158,7 +158,7 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     save(sheet, QStringLiteral("add"));
     sheet.hide();
     IdentitySheet identity(
-        six, [] {}, console.window.get());
+        six, [](const QByteArray&) {}, console.window.get());
     identity.show();
     save(identity, QStringLiteral("identity"));
     identity.hide();

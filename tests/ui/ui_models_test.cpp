@@ -5,11 +5,13 @@
 #include "support/TestEnvironment.h"
 #include "tools/addonry/AddonryModel.h"
 #include "widgets/CellDelegate.h"
+#include "widgets/PlainText.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextDocument>
 
 namespace {
 
@@ -57,6 +59,7 @@ private Q_SLOTS:
     void addonryChildrenShowEveryClient();
     void addonrySortsAndFilters();
     void errorLogKeepsRowsWhenOneIsAdded();
+    void textOfOthersIsNoHtml();
     void toolListNamesEveryTool();
 };
 
@@ -248,6 +251,40 @@ void UiModelsTest::errorLogKeepsRowsWhenOneIsAdded() {
     QCOMPARE(model.index(1, ErrorLogModel::Computer).data().toString(), QStringLiteral("bay"));
     model.setQueue({});
     QCOMPARE(model.rowCount(), 0);
+}
+
+/// A tooltip would draw what looks like HTML, and load the pictures it names.
+void UiModelsTest::textOfOthersIsNoHtml() {
+    const QString markup = QStringLiteral("<b>c</b>");
+    const auto isLiteral = [&markup](const QString& toolTip) {
+        QTextDocument shown;
+        shown.setHtml(toolTip);
+        return (Qt::mightBeRichText(toolTip) ? shown.toPlainText() : toolTip).contains(markup);
+    };
+    ServiceList services;
+    ClientOutlineModel outline(services);
+    services.addServiceToList(sample(markup));
+    QVERIFY(isLiteral(outline.index(0, 0, outline.allComputersIndex()).data(Qt::ToolTipRole).toString()));
+
+    AddonryModel addonry(friendly);
+    VLPluginItem row = plugin(QStringLiteral("P"), {markup, QStringLiteral("1")});
+    row.addChild(pluginInstance(QStringLiteral("P"), QStringLiteral("FxPlug"), markup), markup);
+    addonry.setRows({row});
+    const QModelIndex shown = addonry.index(0, AddonryModel::Status);
+    QVERIFY(isLiteral(shown.data(Qt::ToolTipRole).toString()));
+    QVERIFY(isLiteral(
+        addonry.index(2, AddonryModel::Name, addonry.index(0, 0)).data(Qt::ToolTipRole).toString()));
+
+    ErrorLogModel errors(friendly);
+    errors.setQueue({QVariantMap{{QStringLiteral("description"), markup},
+                                 {QStringLiteral("hostname"), markup},
+                                 {QStringLiteral("date"), QDateTime::currentDateTimeUtc()}}});
+    for (const int column : {ErrorLogModel::Computer, ErrorLogModel::Description})
+        QVERIFY(isLiteral(errors.index(0, column).data(Qt::ToolTipRole).toString()));
+
+    // What would be taken for plain text anyway stays as it is.
+    for (const char* text : {"A & B", "1 < 2", "a\nb"})
+        QCOMPARE(literalText(QLatin1String(text)), QLatin1String(text));
 }
 
 void UiModelsTest::toolListNamesEveryTool() {

@@ -88,7 +88,10 @@ void ClientActions::update() {
 void ClientActions::reviewIdentity(const VLServicePtr& service) {
     if (!service || !hasNewIdentity(*service)) return;
     auto* sheet = new IdentitySheet(
-        service, [this, service] { service->acceptChangedCertificate(m_controller.errorCallback()); },
+        service,
+        [this, service](const QByteArray& certificateShown) {
+            service->acceptChangedCertificate(certificateShown, m_controller.errorCallback());
+        },
         m_window);
     sheet->open();
 }

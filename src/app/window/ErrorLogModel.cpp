@@ -1,6 +1,7 @@
 #include "app/window/ErrorLogModel.h"
 
 #include "widgets/CellDelegate.h"
+#include "widgets/PlainText.h"
 
 #include <QLocale>
 
@@ -59,14 +60,14 @@ QVariant ErrorLogModel::data(const QModelIndex& index, int role) const {
             return {};
         case Computer:
             if (role == Qt::DisplayRole || role == SortRole) return computer;
-            if (role == Qt::ToolTipRole) return record.hostName;
+            if (role == Qt::ToolTipRole) return literalText(record.hostName);
             return {};
         case Description:
             if (role == Qt::DisplayRole && !record.appName.isEmpty()) {
                 return QStringLiteral("%1: %2").arg(record.appName, record.description);
             }
-            if (role == Qt::DisplayRole || role == SortRole || role == Qt::ToolTipRole)
-                return record.description;
+            if (role == Qt::DisplayRole || role == SortRole) return record.description;
+            if (role == Qt::ToolTipRole) return literalText(record.description);
             if (role == Cell::SymbolRole) return QStringLiteral("error");
             if (role == Cell::SymbolToneRole) return int(Cell::Tone::Bad);
             return {};

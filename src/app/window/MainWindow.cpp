@@ -11,10 +11,12 @@
 #include "app/window/WelcomeSheet.h"
 #include "clients/view/AddComputerSheet.h"
 #include "clients/view/ClientOutline.h"
+#include "clients/view/ClientOutlineModel.h"
 #include "foundation/VLBundle.h"
 #include "foundation/VLFormat.h"
 #include "foundation/VLUserDefaults.h"
 #include "widgets/Badge.h"
+#include "widgets/PlainText.h"
 #include "widgets/RowCopy.h"
 #include "widgets/SymbolIcon.h"
 
@@ -116,6 +118,8 @@ void MainWindow::watchController() {
     connect(&m_controller.autoRefresh(), &AutoRefresh::refreshEnabledChanged, m_refresh,
             &QAction::setEnabled);
     m_refresh->setEnabled(m_controller.autoRefresh().refreshEnabled());
+    m_outline->model()->setUpdateCount(
+        [this](const QString& hostName) { return m_controller.softwareUpdateCount(hostName); });
     updateErrors();
     updateSoftwareUpdates(m_controller.softwareUpdateCount());
 }
@@ -183,6 +187,7 @@ void MainWindow::updateSoftwareUpdates(qlonglong count) {
                    .arg(count == 1 ? QString() : QStringLiteral("s"));
     }
     m_softwareUpdate->setToolTip(help);
+    m_outline->model()->refresh();
 }
 
 // ---- Windows and sheets
@@ -222,11 +227,12 @@ void MainWindow::showAdminOutdated(const QString& clientName) {
     auto* alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Orlendo"),
                                   QStringLiteral("Corvalin Orlendo is outdated"), QMessageBox::NoButton, this,
                                   Qt::Sheet);
-    alert->setInformativeText(vlFormat(
+    const QString text = vlFormat(
         QStringLiteral("The client software on %@ is expecting a more recent version of Orlendo. Continued "
                        "use of an outdated version could cause stability issues.\n\nWould you like to update "
                        "Corvalin Orlendo now?"),
-        clientName));
+        clientName);
+    alert->setInformativeText(literalText(text, Qt::WhiteSpaceNormal));
     const QPushButton* search =
         alert->addButton(QStringLiteral("Search for Updates"), QMessageBox::AcceptRole);
     alert->addButton(QStringLiteral("Ignore"), QMessageBox::RejectRole);

@@ -43,6 +43,7 @@ private:
     void buildMenus();
     void buildThemeMenu(QMenu* menu);
     void buildHelpMenu(QMenu* menu);
+    void fillGoToMenu(QMenu* menu);
     void watchController();
     void restoreLayout();
     void saveLayout() const;

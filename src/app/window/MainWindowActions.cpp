@@ -17,6 +17,7 @@
 #include <QLayout>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPixmap>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -120,6 +121,13 @@ void MainWindow::buildMenus() {
     QMenu* computer = menuBar()->addMenu(QStringLiteral("&Computer"));
     m_clientActions->addTo(computer);
     connect(computer, &QMenu::aboutToShow, m_clientActions, &ClientActions::update);
+    computer->addSeparator();
+    QMenu* goTo = computer->addMenu(QStringLiteral("&Go To"));
+    goTo->setObjectName(QStringLiteral("goToMenu"));
+    connect(goTo, &QMenu::triggered, this, [this](const QAction* action) {
+        m_controller.services().setSelectedServices({action->data().value<VLServicePtr>()});
+    });
+    connect(computer, &QMenu::aboutToShow, goTo, [this, goTo] { fillGoToMenu(goTo); });
 
     QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
     window->addAction(m_showLog);
@@ -142,6 +150,18 @@ void MainWindow::buildThemeMenu(QMenu* menu) {
     add(QStringLiteral("As the &System"), Theme::System);
     add(QStringLiteral("&Light"), Theme::Light);
     add(QStringLiteral("&Dark"), Theme::Dark);
+}
+
+/// One entry for each client: its icon and name, with the client as data; it becomes the selected one.
+void MainWindow::fillGoToMenu(QMenu* menu) {
+    menu->clear();
+    for (const VLServicePtr& service : m_controller.serviceMenu()) {
+        QString title = service->name();
+        QAction* action = menu->addAction(title.replace(u'&', QLatin1String("&&")));
+        action->setIcon(QIcon(QPixmap::fromImage(service->icon())));
+        action->setData(QVariant::fromValue(service));
+    }
+    menu->setEnabled(!menu->isEmpty());
 }
 
 void MainWindow::buildHelpMenu(QMenu* menu) {

@@ -20,6 +20,8 @@ namespace {
 // for a restarted daemon and for its agents to publish again.
 constexpr auto reappearanceLimit = 6000ms;
 constexpr auto retryDelay = 2000ms;
+/// Far more than any network has; what is announced beyond that is somebody's flood.
+constexpr std::size_t maximumServices = 4096;
 
 ServiceBrowser::Backend toBackend(dnssd::BackendKind kind) {
     switch (kind) {
@@ -108,6 +110,13 @@ private:
         // Such a name could be neither shown nor asked for again.
         if (!sighting.name.isValidUtf8())
             return VLLog::appendLog(QStringLiteral("Ignoring a service whose name is not valid UTF-8"));
+        if (known_.size() >= maximumServices &&
+            !known_.contains({sighting.name, sighting.type, sighting.domain})) {
+            if (!std::exchange(saidFull_, true))
+                VLLog::appendLog(QStringLiteral("More than %i services are advertised; the rest is ignored"),
+                                 static_cast<int>(maximumServices));
+            return;
+        }
         const auto [known, isNew] = known_.try_emplace({sighting.name, sighting.type, sighting.domain});
         known->second.insert(sighting.link);
         if (isNew) report(delegate_.didFindService, known->first);
@@ -161,6 +170,7 @@ private:
     QByteArray type_, domain_;
     /// Every service that was reported found, with the links it is seen on.
     std::map<Key, std::set<dnssd::Link>> known_;
+    bool saidFull_ = false;
     bool hasAllForNow_ = false;
     dnssd::AvahiLoop::TimerId reappearanceTimer_ = 0;
     dnssd::AvahiLoop::TimerId retryTimer_ = 0;

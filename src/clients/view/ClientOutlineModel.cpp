@@ -1,5 +1,7 @@
 #include "clients/view/ClientOutlineModel.h"
 
+#include "widgets/PlainText.h"
+
 #include <QSet>
 
 #include <algorithm>
@@ -15,7 +17,8 @@ constexpr std::chrono::milliseconds gatherTime(30);
 bool ClientOutlineModel::Row::looksLike(const Row& other) const {
     return name == other.name && hostName == other.hostName && address == other.address &&
            state == other.state && spinning == other.spinning && maintenance == other.maintenance &&
-           errors == other.errors && picture.cacheKey() == other.picture.cacheKey();
+           errors == other.errors && updates == other.updates &&
+           picture.cacheKey() == other.picture.cacheKey();
 }
 
 ClientOutlineModel::ClientOutlineModel(ServiceList& services, QObject* parent)
@@ -38,6 +41,11 @@ void ClientOutlineModel::setErrorCounts(const QHash<QString, int>& counts) {
     refresh();
 }
 
+void ClientOutlineModel::setUpdateCount(std::function<qlonglong(const QString& hostName)> updateCount) {
+    m_updateCount = std::move(updateCount);
+    refresh();
+}
+
 ClientOutlineModel::Row ClientOutlineModel::makeRow(const VLServicePtr& service) const {
     Row row;
     row.service = service;
@@ -48,6 +56,7 @@ ClientOutlineModel::Row ClientOutlineModel::makeRow(const VLServicePtr& service)
     row.spinning = service->spinning() || service->isProcessing();
     row.maintenance = service->needsMaintenance();
     row.errors = m_errorCounts.value(row.hostName);
+    row.updates = m_updateCount ? m_updateCount(row.hostName) : 0;
     row.picture = service->icon();
     if (row.name.isEmpty()) row.name = row.hostName;
     return row;
@@ -179,6 +188,10 @@ QString ClientOutlineModel::toolTip(const Row& row) const {
         lines
             << QStringLiteral("%1 error%2 in the error log").arg(row.errors).arg(row.errors == 1 ? "" : "s");
     }
+    if (row.updates > 0)
+        lines << QStringLiteral("%1 software update%2 available")
+                     .arg(row.updates)
+                     .arg(row.updates == 1 ? "" : "s");
     return lines.join(QLatin1Char('\n'));
 }
 
@@ -190,7 +203,7 @@ QVariant ClientOutlineModel::data(const QModelIndex& index, int role) const {
         case Qt::DisplayRole:
             return row.name;
         case Qt::ToolTipRole:
-            return toolTip(row);
+            return literalText(toolTip(row));
         case Qt::AccessibleTextRole:
             return QStringLiteral("%1, %2").arg(row.name, row.state.text);
         case ServiceRole:
@@ -207,6 +220,8 @@ QVariant ClientOutlineModel::data(const QModelIndex& index, int role) const {
             return row.maintenance;
         case ErrorCountRole:
             return row.errors;
+        case UpdateCountRole:
+            return row.updates;
         case PictureRole:
             return row.picture;
         case SearchTextRole:

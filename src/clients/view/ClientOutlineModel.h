@@ -9,6 +9,7 @@
 #include <QSortFilterProxyModel>
 #include <QTimer>
 
+#include <functional>
 #include <vector>
 
 /// The client list as an outline: groups at the top (for now one, "All Computers"), their machines below.
@@ -27,6 +28,7 @@ public:
         SpinningRole,
         MaintenanceRole,
         ErrorCountRole,
+        UpdateCountRole,
         PictureRole,  ///< QImage
         SearchTextRole,
     };
@@ -36,6 +38,8 @@ public:
 
     /// Errors in the queue by host name, for the error badge.
     void setErrorCounts(const QHash<QString, int>& counts);
+    /// Where to ask for the software updates that wait for a host, for the update badge; refresh() asks anew.
+    void setUpdateCount(std::function<qlonglong(const QString& hostName)> updateCount);
 
     [[nodiscard]] QModelIndex allComputersIndex() const { return index(0, 0); }
     [[nodiscard]] QModelIndex indexOf(const VLServicePtr& service) const;
@@ -57,6 +61,7 @@ private:
         ClientState state;
         bool spinning = false, maintenance = false;
         int errors = 0;
+        qlonglong updates = 0;
         QImage picture;
         [[nodiscard]] bool looksLike(const Row& other) const;
     };
@@ -72,6 +77,7 @@ private:
     std::vector<Row> m_rows;
     QHash<const VLService*, int> m_rowOf;
     QHash<QString, int> m_errorCounts;
+    std::function<qlonglong(const QString& hostName)> m_updateCount;
     QTimer m_refreshTimer;
 };
 

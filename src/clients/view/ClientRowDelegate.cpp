@@ -1,12 +1,14 @@
 #include "clients/view/ClientRowDelegate.h"
 
 #include "clients/view/ClientOutlineModel.h"
+#include "foundation/VLNotificationCenter.h"
 #include "widgets/Badge.h"
 #include "widgets/RowPatch.h"
 #include "widgets/Spinner.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
 
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPixmapCache>
 
@@ -62,30 +64,61 @@ void paintGroup(QPainter* painter, const QRect& content, const QModelIndex& inde
                       QFontMetrics(font).elidedText(name, Qt::ElideRight, rest.width()));
 }
 
-/// The marks at the right end; returns the x at which they begin.
+QRect contentOf(const QRect& row) {
+    return row.adjusted(Metrics::unit * 2, 0, -Metrics::unit * 2, 0);
+}
+
+/// The text of a badge; empty when there is none.
+QString badgeText(const QModelIndex& index, int role) {
+    const qlonglong count = index.data(role).toLongLong();
+    if (count <= 0) return {};
+    return count > 99 ? QStringLiteral("99+") : QString::number(count);
+}
+
+/// The marks at the right end, each as high as the row, from right to left; those not shown are empty.
+struct Marks {
+    QRect spinner, errors, updates, maintenance;
+    int begin = 0;  ///< the x at which they begin
+
+    Marks(const QRect& content, const QModelIndex& index) : begin(content.right()) {
+        const auto take = [&](QRect& mark, int width) {
+            mark = QRect(begin + 1 - width, content.top(), width, content.height());
+            begin -= width + Metrics::unit / 2;
+        };
+        if (index.data(ClientOutlineModel::SpinningRole).toBool()) take(spinner, smallSymbol);
+        const QString errorText = badgeText(index, ClientOutlineModel::ErrorCountRole);
+        if (!errorText.isEmpty()) take(errors, badgeWidth(errorText));
+        const QString updateText = badgeText(index, ClientOutlineModel::UpdateCountRole);
+        if (!updateText.isEmpty()) take(updates, badgeWidth(updateText));
+        if (index.data(ClientOutlineModel::MaintenanceRole).toBool()) take(maintenance, smallSymbol);
+    }
+};
+
+/// Returns the x at which the marks begin.
 int paintMarks(QPainter* painter, const QRect& content, const QModelIndex& index) {
     const ThemeColors& c = themeColors();
-    QRect rest = content;
-    const auto symbolRect = [&rest] {
-        QRectF square(rest.right() + 1 - smallSymbol, 0, smallSymbol, smallSymbol);
-        square.moveTop(rest.center().y() - smallSymbol / 2.0 + 0.5);
+    const Marks marks(content, index);
+    const auto symbolRect = [](const QRect& mark) {
+        QRectF square(mark.left(), 0, smallSymbol, smallSymbol);
+        square.moveTop(mark.center().y() - smallSymbol / 2.0 + 0.5);
         return square;
     };
-    if (index.data(ClientOutlineModel::SpinningRole).toBool()) {
-        paintSpinner(painter, symbolRect().adjusted(1, 1, -1, -1), spinnerPhase(), c.accent);
-        rest.setRight(rest.right() - smallSymbol - Metrics::unit / 2);
+    if (!marks.spinner.isEmpty()) {
+        const QRectF square = symbolRect(marks.spinner).adjusted(1, 1, -1, -1);
+        paintSpinner(painter, square, spinnerPhase(), c.accent);
     }
-    const int errors = index.data(ClientOutlineModel::ErrorCountRole).toInt();
-    if (errors > 0) {
-        const QString text = errors > 99 ? QStringLiteral("99+") : QString::number(errors);
+    if (!marks.errors.isEmpty()) {
         const QColor ground = blended(c.sidebar, c.bad, c.dark ? 0.28 : 0.16);
-        rest.setRight(rest.right() - paintBadge(painter, rest, text, ground, c.bad) - Metrics::unit / 2);
+        paintBadge(painter, marks.errors, badgeText(index, ClientOutlineModel::ErrorCountRole), ground,
+                   c.bad);
     }
-    if (index.data(ClientOutlineModel::MaintenanceRole).toBool()) {
-        paintSymbol(painter, symbolRect(), QStringLiteral("maintenance"), c.warning);
-        rest.setRight(rest.right() - smallSymbol - Metrics::unit / 2);
+    if (!marks.updates.isEmpty()) {
+        paintBadge(painter, marks.updates, badgeText(index, ClientOutlineModel::UpdateCountRole), c.accent,
+                   c.accentText);
     }
-    return rest.right();
+    if (!marks.maintenance.isEmpty())
+        paintSymbol(painter, symbolRect(marks.maintenance), QStringLiteral("maintenance"), c.warning);
+    return marks.begin;
 }
 
 void paintPicture(QPainter* painter, const QRect& square, const QModelIndex& index, const QColor& ground) {
@@ -145,12 +178,31 @@ void ClientRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
                               const QModelIndex& index) const {
     painter->save();
     const QColor ground = paintRowPatch(painter, option);
-    const QRect content = option.rect.adjusted(Metrics::unit * 2, 0, -Metrics::unit * 2, 0);
+    const QRect content = contentOf(option.rect);
     if (index.data(ClientOutlineModel::IsGroupRole).toBool())
         paintGroup(painter, content, index);
     else
         paintMachine(painter, content, index, ground);
     painter->restore();
+}
+
+QRect ClientRowDelegate::updateBadge(const QRect& row, const QModelIndex& index) {
+    return Marks(contentOf(row), index).updates;
+}
+
+bool ClientRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
+                                    const QStyleOptionViewItem& option, const QModelIndex& index) {
+    if (event->type() == QEvent::MouseButtonRelease) {
+        const auto* mouse = static_cast<const QMouseEvent*>(event);
+        const QVariant service = index.data(ClientOutlineModel::ServiceRole);
+        if (mouse->button() == Qt::LeftButton &&
+            updateBadge(option.rect, index).contains(mouse->position().toPoint())) {
+            VLNotificationCenter::defaultCenter().postNotification(QStringLiteral("VLTableBadgeClicked"), {},
+                                                                   {{QStringLiteral("service"), service}});
+            return true;
+        }
+    }
+    return QStyledItemDelegate::editorEvent(event, model, option, index);
 }
 
 QSize ClientRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {

@@ -2,7 +2,8 @@
 
 #include <QStyledItemDelegate>
 
-/// Paints the rows of the client list: picture with a mark of the connection, name, state, badges, spinner.
+/// Paints the rows of the client list: picture with a mark of the connection, name, state, badges, spinner. A
+/// click on the badge of software updates posts "VLTableBadgeClicked" with the client under "service".
 class ClientRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 public:
@@ -10,4 +11,10 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    /// Where the badge of software updates is in a row at `row`; empty when there is none.
+    [[nodiscard]] static QRect updateBadge(const QRect& row, const QModelIndex& index);
+
+protected:
+    bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                     const QModelIndex& index) override;
 };

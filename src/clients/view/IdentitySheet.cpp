@@ -27,7 +27,7 @@ QString twoLines(const QString& fingerprint) {
 
 }  // namespace
 
-IdentitySheet::IdentitySheet(const VLServicePtr& service, std::function<void()> acceptNew, QWidget* parent)
+IdentitySheet::IdentitySheet(const VLServicePtr& service, AcceptNew acceptNew, QWidget* parent)
     : Sheet(QStringLiteral("The identity of “%1” has changed").arg(service->name()),
             QStringLiteral(
                 "The computer shows another key than the one it was known by. That is so after its agent "
@@ -80,6 +80,6 @@ void IdentitySheet::accept() {
         showCertificate();
         return;
     }
-    m_acceptNew();
+    m_acceptNew(m_shown);
     Sheet::accept();
 }

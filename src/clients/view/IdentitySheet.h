@@ -12,8 +12,9 @@ class QLabel;
 class IdentitySheet : public Sheet {
     Q_OBJECT
 public:
-    /// `acceptNew` is called when the user has confirmed.
-    IdentitySheet(const VLServicePtr& service, std::function<void()> acceptNew, QWidget* parent);
+    /// Called when the user has confirmed, with the certificate whose fingerprint was shown.
+    using AcceptNew = std::function<void(const QByteArray& certificateShown)>;
+    IdentitySheet(const VLServicePtr& service, AcceptNew acceptNew, QWidget* parent);
 
     void accept() override;
 
@@ -21,7 +22,7 @@ private:
     void showCertificate();
 
     VLServicePtr m_service;
-    std::function<void()> m_acceptNew;
+    AcceptNew m_acceptNew;
     QByteArray m_shown;  ///< the certificate whose fingerprint is shown
     QLabel* m_fingerprint = nullptr;
     QCheckBox* m_compared = nullptr;

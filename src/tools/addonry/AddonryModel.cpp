@@ -1,6 +1,7 @@
 #include "tools/addonry/AddonryModel.h"
 
 #include "widgets/CellDelegate.h"
+#include "widgets/PlainText.h"
 
 #include <QVersionNumber>
 
@@ -218,7 +219,7 @@ QVariant AddonryModel::statusData(const VLPluginItem& plugin, int role) const {
         case Qt::DisplayRole:
             return statusText(plugin);
         case Qt::ToolTipRole:
-            return statusToolTip(plugin);
+            return literalText(statusToolTip(plugin));
         case Cell::ToneRole:
             return int(alike ? Cell::Tone::Secondary : Cell::Tone::Plain);
         case Cell::SymbolToneRole:
@@ -296,7 +297,7 @@ QVariant AddonryModel::childData(const QVariantMap& instance, bool missing, int 
         case Name:
             if (role == Qt::DisplayRole) return friendlyHost(instance);
             if (role == Cell::SymbolRole) return QStringLiteral("computer");
-            if (role == Qt::ToolTipRole) return hostName(instance);
+            if (role == Qt::ToolTipRole) return literalText(hostName(instance));
             if (role == Cell::ToneRole) return int(missing ? Cell::Tone::Secondary : Cell::Tone::Plain);
             return {};
         case Version:
@@ -316,8 +317,9 @@ QVariant AddonryModel::childData(const QVariantMap& instance, bool missing, int 
                 if (role == Cell::SymbolToneRole) return int(Cell::Tone::Warning);
                 return {};
             }
-            if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
-                return instance.value(QStringLiteral("fullPath"));
+            if (role == Qt::DisplayRole) return instance.value(QStringLiteral("fullPath"));
+            if (role == Qt::ToolTipRole)
+                return literalText(instance.value(QStringLiteral("fullPath")).toString());
             if (role == Cell::ToneRole) return int(Cell::Tone::Secondary);
             if (role == Cell::ElideMiddleRole) return true;
             return {};

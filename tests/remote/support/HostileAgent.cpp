@@ -28,7 +28,7 @@ namespace {
 
 constexpr unsigned int depthBeyondLimits = 20'000;
 constexpr size_t bytesBeyondLimit = 3 * 1024 * 1024;
-constexpr int blindCalls = 20'000;
+constexpr int blindCalls = 5'000;
 constexpr int heededCalls = 1'000;
 
 /// Sets the tag of a union to something that the schema does not have.
