@@ -189,7 +189,11 @@ public:
         return State::Absent;
     }
 
-    bool isBroken() const override { return avahi_client_get_state(client_.get()) == AVAHI_CLIENT_FAILURE; }
+    bool isBroken() const override {
+        // A daemon that was asked while it starts is in no state at all, and Avahi's client then hears no
+        // more of it.
+        return state() == State::Absent && avahi_client_get_state(client_.get()) != AVAHI_CLIENT_CONNECTING;
+    }
 
     QByteArray hostName() override { return QByteArray(avahi_client_get_host_name_fqdn(client_.get())); }
 

@@ -277,6 +277,7 @@ void ServiceConnectionTest::disconnectStays() {
     LoopbackAgent agent;
     const VLServicePtr client = fixture.manualClient(agent);
     QTRY_VERIFY(client->isConnected());
+    QTRY_COMPARE(agent.root->calls("fetchInitialConfiguration:"), 1);
 
     QElapsedTimer timer;
     timer.start();
@@ -335,6 +336,7 @@ void ServiceConnectionTest::changedKeyIsRefusedUntilAccepted() {
     LoopbackAgent agent;
     const VLServicePtr client = fixture.manualClient(agent);
     QTRY_VERIFY(client->isConnected());
+    QTRY_COMPARE(agent.root->calls("fetchInitialConfiguration:"), 1);
 
     agent.stop();
     agent.restart(otherAgentIdentity());

@@ -299,6 +299,5 @@ void UiModelsTest::toolListNamesEveryTool() {
     QCOMPARE(model.rowOf(QStringLiteral("none")), -1);
 }
 
-Q_DECLARE_METATYPE(VLPluginItem)
 ORLENDO_WIDGETS_TEST_MAIN(UiModelsTest)
 #include "ui_models_test.moc"

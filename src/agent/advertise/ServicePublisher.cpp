@@ -25,6 +25,8 @@ constexpr int maxTxtValueBytes = 240;  // key, "=" and value share 255 bytes
 // All agents of a machine would start cores of their own while its daemon is merely being restarted.
 constexpr auto embeddedDelay = 10000ms;
 constexpr auto retryDelay = 10000ms;
+// Three rounds of probing take two seconds; whoever hears nothing after this starts over.
+constexpr auto publishLimit = 15000ms;
 // Multicast DNS wants hosts to slow down when names go on colliding.
 constexpr int fastRenames = 15;
 constexpr auto renameDelay = 100ms;
@@ -144,10 +146,14 @@ private:
 
     bool publish(Part part) {
         const int error = add(part);
-        if (error == AVAHI_ERR_COLLISION)
+        if (error == AVAHI_ERR_COLLISION) {
             rename(part);
-        else if (error < 0)
+        } else if (error < 0) {
             fail(QString::fromUtf8(avahi_strerror(error)));
+        } else {
+            loop_.stopTimer(timer_);
+            timer_ = loop_.startTimer(publishLimit, [this] { publish(); });
+        }
         return error >= 0;
     }
 
@@ -202,10 +208,15 @@ private:
     }
 
     void established(Part part) {
+        // Reported again whenever an interface has come up.
         entries_[part].isEstablished = true;
-        if (part == Service)
+        if (part == Service) {
+            loop_.stopTimer(timer_);
             report({}, true);
-        else if (entries_[Port].isEstablished && (hostLabel_.isEmpty() || entries_[Host].isEstablished))
+            return;
+        }
+        if (!entries_[Service].group && entries_[Port].isEstablished &&
+            (hostLabel_.isEmpty() || entries_[Host].isEstablished))
             publish(Service);
     }
 
@@ -222,6 +233,7 @@ private:
             portName_ =
                 dnssd::toInstanceName(settings_.registeredName, portType);  // may be made from the host name
         report({});
+        loop_.stopTimer(timer_);
         const auto again = [this, part] { part == Service ? void(publish(Service)) : publish(); };
         timer_ = loop_.startTimer(++renames_ <= fastRenames ? renameDelay : slowRenameDelay, again);
     }
