@@ -7,17 +7,11 @@ namespace {
 constexpr qsizetype widestColumn = 60;
 constexpr auto columnGap = "  ";
 
-QString printable(QString text) {
-    for (QChar& character : text)
-        if (!character.isPrint() && !character.isSurrogate()) character = QLatin1Char('?');
-    return text;
-}
-
 QString line(const QStringList& cells, const QList<qsizetype>& widths) {
     QString text;
     for (qsizetype column = 0; column < cells.size(); ++column) {
         if (column > 0) text += QLatin1String(columnGap);
-        text += printable(cells.at(column)).leftJustified(widths.value(column));
+        text += printableText(cells.at(column)).leftJustified(widths.value(column));
     }
     while (text.endsWith(QLatin1Char(' ')))
         text.chop(1);
@@ -41,5 +35,11 @@ QString reportTable(const ToolReport& report) {
     QString text = line(report.header, widths) + line(rules, widths);
     for (const QStringList& row : report.rows)
         text += line(row, widths);
+    return text;
+}
+
+QString printableText(QString text) {
+    for (QChar& character : text)
+        if (!character.isPrint() && !character.isSurrogate()) character = QLatin1Char('?');
     return text;
 }

@@ -7,3 +7,6 @@
 /// The report as lines of aligned columns, the header first. Texts that come from clients cannot break the
 /// table or steer the terminal: control characters are shown as "?".
 [[nodiscard]] QString reportTable(const ToolReport& report);
+
+/// `text` with "?" for every control character: names and reasons come from other machines.
+[[nodiscard]] QString printableText(QString text);

@@ -2,6 +2,7 @@
 #include "app/BatchRun.h"
 #include "app/CommandLine.h"
 #include "app/ConsoleIdentity.h"
+#include "app/ReportTable.h"
 #include "app/SignalWatcher.h"
 #include "app/window/MainWindow.h"
 #include "clients/discovery/ServiceBrowser.h"
@@ -121,7 +122,7 @@ BatchRun::Output batchOutput(QWidget* window) {
     output.report = [](const QString& table) { print(stdout, table); };
     output.message = [](const QString& text) {
         VLLog::appendLog(QStringLiteral("%@"), text);
-        printLine(stderr, text);
+        printLine(stderr, printableText(text));
     };
     output.takePicture = [window](const QString& file) { return window && savePicture(*window, file); };
     return output;

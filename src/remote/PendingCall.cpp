@@ -31,18 +31,22 @@ void PendingCall::releaseParams() {
 }
 
 void PendingCall::finish(QVariant result) {
-    const std::lock_guard lock(m_mutex);
-    if (m_done) return;
-    m_result = std::move(result);
-    m_done = true;
-    m_ended.notify_all();
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_done) return;
+        m_result = std::move(result);
+        m_done = true;
+    }
+    m_ended.notify_all();  // after the lock, so that the woken thread doesn't run into it
 }
 
 void PendingCall::fail(VLException error) {
-    const std::lock_guard lock(m_mutex);
-    if (m_done) return;
-    m_error.emplace(std::move(error));
-    m_done = true;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_done) return;
+        m_error.emplace(std::move(error));
+        m_done = true;
+    }
     m_ended.notify_all();
 }
 

@@ -110,6 +110,7 @@ private Q_SLOTS:
                 lines[3].endsWith(QStringLiteral("  Grün")));
         QCOMPARE(lines[4], QString(100, QLatin1Char('x')));
         QCOMPARE(lines[5], QStringLiteral("short row"));
+        QCOMPARE(printableText(QStringLiteral("Bay\x07 1\u202e")), QStringLiteral("Bay? 1?"));
     }
 };
 
