@@ -75,7 +75,8 @@ openssl::Pointer<X509> selfSigned(EVP_PKEY* key, const QString& commonName) {
 
     addExtension(certificate.get(), NID_basic_constraints, "critical,CA:FALSE");
     addExtension(certificate.get(), NID_ext_key_usage, "serverAuth,clientAuth");
-    addExtension(certificate.get(), NID_subject_alt_name, QByteArray("DNS:").append(agentTlsHostName).constData());
+    addExtension(certificate.get(), NID_subject_alt_name,
+                 QByteArray("DNS:").append(agentTlsHostName).constData());
     // Tell apart the certificates of two consoles that have the same common name.
     addExtension(certificate.get(), NID_subject_key_identifier, "hash");
     addExtension(certificate.get(), NID_authority_key_identifier, "keyid:always");
