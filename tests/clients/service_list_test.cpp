@@ -153,7 +153,8 @@ void ServiceListTest::readersSeeWholeLists() {
     for (int reader = 0; reader < 3; ++reader) {
         VLThread::detach(QStringLiteral("reader"), [&] {
             while (!stop) {
-                for (const VLServicePtr& service : list.serviceArray())
+                const QList<VLServicePtr> services = list.serviceArray();
+                for (const VLServicePtr& service : services)
                     if (service->name().isEmpty()) ++faults;
                 const VLServicePtr found = list.serviceWithHostName(QStringLiteral("h7."));
                 if (found && found->name() != QStringLiteral("c7")) ++faults;

@@ -118,7 +118,6 @@ start_avahi() {
     daemon=$(PATH=$PATH:/usr/sbin:/sbin command -v avahi-daemon) || { say "no avahi-daemon here"; return 1; }
     cat >"$folder/avahi.conf" <<EOF
 [server]
-# A name of its own, so that it gets along with a daemon that runs on this machine already.
 host-name=orlendo-$$
 use-ipv4=yes
 use-ipv6=yes
@@ -127,6 +126,9 @@ disallow-other-stacks=no
 [wide-area]
 enable-wide-area=no
 [publish]
+# A second daemon on this machine would quarrel with this one over the name of 127.0.0.1. Programs that are run
+# here publish host names of their own.
+publish-addresses=no
 publish-hinfo=no
 publish-workstation=no
 publish-domain=no

@@ -131,7 +131,7 @@ void MainWindow::restoreLayout() {
     resize(1280, 800);
     restoreGeometry(defaults().objectForKey(geometryKey).toByteArray());
     if (!m_splitter->restoreState(defaults().objectForKey(splitterKey).toByteArray())) {
-        m_splitter->setSizes({256, 192, 832});
+        m_splitter->setSizes({256, 202, 822});
     }
     QString identifier = defaults().stringForKey(toolKey);
     if (m_tools->model()->rowOf(identifier) < 0) {

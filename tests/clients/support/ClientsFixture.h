@@ -8,6 +8,7 @@
 #include "foundation/VLThread.h"
 #include "support/TestEnvironment.h"
 
+#include <QCoreApplication>
 #include <QObject>
 #include <QTemporaryDir>
 
@@ -89,6 +90,7 @@ public:
         for (const VLServicePtr& service : std::as_const(m_services))
             service->invalidate(false);
         if (!VLThread::joinAll(20s)) qWarning("a client's thread is left behind");
+        QCoreApplication::processEvents();  // what they have posted speaks of this fixture
     }
 
     void apply() { VLService::setEnvironment(environment); }
