@@ -8,6 +8,8 @@
 #include <QAction>
 #include <QMenu>
 
+#include <functional>
+
 namespace {
 
 bool always(const VLService&) {
@@ -67,7 +69,8 @@ void ClientActions::addCommand(const QString& text, const char* symbol, const QS
                                Possible possible, Run run, bool startsGroup) {
     QAction* action = add(text, symbol, help, possible, startsGroup);
     connect(action, &QAction::triggered, this, [this, run] {
-        if (const VLServicePtr service = m_outline.singleSelectedService()) (m_controller.*run)(service);
+        if (const VLServicePtr service = m_outline.singleSelectedService())
+            std::invoke(run, m_controller, service);  // GCC 12 gets ".*" wrong here under UBSan
     });
 }
 
