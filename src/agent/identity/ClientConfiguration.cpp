@@ -51,16 +51,16 @@ void addUpdateCount(const AgentContext& agent, QVariantMap& configuration) {
 }
 
 /// Of the machine that this program runs on; only meant when the disk is that machine's own.
-void addOwnHardware(QVariantMap& specs) {
+void addOwnHardware(QVariantMap& facts) {
     struct sysinfo memory {};
     if (sysinfo(&memory) == 0) {
-        specs.insert(QStringLiteral("memoryBytes"),
+        facts.insert(QStringLiteral("memoryBytes"),
                      static_cast<qlonglong>(memory.totalram) * static_cast<qlonglong>(memory.mem_unit));
     }
-    specs.insert(QStringLiteral("processorCount"), qlonglong(QThread::idealThreadCount()));
-    specs.insert(QStringLiteral("processor"), QSysInfo::currentCpuArchitecture());
-    specs.insert(QStringLiteral("systemName"), QSysInfo::prettyProductName());
-    specs.insert(QStringLiteral("systemVersion"), QSysInfo::kernelVersion());
+    facts.insert(QStringLiteral("processorCount"), qlonglong(QThread::idealThreadCount()));
+    facts.insert(QStringLiteral("processor"), QSysInfo::currentCpuArchitecture());
+    facts.insert(QStringLiteral("systemName"), QSysInfo::prettyProductName());
+    facts.insert(QStringLiteral("systemVersion"), QSysInfo::kernelVersion());
 }
 
 }  // namespace
@@ -85,21 +85,21 @@ QVariantMap ClientConfiguration::current(const AgentContext& agent) {
 }
 
 QVariantMap ClientConfiguration::systemSpecs(const AgentContext& agent) {
-    QVariantMap specs = readState(agent, "machine.plist");
-    if (specs.isEmpty() && agent.tree.rootPath() == u"/") addOwnHardware(specs);
+    QVariantMap facts = readState(agent, "machine.plist");
+    if (facts.isEmpty() && agent.tree.rootPath() == u"/") addOwnHardware(facts);
     const QVariantMap system =
         agent.tree.readPropertyList(QStringLiteral("/System/Library/CoreServices/SystemVersion.plist"));
     for (const auto& [key, source] :
          {std::pair{"systemName", "ProductName"}, std::pair{"systemVersion", "ProductVersion"},
           std::pair{"systemBuild", "ProductBuildVersion"}}) {
         const QVariant value = system.value(QLatin1String(source));
-        if (value.typeId() == QMetaType::QString) specs.insert(QLatin1String(key), value);
+        if (value.typeId() == QMetaType::QString) facts.insert(QLatin1String(key), value);
     }
-    specs.insert(QStringLiteral("name"), agent.settings.name);
-    specs.insert(QStringLiteral("hostName"), agent.hostName.get());
-    specs.insert(QStringLiteral("model"), agent.settings.model);
-    specs.insert(QStringLiteral("consoleUser"), agent.consoleUser());
-    return specs;
+    facts.insert(QStringLiteral("name"), agent.settings.name);
+    facts.insert(QStringLiteral("hostName"), agent.hostName.get());
+    facts.insert(QStringLiteral("model"), agent.settings.model);
+    facts.insert(QStringLiteral("consoleUser"), agent.consoleUser());
+    return facts;
 }
 
 void ClientConfiguration::markCrashReported(const AgentContext& agent, const QString& logName) {
