@@ -3,6 +3,10 @@
 #include "system/VLException.h"
 
 #include <QObject>
+#include <QSocketNotifier>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -26,11 +30,21 @@ struct Call {
     bool hasWaiter = false;
 };
 
+/// Wakes the main thread's event loop. Through a descriptor of its own: the list of events that Qt would post
+/// to is moved about under a lock that ThreadSanitizer doesn't see.
 class Drainer : public QObject {
-    Q_OBJECT
-
 public:
-    Q_INVOKABLE void drain();
+    Drainer();
+    ~Drainer() override { ::close(m_event); }
+    Q_DISABLE_COPY_MOVE(Drainer)
+
+    void wake() { ::eventfd_write(m_event, 1); }
+
+private:
+    void drain();
+
+    const int m_event = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    QSocketNotifier m_notifier{m_event, QSocketNotifier::Read};
 };
 
 struct Queue {
@@ -43,12 +57,11 @@ struct Queue {
     std::atomic<bool> quitting = false;
     std::atomic<std::thread::id> mainThread{};
 
-    // Called with the mutex held: the drain takes the same mutex before Qt frees the event, which orders
-    // the event's memory between the two threads.
+    // Called with the mutex held.
     void wake() {
         if (wakePending || !drainer) return;
         wakePending = true;
-        QMetaObject::invokeMethod(drainer.get(), "drain", Qt::QueuedConnection);
+        drainer->wake();
     }
 };
 
@@ -114,8 +127,16 @@ void runQueued() {
     }
 }
 
+Drainer::Drainer() {
+    if (m_event < 0)
+        throw VLException(VLException::generic, QStringLiteral("There are too many open files."));
+    connect(&m_notifier, &QSocketNotifier::activated, this, &Drainer::drain);
+}
+
 void Drainer::drain() {
     {
+        eventfd_t count = 0;
+        ::eventfd_read(m_event, &count);
         const std::lock_guard lock(queue().mutex);
         queue().wakePending = false;
     }
@@ -216,5 +237,3 @@ bool MainThread::waitUntil(const std::function<bool()>& condition, std::chrono::
         q.posted.wait_for(lock, pause, [&] { return !q.calls.empty(); });
     }
 }
-
-#include "MainThread.moc"

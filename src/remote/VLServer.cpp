@@ -53,6 +53,8 @@ struct VLServer::Private {
 
 VLServer::VLServer(std::shared_ptr<VLRootObject> root, VLServerOptions options)
     : d(std::make_unique<Private>()) {
+    // Qt's type registry has a lock of its own, but one that ThreadSanitizer doesn't see.
+    qRegisterMetaType<VLRemoteCallbackPtr>();
     // What is wrong with the key pair shows here, not at the first connection.
     (void)TlsSettings::server(options.identity, {});
     d->root = std::move(root);
