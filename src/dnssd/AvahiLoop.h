@@ -47,13 +47,13 @@ private:
     [[nodiscard]] int waitingTime(Clock::time_point deadline) const;
     static void drainWakeUps(AvahiWatch*, int fd, AvahiWatchEvent, void*);
 
-    std::unique_ptr<AvahiSimplePoll, void (*)(AvahiSimplePoll*)> poll_;
-    int wakeFd_ = -1;
-    AvahiWatch* wakeWatch_ = nullptr;
-    std::atomic<bool> woken_ = false;
-    std::vector<std::function<void()>> posted_;
-    std::map<TimerId, Timer> timers_;
-    TimerId lastTimer_ = 0;
+    std::unique_ptr<AvahiSimplePoll, void (*)(AvahiSimplePoll*)> m_poll;
+    int m_wakeFd = -1;
+    AvahiWatch* m_wakeWatch = nullptr;
+    std::atomic<bool> m_woken = false;
+    std::vector<std::function<void()>> m_posted;
+    std::map<TimerId, Timer> m_timers;
+    TimerId m_lastTimer = 0;
 };
 
 }  // namespace dnssd

@@ -40,16 +40,16 @@ std::vector<AvahiIfIndex> publishingInterfaces(const QStringList& allowed) {
 class DaemonServiceBrowser final : public Operation {
 public:
     DaemonServiceBrowser(const QStringList& allowed, ServiceSink sink)
-        : allowed_(allowed), sink_(std::move(sink)) {}
+        : m_allowed(allowed), m_sink(std::move(sink)) {}
     ~DaemonServiceBrowser() override {
-        if (browser_) avahi_service_browser_free(browser_);
+        if (m_browser) avahi_service_browser_free(m_browser);
     }
 
     bool start(AvahiClient* client, const QByteArray& type, const QByteArray& domain) {
-        browser_ =
-            avahi_service_browser_new(client, browsingInterface(allowed_), AVAHI_PROTO_UNSPEC,
+        m_browser =
+            avahi_service_browser_new(client, browsingInterface(m_allowed), AVAHI_PROTO_UNSPEC,
                                       type.constData(), orNull(domain), AvahiLookupFlags{}, &report, this);
-        return browser_ != nullptr;
+        return m_browser != nullptr;
     }
 
 private:
@@ -60,29 +60,29 @@ private:
         const auto what = toBrowseEvent(event);
         if (!what) return;
         const bool isItem = *what == BrowseEvent::Added || *what == BrowseEvent::Removed;
-        if (isItem && !isAllowedInterface(browser->allowed_, interface)) return;
-        browser->sink_(
+        if (isItem && !isAllowedInterface(browser->m_allowed, interface)) return;
+        browser->m_sink(
             {*what, {interface, protocol}, QByteArray(name), QByteArray(type), QByteArray(domain)});
     }
 
-    QStringList allowed_;
-    ServiceSink sink_;
-    AvahiServiceBrowser* browser_ = nullptr;
+    QStringList m_allowed;
+    ServiceSink m_sink;
+    AvahiServiceBrowser* m_browser = nullptr;
 };
 
 class DaemonRecordBrowser final : public Operation {
 public:
     DaemonRecordBrowser(const QStringList& allowed, RecordSink sink)
-        : allowed_(allowed), sink_(std::move(sink)) {}
+        : m_allowed(allowed), m_sink(std::move(sink)) {}
     ~DaemonRecordBrowser() override {
-        if (browser_) avahi_record_browser_free(browser_);
+        if (m_browser) avahi_record_browser_free(m_browser);
     }
 
     bool start(AvahiClient* client, const QByteArray& name, quint16 recordType) {
-        browser_ = avahi_record_browser_new(client, browsingInterface(allowed_), AVAHI_PROTO_UNSPEC,
-                                            name.constData(), AVAHI_DNS_CLASS_IN, recordType,
-                                            AVAHI_LOOKUP_USE_MULTICAST, &report, this);
-        return browser_ != nullptr;
+        m_browser = avahi_record_browser_new(client, browsingInterface(m_allowed), AVAHI_PROTO_UNSPEC,
+                                             name.constData(), AVAHI_DNS_CLASS_IN, recordType,
+                                             AVAHI_LOOKUP_USE_MULTICAST, &report, this);
+        return m_browser != nullptr;
     }
 
 private:
@@ -93,40 +93,40 @@ private:
         const auto what = toBrowseEvent(event);
         if (!what) return;
         if (*what != BrowseEvent::Added && *what != BrowseEvent::Removed) {
-            browser->sink_({*what, {interface, protocol}, nullptr});
+            browser->m_sink({*what, {interface, protocol}, nullptr});
             return;
         }
-        if (!isAllowedInterface(browser->allowed_, interface)) return;
+        if (!isAllowedInterface(browser->m_allowed, interface)) return;
         // The daemon hands out the record as it was on the wire.
         const std::unique_ptr<AvahiRecord, void (*)(AvahiRecord*)> record(
             avahi_record_new_full(name, recordClass, recordType, 0), &avahi_record_unref);
         if (!record || avahi_rdata_parse(record.get(), data, size) < 0) return;
-        browser->sink_({*what, {interface, protocol}, record.get()});
+        browser->m_sink({*what, {interface, protocol}, record.get()});
     }
 
-    QStringList allowed_;
-    RecordSink sink_;
-    AvahiRecordBrowser* browser_ = nullptr;
+    QStringList m_allowed;
+    RecordSink m_sink;
+    AvahiRecordBrowser* m_browser = nullptr;
 };
 
 class DaemonEntryGroup final : public EntryGroup {
 public:
     DaemonEntryGroup(const QStringList& allowed, StateSink sink)
-        : interfaces_(publishingInterfaces(allowed)), sink_(std::move(sink)) {}
+        : m_interfaces(publishingInterfaces(allowed)), m_sink(std::move(sink)) {}
     ~DaemonEntryGroup() override {
-        if (group_) avahi_entry_group_free(group_);
+        if (m_group) avahi_entry_group_free(m_group);
     }
 
     bool start(AvahiClient* client) {
-        group_ = avahi_entry_group_new(client, &report, this);
-        return group_ != nullptr;
+        m_group = avahi_entry_group_new(client, &report, this);
+        return m_group != nullptr;
     }
 
     int addService(const QByteArray& name, const char* type, const QByteArray& host, quint16 port,
                    const TxtRecord& txt) override {
         const StringList list = toStringList(txt);
         return onEachInterface([&](AvahiIfIndex interface) {
-            return avahi_entry_group_add_service_strlst(group_, interface, AVAHI_PROTO_UNSPEC,
+            return avahi_entry_group_add_service_strlst(m_group, interface, AVAHI_PROTO_UNSPEC,
                                                         AvahiPublishFlags{}, name.constData(), type, nullptr,
                                                         orNull(host), port, list.get());
         });
@@ -137,46 +137,46 @@ public:
         if (!avahi_address_parse(text.constData(), AVAHI_PROTO_UNSPEC, &address))
             return AVAHI_ERR_INVALID_ADDRESS;
         return onEachInterface([&](AvahiIfIndex interface) {
-            return avahi_entry_group_add_address(group_, interface, AVAHI_PROTO_UNSPEC,
+            return avahi_entry_group_add_address(m_group, interface, AVAHI_PROTO_UNSPEC,
                                                  AVAHI_PUBLISH_NO_REVERSE, host.constData(), &address);
         });
     }
 
-    int commit() override { return avahi_entry_group_commit(group_); }
+    int commit() override { return avahi_entry_group_commit(m_group); }
 
 private:
     template <typename Add>
     int onEachInterface(Add add) {
-        if (interfaces_.empty()) return AVAHI_ERR_INVALID_INTERFACE;
-        for (const AvahiIfIndex interface : interfaces_)
+        if (m_interfaces.empty()) return AVAHI_ERR_INVALID_INTERFACE;
+        for (const AvahiIfIndex interface : m_interfaces)
             if (const int error = add(interface); error < 0) return error;
         return AVAHI_OK;
     }
 
     static void report(AvahiEntryGroup*, AvahiEntryGroupState state, void* self) {
-        static_cast<DaemonEntryGroup*>(self)->sink_(toGroupState(state));
+        static_cast<DaemonEntryGroup*>(self)->m_sink(toGroupState(state));
     }
 
-    std::vector<AvahiIfIndex> interfaces_;
-    StateSink sink_;
-    AvahiEntryGroup* group_ = nullptr;
+    std::vector<AvahiIfIndex> m_interfaces;
+    StateSink m_sink;
+    AvahiEntryGroup* m_group = nullptr;
 };
 
 class DaemonBackend final : public Backend {
 public:
     DaemonBackend(const BackendSettings& settings, std::function<void()> stateChanged)
-        : settings_(settings), stateChanged_(std::move(stateChanged)) {}
+        : m_settings(settings), m_stateChanged(std::move(stateChanged)) {}
 
     bool connect(AvahiLoop& loop) {
         int error = 0;
-        client_.reset(avahi_client_new(loop.pollApi(), AVAHI_CLIENT_NO_FAIL, &report, this, &error));
-        return client_ != nullptr;
+        m_client.reset(avahi_client_new(loop.pollApi(), AVAHI_CLIENT_NO_FAIL, &report, this, &error));
+        return m_client != nullptr;
     }
 
     BackendKind kind() const override { return BackendKind::Daemon; }
 
     State state() const override {
-        switch (avahi_client_get_state(client_.get())) {
+        switch (avahi_client_get_state(m_client.get())) {
             case AVAHI_CLIENT_S_RUNNING:
                 return State::Running;
             case AVAHI_CLIENT_S_REGISTERING:
@@ -192,44 +192,44 @@ public:
     bool isBroken() const override {
         // A daemon that was asked while it starts is in no state at all, and Avahi's client then hears no
         // more of it.
-        return state() == State::Absent && avahi_client_get_state(client_.get()) != AVAHI_CLIENT_CONNECTING;
+        return state() == State::Absent && avahi_client_get_state(m_client.get()) != AVAHI_CLIENT_CONNECTING;
     }
 
-    QByteArray hostName() override { return QByteArray(avahi_client_get_host_name_fqdn(client_.get())); }
+    QByteArray hostName() override { return QByteArray(avahi_client_get_host_name_fqdn(m_client.get())); }
 
     std::unique_ptr<Operation> browseServices(const QByteArray& type, const QByteArray& domain,
                                               ServiceSink sink) override {
-        auto browser = std::make_unique<DaemonServiceBrowser>(settings_.interfaces, std::move(sink));
-        if (!browser->start(client_.get(), type, domain)) return nullptr;
+        auto browser = std::make_unique<DaemonServiceBrowser>(m_settings.interfaces, std::move(sink));
+        if (!browser->start(m_client.get(), type, domain)) return nullptr;
         return browser;
     }
 
     std::unique_ptr<Operation> browseRecords(const QByteArray& name, quint16 recordType,
                                              RecordSink sink) override {
-        auto browser = std::make_unique<DaemonRecordBrowser>(settings_.interfaces, std::move(sink));
-        if (!browser->start(client_.get(), name, recordType)) return nullptr;
+        auto browser = std::make_unique<DaemonRecordBrowser>(m_settings.interfaces, std::move(sink));
+        if (!browser->start(m_client.get(), name, recordType)) return nullptr;
         return browser;
     }
 
     std::unique_ptr<EntryGroup> createGroup(EntryGroup::StateSink sink) override {
-        auto group = std::make_unique<DaemonEntryGroup>(settings_.interfaces, std::move(sink));
-        if (!group->start(client_.get())) return nullptr;
+        auto group = std::make_unique<DaemonEntryGroup>(m_settings.interfaces, std::move(sink));
+        if (!group->start(m_client.get())) return nullptr;
         return group;
     }
 
     QString lastError() const override {
-        return QString::fromUtf8(avahi_strerror(avahi_client_errno(client_.get())));
+        return QString::fromUtf8(avahi_strerror(avahi_client_errno(m_client.get())));
     }
 
 private:
     // Called for the first time from within avahi_client_new(), so the client isn't looked at here.
     static void report(AvahiClient*, AvahiClientState, void* self) {
-        static_cast<DaemonBackend*>(self)->stateChanged_();
+        static_cast<DaemonBackend*>(self)->m_stateChanged();
     }
 
-    BackendSettings settings_;
-    std::function<void()> stateChanged_;
-    Client client_{nullptr, &avahi_client_free};
+    BackendSettings m_settings;
+    std::function<void()> m_stateChanged;
+    Client m_client{nullptr, &avahi_client_free};
 };
 
 }  // namespace

@@ -13,10 +13,10 @@ constexpr auto reviewInterval = 2000ms;
 }
 
 Stack::Stack(AvahiLoop& loop, Settings settings, Delegate delegate)
-    : loop_(loop), settings_(std::move(settings)), delegate_(std::move(delegate)) {}
+    : m_loop(loop), m_settings(std::move(settings)), m_delegate(std::move(delegate)) {}
 
 Stack::~Stack() {
-    loop_.stopTimer(timer_);
+    m_loop.stopTimer(m_timer);
     use(nullptr);
 }
 
@@ -25,11 +25,11 @@ void Stack::start() {
 }
 
 void Stack::review() {
-    loop_.stopTimer(timer_);
+    m_loop.stopTimer(m_timer);
     reviewDaemon();
     if (daemonAnswers()) {
-        use(canUse(*daemon_) ? daemon_.get() : nullptr);
-        embedded_.reset();
+        use(canUse(*m_daemon) ? m_daemon.get() : nullptr);
+        m_embedded.reset();
         return;  // the next change comes as an event
     }
     reviewEmbedded();
@@ -38,57 +38,58 @@ void Stack::review() {
 }
 
 void Stack::reviewDaemon() {
-    if (daemon_ && daemon_->isBroken()) {
-        if (current_ == daemon_.get()) {
+    if (m_daemon && m_daemon->isBroken()) {
+        if (m_current == m_daemon.get()) {
             use(nullptr);
-            embeddedNotBefore_ = AvahiLoop::Clock::now() + settings_.embeddedDelay;
+            m_embeddedNotBefore = AvahiLoop::Clock::now() + m_settings.embeddedDelay;
         }
-        daemon_.reset();
+        m_daemon.reset();
     }
-    if (!daemon_) daemon_ = connectDaemon(loop_, settings_.backend, stateObserver());
+    if (!m_daemon) m_daemon = connectDaemon(m_loop, m_settings.backend, stateObserver());
 }
 
 void Stack::reviewEmbedded() {
-    const bool isUsable = hasUsableInterface(settings_.backend.interfaces);
-    if (embedded_ && (embedded_->isBroken() || !isUsable)) {
+    const bool isUsable = hasUsableInterface(m_settings.backend.interfaces);
+    if (m_embedded && (m_embedded->isBroken() || !isUsable)) {
         use(nullptr);
-        embedded_.reset();
+        m_embedded.reset();
     }
-    const bool isDue = AvahiLoop::Clock::now() >= embeddedNotBefore_;
-    if (!embedded_ && isUsable && isDue) embedded_ = startEmbedded(loop_, settings_.backend, stateObserver());
-    use(embedded_ && canUse(*embedded_) ? embedded_.get() : nullptr);
+    const bool isDue = AvahiLoop::Clock::now() >= m_embeddedNotBefore;
+    if (!m_embedded && isUsable && isDue)
+        m_embedded = startEmbedded(m_loop, m_settings.backend, stateObserver());
+    use(m_embedded && canUse(*m_embedded) ? m_embedded.get() : nullptr);
 }
 
 void Stack::use(Backend* backend) {
-    if (backend == current_) return;
-    if (current_) {
-        current_ = nullptr;
-        delegate_.lost();
+    if (backend == m_current) return;
+    if (m_current) {
+        m_current = nullptr;
+        m_delegate.lost();
     }
-    current_ = backend;
-    if (current_) delegate_.ready(*current_);
+    m_current = backend;
+    if (m_current) m_delegate.ready(*m_current);
 }
 
 void Stack::reviewLater(std::chrono::milliseconds delay) {
-    timer_ = loop_.startTimer(delay, [this] { review(); });
+    m_timer = m_loop.startTimer(delay, [this] { review(); });
 }
 
 bool Stack::daemonAnswers() const {
-    return daemon_ && daemon_->state() != Backend::State::Absent;
+    return m_daemon && m_daemon->state() != Backend::State::Absent;
 }
 
 bool Stack::hasCandidate() const {
-    return daemonAnswers() || embedded_;
+    return daemonAnswers() || m_embedded;
 }
 
 bool Stack::canUse(const Backend& backend) const {
     const Backend::State state = backend.state();
-    return settings_.mustPublish ? state == Backend::State::Running : state != Backend::State::Absent;
+    return m_settings.mustPublish ? state == Backend::State::Running : state != Backend::State::Absent;
 }
 
 std::function<void()> Stack::stateObserver() {
-    return [this, alive = std::weak_ptr(alive_)] {
-        loop_.post([this, alive] {
+    return [this, alive = std::weak_ptr(m_alive)] {
+        m_loop.post([this, alive] {
             if (!alive.expired()) review();
         });
     };

@@ -35,10 +35,10 @@ public:
 
     /// Looks for a back end at once; ready() may be called from here.
     void start();
-    [[nodiscard]] Backend* backend() const { return current_; }
+    [[nodiscard]] Backend* backend() const { return m_current; }
     /// Some back end is there, though it may not be ready to publish yet.
     [[nodiscard]] bool hasCandidate() const;
-    [[nodiscard]] BackendKind kind() const { return current_ ? current_->kind() : BackendKind::None; }
+    [[nodiscard]] BackendKind kind() const { return m_current ? m_current->kind() : BackendKind::None; }
 
 private:
     void review();
@@ -50,15 +50,15 @@ private:
     [[nodiscard]] bool canUse(const Backend& backend) const;
     [[nodiscard]] std::function<void()> stateObserver();
 
-    AvahiLoop& loop_;
-    const Settings settings_;
-    const Delegate delegate_;
-    const std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
-    std::unique_ptr<Backend> daemon_;
-    std::unique_ptr<Backend> embedded_;
-    Backend* current_ = nullptr;
-    AvahiLoop::Clock::time_point embeddedNotBefore_{};
-    AvahiLoop::TimerId timer_ = 0;
+    AvahiLoop& m_loop;
+    const Settings m_settings;
+    const Delegate m_delegate;
+    const std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    std::unique_ptr<Backend> m_daemon;
+    std::unique_ptr<Backend> m_embedded;
+    Backend* m_current = nullptr;
+    AvahiLoop::Clock::time_point m_embeddedNotBefore{};
+    AvahiLoop::TimerId m_timer = 0;
 };
 
 }  // namespace dnssd

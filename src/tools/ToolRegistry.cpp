@@ -42,8 +42,7 @@ const QList<Tool>& toolRegistry() {
         listed("routemark", "Routemark", "Edit and synchronise media and scratch paths"),
         listed("hostbench", "Hostbench", "Trash caches and set up applications"),
         listed("applications", "Corvalin Applications", "Launch and quit the applications of the suite"),
-        listed("studio", "Final Cut Studio Applications",
-               "Launch, quit and force-quit the editing applications"),
+        listed("studio", "Final Cut Studio", "Launch, quit and force-quit the editing applications"),
         listed("clientsettings", "Client Settings", "Change the settings of the agents"),
     };
     return tools;

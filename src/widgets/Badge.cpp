@@ -35,32 +35,34 @@ int paintBadge(QPainter* painter, const QRect& rect, const QString& text, const 
     return width;
 }
 
-CornerBadge::CornerBadge(QWidget* target) : QWidget(target) {
+EndBadge::EndBadge(QWidget* target) : QWidget(target) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     target->installEventFilter(this);
     hide();
 }
 
-void CornerBadge::setCount(int count) {
+void EndBadge::setCount(int count) {
     m_count = count;
     setVisible(count > 0);
+    const QSize hint = parentWidget()->sizeHint();
+    parentWidget()->setMinimumWidth(count > 0 ? hint.width() + badgeWidth(QString::number(count)) : 0);
     place();
     update();
 }
 
-void CornerBadge::place() {
+void EndBadge::place() {
     const QString text = QString::number(m_count);
     const int height = QFontMetrics(badgeFont()).height() + 4;
     resize(badgeWidth(text), height);
-    move(parentWidget()->width() - width() - 1, 1);
+    move(parentWidget()->width() - width() - Metrics::unit / 2, (parentWidget()->height() - height) / 2);
 }
 
-void CornerBadge::paintEvent(QPaintEvent*) {
+void EndBadge::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     paintBadge(&painter, rect(), QString::number(m_count), themeColors().accent, themeColors().accentText);
 }
 
-bool CornerBadge::eventFilter(QObject* watched, QEvent* event) {
+bool EndBadge::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Resize) place();
     return QWidget::eventFilter(watched, event);
 }

@@ -12,11 +12,11 @@ int paintBadge(QPainter* painter, const QRect& rect, const QString& text, const 
                const QColor& color);
 [[nodiscard]] int badgeWidth(const QString& text);
 
-/// A count laid over the corner of another widget; hidden while the count is 0.
-class CornerBadge : public QWidget {
+/// A count at the right end of a button, which makes room for it; hidden while the count is 0.
+class EndBadge : public QWidget {
     Q_OBJECT
 public:
-    explicit CornerBadge(QWidget* target);
+    explicit EndBadge(QWidget* target);
     void setCount(int count);
     [[nodiscard]] int count() const { return m_count; }
 

@@ -72,18 +72,18 @@ ServicePublisher::Backend toBackend(dnssd::BackendKind kind) {
 class ServicePublisher::Worker {
 public:
     Worker(Settings settings, StateCallback stateChanged)
-        : settings_(std::move(settings)), stateChanged_(std::move(stateChanged)) {}
+        : m_settings(std::move(settings)), m_stateChanged(std::move(stateChanged)) {}
 
     ~Worker() { stop(); }
 
     void start() {
-        if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+        if (!m_thread.joinable()) m_thread = std::thread([this] { run(); });
     }
 
     void stop() {
-        isStopping_ = true;
-        loop_.wake();
-        if (thread_.joinable()) thread_.join();
+        m_isStopping = true;
+        m_loop.wake();
+        if (m_thread.joinable()) m_thread.join();
     }
 
 private:
@@ -96,21 +96,21 @@ private:
     };
 
     void run() {
-        stack_ = std::make_unique<dnssd::Stack>(
-            loop_, stackSettings(settings_),
+        m_stack = std::make_unique<dnssd::Stack>(
+            m_loop, stackSettings(m_settings),
             dnssd::Stack::Delegate{.ready = [this](dnssd::Backend&) { begin(); }, .lost = [this] { end(); }});
-        stack_->start();
-        if (!stack_->backend()) report({});
-        while (!isStopping_)
-            loop_.serveUntil(dnssd::AvahiLoop::Clock::now() + 1h);
-        stack_.reset();
+        m_stack->start();
+        if (!m_stack->backend()) report({});
+        while (!m_isStopping)
+            m_loop.serveUntil(dnssd::AvahiLoop::Clock::now() + 1h);
+        m_stack.reset();
     }
 
     void begin() {
-        hostLabel_ = toHostLabel(settings_.hostName);
-        portName_ = dnssd::toInstanceName(settings_.registeredName, portType);
-        serviceName_ = dnssd::toInstanceName(settings_.name, serviceType);
-        renames_ = 0;
+        m_hostLabel = toHostLabel(m_settings.hostName);
+        m_portName = dnssd::toInstanceName(m_settings.registeredName, portType);
+        m_serviceName = dnssd::toInstanceName(m_settings.name, serviceType);
+        m_renames = 0;
         publish();
     }
 
@@ -120,13 +120,13 @@ private:
     }
 
     void drop(Part part) {
-        ++entries_[part].generation;
-        entries_[part].group.reset();
-        entries_[part].isEstablished = false;
+        ++m_entries[part].generation;
+        m_entries[part].group.reset();
+        m_entries[part].isEstablished = false;
     }
 
     void withdraw() {
-        loop_.stopTimer(timer_);
+        m_loop.stopTimer(m_timer);
         for (const Part part : {Service, Port, Host})
             drop(part);
     }
@@ -136,12 +136,12 @@ private:
     void publish() {
         withdraw();
         if (!backend()) return;
-        hostName_ = ownHostName(backend()->hostName());
-        if (portName_.isEmpty())
-            portName_ = dnssd::toInstanceName(
-                QStringLiteral("CorvalinNetClient - %1.").arg(QString::fromUtf8(hostName_)), portType);
+        m_hostName = ownHostName(backend()->hostName());
+        if (m_portName.isEmpty())
+            m_portName = dnssd::toInstanceName(
+                QStringLiteral("CorvalinNetClient - %1.").arg(QString::fromUtf8(m_hostName)), portType);
         report({});
-        if (hostLabel_.isEmpty() || publish(Host)) publish(Port);
+        if (m_hostLabel.isEmpty() || publish(Host)) publish(Port);
     }
 
     bool publish(Part part) {
@@ -151,18 +151,18 @@ private:
         } else if (error < 0) {
             fail(QString::fromUtf8(avahi_strerror(error)));
         } else {
-            loop_.stopTimer(timer_);
-            timer_ = loop_.startTimer(publishLimit, [this] { publish(); });
+            m_loop.stopTimer(m_timer);
+            m_timer = m_loop.startTimer(publishLimit, [this] { publish(); });
         }
         return error >= 0;
     }
 
     int add(Part part) {
-        Entry& entry = entries_[part];
+        Entry& entry = m_entries[part];
         auto group = backend()->createGroup(
             [this, part, generation = entry.generation](dnssd::EntryGroup::State state) {
-                loop_.post([this, part, generation, state] {
-                    if (generation == entries_[part].generation) groupChanged(part, state);
+                m_loop.post([this, part, generation, state] {
+                    if (generation == m_entries[part].generation) groupChanged(part, state);
                 });
             });
         if (!group) return AVAHI_ERR_FAILURE;
@@ -172,25 +172,25 @@ private:
     }
 
     int fill(Part part, dnssd::EntryGroup& group) {
-        const QByteArray host = hostLabel_.isEmpty() ? QByteArray() : hostName_;
+        const QByteArray host = m_hostLabel.isEmpty() ? QByteArray() : m_hostName;
         switch (part) {
             case Host:
-                for (const QString& address : settings_.hostAddresses)
-                    if (const int error = group.addAddress(hostName_, address.toLatin1()); error < 0)
+                for (const QString& address : m_settings.hostAddresses)
+                    if (const int error = group.addAddress(m_hostName, address.toLatin1()); error < 0)
                         return error;
                 return AVAHI_OK;
             case Port:
-                return group.addService(portName_, portType, host, settings_.port, {});
+                return group.addService(m_portName, portType, host, m_settings.port, {});
             case Service:
-                return group.addService(serviceName_, serviceType, host, settings_.port, txtRecord());
+                return group.addService(m_serviceName, serviceType, host, m_settings.port, txtRecord());
         }
         return AVAHI_ERR_INVALID_ARGUMENT;
     }
 
     dnssd::TxtRecord txtRecord() const {
-        dnssd::TxtRecord txt{{"name", portName_}};
-        if (!settings_.model.isEmpty())
-            txt.append({"model", dnssd::toLabel(settings_.model, maxTxtValueBytes)});
+        dnssd::TxtRecord txt{{"name", m_portName}};
+        if (!m_settings.model.isEmpty())
+            txt.append({"model", dnssd::toLabel(m_settings.model, maxTxtValueBytes)});
         return txt;
     }
 
@@ -209,19 +209,19 @@ private:
 
     void established(Part part) {
         // Reported again whenever an interface has come up.
-        entries_[part].isEstablished = true;
+        m_entries[part].isEstablished = true;
         if (part == Service) {
-            loop_.stopTimer(timer_);
+            m_loop.stopTimer(m_timer);
             report({}, true);
             return;
         }
-        if (!entries_[Service].group && entries_[Port].isEstablished &&
-            (hostLabel_.isEmpty() || entries_[Host].isEstablished))
+        if (!m_entries[Service].group && m_entries[Port].isEstablished &&
+            (m_hostLabel.isEmpty() || m_entries[Host].isEstablished))
             publish(Service);
     }
 
     void rename(Part part) {
-        QByteArray& name = part == Host ? hostLabel_ : part == Port ? portName_ : serviceName_;
+        QByteArray& name = part == Host ? m_hostLabel : part == Port ? m_portName : m_serviceName;
         name = fromAvahi(part == Host ? avahi_alternative_host_name(name.constData())
                                       : avahi_alternative_service_name(name.constData()));
         // Host and port name appear in the records of the service.
@@ -230,70 +230,70 @@ private:
         else
             withdraw();
         if (part == Host)
-            portName_ =
-                dnssd::toInstanceName(settings_.registeredName, portType);  // may be made from the host name
+            m_portName =
+                dnssd::toInstanceName(m_settings.registeredName, portType);  // may be made from the host name
         report({});
-        loop_.stopTimer(timer_);
+        m_loop.stopTimer(m_timer);
         const auto again = [this, part] { part == Service ? void(publish(Service)) : publish(); };
-        timer_ = loop_.startTimer(++renames_ <= fastRenames ? renameDelay : slowRenameDelay, again);
+        m_timer = m_loop.startTimer(++m_renames <= fastRenames ? renameDelay : slowRenameDelay, again);
     }
 
     void fail(const QString& error) {
         withdraw();
         report(error.isEmpty() ? QStringLiteral("Unknown error") : error);
-        timer_ = loop_.startTimer(retryDelay, [this] { publish(); });
+        m_timer = m_loop.startTimer(retryDelay, [this] { publish(); });
     }
 
     QByteArray ownHostName(const QByteArray& machineName) const {
-        if (hostLabel_.isEmpty()) return machineName;
+        if (m_hostLabel.isEmpty()) return machineName;
         const qsizetype dot = machineName.indexOf('.');
-        return hostLabel_ + (dot < 0 ? QByteArray(".local") : machineName.mid(dot));
+        return m_hostLabel + (dot < 0 ? QByteArray(".local") : machineName.mid(dot));
     }
 
-    dnssd::Backend* backend() const { return stack_ ? stack_->backend() : nullptr; }
+    dnssd::Backend* backend() const { return m_stack ? m_stack->backend() : nullptr; }
 
     void report(const QString& error, bool isPublished = false) {
         State state;
-        state.backend = toBackend(stack_ ? stack_->kind() : dnssd::BackendKind::None);
+        state.backend = toBackend(m_stack ? m_stack->kind() : dnssd::BackendKind::None);
         state.isPublished = isPublished;
         state.error = error;
-        if (error.isEmpty() && !isStopping_ && stack_ && !stack_->hasCandidate())
+        if (error.isEmpty() && !m_isStopping && m_stack && !m_stack->hasCandidate())
             state.error = QStringLiteral("No Avahi daemon answers and no network interface can be used");
         if (isPublished) {
-            state.name = QString::fromUtf8(serviceName_);
-            state.registeredName = QString::fromUtf8(portName_);
-            state.hostName = QString::fromUtf8(hostName_) + QLatin1Char('.');
+            state.name = QString::fromUtf8(m_serviceName);
+            state.registeredName = QString::fromUtf8(m_portName);
+            state.hostName = QString::fromUtf8(m_hostName) + QLatin1Char('.');
         }
-        if (state == reported_) return;
-        reported_ = state;
-        if (stateChanged_) stateChanged_(state);
+        if (state == m_reported) return;
+        m_reported = state;
+        if (m_stateChanged) m_stateChanged(state);
     }
 
-    const Settings settings_;
-    const StateCallback stateChanged_;
-    std::atomic<bool> isStopping_ = false;
+    const Settings m_settings;
+    const StateCallback m_stateChanged;
+    std::atomic<bool> m_isStopping = false;
 
     // The publisher's thread only.
-    QByteArray hostLabel_, portName_, serviceName_, hostName_;
-    State reported_;
-    int renames_ = 0;
-    dnssd::AvahiLoop::TimerId timer_ = 0;
-    dnssd::AvahiLoop loop_;
-    std::unique_ptr<dnssd::Stack> stack_;
-    std::array<Entry, 3> entries_;
+    QByteArray m_hostLabel, m_portName, m_serviceName, m_hostName;
+    State m_reported;
+    int m_renames = 0;
+    dnssd::AvahiLoop::TimerId m_timer = 0;
+    dnssd::AvahiLoop m_loop;
+    std::unique_ptr<dnssd::Stack> m_stack;
+    std::array<Entry, 3> m_entries;
 
-    std::thread thread_;
+    std::thread m_thread;
 };
 
 ServicePublisher::ServicePublisher(Settings settings, StateCallback stateChanged)
-    : worker_(std::make_unique<Worker>(std::move(settings), std::move(stateChanged))) {}
+    : m_worker(std::make_unique<Worker>(std::move(settings), std::move(stateChanged))) {}
 
 ServicePublisher::~ServicePublisher() = default;
 
 void ServicePublisher::start() {
-    worker_->start();
+    m_worker->start();
 }
 
 void ServicePublisher::stop() {
-    worker_->stop();
+    m_worker->stop();
 }

@@ -59,5 +59,5 @@ public:
 
 private:
     class Worker;
-    std::unique_ptr<Worker> worker_;
+    std::unique_ptr<Worker> m_worker;
 };

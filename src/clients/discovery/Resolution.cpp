@@ -20,6 +20,8 @@ namespace {
 // Addresses of the other interfaces and IP version follow the first one closely; waiting for Avahi's own end
 // of the search would cost a second for every service.
 constexpr auto settleTime = 400ms;
+// A link-local address is better than none, but another one is worth a further round of questions.
+constexpr auto linkLocalSettleTime = 1500ms;
 // A host doesn't repeat within a second what it has just sent, and a new embedded core has missed that: so
 // the end of Avahi's first round of questions says little. Every service has a TXT record; wait for it a few
 // rounds.
@@ -48,9 +50,9 @@ QHostAddress toHostAddress(const QByteArray& raw, int interfaceIndex) {
     return address;
 }
 
-/// IPv4 first, link-local last: the order in which they are worth trying.
+/// Link-local last, of the others IPv4 first: the order in which they are worth trying.
 auto rank(const VLNetAddress& entry) {
-    return std::tuple(entry.address.protocol() != QAbstractSocket::IPv4Protocol, entry.address.isLinkLocal(),
+    return std::tuple(entry.address.isLinkLocal(), entry.address.protocol() != QAbstractSocket::IPv4Protocol,
                       entry.address.toString());
 }
 
@@ -70,7 +72,7 @@ QMap<QString, QByteArray> toTxtRecord(AvahiStringList* list) {
 }  // namespace
 
 Resolution::Resolution(dnssd::AvahiLoop& loop, std::shared_ptr<ResolutionRequest> request)
-    : loop_(loop), request_(std::move(request)) {}
+    : m_loop(loop), m_request(std::move(request)) {}
 
 Resolution::~Resolution() {
     end();
@@ -79,24 +81,24 @@ Resolution::~Resolution() {
 
 void Resolution::begin(dnssd::Backend& backend) {
     if (isOver()) return;
-    backend_ = &backend;
-    host_.clear();
-    port_ = 0;
-    serviceInterfaces_.clear();
-    txt_.clear();
-    found_.clear();
-    hasText_ = hasAllIpv4_ = hasAllIpv6_ = false;
+    m_backend = &backend;
+    m_host.clear();
+    m_port = 0;
+    m_serviceInterfaces.clear();
+    m_txt.clear();
+    m_found.clear();
+    m_hasText = m_hasAllIpv4 = m_hasAllIpv6 = false;
     askForService(backend);
 }
 
 void Resolution::end() {
-    loop_.stopTimer(settleTimer_);
-    loop_.stopTimer(textTimer_);
-    serverQuery_.reset();
-    textQuery_.reset();
-    ipv4Query_.reset();
-    ipv6Query_.reset();
-    backend_ = nullptr;
+    m_loop.stopTimer(m_settleTimer);
+    m_loop.stopTimer(m_textTimer);
+    m_serverQuery.reset();
+    m_textQuery.reset();
+    m_ipv4Query.reset();
+    m_ipv6Query.reset();
+    m_backend = nullptr;
 }
 
 void Resolution::fail(const QString& error) {
@@ -104,7 +106,7 @@ void Resolution::fail(const QString& error) {
 }
 
 void Resolution::askForService(dnssd::Backend& backend) {
-    const VLNetService& wanted = request_->wanted;
+    const VLNetService& wanted = m_request->wanted;
     std::array<char, AVAHI_DOMAIN_NAME_MAX> fullName{};
     const int error =
         avahi_service_name_join(fullName.data(), fullName.size(), wanted.name.toUtf8().constData(),
@@ -112,67 +114,67 @@ void Resolution::askForService(dnssd::Backend& backend) {
                                 dnssd::withoutTrailingDot(wanted.domain).toUtf8().constData());
     if (error < 0) return fail(QStringLiteral("Not a service name"));
     const QByteArray name(fullName.data());
-    serverQuery_ = backend.browseRecords(name, AVAHI_DNS_TYPE_SRV, [this](const auto& s) { takeServer(s); });
-    if (!serverQuery_) return fail(backend.lastError());
-    if (request_->isLookUp) return;
-    textQuery_ = backend.browseRecords(name, AVAHI_DNS_TYPE_TXT, [this](const auto& s) { takeText(s); });
-    if (!textQuery_) fail(backend.lastError());
+    m_serverQuery = backend.browseRecords(name, AVAHI_DNS_TYPE_SRV, [this](const auto& s) { takeServer(s); });
+    if (!m_serverQuery) return fail(backend.lastError());
+    if (m_request->isLookUp) return;
+    m_textQuery = backend.browseRecords(name, AVAHI_DNS_TYPE_TXT, [this](const auto& s) { takeText(s); });
+    if (!m_textQuery) fail(backend.lastError());
 }
 
 void Resolution::askForAddresses() {
-    if (!backend_ || isOver()) return;
-    ipv4Query_ = backend_->browseRecords(host_, AVAHI_DNS_TYPE_A,
-                                         [this](const auto& s) { takeAddress(s, hasAllIpv4_); });
-    ipv6Query_ = backend_->browseRecords(host_, AVAHI_DNS_TYPE_AAAA,
-                                         [this](const auto& s) { takeAddress(s, hasAllIpv6_); });
-    if (!ipv4Query_ || !ipv6Query_) fail(backend_->lastError());
+    if (!m_backend || isOver()) return;
+    m_ipv4Query = m_backend->browseRecords(m_host, AVAHI_DNS_TYPE_A,
+                                           [this](const auto& s) { takeAddress(s, m_hasAllIpv4); });
+    m_ipv6Query = m_backend->browseRecords(m_host, AVAHI_DNS_TYPE_AAAA,
+                                           [this](const auto& s) { takeAddress(s, m_hasAllIpv6); });
+    if (!m_ipv4Query || !m_ipv6Query) fail(m_backend->lastError());
 }
 
 void Resolution::takeServer(const dnssd::RecordSighting& sighting) {
     if (sighting.event == dnssd::BrowseEvent::Failed) return fail(QStringLiteral("The search was refused"));
     // The daemon has listened all the time: what it can't find at once isn't there.
-    if (sighting.event == dnssd::BrowseEvent::AllForNow && request_->isLookUp && host_.isEmpty() &&
-        backend_ && backend_->kind() == dnssd::BackendKind::Daemon)
+    if (sighting.event == dnssd::BrowseEvent::AllForNow && m_request->isLookUp && m_host.isEmpty() &&
+        m_backend && m_backend->kind() == dnssd::BackendKind::Daemon)
         return fail(QStringLiteral("Not found"));
     if (sighting.event != dnssd::BrowseEvent::Added) return;
 
     const QByteArray host(sighting.record->data.srv.name);
     const quint16 port = sighting.record->data.srv.port;
     if (host.isEmpty() || port == 0) return;
-    if (!request_->onlyHost.isEmpty() && !dnssd::isSameHost(request_->onlyHost, QString::fromUtf8(host)))
+    if (!m_request->onlyHost.isEmpty() && !dnssd::isSameHost(m_request->onlyHost, QString::fromUtf8(host)))
         return;
-    if (host_.isEmpty()) {
-        host_ = host;
-        port_ = port;
-        textTimer_ = loop_.startTimer(textLimit, [this] {
-            hasText_ = true;
+    if (m_host.isEmpty()) {
+        m_host = host;
+        m_port = port;
+        m_textTimer = m_loop.startTimer(textLimit, [this] {
+            m_hasText = true;
             review();
         });
         // A query can't be started from within the answer to another one.
-        loop_.post([this, alive = std::weak_ptr(alive_)] {
+        m_loop.post([this, alive = std::weak_ptr(m_alive)] {
             if (!alive.expired()) askForAddresses();
         });
-    } else if (host != host_ || port != port_) {
+    } else if (host != m_host || port != m_port) {
         return;
     }
-    serviceInterfaces_.insert(sighting.link.interfaceIndex);
+    m_serviceInterfaces.insert(sighting.link.interfaceIndex);
     review();
 }
 
 void Resolution::takeText(const dnssd::RecordSighting& sighting) {
-    if (sighting.event != dnssd::BrowseEvent::Added || hasText_) return;
-    txt_ = toTxtRecord(sighting.record->data.txt.string_list);
-    hasText_ = true;
+    if (sighting.event != dnssd::BrowseEvent::Added || m_hasText) return;
+    m_txt = toTxtRecord(sighting.record->data.txt.string_list);
+    m_hasText = true;
     review();
 }
 
 void Resolution::takeAddress(const dnssd::RecordSighting& sighting, bool& isComplete) {
     switch (sighting.event) {
         case dnssd::BrowseEvent::Added:
-            found_.emplace(sighting.link.interfaceIndex, rawAddress(*sighting.record));
+            m_found.emplace(sighting.link.interfaceIndex, rawAddress(*sighting.record));
             break;
         case dnssd::BrowseEvent::Removed:
-            found_.erase({sighting.link.interfaceIndex, rawAddress(*sighting.record)});
+            m_found.erase({sighting.link.interfaceIndex, rawAddress(*sighting.record)});
             return;
         case dnssd::BrowseEvent::AllForNow:
         case dnssd::BrowseEvent::Failed:
@@ -185,28 +187,30 @@ void Resolution::takeAddress(const dnssd::RecordSighting& sighting, bool& isComp
 void Resolution::review(bool isSettled) {
     if (isOver()) return;
     const QList<VLNetAddress> reachable = addresses();
-    if (reachable.isEmpty() || !(hasText_ || request_->isLookUp)) return;
+    if (reachable.isEmpty() || !(m_hasText || m_request->isLookUp)) return;
 
     const bool isEnough =
-        request_->isLookUp && reachable.first().address.protocol() == QAbstractSocket::IPv4Protocol;
-    if (!isEnough && !isSettled && !(hasAllIpv4_ && hasAllIpv6_)) {
-        loop_.stopTimer(settleTimer_);
-        settleTimer_ = loop_.startTimer(settleTime, [this] { review(true); });
+        m_request->isLookUp && reachable.first().address.protocol() == QAbstractSocket::IPv4Protocol;
+    if (!isEnough && !isSettled && !(m_hasAllIpv4 && m_hasAllIpv6)) {
+        m_loop.stopTimer(m_settleTimer);
+        const bool hasUsual = !reachable.first().address.isLinkLocal();
+        m_settleTimer =
+            m_loop.startTimer(hasUsual ? settleTime : linkLocalSettleTime, [this] { review(true); });
         return;
     }
-    VLNetService service = request_->wanted;
-    service.hostName = QString::fromUtf8(host_) + QLatin1Char('.');
-    service.port = port_;
+    VLNetService service = m_request->wanted;
+    service.hostName = QString::fromUtf8(m_host) + QLatin1Char('.');
+    service.port = m_port;
     service.addresses = reachable;
-    service.txtRecord = txt_;
+    service.txtRecord = m_txt;
     answer({service, {}});
 }
 
 QList<VLNetAddress> Resolution::addresses() const {
     QList<VLNetAddress> list;
-    for (const auto& [interfaceIndex, raw] : found_) {
-        if (!serviceInterfaces_.contains(interfaceIndex)) continue;
-        VLNetAddress entry{toHostAddress(raw, interfaceIndex), port_, 0};
+    for (const auto& [interfaceIndex, raw] : m_found) {
+        if (!m_serviceInterfaces.contains(interfaceIndex)) continue;
+        VLNetAddress entry{toHostAddress(raw, interfaceIndex), m_port, 0};
         if (entry.address.isLinkLocal()) entry.interfaceIndex = interfaceIndex;
         if (!list.contains(entry)) list.append(entry);
     }
@@ -216,8 +220,8 @@ QList<VLNetAddress> Resolution::addresses() const {
 }
 
 void Resolution::answer(ServiceResolution resolution) {
-    if (isAnswered_) return;
-    isAnswered_ = true;
-    request_->answer.set_value(std::move(resolution));
-    loop_.wake();  // lets the server of the loop drop us
+    if (m_isAnswered) return;
+    m_isAnswered = true;
+    m_request->answer.set_value(std::move(resolution));
+    m_loop.wake();  // lets the server of the loop drop us
 }

@@ -38,7 +38,7 @@ public:
     void end();
     void fail(const QString& error);
     /// It was answered, or nobody waits for it any more.
-    [[nodiscard]] bool isOver() const { return isAnswered_ || request_->isAbandoned; }
+    [[nodiscard]] bool isOver() const { return m_isAnswered || m_request->isAbandoned; }
 
 private:
     void askForService(dnssd::Backend& backend);
@@ -50,20 +50,20 @@ private:
     [[nodiscard]] QList<VLNetAddress> addresses() const;
     void answer(ServiceResolution resolution);
 
-    dnssd::AvahiLoop& loop_;
-    const std::shared_ptr<ResolutionRequest> request_;
-    dnssd::Backend* backend_ = nullptr;
-    std::unique_ptr<dnssd::Operation> serverQuery_, textQuery_, ipv4Query_, ipv6Query_;
-    dnssd::AvahiLoop::TimerId settleTimer_ = 0;
-    dnssd::AvahiLoop::TimerId textTimer_ = 0;
-    const std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    dnssd::AvahiLoop& m_loop;
+    const std::shared_ptr<ResolutionRequest> m_request;
+    dnssd::Backend* m_backend = nullptr;
+    std::unique_ptr<dnssd::Operation> m_serverQuery, m_textQuery, m_ipv4Query, m_ipv6Query;
+    dnssd::AvahiLoop::TimerId m_settleTimer = 0;
+    dnssd::AvahiLoop::TimerId m_textTimer = 0;
+    const std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 
-    QByteArray host_;  ///< without trailing dot, empty until known
-    quint16 port_ = 0;
-    std::set<int> serviceInterfaces_;
-    QMap<QString, QByteArray> txt_;
-    bool hasText_ = false;
-    bool hasAllIpv4_ = false, hasAllIpv6_ = false;
-    std::set<std::pair<int, QByteArray>> found_;  ///< interface, raw IPv4 or IPv6 address
-    bool isAnswered_ = false;
+    QByteArray m_host;  ///< without trailing dot, empty until known
+    quint16 m_port = 0;
+    std::set<int> m_serviceInterfaces;
+    QMap<QString, QByteArray> m_txt;
+    bool m_hasText = false;
+    bool m_hasAllIpv4 = false, m_hasAllIpv6 = false;
+    std::set<std::pair<int, QByteArray>> m_found;  ///< interface, raw IPv4 or IPv6 address
+    bool m_isAnswered = false;
 };

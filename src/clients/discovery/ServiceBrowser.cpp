@@ -38,35 +38,36 @@ ServiceBrowser::Backend toBackend(dnssd::BackendKind kind) {
 class AvahiServiceBrowser final : public ServiceBrowser {
 public:
     explicit AvahiServiceBrowser(Delegate delegate)
-        : delegate_(std::move(delegate)),
-          stack_(loop_, {.backend = {.interfaces = dnssd::interfacesFromEnvironment()}},
-                 {.ready = [this](dnssd::Backend& backend) { begin(backend); }, .lost = [this] { end(); }}) {}
+        : m_delegate(std::move(delegate)),
+          m_stack(m_loop, {.backend = {.interfaces = dnssd::interfacesFromEnvironment()}},
+                  {.ready = [this](dnssd::Backend& backend) { begin(backend); }, .lost = [this] { end(); }}) {
+    }
 
-    ~AvahiServiceBrowser() override { isStopped_ = true; }
+    ~AvahiServiceBrowser() override { m_isStopped = true; }
 
     bool searchForServices(const QString& type, const QString& domain) override {
-        type_ = dnssd::withoutTrailingDot(type).toUtf8();
-        domain_ = dnssd::withoutTrailingDot(domain).toUtf8();
-        stack_.start();
-        return stack_.backend() != nullptr;
+        m_type = dnssd::withoutTrailingDot(type).toUtf8();
+        m_domain = dnssd::withoutTrailingDot(domain).toUtf8();
+        m_stack.start();
+        return m_stack.backend() != nullptr;
     }
 
     void runFor(std::chrono::milliseconds slice) override {
-        if (!isStopped_) loop_.serveUntil(dnssd::AvahiLoop::Clock::now() + slice);
+        if (!m_isStopped) m_loop.serveUntil(dnssd::AvahiLoop::Clock::now() + slice);
     }
 
     void stop() override {
-        isStopped_ = true;
-        loop_.wake();
+        m_isStopped = true;
+        m_loop.wake();
     }
 
-    Backend backend() const override { return backend_; }
+    Backend backend() const override { return m_backend; }
 
 private:
     using Key = std::tuple<QByteArray, QByteArray, QByteArray>;  // name, type, domain
 
     void begin(dnssd::Backend& backend) {
-        backend_ = toBackend(backend.kind());
+        m_backend = toBackend(backend.kind());
         VLLog::appendLog(QStringLiteral("Browsing through %@"),
                          backend.kind() == dnssd::BackendKind::Daemon
                              ? QStringLiteral("the Avahi daemon")
@@ -76,18 +77,18 @@ private:
     }
 
     void browse(dnssd::Backend& backend) {
-        hasAllForNow_ = false;
-        search_ = backend.browseServices(type_, domain_, [this](const auto& sighting) { take(sighting); });
-        if (search_) return;
+        m_hasAllForNow = false;
+        m_search = backend.browseServices(m_type, m_domain, [this](const auto& sighting) { take(sighting); });
+        if (m_search) return;
         VLLog::appendLog(QStringLiteral("Unable to browse: %@"), backend.lastError());
         retryLater();
     }
 
     void end() {
-        search_.reset();
-        loop_.stopTimer(retryTimer_);
-        backend_ = Backend::None;
-        for (auto& [key, links] : known_)
+        m_search.reset();
+        m_loop.stopTimer(m_retryTimer);
+        m_backend = Backend::None;
+        for (auto& [key, links] : m_known)
             links.clear();
         expectReappearance();
     }
@@ -99,7 +100,7 @@ private:
             case dnssd::BrowseEvent::Removed:
                 return remove(sighting);
             case dnssd::BrowseEvent::AllForNow:
-                hasAllForNow_ = true;
+                m_hasAllForNow = true;
                 return;
             case dnssd::BrowseEvent::Failed:
                 return retryLater();
@@ -110,73 +111,73 @@ private:
         // Such a name could be neither shown nor asked for again.
         if (!sighting.name.isValidUtf8())
             return VLLog::appendLog(QStringLiteral("Ignoring a service whose name is not valid UTF-8"));
-        if (known_.size() >= maximumServices &&
-            !known_.contains({sighting.name, sighting.type, sighting.domain})) {
-            if (!std::exchange(saidFull_, true))
+        if (m_known.size() >= maximumServices &&
+            !m_known.contains({sighting.name, sighting.type, sighting.domain})) {
+            if (!std::exchange(m_saidFull, true))
                 VLLog::appendLog(QStringLiteral("More than %i services are advertised; the rest is ignored"),
                                  static_cast<int>(maximumServices));
             return;
         }
-        const auto [known, isNew] = known_.try_emplace({sighting.name, sighting.type, sighting.domain});
+        const auto [known, isNew] = m_known.try_emplace({sighting.name, sighting.type, sighting.domain});
         known->second.insert(sighting.link);
-        if (isNew) report(delegate_.didFindService, known->first);
+        if (isNew) report(m_delegate.didFindService, known->first);
     }
 
     void remove(const dnssd::ServiceSighting& sighting) {
-        const auto known = known_.find({sighting.name, sighting.type, sighting.domain});
-        if (known == known_.end() || !known->second.erase(sighting.link) || !known->second.empty()) return;
+        const auto known = m_known.find({sighting.name, sighting.type, sighting.domain});
+        if (known == m_known.end() || !known->second.erase(sighting.link) || !known->second.empty()) return;
         const Key key = known->first;
-        known_.erase(known);
-        report(delegate_.didRemoveService, key);
+        m_known.erase(known);
+        report(m_delegate.didRemoveService, key);
     }
 
     void expectReappearance() {
-        loop_.stopTimer(reappearanceTimer_);
-        reappearanceTimer_ = loop_.startTimer(reappearanceLimit, [this] { removeUnseen(); });
+        m_loop.stopTimer(m_reappearanceTimer);
+        m_reappearanceTimer = m_loop.startTimer(reappearanceLimit, [this] { removeUnseen(); });
     }
 
     void removeUnseen() {
-        for (auto known = known_.begin(); known != known_.end();) {
+        for (auto known = m_known.begin(); known != m_known.end();) {
             if (!known->second.empty()) {
                 ++known;
                 continue;
             }
             const Key key = known->first;
-            known = known_.erase(known);
-            report(delegate_.didRemoveService, key);
+            known = m_known.erase(known);
+            report(m_delegate.didRemoveService, key);
         }
     }
 
     void retryLater() {
-        loop_.stopTimer(retryTimer_);
-        retryTimer_ = loop_.startTimer(retryDelay, [this] {
-            search_.reset();
-            if (stack_.backend()) browse(*stack_.backend());
+        m_loop.stopTimer(m_retryTimer);
+        m_retryTimer = m_loop.startTimer(retryDelay, [this] {
+            m_search.reset();
+            if (m_stack.backend()) browse(*m_stack.backend());
         });
     }
 
     void report(const std::function<void(const VLNetService&, bool)>& receiver, const Key& key) {
-        if (isStopped_ || !receiver) return;
+        if (m_isStopped || !receiver) return;
         VLNetService service;
         service.name = QString::fromUtf8(std::get<0>(key));
         service.type = QString::fromUtf8(std::get<1>(key));
         service.domain = QString::fromUtf8(std::get<2>(key));
-        receiver(service, !hasAllForNow_);
+        receiver(service, !m_hasAllForNow);
     }
 
-    const Delegate delegate_;
-    std::atomic<bool> isStopped_ = false;
-    std::atomic<Backend> backend_ = Backend::None;
-    QByteArray type_, domain_;
+    const Delegate m_delegate;
+    std::atomic<bool> m_isStopped = false;
+    std::atomic<Backend> m_backend = Backend::None;
+    QByteArray m_type, m_domain;
     /// Every service that was reported found, with the links it is seen on.
-    std::map<Key, std::set<dnssd::Link>> known_;
-    bool saidFull_ = false;
-    bool hasAllForNow_ = false;
-    dnssd::AvahiLoop::TimerId reappearanceTimer_ = 0;
-    dnssd::AvahiLoop::TimerId retryTimer_ = 0;
-    std::unique_ptr<dnssd::Operation> search_;
-    dnssd::AvahiLoop loop_;
-    dnssd::Stack stack_;
+    std::map<Key, std::set<dnssd::Link>> m_known;
+    bool m_saidFull = false;
+    bool m_hasAllForNow = false;
+    dnssd::AvahiLoop::TimerId m_reappearanceTimer = 0;
+    dnssd::AvahiLoop::TimerId m_retryTimer = 0;
+    std::unique_ptr<dnssd::Operation> m_search;
+    dnssd::AvahiLoop m_loop;
+    dnssd::Stack m_stack;
 };
 
 }  // namespace

@@ -33,10 +33,10 @@ public:
     void submit(const RequestPointer& request) {
         bool mustStart = false;
         {
-            const std::lock_guard lock(mutex_);
-            inbox_.push_back(request);
-            if (loop_) loop_->wake();
-            mustStart = !std::exchange(isServing_, true);
+            const std::lock_guard lock(m_mutex);
+            m_inbox.push_back(request);
+            if (m_loop) m_loop->wake();
+            mustStart = !std::exchange(m_isServing, true);
         }
         if (!mustStart) return;
         const auto term = std::make_shared<Term>(shared_from_this());
@@ -44,8 +44,8 @@ public:
     }
 
     void wake() {
-        const std::lock_guard lock(mutex_);
-        if (loop_) loop_->wake();
+        const std::lock_guard lock(m_mutex);
+        if (m_loop) m_loop->wake();
     }
 
 private:
@@ -89,11 +89,11 @@ private:
     }
 
     void giveUp() {
-        const std::lock_guard lock(mutex_);
-        for (const RequestPointer& request : std::exchange(inbox_, {}))
+        const std::lock_guard lock(m_mutex);
+        for (const RequestPointer& request : std::exchange(m_inbox, {}))
             request->answer.set_value({std::nullopt, QStringLiteral("Cancelled")});
-        loop_ = nullptr;
-        isServing_ = false;
+        m_loop = nullptr;
+        m_isServing = false;
     }
 
     /// Takes up waiting requests. False when there is none left; the next one then starts a new thread.
@@ -105,15 +105,15 @@ private:
 
         std::vector<RequestPointer> requests;
         {
-            const std::lock_guard lock(mutex_);
-            std::erase_if(inbox_, [](const auto& request) { return request->isAbandoned.load(); });
+            const std::lock_guard lock(m_mutex);
+            std::erase_if(m_inbox, [](const auto& request) { return request->isAbandoned.load(); });
             const size_t room = mostAtATime - std::min(mostAtATime, session.resolutions.size());
-            const auto end = inbox_.begin() + static_cast<std::ptrdiff_t>(std::min(room, inbox_.size()));
-            requests.assign(inbox_.begin(), end);
-            inbox_.erase(inbox_.begin(), end);
+            const auto end = m_inbox.begin() + static_cast<std::ptrdiff_t>(std::min(room, m_inbox.size()));
+            requests.assign(m_inbox.begin(), end);
+            m_inbox.erase(m_inbox.begin(), end);
             const bool isIdle = requests.empty() && session.resolutions.empty();
-            loop_ = isIdle ? nullptr : &session.loop;
-            isServing_ = !isIdle;
+            m_loop = isIdle ? nullptr : &session.loop;
+            m_isServing = !isIdle;
             if (isIdle) return false;
         }
         for (const RequestPointer& request : requests) {
@@ -124,10 +124,10 @@ private:
         return true;
     }
 
-    std::mutex mutex_;
-    std::vector<RequestPointer> inbox_;
-    dnssd::AvahiLoop* loop_ = nullptr;  ///< of the thread that serves now
-    bool isServing_ = false;
+    std::mutex m_mutex;
+    std::vector<RequestPointer> m_inbox;
+    dnssd::AvahiLoop* m_loop = nullptr;  ///< of the thread that serves now
+    bool m_isServing = false;
 };
 
 ServiceResolution resolve(const RequestPointer& request, std::chrono::milliseconds limit,

@@ -12,6 +12,8 @@
 #include <QSet>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -59,15 +61,14 @@ void markMissing(VLPluginItem& row, const QStringList& hostNames) {
     row.setState(VLPluginItem::Missing);
 }
 
-int compareRows(const VLPluginItem& a, const VLPluginItem& b, const QString& column) {
-    const auto texts = [](const QString& x, const QString& y) { return x.compare(y, Qt::CaseInsensitive); };
-    const auto numbers = [](qlonglong x, qlonglong y) { return x < y ? -1 : x > y ? 1 : 0; };
-    if (column == QLatin1String("version")) return texts(a.version(), b.version());
-    if (column == QLatin1String("type")) return texts(a.type(), b.type());
-    if (column == QLatin1String("disabled")) return numbers(a.disabled(), b.disabled());
-    if (column == QLatin1String("accessType")) return numbers(a.accessType(), b.accessType());
-    if (column == QLatin1String("state")) return numbers(a.state(), b.state());
-    return texts(a.name(), b.name());
+/// What a row is sorted by: a text (folded, so that case doesn't count) or a number.
+std::pair<QString, qlonglong> sortKey(const VLPluginItem& row, const QString& column) {
+    if (column == QLatin1String("version")) return {row.version().toCaseFolded(), 0};
+    if (column == QLatin1String("type")) return {row.type().toCaseFolded(), 0};
+    if (column == QLatin1String("disabled")) return {{}, row.disabled()};
+    if (column == QLatin1String("accessType")) return {{}, row.accessType()};
+    if (column == QLatin1String("state")) return {{}, row.state()};
+    return {row.name().toCaseFolded(), 0};
 }
 
 QString enabledText(int disabled) {
@@ -143,6 +144,7 @@ void AddonryController::populate() {
 }
 
 void AddonryController::install(QList<VLPluginItem> rows, int run) {
+    sortAsStored(rows);
     onMainThreadAndWait([this, rows = std::move(rows), run]() mutable {
         if (run < m_installedRun || context().progress->processingCancelled()) return;
         m_installedRun = run;
@@ -150,10 +152,13 @@ void AddonryController::install(QList<VLPluginItem> rows, int run) {
     });
 }
 
-void AddonryController::setAddonryArray(QList<VLPluginItem> rows) {
+void AddonryController::sortAsStored(QList<VLPluginItem>& rows) {
     const VLUserDefaults& defaults = VLUserDefaults::standardUserDefaults();
     sortRows(rows, defaults.stringForKey(QStringLiteral("addonryOutlineSortedColumn")),
              defaults.boolForKey(QStringLiteral("addonryOutlineSortedDescending")));
+}
+
+void AddonryController::setAddonryArray(QList<VLPluginItem> rows) {
     m_addonryArray = std::move(rows);
     m_hasResult = true;
     Q_EMIT changed();
@@ -166,11 +171,24 @@ void AddonryController::clearData() {
 }
 
 void AddonryController::sortRows(QList<VLPluginItem>& rows, const QString& column, bool descending) {
-    std::stable_sort(rows.begin(), rows.end(), [&](const VLPluginItem& a, const VLPluginItem& b) {
-        const int order = compareRows(a, b, column);
-        if (order != 0) return descending ? order > 0 : order < 0;
-        return a.name() < b.name();
+    // Keys are made once and places are sorted, not rows: there may be a hundred thousand of them.
+    struct Place {
+        std::pair<QString, qlonglong> key;
+        qsizetype row;
+    };
+    std::vector<Place> places;
+    places.reserve(size_t(rows.size()));
+    for (qsizetype row = 0; row < rows.size(); ++row)
+        places.push_back({sortKey(rows.at(row), column), row});
+    std::stable_sort(places.begin(), places.end(), [&](const Place& a, const Place& b) {
+        if (a.key != b.key) return descending ? b.key < a.key : a.key < b.key;
+        return rows.at(a.row).name() < rows.at(b.row).name();
     });
+    QList<VLPluginItem> sorted;
+    sorted.reserve(rows.size());
+    for (const Place& place : places)
+        sorted.append(std::move(rows[place.row]));
+    rows = std::move(sorted);
 }
 
 ToolReport AddonryController::report() const {

@@ -18,7 +18,7 @@ public:
     void refreshAddonryPlugins();
 
     [[nodiscard]] const QList<VLPluginItem>& addonryArray() const { return m_addonryArray; }  ///< main thread
-    void setAddonryArray(QList<VLPluginItem> rows);                                           ///< main thread
+    void setAddonryArray(QList<VLPluginItem> rows);  ///< main thread; in the order given
 
     void refresh() override { refreshAddonryPlugins(); }
     void clearData() override;
@@ -30,6 +30,7 @@ public:
 private:
     [[nodiscard]] bool isStopped() const;
     void populate();
+    static void sortAsStored(QList<VLPluginItem>& rows);
     void install(QList<VLPluginItem> rows, int run);
 
     QList<VLPluginItem> m_addonryArray;

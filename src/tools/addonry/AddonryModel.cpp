@@ -251,7 +251,7 @@ QString AddonryModel::statusText(const VLPluginItem& plugin) const {
         names << friendlyHost(host.toMap());
     std::sort(names.begin(), names.end());
     if (names.size() == 1) return QStringLiteral("Missing on %1").arg(names.first());
-    return QStringLiteral("Missing on %1: %2").arg(computers(names.size()), names.join(QStringLiteral(", ")));
+    return QStringLiteral("Missing on %1: %2").arg(names.size()).arg(names.join(QStringLiteral(", ")));
 }
 
 /// Every difference, not only the one that names the state.

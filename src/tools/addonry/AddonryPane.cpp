@@ -105,7 +105,7 @@ void AddonryView::buildOutline() {
     header->setFont(themeFont(0.92, QFont::Medium));
     header->setSectionsMovable(false);
     header->setMinimumSectionSize(48);
-    constexpr int widths[] = {190, 78, 80, 92, 114, 78};  // the last column takes what is left
+    constexpr int widths[] = {178, 74, 78, 90, 112, 76};  // the last column takes what is left
     for (int column = 0; column < AddonryModel::Status; ++column)
         header->resizeSection(column, widths[column]);
     header->setStretchLastSection(true);
