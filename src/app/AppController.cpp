@@ -1,6 +1,7 @@
 #include "app/AppController.h"
 
 #include "app/AppDefaults.h"
+#include "app/AppInterface.h"
 #include "app/ConsoleIdentity.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLBundle.h"
@@ -21,6 +22,7 @@ namespace {
 
 constexpr auto ownHostName = "###self###";
 constexpr std::chrono::seconds longestEnd{10};
+constexpr quint32 interfaceFileCount = 1;  // the main window, which holds every view
 
 /// In the order in which results are forgotten.
 constexpr const char* clearingOrder[] = {"faultscope", "varispot", "applications", "studio",    "settlekeep",
@@ -119,8 +121,10 @@ void AppController::registerDefaults() {
     defaults().registerDefaults(registeredDefaults());
 }
 
-/// Groups are not stored yet: the list starts with the machines alone.
-void AppController::populateServiceGroups() {}
+void AppController::populateServiceGroups() {
+    m_groupStore = std::make_unique<ServiceGroupStore>(*m_services);
+    m_groupStore->populate();
+}
 
 bool AppController::startDiscovery() {
     VLServiceEnvironment environment;
@@ -157,11 +161,14 @@ QString AppController::cacheDirectory() {
 // ---- Interface
 
 void AppController::awakeFromNib() {
-    if (++m_awakeCount != 1) return;
+    if (++m_awakeCount != interfaceFileCount) return;
     try {
         setUpInterface();
     } catch (const std::exception& exception) {
         VLException::logException(exception, "-[AppController awakeFromNib]");
+    } catch (...) {
+        VLException::logException(VLException(VLException::generic, QStringLiteral("unknown exception")),
+                                  "-[AppController awakeFromNib]");
     }
 }
 
@@ -169,7 +176,19 @@ void AppController::setUpInterface() {
     if (!authenticateAtStart()) return;
     populateTasks();
     observeProcessing();
+    if (m_interface) {
+        m_interface->setUpMainWindow();
+        m_interface->keepToolViews();
+        m_interface->registerForDraggedTypes();
+        m_interface->markTitleCellsAsLeaves();
+        m_interface->setInterCellSpacing();
+        m_interface->setScopeImages();
+    }
     subscribeToNotifications();
+    if (m_interface) {
+        m_interface->layOutVarispot();
+        m_interface->setDoubleClickActions();
+    }
     reloadServiceOutlineView();
     m_taskThreads->updateSelectedComputerStatus();
     Q_EMIT mainWindowReady();
@@ -296,6 +315,7 @@ bool AppController::shutDown() {
     for (const VLServicePtr& service : m_services->serviceArray())
         service->disconnect();
     m_serviceMenu.clear();
+    m_failingClients.setServices({});
     m_refreshedFor.clear();
     m_autoRefresh->setupAutoRefresh({}, 0);
     VLNotificationCenter::defaultCenter().removeObserver(this);

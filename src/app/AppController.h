@@ -4,8 +4,11 @@
 #include "app/AutoRefresh.h"
 #include "app/RefreshRequest.h"
 #include "app/TaskThreads.h"
+#include "clients/ClientInfo.h"
 #include "clients/Discovery.h"
+#include "clients/ServiceGroupStore.h"
 #include "clients/ServiceList.h"
+#include "clients/troubleshooter/FailingClientsModel.h"
 #include "remote/RemoteRunner.h"
 #include "remote/VLErrorCallback.h"
 #include "tools/Tool.h"
@@ -17,6 +20,7 @@
 #include <memory>
 #include <set>
 
+class AppInterface;
 struct VLNotification;
 
 /// The console's centre: makes the parts, starts and ends them in order, and answers the notifications.
@@ -33,8 +37,11 @@ public:
     /// Log, defaults, callback object, identity, discovery and manual clients, in that order. False (and a
     /// log line) when the console cannot run at all. The objects below exist once this has returned true.
     bool init();
-    /// The steps that need the window to exist: notifications, tools, first run. Counts its calls; only the
-    /// first does anything.
+    /// The window, set before awakeFromNib() and taken away (null) before it goes; without one its steps are
+    /// left out.
+    void setInterface(AppInterface* interface) { m_interface = interface; }
+    /// The steps that need the interface to exist. Called once for each interface file that was loaded; the
+    /// call for the last of them does everything, every other nothing.
     void awakeFromNib();
     /// Ends discovery, connections, workers and timers; no thread is left behind. Called once, at quitting.
     /// False when a worker did not end in time: the caller must then leave the process without destroying
@@ -49,6 +56,8 @@ public:
     [[nodiscard]] bool isTerminating() const noexcept { return m_isTerminating; }
     /// State of the preference of that name, as read at start.
     [[nodiscard]] bool requireAdminPassword() const noexcept { return m_requireAdminPassword; }
+    /// Whether this version can ask for an administrator at all; where it can't, that preference locks.
+    [[nodiscard]] bool canAuthenticate() const noexcept { return m_appServices.canAuthenticate; }
     [[nodiscard]] int awakeCount() const noexcept { return static_cast<int>(m_awakeCount); }
 
     [[nodiscard]] TaskThreads& taskThreads() { return *m_taskThreads; }
@@ -86,6 +95,27 @@ public:
         return m_updateCounts.value(hostName);
     }
 
+    /// Adds a client that needs no machine, under the first free name of "Demo 1", "Demo 2" and so on.
+    VLServicePtr addDemonstrationClient();
+
+    // Connection troubleshooter: the controller knows when it shows, a window shows it.
+    /// Asks for the window, with this client selected; null: whichever is.
+    void showConnectionTroubleshooter(const VLServicePtr& service);
+    /// Renews the list of failing clients.
+    void populateConnectionTroubleshooterServices();
+    [[nodiscard]] FailingClientsModel& failingClients() { return m_failingClients; }
+    /// Told by the window: only while it is visible the list follows the clients.
+    void setTroubleshooterVisible(bool visible);
+    /// It has opened by itself, which it does once per run.
+    [[nodiscard]] bool troubleshooterAutoLaunched() const noexcept { return m_troubleshooterAutoLaunched; }
+
+    // Client information panel.
+    /// Asks for the panel, about this client.
+    void showInfo(const VLServicePtr& service);
+    [[nodiscard]] ClientInfo populateInfoForService(const VLServicePtr& service) const;
+    /// The picture comes with largeServiceIconFetched().
+    void fetchLargeServiceIcon(const VLServicePtr& service);
+
     // Client actions (see VLService for what they do).
     void restartClient(const VLServicePtr& service);
     void stopClient(const VLServicePtr& service);
@@ -103,12 +133,17 @@ Q_SIGNALS:
     void errorQueueChanged();
     void servicesAvailableChanged(bool available);
     void serviceConnectionFailed(const VLServicePtr& service);  ///< service may be null
-    void adminIsOutdated(const VLServicePtr& service);          ///< at most once per run
+    /// `automatic`: nobody asked for it, so it must not take the keyboard.
+    void connectionTroubleshooterRequested(const VLServicePtr& service, bool automatic);
+    void infoRequested(const VLServicePtr& service);
+    void largeServiceIconFetched(const VLServicePtr& service, const QImage& picture);  ///< may be null
+    void adminIsOutdated(const VLServicePtr& service);  ///< at most once per run
     void firstRun();
     void visibleToolChanged(const QString& identifier);
     void serviceMenuChanged();
     void softwareUpdateCountChanged(qlonglong total);
-    void serviceOutlineBadgeClicked(const VLServicePtr& service);
+    /// `badge`: "updates", "errors" or "maintenance".
+    void serviceOutlineBadgeClicked(const VLServicePtr& service, const QString& badge);
     /// Everything is set up: bring the main window to the front.
     void mainWindowReady();
     /// A client has left: close the windows about it (their titles end with a space and this name).
@@ -134,6 +169,7 @@ private:
     void updateAvailableServices();
     void serviceInvalidated(const VLServicePtr& service);
     void connectionFailed(const VLServicePtr& service);
+    void refreshTroubleshooter();
     void adminOutdated(const VLServicePtr& service);
     void postError(const QVariantMap& userInfo);
     void serviceAdded(const VLServicePtr& service);
@@ -146,10 +182,13 @@ private:
 
     const QList<Tool> m_tools;
     const AppServices m_appServices;
+    AppInterface* m_interface = nullptr;
     QDateTime m_launchDate;
     quint32 m_awakeCount = 0;
     bool m_servicesAvailable = false;
     bool m_adminUpdateMessageDisplayed = false;
+    bool m_troubleshooterAutoLaunched = false;
+    bool m_troubleshooterVisible = false;
     bool m_isUnattended = false;
     bool m_browses = true;
     bool m_isTerminating = false;
@@ -159,6 +198,8 @@ private:
     bool m_endedCleanly = true;
     QString m_visibleTool;
     std::unique_ptr<ServiceList> m_services;
+    std::unique_ptr<ServiceGroupStore> m_groupStore;
+    FailingClientsModel m_failingClients;
     std::unique_ptr<TaskThreads> m_taskThreads;
     std::shared_ptr<VLErrorCallback> m_errorCallback;
     std::unique_ptr<RemoteRunner> m_runner;

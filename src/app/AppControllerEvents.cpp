@@ -1,9 +1,11 @@
 // The controller's answers to notifications, to the agents' callbacks and to the client menu.
 #include "app/AppController.h"
+#include "clients/VLVirtualService.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
+#include "remote/LogBudget.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 #include <QTimer>
@@ -31,8 +33,9 @@ void AppController::subscribeToNotifications() {
             [this](const VLNotification&) { m_taskThreads->incrementProgress(); });
     observe("vlCorvalinTaskFinished",
             [this](const VLNotification&) { m_taskThreads->decrementTaskThreadCount(); });
-    observe("VLTableBadgeClicked",
-            [this](const VLNotification& n) { Q_EMIT serviceOutlineBadgeClicked(serviceOf(n)); });
+    observe("VLTableBadgeClicked", [this](const VLNotification& n) {
+        Q_EMIT serviceOutlineBadgeClicked(serviceOf(n), n.userInfo.value(QStringLiteral("badge")).toString());
+    });
     observe("VLCorvalinServiceInvalidated",
             [this](const VLNotification& n) { serviceInvalidated(serviceOf(n)); });
     observe("vlCorvalinServiceConnectFailed",
@@ -50,6 +53,7 @@ void AppController::reloadServiceOutlineView() {
         m_reloadPending = false;
         m_services->serviceChanged(nullptr);
         updateAvailableServices();
+        refreshTroubleshooter();
     });
 }
 
@@ -75,11 +79,17 @@ void AppController::serviceInvalidated(const VLServicePtr& service) {
         m_discovery->removeNetService(*netService);
     else if (service->isManual())
         service->setupReconnectTimer(m_errorCallback);
+    refreshTroubleshooter();
     reloadServiceOutlineView();
 }
 
 void AppController::connectionFailed(const VLServicePtr& service) {
     VLLog::appendLog(QStringLiteral("Service connection failed."));
+    if (service && !m_troubleshooterAutoLaunched && !m_isUnattended) {
+        m_troubleshooterAutoLaunched = true;
+        Q_EMIT connectionTroubleshooterRequested(service, true);
+    }
+    refreshTroubleshooter();
     Q_EMIT serviceConnectionFailed(service);
     updateAvailableServices();
 }
@@ -140,7 +150,9 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
         // Before its first configuration it may use any name that is not another client's.
         return service->configDict().isEmpty() && !m_services->serviceWithHostName(hostName);
     };
-    parent.faultscopeAddLogs = [](const QVariantList& logs, const QString& hostName) {
+    parent.faultscopeAddLogs = [budget = LogBudget()](const QVariantList& logs,
+                                                      const QString& hostName) mutable {
+        if (!budget.take()) return;
         VLLog::appendLog(
             QStringLiteral("%i crash logs of %@ are not shown: this version has no place for them."),
             static_cast<int>(logs.size()), hostName);
@@ -166,9 +178,12 @@ qlonglong AppController::softwareUpdateCount() const {
     return std::accumulate(m_updateCounts.begin(), m_updateCounts.end(), qlonglong{0});
 }
 
-/// The answer comes back through the callback object.
+/// The answer comes back through the callback object. The request comes with the client's configuration,
+/// which is there a little before the client counts as connected.
 void AppController::updateSoftwareUpdateCountForItem(const VLServicePtr& service) {
     VLThread::detach(QStringLiteral("updateSoftwareUpdateCount"), [runner = m_runner.get(), service] {
+        for (int step = 0; step < 50 && !service->isConnected(); ++step)
+            if (!VLThread::sleepFor(std::chrono::milliseconds(100))) return;
         [[maybe_unused]] const QVariant answer = runner->objectFromRemoteMethod(
             QStringLiteral("fetchSoftwareUpdateAvailableUpdateCount"), {}, {}, service);
     });
@@ -210,6 +225,25 @@ void AppController::endTasksOf(const VLServicePtr& service) {
         m_taskThreads->cancelTaskThreads();
     }
     Q_EMIT clientWindowsObsolete(service->name());
+}
+
+VLServicePtr AppController::addDemonstrationClient() {
+    const QList<VLServicePtr> services = m_services->serviceArray();
+    const auto isTaken = [&](const QString& name) {
+        return std::any_of(services.begin(), services.end(),
+                           [&](const VLServicePtr& service) { return service->name() == name; });
+    };
+    int number = 1;
+    while (isTaken(vlFormat(QStringLiteral("Demo %i"), number)))
+        ++number;
+    VLServicePtr service =
+        VLVirtualService::virtualServiceWithName(vlFormat(QStringLiteral("Demo %i"), number));
+    serviceAdded(service);
+    m_services->addServiceToList(service);
+    m_taskThreads->updateSelectedComputerStatus();
+    updateAvailableServices();
+    if (m_services->selectedServices().contains(service)) m_refreshRequest->request();
+    return service;
 }
 
 /// A client that joins the selection by itself is left until it is connected; every other change is shown.

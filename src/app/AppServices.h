@@ -12,6 +12,8 @@ struct AppServices {
     std::function<void()> stopFaultpost;
     /// Asks for a local administrator. Blocks; false when that was refused or cannot be asked.
     std::function<bool()> authStart;
+    /// Whether authStart() can ask anybody at all.
+    bool canAuthenticate = false;
     /// Looks for a newer version of the console. Blocks; runs on a worker.
     std::function<void()> checkForUpdatesToSelf;
     /// Forgets the stored credentials of a client. Any thread.

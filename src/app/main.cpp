@@ -16,6 +16,8 @@
 #include <QApplication>
 #include <QPixmap>
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -198,10 +200,20 @@ bool choosePlatform(const QStringList& arguments) {
     return hasScreen || wantsPicture || wantsReport;
 }
 
+/// A connection takes five descriptors: some two hundred clients would reach the usual limit.
+void raiseFileLimit() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    constexpr rlim_t enough = 65'536;
+    limit.rlim_cur = std::max(limit.rlim_cur, std::min(limit.rlim_max, enough));
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int runApplication(int argc, char** argv, const QStringList& rawArguments) {
     // A wrong command line is reported as such also where there is no display to complain about.
     const bool hasPlatform = choosePlatform(rawArguments);
     if (!hasPlatform) qputenv("QT_QPA_PLATFORM", "offscreen");
+    raiseFileLimit();
     QApplication application(argc, argv);
     MainThread::adopt();
     const CommandLine commandLine = commandLineFrom(QCoreApplication::arguments());

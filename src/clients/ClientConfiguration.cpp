@@ -20,17 +20,7 @@ public:
 
     [[nodiscard]] std::optional<qlonglong> integer(const char* key) const {
         const QVariant value = m_dictionary.value(QLatin1String(key));
-        switch (value.typeId()) {
-            case QMetaType::Bool:
-            case QMetaType::Int:
-            case QMetaType::LongLong:
-                return value.toLongLong();
-            case QMetaType::Double:
-                if (std::abs(value.toDouble()) < 9e15) return static_cast<qlonglong>(value.toDouble());
-                break;
-            default:
-                break;
-        }
+        if (const auto number = ClientConfiguration::integer(value)) return number;
         return refuse<qlonglong>(key, value, "number");
     }
 
@@ -42,14 +32,14 @@ public:
 
     [[nodiscard]] std::optional<QDateTime> date(const char* key) const {
         const QVariant value = m_dictionary.value(QLatin1String(key));
-        if (value.typeId() == QMetaType::QDateTime && value.toDateTime().isValid()) return value.toDateTime();
+        if (auto point = ClientConfiguration::date(value)) return point;
         return refuse<QDateTime>(key, value, "date");
     }
 
 private:
     template <typename T>
     [[nodiscard]] std::optional<T> refuse(const char* key, const QVariant& value, const char* wanted) const {
-        if (value.isValid())
+        if (value.isValid() && !m_client.isEmpty())
             VLLog::appendLog(QStringLiteral("Configuration of %@: the value of %@ is no %@ and is ignored."),
                              m_client, QLatin1String(key), QLatin1String(wanted));
         return std::nullopt;
@@ -65,6 +55,25 @@ bool isHostName(const QString& text) {
 }
 
 }  // namespace
+
+std::optional<qlonglong> ClientConfiguration::integer(const QVariant& value) {
+    switch (value.typeId()) {
+        case QMetaType::Bool:
+        case QMetaType::Int:
+        case QMetaType::LongLong:
+            return value.toLongLong();
+        case QMetaType::Double:
+            if (std::abs(value.toDouble()) < 9e15) return static_cast<qlonglong>(value.toDouble());
+            return std::nullopt;
+        default:
+            return std::nullopt;
+    }
+}
+
+std::optional<QDateTime> ClientConfiguration::date(const QVariant& value) {
+    if (value.typeId() != QMetaType::QDateTime || !value.toDateTime().isValid()) return std::nullopt;
+    return value.toDateTime();
+}
 
 ClientConfiguration ClientConfiguration::read(const QVariantMap& dictionary, const QString& client) {
     const Reader reader(dictionary, client);

@@ -20,8 +20,12 @@ struct ClientConfiguration {
     std::optional<qlonglong> minAdminVersion;
     std::optional<QString> selfCrashLog;
 
-    /// `client` names it in the log.
+    /// `client` names it in the log; without one nothing is logged.
     [[nodiscard]] static ClientConfiguration read(const QVariantMap& dictionary, const QString& client);
+
+    /// A value as what it should be; nothing when it is of another type.
+    [[nodiscard]] static std::optional<qlonglong> integer(const QVariant& value);
+    [[nodiscard]] static std::optional<QDateTime> date(const QVariant& value);
 
     /// The error codes that the versions call for, in the order in which they are set.
     [[nodiscard]] QList<int> versionErrors(const VLBundle& bundle) const;

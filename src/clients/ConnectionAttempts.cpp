@@ -56,6 +56,18 @@ QString ConnectionAttempts::reason(const std::exception& exception) {
     return own ? own->reason() : QString::fromLocal8Bit(exception.what());
 }
 
+QList<ConnectionAttempts::Endpoint> ConnectionAttempts::endpoints(const VLService& service) {
+    if (service.isManual()) {
+        const QString ip = service.manualIP();
+        return {{ip == u"localhost" ? ip : manualAddress(ip).toString(), service.port()}};
+    }
+    QList<Endpoint> result;
+    if (const auto netService = service.netService())
+        for (const VLNetAddress& address : netService->addresses)
+            result.append({addressText(address), address.port});
+    return result;
+}
+
 QString ConnectionAttempts::absoluteHostName(const QString& hostName) {
     return hostName.endsWith(u'.') ? hostName : hostName + u'.';
 }
@@ -131,7 +143,10 @@ ConnectionAttempts::Connection ConnectionAttempts::byAlternateAddresses() {
 ConnectionAttempts::Connection ConnectionAttempts::attempt(const QString& host, int port) {
     if (host.isEmpty() || port < 1 || port > 65535) {
         VLLog::appendLog(QStringLiteral("Error creating socket port."));
-        if (m_failure.isEmpty()) m_failure = QStringLiteral("The client's address or port is not valid.");
+        if (m_failure.isEmpty()) {
+            m_failure = QStringLiteral("The client's address or port is not valid.");
+            m_failureKind = ConnectionFailure::BadAddress;
+        }
         return nullptr;
     }
     try {
@@ -153,6 +168,7 @@ void ConnectionAttempts::failed(const std::exception& exception) {
     VLLog::appendLogAndPrint(vlFormat(QStringLiteral("Connection exception: %@"), reason(exception)));
     if (!m_changedCertificate.isEmpty()) return;
     m_failure = reason(exception);
+    m_failureKind = connectionFailure(exception);
     const auto* own = dynamic_cast<const VLException*>(&exception);
     if (own && own->name() == VLException::changedKey)
         m_changedCertificate = own->userInfo().value(QStringLiteral("certificate")).toByteArray();

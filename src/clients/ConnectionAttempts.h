@@ -22,10 +22,17 @@ public:
     /// Why the last way failed, in plain words. A changed key outlives the failures that come after it: it is
     /// what the administrator has to decide about.
     [[nodiscard]] const QString& failure() const { return m_failure; }
+    [[nodiscard]] ConnectionFailure failureKind() const { return m_failureKind; }
     [[nodiscard]] const QByteArray& changedCertificate() const { return m_changedCertificate; }
 
     /// An exception in plain words, without its name.
     [[nodiscard]] static QString reason(const std::exception& exception);
+    /// Where the agent is looked for when its registered name is no help: each address, as text, and port.
+    struct Endpoint {
+        QString host;
+        int port = 0;
+    };
+    [[nodiscard]] static QList<Endpoint> endpoints(const VLService& service);
     /// With a trailing dot.
     [[nodiscard]] static QString absoluteHostName(const QString& hostName);
     /// The name that the agent's port is registered under.
@@ -50,5 +57,6 @@ private:
     std::optional<VLNetService> m_netService;
     VLConnectionOptions m_options;
     QString m_failure;
+    ConnectionFailure m_failureKind = ConnectionFailure::Other;
     QByteArray m_changedCertificate;
 };

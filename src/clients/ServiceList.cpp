@@ -1,7 +1,5 @@
 #include "clients/ServiceList.h"
 
-#include <QSet>
-
 #include <algorithm>
 
 namespace {
@@ -18,44 +16,17 @@ QString absoluteName(const QString& hostName) {
 
 }  // namespace
 
-void VLServiceGroup::addChild(const VLServicePtr& service) {
-    if (!service || m_children.contains(service)) return;
-    m_children.append(service);
-    service->setParent(this);
-}
-
-void VLServiceGroup::removeChild(const VLServicePtr& service) {
-    if (m_children.removeAll(service) > 0 && service->parent() == this) service->setParent(nullptr);
-}
-
 ServiceList::ServiceList(QObject* parent) : QObject(parent) {}
 
 ServiceList::~ServiceList() {
     // A record may outlive the list; it must not keep pointing to its group.
-    const auto groups = m_groups;
-    for (const auto& group : groups)
-        removeGroup(group);
+    for (const VLServiceGroupPtr& group : std::as_const(m_groups))
+        for (const VLServicePtr& service : group->children())
+            service->setParent(nullptr);
 }
 
 QList<VLServicePtr> ServiceList::serviceArray() const {
     return m_services.get();
-}
-
-QList<std::shared_ptr<VLServiceGroup>> ServiceList::groups() const {
-    return m_groups;
-}
-
-std::shared_ptr<VLServiceGroup> ServiceList::addGroup(const QString& name) {
-    auto group = std::make_shared<VLServiceGroup>(name);
-    m_groups.append(group);
-    return group;
-}
-
-void ServiceList::removeGroup(const std::shared_ptr<VLServiceGroup>& group) {
-    const QList<VLServicePtr> children = group->children();
-    for (const VLServicePtr& service : children)
-        group->removeChild(service);
-    m_groups.removeAll(group);
 }
 
 void ServiceList::addServiceToList(const VLServicePtr& service) {
@@ -69,16 +40,23 @@ void ServiceList::addServiceToList(const VLServicePtr& service) {
     Index index = m_index.get();
     enter(index, names, service);
     m_index.set(std::move(index));
-    if (m_allSelected) m_selected.set(services);
+    noteHost(*service);
+    joinRememberedGroup(service);
+    const bool joinsSelection = m_allSelected || (service->parent() && !m_chosenGroups.isEmpty());
+    if (joinsSelection) m_selected.set(selectionNow());
     Q_EMIT serviceAdded(service);
-    if (m_allSelected) Q_EMIT selectionChanged();
+    if (service->parent()) Q_EMIT groupsChanged();
+    if (joinsSelection) Q_EMIT selectionChanged();
 }
 
 void ServiceList::removeServiceFromList(const VLServicePtr& service) {
-    for (const auto& group : std::as_const(m_groups))
-        group->removeChild(service);
     QList<VLServicePtr> services = m_services.get();
     if (services.removeAll(service) == 0) return;
+    const VLServiceGroupPtr group = groupOf(service);
+    if (group) group->remember(remembered(service));
+    for (const VLServiceGroupPtr& any : std::as_const(m_groups))
+        any->removeChild(service);
+    m_chosen.removeAll(service);
     m_services.set(services);
     const Names names = m_indexedNames.take(service.get());
     Index index = m_index.get();
@@ -92,6 +70,7 @@ void ServiceList::removeServiceFromList(const VLServicePtr& service) {
     const bool wasSelected = selected.removeAll(service) > 0;
     if (wasSelected) m_selected.set(selected);
     Q_EMIT serviceRemoved(service);
+    if (group) Q_EMIT groupsChanged();
     if (wasSelected) Q_EMIT selectionChanged();
 }
 
@@ -116,23 +95,50 @@ QString ServiceList::friendlyServiceName(const QString& hostName) const {
     return service ? service->name() : hostName;
 }
 
-void ServiceList::setSelectedServices(const QList<VLServicePtr>& services) {
+void ServiceList::setSelection(const QList<VLServicePtr>& services, const QList<VLServiceGroupPtr>& groups) {
     const bool wasAll = std::exchange(m_allSelected, false);
     QSet<const VLService*> wanted;
     for (const VLServicePtr& service : services)
         wanted.insert(service.get());
-    QList<VLServicePtr> selected = m_services.get();
-    selected.removeIf([&](const VLServicePtr& service) { return !wanted.contains(service.get()); });
-    if (!wasAll && selected == m_selected.get()) return;
-    m_selected.set(selected);
+    QList<VLServicePtr> chosen = m_services.get();
+    chosen.removeIf([&](const VLServicePtr& service) { return !wanted.contains(service.get()); });
+    QList<VLServiceGroupPtr> chosenGroups = m_groups;
+    chosenGroups.removeIf([&](const VLServiceGroupPtr& group) { return !groups.contains(group); });
+    if (!wasAll && chosen == m_chosen && chosenGroups == m_chosenGroups) return;
+    m_chosen = chosen;
+    m_chosenGroups = chosenGroups;
+    m_selected.set(selectionNow());
     Q_EMIT selectionChanged();
 }
 
 void ServiceList::selectAll() {
     const QList<VLServicePtr> services = m_services.get();
     const bool wasAll = std::exchange(m_allSelected, true);
+    m_chosen.clear();
+    m_chosenGroups.clear();
     if (wasAll && services == m_selected.get()) return;
     m_selected.set(services);
+    Q_EMIT selectionChanged();
+}
+
+/// The clients that the selection stands for, in list order.
+QList<VLServicePtr> ServiceList::selectionNow() const {
+    QList<VLServicePtr> selected = m_services.get();
+    if (m_allSelected) return selected;
+    QSet<const VLService*> wanted;
+    for (const VLServicePtr& service : m_chosen)
+        wanted.insert(service.get());
+    for (const VLServiceGroupPtr& group : m_chosenGroups)
+        for (const VLServicePtr& service : group->children())
+            wanted.insert(service.get());
+    selected.removeIf([&](const VLServicePtr& service) { return !wanted.contains(service.get()); });
+    return selected;
+}
+
+void ServiceList::updateSelection() {
+    const QList<VLServicePtr> selected = selectionNow();
+    if (selected == m_selected.get()) return;
+    m_selected.set(selected);
     Q_EMIT selectionChanged();
 }
 
@@ -141,9 +147,8 @@ void ServiceList::serviceChanged(const VLServicePtr& service) {
     if (!std::is_sorted(services.begin(), services.end(), comesBefore)) {
         std::stable_sort(services.begin(), services.end(), comesBefore);
         m_services.set(services);
-        QList<VLServicePtr> selected = m_selected.get();
-        std::stable_sort(selected.begin(), selected.end(), comesBefore);
-        m_selected.set(selected);
+        std::stable_sort(m_chosen.begin(), m_chosen.end(), comesBefore);
+        m_selected.set(selectionNow());
     }
     const bool isCurrent =
         std::all_of(services.begin(), services.end(),

@@ -1,28 +1,15 @@
 #pragma once
 
-#include "clients/VLService.h"
+#include "clients/VLServiceGroup.h"
 #include "foundation/Snapshot.h"
 
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QString>
 
 #include <memory>
-
-/// A named group of clients in the client list; the same client stands at most once in one group.
-class VLServiceGroup {
-public:
-    explicit VLServiceGroup(QString name) : m_name(std::move(name)) {}
-    [[nodiscard]] const QString& name() const { return m_name; }
-    [[nodiscard]] const QList<VLServicePtr>& children() const { return m_children; }
-    void addChild(const VLServicePtr& service);
-    void removeChild(const VLServicePtr& service);
-
-private:
-    QString m_name;
-    QList<VLServicePtr> m_children;
-};
 
 /// The known clients and the groups, and which of them are selected.
 ///
@@ -36,14 +23,27 @@ public:
 
     /// Every known client, sorted by name. Any thread.
     [[nodiscard]] QList<VLServicePtr> serviceArray() const;
-    [[nodiscard]] QList<std::shared_ptr<VLServiceGroup>> groups() const;  ///< main thread
 
-    std::shared_ptr<VLServiceGroup> addGroup(const QString& name);
+    // Groups: main thread, in the order in which they were made.
+    [[nodiscard]] QList<VLServiceGroupPtr> groups() const;
+    /// Clients of the list that `absent` holds are its members at once.
+    VLServiceGroupPtr addGroup(const QString& name, const QList<RememberedClient>& absent = {});
     /// The clients in it stay in the list.
-    void removeGroup(const std::shared_ptr<VLServiceGroup>& group);
+    void removeGroup(const VLServiceGroupPtr& group);
+    void renameGroup(const VLServiceGroupPtr& group, const QString& name);
+    void forgetAbsentClients(const VLServiceGroupPtr& group);
+    /// What is wrong with a name for `group` (null: for a new one), as a sentence; empty when nothing is.
+    [[nodiscard]] QString groupNameProblem(const QString& name, const VLServiceGroupPtr& group = {}) const;
+    /// Clients leave the groups they are in and join this one; null: none.
+    void moveToGroup(const QList<VLServicePtr>& services, const VLServiceGroupPtr& group);
+    [[nodiscard]] VLServiceGroupPtr groupOf(const VLServicePtr& service) const;
+    [[nodiscard]] RememberedClient remembered(const VLServicePtr& service) const;
+    /// Of the group that is always there and holds every client.
+    [[nodiscard]] static QString allComputersTitle() { return QStringLiteral("All Computers"); }
 
     void addServiceToList(const VLServicePtr& service);
-    /// Takes the record out of the list and out of every group; the record itself is left alone.
+    /// Takes the record out of the list and out of its group, which remembers the client; the record itself
+    /// is left alone.
     void removeServiceFromList(const VLServicePtr& service);
 
     /// The first record whose host name, or one of its other names, is `hostName` (a missing trailing dot is
@@ -56,7 +56,12 @@ public:
 
     /// The clients selected in the client list, in list order. Any thread.
     [[nodiscard]] QList<VLServicePtr> selectedServices() const { return m_selected.get(); }
-    void setSelectedServices(const QList<VLServicePtr>& services);
+    void setSelectedServices(const QList<VLServicePtr>& services) { setSelection(services, {}); }
+    /// These clients, and whichever the groups hold at any time.
+    void setSelection(const QList<VLServicePtr>& services, const QList<VLServiceGroupPtr>& groups);
+    /// The two parts of the selection; both are empty while all are selected. Main thread.
+    [[nodiscard]] const QList<VLServicePtr>& chosenServices() const { return m_chosen; }
+    [[nodiscard]] const QList<VLServiceGroupPtr>& chosenGroups() const { return m_chosenGroups; }
     /// The selection is every client of the list, also those that come later.
     void selectAll();
     [[nodiscard]] bool allSelected() const { return m_allSelected; }
@@ -69,6 +74,8 @@ Q_SIGNALS:
     void serviceRemoved(const VLServicePtr& service);
     void serviceUpdated(const VLServicePtr& service);  ///< null: any
     void selectionChanged();
+    void groupsChanged();        ///< their names or members
+    void storedGroupsChanged();  ///< so that they must be stored: not when a client only comes or goes
 
 private:
     /// Which client a name leads to. Agents choose their other names themselves, so these come second: they
@@ -83,12 +90,20 @@ private:
     };
     static void enter(Index& index, const Names& names, const VLServicePtr& service);
     void rebuildIndex();
+    void joinRememberedGroup(const VLServicePtr& service);
+    void noteHost(const VLService& service);
+    [[nodiscard]] QList<VLServicePtr> selectionNow() const;
+    void updateSelection();
     [[nodiscard]] bool isIndexed(const VLServicePtr& service) const;
 
     Snapshot<QList<VLServicePtr>> m_services;
     Snapshot<QList<VLServicePtr>> m_selected;
     Snapshot<Index> m_index;
     QHash<const VLService*, Names> m_indexedNames;  ///< what the index was made from
-    QList<std::shared_ptr<VLServiceGroup>> m_groups;
+    QList<VLServiceGroupPtr> m_groups;
+    QHash<QString, QString> m_hostNames;  ///< the client first seen on an advertised host
+    QSet<QString> m_sharedHosts;          ///< from which several agents advertise
     bool m_allSelected = true;
+    QList<VLServicePtr> m_chosen;
+    QList<VLServiceGroupPtr> m_chosenGroups;
 };

@@ -16,6 +16,7 @@
 namespace {
 
 constexpr QSize iconSize(128, 128);
+constexpr qsizetype longestReason = 1000;  ///< a reason may be what an agent wrote, and is shown
 constexpr int pictureMemoryLimit = 64;  ///< MiB that one picture of an agent may unpack to
 
 Snapshot<VLServiceEnvironment>& environmentStore() {
@@ -132,8 +133,10 @@ void VLService::setErrorCode(int code) {
         {{QStringLiteral("errorcode"), code}, {QStringLiteral("hostname"), hostName()}});
 }
 
-void VLService::setConnectionError(const QString& reason, const QByteArray& changedCertificate) {
-    m_connectionError.set(reason);
+void VLService::setConnectionError(const QString& reason, ConnectionFailure failure,
+                                   const QByteArray& changedCertificate) {
+    m_connectionError.set(reason.left(longestReason));
+    m_connectionFailure = failure;
     m_changedCertificate.set(changedCertificate);
 }
 
@@ -184,8 +187,8 @@ void VLService::postInvalidatedMessage() {
         {{QStringLiteral("service"), QVariant::fromValue(shared_from_this())}});
 }
 
-void VLService::encode(QDataStream& stream) const {
-    stream << name() << hostName() << pngData(icon());
+void VLService::encode(QDataStream& stream, bool withPicture) const {
+    stream << name() << hostName() << (withPicture ? pngData(icon()) : QByteArray());
     stream << QStringLiteral("port") << static_cast<qint32>(port());
     stream << QStringLiteral("isConnected") << isConnected();
     stream << QStringLiteral("needsMaintenance") << needsMaintenance();

@@ -3,6 +3,7 @@
 #include "clients/discovery/ServiceBrowser.h"
 #include "clients/discovery/VLNetService.h"
 #include "foundation/Snapshot.h"
+#include "remote/ConnectionFailure.h"
 #include "remote/RemoteClient.h"
 #include "remote/TlsIdentity.h"
 #include "remote/VLConnection.h"
@@ -124,6 +125,8 @@ public:
     /// Why the last connection attempt failed, in plain words; empty when it did not. `changedCertificate`
     /// is the agent's new certificate (PEM) when its key differs from the pinned one.
     [[nodiscard]] QString connectionError() const { return m_connectionError.get(); }
+    /// The kind of connectionError(); None when it is empty.
+    [[nodiscard]] ConnectionFailure connectionFailure() const { return m_connectionFailure; }
     [[nodiscard]] QByteArray changedCertificate() const { return m_changedCertificate.get(); }
     /// Pins the refused certificate, which the user was shown, and connects again. False, and nothing
     /// happens, when the agent has shown another one since.
@@ -173,7 +176,9 @@ public:
     void setParent(VLServiceGroup* group) { m_parent = group; }
 
     /// The archived form: name, host name, icon, "port", "isConnected", "needsMaintenance"; no connection.
-    virtual void encode(QDataStream& stream) const;
+    /// Streams are of `archiveVersion`.
+    static constexpr QDataStream::Version archiveVersion = QDataStream::Qt_6_0;
+    virtual void encode(QDataStream& stream, bool withPicture = true) const;
     [[nodiscard]] static VLServicePtr decode(QDataStream& stream);
 
 protected:
@@ -187,6 +192,7 @@ protected:
     Snapshot<QVariantMap> m_configDict;
     Snapshot<QByteArray> m_changedCertificate;
     std::atomic<int> m_port{0}, m_errorCode{0};
+    std::atomic<ConnectionFailure> m_connectionFailure{ConnectionFailure::None};
     std::atomic<bool> m_isManual{false}, m_isConnected{false}, m_needsMaintenance{false},
         m_isProcessing{false}, m_enabled{true}, m_spinning{false}, m_shallSpin{false};
     VLServiceGroup* m_parent = nullptr;
@@ -214,13 +220,14 @@ private:
     void armTimeout();
     bool disarmTimeout();  ///< whether it was pending
     void processConfigurationOnThread(const QVariantMap& configuration);
-    void configurationFailed(const QString& reason, int errorCode);
+    void configurationFailed(const QString& reason, ConnectionFailure failure, int errorCode);
     void takeNames(const QString& preferredHostName);
     void fetchIconOnThread();
     void requestConfiguration(const VLProxyObjectPtr& proxy);
     void configurationRaised(const std::exception& exception, const VLProxyObjectPtr& proxy);
 
-    void setConnectionError(const QString& reason, const QByteArray& changedCertificate = {});
+    void setConnectionError(const QString& reason, ConnectionFailure failure,
+                            const QByteArray& changedCertificate = {});
     void setSpinning(bool spinning);
 
     const std::unique_ptr<ConnectionState> m_connection;

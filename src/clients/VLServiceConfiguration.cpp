@@ -36,7 +36,7 @@ void VLService::fetchInitialConfiguration(bool armTimeout) {
                              selector);
             if (proxy)
                 configurationFailed(QStringLiteral("The agent does not answer this console's questions."),
-                                    errorNotInstalledProperly);
+                                    ConnectionFailure::AgentFault, errorNotInstalledProperly);
             setIsConnected(false);
             stopProgressSpinner();
             return;
@@ -66,7 +66,7 @@ void VLService::requestConfiguration(const VLProxyObjectPtr& proxy) {
         }
         VLLog::appendLog(QStringLiteral("Configuration of %@ is no dictionary."), name());
         configurationFailed(QStringLiteral("The agent's configuration cannot be read."),
-                            errorNotInstalledProperly);
+                            ConnectionFailure::AgentFault, errorNotInstalledProperly);
     } catch (const std::exception& exception) {
         configurationRaised(exception, proxy);
     }
@@ -91,12 +91,14 @@ void VLService::configurationRaised(const std::exception& exception, const VLPro
     const auto* own = dynamic_cast<const VLException*>(&exception);
     const bool isLost = own && own->name() == VLException::inaccessible;
     if (!isLost) session->setAnswered();
-    configurationFailed(ConnectionAttempts::reason(exception), isLost ? 0 : errorNotInstalledProperly);
+    configurationFailed(ConnectionAttempts::reason(exception),
+                        isLost ? ConnectionFailure::Lost : ConnectionFailure::AgentFault,
+                        isLost ? 0 : errorNotInstalledProperly);
 }
 
-void VLService::configurationFailed(const QString& reason, int errorCode) {
+void VLService::configurationFailed(const QString& reason, ConnectionFailure failure, int errorCode) {
     disarmTimeout();
-    setConnectionError(reason);
+    setConnectionError(reason, failure);
     stopProgressSpinner();
     setErrorCode(errorCode);
 }

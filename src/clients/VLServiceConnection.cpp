@@ -61,7 +61,7 @@ void VLService::connect(const VLCallbackTargetPtr& errorCallback) {
         runSession(session, errorCallback);
     } catch (const std::exception& exception) {
         VLException::logException(exception, "-[VLService connect:]");
-        setConnectionError(ConnectionAttempts::reason(exception));
+        setConnectionError(ConnectionAttempts::reason(exception), ::connectionFailure(exception));
         sessionEnded(session, errorCallback, true);
     } catch (...) {
         sessionEnded(session, errorCallback, true);
@@ -73,7 +73,9 @@ void VLService::runSession(const SessionPtr& session, const VLCallbackTargetPtr&
     if (!session->whileActive([this] { startProgressSpinner(); })) return;
     VLLog::appendLog(QStringLiteral("Connecting to %@..."), name());
     if (!isManual() && !netService()) {
-        VLLog::appendLog(QStringLiteral("Net service not found."));
+        const QString notFound = QStringLiteral("Net service not found.");
+        VLLog::appendLog(notFound);
+        session->whileActive([&] { setConnectionError(notFound, ConnectionFailure::NotAnnounced); });
         stopProgressSpinner();
         const std::lock_guard lock(m_connection->mutex);
         if (m_connection->session == session) m_connection->session = nullptr;
@@ -84,7 +86,7 @@ void VLService::runSession(const SessionPtr& session, const VLCallbackTargetPtr&
     const std::unique_ptr<VLConnection> connection = attempts.open();
     if (session->stopped()) return;
     if (!connection) {
-        setConnectionError(attempts.failure(), attempts.changedCertificate());
+        setConnectionError(attempts.failure(), attempts.failureKind(), attempts.changedCertificate());
         VLLog::appendLog(QStringLiteral("Unable to connect"));
         sessionEnded(session, errorCallback, true);
         return;
@@ -101,7 +103,7 @@ void VLService::runSession(const SessionPtr& session, const VLCallbackTargetPtr&
     // Nobody asked for the end: the agent went away, or an operation failed and marked the client so.
     if (const QString reason = connection->lossReason(); !reason.isEmpty()) {
         VLLog::appendLog(QStringLiteral("Connection to %@ was lost: %@"), name(), reason);
-        setConnectionError(reason);
+        setConnectionError(reason, connection->lossFailure());
     }
     // A client that broke off before its first answer has not been reached at all.
     sessionEnded(session, errorCallback, !session->answered());
@@ -109,7 +111,7 @@ void VLService::runSession(const SessionPtr& session, const VLCallbackTargetPtr&
 
 bool VLService::setUpConnection(const SessionPtr& session, VLConnection& connection,
                                 const VLCallbackTargetPtr& errorCallback) {
-    setConnectionError({});
+    setConnectionError({}, ConnectionFailure::None);
     session->setProxy(connection.rootProxy());
     if (icon().isNull()) fetchIconOnThread();
     fetchInitialConfiguration(true);
@@ -192,7 +194,7 @@ bool VLService::acceptChangedCertificate(const QByteArray& certificateShown,
     }
     VLLog::appendLog(QStringLiteral("The new key of %@ was accepted: %@"), name(),
                      certificateFingerprint(certificateShown));
-    setConnectionError({});
+    setConnectionError({}, ConnectionFailure::None);
     startSession(errorCallback, true);
     return true;
 }

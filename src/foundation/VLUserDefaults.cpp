@@ -64,6 +64,8 @@ public:
         exchange();
     }
 
+    [[nodiscard]] QString path() const { return m_path; }
+
     void registerValues(const QVariantMap& values) {
         const std::lock_guard lock(m_mutex);
         m_registered.insert(values);
@@ -197,6 +199,10 @@ VLUserDefaults& VLUserDefaults::standardUserDefaults() {
 void VLUserDefaults::setStandardPath(const QString& path) {
     const std::lock_guard lock(standardPath().mutex);
     standardPath().path = path;
+}
+
+QString VLUserDefaults::path() const {
+    return d->store->path();
 }
 
 void VLUserDefaults::registerDefaults(const QVariantMap& values) {

@@ -19,6 +19,9 @@ public:
     ~VLUserDefaults();
     static void setStandardPath(const QString& path);
 
+    /// The file that holds the stored values.
+    [[nodiscard]] QString path() const;
+
     void registerDefaults(const QVariantMap& values);
 
     /// The stored value, else the registered one, else an invalid QVariant.

@@ -11,18 +11,24 @@ QString ConnectionCore::lossReason() const {
     return m_lossReason;
 }
 
-VLException ConnectionCore::lossException() const {
-    const QString reason = lossReason();
-    return VLException(VLException::inaccessible,
-                       reason.isEmpty() ? QStringLiteral("The connection was closed.") : reason);
+ConnectionFailure ConnectionCore::lossFailure() const {
+    const std::lock_guard lock(m_mutex);
+    return m_lossFailure;
 }
 
-void ConnectionCore::close(const QString& reason) {
+VLException ConnectionCore::lossException() const {
+    const QString reason = lossReason();
+    return connectionException(VLException::inaccessible, lossFailure(),
+                               reason.isEmpty() ? QStringLiteral("The connection was closed.") : reason);
+}
+
+void ConnectionCore::close(const QString& reason, ConnectionFailure failure) {
     std::unordered_set<Call> calls;
     {
         const std::lock_guard lock(m_mutex);
         if (!m_valid.exchange(false)) return;
         m_lossReason = reason;
+        m_lossFailure = failure;
         calls.swap(m_calls);
     }
     const VLException error = lossException();
@@ -50,7 +56,14 @@ ConnectionCore::Call ConnectionCore::makeCall(PendingCall::Kind kind, const QStr
 }
 
 bool ConnectionCore::respondsToSelector(const QString& selector, std::chrono::milliseconds limit) {
-    return callAndWait(makeCall(PendingCall::Kind::Responds, selector, {}), limit).toBool();
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_valid && m_answeredSelectors.contains(selector)) return true;
+    }
+    if (!callAndWait(makeCall(PendingCall::Kind::Responds, selector, {}), limit).toBool()) return false;
+    const std::lock_guard lock(m_mutex);
+    m_answeredSelectors.insert(selector);
+    return true;
 }
 
 QVariant ConnectionCore::perform(const QString& selector, const QVariantList& arguments,

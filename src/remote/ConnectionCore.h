@@ -5,6 +5,8 @@
 #include "remote/VLConnection.h"
 #include "remote/VLProxyObject.h"
 
+#include <QSet>
+
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -31,8 +33,9 @@ public:
     bool isValid() const noexcept override { return m_valid.load(); }
 
     [[nodiscard]] QString lossReason() const;
+    [[nodiscard]] ConnectionFailure lossFailure() const;
     /// Fails all calls, and every later one. The first reason counts. Any thread.
-    void close(const QString& reason);
+    void close(const QString& reason, ConnectionFailure failure = ConnectionFailure::Lost);
 
     // The connection's thread.
     void setLoop(ConnectionLoop* loop) { m_loop = loop; }
@@ -60,5 +63,8 @@ private:
     std::atomic_bool m_wake = false;
     mutable std::mutex m_mutex;
     QString m_lossReason;
+    ConnectionFailure m_lossFailure = ConnectionFailure::None;
     std::unordered_set<Call> m_calls;  ///< that somebody waits for
+    /// What the agent responds to; that stays so while the connection lasts, so it is asked once.
+    QSet<QString> m_answeredSelectors;
 };

@@ -28,7 +28,7 @@ std::chrono::milliseconds lifeTick(const RemoteLimits& limits) {
 VLException translate(const kj::Exception& exception) {
     const bool lost = exception.getType() == kj::Exception::Type::DISCONNECTED;
     return lost ? VLException(VLException::inaccessible,
-                              connectionEndReason(fromKj(exception.getDescription())))
+                              connectionEnd(fromKj(exception.getDescription())).reason)
                 : VLException(VLException::generic, fromKj(exception.getDescription()));
 }
 
@@ -96,13 +96,13 @@ void ConnectionLoop::open(const Deadline& deadline) {
                QStringLiteral("The client did not answer in time."));
 
     m_tasks->add(m_core->queue().run(m_io.unixEventPort));
-    m_tasks->add(m_network->onDisconnect().then([this] { lose(m_wire->endReason()); }));
+    m_tasks->add(m_network->onDisconnect().then([this] { lose(m_wire->connectionEnd()); }));
     m_tasks->add(watchLife());
 }
 
 QString ConnectionLoop::lastWords() {
     if (!m_wire) return {};
-    const QString endReason = m_wire->endReason();
+    const QString endReason = m_wire->connectionEnd().reason;
     m_root = nullptr;
     m_rpc = nullptr;
     m_network = nullptr;
@@ -141,13 +141,14 @@ void ConnectionLoop::stop() {
     m_stopped.fulfiller->fulfill();
 }
 
-void ConnectionLoop::lose(const QString& reason) {
-    m_core->close(reason.isEmpty() ? QStringLiteral("The connection was lost.") : reason);
+void ConnectionLoop::lose(const ConnectionEnd& end) {
+    m_core->close(end.reason.isEmpty() ? QStringLiteral("The connection was lost.") : end.reason,
+                  end.failure);
     stop();
 }
 
 void ConnectionLoop::taskFailed(kj::Exception&& exception) {
-    lose(fromKj(exception.getDescription()));
+    lose({fromKj(exception.getDescription()), ConnectionFailure::Garbage});
 }
 
 kj::Promise<void> ConnectionLoop::start(const Call& call) {
@@ -216,8 +217,9 @@ void ConnectionLoop::sendAndWait(const Call& call, std::chrono::milliseconds lim
 kj::Promise<void> ConnectionLoop::watchLife() {
     return timer().afterDelay(m_tick).then([this]() -> kj::Promise<void> {
         if (isDead()) {
-            lose(QStringLiteral("The client gave no sign of life for %1 seconds.")
-                     .arg(double(m_limits.heartbeatTimeout.count()) / 1000));
+            lose({QStringLiteral("The client gave no sign of life for %1 seconds.")
+                      .arg(double(m_limits.heartbeatTimeout.count()) / 1000),
+                  ConnectionFailure::Silent});
             return kj::READY_NOW;
         }
         if (!m_heartbeatUnderWay && ++m_ticksSinceHeartbeat * m_tick >= toKj(m_limits.heartbeatInterval))

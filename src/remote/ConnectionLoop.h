@@ -50,7 +50,7 @@ private:
     /// Sends; resolves when the call has ended, and never fails.
     [[nodiscard]] kj::Promise<void> start(const Call& call);
     [[nodiscard]] kj::Promise<void> startPerform(const Call& call);
-    void lose(const QString& reason);
+    void lose(const ConnectionEnd& end);
     [[nodiscard]] kj::Promise<void> watchLife();
     [[nodiscard]] bool isDead();
     void beatHeart();

@@ -1,3 +1,4 @@
+#include "remote/ConnectionFailure.h"
 #include "remote/OpenSslPointers.h"
 #include "remote/SocketConnector.h"
 #include "remote/TlsIdentity.h"
@@ -26,10 +27,22 @@ void ignoreBrokenPipes() {
     throw VLException(name, reason);
 }
 
+[[noreturn]] void failHandshake(ConnectionFailure failure, const QString& reason) {
+    ::ERR_clear_error();
+    throw connectionException(VLException::inaccessible, failure, reason);
+}
+
 QString lastError() {
     char text[256] = "the connection was closed";
     if (const auto code = ::ERR_peek_last_error()) ::ERR_error_string_n(code, text, sizeof text);
     return QString::fromLatin1(text);
+}
+
+/// After a failed handshake: the other end closed, or it speaks something else.
+ConnectionFailure handshakeFailure(int sslError) {
+    const bool closed = sslError == SSL_ERROR_SYSCALL || sslError == SSL_ERROR_ZERO_RETURN ||
+                        ERR_GET_REASON(::ERR_peek_last_error()) == SSL_R_UNEXPECTED_EOF_WHILE_READING;
+    return closed ? ConnectionFailure::HungUp : ConnectionFailure::NotCorvalin;
 }
 
 void shakeHands(SSL* ssl, int fd, const QString& host, const Deadline& deadline) {
@@ -39,8 +52,8 @@ void shakeHands(SSL* ssl, int fd, const QString& host, const Deadline& deadline)
         if (result == 1) return;
         const int error = ::SSL_get_error(ssl, result);
         if (error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE)
-            fail(VLException::inaccessible,
-                 QStringLiteral("%1 shows no certificate: %2.").arg(host, lastError()));
+            failHandshake(handshakeFailure(error),
+                          QStringLiteral("%1 shows no certificate: %2.").arg(host, lastError()));
         if (!SocketConnector::waitFor(fd, error == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT, deadline))
             fail(VLException::portTimeout,
                  QStringLiteral("%1 did not show its certificate in time.").arg(host));
@@ -63,7 +76,8 @@ QByteArray fetchPeerCertificate(const QString& host, quint16 port, std::chrono::
     shakeHands(ssl.get(), fd.get(), host, deadline);
 
     const openssl::Pointer<X509> certificate(::SSL_get1_peer_certificate(ssl.get()));
-    if (!certificate) fail(VLException::inaccessible, QStringLiteral("%1 shows no certificate.").arg(host));
+    if (!certificate)
+        failHandshake(ConnectionFailure::NotCorvalin, QStringLiteral("%1 shows no certificate.").arg(host));
     QByteArray pem = openssl::pemFromCertificate(certificate.get());
     ::ERR_clear_error();
     return pem;

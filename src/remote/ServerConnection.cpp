@@ -113,7 +113,7 @@ void ServerConnection::start(std::function<void(const QString&)> lost) {
     m_lost = std::move(lost);
     m_rpc = kj::heap<capnp::RpcSystem<capnp::rpc::twoparty::VatId>>(
         capnp::makeRpcServer(m_network, wire::Root::Client(kj::heap<RootObject>(*this))));
-    m_tasks.add(m_network.onDisconnect().then([this] { lose(m_wire.endReason()); }));
+    m_tasks.add(m_network.onDisconnect().then([this] { lose(m_wire.connectionEnd().reason); }));
     m_tasks.add(watchLife());
 }
 

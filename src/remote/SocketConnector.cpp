@@ -1,6 +1,7 @@
 #include "remote/SocketConnector.h"
 
 #include "foundation/VLThread.h"
+#include "remote/ConnectionFailure.h"
 #include "system/VLException.h"
 
 #include <fcntl.h>
@@ -94,8 +95,8 @@ LookupResult lookUpWithin(const QByteArray& host, quint16 port, const Deadline& 
     while (!shared->done && !deadline.isOver() && !VLThread::isCancelled())
         shared->ready.wait_for(lock, std::min(deadline.remaining(), 200ms));
     if (!shared->done)
-        throw VLException(
-            VLException::portTimeout,
+        throw connectionException(
+            VLException::portTimeout, ConnectionFailure::HostNotFound,
             QStringLiteral("The address of %1 was not found in time.").arg(QString::fromUtf8(host)));
     return std::move(shared->result);
 }
@@ -150,8 +151,8 @@ bool SocketConnector::waitFor(int fd, short events, const Deadline& deadline) {
 kj::AutoCloseFd SocketConnector::connect(const QString& host, quint16 port, const Deadline& deadline) {
     const LookupResult found = resolve(host, port, deadline);
     if (found.addresses.empty())
-        throw VLException(VLException::inaccessible,
-                          QStringLiteral("The host %1 was not found: %2.").arg(host, found.error));
+        throw connectionException(VLException::inaccessible, ConnectionFailure::HostNotFound,
+                                  QStringLiteral("The host %1 was not found: %2.").arg(host, found.error));
 
     kj::AutoCloseFd fd;
     int error = 0;
@@ -161,8 +162,8 @@ kj::AutoCloseFd SocketConnector::connect(const QString& host, quint16 port, cons
         error = connectTo(address, Deadline(deadline.remaining() / left--), fd);
         if (error == 0) return fd;
     }
-    throw VLException(
-        error == ETIMEDOUT ? VLException::portTimeout : VLException::inaccessible,
+    throw connectionException(
+        error == ETIMEDOUT ? VLException::portTimeout : VLException::inaccessible, connectionFailure(error),
         QStringLiteral("No connection to %1, port %2: %3.").arg(host).arg(port).arg(systemError(error)));
 }
 

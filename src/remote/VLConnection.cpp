@@ -2,6 +2,7 @@
 
 #include "logs/VLLog.h"
 #include "remote/ConnectionCore.h"
+#include "remote/ConnectionFailure.h"
 #include "remote/ConnectionLoop.h"
 #include "remote/KjQuiet.h"
 #include "remote/TlsSettings.h"
@@ -31,8 +32,8 @@ QByteArray pinnedCertificate(const QString& host, quint16 port, const VLConnecti
 
     QByteArray presented = fetchPeerCertificate(host, port, deadline.remaining());
     if (!TlsSettings::isAgentCertificate(presented))
-        throw VLException(
-            VLException::inaccessible,
+        throw connectionException(
+            VLException::inaccessible, ConnectionFailure::NotCorvalin,
             QStringLiteral("What answers on %1, port %2 is no Corvalin client.").arg(host).arg(port));
     if (!options.pins->pin(options.client, presented))
         throw VLException(VLException::generic,
@@ -64,8 +65,8 @@ struct VLConnection::Private {
             const QByteArray presented = fetchPeerCertificate(host, port, deadline.remaining());
             if (certificateFingerprint(presented) != certificateFingerprint(pinned))
                 raiseChangedKey(options.client, pinned, presented);
-            throw VLException(
-                VLException::inaccessible,
+            throw connectionException(
+                VLException::inaccessible, ConnectionFailure::Garbage,
                 QStringLiteral("The TLS handshake failed: %1").arg(fromKj(exception.getDescription())));
         }
     }
@@ -82,9 +83,11 @@ struct VLConnection::Private {
                     VLException::refused,
                     QStringLiteral("The client does not accept this console: its certificate is not "
                                    "among those that the client was given."));
-            throw VLException(VLException::inaccessible,
-                              QStringLiteral("The connection ended before the first answer: %1")
-                                  .arg(connectionEndReason(reason)));
+            const ConnectionEnd end = connectionEnd(reason);
+            throw connectionException(
+                VLException::inaccessible,
+                end.failure == ConnectionFailure::Lost ? ConnectionFailure::HungUp : end.failure,
+                QStringLiteral("The connection ended before the first answer: %1").arg(end.reason));
         }
     }
 
@@ -121,6 +124,9 @@ bool VLConnection::isValid() const noexcept {
 }
 QString VLConnection::lossReason() const {
     return d->core->lossReason();
+}
+ConnectionFailure VLConnection::lossFailure() const {
+    return d->core->lossFailure();
 }
 void VLConnection::wake() {
     d->core->wake();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "remote/ConnectionFailure.h"
 #include "remote/RemoteLimits.h"
 #include "remote/TlsIdentity.h"
 #include "remote/VLProxyObject.h"
@@ -42,6 +43,7 @@ public:
     [[nodiscard]] bool isValid() const noexcept;
     /// Why it is not valid any more; empty for invalidate().
     [[nodiscard]] QString lossReason() const;
+    [[nodiscard]] ConnectionFailure lossFailure() const;
 
     /// Ends the slice under way (or the next one) at once.
     void wake();

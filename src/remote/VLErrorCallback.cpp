@@ -57,6 +57,9 @@ QString withoutEndingDot(const QString& hostName) {
     return hostName.endsWith(u'.') ? hostName.chopped(1) : hostName;
 }
 
+/// An agent that asks without end gets a worker that mostly sleeps.
+constexpr std::chrono::milliseconds pauseBetweenRequests{500};
+
 }  // namespace
 
 /// One worker at a time for each purpose and host, so that an agent cannot make the console start threads
@@ -72,7 +75,7 @@ public:
         VLThread::detach(purpose, [turn = std::move(turn), work, hostName] {
             do {
                 work(hostName);
-            } while (turn->oneMore());
+            } while (turn->oneMore() && VLThread::sleepFor(pauseBetweenRequests));
         });
     }
 

@@ -29,24 +29,28 @@ kj::Promise<void> CountingStream::write(kj::ArrayPtr<const kj::ArrayPtr<const kj
     return m_inner->write(pieces).then([this, size] { m_written += size; });
 }
 
-QString connectionEndReason(const QString& description) {
+ConnectionEnd connectionEnd(const QString& description) {
+    using enum ConnectionFailure;
     struct Reason {
         const char* part;
         const char* words;
+        ConnectionFailure failure;
     };
     static constexpr Reason reasons[] = {
-        {"Message is too large", "The other end sent a message that is larger than allowed."},
-        {"Message has too many segments", "The other end sent something that is no message."},
-        {"Premature EOF", "The other end closed the connection."},
-        {"disconnected prematurely", "The other end closed the connection."},
-        {"ending TLS session", "The other end closed the connection."},
-        {"unexpected eof", "The other end closed the connection."},
-        {"Connection reset", "The other end broke the connection off."},
-        {"Broken pipe", "The other end broke the connection off."},
+        {"Message is too large", "The other end sent a message that is larger than allowed.", Garbage},
+        {"Message has too many segments", "The other end sent something that is no message.", Garbage},
+        {"Premature EOF", "The other end closed the connection.", Lost},
+        {"disconnected prematurely", "The other end closed the connection.", Lost},
+        {"ending TLS session", "The other end closed the connection.", Lost},
+        {"unexpected eof", "The other end closed the connection.", Lost},
+        {"Connection reset", "The other end broke the connection off.", Lost},
+        {"Broken pipe", "The other end broke the connection off.", Lost},
+        {"Connection timed out", "The other end does not answer any more.", Silent},
     };
     for (const Reason& reason : reasons)
-        if (description.contains(QLatin1String(reason.part))) return QLatin1String(reason.words);
-    return description;
+        if (description.contains(QLatin1String(reason.part)))
+            return {QLatin1String(reason.words), reason.failure};
+    return {description, Garbage};
 }
 
 WireStream::WireStream(kj::AsyncIoStream& stream, const RemoteLimits& limits)
@@ -68,11 +72,11 @@ kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> WireStream::tryReadMessage(
             KJ_IF_MAYBE (read, message)
                 countCall(*read->reader);
             else
-                m_endReason = QStringLiteral("The other end closed the connection.");
+                m_end.reason = QStringLiteral("The other end closed the connection.");
             return kj::mv(message);
         })
         .catch_([this](kj::Exception&& exception) -> kj::Maybe<capnp::MessageReaderAndFds> {
-            m_endReason = connectionEndReason(fromKj(exception.getDescription()));
+            m_end = ::connectionEnd(fromKj(exception.getDescription()));
             kj::throwFatalException(kj::mv(exception));
         });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "remote/ConnectionFailure.h"
 #include "remote/RemoteLimits.h"
 
 #include <QString>
@@ -47,8 +48,13 @@ private:
     QString m_readError;
 };
 
-/// Plain words for kj's description of why a connection ended.
-[[nodiscard]] QString connectionEndReason(const QString& description);
+/// Why a connection ended, in plain words; empty while it has not.
+struct ConnectionEnd {
+    QString reason;
+    ConnectionFailure failure = ConnectionFailure::Lost;
+};
+/// From kj's description of it.
+[[nodiscard]] ConnectionEnd connectionEnd(const QString& description);
 
 /// The stream of messages under the RPC system. It remembers why reading ended, which the RPC system tells
 /// only to calls under way, and ends the connection of a peer that floods it: one that has many more calls
@@ -62,8 +68,8 @@ public:
     /// The network that answers through this stream: a peer that calls and does not read what comes back
     /// ends the connection too.
     void setNetwork(capnp::TwoPartyVatNetwork& network) { m_network = &network; }
-    /// Why nothing more can be read; empty while that is not so.
-    [[nodiscard]] const QString& endReason() const { return m_endReason; }
+    /// Why nothing more can be read.
+    [[nodiscard]] const ConnectionEnd& connectionEnd() const { return m_end; }
 
     kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> tryReadMessage(
         kj::ArrayPtr<kj::AutoCloseFd> fdSpace, capnp::ReaderOptions options,
@@ -86,7 +92,7 @@ private:
     capnp::TwoPartyVatNetwork* m_network = nullptr;
     int m_openCallsLimit;
     int m_openCalls = 0;
-    QString m_endReason;
+    ConnectionEnd m_end;
 };
 
 #pragma GCC diagnostic pop

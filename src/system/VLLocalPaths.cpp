@@ -62,6 +62,11 @@ QString VLLocalPaths::desktopDirectory() {
     return QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
 }
 
+QString VLLocalPaths::trashDirectory() {
+    if (const QString test = testDirectory("data/Trash/files"); !test.isEmpty()) return test;
+    return baseDirectory("XDG_DATA_HOME", ".local/share") + QStringLiteral("/Trash/files");
+}
+
 QString VLLocalPaths::temporaryDirectory() {
     if (const QString test = testDirectory("tmp"); !test.isEmpty()) return test;
     return QDir::tempPath();

@@ -3,6 +3,7 @@
 #include "widgets/PlainText.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QAbstractItemView>
 #include <QHelpEvent>
@@ -79,7 +80,9 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
 
 QSize CellDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
     const QSize size = QStyledItemDelegate::sizeHint(option, index);
-    return {size.width() + Metrics::unit, qMax(option.fontMetrics.height() + 12, 30)};
+    const QSize spacing = interCellSpacing(option.widget);
+    return {size.width() + Metrics::unit + spacing.width(),
+            qMax(option.fontMetrics.height() + 12, 30) + spacing.height()};
 }
 
 bool CellDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,

@@ -1,6 +1,7 @@
 #include "widgets/RowPatch.h"
 
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QAbstractItemView>
 #include <QPainter>
@@ -12,7 +13,8 @@ QColor paintRowPatch(QPainter* painter, const QStyleOptionViewItem& option) {
     const bool hovered = option.state & QStyle::State_MouseOver;
     const auto* view = qobject_cast<const QAbstractItemView*>(option.widget);
     const bool focused = view && view->hasFocus() && view->isActiveWindow();
-    const QRectF patch = QRectF(option.rect).adjusted(Metrics::unit, 1, -Metrics::unit, -1);
+    const qreal gap = qMax(1.0, interCellSpacing(view).height() / 2.0);
+    const QRectF patch = QRectF(option.rect).adjusted(Metrics::unit, gap, -Metrics::unit, -gap);
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(Qt::NoPen);
 

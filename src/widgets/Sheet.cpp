@@ -23,6 +23,7 @@ Sheet::Sheet(const QString& heading, const QString& text, QWidget* parent)
     layout->setSpacing(Metrics::unit);
     m_heading->setFont(themeFont(1.25, QFont::DemiBold));
     m_heading->setTextFormat(Qt::PlainText);
+    m_heading->setWordWrap(true);
     layout->addWidget(m_heading);
     if (!text.isEmpty()) {
         auto* label = new QLabel(text, this);

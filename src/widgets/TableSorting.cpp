@@ -2,19 +2,39 @@
 
 #include "foundation/VLUserDefaults.h"
 
+namespace {
+
+VLUserDefaults& defaults() {
+    return VLUserDefaults::standardUserDefaults();
+}
+
+QString columnKey(const QString& tableName) {
+    return tableName + QStringLiteral("SortedColumn");
+}
+
+QString directionKey(const QString& tableName) {
+    return tableName + QStringLiteral("SortedDescending");
+}
+
+}  // namespace
+
+StoredSorting storedSorting(const QString& tableName, const QStringList& columns) {
+    const qsizetype column = columns.indexOf(defaults().stringForKey(columnKey(tableName)));
+    const bool descending = defaults().boolForKey(directionKey(tableName));
+    return {column < 0 ? 0 : int(column), descending ? Qt::DescendingOrder : Qt::AscendingOrder};
+}
+
+void storeSorting(const QString& tableName, const QString& column, Qt::SortOrder order) {
+    defaults().setObject(column, columnKey(tableName));
+    defaults().setObject(order == Qt::DescendingOrder, directionKey(tableName));
+}
+
 void rememberSorting(QHeaderView* header, const QString& tableName, const QStringList& columns) {
-    VLUserDefaults& defaults = VLUserDefaults::standardUserDefaults();
-    const QString columnKey = tableName + QStringLiteral("SortedColumn");
-    const QString directionKey = tableName + QStringLiteral("SortedDescending");
-
-    const qsizetype stored = columns.indexOf(defaults.stringForKey(columnKey));
-    const Qt::SortOrder order = defaults.boolForKey(directionKey) ? Qt::DescendingOrder : Qt::AscendingOrder;
-    header->setSortIndicator(stored < 0 ? 0 : int(stored), order);
-
+    const StoredSorting stored = storedSorting(tableName, columns);
+    header->setSortIndicator(stored.column, stored.order);
     QObject::connect(header, &QHeaderView::sortIndicatorChanged, header,
-                     [=, &defaults](int section, Qt::SortOrder newOrder) {
+                     [=](int section, Qt::SortOrder order) {
                          if (section < 0 || section >= columns.size()) return;
-                         defaults.setObject(columns.at(section), columnKey);
-                         defaults.setObject(newOrder == Qt::DescendingOrder, directionKey);
+                         storeSorting(tableName, columns.at(section), order);
                      });
 }

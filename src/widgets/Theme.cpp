@@ -4,9 +4,11 @@
 #include "widgets/ThemeStyle.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QFontDatabase>
 #include <QPalette>
 #include <QToolTip>
+#include <QWidget>
 
 namespace {
 
@@ -64,11 +66,26 @@ ThemeColors darkColors() {
 ThemeColors g_colors = lightColors();
 Theme g_theme = Theme::System;
 
-/// Whether the desktop asks for dark windows, read before our own palette hides its answer.
-bool systemIsDark() {
-    static const bool dark = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
-    return dark;
+bool g_systemIsDark = false;
+
+/// Whether the desktop asks for dark windows. Our own palette hides its answer and is taken away for it.
+void readSystemPalette() {
+    if (QGuiApplication::palette().resolveMask() != 0) QApplication::setPalette(QPalette());
+    g_systemIsDark = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
 }
+
+/// Desktops tell every window of a change of their look.
+class SystemThemeFilter : public QObject {
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::ThemeChange) {
+            readSystemPalette();
+            applyTheme(g_theme);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
 
 QPalette themePalette(const ThemeColors& c) {
     QPalette p;
@@ -126,10 +143,11 @@ Theme currentTheme() {
 }
 
 void applyTheme(Theme theme) {
-    const bool dark = theme == Theme::Dark || (systemIsDark() && theme == Theme::System);
+    static bool styled = false;
+    if (!styled) readSystemPalette();
+    const bool dark = theme == Theme::Dark || (g_systemIsDark && theme == Theme::System);
     g_theme = theme;
     g_colors = dark ? darkColors() : lightColors();
-    static bool styled = false;
     if (!styled) {
         styled = true;
         QApplication::setFont(baseFont());
@@ -139,6 +157,10 @@ void applyTheme(Theme theme) {
     QApplication::setPalette(palette);
     QToolTip::setPalette(palette);
     QToolTip::setFont(themeFont(0.95));
+}
+
+void followSystemTheme(QWidget& window) {
+    window.installEventFilter(new SystemThemeFilter(&window));
 }
 
 Theme storedTheme() {

@@ -4,6 +4,8 @@
 #include <QFont>
 #include <QString>
 
+class QWidget;
+
 /// How the console looks: one place for every colour, the font and the distances. Main thread.
 enum class Theme { System, Light, Dark };
 
@@ -28,6 +30,9 @@ struct ThemeColors {
 
 /// Sets style, palette and font of the whole application; may be called again at any time.
 void applyTheme(Theme theme);
+/// From now on a change of the desktop's palette changes the windows with it, while the theme is System.
+/// `window` is one that lives as long as the program is to follow.
+void followSystemTheme(QWidget& window);
 [[nodiscard]] Theme currentTheme();
 
 /// The user's choice, kept in the defaults under "theme".

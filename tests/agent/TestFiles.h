@@ -15,5 +15,5 @@ inline bool writeFile(const QString& path, const QByteArray& content) {
 }
 
 inline bool writeBundle(const QString& path, const QVariantMap& info) {
-    return writeFile(path + QStringLiteral("/Contents/Info.plist"), PropertyList::toData(info));
+    return writeFile(path + "/Contents/Info.plist", PropertyList::toData(info));
 }

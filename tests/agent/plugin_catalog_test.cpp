@@ -23,214 +23,154 @@ class PluginCatalogTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void sampleMachines_data();
-    void sampleMachines();
-    void rowsHaveTheirTypes();
-    void infoPlists_data();
-    void infoPlists();
-    void whatCountsAsPlugin();
-    void linksThatMakeCircles();
-    void withoutUser();
+
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+
+    /// Name, type, version, disabled, access type.
+    void sampleMachine() {
+        SampleTree::make(root() + "/sample", 1);
+        const WorkstationTree tree(root() + "/sample/disk");
+        QStringList found;
+        for (const QVariant& value : PluginCatalog::list(tree, "anna")) {
+            QStringList cells;
+            for (const QString key : {"name", "type", "version", "disabled", "accessType"})
+                cells << value.toMap().value(key).toString();
+            found << cells.join(u'|');
+        }
+        found.sort();
+        const QStringList expected{
+            "Aurora Glow|FxPlug|2.1.0|0|0",       "Bleach Bypass|FxScript|1.6|0|1",
+            "Chroma Fringe|FxPlug|1.4.2|0|0",     "Dialog Leveler|Audio Unit|1.8.4|0|0",
+            "Film Flash|FxScript|1.1|0|0",        "Halftone Press|FxPlug|3.0|0|0",
+            "Lens Breath|FxPlug|1.2.1|0|1",       "Loudness Meter|Audio Unit|5.1|0|0",
+            "Matte Choker HD|FxScript|1.0.3|0|0", "Paper Grain|FxPlug|0.9.4|0|1",
+            "Room Tone Match|Audio Unit|2.2|0|0", "Skyline Key|FxPlug|4.0.1|0|0",
+            "Split Wipe|FxScript|2.0|0|0",        "Tape Hiss Filter|Audio Unit|1.3|0|0",
+            "Title Safe Guides|FxScript||0|0",    "Voice De-Esser|Audio Unit|1.0.9|1|1"};
+        QCOMPARE(found, expected);
+    }
+
+    void rowsHaveTheirTypes() {
+        SampleTree::make(root() + "/sample", 1);
+        const WorkstationTree tree(root() + "/sample/disk");
+        const QVariantList plugins = PluginCatalog::list(tree, "anna");
+        for (const QVariant& value : plugins) {
+            const QVariantMap plugin = value.toMap();
+            QCOMPARE(plugin.keys(), (QStringList{"accessType", "disabled", "fullPath", "moddate", "name",
+                                                 "type", "version"}));
+            QCOMPARE(plugin.value("disabled").typeId(), int(QMetaType::LongLong));
+            QCOMPARE(plugin.value("accessType").typeId(), int(QMetaType::LongLong));
+            QCOMPARE(plugin.value("moddate").typeId(), int(QMetaType::QDateTime));
+            QVERIFY(tree.entry(
+                plugin.value("fullPath").toString()));  // a path of the workstation, not of the host
+        }
+        QCOMPARE(
+            find(plugins, "Voice De-Esser").value("fullPath").toString(),
+            QString("/Users/anna/Library/Audio/Plug-Ins/Components (Disabled)/Voice De-Esser.component"));
+        QCOMPARE(find(plugins, "Dialog Leveler").value("moddate").toDateTime().date(), QDate(2010, 6, 3));
+    }
+
+    void infoPlists_data() {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("version");
+
+        const auto row = [](const char* tag, const QByteArray& content, const QString& name,
+                            const char* version = "") { QTest::newRow(tag) << content << name << version; };
+        const auto plist = [](const QVariantMap& info) { return PropertyList::toData(info); };
+        const auto binary = [](const QVariantMap& info) {
+            return PropertyList::toData(info, PropertyList::Format::Binary);
+        };
+        const QString standIn = "Plugin";
+        row("complete",
+            plist(
+                {{"CFBundleName", "Glow"}, {"CFBundleShortVersionString", "1.2"}, {"CFBundleVersion", "99"}}),
+            "Glow", "1.2");
+        row("binary", binary({{"CFBundleName", "Glow"}}), "Glow");
+        row("build number only", plist({{"CFBundleName", "Glow"}, {"CFBundleVersion", "99"}}), "Glow", "99");
+        row("version is a number", plist({{"CFBundleVersion", 7LL}}), standIn, "7");
+        row("wrong types",
+            plist({{"CFBundleName", QVariantList{"Glow"}},
+                   {"CFBundleShortVersionString", QVariantMap{{"a", "b"}}},
+                   {"CFBundleVersion", QByteArray("1.2")}}),
+            standIn);
+        row("blank name", plist({{"CFBundleName", " \t\n"}}), standIn);
+        row("control characters", binary({{"CFBundleName", "Gl\u200bow\nII"}}), "Glow II");
+        row("very long name", plist({{"CFBundleName", QString(100'000, u'x')}}), QString(255, u'x'));
+        row("empty file", "", standIn);
+        row("garbage", "\xff\xfe<plist><dict><key>CFBundleName", standIn);
+        row("cut off", plist({{"CFBundleName", "Glow"}}).left(200), standIn);
+        row("no dictionary", PropertyList::toData(QVariantList{"CFBundleName"}), standIn);
+        QByteArray bomb = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY a0 \"aaaaaaaaaa\">";
+        for (int i = 1; i < 12; ++i) {
+            const QByteArray inner = "&a" + QByteArray::number(i - 1) + ';';
+            bomb += "<!ENTITY a" + QByteArray::number(i) + " \"" + inner.repeated(10) + "\">";
+        }
+        bomb += "]><plist version=\"1.0\"><dict><key>CFBundleName</key><string>&a11;</string></dict></plist>";
+        row("entities that grow", bomb, standIn);
+        row("too large", plist({{"CFBundleName", "Glow"}, {"Filler", QString(2'000'000, u'x')}}), standIn);
+        row("too deep", "<plist version=\"1.0\">" + QByteArray("<array>").repeated(20'000), standIn);
+    }
+    void infoPlists() {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, name);
+        QFETCH(QString, version);
+        const QString bundle = QString(fxPlug) + "/Plugin.fxplug";
+        QVERIFY(writeFile(root() + bundle + "/Contents/Info.plist", content));
+        const WorkstationTree tree(root());
+        const QVariantList plugins = PluginCatalog::list(tree, "");
+        QCOMPARE(plugins.size(), 1);  // whatever it says about itself, it is there
+        QCOMPARE(plugins.first().toMap().value("name").toString(), name);
+        QCOMPARE(plugins.first().toMap().value("version").toString(), version);
+    }
+
+    void whatCountsAsPlugin() {
+        const QString folder = root() + fxPlug;
+        const QString scripts = root() + "/Library/Application Support/Final Cut Pro System Support/Plugins";
+        QVERIFY(writeBundle(folder + "/A.fxplug", {}));
+        QVERIFY(writeBundle(folder + "/Vendor/Deep/B.FXPLUG", {}));
+        QVERIFY(writeBundle(folder + "/Vendor/1/2/3/4/TooDeep.fxplug", {}));
+        QVERIFY(writeBundle(folder + "/A.fxplug/Contents/PlugIns/Inner.fxplug", {}));
+        QVERIFY(writeBundle(folder + "/.hidden.fxplug", {}));
+        QVERIFY(writeBundle(folder + "/.fxplug", {}));
+        QVERIFY(writeBundle(folder + "/Other.bundle", {}));
+        QVERIFY(writeFile(folder + "/File.fxplug", "no bundle"));
+        QVERIFY(writeFile(scripts + "/C.fcfcc", "scriptid \"C\""));
+        QVERIFY(writeFile(scripts + "/readme.txt", ""));
+        QVERIFY(writeBundle(scripts + " (Disabled)/D.fcfcc", {}));
+        QVERIFY(writeBundle(root() + "/Volumes/Store/E.fxplug", {}));
+        QVERIFY(QFile::link("/Volumes/Store/E.fxplug", folder + "/E.fxplug"));
+        QVERIFY(QFile::link(root() + "/Volumes/Store/E.fxplug", folder + "/HostPath.fxplug"));
+        QVERIFY(QFile::link("/nowhere", folder + "/Broken.fxplug"));
+        QStringList names;
+        const WorkstationTree tree(root());
+        for (const QVariant& plugin : PluginCatalog::list(tree, ""))
+            names.append(plugin.toMap().value("name").toString());
+        names.sort();
+        QCOMPARE(names, (QStringList{"A", "B", "C", "D", "E"}));
+    }
+
+    void linksThatMakeCircles() {
+        QVERIFY(writeBundle(root() + fxPlug + "/Group/A.fxplug", {}));
+        QVERIFY(QFile::link("..", root() + fxPlug + "/Group/up"));
+        QVERIFY(QFile::link("/Library", root() + fxPlug + "/Group/Self.fxplug"));
+        const WorkstationTree tree(root());
+        QCOMPARE(PluginCatalog::list(tree, "").size(), 2);  // the second is a bundle without information
+    }
+
+    void withoutUser() {
+        QVERIFY(writeBundle(root() + "/Users/anna/Library/Plug-Ins/FxPlug/A.fxplug", {}));
+        const WorkstationTree tree(root());
+        QCOMPARE(PluginCatalog::list(tree, "").size(), 0);
+        QCOMPARE(PluginCatalog::list(tree, "anna").size(), 1);
+        QCOMPARE(PluginCatalog::list(tree, "../../..").size(), 0);
+    }
 
 private:
     [[nodiscard]] QString root() const { return m_folder->path(); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
-
-void PluginCatalogTest::init() {
-    m_folder = std::make_unique<QTemporaryDir>();
-}
-
-void PluginCatalogTest::sampleMachines_data() {
-    QTest::addColumn<int>("profile");
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<QStringList>("expected");  // name, type, version, disabled, access type
-
-    const QStringList everywhere{"Aurora Glow|FxPlug|2.1.0|0|0",       "Skyline Key|FxPlug|4.0.1|0|0",
-                                 "Matte Choker HD|FxScript|1.0.3|0|0", "Title Safe Guides|FxScript||0|0",
-                                 "Room Tone Match|Audio Unit|2.2|0|0", "Loudness Meter|Audio Unit|5.1|0|0"};
-    QTest::newRow("Edit Bay 1")
-        << 1 << "anna"
-        << everywhere +
-               QStringList{"Chroma Fringe|FxPlug|1.4.2|0|0",      "Halftone Press|FxPlug|3.0|0|0",
-                           "Lens Breath|FxPlug|1.2.1|0|1",        "Paper Grain|FxPlug|0.9.4|0|1",
-                           "Split Wipe|FxScript|2.0|0|0",         "Film Flash|FxScript|1.1|0|0",
-                           "Bleach Bypass|FxScript|1.6|0|1",      "Dialog Leveler|Audio Unit|1.8.4|0|0",
-                           "Tape Hiss Filter|Audio Unit|1.3|0|0", "Voice De-Esser|Audio Unit|1.0.9|1|1"};
-    QTest::newRow("Grading Suite")
-        << 3 << "chiara"
-        << everywhere +
-               QStringList{"Chroma Fringe|FxPlug|1.5.0|0|0",       "Halftone Press|FxPlug|3.0|0|0",
-                           "Lens Breath|FxPlug|1.2.1|0|0",         "Paper Grain|FxPlug|0.9.4|0|1",
-                           "Film Bloom|FxPlug|2.0.0|1|0",          "Split Wipe|FxScript|2.1|0|0",
-                           "Film Flash|FxScript|1.1|1|0",          "Bleach Bypass|FxScript|1.6|0|0",
-                           "Dialog Leveler|Audio Unit|1.8.4|0|0",  "Tape Hiss Filter|Audio Unit|1.3|0|0",
-                           "Surround Panner|Audio Unit|3.4.1|0|0", "Voice De-Esser|Audio Unit|1.0.9|0|1"};
-    QTest::newRow("Render Node 1") << 4 << "render"
-                                   << everywhere + QStringList{"Chroma Fringe|FxPlug|1.4.2|0|0",
-                                                               "Halftone Press|FxPlug|3.0|0|0",
-                                                               "Lens Breath|FxPlug|1.2.1|0|0",
-                                                               "Film Flash|FxScript|1.1|0|0",
-                                                               "Bleach Bypass|FxScript|1.6|0|0",
-                                                               "Dialog Leveler|Audio Unit|1.8.2|0|0",
-                                                               "Surround Panner|Audio Unit|3.4.0|0|0",
-                                                               "Voice De-Esser|Audio Unit|1.0.9|0|1"};
-}
-
-void PluginCatalogTest::sampleMachines() {
-    QFETCH(int, profile);
-    QFETCH(QString, user);
-    QFETCH(QStringList, expected);
-    SampleTree::make(root() + "/sample", profile);
-    const WorkstationTree tree(root() + "/sample/disk");
-    QStringList found;
-    for (const QVariant& value : PluginCatalog::list(tree, user)) {
-        const QVariantMap plugin = value.toMap();
-        found.append(QStringList{plugin.value("name").toString(), plugin.value("type").toString(),
-                                 plugin.value("version").toString(), plugin.value("disabled").toString(),
-                                 plugin.value("accessType").toString()}
-                         .join(u'|'));
-    }
-    found.sort();
-    expected.sort();
-    QCOMPARE(found, expected);
-}
-
-void PluginCatalogTest::rowsHaveTheirTypes() {
-    SampleTree::make(root() + "/sample", 1);
-    const WorkstationTree tree(root() + "/sample/disk");
-    const QVariantList plugins = PluginCatalog::list(tree, "anna");
-    for (const QVariant& value : plugins) {
-        const QVariantMap plugin = value.toMap();
-        QCOMPARE(plugin.keys(),
-                 (QStringList{"accessType", "disabled", "fullPath", "moddate", "name", "type", "version"}));
-        QCOMPARE(plugin.value("disabled").typeId(), int(QMetaType::LongLong));
-        QCOMPARE(plugin.value("accessType").typeId(), int(QMetaType::LongLong));
-        QCOMPARE(plugin.value("moddate").typeId(), int(QMetaType::QDateTime));
-        QVERIFY(
-            tree.entry(plugin.value("fullPath").toString()));  // a path of the workstation, not of the host
-    }
-    QCOMPARE(find(plugins, "Voice De-Esser").value("fullPath").toString(),
-             QString("/Users/anna/Library/Audio/Plug-Ins/Components (Disabled)/Voice De-Esser.component"));
-    QCOMPARE(find(plugins, "Dialog Leveler").value("moddate").toDateTime().date(), QDate(2010, 6, 3));
-}
-
-void PluginCatalogTest::infoPlists_data() {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("version");
-
-    const auto plist = [](const QVariantMap& info) { return PropertyList::toData(info); };
-    QTest::newRow("complete") << plist({{"CFBundleName", "Glow"},
-                                        {"CFBundleShortVersionString", "1.2"},
-                                        {"CFBundleVersion", "99"}})
-                              << "Glow"
-                              << "1.2";
-    QTest::newRow("binary") << PropertyList::toData(QVariantMap{{"CFBundleName", "Glow"}},
-                                                    PropertyList::Format::Binary)
-                            << "Glow"
-                            << "";
-    QTest::newRow("build number only")
-        << plist({{"CFBundleName", "Glow"}, {"CFBundleVersion", "99"}}) << "Glow"
-        << "99";
-    QTest::newRow("version is a number") << plist({{"CFBundleVersion", 7LL}}) << "Plugin"
-                                         << "7";
-    QTest::newRow("no name") << plist({{"CFBundleShortVersionString", "1.2"}}) << "Plugin"
-                             << "1.2";
-    QTest::newRow("wrong types") << plist({{"CFBundleName", QVariantList{"Glow"}},
-                                           {"CFBundleShortVersionString", QVariantMap{{"a", "b"}}},
-                                           {"CFBundleVersion", QByteArray("1.2")}})
-                                 << "Plugin"
-                                 << "";
-    QTest::newRow("blank name") << plist({{"CFBundleName", " \t\n"}}) << "Plugin"
-                                << "";
-    QTest::newRow("control characters")
-        << PropertyList::toData(QVariantMap{{"CFBundleName", "Gl\u200bow\nII"}}, PropertyList::Format::Binary)
-        << "Glow II"
-        << "";
-    QTest::newRow("very long name") << plist({{"CFBundleName", QString(100'000, u'x')}}) << QString(255, u'x')
-                                    << "";
-    QTest::newRow("empty file") << QByteArray("") << "Plugin"
-                                << "";
-    QTest::newRow("garbage") << QByteArray("\xff\xfe<plist><dict><key>CFBundleName") << "Plugin"
-                             << "";
-    QTest::newRow("cut off") << plist({{"CFBundleName", "Glow"}}).left(200) << "Plugin"
-                             << "";
-    QTest::newRow("no dictionary") << PropertyList::toData(QVariantList{"CFBundleName"}) << "Plugin"
-                                   << "";
-    QByteArray bomb = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY a0 \"aaaaaaaaaa\">";
-    for (int i = 1; i < 12; ++i) {
-        const QByteArray inner = "&a" + QByteArray::number(i - 1) + ';';
-        bomb += "<!ENTITY a" + QByteArray::number(i) + " \"" + inner.repeated(10) + "\">";
-    }
-    bomb += "]><plist version=\"1.0\"><dict><key>CFBundleName</key><string>&a11;</string></dict></plist>";
-    QTest::newRow("entities that grow") << bomb << "Plugin"
-                                        << "";
-    QTest::newRow("too large") << plist({{"CFBundleName", "Glow"}, {"Filler", QString(2'000'000, u'x')}})
-                               << "Plugin"
-                               << "";
-    QTest::newRow("too deep") << QByteArray("<plist version=\"1.0\">") +
-                                     QByteArray("<array>").repeated(20'000)
-                              << "Plugin"
-                              << "";
-}
-
-void PluginCatalogTest::infoPlists() {
-    QFETCH(QByteArray, content);
-    QFETCH(QString, name);
-    QFETCH(QString, version);
-    const QString bundle = QString(fxPlug) + "/Plugin.fxplug";
-    QVERIFY(writeFile(root() + bundle + "/Contents/Info.plist", content));
-    const WorkstationTree tree(root());
-    const QVariantList plugins = PluginCatalog::list(tree, "");
-    QCOMPARE(plugins.size(), 1);  // whatever it says about itself, it is there
-    QCOMPARE(plugins.first().toMap().value("name").toString(), name);
-    QCOMPARE(plugins.first().toMap().value("version").toString(), version);
-}
-
-void PluginCatalogTest::whatCountsAsPlugin() {
-    const QString folder = root() + fxPlug;
-    const QString scripts = root() + "/Library/Application Support/Final Cut Pro System Support/Plugins";
-    QVERIFY(writeBundle(folder + "/A.fxplug", {}));
-    QVERIFY(writeBundle(folder + "/Vendor/Deep/B.FXPLUG", {}));
-    QVERIFY(writeBundle(folder + "/Vendor/1/2/3/4/TooDeep.fxplug", {}));
-    QVERIFY(writeBundle(folder + "/A.fxplug/Contents/PlugIns/Inner.fxplug", {}));
-    QVERIFY(writeBundle(folder + "/.hidden.fxplug", {}));
-    QVERIFY(writeBundle(folder + "/.fxplug", {}));
-    QVERIFY(writeBundle(folder + "/Other.bundle", {}));
-    QVERIFY(writeFile(folder + "/File.fxplug", "no bundle"));
-    QVERIFY(writeFile(scripts + "/C.fcfcc", "scriptid \"C\""));
-    QVERIFY(writeFile(scripts + "/readme.txt", ""));
-    QVERIFY(writeBundle(scripts + " (Disabled)/D.fcfcc", {}));
-    QVERIFY(writeBundle(root() + "/Volumes/Store/E.fxplug", {}));
-    QVERIFY(QFile::link("/Volumes/Store/E.fxplug", folder + "/E.fxplug"));
-    QVERIFY(QFile::link(root() + "/Volumes/Store/E.fxplug", folder + "/HostPath.fxplug"));
-    QVERIFY(QFile::link("/nowhere", folder + "/Broken.fxplug"));
-    QStringList names;
-    const WorkstationTree tree(root());
-    for (const QVariant& plugin : PluginCatalog::list(tree, ""))
-        names.append(plugin.toMap().value("name").toString());
-    names.sort();
-    QCOMPARE(names, (QStringList{"A", "B", "C", "D", "E"}));
-}
-
-void PluginCatalogTest::linksThatMakeCircles() {
-    QVERIFY(writeBundle(root() + fxPlug + "/Group/A.fxplug", {}));
-    QVERIFY(QFile::link("..", root() + fxPlug + "/Group/up"));
-    QVERIFY(QFile::link("/Library", root() + fxPlug + "/Group/Self.fxplug"));
-    const WorkstationTree tree(root());
-    QCOMPARE(PluginCatalog::list(tree, "").size(), 2);  // the second is a bundle without information
-}
-
-void PluginCatalogTest::withoutUser() {
-    QVERIFY(writeBundle(root() + "/Users/anna/Library/Plug-Ins/FxPlug/A.fxplug", {}));
-    const WorkstationTree tree(root());
-    QCOMPARE(PluginCatalog::list(tree, "").size(), 0);
-    QCOMPARE(PluginCatalog::list(tree, "anna").size(), 1);
-    QCOMPARE(PluginCatalog::list(tree, "../../..").size(), 0);
-}
 
 QTEST_GUILESS_MAIN(PluginCatalogTest)
 #include "plugin_catalog_test.moc"

@@ -11,158 +11,150 @@
 #include <atomic>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 class WorkstationTreeTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void paths_data();
-    void paths();
-    void listsLinksAsLinks();
-    void limitsWhatIsRead();
-    void doesNotWaitForPipes();
-    void linkThatIsSwappedNeverLeadsOut();
-    void users();
-    void refusesMissingRoot();
+
+    void initTestCase() {
+        QVERIFY(m_folder.isValid());
+        QVERIFY(writeFile(root() + "/Library/inside.txt", "inside"));
+        QVERIFY(writeFile(root() + "/Users/anna/notes.txt", "notes"));
+        QVERIFY(QDir().mkpath(root() + "/Users/Shared"));
+        QVERIFY(QDir().mkpath(root() + "/Users/.hidden"));
+        QVERIFY(writeFile(m_folder.filePath("secret.txt"), "secret"));
+        const QString outside = m_folder.path();
+        const auto link = [this](const QString& target, const char* name) {
+            QVERIFY(QFile::link(target, root() + "/Library/" + name));
+        };
+        link(outside + "/secret.txt", "absolute-out");
+        link("../../secret.txt", "relative-out");
+        link("../../../../../../../../../../etc", "far-out");
+        link("/proc/self/root/etc/passwd", "magic-out");
+        link("/Users/anna/notes.txt", "absolute-in");
+        link("../Users/anna", "folder-in");
+        link("loop", "loop");
+        link("nowhere", "broken");
+        QVERIFY(QFile::link(outside, root() + "/Users/linked"));
+    }
+
+    void paths_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QByteArray>("content");  // null: refused
+
+        const QByteArray refused;
+        QTest::newRow("file") << "/Library/inside.txt" << QByteArray("inside");
+        QTest::newRow("doubled slashes") << "//Library//inside.txt" << QByteArray("inside");
+        QTest::newRow("link inside, absolute") << "/Library/absolute-in" << QByteArray("notes");
+        QTest::newRow("through a link inside") << "/Library/folder-in/notes.txt" << QByteArray("notes");
+        QTest::newRow("empty") << "" << refused;
+        QTest::newRow("root itself") << "/" << refused;
+        QTest::newRow("folder") << "/Library" << refused;
+        QTest::newRow("relative") << "Library/inside.txt" << refused;
+        QTest::newRow("home sign") << "~/notes.txt" << refused;
+        QTest::newRow("climbs out") << "/../secret.txt" << refused;
+        QTest::newRow("climbs inside") << "/Library/../Library/inside.txt" << refused;
+        QTest::newRow("climbs at the end") << "/Library/inside.txt/.." << refused;
+        QTest::newRow("absolute path of the host") << m_folder.filePath("secret.txt") << refused;
+        QTest::newRow("NUL") << QString::fromLatin1(QByteArray("/Library/inside.txt\0.png", 24)) << refused;
+        QTest::newRow("too long") << "/" + QString(5000, u'a') << refused;
+        QTest::newRow("absolute link out") << "/Library/absolute-out" << refused;
+        QTest::newRow("relative link out") << "/Library/relative-out" << refused;
+        QTest::newRow("through a link out") << "/Library/far-out/passwd" << refused;
+        QTest::newRow("magic link out") << "/Library/magic-out" << refused;
+        QTest::newRow("folder link out") << "/Users/linked/secret.txt" << refused;
+        QTest::newRow("loop") << "/Library/loop" << refused;
+        QTest::newRow("broken link") << "/Library/broken" << refused;
+    }
+    void paths() {
+        QFETCH(QString, path);
+        QFETCH(QByteArray, content);
+        const WorkstationTree tree(root());
+        const auto read = tree.read(path, 1000);
+        QCOMPARE(read.has_value(), !content.isNull());
+        if (read) QCOMPARE(*read, content);
+        const auto end = tree.readEnd(path, 1000);
+        QCOMPARE(end.has_value(), !content.isNull());
+        for (const auto& entry : tree.entries(path))
+            QVERIFY(entry.name != u"secret.txt");
+    }
+
+    void listsLinksAsLinks() {
+        const WorkstationTree tree(root());
+        QStringList links;
+        QStringList names;
+        for (const auto& entry : tree.entries(u"/Library"_s)) {
+            names.append(entry.name);
+            if (entry.kind == WorkstationTree::Kind::Link) links.append(entry.name);
+        }
+        QCOMPARE(links.size(), 8);
+        QCOMPARE(names.size(), 9);
+        QVERIFY(std::is_sorted(names.begin(), names.end()));
+        QVERIFY(tree.entries(u"/Library/far-out"_s).isEmpty());
+        QVERIFY(tree.entries(u"/Library/inside.txt"_s).isEmpty());
+        QVERIFY(!tree.entry(u"/Library/absolute-out"_s));
+        QCOMPARE(tree.entry(u"/Library/absolute-in"_s)->size, 5);
+    }
+
+    void limitsWhatIsRead() {
+        const WorkstationTree tree(root());
+        const QString path = u"/Library/inside.txt"_s;
+        QVERIFY(tree.read(path, 6));
+        QVERIFY(!tree.read(path, 5));
+        QCOMPARE(*tree.readEnd(path, 4), QByteArray("side"));
+        QCOMPARE(*tree.readEnd(path, 0), QByteArray());
+    }
+
+    void doesNotWaitForPipes() {
+        const QString path = root() + "/Library/pipe";
+        QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        const WorkstationTree tree(root());
+        QVERIFY(!tree.read(u"/Library/pipe"_s, 100));
+        QCOMPARE(tree.entry(u"/Library/pipe"_s)->kind, WorkstationTree::Kind::Other);
+        QVERIFY(QFile::remove(path));
+    }
+
+    void linkThatIsSwappedNeverLeadsOut() {
+        const WorkstationTree tree(root());
+        const QByteArray name = QFile::encodeName(root() + "/Library/swapped");
+        const QByteArray spare = name + ".next";
+        const QByteArray outside = QFile::encodeName(m_folder.path());
+        std::atomic<bool> stop = false;
+        std::thread swapper([&] {
+            for (bool out = true; !stop; out = !out) {
+                // One time a folder of the host, the next time one of the tree, as fast as it goes.
+                if (symlink(out ? outside.constData() : "../Users/anna", spare.constData()) != 0) continue;
+                rename(spare.constData(), name.constData());
+            }
+        });
+        bool leaked = false;
+        for (int i = 0; i < 5000 && !leaked; ++i) {
+            leaked = tree.read(u"/Library/swapped/secret.txt"_s, 100).has_value();
+        }
+        stop = true;
+        swapper.join();
+        QVERIFY(!leaked);
+        unlink(name.constData());
+        unlink(spare.constData());
+    }
+
+    void users() {
+        const WorkstationTree tree(root());
+        QCOMPARE(tree.userNames(), QStringList{u"anna"_s});
+    }
+
+    void refusesMissingRoot() {
+        QVERIFY_EXCEPTION_THROWN(WorkstationTree(root() + "/nothing"), VLException);
+        QVERIFY_EXCEPTION_THROWN(WorkstationTree(root() + "/Library/inside.txt"), VLException);
+    }
 
 private:
-    [[nodiscard]] QString root() const { return m_folder.filePath(QStringLiteral("root")); }
+    [[nodiscard]] QString root() const { return m_folder.filePath(u"root"_s); }
 
     QTemporaryDir m_folder;
 };
-
-void WorkstationTreeTest::initTestCase() {
-    QVERIFY(m_folder.isValid());
-    QVERIFY(writeFile(root() + "/Library/inside.txt", "inside"));
-    QVERIFY(writeFile(root() + "/Users/anna/notes.txt", "notes"));
-    QVERIFY(QDir().mkpath(root() + "/Users/Shared"));
-    QVERIFY(QDir().mkpath(root() + "/Users/.hidden"));
-    QVERIFY(writeFile(m_folder.filePath("secret.txt"), "secret"));
-    const QString outside = m_folder.path();
-    const auto link = [this](const QString& target, const char* name) {
-        QVERIFY(QFile::link(target, root() + "/Library/" + name));
-    };
-    link(outside + "/secret.txt", "absolute-out");
-    link("../../secret.txt", "relative-out");
-    link("../../../../../../../../../../etc", "far-out");
-    link("/proc/self/root/etc/passwd", "magic-out");
-    link("/Users/anna/notes.txt", "absolute-in");
-    link("../Users/anna", "folder-in");
-    link("loop", "loop");
-    link("nowhere", "broken");
-    QVERIFY(QFile::link(outside, root() + "/Users/linked"));
-}
-
-void WorkstationTreeTest::paths_data() {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QByteArray>("content");  // null: refused
-
-    const QByteArray refused;
-    QTest::newRow("file") << "/Library/inside.txt" << QByteArray("inside");
-    QTest::newRow("doubled slashes") << "//Library//inside.txt" << QByteArray("inside");
-    QTest::newRow("link inside, absolute") << "/Library/absolute-in" << QByteArray("notes");
-    QTest::newRow("through a link inside") << "/Library/folder-in/notes.txt" << QByteArray("notes");
-    QTest::newRow("empty") << "" << refused;
-    QTest::newRow("root itself") << "/" << refused;
-    QTest::newRow("folder") << "/Library" << refused;
-    QTest::newRow("relative") << "Library/inside.txt" << refused;
-    QTest::newRow("home sign") << "~/notes.txt" << refused;
-    QTest::newRow("climbs out") << "/../secret.txt" << refused;
-    QTest::newRow("climbs inside") << "/Library/../Library/inside.txt" << refused;
-    QTest::newRow("climbs at the end") << "/Library/inside.txt/.." << refused;
-    QTest::newRow("absolute path of the host") << m_folder.filePath("secret.txt") << refused;
-    QTest::newRow("NUL") << QString::fromLatin1(QByteArray("/Library/inside.txt\0.png", 24)) << refused;
-    QTest::newRow("too long") << "/" + QString(5000, u'a') << refused;
-    QTest::newRow("absolute link out") << "/Library/absolute-out" << refused;
-    QTest::newRow("relative link out") << "/Library/relative-out" << refused;
-    QTest::newRow("through a link out") << "/Library/far-out/passwd" << refused;
-    QTest::newRow("magic link out") << "/Library/magic-out" << refused;
-    QTest::newRow("folder link out") << "/Users/linked/secret.txt" << refused;
-    QTest::newRow("loop") << "/Library/loop" << refused;
-    QTest::newRow("broken link") << "/Library/broken" << refused;
-}
-
-void WorkstationTreeTest::paths() {
-    QFETCH(QString, path);
-    QFETCH(QByteArray, content);
-    const WorkstationTree tree(root());
-    const auto read = tree.read(path, 1000);
-    QCOMPARE(read.has_value(), !content.isNull());
-    if (read) QCOMPARE(*read, content);
-    const auto end = tree.readEnd(path, 1000);
-    QCOMPARE(end.has_value(), !content.isNull());
-    for (const auto& entry : tree.entries(path))
-        QVERIFY(entry.name != u"secret.txt");
-}
-
-void WorkstationTreeTest::listsLinksAsLinks() {
-    const WorkstationTree tree(root());
-    QStringList links;
-    QStringList names;
-    for (const auto& entry : tree.entries(QStringLiteral("/Library"))) {
-        names.append(entry.name);
-        if (entry.kind == WorkstationTree::Kind::Link) links.append(entry.name);
-    }
-    QCOMPARE(links.size(), 8);
-    QCOMPARE(names.size(), 9);
-    QVERIFY(std::is_sorted(names.begin(), names.end()));
-    QVERIFY(tree.entries(QStringLiteral("/Library/far-out")).isEmpty());
-    QVERIFY(tree.entries(QStringLiteral("/Library/inside.txt")).isEmpty());
-    QVERIFY(!tree.entry(QStringLiteral("/Library/absolute-out")));
-    QCOMPARE(tree.entry(QStringLiteral("/Library/absolute-in"))->size, 5);
-}
-
-void WorkstationTreeTest::limitsWhatIsRead() {
-    const WorkstationTree tree(root());
-    const QString path = QStringLiteral("/Library/inside.txt");
-    QVERIFY(tree.read(path, 6));
-    QVERIFY(!tree.read(path, 5));
-    QCOMPARE(*tree.readEnd(path, 4), QByteArray("side"));
-    QCOMPARE(*tree.readEnd(path, 0), QByteArray());
-}
-
-void WorkstationTreeTest::doesNotWaitForPipes() {
-    const QString path = root() + "/Library/pipe";
-    QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    const WorkstationTree tree(root());
-    QVERIFY(!tree.read(QStringLiteral("/Library/pipe"), 100));
-    QCOMPARE(tree.entry(QStringLiteral("/Library/pipe"))->kind, WorkstationTree::Kind::Other);
-    QVERIFY(QFile::remove(path));
-}
-
-void WorkstationTreeTest::linkThatIsSwappedNeverLeadsOut() {
-    const WorkstationTree tree(root());
-    const QByteArray name = QFile::encodeName(root() + "/Library/swapped");
-    const QByteArray spare = name + ".next";
-    const QByteArray outside = QFile::encodeName(m_folder.path());
-    std::atomic<bool> stop = false;
-    std::thread swapper([&] {
-        for (bool out = true; !stop; out = !out) {
-            // One time a folder of the host, the next time one of the tree, as fast as it goes.
-            if (symlink(out ? outside.constData() : "../Users/anna", spare.constData()) != 0) continue;
-            rename(spare.constData(), name.constData());
-        }
-    });
-    bool leaked = false;
-    for (int i = 0; i < 5000 && !leaked; ++i) {
-        leaked = tree.read(QStringLiteral("/Library/swapped/secret.txt"), 100).has_value();
-    }
-    stop = true;
-    swapper.join();
-    QVERIFY(!leaked);
-    unlink(name.constData());
-    unlink(spare.constData());
-}
-
-void WorkstationTreeTest::users() {
-    const WorkstationTree tree(root());
-    QCOMPARE(tree.userNames(), QStringList{QStringLiteral("anna")});
-}
-
-void WorkstationTreeTest::refusesMissingRoot() {
-    QVERIFY_EXCEPTION_THROWN(WorkstationTree(root() + "/nothing"), VLException);
-    QVERIFY_EXCEPTION_THROWN(WorkstationTree(root() + "/Library/inside.txt"), VLException);
-}
 
 QTEST_GUILESS_MAIN(WorkstationTreeTest)
 #include "workstation_tree_test.moc"

@@ -6,6 +6,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 class AutoRefreshTest : public QObject {
@@ -21,7 +22,7 @@ private Q_SLOTS:
         m_active = true;
         m_started = 0;
         VLUserDefaults::standardUserDefaults().registerDefaults(registeredDefaults());
-        VLUserDefaults::standardUserDefaults().removeObjectForKey(QStringLiteral("autoRefresh"));
+        VLUserDefaults::standardUserDefaults().removeObjectForKey(u"autoRefresh"_s);
         m_refresh = std::make_unique<AutoRefresh>(AutoRefresh::Environment{
             [this] { return m_processing; }, [this] { return m_installing; }, [this] { return m_active; },
             [](const std::function<void()>& operation) { operation(); }});
@@ -29,35 +30,30 @@ private Q_SLOTS:
 
     void guards_data() {
         QTest::addColumn<bool>("byTimer");
-        QTest::addColumn<bool>("active");
-        QTest::addColumn<bool>("processing");
-        QTest::addColumn<bool>("installing");
+        QTest::addColumn<QString>("state");
         QTest::addColumn<QVariant>("stored");
         QTest::addColumn<bool>("starts");
-        const QVariant nothing;
-        QTest::newRow("tick") << true << true << false << false << nothing << true;
-        QTest::newRow("tick in the background") << true << false << false << false << nothing << false;
-        QTest::newRow("tick turned off") << true << true << false << false << QVariant(0) << false;
-        QTest::newRow("tick with another number") << true << true << false << false << QVariant(2) << false;
-        QTest::newRow("tick while processing") << true << true << true << false << nothing << false;
-        QTest::newRow("tick while installing") << true << true << false << true << nothing << false;
-        QTest::newRow("toolbar") << false << true << false << false << nothing << true;
-        QTest::newRow("toolbar in the background") << false << false << false << false << nothing << true;
-        QTest::newRow("toolbar turned off") << false << true << false << false << QVariant(0) << true;
-        QTest::newRow("toolbar while processing") << false << true << true << false << nothing << false;
-        QTest::newRow("toolbar while installing") << false << true << false << true << nothing << false;
+        const auto row = [](const char* name, bool byTimer, const char* state, const QVariant& stored,
+                            bool starts) { QTest::newRow(name) << byTimer << state << stored << starts; };
+        row("tick", true, "", {}, true);
+        row("tick in the background", true, "inactive", {}, false);
+        row("tick turned off", true, "", 0, false);
+        row("tick with another number", true, "", 2, false);
+        row("tick while processing", true, "processing", {}, false);
+        row("tick while installing", true, "installing", {}, false);
+        row("toolbar in the background", false, "inactive", {}, true);
+        row("toolbar turned off", false, "", 0, true);
+        row("toolbar while processing", false, "processing", {}, false);
+        row("toolbar while installing", false, "installing", {}, false);
     }
     void guards() {
         QFETCH(bool, byTimer);
         QFETCH(QVariant, stored);
-        QFETCH(bool, active);
-        QFETCH(bool, processing);
-        QFETCH(bool, installing);
-        m_active = active;
-        m_processing = processing;
-        m_installing = installing;
-        if (stored.isValid())
-            VLUserDefaults::standardUserDefaults().setObject(stored, QStringLiteral("autoRefresh"));
+        QFETCH(QString, state);
+        m_active = state != u"inactive";
+        m_processing = state == u"processing";
+        m_installing = state == u"installing";
+        if (stored.isValid()) VLUserDefaults::standardUserDefaults().setObject(stored, u"autoRefresh"_s);
         m_refresh->setupAutoRefresh([this] { ++m_started; }, 0);
         m_refresh->autoRefreshData(byTimer);
         QTEST(m_started == 1, "starts");
@@ -97,36 +93,11 @@ private Q_SLOTS:
         QCOMPARE(m_started, 1);
     }
 
-    void defaultsHaveTheirTypes() {
-        const QVariantMap defaults = registeredDefaults();
-        QCOMPARE(defaults.size(), 13);
-        for (auto it = defaults.begin(); it != defaults.end(); ++it) {
-            const bool isInteger =
-                it.key() == QLatin1String("authAddKeychain") || it.key() == QLatin1String("autoRefresh");
-            const bool isText = it.key().endsWith(QLatin1String("SortedColumn"));
-            const auto expected = isInteger ? QMetaType::LongLong
-                                  : isText  ? QMetaType::QString
-                                            : QMetaType::Bool;
-            QVERIFY2(it->typeId() == expected, qPrintable(it.key()));
-        }
-        QCOMPARE(defaults.value(QStringLiteral("cronwellOutlineSortedColumn")),
-                 QStringLiteral("taskDescription"));
-        QCOMPARE(defaults.value(QStringLiteral("faultscopeLogTableSortedDescending")), true);
-    }
-
-    void booleanNo_data() {
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<bool>("isNo");
-        QTest::newRow("absent") << QVariant() << false;
-        QTest::newRow("NO") << QVariant(false) << true;
-        QTest::newRow("YES") << QVariant(true) << false;
-        QTest::newRow("zero") << QVariant(qlonglong{0}) << true;
-        QTest::newRow("text") << QVariant(QStringLiteral("0")) << false;
-        QTest::newRow("list") << QVariant(QVariantList()) << false;
-    }
-    void booleanNo() {
-        QFETCH(QVariant, value);
-        QTEST(isBooleanNo(value), "isNo");
+    void onlyAStoredNoIsNo() {
+        for (const QVariant& no : {QVariant(false), QVariant(0LL)})
+            QVERIFY(isBooleanNo(no));
+        for (const QVariant& other : {QVariant(), QVariant(true), QVariant("0"), QVariant(QVariantList())})
+            QVERIFY(!isBooleanNo(other));
     }
 
     void manyRequestsGiveOneRefresh() {

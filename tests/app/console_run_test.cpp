@@ -1,8 +1,7 @@
 // The programs themselves: real agents on sample workstations, and the console run against them from outside.
-#include <QElapsedTimer>
+#include "support/Programs.h"
+
 #include <QImage>
-#include <QProcess>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -10,6 +9,8 @@
 
 #include <memory>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -19,21 +20,13 @@ constexpr bool paints = false;
 #else
 constexpr bool paints = true;
 #endif
-constexpr int patience = 60'000;  ///< milliseconds; only a hanging program takes that long
-
-struct Result {
-    int exitCode = -1;
-    QString output;
-    QString messages;
-};
-
 /// The rows of a report, cut at the columns that its second line shows.
 QHash<QString, QStringList> rowsByName(const QString& table) {
-    const QStringList lines = table.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = table.split(u'\n', Qt::SkipEmptyParts);
     QHash<QString, QStringList> rows;
     if (lines.size() < 2) return rows;
     QList<QPair<qsizetype, qsizetype>> columns;
-    auto rules = QRegularExpression(QStringLiteral("-+")).globalMatch(lines[1]);
+    auto rules = QRegularExpression(u"-+"_s).globalMatch(lines[1]);
     while (rules.hasNext()) {
         const auto rule = rules.next();
         columns.append({rule.capturedStart(), rule.capturedLength()});
@@ -49,9 +42,9 @@ QHash<QString, QStringList> rowsByName(const QString& table) {
 
 /// True once the process has a handler of its own for this signal.
 bool catches(qint64 process, int number) {
-    QFile status(QStringLiteral("/proc/%1/status").arg(process));
+    QFile status(u"/proc/%1/status"_s.arg(process));
     if (!status.open(QIODevice::ReadOnly)) return false;
-    const auto caught = QRegularExpression(QStringLiteral("SigCgt:\\s*([0-9a-f]+)"))
+    const auto caught = QRegularExpression(u"SigCgt:\\s*([0-9a-f]+)"_s)
                             .match(QString::fromLatin1(status.readAll()))
                             .captured(1)
                             .toULongLong(nullptr, 16);
@@ -70,42 +63,22 @@ class ConsoleRunTest : public QObject {
 
     [[nodiscard]] QString path(const QString& name) const { return m_folder.filePath(name); }
 
-    Result run(const QString& program, const QStringList& arguments) {
-        QProcess process;
-        process.setProcessEnvironment(m_environment);
-        process.start(program, arguments);
-        if (!process.waitForFinished(patience)) process.kill();
-        if (process.exitStatus() != QProcess::NormalExit) return {};
-        return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput()),
-                QString::fromLocal8Bit(process.readAllStandardError())};
-    }
-    Result runConsole(const QStringList& arguments) {
-        return run(QStringLiteral(ORLENDO_PROGRAM),
-                   QStringList{QStringLiteral("--no-discovery")} + arguments);
+    ProgramResult runConsole(const QStringList& arguments) {
+        return runProgram(ORLENDO_PROGRAM, QStringList{"--no-discovery"} + arguments, m_environment);
     }
 
-    /// Starts an agent on sample workstation `profile`; it is told to serve the console that `certificate`
-    /// names.
+    /// Starts an agent on sample workstation `profile`, for the console that `certificate` names.
     void startAgent(int profile, const QString& certificate) {
-        const QString number = QString::number(profile);
-        const QString disk = path(QStringLiteral("workstation-") + number);
-        const Result made = run(QStringLiteral(AGENT_PROGRAM),
-                                {QStringLiteral("--make-sample"), disk, QStringLiteral("--profile"), number});
-        QVERIFY2(made.exitCode == 0, qPrintable(made.messages));
+        const QString number = QString::number(profile), folder = path("workstation-" + number);
+        QCOMPARE(runProgram(AGENT_PROGRAM, {"--make-sample", folder, "--profile", number}).exitCode, 0);
         auto agent = std::make_unique<QProcess>();
         agent->setProcessEnvironment(m_environment);
-        agent->start(QStringLiteral(AGENT_PROGRAM),
-                     {QStringLiteral("--config"), disk + QStringLiteral("/agent.conf"),
-                      QStringLiteral("--authorize"), certificate, QStringLiteral("--no-advertise")});
-        QString greeting;
-        while (!greeting.contains(QLatin1Char('\n')) && agent->waitForReadyRead(patience))
-            greeting += QString::fromLocal8Bit(agent->readAllStandardOutput());
-        const QString port = greeting.trimmed().section(QLatin1Char(':'), -1);
-        QVERIFY2(port.toInt() > 0,
-                 qPrintable(greeting + QString::fromLocal8Bit(agent->readAllStandardError())));
+        agent->start(AGENT_PROGRAM,
+                     {"--config", folder + "/agent.conf", "--authorize", certificate, "--no-advertise"});
+        const quint16 port = readAgentPort(*agent);
+        QVERIFY2(port > 0, agent->readAllStandardError().constData());
         m_agents.push_back(std::move(agent));
-        m_addedClients << QStringLiteral("--add-client")
-                       << QStringLiteral("Bay %1=127.0.0.1:%2").arg(number, port);
+        m_addedClients << "--add-client" << u"Bay %1=127.0.0.1:%2"_s.arg(number).arg(port);
     }
 
 private Q_SLOTS:
@@ -115,10 +88,10 @@ private Q_SLOTS:
             m_environment.remove(QLatin1String(display));
         for (const char* folder : {"XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
             m_environment.insert(QLatin1String(folder), path(QLatin1String(folder)));
-        m_environment.insert(QStringLiteral("CORVALIN_DISCOVERY_INTERFACES"), QStringLiteral("lo"));
+        m_environment.insert(u"CORVALIN_DISCOVERY_INTERFACES"_s, u"lo"_s);
 
-        const QString certificate = path(QStringLiteral("console.crt"));
-        QCOMPARE(runConsole({QStringLiteral("--export-certificate"), certificate}).exitCode, 0);
+        const QString certificate = path(u"console.crt"_s);
+        QCOMPARE(runConsole({u"--export-certificate"_s, certificate}).exitCode, 0);
         for (const int profile : {1, 2, 3})
             startAgent(profile, certificate);
     }
@@ -126,38 +99,31 @@ private Q_SLOTS:
         for (const auto& agent : m_agents)
             agent->terminate();
         for (const auto& agent : m_agents) {
-            QVERIFY(agent->waitForFinished(patience));
-            QCOMPARE(agent->exitStatus(), QProcess::NormalExit);
-            QCOMPARE(agent->exitCode(), 0);
+            QVERIFY(hasEnded(*agent, 0));
         }
     }
 
     void certificateIsTheSameEachTime() {
-        QFile file(path(QStringLiteral("console.crt")));
+        QFile file(path(u"console.crt"_s));
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(runConsole({QStringLiteral("--print-certificate")}).output.toLatin1(), file.readAll());
+        QCOMPARE(runConsole({u"--print-certificate"_s}).output.toLatin1(), file.readAll());
     }
 
     void reportAndPictureInOneRun() {
-        const QString picture = path(QStringLiteral("window.png"));
-        QStringList arguments = {QStringLiteral("--report"), QStringLiteral("addonry")};
-        if (paints) arguments << QStringLiteral("--screenshot") << picture;
-        const Result result = runConsole(arguments + m_addedClients);
+        const QString picture = path(u"window.png"_s);
+        QStringList arguments = {u"--report"_s, u"addonry"_s};
+        if (paints) arguments << u"--screenshot"_s << picture;
+        const ProgramResult result = runConsole(arguments + m_addedClients);
         QVERIFY2(result.exitCode == 0, qPrintable(result.messages));
-        QVERIFY2(result.messages.contains(QLatin1String("3 clients connected")), qPrintable(result.messages));
+        QVERIFY2(result.messages.contains("3 clients connected"_L1), qPrintable(result.messages));
 
         const auto rows = rowsByName(result.output);
-        const auto expected = [](const char* text) {
-            return QString::fromLatin1(text).split(QLatin1Char('|'));
-        };
-        QCOMPARE(rows.value(QStringLiteral("Aurora Glow")), expected("FxPlug|2.1.0|yes|all users|3|none|"));
-        QCOMPARE(rows.value(QStringLiteral("Chroma Fringe")),
-                 expected("FxPlug|(various)|yes|all users|3|version|"));
-        QCOMPARE(rows.value(QStringLiteral("Film Flash")),
-                 expected("FxScript|1.1|mixed|all users|3|enabled|"));
-        QCOMPARE(rows.value(QStringLiteral("Lens Breath")), expected("FxPlug|1.2.1|yes|mixed|3|access|"));
-        QCOMPARE(rows.value(QStringLiteral("Film Bloom")),
-                 expected("FxPlug|2.0.0|no|all users|1|missing|Bay 1, Bay 2"));
+        const auto expected = [](const char* text) { return QString::fromLatin1(text).split(u'|'); };
+        QCOMPARE(rows.value(u"Aurora Glow"_s), expected("FxPlug|2.1.0|yes|all users|3|none|"));
+        QCOMPARE(rows.value(u"Chroma Fringe"_s), expected("FxPlug|(various)|yes|all users|3|version|"));
+        QCOMPARE(rows.value(u"Film Flash"_s), expected("FxScript|1.1|mixed|all users|3|enabled|"));
+        QCOMPARE(rows.value(u"Lens Breath"_s), expected("FxPlug|1.2.1|yes|mixed|3|access|"));
+        QCOMPARE(rows.value(u"Film Bloom"_s), expected("FxPlug|2.0.0|no|all users|1|missing|Bay 1, Bay 2"));
         QVERIFY(rows.size() > 10);
 
         if (!paints) return;
@@ -166,57 +132,41 @@ private Q_SLOTS:
     }
 
     void missingClientIsNamed() {
-        const Result result =
-            runConsole(QStringList{QStringLiteral("--report"), QStringLiteral("addonry"),
-                                   QStringLiteral("--wait"), QStringLiteral("2"),
-                                   QStringLiteral("--add-client"), QStringLiteral("Gone=127.0.0.1:1")} +
+        const ProgramResult result =
+            runConsole(QStringList{"--report", "addonry", "--wait", "2", "--add-client", "Gone=127.0.0.1:1"} +
                        m_addedClients);
         QCOMPARE(result.exitCode, 1);
-        QVERIFY2(result.messages.contains(QLatin1String("Missing: Gone - ")), qPrintable(result.messages));
+        QVERIFY2(result.messages.contains("Missing: Gone - "_L1), qPrintable(result.messages));
         // What the others have is printed all the same.
-        QCOMPARE(rowsByName(result.output).value(QStringLiteral("Aurora Glow")).value(4),
-                 QStringLiteral("3"));
+        QCOMPARE(rowsByName(result.output).value(u"Aurora Glow"_s).value(4), u"3"_s);
     }
 
     void strangersAreTurnedAway() {
         QProcessEnvironment own = m_environment;
-        m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("stranger")));
-        const Result result = runConsole(QStringList{QStringLiteral("--report"), QStringLiteral("addonry"),
-                                                     QStringLiteral("--wait"), QStringLiteral("2")} +
-                                         m_addedClients);
+        m_environment.insert(u"XDG_CONFIG_HOME"_s, path(u"stranger"_s));
+        const ProgramResult result =
+            runConsole(QStringList{"--report", "addonry", "--wait", "2"} + m_addedClients);
         m_environment = own;
         QCOMPARE(result.exitCode, 1);
-        QVERIFY2(result.messages.contains(QLatin1String("does not accept this console")),
-                 qPrintable(result.messages));
+        QVERIFY2(result.messages.contains("does not accept this console"_L1), qPrintable(result.messages));
     }
 
-    void wrongCommandLines_data() {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("unknown tool") << QStringList{QStringLiteral("--report"), QStringLiteral("nonsense")}
-                                      << 2 << QStringLiteral("Unknown tool \"nonsense\"");
-        QTest::newRow("window without a display") << QStringList() << 1 << QStringLiteral("no display");
-        QTest::newRow("folder that is not there")
-            << QStringList{QStringLiteral("--export-certificate"), QStringLiteral("/nonexistent/file")} << 1
-            << QStringLiteral("cannot write");
-    }
     void wrongCommandLines() {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, message);
-        const Result result = runConsole(arguments);
-        QTEST(result.exitCode, "exitCode");
-        QVERIFY2(result.messages.contains(message), qPrintable(result.messages));
+        const auto fails = [this](const QStringList& arguments, int exitCode, const char* message) {
+            const ProgramResult result = runConsole(arguments);
+            return result.exitCode == exitCode && result.messages.contains(QLatin1String(message));
+        };
+        QVERIFY(fails({"--report", "nonsense"}, 2, "Unknown tool \"nonsense\""));
+        QVERIFY(fails({}, 1, "no display"));
+        QVERIFY(fails({"--export-certificate", "/nonexistent/file"}, 1, "cannot write"));
     }
 
     void signalsEndItInOrder_data() {
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("what");
-        QTest::newRow("SIGINT") << SIGINT << QStringLiteral("--report=addonry");
-        QTest::newRow("SIGTERM") << SIGTERM << QStringLiteral("--report=addonry");
-        if (paints)
-            QTest::newRow("with a window")
-                << SIGTERM << QStringLiteral("--screenshot=/nonexistent/never.png");
+        QTest::newRow("SIGINT") << SIGINT << u"--report=addonry"_s;
+        QTest::newRow("SIGTERM") << SIGTERM << u"--report=addonry"_s;
+        if (paints) QTest::newRow("with a window") << SIGTERM << u"--screenshot=/nonexistent/never.png"_s;
     }
     void signalsEndItInOrder() {
         QFETCH(int, number);
@@ -224,17 +174,14 @@ private Q_SLOTS:
         QProcess console;
         console.setProcessEnvironment(m_environment);
         console.setProcessChannelMode(QProcess::MergedChannels);
-        console.start(QStringLiteral(ORLENDO_PROGRAM),
-                      QStringList{what, QStringLiteral("--no-discovery"),
-                                  QStringLiteral("--expect-clients=9"), QStringLiteral("--wait=3600")} +
-                          m_addedClients);
+        console.start(
+            QStringLiteral(ORLENDO_PROGRAM),
+            QStringList{what, "--no-discovery", "--expect-clients=9", "--wait=3600"} + m_addedClients);
         QVERIFY(console.waitForStarted(patience));
         QTRY_VERIFY_WITH_TIMEOUT(catches(console.processId(), number), patience);
         QTest::qWait(300);  // about now it connects; the end has to be clean at any moment
         ::kill(static_cast<pid_t>(console.processId()), number);
-        QVERIFY(console.waitForFinished(patience));
-        QCOMPARE(console.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(console.exitCode(), 1);
+        QVERIFY(hasEnded(console, 1));
     }
 };
 

@@ -6,47 +6,32 @@
 
 #include <atomic>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 /// What a step of the tables below does to the object.
-enum class Step { Start, Increment, End, Cancel, CancelAll, CountIn, CountOut, Indeterminate, Install };
-Q_DECLARE_METATYPE(Step)
+using Step = void (TaskThreads::*)();
 
 class TaskThreadsTest : public QObject {
     Q_OBJECT
+
+    static constexpr Step start = &TaskThreads::startStatusProgress,
+                          increment = &TaskThreads::incrementStatusProgress,
+                          end = &TaskThreads::endStatusProgress, cancel = &TaskThreads::cancelStatusProgress,
+                          countIn = &TaskThreads::incrementTaskThreadCount,
+                          countOut = &TaskThreads::decrementTaskThreadCount;
 
     std::atomic<int> m_selected{0};
     int m_refreshes = 0;
     int m_stops = 0;
     std::unique_ptr<TaskThreads> m_threads;
 
-    void apply(Step step) {
-        switch (step) {
-            case Step::Start:
-                return m_threads->startStatusProgress();
-            case Step::Increment:
-                return m_threads->incrementStatusProgress();
-            case Step::End:
-                return m_threads->endStatusProgress();
-            case Step::Cancel:
-                return m_threads->cancelStatusProgress();
-            case Step::CancelAll:
-                return m_threads->cancelAllProgress();
-            case Step::CountIn:
-                return m_threads->incrementTaskThreadCount();
-            case Step::CountOut:
-                return m_threads->decrementTaskThreadCount();
-            case Step::Indeterminate:
-                return m_threads->showIndeterminateStatusProgress();
-            case Step::Install:
-                return m_threads->setIsInstallingUpdate(true);
-        }
-    }
+    void apply(Step step) { (m_threads.get()->*step)(); }
 
     /// Starts `body` on a worker; true once it has ended.
     static bool runOnWorker(const std::function<void()>& body, std::chrono::milliseconds limit = 10s) {
         const auto done = std::make_shared<std::atomic<bool>>(false);
-        VLThread::detach(QStringLiteral("test"), [body, done] {
+        VLThread::detach(u"test"_s, [body, done] {
             body();
             *done = true;
         });
@@ -59,7 +44,7 @@ private Q_SLOTS:
         m_refreshes = m_stops = 0;
         m_threads = std::make_unique<TaskThreads>(TaskThreads::Environment{
             [this] { return m_selected.load(); }, [this] { ++m_refreshes; }, [this] { ++m_stops; }});
-        VLLog::createNewLog();
+        startNewLog();
     }
     void cleanup() { m_threads.reset(); }
 
@@ -70,32 +55,24 @@ private Q_SLOTS:
         QTest::addColumn<bool>("processing");
         QTest::addColumn<bool>("indeterminate");
         QTest::addColumn<double>("value");
-        using Steps = QList<Step>;
-        const auto row = [](const char* name, int selected, const Steps& steps, const char* text,
+        const auto row = [](const char* name, int selected, const QList<Step>& steps, const char* text,
                             bool processing, bool indeterminate, double value) {
-            QTest::newRow(name) << selected << steps << QString::fromLatin1(text) << processing
-                                << indeterminate << value;
+            QTest::newRow(name) << selected << steps << text << processing << indeterminate << value;
         };
-        row("none selected", 0, {Step::Start}, "Processing tasks on 0 computers", true, true, 0);
-        row("one is indeterminate", 1, {Step::Start}, "Processing tasks on 1 computer", true, true, 0);
-        row("two count", 2, {Step::Start, Step::Increment}, "Processing tasks on 2 computers", true, false,
-            1);
-        row("never past the end", 2, {Step::Start, Step::Increment, Step::Increment, Step::Increment},
-            "Processing tasks on 2 computers", true, false, 2);
-        row("start anew", 2, {Step::Start, Step::Increment, Step::End, Step::Start},
-            "Processing tasks on 2 computers", true, false, 0);
-        row("ended", 1, {Step::Start, Step::End}, "1 computer selected", false, true, 0);
-        row("ended with none", 0, {Step::Start, Step::End}, "0 computers selected", false, true, 0);
-        row("cancelled", 2, {Step::Start, Step::Cancel}, "2 computers selected", false, false, 0);
-        row("last one counted out", 2,
-            {Step::Start, Step::CountIn, Step::CountIn, Step::CountOut, Step::CountOut},
-            "2 computers selected", false, false, 0);
-        row("one still counted", 2, {Step::Start, Step::CountIn, Step::CountIn, Step::CountOut},
-            "Processing tasks on 2 computers", true, false, 0);
-        row("extra report of an end", 2, {Step::Start, Step::CountOut}, "2 computers selected", false, false,
-            0);
-        row("made indeterminate", 2, {Step::Start, Step::Indeterminate}, "Processing tasks on 2 computers",
-            true, true, 0);
+        const char *none = "0 computers selected", *two = "2 computers selected",
+                   *processing = "Processing tasks on 2 computers";
+        row("none selected", 0, {start}, "Processing tasks on 0 computers", true, true, 0);
+        row("one is indeterminate", 1, {start}, "Processing tasks on 1 computer", true, true, 0);
+        row("two count", 2, {start, increment}, processing, true, false, 1);
+        row("never past the end", 2, {start, increment, increment, increment}, processing, true, false, 2);
+        row("start anew", 2, {start, increment, end, start}, processing, true, false, 0);
+        row("ended with none", 0, {start, end}, none, false, true, 0);
+        row("cancelled", 2, {start, cancel}, two, false, false, 0);
+        row("last one counted out", 2, {start, countIn, countIn, countOut, countOut}, two, false, false, 0);
+        row("one still counted", 2, {start, countIn, countIn, countOut}, processing, true, false, 0);
+        row("extra report of an end", 2, {start, countOut}, two, false, false, 0);
+        row("made indeterminate", 2, {start, &TaskThreads::showIndeterminateStatusProgress}, processing, true,
+            true, 0);
     }
     void statusBar() {
         QFETCH(int, selected);
@@ -119,14 +96,14 @@ private Q_SLOTS:
         m_threads->decrementTaskThreadCount();
         m_threads->decrementTaskThreadCount();
         QCOMPARE(m_threads->taskThreadCount(), 0);
-        const QStringList lines = logLines().filter(QStringLiteral("Task threads: "));
-        QCOMPARE(lines, QStringList({QStringLiteral("Task threads: 1"), QStringLiteral("Task threads: 0"),
-                                     QStringLiteral("Task threads: -1")}));
+        const QStringList lines = logLines().filter(u"Task threads: "_s);
+        QCOMPARE(lines, QStringList({u"Task threads: 1"_s, u"Task threads: 0"_s, u"Task threads: -1"_s}));
     }
 
     void updatesBeingInstalledKeepTheStatusBar() {
         m_selected = 2;
-        for (const Step step : {Step::Install, Step::Start, Step::CountIn, Step::CountOut})
+        m_threads->setIsInstallingUpdate(true);
+        for (const Step step : {start, countIn, countOut})
             apply(step);
         MainThread::waitUntil([] { return false; }, 1ms);
         QVERIFY(!m_threads->isProcessing());
@@ -134,18 +111,14 @@ private Q_SLOTS:
         QVERIFY(m_threads->status().cancelVisible);
     }
 
-    void relaunchTextStaysOnlyWithoutSelection_data() {
-        QTest::addColumn<int>("selected");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("none") << 0 << QStringLiteral("Waiting for clients to relaunch...");
-        QTest::newRow("one") << 1 << QStringLiteral("1 computer selected");
-    }
     void relaunchTextStaysOnlyWithoutSelection() {
-        QFETCH(int, selected);
-        m_selected = selected;
-        m_threads->setStatusText(QStringLiteral("Waiting for clients to relaunch..."));
+        const QString relaunching = "Waiting for clients to relaunch...";
+        m_threads->setStatusText(relaunching);
         m_threads->updateSelectedComputerStatus(false);
-        QTEST(m_threads->status().text, "text");
+        QCOMPARE(m_threads->status().text, relaunching);
+        m_selected = 1;
+        m_threads->updateSelectedComputerStatus(false);
+        QCOMPARE(m_threads->status().text, u"1 computer selected"_s);
     }
 
     void refreshFollowsTheStatusAfterAWhile() {
@@ -155,22 +128,22 @@ private Q_SLOTS:
     }
 
     void remarkBelongsToTheRunThatStartsNext() {
-        m_threads->setStatusRemark(QStringLiteral("1 left out"));
-        apply(Step::Start);
-        QCOMPARE(m_threads->statusRemark(), QStringLiteral("1 left out"));
-        apply(Step::End);
-        QCOMPARE(m_threads->statusRemark(), QStringLiteral("1 left out"));
-        apply(Step::Start);
+        m_threads->setStatusRemark(u"1 left out"_s);
+        apply(start);
+        QCOMPARE(m_threads->statusRemark(), u"1 left out"_s);
+        apply(end);
+        QCOMPARE(m_threads->statusRemark(), u"1 left out"_s);
+        apply(start);
         QVERIFY(m_threads->statusRemark().isEmpty());
     }
 
     void cancellingEverythingStopsTheSpinnersOfTheTools() {
-        apply(Step::Start);
-        apply(Step::Cancel);
+        apply(start);
+        apply(cancel);
         QCOMPARE(m_stops, 1);
         QVERIFY(m_threads->processingCancelled());
-        QVERIFY(logLines().contains(QStringLiteral("Status progress canceled")));
-        apply(Step::Start);
+        QVERIFY(logLines().contains(u"Status progress canceled"_s));
+        apply(start);
         QVERIFY(!m_threads->processingCancelled());
     }
 
@@ -179,7 +152,7 @@ private Q_SLOTS:
         m_threads->startProgressForWindow(&window);
         QVERIFY(m_threads->isProcessing());
         QCOMPARE(m_threads->progressParentWindow(), &window);
-        QCOMPARE(m_threads->sheet().text, QStringLiteral("Initializing..."));
+        QCOMPARE(m_threads->sheet().text, u"Initializing..."_s);
         QVERIFY(m_threads->sheet().visible && m_threads->sheet().indeterminate);
 
         m_threads->progressBarSetMaxValue(2);
@@ -196,7 +169,7 @@ private Q_SLOTS:
 
         m_threads->cancelProgress();
         QVERIFY(!m_threads->sheet().cancelEnabled);
-        QCOMPARE(m_threads->sheet().text, QStringLiteral("Canceling..."));
+        QCOMPARE(m_threads->sheet().text, u"Canceling..."_s);
         QVERIFY(m_threads->processingCancelled() && m_threads->sheet().visible);
 
         m_threads->endProgress();
@@ -204,29 +177,29 @@ private Q_SLOTS:
         QCOMPARE(m_threads->progressParentWindow(), nullptr);
         m_selected = 7;
         m_threads->updateTaskProgress(3);
-        QVERIFY(logLines().contains(QStringLiteral("Progress: Processing task 3 of 7")));
+        QVERIFY(logLines().contains(u"Progress: Processing task 3 of 7"_s));
     }
 
     void waitingOnTheMainThreadIsRefused() {
         m_threads->setIsProcessing(true);
         m_threads->waitOnProcessing();  // hangs here when it is not
-        QVERIFY(logLines().contains(QStringLiteral("Error: trying to wait on main thread. Aborting...")));
+        QVERIFY(logLines().contains(u"Error: trying to wait on main thread. Aborting..."_s));
     }
 
     void waitEnds_data() {
         QTest::addColumn<Step>("how");
-        QTest::newRow("counted out") << Step::CountOut;
-        QTest::newRow("cancelled with three at work") << Step::Cancel;
-        QTest::newRow("status ended") << Step::End;
+        QTest::newRow("counted out") << countOut;
+        QTest::newRow("cancelled with three at work") << cancel;
+        QTest::newRow("status ended") << end;
     }
     void waitEnds() {
         QFETCH(Step, how);
-        apply(Step::Start);
-        const int workers = how == Step::CountOut ? 1 : 3;
+        apply(start);
+        const int workers = how == countOut ? 1 : 3;
         for (int i = 0; i < workers; ++i)
-            apply(Step::CountIn);
+            apply(countIn);
         std::atomic<bool> isWaiting{false}, ended{false};
-        VLThread::detach(QStringLiteral("waiter"), [&] {
+        VLThread::detach(u"waiter"_s, [&] {
             isWaiting = true;
             m_threads->waitOnProcessingWithTimeout(0.001);  // the seconds are not applied
             ended = true;
@@ -235,21 +208,21 @@ private Q_SLOTS:
         QVERIFY(!MainThread::waitUntil([&] { return ended.load(); }, 50ms));
         apply(how);
         QVERIFY(MainThread::waitUntil([&] { return ended.load(); }, 10s));
-        QCOMPARE(m_threads->taskThreadCount(), how == Step::End ? 3 : 0);
+        QCOMPARE(m_threads->taskThreadCount(), how == end ? 3 : 0);
     }
 
     void everyWaiterComesBackThoughOnlyTheLastIsCalled() {
-        apply(Step::Start);
+        apply(start);
         std::atomic<int> waiting{0}, ended{0};
         for (int i = 0; i < 3; ++i) {
-            VLThread::detach(QStringLiteral("waiter"), [&] {
+            VLThread::detach(u"waiter"_s, [&] {
                 ++waiting;
                 m_threads->waitOnProcessing();
                 ++ended;
             });
         }
         QVERIFY(MainThread::waitUntil([&] { return waiting == 3; }, 10s));
-        apply(Step::End);
+        apply(end);
         QVERIFY(MainThread::waitUntil([&] { return ended == 3; }, 10s));
     }
 
@@ -259,26 +232,26 @@ private Q_SLOTS:
         const auto manyRuns = [this, &fault] {
             for (int run = 0; run < 200; ++run) {
                 m_threads->startStatusProgress();
-                if (!m_threads->isProcessing()) fault = QStringLiteral("ended by the run before");
+                if (!m_threads->isProcessing()) fault = u"ended by the run before"_s;
                 std::atomic<int> counted{0};
                 for (int i = 0; i < 4; ++i)
                     m_threads->incrementTaskThreadCount();
                 for (int i = 0; i < 4; ++i) {
-                    VLThread::detach(QStringLiteral("counted"), [this, &counted] {
+                    VLThread::detach(u"counted"_s, [this, &counted] {
                         m_threads->incrementStatusProgress();
                         ++counted;
                         m_threads->decrementTaskThreadCount();
                     });
                 }
                 m_threads->waitOnProcessing();
-                if (counted != 4) fault = QStringLiteral("ended too early");
+                if (counted != 4) fault = u"ended too early"_s;
             }
         };
         QVERIFY(runOnWorker(manyRuns, 60s));
         VLThread::joinAll(10s);
         QCOMPARE(fault, QString());
         QVERIFY(!m_threads->isProcessing());
-        QCOMPARE(m_threads->status().text, QStringLiteral("4 computers selected"));
+        QCOMPARE(m_threads->status().text, u"4 computers selected"_s);
     }
 
     void processingIsToldOnTheMainThread() {
@@ -292,7 +265,7 @@ private Q_SLOTS:
 
     void nothingPostedOutlivesTheObject() {
         QVERIFY(runOnWorker([this] { m_threads->endStatusProgress(); }, 1s));
-        VLThread::detach(QStringLiteral("late"), [this] { m_threads->cancelTaskThreads(); });
+        VLThread::detach(u"late"_s, [this] { m_threads->cancelTaskThreads(); });
         while (VLThread::activeCount() > 0)
             QThread::yieldCurrentThread();
         m_threads.reset();

@@ -13,39 +13,21 @@ Q_DECLARE_METATYPE(Fault)
 
 namespace {
 
-const QString configurationSelector = QStringLiteral("fetchInitialConfiguration:");
-const QString pluginsSelector = QStringLiteral("addonryPluginList");
-const QString timedOut = QStringLiteral(
-    "Exception in -[AppController objectFromRemoteMethod:withObject:withObject:service:]. "
-    "NSPortTimeoutException - There was no reply to addonryPluginList");
+const QString configurationSelector = u"fetchInitialConfiguration:"_s;
+const QString pluginsSelector = u"addonryPluginList"_s;
+const QString timedOut =
+    u"Exception in -[AppController objectFromRemoteMethod:withObject:withObject:service:]. "
+    "NSPortTimeoutException - There was no reply to addonryPluginList"_s;
 
 QVariant honestAnswer(const QString& selector) {
     if (selector == configurationSelector) return ScriptedRoot::goodConfiguration();
-    return selector == pluginsSelector ? QVariant(QVariantList{QStringLiteral("plug-in")}) : QVariant();
+    return selector == pluginsSelector ? QVariant(QVariantList{u"plug-in"_s}) : QVariant();
 }
-
-class CountingCallback : public VLCallbackTarget {
-public:
-    QVariant receive(const QString&, const QVariantList&, const QString& sender) override {
-        const std::lock_guard lock(m_mutex);
-        m_senders.insert(sender);
-        return {};
-    }
-    [[nodiscard]] QSet<QString> senders() const {
-        const std::lock_guard lock(m_mutex);
-        return m_senders;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    QSet<QString> m_senders;
-};
 
 /// Three good agents and their clients, and the runner that reads from them.
 struct GoodClients {
     GoodClients() {
         fixture.environment.timing.configuration = 700ms;
-        fixture.environment.timing.reconnect = 1h;
         fixture.environment.limits.messageBytes = 1024 * 1024;
         fixture.environment.limits.heartbeatInterval = 100ms;
         fixture.environment.limits.heartbeatTimeout = 2'000ms;  // far more than a busy machine needs
@@ -54,7 +36,7 @@ struct GoodClients {
         fixture.apply();
         for (LoopbackAgent& agent : agents) {
             agent.root->setAnswer("addonryPluginList", honestAnswer(pluginsSelector));
-            clients << fixture.manualClient(agent, QStringLiteral("Good %1").arg(clients.size()));
+            clients << fixture.manualClient(agent, u"Good %1"_s.arg(clients.size()));
         }
         setReplyLimit(60s);
     }
@@ -73,7 +55,7 @@ struct GoodClients {
     /// Reads the plug-ins on a worker, as a tool does.
     [[nodiscard]] std::shared_ptr<std::atomic<bool>> startReading(const VLServicePtr& client) {
         auto done = std::make_shared<std::atomic<bool>>(false);
-        VLThread::detach(QStringLiteral("worker"), [this, runner = runner, client, done] {
+        onWorker([this, runner = runner, client, done] {
             const QVariant answer = runner->objectFromRemoteMethod(pluginsSelector, {}, {}, client);
             {
                 const std::lock_guard lock(mutex);
@@ -89,6 +71,9 @@ struct GoodClients {
         const std::lock_guard lock(mutex);
         return answers.take(client->hostName());
     }
+    [[nodiscard]] VLServicePtr badClient(quint16 port) {
+        return fixture.manualClient(u"127.0.0.1"_s, port, u"Bad"_s);
+    }
     [[nodiscard]] bool allWork() {
         return std::all_of(clients.begin(), clients.end(), [this](const VLServicePtr& client) {
             return client->isConnected() && client->errorCode() == 0 && client->connectionError().isEmpty() &&
@@ -96,9 +81,9 @@ struct GoodClients {
         });
     }
 
-    ClientsFixture fixture;
+    ClientsFixture fixture{1h};
     std::array<LoopbackAgent, 3> agents;
-    std::shared_ptr<CountingCallback> callback = std::make_shared<CountingCallback>();
+    std::shared_ptr<NotingCallback> callback = std::make_shared<NotingCallback>();
     QList<VLServicePtr> clients;
     std::shared_ptr<RemoteRunner> runner;
     std::mutex mutex;
@@ -112,150 +97,135 @@ class HostileClientsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { VLLog::createNewLog(); }
+    void cleanup() { startNewLog(); }
 
-    void whileItConnects_data();
-    void whileItConnects();
-    void whileItIsUsed_data();
-    void whileItIsUsed();
-    void presentsAChangedKey();
-    void strangeServices_data();
-    void strangeServices();
-};
+    void whileItConnects_data() {
+        QTest::addColumn<Fault>("fault");
+        QTest::addColumn<int>("errorCode");  // 0: it does not get connected
+        QTest::newRow("unknown value") << Fault::UnknownValue << 2001;
+        QTest::newRow("unknown outcome") << Fault::UnknownOutcome << 2001;
+        QTest::newRow("broken pointer") << Fault::BrokenPointer << 2001;
+        QTest::newRow("endless list") << Fault::EndlessList << 2001;
+        QTest::newRow("broken text") << Fault::BrokenText << 2001;
+        QTest::newRow("impossible date") << Fault::ImpossibleDate << 2001;
+        QTest::newRow("too deep") << Fault::TooDeep << 2001;
+        QTest::newRow("remote error") << Fault::RemoteError << 2001;
+        QTest::newRow("no answer") << Fault::NoAnswer << 2008;
+        QTest::newRow("garbage") << Fault::Garbage << 0;
+        QTest::newRow("announces too much") << Fault::TooLarge << 0;
+        QTest::newRow("sends too much") << Fault::LargerThanLimit << 0;
+        QTest::newRow("closes mid-answer") << Fault::CloseMidAnswer << 0;
+        QTest::newRow("resets") << Fault::Reset << 0;
+    }
+    void whileItConnects() {
+        QFETCH(Fault, fault);
+        QFETCH(int, errorCode);
+        GoodClients good;
+        const HostileAgent agent({fault, configurationSelector, honestAnswer});
+        const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
+        const VLServicePtr client = good.badClient(agent.port());
+        if (errorCode != 0) {
+            QTRY_COMPARE(client->errorCode(), errorCode);
+            QTRY_VERIFY(client->isConnected());
+        } else {
+            QTRY_COMPARE(notifications.count("vlCorvalinServiceConnectFailed"), 1);
+            QVERIFY(!client->connectionError().isEmpty());
+            QVERIFY(!client->isConnected());
+            QCOMPARE(client->errorCode(), 0);  // it is away, not outdated
+            QCOMPARE(countLines(logLines(), u"Attempting to reconnect to Bad"_s), 1);
+        }
+        QTRY_VERIFY(!client->spinning());
+        QTRY_VERIFY(countLines(logLines(), u"Exception in "_s) +
+                        countLines(logLines(), u"Connection timed out for "_s) >
+                    0);
+        QTRY_VERIFY(good.allWork());
+    }
 
-void HostileClientsTest::whileItConnects_data() {
-    QTest::addColumn<Fault>("fault");
-    QTest::addColumn<int>("errorCode");  // 0: it does not get connected
-    QTest::newRow("unknown value") << Fault::UnknownValue << 2001;
-    QTest::newRow("unknown outcome") << Fault::UnknownOutcome << 2001;
-    QTest::newRow("broken pointer") << Fault::BrokenPointer << 2001;
-    QTest::newRow("endless list") << Fault::EndlessList << 2001;
-    QTest::newRow("broken text") << Fault::BrokenText << 2001;
-    QTest::newRow("impossible date") << Fault::ImpossibleDate << 2001;
-    QTest::newRow("too deep") << Fault::TooDeep << 2001;
-    QTest::newRow("remote error") << Fault::RemoteError << 2001;
-    QTest::newRow("no answer") << Fault::NoAnswer << 2008;
-    QTest::newRow("garbage") << Fault::Garbage << 0;
-    QTest::newRow("announces too much") << Fault::TooLarge << 0;
-    QTest::newRow("sends too much") << Fault::LargerThanLimit << 0;
-    QTest::newRow("closes mid-answer") << Fault::CloseMidAnswer << 0;
-    QTest::newRow("resets") << Fault::Reset << 0;
-}
-
-void HostileClientsTest::whileItConnects() {
-    QFETCH(Fault, fault);
-    QFETCH(int, errorCode);
-    GoodClients good;
-    const HostileAgent agent({fault, configurationSelector, honestAnswer});
-    const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
-    const VLServicePtr client =
-        good.fixture.manualClient(QStringLiteral("127.0.0.1"), agent.port(), QStringLiteral("Bad"));
-    if (errorCode != 0) {
-        QTRY_COMPARE(client->errorCode(), errorCode);
+    void whileItIsUsed_data() {
+        QTest::addColumn<Fault>("fault");
+        QTest::newRow("too deep") << Fault::TooDeep;
+        QTest::newRow("garbage") << Fault::Garbage;
+        QTest::newRow("closes mid-answer") << Fault::CloseMidAnswer;
+        QTest::newRow("falls silent") << Fault::Silence;
+        QTest::newRow("lives and does not answer") << Fault::NoAnswer;
+        QTest::newRow("floods heeding answers") << Fault::FloodCallbacks;
+        QTest::newRow("floods blindly") << Fault::FloodBlindly;
+    }
+    void whileItIsUsed() {
+        QFETCH(Fault, fault);
+        GoodClients good;
+        const HostileAgent agent({fault, pluginsSelector, honestAnswer});
+        const VLServicePtr client = good.badClient(agent.port());
         QTRY_VERIFY(client->isConnected());
-    } else {
+        const bool neverAnswers = fault == Fault::NoAnswer;
+        if (neverAnswers) good.setReplyLimit(300ms);
+        const auto done = good.startReading(client);
+        if (neverAnswers) good.setReplyLimit(60s);
+        QTRY_VERIFY(agent.triggered() > 0);
+        for (const VLServicePtr& other : std::as_const(good.clients))
+            QTRY_VERIFY(other->isConnected());
+        QVERIFY(good.allWork());
+        if (fault == Fault::FloodCallbacks) {
+            // Busy, but within the rules: it stays connected and hurts nobody.
+            QTRY_COMPARE(good.callback->received(), QSet{u"incrementProgress "_s + client->hostName()});
+            client->disconnect();
+        } else {
+            QTRY_VERIFY(!client->isConnected());
+            QTRY_COMPARE(countLines(logLines(), u"Attempting to reconnect to Bad"_s), 1);
+        }
+        QTRY_VERIFY(done->load());
+        if (neverAnswers) QCOMPARE(countLines(logLines(), timedOut), 1);
+        const std::lock_guard lock(good.mutex);
+        for (const QString& hostName : std::as_const(good.failed))
+            QCOMPARE(hostName, client->hostName());
+        if (fault != Fault::FloodCallbacks) QCOMPARE(good.failed.size(), 1);
+    }
+
+    void presentsAChangedKey() {
+        GoodClients good;
+        const LoopbackAgent agent;
+        const QByteArray known = otherAgentIdentity().certificate;
+        QVERIFY(good.fixture.environment.pins->pin(u"%1:%2"_s.arg(agent.address()).arg(agent.port()), known));
+        const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
+        const VLServicePtr client = good.fixture.manualClient(agent, u"Bad"_s);
         QTRY_COMPARE(notifications.count("vlCorvalinServiceConnectFailed"), 1);
-        QVERIFY(!client->connectionError().isEmpty());
+        QCOMPARE(client->changedCertificate(), agentIdentity().certificate);
         QVERIFY(!client->isConnected());
-        QCOMPARE(client->errorCode(), 0);  // it is away, not outdated
-        QCOMPARE(countLines(logLines(), QStringLiteral("Attempting to reconnect to Bad")), 1);
+        QCOMPARE(agent.root->calls("fetchInitialConfiguration:"), 0);
+        QCOMPARE(good.plugins(client), QVariant());
+        QCOMPARE(good.fixture.environment.pins->find(client->pinName()), known);
+        QTRY_VERIFY(good.allWork());
     }
-    QTRY_VERIFY(!client->spinning());
-    QTRY_VERIFY(countLines(logLines(), QStringLiteral("Exception in ")) +
-                    countLines(logLines(), QStringLiteral("Connection timed out for ")) >
-                0);
-    QTRY_VERIFY(good.allWork());
-}
 
-void HostileClientsTest::whileItIsUsed_data() {
-    QTest::addColumn<Fault>("fault");
-    QTest::newRow("too deep") << Fault::TooDeep;
-    QTest::newRow("garbage") << Fault::Garbage;
-    QTest::newRow("closes mid-answer") << Fault::CloseMidAnswer;
-    QTest::newRow("falls silent") << Fault::Silence;
-    QTest::newRow("lives and does not answer") << Fault::NoAnswer;
-    QTest::newRow("floods heeding answers") << Fault::FloodCallbacks;
-    QTest::newRow("floods blindly") << Fault::FloodBlindly;
-}
-
-void HostileClientsTest::whileItIsUsed() {
-    QFETCH(Fault, fault);
-    GoodClients good;
-    const HostileAgent agent({fault, pluginsSelector, honestAnswer});
-    const VLServicePtr client =
-        good.fixture.manualClient(QStringLiteral("127.0.0.1"), agent.port(), QStringLiteral("Bad"));
-    QTRY_VERIFY(client->isConnected());
-    const bool neverAnswers = fault == Fault::NoAnswer;
-    if (neverAnswers) good.setReplyLimit(300ms);
-    const auto done = good.startReading(client);
-    if (neverAnswers) good.setReplyLimit(60s);
-    QTRY_VERIFY(agent.triggered() > 0);
-    for (const VLServicePtr& other : std::as_const(good.clients))
-        QTRY_VERIFY(other->isConnected());
-    QVERIFY(good.allWork());
-    if (fault == Fault::FloodCallbacks) {
-        // Busy, but within the rules: it stays connected and hurts nobody.
-        QTRY_COMPARE(good.callback->senders(), QSet<QString>{client->hostName()});
-        client->disconnect();
-    } else {
-        QTRY_VERIFY(!client->isConnected());
-        QTRY_COMPARE(countLines(logLines(), QStringLiteral("Attempting to reconnect to Bad")), 1);
+    /// What listens is no agent at all.
+    void strangeServices_data() {
+        QTest::addColumn<QByteArray>("greeting");
+        QTest::addColumn<bool>("closes");
+        QTest::newRow("says nothing") << QByteArray() << false;
+        QTest::newRow("closes at once") << QByteArray() << true;
+        QTest::newRow("another protocol") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n") << true;
+        QTest::newRow("endless noise") << QByteArray(1'000'000, 'x') << false;
     }
-    QTRY_VERIFY(done->load());
-    if (neverAnswers) QCOMPARE(countLines(logLines(), timedOut), 1);
-    const std::lock_guard lock(good.mutex);
-    for (const QString& hostName : std::as_const(good.failed))
-        QCOMPARE(hostName, client->hostName());
-    if (fault != Fault::FloodCallbacks) QCOMPARE(good.failed.size(), 1);
-}
-
-void HostileClientsTest::presentsAChangedKey() {
-    GoodClients good;
-    const LoopbackAgent agent;
-    const QByteArray known = otherAgentIdentity().certificate;
-    QVERIFY(good.fixture.environment.pins->pin(QStringLiteral("%1:%2").arg(agent.address()).arg(agent.port()),
-                                               known));
-    const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
-    const VLServicePtr client = good.fixture.manualClient(agent, QStringLiteral("Bad"));
-    QTRY_COMPARE(notifications.count("vlCorvalinServiceConnectFailed"), 1);
-    QCOMPARE(client->changedCertificate(), agentIdentity().certificate);
-    QVERIFY(!client->isConnected());
-    QCOMPARE(agent.root->calls("fetchInitialConfiguration:"), 0);
-    QCOMPARE(good.plugins(client), QVariant());
-    QCOMPARE(good.fixture.environment.pins->find(client->pinName()), known);
-    QTRY_VERIFY(good.allWork());
-}
-
-/// What listens is no agent at all.
-void HostileClientsTest::strangeServices_data() {
-    QTest::addColumn<QByteArray>("greeting");
-    QTest::addColumn<bool>("closes");
-    QTest::newRow("says nothing") << QByteArray() << false;
-    QTest::newRow("closes at once") << QByteArray() << true;
-    QTest::newRow("another protocol") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n") << true;
-    QTest::newRow("endless noise") << QByteArray(1'000'000, 'x') << false;
-}
-
-void HostileClientsTest::strangeServices() {
-    QFETCH(QByteArray, greeting);
-    QFETCH(bool, closes);
-    GoodClients good;
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    connect(&server, &QTcpServer::newConnection, this, [&] {
-        QTcpSocket* socket = server.nextPendingConnection();
-        socket->write(greeting);
-        if (closes) socket->disconnectFromHost();
-    });
-    const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
-    const VLServicePtr client =
-        good.fixture.manualClient(QStringLiteral("127.0.0.1"), server.serverPort(), QStringLiteral("Bad"));
-    QTRY_COMPARE_WITH_TIMEOUT(notifications.count("vlCorvalinServiceConnectFailed"), 1, 20'000);
-    QVERIFY(!client->isConnected());
-    QVERIFY(!client->connectionError().isEmpty());
-    QVERIFY(countLines(logLines(), QStringLiteral("Connection exception: ")) > 0);
-    QTRY_VERIFY(good.allWork());
-}
+    void strangeServices() {
+        QFETCH(QByteArray, greeting);
+        QFETCH(bool, closes);
+        GoodClients good;
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        connect(&server, &QTcpServer::newConnection, this, [&] {
+            QTcpSocket* socket = server.nextPendingConnection();
+            socket->write(greeting);
+            if (closes) socket->disconnectFromHost();
+        });
+        const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
+        const VLServicePtr client = good.badClient(server.serverPort());
+        QTRY_COMPARE_WITH_TIMEOUT(notifications.count("vlCorvalinServiceConnectFailed"), 1, 20'000);
+        QVERIFY(!client->isConnected());
+        QVERIFY(!client->connectionError().isEmpty());
+        QVERIFY(countLines(logLines(), u"Connection exception: "_s) > 0);
+        QTRY_VERIFY(good.allWork());
+    }
+};
 
 ORLENDO_GUI_TEST_MAIN(HostileClientsTest)
 #include "hostile_clients_test.moc"

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "foundation/MainThread.h"
+#include "foundation/VLThread.h"
 #include "remote/RemoteClient.h"
+#include "remote/RemoteRunner.h"
 #include "remote/TaskProgress.h"
 
 #include <atomic>
@@ -76,12 +78,12 @@ public:
     void incrementTaskThreadCount() override {
         const std::lock_guard lock(m_mutex);
         ++m_count;
-        ++m_counted;
-        if (m_counted == cancelWhenCounted) cancelled = true;
+        ++open;
+        if (++counted == cancelWhenCounted) cancelled = true;
     }
     void decrementTaskThreadCount() override {
         const std::lock_guard lock(m_mutex);
-        ++m_countedOut;
+        --open;
         if (--m_count < 1) end();
     }
     void waitOnProcessingWithTimeout(double seconds) override {
@@ -112,18 +114,10 @@ public:
         cancelled = true;
         end();
     }
-    /// Units that were counted in and not out.
-    [[nodiscard]] int open() const {
-        const std::lock_guard lock(m_mutex);
-        return m_counted - m_countedOut;
-    }
-    [[nodiscard]] int counted() const {
-        const std::lock_guard lock(m_mutex);
-        return m_counted;
-    }
 
     std::atomic<bool> cancelled{false};
     std::atomic<int> starts{0}, statusSteps{0}, cancelWhenCounted{0};
+    std::atomic<int> counted{0}, open{0};  ///< units that were counted in, and of these those not yet out
     std::atomic<double> waitedSeconds{-1};
 
 private:
@@ -135,6 +129,60 @@ private:
 
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
-    int m_count = 0, m_counted = 0, m_countedOut = 0;
+    int m_count = 0;
     bool m_isProcessing = false;
+};
+
+inline constexpr std::chrono::seconds patience{30};  ///< never reached unless something is broken
+
+/// Runs `body` on a worker while the main thread serves hand-offs.
+inline bool onWorker(std::function<void()> body) {
+    const auto done = std::make_shared<std::atomic<bool>>(false);
+    VLThread::detach(QStringLiteral("test"), [body = std::move(body), done] {
+        body();
+        *done = true;
+    });
+    return MainThread::waitUntil([done] { return done->load(); }, patience);
+}
+
+/// A runner over clients in memory, and what it reported.
+struct Bench {
+    FakeProgress progress;
+    QList<FakeClientPtr> clients;
+    int processors = 4;
+    std::atomic<int> leftOut{0};
+    std::mutex mutex;
+    QStringList failures;
+    RemoteRunner runner{environment()};
+
+    RemoteRunner::Environment environment() {
+        return {
+            .progress = &progress,
+            .selectedServices = [this] { return QList<RemoteClientPtr>(clients.cbegin(), clients.cend()); },
+            .errorCallback = nullptr,
+            .processorCount = [this] { return processors; },
+            .clientsLeftOut = [this](int count) { leftOut = count; },
+            .clientFailed =
+                [this](const QString& hostName, const QString& reason) {
+                    const std::lock_guard lock(mutex);
+                    failures.append(hostName + QLatin1String(": ") + reason);
+                }};
+    }
+    void addClients(int count, const FakeProxy::Answer& answer = {}) {
+        for (int i = 0; i < count; ++i)
+            clients.append(std::make_shared<FakeClient>(QStringLiteral("c%1").arg(clients.size()), answer));
+    }
+    /// What the many-client read of the plug-in lists gave.
+    QVariant readAll(const QString& selector = QStringLiteral("addonryPluginList")) {
+        QVariant result = QStringLiteral("not run");
+        if (!onWorker([&] { result = runner.objectsFromRemoteMethod(selector); }))
+            return QStringLiteral("stuck");
+        return result;
+    }
+    [[nodiscard]] QList<int> sentCounts() const {
+        QList<int> counts;
+        for (const FakeClientPtr& client : clients)
+            counts.append(static_cast<int>(client->proxy->sent().size()));
+        return counts;
+    }
 };

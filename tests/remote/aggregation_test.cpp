@@ -2,9 +2,12 @@
 
 #include "support/TestEnvironment.h"
 
+using namespace Qt::StringLiterals;
+using namespace Aggregation;
+
 namespace {
 
-const QString k = QStringLiteral("k");
+const QString k = u"k"_s, a = u"A"_s, b = u"B"_s;
 const QVariant missing;
 
 /// One dictionary per value, without the key for a missing one.
@@ -16,7 +19,7 @@ QVariantList dictionaries(const QVariantList& values) {
 }
 
 QVariantMap app(const QVariant& installed, const QVariant& running) {
-    return {{QStringLiteral("installed"), installed}, {QStringLiteral("running"), running}};
+    return {{u"installed"_s, installed}, {u"running"_s, running}};
 }
 
 QVariantList nested(int number) {
@@ -29,252 +32,167 @@ class AggregationTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void comparesVersions_data();
-    void comparesVersions();
-    void versionRange_data();
-    void versionRange();
-    void aggregates_data();
-    void aggregates();
-    void aggregatesApplicationData();
-    void commonValues();
-    void commonOrHighestStats();
-    void commonItems_data();
-    void commonItems();
-    void highestValue_data();
-    void highestValue();
-    void appStatus_data();
-    void appStatus();
-    void dictionaryFromText_data();
-    void dictionaryFromText();
-    void strangeElementsAreHarmless();
-};
-
-void AggregationTest::comparesVersions_data() {
-    QTest::addColumn<QString>("a");
-    QTest::addColumn<QString>("b");
-    QTest::addColumn<int>("result");
-    const auto row = [](const char* a, const char* b, int result) {
-        QTest::addRow("%s against %s", a, b) << QString::fromLatin1(a) << QString::fromLatin1(b) << result;
-    };
-    row("10.4", "10.4.0", 0);
-    row("2.0", "10.0", -1);
-    row("1.a", "1.0", 0);
-    row("1.2.3.9", "1.2.3", 0);
-    row("1.3", "1.2.9", 1);
-    row("1.2.4", "1.2.10", -1);
-    row("", "0", 0);
-    row("", "0.0.1", -1);
-    row("1..5", "1.0.4", 1);
-    row("beta", "0.1", -1);
-    row("99999999999999999999.0", "9.0", 1);
-}
-
-void AggregationTest::comparesVersions() {
-    QFETCH(QString, a);
-    QFETCH(QString, b);
-    QFETCH(int, result);
-    QCOMPARE(Aggregation::compareVersionString(a, b), result);
-    QCOMPARE(Aggregation::compareVersionString(b, a), -result);
-}
-
-void AggregationTest::versionRange_data() {
-    QTest::addColumn<QVariantList>("values");
-    QTest::addColumn<QString>("range");
-    const auto row = [](const char* name, const QVariantList& values, const char* range) {
-        QTest::newRow(name) << values << QString::fromLatin1(range);
-    };
-    row("by number, not by letter", {QStringLiteral("1.2"), QStringLiteral("1.10"), QStringLiteral("1.9")},
-        "1.2 - 1.10");
-    row("lower later", {QStringLiteral("10.6.2"), missing, QStringLiteral("10.5.8")}, "10.5.8 - 10.6.2");
-    row("one", {missing, QStringLiteral("3.1")}, "3.1");
-    row("alike", {QStringLiteral("3.1"), QStringLiteral("3.1")}, "3.1");
-    row("equal, spelled differently", {QStringLiteral("1.0"), QStringLiteral("1.0.0")}, "1.0");
-    row("no text", {7, QVariantMap(), QStringLiteral("2.0")}, "2.0");
-    row("none", {missing, missing}, "");
-    row("empty", {}, "");
-}
-
-void AggregationTest::versionRange() {
-    QFETCH(QVariantList, values);
-    QTEST(Aggregation::versionRangeInArray(dictionaries(values), k), "range");
-}
-
-void AggregationTest::aggregates_data() {
-    QTest::addColumn<QVariantList>("values");
-    QTest::addColumn<QVariant>("result");
-    const QString a = QStringLiteral("A"), b = QStringLiteral("B"), various = QStringLiteral("(various)");
-    const auto row = [](const char* name, const QVariantList& values, const QVariant& result) {
-        QTest::newRow(name) << values << result;
-    };
-    row("same text", {a, a}, a);
-    row("texts differ", {a, b}, various);
-    row("numbers differ", {3, 4}, -1);
-    row("truth values differ", {true, false}, -1);
-    row("truth value and number alike", {true, 1, 1.0}, true);
-    row("the differing value decides: number", {a, 4}, -1);
-    row("the differing value decides: text", {4, a}, various);
-    row("the first difference decides", {a, 4, b}, -1);
-    row("same lists", {nested(1), nested(1)}, nested(1));
-    row("lists differ", {nested(1), nested(2)}, missing);
-    row("list lengths differ", {QVariantList{1}, QVariantList{1, 2}}, missing);
-    row("missing later", {a, missing, a}, missing);
-    row("missing at first", {missing, a, a}, a);
-    row("single", {a}, a);
-    row("all missing", {missing, missing}, missing);
-    row("empty", {}, missing);
-    row("data is no text", {QByteArray("A"), a}, various);
-}
-
-void AggregationTest::aggregates() {
-    QFETCH(QVariantList, values);
-    QFETCH(QVariant, result);
-    const QVariant found = Aggregation::aggregatedValueForKey(k, dictionaries(values));
-    QVERIFY2(Aggregation::sameValue(found, result), qPrintable(found.toString()));
-}
-
-void AggregationTest::aggregatesApplicationData() {
-    const auto data = [](const QVariantList& values) {
-        QVariantList array;
-        for (const QVariant& dictionary : dictionaries(values))
-            array.append(QVariantMap{{QStringLiteral("fcp"), dictionary}, {k, QStringLiteral("own")}});
-        return array;
-    };
-    const QString fcp = QStringLiteral("fcp");
-    using namespace Aggregation;
-    QCOMPARE(aggregatedValueForKey(k, fcp, true, data({QStringLiteral("5")})), QVariant(5));
-    QCOMPARE(aggregatedValueForKey(k, fcp, true, data({5, 5.9})), QVariant(5));
-    QCOMPARE(aggregatedValueForKey(k, fcp, true, data({QStringLiteral("5"), 6})), QVariant(-1));
-    QCOMPARE(aggregatedValueForKey(k, fcp, data({QStringLiteral("a"), QStringLiteral("b")})),
-             QVariant(QStringLiteral("(various)")));
-    QCOMPARE(aggregatedValueForKey(k, QString(), data({1, 2})), QVariant(QStringLiteral("own")));
-    QVERIFY(!aggregatedValueForKey(k, QStringLiteral("motion"), true, data({1, 2})).isValid());
-    QCOMPARE(aggregatedValueForKey(k, fcp, true, data({1e300})),
-             QVariant(std::numeric_limits<qlonglong>::max()));
-}
-
-void AggregationTest::commonValues() {
-    QVERIFY(Aggregation::commonValuesForDictArray({}).isEmpty());
-    const QString other = QStringLiteral("other");
-    const QVariantMap common = Aggregation::commonValuesForDictArray(
-        {QVariantMap{{k, 1}, {QStringLiteral("list"), nested(1)}}, QVariantMap{{k, 2}, {other, 5}},
-         QVariantMap{{k, 2.0}, {other, 5}, {QStringLiteral("list"), nested(2)}}, QVariantMap(),
-         QVariantMap{{QStringLiteral("list"), nested(2)}}});
-    QCOMPARE(common.value(k).toInt(), 2);
-    QVERIFY(Aggregation::sameValue(common.value(QStringLiteral("list")), nested(2)));
-    QVERIFY(!common.contains(other));  // the first dictionary's keys only
-}
-
-void AggregationTest::commonOrHighestStats() {
-    QVERIFY(Aggregation::commonOrHighestStatsFromArray({}).isEmpty());
-    const auto text = [](const char* latin) { return QVariant(QString::fromLatin1(latin)); };
-    const auto statsOf = [](const QVariantList& values) {
-        return Aggregation::commonOrHighestStatsFromArray(dictionaries(values)).value(k);
-    };
-    QCOMPARE(statsOf({text("1.0"), text("2.0"), missing, 9, text("0.9")}), text("2.0"));
-    // Held against the first value, not against the highest so far.
-    QCOMPARE(statsOf({text("1.0"), text("3.0"), text("2.0")}), text("2.0"));
-    QCOMPARE(statsOf({text("1.0"), text("beta")}), text("beta"));
-    QCOMPARE(statsOf({text("beta"), text("beta")}), text("beta"));
-    QVERIFY(!statsOf({9, text("2.0")}).isValid());
-}
-
-void AggregationTest::commonItems_data() {
-    QTest::addColumn<QVariant>("first");
-    QTest::addColumn<QVariantList>("items");
-    const QVariantMap named{{QStringLiteral("name"), QStringLiteral("n")}};
-    QTest::newRow("list") << QVariant(QVariantList{named, 3}) << QVariantList{named, 3};
-    QTest::newRow("dictionary") << QVariant(
-                                       QVariantMap{{QStringLiteral("b"), 2}, {QStringLiteral("a"), named}})
-                                << QVariantList{named, 2};
-    QTest::newRow("text") << QVariant(QStringLiteral("abc")) << QVariantList();
-    QTest::newRow("missing") << QVariant() << QVariantList();
-}
-
-/// The first element's items, whatever the others hold.
-void AggregationTest::commonItems() {
-    QFETCH(QVariant, first);
-    QTEST(Aggregation::commonItemsFromArray(dictionaries({first, QVariantList(), missing}), k), "items");
-    QVERIFY(Aggregation::commonItemsFromArray({}, k).isEmpty());
-}
-
-void AggregationTest::highestValue_data() {
-    QTest::addColumn<QVariantMap>("dictionary");
-    QTest::addColumn<QString>("key");
-    const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c");
-    QTest::newRow("highest") << QVariantMap{{a, 1}, {b, 7}, {c, 3}} << b;
-    QTest::newRow("first of equals") << QVariantMap{{a, 1}, {b, 2}, {c, 2.9}} << b;
-    QTest::newRow("negative") << QVariantMap{{a, -3}, {b, -2}} << b;
-    QTest::newRow("texts do not count") << QVariantMap{{a, QStringLiteral("9")}, {b, 1}} << b;
-    QTest::newRow("no number") << QVariantMap{{a, QStringLiteral("9")}} << QString();
-    QTest::newRow("empty") << QVariantMap() << QString();
-}
-
-void AggregationTest::highestValue() {
-    QFETCH(QVariantMap, dictionary);
-    QTEST(Aggregation::highestValueFromDict(dictionary), "key");
-}
-
-void AggregationTest::appStatus_data() {
-    QTest::addColumn<QVariantList>("applications");
-    QTest::addColumn<QString>("status");
-    const auto row = [](const char* name, const QVariantList& applications, const char* status) {
-        QTest::newRow(name) << applications << QString::fromLatin1(status);
-    };
-    row("none", {}, "");
-    row("neither installed", {app(false, false), app(0, true)}, "Not installed");
-    row("all running", {app(true, true), app(1, 1)}, "Running");
-    row("none running", {app(true, false), app(true, missing)}, "Not running");
-    row("one running", {app(true, true), app(true, false)}, "Some running");
-    row("one running, one not installed", {app(true, true), app(false, false)}, "Some running");
-    row("strange values", {app(QStringLiteral("yes"), 1), QStringLiteral("x")}, "Not installed");
-}
-
-void AggregationTest::appStatus() {
-    QFETCH(QVariantList, applications);
-    QTEST(Aggregation::aggregatedAppDictStatus(applications), "status");
-}
-
-void AggregationTest::dictionaryFromText_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("valid");
-    const auto plist = [](const char* body) {
-        return QStringLiteral("<?xml version=\"1.0\"?><plist version=\"1.0\">%1</plist>")
-            .arg(QLatin1String(body));
-    };
-    QTest::newRow("dictionary") << plist("<dict><key>k</key><integer>4</integer></dict>") << true;
-    QTest::newRow("list") << plist("<array/>") << false;
-    QTest::newRow("cut off") << plist("<dict><key>k</key><integer>4</integer></dict>").left(60) << false;
-    QTest::newRow("no property list") << QStringLiteral("hello") << false;
-    QTest::newRow("empty") << QString() << false;
-}
-
-void AggregationTest::dictionaryFromText() {
-    QFETCH(QString, text);
-    QFETCH(bool, valid);
-    const qsizetype before = logLines().size();
-    const QVariant dictionary = Aggregation::dictionaryFromString(text);
-    const QStringList lines = logLines().mid(before);
-    QCOMPARE(dictionary.isValid(), valid);
-    if (valid) {
-        QCOMPARE(dictionary.toMap().value(k), QVariant(4));
-    } else {
-        QCOMPARE(lines.size(), 1);
-        QVERIFY(lines.first().startsWith(QLatin1String("Error getting dictionary from string: ")));
+    void comparesVersions_data() {
+        QTest::addColumn<QString>("left");
+        QTest::addColumn<QString>("right");
+        QTest::addColumn<int>("result");
+        const auto row = [](const char* left, const char* right, int result) {
+            QTest::addRow("%s against %s", left, right)
+                << QString::fromLatin1(left) << QString::fromLatin1(right) << result;
+        };
+        row("10.4", "10.4.0", 0);
+        row("2.0", "10.0", -1);
+        row("1.a", "1.0", 0);
+        row("1.2.3.9", "1.2.3", 0);
+        row("1.2.4", "1.2.10", -1);
+        row("", "0.0.1", -1);
+        row("1..5", "1.0.4", 1);
+        row("99999999999999999999.0", "9.0", 1);
     }
-}
+    void comparesVersions() {
+        QFETCH(QString, left);
+        QFETCH(QString, right);
+        QFETCH(int, result);
+        QCOMPARE(compareVersionString(left, right), result);
+        QCOMPARE(compareVersionString(right, left), -result);
+    }
 
-/// An agent may send anything in place of the dictionaries.
-void AggregationTest::strangeElementsAreHarmless() {
-    const QVariantList strange{missing, 5, QStringLiteral("{\"k\": 1}"), QVariantList{1}, QByteArray("k")};
-    using namespace Aggregation;
-    QVERIFY(versionRangeInArray(strange, k).isEmpty());
-    QVERIFY(!aggregatedValueForKey(k, strange).isValid());
-    QVERIFY(!aggregatedValueForKey(k, k, true, strange).isValid());
-    QVERIFY(commonValuesForDictArray(strange).isEmpty());
-    QVERIFY(commonOrHighestStatsFromArray(strange).isEmpty());
-    QVERIFY(commonItemsFromArray(strange, k).isEmpty());
-    QCOMPARE(aggregatedAppDictStatus(strange), QStringLiteral("Not installed"));
-}
+    void merges_data() {
+        QTest::addColumn<QVariantList>("values");
+        QTest::addColumn<QVariant>("result");
+        const QString various = u"(various)"_s;
+        const auto row = [](const char* name, const QVariantList& values, const QVariant& result) {
+            QTest::newRow(name) << values << result;
+        };
+        row("same text", {a, a}, a);
+        row("texts differ", {a, b}, various);
+        row("numbers differ", {3, 4}, -1);
+        row("truth values differ", {true, false}, -1);
+        row("truth value and number alike", {true, 1, 1.0}, true);
+        row("the first difference decides: number", {a, 4, b}, -1);
+        row("the first difference decides: text", {4, a}, various);
+        row("same lists", {nested(1), nested(1)}, nested(1));
+        row("lists differ", {nested(1), nested(2)}, missing);
+        row("missing later", {a, missing, a}, missing);
+        row("missing at first", {missing, a, a}, a);
+        row("empty", {}, missing);
+        row("data is no text", {QByteArray("A"), a}, various);
+    }
+    void merges() {
+        QFETCH(QVariantList, values);
+        QFETCH(QVariant, result);
+        const QVariant found = aggregatedValueForKey(k, dictionaries(values));
+        QVERIFY2(sameValue(found, result), qPrintable(found.toString()));
+    }
+
+    void mergesApplicationData() {
+        const QString fcp = u"fcp"_s;
+        const auto data = [&](const QVariantList& values) {
+            QVariantList array;
+            for (const QVariant& dictionary : dictionaries(values))
+                array.append(QVariantMap{{fcp, dictionary}, {k, u"own"_s}});
+            return array;
+        };
+        QCOMPARE(aggregatedValueForKey(k, fcp, true, data({5, 5.9, u"5"_s})), QVariant(5));
+        QCOMPARE(aggregatedValueForKey(k, fcp, true, data({u"5"_s, 6})), QVariant(-1));
+        QCOMPARE(aggregatedValueForKey(k, fcp, data({a, b})), QVariant(u"(various)"_s));
+        QCOMPARE(aggregatedValueForKey(k, QString(), data({1, 2})), QVariant(u"own"_s));
+        QVERIFY(!aggregatedValueForKey(k, u"motion"_s, true, data({1, 2})).isValid());
+        QCOMPARE(aggregatedValueForKey(k, fcp, true, data({1e300})),
+                 QVariant(std::numeric_limits<qlonglong>::max()));
+    }
+
+    void rangesOfVersions_data() {
+        QTest::addColumn<QVariantList>("values");
+        QTest::addColumn<QString>("range");
+        QTest::newRow("by number, not by letter")
+            << QVariantList{u"1.2"_s, u"1.10"_s, missing, u"1.9"_s} << u"1.2 - 1.10"_s;
+        QTest::newRow("alike") << QVariantList{missing, u"3.1"_s, u"3.1"_s} << u"3.1"_s;
+        QTest::newRow("equal, spelled differently") << QVariantList{u"1.0"_s, u"1.0.0"_s} << u"1.0"_s;
+        QTest::newRow("no text") << QVariantList{7, QVariantMap(), u"2.0"_s} << u"2.0"_s;
+        QTest::newRow("none") << QVariantList{missing, missing} << QString();
+    }
+    void rangesOfVersions() {
+        QFETCH(QVariantList, values);
+        QTEST(versionRangeInArray(dictionaries(values), k), "range");
+    }
+
+    void commonValues() {
+        const QString other = u"other"_s, list = u"list"_s;
+        const QVariantMap common = commonValuesForDictArray(
+            {QVariantMap{{k, 1}, {list, nested(1)}}, QVariantMap{{k, 2}, {other, 5}},
+             QVariantMap{{k, 2.0}, {other, 5}, {list, nested(2)}}, QVariantMap{{list, nested(2)}}});
+        QCOMPARE(common.value(k).toInt(), 2);
+        QVERIFY(sameValue(common.value(list), nested(2)));
+        QVERIFY(!common.contains(other));  // the first dictionary's keys only
+
+        // Held against the first value, not against the highest so far.
+        const auto stats = [](const QVariantList& values) {
+            return commonOrHighestStatsFromArray(dictionaries(values)).value(k);
+        };
+        QCOMPARE(stats({u"1.0"_s, u"3.0"_s, missing, 9, u"2.0"_s, u"0.9"_s}), QVariant(u"2.0"_s));
+        QCOMPARE(stats({u"1.0"_s, u"beta"_s}), QVariant(u"beta"_s));
+        QVERIFY(!stats({9, u"2.0"_s}).isValid());
+
+        // The first element's items, whatever the others hold.
+        const auto items = [](const QVariant& first) {
+            return commonItemsFromArray(dictionaries({first, QVariantList{1}, missing}), k);
+        };
+        QCOMPARE(items(QVariantList{app(1, 1), 3}), (QVariantList{app(1, 1), 3}));
+        QCOMPARE(items(QVariantMap{{b, 2}, {a, 1}}), (QVariantList{1, 2}));
+        QCOMPARE(items(u"abc"_s), QVariantList());
+
+        QCOMPARE(highestValueFromDict({{a, 1}, {b, 2}, {k, 2.9}}), b);  // the first of equals
+        QCOMPARE(highestValueFromDict({{a, u"9"_s}, {b, -2}, {k, -3}}), b);
+        QCOMPARE(highestValueFromDict({{a, u"9"_s}}), QString());
+    }
+
+    void applicationStatus_data() {
+        QTest::addColumn<QVariantList>("applications");
+        QTest::addColumn<QString>("status");
+        const auto row = [](const QVariantList& applications, const QString& status) {
+            QTest::addRow("%s %d", qPrintable(status), int(applications.size())) << applications << status;
+        };
+        row({}, {});
+        row({app(false, false), app(0, true)}, u"Not installed"_s);
+        row({app(u"yes"_s, 1), u"x"_s, 1}, u"Not installed"_s);
+        row({app(true, true), app(1, 1)}, u"Running"_s);
+        row({app(true, false), app(true, missing)}, u"Not running"_s);
+        row({app(true, true), app(true, false)}, u"Some running"_s);
+        row({app(true, true), app(false, false), app(true, true)}, u"Some running"_s);
+    }
+    void applicationStatus() {
+        QFETCH(QVariantList, applications);
+        QTEST(aggregatedAppDictStatus(applications), "status");
+    }
+
+    void dictionariesFromText() {
+        const QString plist = u"<plist version=\"1.0\">%1</plist>"_s;
+        const QString good = plist.arg(u"<dict><key>k</key><integer>4</integer></dict>"_s);
+        QCOMPARE(dictionaryFromString(good).toMap().value(k), QVariant(4));
+        for (const QString& bad : {plist.arg(u"<array/>"_s), good.left(50), u"hello"_s, QString()}) {
+            const qsizetype before = logLines().size();
+            QVERIFY(!dictionaryFromString(bad).isValid());
+            const QStringList lines = logLines().mid(before);
+            QCOMPARE(lines.size(), 1);
+            QVERIFY(lines.first().startsWith(u"Error getting dictionary from string: "_s));
+        }
+    }
+
+    /// An agent may send anything in place of the dictionaries, or nothing.
+    void strangeElementsAreHarmless() {
+        const QVariantList strange{missing, 5, u"{\"k\": 1}"_s, QVariantList{1}, QByteArray("k")};
+        for (const QVariantList& array : {strange, QVariantList()}) {
+            QVERIFY(versionRangeInArray(array, k).isEmpty());
+            QVERIFY(!aggregatedValueForKey(k, array).isValid());
+            QVERIFY(!aggregatedValueForKey(k, k, true, array).isValid());
+            QVERIFY(commonValuesForDictArray(array).isEmpty());
+            QVERIFY(commonOrHighestStatsFromArray(array).isEmpty());
+            QVERIFY(commonItemsFromArray(array, k).isEmpty());
+        }
+        QCOMPARE(aggregatedAppDictStatus(strange), u"Not installed"_s);
+    }
+};
 
 ORLENDO_TEST_MAIN(AggregationTest)
 #include "aggregation_test.moc"

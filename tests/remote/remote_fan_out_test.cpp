@@ -1,13 +1,16 @@
 #include "remote/DelayedRefresh.h"
-#include "remote/RunnerBench.h"
+#include "remote/FakeRemote.h"
 #include "support/TestEnvironment.h"
 #include "system/VLException.h"
 
 #include <QElapsedTimer>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString list = QStringLiteral("addonryPluginList");
+const QString list = u"addonryPluginList"_s, other = u"varispotSystemInfo"_s;
+const QString bundle = u"com.velmora.settlekeep"_s;
 
 }  // namespace
 
@@ -15,242 +18,198 @@ class RemoteFanOutTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void groups_data();
-    void groups();
-    void collectsAnswers();
-    void nothingSelected();
-    void failuresCountOut();
-    void strangeObjectsAreNotCaught();
-    void cancelWhileStarting();
-    void cancelInTheMiddle();
-    void lateAnswersOfACancelledRead();
-    void executesOnAll();
-    void tasksReturnAtOnce();
-    void tasksIgnoreAnOldCancel();
-    void refusedThreadsCountOut();
-    void delayedRefresh();
-};
-
-void RemoteFanOutTest::groups_data() {
-    QTest::addColumn<int>("clients");
-    QTest::addColumn<int>("processors");
-    QTest::addColumn<QList<int>>("sizes");
-    QTest::addColumn<int>("leftOut");
-    const auto row = [](int clients, int processors, const QList<int>& sizes, int leftOut) {
-        QTest::addRow("%d on %d", clients, processors) << clients << processors << sizes << leftOut;
-    };
-    row(0, 4, {}, 0);
-    row(1, 4, {1}, 0);
-    row(2, 8, {1, 1}, 0);
-    row(4, 4, {1, 1, 1, 1}, 0);
-    row(5, 4, {1, 1, 1, 1}, 1);
-    row(8, 4, {2, 2, 2, 2}, 0);
-    row(10, 4, {2, 2, 2, 2}, 2);
-    row(7, 1, {7}, 0);
-    row(3, 0, {3}, 0);
-}
-
-void RemoteFanOutTest::groups() {
-    QFETCH(int, clients);
-    Bench bench;
-    bench.addClients(clients);
-    QFETCH(int, processors);
-    bench.processors = processors;
-    QList<int> sizes;
-    int next = 0;
-    for (const auto& group : bench.runner.selectedServicesForCores()) {
-        sizes.append(static_cast<int>(group.size()));
-        for (const RemoteClientPtr& service : group)
-            QCOMPARE(service, bench.clients.at(next++));  // in the order of the selection
+    void groups_data() {
+        QTest::addColumn<int>("clients");
+        QTest::addColumn<int>("processors");
+        QTest::addColumn<QList<int>>("sizes");
+        QTest::addColumn<int>("leftOut");
+        const auto row = [](int clients, int processors, const QList<int>& sizes, int leftOut) {
+            QTest::addRow("%d on %d", clients, processors) << clients << processors << sizes << leftOut;
+        };
+        row(0, 4, {}, 0);
+        row(2, 8, {1, 1}, 0);
+        row(4, 4, {1, 1, 1, 1}, 0);
+        row(5, 4, {1, 1, 1, 1}, 1);
+        row(8, 4, {2, 2, 2, 2}, 0);
+        row(10, 4, {2, 2, 2, 2}, 2);
+        row(7, 1, {7}, 0);
+        row(3, 0, {3}, 0);
     }
-    QTEST(sizes, "sizes");
-    QCOMPARE(bench.leftOut.load(), 0);  // only work leaves clients out
+    void groups() {
+        QFETCH(int, clients);
+        QFETCH(int, processors);
+        Bench bench;
+        bench.addClients(clients);
+        bench.processors = processors;
+        QList<int> sizes;
+        int next = 0;
+        for (const auto& group : bench.runner.selectedServicesForCores()) {
+            sizes.append(static_cast<int>(group.size()));
+            for (const RemoteClientPtr& service : group)
+                QCOMPARE(service, bench.clients.at(next++));  // in the order of the selection
+        }
+        QTEST(sizes, "sizes");
+        QCOMPARE(bench.leftOut.load(), 0);  // only work leaves clients out
 
-    const qsizetype before = logLines().size();
-    bench.readAll();
-    QTEST(bench.leftOut.load(), "leftOut");
-    QCOMPARE(logLines().mid(before).filter(latin("left out")).size(), bench.leftOut > 0 ? 1 : 0);
-    QList<int> expected(next, 1);
-    expected.resize(clients);
-    QCOMPARE(bench.sentCounts(), expected);
-}
+        const qsizetype before = logLines().size();
+        QCOMPARE(bench.readAll().isValid(), clients > 0);
+        QTEST(bench.leftOut.load(), "leftOut");
+        QCOMPARE(logLines().mid(before).filter(u"left out"_s).size(), bench.leftOut > 0 ? 1 : 0);
+        QList<int> expected(next, 1);
+        expected.resize(clients);
+        QCOMPARE(bench.sentCounts(), expected);
+        QCOMPARE(bench.progress.starts.load(), clients > 0 ? 1 : 0);
+    }
 
-void RemoteFanOutTest::collectsAnswers() {
-    Bench bench;
-    const auto answerOf = [](const QVariant& value) {
-        return [value](const QString&, const QVariantList&) { return value; };
-    };
-    const QVariant answers[] = {QVariantList{1}, QVariant(), QVariantMap(), QVariantList{4}};
-    for (const QVariant& answer : answers)
-        bench.clients.append(
-            std::make_shared<FakeClient>(QStringLiteral("c%1").arg(bench.clients.size()), answerOf(answer)));
-    bench.processors = 2;
-    const QVariantMap expected{{latin("c0.local."), QVariantList{1}}, {latin("c3.local."), QVariantList{4}}};
-    QCOMPARE(bench.readAll().toMap(), expected);
-    QCOMPARE(bench.runner.threadedObjectDict(), expected);
-    QCOMPARE(bench.progress.starts.load(), 1);
-    QCOMPARE(bench.progress.counted(), 2);
-    QCOMPARE(bench.progress.open(), 0);
-    QCOMPARE(bench.progress.statusSteps.load(), 4);
-    QCOMPARE(bench.progress.waitedSeconds.load(), 300.0);
+    void collectsAnswers() {
+        Bench bench;
+        for (const QVariant& answer :
+             {QVariant(QVariantList{1}), QVariant(), QVariant(QVariantMap()), QVariant(QVariantList{4})})
+            bench.addClients(1, [answer](const QString&, const QVariantList&) { return answer; });
+        bench.processors = 2;
+        const QVariantMap expected{{u"c0.local."_s, QVariantList{1}}, {u"c3.local."_s, QVariantList{4}}};
+        QCOMPARE(bench.readAll().toMap(), expected);
+        QCOMPARE(bench.runner.threadedObjectDict(), expected);
+        QCOMPARE(bench.progress.counted.load(), 2);
+        QCOMPARE(bench.progress.open.load(), 0);
+        QCOMPARE(bench.progress.statusSteps.load(), 4);
+        QCOMPARE(bench.progress.waitedSeconds.load(), 300.0);
+        // The next read begins with none of these.
+        QCOMPARE(bench.readAll(other).toMap(), (QVariantMap{{u"c2.local."_s, QVariantMap()}}));
+    }
 
-    // The next read begins with none of these.
-    QCOMPARE(bench.readAll(latin("varispotSystemInfo")).toMap(),
-             (QVariantMap{{latin("c2.local."), QVariantMap()}}));
-}
+    /// Every client fails in one way or the other; the read still ends, with nothing counted any more.
+    void failuresCountOut() {
+        Bench bench;
+        bench.addClients(8, [](const QString&, const QVariantList&) -> QVariant {
+            throw VLException(VLException::inaccessible, u"gone"_s);
+        });
+        QCOMPARE(bench.readAll(), QVariant(QVariantMap()));
+        QCOMPARE(bench.progress.open.load(), 0);
+        QCOMPARE(bench.progress.statusSteps.load(), 8);
+        QCOMPARE(bench.failures.size(), 8);
+    }
 
-void RemoteFanOutTest::nothingSelected() {
-    Bench bench;
-    QVERIFY(!bench.readAll().isValid());
-    QVERIFY(onWorker([&] { bench.runner.executeRemoteMethods(latin("relaunch")); }));
-    QCOMPARE(bench.progress.starts.load(), 0);
-    QCOMPARE(bench.progress.waitedSeconds.load(), -1.0);
-}
+    /// What is thrown and is no exception passes the guards; the worker counts itself out all the same.
+    void strangeObjectsAreNotCaught() {
+        Bench bench;
+        bench.addClients(2, [](const QString&, const QVariantList&) -> QVariant { throw 7; });
+        bench.processors = 1;
+        QVERIFY_EXCEPTION_THROWN(
+            (void)bench.runner.objectFromRemoteMethod(list, {}, {}, bench.clients.first()), int);
+        QCOMPARE(bench.readAll(), QVariant(QVariantMap()));
+        QCOMPARE(bench.progress.open.load(), 0);
+        QCOMPARE(bench.sentCounts(), (QList<int>{2, 0}));
+    }
 
-/// Every client fails in one way or the other; the read still ends, with nothing counted any more.
-void RemoteFanOutTest::failuresCountOut() {
-    Bench bench;
-    bench.addClients(8, [](const QString&, const QVariantList&) -> QVariant {
-        throw VLException(VLException::inaccessible, latin("gone"));
-    });
-    bench.processors = 4;
-    QCOMPARE(bench.readAll(), QVariant(QVariantMap()));
-    QCOMPARE(bench.progress.open(), 0);
-    QCOMPARE(bench.progress.statusSteps.load(), 8);
-    QCOMPARE(bench.failures.size(), 8);
-}
+    void cancelWhileStarting() {
+        Bench bench;
+        bench.addClients(8);
+        bench.progress.cancelWhenCounted = 2;
+        bench.readAll();
+        QCOMPARE(bench.progress.counted.load(), 2);
+        QVERIFY(VLThread::joinAll(patience));
+        QCOMPARE(bench.progress.open.load(), 0);
+        QCOMPARE(bench.sentCounts(), QList<int>(8, 0));
+    }
 
-/// What is thrown and is no exception passes the guards; the worker counts itself out all the same.
-void RemoteFanOutTest::strangeObjectsAreNotCaught() {
-    Bench bench;
-    bench.addClients(2, [](const QString&, const QVariantList&) -> QVariant { throw 7; });
-    bench.processors = 1;
-    QVERIFY_EXCEPTION_THROWN(
-        static_cast<void>(bench.runner.objectFromRemoteMethod(list, {}, {}, bench.clients.first())), int);
-    QCOMPARE(bench.readAll(), QVariant(QVariantMap()));
-    QCOMPARE(bench.progress.open(), 0);
-    QCOMPARE(bench.sentCounts(), (QList<int>{2, 0}));
-}
+    /// A worker finishes the operation under way and goes no further.
+    void cancelInTheMiddle() {
+        Bench bench;
+        bench.addClients(5, [&bench](const QString&, const QVariantList&) {
+            bench.progress.cancel();
+            return QVariant();
+        });
+        bench.processors = 1;
+        bench.readAll();
+        QVERIFY(VLThread::joinAll(patience));
+        QCOMPARE(bench.sentCounts(), (QList<int>{1, 0, 0, 0, 0}));
+        QCOMPARE(bench.progress.open.load(), 0);
+    }
 
-void RemoteFanOutTest::cancelWhileStarting() {
-    Bench bench;
-    bench.addClients(8);
-    bench.progress.cancelWhenCounted = 2;
-    bench.readAll();
-    QCOMPARE(bench.progress.counted(), 2);
-    QVERIFY(VLThread::joinAll(patience));
-    QCOMPARE(bench.progress.open(), 0);
-    QCOMPARE(bench.sentCounts(), QList<int>(8, 0));
-}
-
-/// A worker finishes the operation under way and goes no further.
-void RemoteFanOutTest::cancelInTheMiddle() {
-    Bench bench;
-    bench.addClients(5, [&bench](const QString&, const QVariantList&) {
+    /// The answer that a cancelled read still waited for is not mixed into the next read.
+    void lateAnswersOfACancelledRead() {
+        Bench bench;
+        std::atomic<bool> release{false}, underWay{false};
+        bench.addClients(1, [&](const QString& selector, const QVariantList&) -> QVariant {
+            if (selector != list) return QVariantMap();
+            underWay = true;
+            MainThread::waitUntil([&release] { return release.load(); }, patience);
+            return QVariantList{1};
+        });
+        VLThread::detach(u"cancelled read"_s, [&bench] { (void)bench.runner.objectsFromRemoteMethod(list); });
+        QVERIFY(MainThread::waitUntil([&underWay] { return underWay.load(); }, patience));
         bench.progress.cancel();
-        return QVariant();
-    });
-    bench.processors = 1;
-    bench.readAll();
-    QVERIFY(VLThread::joinAll(patience));
-    QCOMPARE(bench.sentCounts(), (QList<int>{1, 0, 0, 0, 0}));
-    QCOMPARE(bench.progress.open(), 0);
-}
+        const QVariantMap expected{{u"c0.local."_s, QVariantMap()}};
+        QCOMPARE(bench.readAll(other).toMap(), expected);
+        release = true;
+        QVERIFY(VLThread::joinAll(patience));
+        QCOMPARE(bench.runner.threadedObjectDict(), expected);
+    }
 
-/// The answer that a cancelled read still waited for is not mixed into the next read.
-void RemoteFanOutTest::lateAnswersOfACancelledRead() {
-    Bench bench;
-    std::atomic<bool> release{false}, underWay{false};
-    bench.addClients(1, [&](const QString& selector, const QVariantList&) -> QVariant {
-        if (selector != list) return QVariantMap();
-        underWay = true;
-        MainThread::waitUntil([&release] { return release.load(); }, patience);
-        return QVariantList{1};
-    });
-    VLThread::detach(latin("cancelled read"),
-                     [&bench] { static_cast<void>(bench.runner.objectsFromRemoteMethod(list)); });
-    QVERIFY(MainThread::waitUntil([&underWay] { return underWay.load(); }, patience));
-    bench.progress.cancel();
-    const QVariantMap expected{{latin("c0.local."), QVariantMap()}};
-    QCOMPARE(bench.readAll(latin("varispotSystemInfo")).toMap(), expected);
-    release = true;
-    QVERIFY(VLThread::joinAll(patience));
-    QCOMPARE(bench.runner.threadedObjectDict(), expected);
-}
+    void executesOnAll() {
+        Bench bench;
+        std::atomic<int> early{0};
+        bench.addClients(6, [&](const QString&, const QVariantList&) {
+            if (bench.progress.counted < 3) ++early;
+            return QVariant();
+        });
+        bench.processors = 3;
+        bench.progress.cancelled = true;  // of an earlier run
+        QVERIFY(onWorker(
+            [&] { bench.runner.executeRemoteMethods(u"setNetworkClientSettings:"_s, QVariantMap()); }));
+        QCOMPARE(bench.sentCounts(), QList<int>(6, 1));
+        QCOMPARE(bench.progress.counted.load(), 3);
+        QCOMPARE(early.load(), 0);  // none worked, and so could end the run, before all were counted in
+        QCOMPARE(bench.progress.statusSteps.load(), 6);
+        QCOMPARE(bench.progress.waitedSeconds.load(), 0.0);
+    }
 
-void RemoteFanOutTest::executesOnAll() {
-    Bench bench;
-    std::atomic<int> early{0};
-    bench.addClients(6, [&](const QString&, const QVariantList&) {
-        if (bench.progress.counted() < 3) ++early;
-        return QVariant();
-    });
-    bench.processors = 3;
-    bench.progress.cancelled = true;  // of an earlier run
-    QVERIFY(onWorker(
-        [&] { bench.runner.executeRemoteMethods(latin("setNetworkClientSettings:"), QVariantMap()); }));
-    QCOMPARE(bench.sentCounts(), QList<int>(6, 1));
-    QCOMPARE(bench.progress.counted(), 3);
-    QCOMPARE(early.load(), 0);  // none worked, and so could end the run, before all were counted in
-    QCOMPARE(bench.progress.statusSteps.load(), 6);
-    QCOMPARE(bench.progress.waitedSeconds.load(), 0.0);
-}
+    void tasksReturnAtOnce() {
+        Bench bench;
+        std::atomic<bool> release{false};
+        bench.addClients(4, [&release](const QString&, const QVariantList&) {
+            MainThread::waitUntil([&release] { return release.load(); }, patience);
+            return QVariant();
+        });
+        bench.processors = 2;
+        bench.progress.cancelled = true;  // of an earlier run
+        bench.runner.executeRemoteTasks(u"0"_s, bundle, {});
+        QCOMPARE(bench.progress.open.load(), 2);  // still running
+        QCOMPARE(bench.progress.starts.load(), 0);
+        release = true;
+        QVERIFY(VLThread::joinAll(patience));
+        QCOMPARE(bench.progress.open.load(), 0);
+        QCOMPARE(bench.sentCounts(), QList<int>(4, 1));
+    }
 
-void RemoteFanOutTest::tasksReturnAtOnce() {
-    Bench bench;
-    std::atomic<bool> release{false};
-    bench.addClients(4, [&release](const QString&, const QVariantList&) {
-        MainThread::waitUntil([&release] { return release.load(); }, patience);
-        return QVariant();
-    });
-    bench.processors = 2;
-    bench.runner.executeRemoteTasks(latin("0"), latin("com.velmora.settlekeep"), {});
-    QCOMPARE(bench.progress.open(), 2);  // still running
-    QCOMPARE(bench.progress.starts.load(), 0);
-    release = true;
-    QVERIFY(VLThread::joinAll(patience));
-    QCOMPARE(bench.progress.open(), 0);
-    QCOMPARE(bench.sentCounts(), QList<int>(4, 1));
-    QCOMPARE(bench.progress.statusSteps.load(), 4);
-}
+    /// While the program quits no worker starts; the wait must end all the same.
+    void refusedThreadsCountOut() {
+        Bench bench;
+        bench.addClients(3);
+        VLThread::cancelAll();
+        bench.runner.executeRemoteMethods(u"relaunch"_s);
+        VLThread::reset();
+        QCOMPARE(bench.progress.counted.load(), 3);
+        QCOMPARE(bench.progress.open.load(), 0);
+        QCOMPARE(bench.sentCounts(), QList<int>(3, 0));
+    }
 
-void RemoteFanOutTest::tasksIgnoreAnOldCancel() {
-    Bench bench;
-    bench.addClients(2);
-    bench.progress.cancelled = true;
-    bench.runner.executeRemoteTasks(latin("0"), latin("com.velmora.settlekeep"), {});
-    QVERIFY(VLThread::joinAll(patience));
-    QCOMPARE(bench.sentCounts(), (QList<int>{1, 1}));
-}
-
-/// While the program quits no worker starts; the wait must end all the same.
-void RemoteFanOutTest::refusedThreadsCountOut() {
-    Bench bench;
-    bench.addClients(3);
-    VLThread::cancelAll();
-    bench.runner.executeRemoteMethods(latin("relaunch"));
-    VLThread::reset();
-    QCOMPARE(bench.progress.counted(), 3);
-    QCOMPARE(bench.progress.open(), 0);
-    QCOMPARE(bench.sentCounts(), QList<int>(3, 0));
-}
-
-void RemoteFanOutTest::delayedRefresh() {
-    bool onMain = false;
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(onWorker([&onMain] {
-        DelayedRefresh::delayedRefresh([&onMain] { onMain = MainThread::isCurrent(); }, 0.05);
-        DelayedRefresh::delayedRefresh({}, 0);
-    }));
-    QVERIFY(onMain);
-    QVERIFY(timer.elapsed() >= 50);
-
-    std::atomic<bool> onOwnThread{false};
-    DelayedRefresh::delayedRefreshOnNewThread([&onOwnThread] { onOwnThread = !MainThread::isCurrent(); }, 0);
-    QVERIFY(VLThread::joinAll(patience));
-    QVERIFY(onOwnThread);
-}
+    void delayedRefresh() {
+        std::atomic<bool> onMain{false}, onOwnThread{false};
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(onWorker([&onMain] {
+            DelayedRefresh::delayedRefresh([&onMain] { onMain = MainThread::isCurrent(); }, 0.05);
+            DelayedRefresh::delayedRefresh({}, 0);
+        }));
+        QVERIFY(onMain);
+        QVERIFY(timer.elapsed() >= 50);
+        DelayedRefresh::delayedRefreshOnNewThread([&] { onOwnThread = !MainThread::isCurrent(); }, 0);
+        QVERIFY(VLThread::joinAll(patience));
+        QVERIFY(onOwnThread);
+    }
+};
 
 ORLENDO_TEST_MAIN(RemoteFanOutTest)
 #include "remote_fan_out_test.moc"

@@ -1,68 +1,60 @@
-#include "remote/VLConnection.h"
-#include "remote/VLServer.h"
-#include "remote/support/SpawnedProcess.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QTextStream>
 
 #include <csignal>
+#include <cstdio>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr auto promptly = 1'500ms;  // far below every time limit of the transport
 
-QVariant echo(const QVariantList& arguments, quint64) {
-    return arguments.value(0);
+VLException raisedByWait(VLProxyObject& proxy, std::chrono::milliseconds limit = noTimeLimit) {
+    return raisedBy([&] { proxy.perform(u"wait"_s, {}, limit); });
 }
 
 /// An agent in a process of its own (this program again), to be stopped or killed.
 class AgentProcess {
 public:
-    explicit AgentProcess(const TransportFixture& fixture) {
-        const QString folder = fixture.folder.filePath(QStringLiteral("agent"));
-        QDir().mkpath(folder);
-        QFile console(QDir(folder).filePath(QStringLiteral("console.pem")));
-        if (!console.open(QIODevice::WriteOnly)) return;
-        console.write(fixture.console.certificate);
-        console.close();
-        m_process.emplace(QList<QByteArray>{QFile::encodeName(QCoreApplication::applicationFilePath()),
-                                            "--agent", QFile::encodeName(folder)});
-        m_port = m_process->readLine().toUShort();
+    explicit AgentProcess(TransportFixture& fixture) {
+        const QString folder = fixture.folder.path();
+        fixture.console = keyOfTheConsole(folder);
+        const QString command = u"exec '%1' --agent '%2'"_s;
+        m_output = ::popen(qPrintable(command.arg(QCoreApplication::applicationFilePath(), folder)), "re");
+        if (!m_output || std::fscanf(m_output, "%d %hu", &m_id, &port) != 2) qWarning("no agent");
+    }
+    ~AgentProcess() {
+        signal(SIGKILL);
+        if (m_output) ::pclose(m_output);
     }
     AgentProcess(const AgentProcess&) = delete;
     AgentProcess& operator=(const AgentProcess&) = delete;
 
-    [[nodiscard]] quint16 port() const { return m_port; }
-    void signal(int number) const { m_process->signal(number); }
-
+    void signal(int number) const {
+        if (m_id > 0) ::kill(m_id, number);
+    }
     /// In the process.
     static int run(const QString& folder) {
-        QFile console(QDir(folder).filePath(QStringLiteral("console.pem")));
-        if (!console.open(QIODevice::ReadOnly)) return 1;
-        auto root = std::make_shared<ScriptedRoot>();
-        root->on(QStringLiteral("wait"), [](const QVariantList&, quint64) {
-            std::this_thread::sleep_for(1h);
-            return QVariant();
-        });
-        VLServerOptions options;
-        options.identity =
-            TlsIdentity::loadOrCreate(folder, QStringLiteral("agent"), QStringLiteral("agent"));
-        options.authorizedCertificates = [certificate = console.readAll()] { return QList{certificate}; };
-        options.address = QStringLiteral("127.0.0.1");
-        const VLServer server(root, options);
-        QTextStream(stdout) << server.port() << Qt::endl;
+        TransportFixture fixture;
+        fixture.console = keyOfTheConsole(folder);
+        const auto server = fixture.serve();
+        std::printf("%d %hu\n", ::getpid(), server->port());
+        std::fflush(stdout);
         return QCoreApplication::exec();
     }
 
+    quint16 port = 0;
+
 private:
-    std::optional<SpawnedProcess> m_process;
-    quint16 m_port = 0;
+    static TlsIdentity keyOfTheConsole(const QString& folder) {
+        return TlsIdentity::loadOrCreate(folder, u"console"_s, u"console"_s);
+    }
+    FILE* m_output = nullptr;
+    pid_t m_id = 0;
 };
 
 }  // namespace
@@ -72,185 +64,137 @@ class TransportTest : public QObject {
 private Q_SLOTS:
     void calls_answer_with_values_and_exceptions() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        root->on(QStringLiteral("echo:"), echo);
-        root->on(QStringLiteral("fail"), [](const QVariantList&, quint64) -> QVariant {
-            throw VLException(QStringLiteral("VLTaskException"), QStringLiteral("busy"),
-                              {{QStringLiteral("domain"), QStringLiteral("corvalinDomain")},
-                               {QStringLiteral("code"), 1005LL}});
+        const QVariantMap userInfo{{u"domain"_s, u"corvalinDomain"_s}, {u"code"_s, 1005LL}};
+        fixture.root->on(u"fail"_s, [&](const QVariantList&, quint64) -> QVariant {
+            throw VLException(u"VLTaskException"_s, u"busy"_s, userInfo);
         });
-        root->on(QStringLiteral("unsendable"),
-                 [](const QVariantList&, quint64) { return QVariant(QSize(1, 1)); });
-        const auto server = fixture.serve(root);
+        fixture.root->on(u"unsendable"_s, [](const QVariantList&, quint64) { return QVariant(QSize(1, 1)); });
+        const auto server = fixture.serve();
         const auto client = fixture.connect(server->port());
+        VLProxyObject& proxy = client->proxy();
 
-        const QVariantMap value{{QStringLiteral("list"), QVariantList{1LL, 2.5, QStringLiteral("x")}}};
-        QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {value}).toMap(), value);
-        QVERIFY(client->proxy().respondsToSelector(QStringLiteral("echo:")));
-        QVERIFY(!client->proxy().respondsToSelector(QStringLiteral("nonsense")));
+        for (const QVariant& value : {QVariant(QVariantMap{{u"list"_s, QVariantList{1LL, 2.5, u"x"_s}}}),
+                                      QVariant(QString(1 << 20, u'x'))})
+            QCOMPARE(proxy.perform(u"echo:"_s, {value}), value);
+        QVERIFY(proxy.respondsToSelector(u"echo:"_s));
+        QVERIFY(!proxy.respondsToSelector(u"nonsense"_s));
 
-        const VLException raised = raisedBy([&] { client->proxy().perform(QStringLiteral("fail")); });
-        QCOMPARE(raised.name(), QStringLiteral("VLTaskException"));
-        QCOMPARE(raised.reason(), QStringLiteral("busy"));
-        QCOMPARE(raised.userInfo().value(QStringLiteral("code")).toInt(), 1005);
-        for (const QString& selector : {QStringLiteral("nonsense"), QStringLiteral("unsendable")})
-            QCOMPARE(raisedBy([&] { client->proxy().perform(selector); }).name(),
-                     VLException::invalidArgument);
-        QVERIFY_THROWS_EXCEPTION(VLUnsentCallException,
-                                 client->proxy().perform(QStringLiteral("echo:"), {QSize(1, 1)}));
-        QCOMPARE(raisedBy([&] { client->proxy().perform(QStringLiteral("echo:"), {QSize(1, 1)}); }).name(),
-                 VLException::invalidArgument);
-        QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {QString(1 << 20, u'x')}).toString().size(),
-                 1 << 20);
+        const VLException raised = raisedBy([&] { proxy.perform(u"fail"_s); });
+        QCOMPARE(raised.name(), u"VLTaskException"_s);
+        QCOMPARE(raised.reason(), u"busy"_s);
+        QCOMPARE(raised.userInfo(), userInfo);
+        for (const QString& selector : {u"nonsense"_s, u"unsendable"_s})
+            QCOMPARE(raisedBy([&] { proxy.perform(selector); }).name(), VLException::invalidArgument);
+        QVERIFY_THROWS_EXCEPTION(VLUnsentCallException, proxy.perform(u"echo:"_s, {QSize(1, 1)}));
+        QVERIFY(works(*client));
     }
 
-    void threads_call_at_once_and_get_their_own_answers() {
+    void calls_of_many_threads_run_one_after_the_other_and_get_their_own_answers() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        root->on(QStringLiteral("echo:"), echo);
-        const auto server = fixture.serve(root);
+        std::atomic_int running = 0, most = 0, wrong = 0;
+        fixture.root->on(u"work:"_s, [&](const QVariantList& arguments, quint64) {
+            most = std::max(most.load(), ++running);
+            std::this_thread::sleep_for(1ms);
+            --running;
+            return arguments.value(0);
+        });
+        fixture.root->on(u"peer"_s, [](const QVariantList&, quint64 peer) { return QVariant(peer); });
+        const auto server = fixture.serve();
         const auto client = fixture.connect(server->port());
-        std::atomic_int wrong = 0;
         std::vector<std::thread> threads;
         for (int thread = 0; thread < 8; ++thread)
             threads.emplace_back([&, thread] {
-                for (int call = 0; call < 50; ++call) {
-                    const QString sent = QStringLiteral("%1/%2").arg(thread).arg(call);
-                    if (client->proxy().perform(QStringLiteral("echo:"), {sent}).toString() != sent) ++wrong;
-                }
+                for (int call = thread * 100; call < thread * 100 + 25; ++call)
+                    if (client->proxy().perform(u"work:"_s, {call}).toInt() != call) ++wrong;
             });
         for (auto& thread : threads)
             thread.join();
         QCOMPARE(wrong.load(), 0);
-    }
-
-    void one_consoles_operations_run_one_after_the_other() {
-        const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        std::atomic_int running = 0;
-        std::atomic_int most = 0;
-        root->on(QStringLiteral("work"), [&](const QVariantList&, quint64 peer) {
-            most = std::max(most.load(), ++running);
-            std::this_thread::sleep_for(2ms);
-            --running;
-            return QVariant(peer);
-        });
-        const auto server = fixture.serve(root);
-        const auto client = fixture.connect(server->port());
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 4; ++thread)
-            threads.emplace_back([&] {
-                for (int call = 0; call < 5; ++call)
-                    client->proxy().perform(QStringLiteral("work"));
-            });
-        for (auto& thread : threads)
-            thread.join();
         QCOMPARE(most.load(), 1);
         const auto other = fixture.connect(server->port());
-        QVERIFY(client->proxy().perform(QStringLiteral("work")) !=
-                other->proxy().perform(QStringLiteral("work")));
+        QVERIFY(client->proxy().perform(u"peer"_s) != other->proxy().perform(u"peer"_s));
         QCOMPARE(server->connectionCount(), 2);
     }
 
     void the_connection_thread_calls_while_workers_are_served() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        Gate waiting;
-        root->on(QStringLiteral("wait"),
-                 [&](const QVariantList&, quint64) { return QVariant(waiting.wait()); });
-        const auto server = fixture.serve(root);
+        const auto server = fixture.serve();
         std::thread worker;
-        bool responds = false;
-        bool answered = false;
+        bool responds = false, answered = false;
         // The worker's call is served by the very wait of the connection thread's own call.
         const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
             worker = std::thread([&, proxy = connection.rootProxy()] {
-                responds = proxy->respondsToSelector(QStringLiteral("wait"));
-                waiting.open();
+                responds = proxy->respondsToSelector(u"wait"_s);
+                fixture.root->release.open();
             });
-            answered = connection.rootProxy()->perform(QStringLiteral("wait")).toBool();
+            answered = connection.rootProxy()->perform(u"wait"_s).toBool();
         });
         worker.join();
         QVERIFY(responds);
         QVERIFY(answered);
     }
 
-    void oneway_operations_return_before_they_are_done() {
+    void oneway_operations_are_not_waited_for_and_outlive_the_connection() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        Gate release;
-        Gate done;
-        root->on(QStringLiteral("relaunch"), [&](const QVariantList&, quint64) {
-            release.wait();
+        Gate done, arrived;
+        fixture.root->on(u"relaunch"_s, [&](const QVariantList&, quint64) -> QVariant {
+            fixture.root->release.wait();
             done.open();
-            throw VLException(VLException::generic, QStringLiteral("nobody hears this"));
-            return QVariant();
+            throw VLException(VLException::generic, u"nobody hears this"_s);
         });
-        const auto server = fixture.serve(root);
-        const auto client = fixture.connect(server->port());
-        QVERIFY(!client->proxy().perform(QStringLiteral("relaunch")).isValid());
-        release.open();
-        QVERIFY(done.wait());
-        QVERIFY(client->proxy().respondsToSelector(QStringLiteral("relaunch")));
-    }
-
-    void a_oneway_operation_outlives_the_end_of_the_connection() {
-        const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        Gate arrived;
-        root->on(QStringLiteral("disconnect"), [&](const QVariantList&, quint64) {
+        fixture.root->on(u"disconnect"_s, [&](const QVariantList&, quint64) {
             arrived.open();
             return QVariant();
         });
-        const auto server = fixture.serve(root);
+        const auto server = fixture.serve();
         const auto client = fixture.connect(server->port());
-        client->proxy().perform(QStringLiteral("disconnect"));
+        QVERIFY(!client->proxy().perform(u"relaunch"_s).isValid());
+        fixture.root->release.open();
+        QVERIFY(done.wait());
+        QVERIFY(works(*client));
+
+        client->proxy().perform(u"disconnect"_s);
         client->control().invalidate();
         QVERIFY(arrived.wait());
-        QTRY_COMPARE(root->closedPeers(), 1);
+        QTRY_COMPARE(fixture.root->closedPeers.load(), 1);
         QTRY_COMPARE(server->connectionCount(), 0);
     }
 
     void callbacks_arrive_with_their_sender_from_any_thread() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        std::mutex mutex;
-        VLRemoteCallbackPtr held;
-        root->on(QStringLiteral("setErrorCallback:"), [&](const QVariantList& arguments, quint64) {
-            const auto callback = arguments.value(0).value<VLRemoteCallbackPtr>();
-            callback->post(QStringLiteral("incrementProgress"));
-            const std::lock_guard lock(mutex);
-            held = callback;
+        VLRemoteCallbackPtr callback;  // the answer orders the accesses
+        fixture.root->on(u"setErrorCallback:"_s, [&](const QVariantList& arguments, quint64) {
+            callback = arguments.value(0).value<VLRemoteCallbackPtr>();
+            callback->post(u"incrementProgress"_s);
+            fixture.root->arrived.open();
             return QVariant();
         });
-        const auto server = fixture.serve(root);
+        const auto server = fixture.serve();
         auto target = std::make_shared<CollectingTarget>();
         auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
-            connection.rootProxy()->perform(QStringLiteral("setErrorCallback:"),
+            connection.rootProxy()->perform(u"setErrorCallback:"_s,
                                             {QVariant::fromValue<VLCallbackTargetPtr>(target)});
         });
+        QVERIFY(fixture.root->arrived.wait());
         QTRY_COMPARE(target->count(), 1u);
-        QCOMPARE(target->received()[0].selector, QStringLiteral("incrementProgress"));
-        QCOMPARE(target->received()[0].sender, QStringLiteral("edit-bay-1"));
+        QCOMPARE(target->received()[0].selector, u"incrementProgress"_s);
+        QCOMPARE(target->received()[0].sender, u"edit-bay-1"_s);
 
         // More than a console lets wait: the agent's end sends them in portions, and none is lost.
-        const auto callback = [&] {
-            const std::lock_guard lock(mutex);
-            return held;
-        }();
         std::thread poster([&] {
             for (int index = 0; index < 1'000; ++index)
-                callback->post(QStringLiteral("addStringToQueue:hostname:"), {index, QStringLiteral("bay")});
+                callback->post(u"addStringToQueue:hostname:"_s, {index, u"bay"_s});
         });
         poster.join();
         QTRY_COMPARE_WITH_TIMEOUT(target->count(), 1'001u, 20'000);
+        const auto received = target->received();
         for (int index = 0; index < 1'000; ++index)
-            QCOMPARE(target->received()[std::size_t(index) + 1].arguments.value(0).toInt(), index);
+            QCOMPARE(received[std::size_t(index) + 1].arguments.value(0).toInt(), index);
 
         QVERIFY(callback->isConnected());
         client.reset();
         QTRY_VERIFY(!callback->isConnected());
-        callback->post(QStringLiteral("incrementProgress"));
+        callback->post(u"incrementProgress"_s);
         QCOMPARE(target->count(), 1'001u);
     }
 
@@ -259,80 +203,59 @@ private Q_SLOTS:
             VLProxyObjectPtr proxy;
             std::promise<VLException> raised;
             QVariant receive(const QString&, const QVariantList&, const QString&) override {
-                raised.set_value(raisedBy([&] { proxy->perform(QStringLiteral("echo:"), {1}); }));
+                raised.set_value(raisedBy([&] { proxy->perform(u"echo:"_s, {1}); }));
                 return {};
             }
         };
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        root->on(QStringLiteral("echo:"), echo);
-        root->on(QStringLiteral("setErrorCallback:"), [&](const QVariantList& arguments, quint64) {
-            arguments.value(0).value<VLRemoteCallbackPtr>()->post(QStringLiteral("ping"));
+        fixture.root->on(u"setErrorCallback:"_s, [&](const QVariantList& arguments, quint64) {
+            arguments.value(0).value<VLRemoteCallbackPtr>()->post(u"ping"_s);
             return QVariant();
         });
-        const auto server = fixture.serve(root);
+        const auto server = fixture.serve();
         const auto client = fixture.connect(server->port());
         auto target = std::make_shared<Target>();
         target->proxy = client->sharedProxy();
-        client->proxy().perform(QStringLiteral("setErrorCallback:"),
-                                {QVariant::fromValue<VLCallbackTargetPtr>(target)});
+        client->proxy().perform(u"setErrorCallback:"_s, {QVariant::fromValue<VLCallbackTargetPtr>(target)});
         auto raised = target->raised.get_future();
         QCOMPARE(raised.wait_for(10s), std::future_status::ready);
         QCOMPARE(raised.get().name(), VLException::generic);
-        QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+        QVERIFY(works(*client));
         target->proxy.reset();
     }
 
     void a_missed_time_limit_raises_and_leaves_the_connection_alone() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        Gate release;
-        root->on(QStringLiteral("wait"),
-                 [&](const QVariantList&, quint64) { return QVariant(release.wait()); });
-        root->on(QStringLiteral("echo:"), echo);
-        const auto server = fixture.serve(root);
-        VLException onItsThread(QStringLiteral("none"), {});
+        const auto server = fixture.serve();
+        VLException onItsThread(u"none"_s, {});
         const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
-            onItsThread =
-                raisedBy([&] { connection.rootProxy()->perform(QStringLiteral("wait"), {}, 50ms); });
+            onItsThread = raisedByWait(*connection.rootProxy(), 50ms);
         });
-        const VLException onAWorker =
-            raisedBy([&] { client->proxy().perform(QStringLiteral("wait"), {}, 50ms); });
         QVERIFY(VLException::didTimeout(onItsThread));
-        QVERIFY(VLException::didTimeout(onAWorker));
-        release.open();
-        QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {7}, 10s).toInt(), 7);
+        QVERIFY(VLException::didTimeout(raisedByWait(client->proxy(), 50ms)));
+        fixture.root->release.open();
+        QVERIFY(works(*client));
     }
 
     void the_end_of_the_server_fails_calls_promptly() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        Gate arrived;
-        Gate release;
-        root->on(QStringLiteral("wait"), [&](const QVariantList&, quint64) {
-            arrived.open();
-            release.wait();
-            return QVariant();
-        });
-        auto server = fixture.serve(root);
+        auto server = fixture.serve();
         const auto client = fixture.connect(server->port());
-        VLException raised(QStringLiteral("none"), {});
-        std::thread caller(
-            [&] { raised = raisedBy([&] { client->proxy().perform(QStringLiteral("wait")); }); });
-        QVERIFY(arrived.wait());
+        VLException raised(u"none"_s, {});
+        std::thread caller([&] { raised = raisedByWait(client->proxy()); });
+        QVERIFY(fixture.root->arrived.wait());
         std::thread destroyer([&] { server.reset(); });  // waits for the operation under way
         QElapsedTimer timer;
         timer.start();
         caller.join();
         QVERIFY(timer.elapsed() < promptly.count());
-        release.open();
+        fixture.root->release.open();
         destroyer.join();
         QCOMPARE(raised.name(), VLException::inaccessible);
         QVERIFY(client->ends(10s));
         QVERIFY(!client->lossReason().isEmpty());
-        QCOMPARE(raisedBy([&] { client->proxy().perform(QStringLiteral("wait")); }).name(),
-                 VLException::inaccessible);
-        QCOMPARE(raisedBy([&] { (void)client->proxy().respondsToSelector(QStringLiteral("wait")); }).name(),
+        QCOMPARE(raisedByWait(client->proxy()).name(), VLException::inaccessible);
+        QCOMPARE(raisedBy([&] { (void)client->proxy().respondsToSelector(u"wait"_s); }).name(),
                  VLException::inaccessible);
     }
 
@@ -344,33 +267,20 @@ private Q_SLOTS:
     void invalidate_fails_calls_and_ends_the_slice() {
         QFETCH(bool, onTheConnectionThread);
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        Gate arrived;
-        Gate release;
-        root->on(QStringLiteral("wait"), [&](const QVariantList&, quint64) {
-            arrived.open();
-            release.wait();
-            return QVariant();
-        });
-        const auto server = fixture.serve(root);
-        VLException raised(QStringLiteral("none"), {});
-        const auto call = [&](VLProxyObject& proxy) {
-            raised = raisedBy([&] { proxy.perform(QStringLiteral("wait")); });
-        };
+        const auto server = fixture.serve();
+        VLException raised(u"none"_s, {});
         std::thread other;
-        std::unique_ptr<ServingThread> client;
-        if (onTheConnectionThread) {
-            client = fixture.connect(server->port(), [&](VLConnection& connection) {
-                other = std::thread([&, control = connection.control()] {
-                    arrived.wait();
-                    control->invalidate();
-                });
-                call(*connection.rootProxy());
+        const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
+            if (!onTheConnectionThread) return;
+            other = std::thread([&, control = connection.control()] {
+                fixture.root->arrived.wait();
+                control->invalidate();
             });
-        } else {
-            client = fixture.connect(server->port());
-            other = std::thread([&] { call(client->proxy()); });
-            QVERIFY(arrived.wait());
+            raised = raisedByWait(*connection.rootProxy());
+        });
+        if (!onTheConnectionThread) {
+            other = std::thread([&] { raised = raisedByWait(client->proxy()); });
+            QVERIFY(fixture.root->arrived.wait());
             client->control().invalidate();
         }
         other.join();
@@ -378,20 +288,16 @@ private Q_SLOTS:
         QVERIFY(client->ends(promptly));
         QVERIFY(client->lossReason().isEmpty());
         QVERIFY(!client->control().isValid());
-        release.open();
+        fixture.root->release.open();
     }
 
     void wake_ends_a_slice_and_nothing_else() {
         const TransportFixture fixture;
-        auto root = std::make_shared<ScriptedRoot>();
-        root->on(QStringLiteral("echo:"), echo);
-        const auto server = fixture.serve(root);
+        const auto server = fixture.serve();
         qint64 waited = -1;
-        bool valid = false;
-        int answer = 0;
         const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
             connection.wake();  // counts for the next slice when none is under way
-            answer = connection.rootProxy()->perform(QStringLiteral("echo:"), {3}).toInt();
+            (void)connection.rootProxy()->perform(u"echo:"_s, {3});
             QElapsedTimer timer;
             timer.start();
             connection.serve(20s);
@@ -399,33 +305,27 @@ private Q_SLOTS:
             connection.serve(20s);
             waker.join();
             waited = timer.elapsed();
-            valid = connection.isValid();
         });
-        QCOMPARE(answer, 3);
         QVERIFY(waited >= 0 && waited < 10'000);
-        QVERIFY(valid);
+        QVERIFY(works(*client));
     }
 
     void a_thread_that_was_away_does_not_blame_the_agent() {
         TransportFixture fixture;
+        const auto server = fixture.serve();  // only the console is impatient
         fixture.limits.heartbeatInterval = 100ms;
         fixture.limits.heartbeatTimeout = 400ms;
-        auto root = std::make_shared<ScriptedRoot>();
-        root->on(QStringLiteral("echo:"), echo);
-        auto options = fixture.serverOptions();
-        options.limits = RemoteLimits();  // only the console is impatient
-        const VLServer server(root, options);
         const auto client =
-            fixture.connect(server.port(), [&](VLConnection&) { std::this_thread::sleep_for(1'200ms); });
-        QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+            fixture.connect(server->port(), [](VLConnection&) { std::this_thread::sleep_for(1'200ms); });
+        QVERIFY(works(*client));
         std::this_thread::sleep_for(600ms);
-        QCOMPARE(client->proxy().perform(QStringLiteral("echo:"), {1}).toInt(), 1);
+        QVERIFY(works(*client));
     }
 
     void a_stopped_or_killed_agent_fails_calls_data() {
         QTest::addColumn<int>("signal");
         QTest::addColumn<QString>("reason");
-        QTest::newRow("machine asleep") << SIGSTOP << QStringLiteral("no sign of life");
+        QTest::newRow("machine asleep") << SIGSTOP << u"no sign of life"_s;
         QTest::newRow("process killed") << SIGKILL << QString();
     }
     void a_stopped_or_killed_agent_fails_calls() {
@@ -435,12 +335,10 @@ private Q_SLOTS:
         fixture.limits.heartbeatInterval = 100ms;
         fixture.limits.heartbeatTimeout = 600ms;
         const AgentProcess agent(fixture);
-        QVERIFY(agent.port() != 0);
-        const auto client = fixture.connect(agent.port());
-        VLException raised(QStringLiteral("none"), {});
-        std::thread caller(
-            [&] { raised = raisedBy([&] { client->proxy().perform(QStringLiteral("wait")); }); });
-        QVERIFY(client->proxy().respondsToSelector(QStringLiteral("wait")));
+        const auto client = fixture.connect(agent.port);
+        VLException raised(u"none"_s, {});
+        std::thread caller([&] { raised = raisedByWait(client->proxy()); });
+        QVERIFY(client->proxy().respondsToSelector(u"wait"_s));
         QElapsedTimer timer;
         timer.start();
         agent.signal(signal);
@@ -454,16 +352,15 @@ private Q_SLOTS:
         TransportFixture fixture;
         auto options = fixture.serverOptions();
         options.limits.heartbeatTimeout = 200ms;
-        auto root = std::make_shared<ScriptedRoot>();
-        const VLServer server(root, options);
-        VLException raised(QStringLiteral("none"), {});
-        const auto client = fixture.connect(server.port(), [&](VLConnection& connection) {
-            for (int wait = 0; wait < 500 && server.connectionCount() > 0; ++wait)
+        const auto server = fixture.serve(options);
+        VLException raised(u"none"_s, {});
+        const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
+            for (int wait = 0; wait < 500 && server->connectionCount() > 0; ++wait)
                 std::this_thread::sleep_for(20ms);
-            raised = raisedBy([&] { (void)connection.rootProxy()->respondsToSelector(QStringLiteral("x")); });
+            raised = raisedByWait(*connection.rootProxy());
         });
         QCOMPARE(raised.name(), VLException::inaccessible);
-        QCOMPARE(server.connectionCount(), 0);
+        QCOMPARE(server->connectionCount(), 0);
     }
 };
 

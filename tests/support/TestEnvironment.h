@@ -51,6 +51,12 @@ private:
     QTemporaryDir m_root;
 };
 
+/// A new log, without lines that are still on their way.
+inline void startNewLog() {
+    VLLog::finishWriting();
+    VLLog::createNewLog();
+}
+
 /// Every line that was logged since the current log was started, header included, without its date.
 inline QStringList logLines() {
     VLLog::finishWriting();

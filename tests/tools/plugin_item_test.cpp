@@ -3,22 +3,18 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// "1.0 d 1": version, disabled or enabled, access type; "-" leaves a value out.
 QVariantMap instance(const QString& text) {
-    const QStringList words = text.split(QLatin1Char(' '));
-    QVariantMap result = {{QStringLiteral("name"), QStringLiteral("Blur")},
-                          {QStringLiteral("type"), QStringLiteral("FxPlug")}};
-    if (words[0] != QLatin1String("-")) result.insert(QStringLiteral("version"), words[0]);
-    if (words[1] != QLatin1String("-"))
-        result.insert(QStringLiteral("disabled"), int(words[1] == QLatin1String("d")));
-    if (words[2] != QLatin1String("-")) result.insert(QStringLiteral("accessType"), words[2].toLongLong());
+    const QStringList words = text.split(u' ');
+    QVariantMap result = {{"name", "Blur"}, {"type", "FxPlug"}};
+    if (words[0] != "-"_L1) result.insert("version", words[0]);
+    if (words[1] != "-"_L1) result.insert("disabled", int(words[1] == "d"_L1));
+    if (words[2] != "-"_L1) result.insert("accessType", words[2].toLongLong());
     return result;
-}
-
-QVariantMap entry(std::initializer_list<std::pair<QString, QVariant>> values) {
-    return QVariantMap(values);
 }
 
 }  // namespace
@@ -38,38 +34,31 @@ private Q_SLOTS:
             QTest::newRow(name) << instances << QString::fromLatin1(version) << state << disabledCount
                                 << disabled << accessType;
         };
-        const QString plain = QStringLiteral("1.0 e 1");
-        row("one", {plain}, "1.0", 0, 0, 0, 1);
-        row("one disabled", {QStringLiteral("1.0 d 1")}, "1.0", 0, 1, 1, 1);
-        row("alike", {plain, plain, plain}, "1.0", 0, 0, 0, 1);
-        row("both disabled", {QStringLiteral("1.0 d 1"), QStringLiteral("1.0 d 1")}, "1.0", 0, 2, 1, 1);
-        row("versions", {plain, QStringLiteral("1.1 e 1")}, "(various)", 1, 0, 0, 1);
-        row("enabled", {plain, QStringLiteral("1.0 d 1")}, "1.0", 2, 1, -1, 1);
-        row("enabled, the other way", {QStringLiteral("1.0 d 1"), plain}, "1.0", 2, 1, -1, 1);
-        row("access", {plain, QStringLiteral("1.0 e 2")}, "1.0", 3, 0, 0, -1);
-        row("version hides access", {plain, QStringLiteral("1.1 e 2")}, "(various)", 1, 0, 0, 1);
-        row("version hides enabled", {plain, QStringLiteral("1.1 d 1")}, "(various)", 1, 1, -1, 1);
-        row("access before enabled", {plain, QStringLiteral("1.0 d 2")}, "1.0", 3, 1, -1, -1);
-        row("access before version", {plain, QStringLiteral("1.0 e 2"), QStringLiteral("1.1 e 1")},
-            "(various)", 3, 0, 0, -1);
+        const QString plain = u"1.0 e 1"_s;
+        row("one disabled", {"1.0 d 1"}, "1.0", 0, 1, 1, 1);
+        row("versions", {plain, "1.1 e 1"}, "(various)", 1, 0, 0, 1);
+        row("enabled", {plain, "1.0 d 1"}, "1.0", 2, 1, -1, 1);
+        row("access", {plain, "1.0 e 2"}, "1.0", 3, 0, 0, -1);
+        row("version hides access", {plain, "1.1 e 2"}, "(various)", 1, 0, 0, 1);
+        row("version hides enabled", {plain, "1.1 d 1"}, "(various)", 1, 1, -1, 1);
+        row("access before enabled", {plain, "1.0 d 2"}, "1.0", 3, 1, -1, -1);
+        row("access before version", {plain, "1.0 e 2", "1.1 e 1"}, "(various)", 3, 0, 0, -1);
         // Once "(various)", every further copy counts as different and is not asked for its access type.
-        row("various stays", {plain, QStringLiteral("1.1 e 1"), QStringLiteral("1.0 e 2")}, "(various)", 1, 0,
-            0, 1);
-        row("mixed access back to one value", {plain, QStringLiteral("1.0 e 2"), plain}, "1.0", 3, 0, 0, -1);
-        row("no version later", {plain, QStringLiteral("- e 2")}, "1.0", 3, 0, 0, -1);
-        row("no version first", {QStringLiteral("- e 1"), plain}, "(various)", 1, 0, 0, 1);
-        row("no access first", {QStringLiteral("1.0 e -"), QStringLiteral("1.0 e 0")}, "1.0", 3, 0, 0, -1);
-        row("nothing known", {QStringLiteral("- - -"), QStringLiteral("- - -")}, "", 0, 0, 0, 0);
-        row("two of three disabled", {QStringLiteral("1.0 d 1"), QStringLiteral("1.0 d 1"), plain}, "1.0", 2,
-            2, -1, 1);
+        row("various stays", {plain, "1.1 e 1", "1.0 e 2"}, "(various)", 1, 0, 0, 1);
+        row("mixed access back to one value", {plain, "1.0 e 2", plain}, "1.0", 3, 0, 0, -1);
+        row("no version later", {plain, "- e 2"}, "1.0", 3, 0, 0, -1);
+        row("no version first", {"- e 1", plain}, "(various)", 1, 0, 0, 1);
+        row("no access first", {"1.0 e -", "1.0 e 0"}, "1.0", 3, 0, 0, -1);
+        row("nothing known", {"- - -", "- - -"}, "", 0, 0, 0, 0);
+        row("two of three disabled", {"1.0 d 1", "1.0 d 1", plain}, "1.0", 2, 2, -1, 1);
     }
     void merge() {
         QFETCH(QStringList, instances);
-        VLPluginItem item = VLPluginItem::pluginItem(instance(instances.takeFirst()), QStringLiteral("a."));
+        VLPluginItem item = VLPluginItem::pluginItem(instance(instances.takeFirst()), u"a."_s);
         for (const QString& text : instances)
-            item.addChild(instance(text), QStringLiteral("b."));
-        QCOMPARE(item.name(), QStringLiteral("Blur"));
-        QCOMPARE(item.type(), QStringLiteral("FxPlug"));
+            item.addChild(instance(text), u"b."_s);
+        QCOMPARE(item.name(), u"Blur"_s);
+        QCOMPARE(item.type(), u"FxPlug"_s);
         QTEST(item.version(), "version");
         QTEST(item.state(), "state");
         QTEST(item.disabledCount(), "disabledCount");
@@ -80,58 +69,50 @@ private Q_SLOTS:
 
     void childrenSayWhereTheyAreFrom() {
         const auto at = [](const char* path) {
-            return entry({{QStringLiteral("name"), QStringLiteral("Blur")},
-                          {QStringLiteral("hostname"), QStringLiteral("forged.")},
-                          {QStringLiteral("fullPath"), QLatin1String(path)}});
+            return QVariantMap(
+                {{"name", "Blur"}, {"hostname", "forged."}, {"fullPath", QLatin1String(path)}});
         };
-        VLPluginItem item = VLPluginItem::pluginItem(at(""), QStringLiteral("a."));
-        item.addChild(at("/second"), QStringLiteral("b."));
-        item.addChild(at("/third"), QStringLiteral("c."));
-        QCOMPARE(item.fileName(), QStringLiteral("/second"));
+        VLPluginItem item = VLPluginItem::pluginItem(at(""), u"a."_s);
+        item.addChild(at("/second"), u"b."_s);
+        item.addChild(at("/third"), u"c."_s);
+        QCOMPARE(item.fileName(), u"/second"_s);
         QStringList hosts;
         for (const QVariant& child : item.children())
-            hosts << child.toMap().value(QStringLiteral("hostname")).toString();
-        QCOMPARE(hosts, QStringList({QStringLiteral("a."), QStringLiteral("b."), QStringLiteral("c.")}));
+            hosts << child.toMap().value(u"hostname"_s).toString();
+        QCOMPARE(hosts, QStringList({"a.", "b.", "c."}));
     }
 
     void answersOfAnyKind_data() {
         QTest::addColumn<QVariant>("answer");
         QTest::addColumn<int>("count");
         QTest::addColumn<QString>("complaint");
-        const auto named = [](const QVariant& name) {
-            return QVariant(entry({{QStringLiteral("name"), name}}));
-        };
-        const QVariant good = named(QStringLiteral("Blur"));
+        const auto named = [](const QVariant& name) { return QVariant(QVariantMap({{"name", name}})); };
+        const QVariant good = named(u"Blur"_s);
         const auto complaint = [](int leftOut, int all, int wrong) {
-            return QStringLiteral("%1 of %2 entries left out, %3 values of a wrong kind ignored")
-                .arg(leftOut)
+            return u"%1 of %2 entries left out, %3 values of a wrong kind ignored"_s.arg(leftOut)
                 .arg(all)
                 .arg(wrong);
         };
-        QTest::newRow("no answer") << QVariant() << 0 << QString();
-        QTest::newRow("empty") << QVariant(QVariantList()) << 0 << QString();
-        QTest::newRow("good") << QVariant(QVariantList{good, good}) << 2 << QString();
-        QTest::newRow("text") << QVariant(QStringLiteral("x")) << 0
-                              << QStringLiteral("not an array but QString");
-        QTest::newRow("dictionary") << QVariant(QVariantMap()) << 0
-                                    << QStringLiteral("not an array but QVariantMap");
-        QTest::newRow("list of texts")
-            << QVariant(QVariantList{QStringLiteral("x"), good}) << 1 << complaint(1, 2, 0);
-        QTest::newRow("name is a number")
-            << QVariant(QVariantList{named(7), good}) << 1 << complaint(1, 2, 0);
-        QTest::newRow("no name") << QVariant(QVariantList{QVariantMap(), named(QString())}) << 0
-                                 << complaint(2, 2, 0);
-        QTest::newRow("huge name") << QVariant(QVariantList{named(QString(1 << 20, QLatin1Char('x')))}) << 0
-                                   << complaint(1, 1, 0);
-        QTest::newRow("wrong values")
-            << QVariant(QVariantList{entry({{QStringLiteral("name"), QStringLiteral("Blur")},
-                                            {QStringLiteral("version"), 1.5},
-                                            {QStringLiteral("fullPath"), QVariantList()},
-                                            {QStringLiteral("disabled"), QStringLiteral("maybe")},
-                                            {QStringLiteral("accessType"), QVariantMap()}})})
-            << 1 << complaint(0, 1, 4);
-        QTest::newRow("too many") << QVariant(QVariantList(1'000'000, good))
-                                  << int(PluginList::maximumEntries) << complaint(980'000, 1'000'000, 0);
+        const auto row = [](const char* name, const QVariant& answer, int count,
+                            const QString& complaint = {}) {
+            QTest::newRow(name) << answer << count << complaint;
+        };
+        row("no answer", {}, 0);
+        row("good", QVariantList{good, good}, 2);
+        row("text", "x", 0, "not an array but QString");
+        row("dictionary", QVariantMap(), 0, "not an array but QVariantMap");
+        row("list of texts", QVariantList{"x", good}, 1, complaint(1, 2, 0));
+        row("name is a number", QVariantList{named(7), good}, 1, complaint(1, 2, 0));
+        row("no name", QVariantList{QVariantMap(), named("")}, 0, complaint(2, 2, 0));
+        row("huge name", QVariantList{named(QString(1 << 20, u'x'))}, 0, complaint(1, 1, 0));
+        const QVariantMap wrong{{"name", "Blur"},
+                                {"version", 1.5},
+                                {"fullPath", QVariantList()},
+                                {"disabled", "maybe"},
+                                {"accessType", QVariantMap()}};
+        row("wrong values", QVariantList{wrong}, 1, complaint(0, 1, 4));
+        row("too many", QVariantList(1'000'000, good), int(PluginList::maximumEntries),
+            complaint(980'000, 1'000'000, 0));
     }
     void answersOfAnyKind() {
         QFETCH(QVariant, answer);
@@ -148,8 +129,8 @@ private Q_SLOTS:
         const auto number = [](qlonglong value) { return QVariant(value); };
         QTest::newRow("true") << QVariant(true) << number(1) << number(1);
         QTest::newRow("seven") << number(7) << number(1) << number(7);
-        QTest::newRow("text") << QVariant(QStringLiteral("1")) << number(1) << number(1);
-        QTest::newRow("no number") << QVariant(QStringLiteral("one")) << none << none;
+        QTest::newRow("text") << QVariant(u"1"_s) << number(1) << number(1);
+        QTest::newRow("no number") << QVariant(u"one"_s) << none << none;
         QTest::newRow("real") << QVariant(2.9) << number(1) << number(2);
         QTest::newRow("huge") << QVariant(1e300) << none << none;
         QTest::newRow("not a number") << QVariant(qQNaN()) << none << none;
@@ -157,13 +138,11 @@ private Q_SLOTS:
     }
     void numbers() {
         QFETCH(QVariant, value);
-        const PluginList list =
-            PluginList::fromAnswer(QVariantList{entry({{QStringLiteral("name"), QStringLiteral("x")},
-                                                       {QStringLiteral("disabled"), value},
-                                                       {QStringLiteral("accessType"), value}})});
+        const PluginList list = PluginList::fromAnswer(
+            QVariantList{QVariantMap({{"name", "x"}, {"disabled", value}, {"accessType", value}})});
         QCOMPARE(list.instances.size(), 1);
-        QTEST(list.instances.first().value(QStringLiteral("disabled")), "disabled");
-        QTEST(list.instances.first().value(QStringLiteral("accessType")), "accessType");
+        QTEST(list.instances.first().value(u"disabled"_s), "disabled");
+        QTEST(list.instances.first().value(u"accessType"_s), "accessType");
     }
 };
 

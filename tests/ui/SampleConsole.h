@@ -6,13 +6,15 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 /// A client without a network, in whatever state a test wants to see.
 class SampleService : public VLService {
 public:
     SampleService(const QString& name, const QString& address, const QString& model = {})
         : m_address(address) {
         setName(name);
-        setHostName(name.toLower().replace(QLatin1Char(' '), QLatin1Char('-')) + QStringLiteral(".local."));
+        setHostName(name.toLower().replace(u' ', u'-') + u".local."_s);
         m_port = 51000;
         m_isConnected = true;
         if (!model.isEmpty()) setIcon(iconForMacModel(model, {}));
@@ -26,16 +28,18 @@ public:
         m_isConnected = false;
         m_spinning = true;
     }
-    void showNotConnected(const QString& reason) {
+    void showNotConnected(const QString& reason, ConnectionFailure failure = ConnectionFailure::Other) {
         m_isConnected = false;
         m_spinning = false;
         m_connectionError.set(reason);
+        m_connectionFailure = failure;
     }
     void showChangedIdentity(const QByteArray& certificate) {
-        showNotConnected(QStringLiteral("the agent shows another key"));
+        showNotConnected(u"the agent shows another key"_s);
         m_changedCertificate.set(certificate);
     }
     void showError(int code) { m_errorCode = code; }
+    void showConfiguration(const QVariantMap& configuration) { m_configDict.set(configuration); }
 
     std::atomic<int> reconnects{0};
 
@@ -45,25 +49,23 @@ private:
 
 inline QVariantMap pluginInstance(const QString& name, const QString& type, const QString& version,
                                   int disabled = 0, int accessType = 0) {
-    const QString folder = accessType == 1 ? QStringLiteral("/Users/editor/Library/Plug-Ins/")
-                                           : QStringLiteral("/Library/Plug-Ins/");
-    return {{QStringLiteral("name"), name},
-            {QStringLiteral("type"), type},
-            {QStringLiteral("version"), version},
-            {QStringLiteral("disabled"), disabled},
-            {QStringLiteral("accessType"), accessType},
-            {QStringLiteral("fullPath"),
-             QString(folder + type + QLatin1Char('/') + name + QStringLiteral(".plugin"))}};
+    const QString folder = accessType == 1 ? u"/Users/editor/Library/Plug-Ins/"_s : u"/Library/Plug-Ins/"_s;
+    return {{u"name"_s, name},
+            {u"type"_s, type},
+            {u"version"_s, version},
+            {u"disabled"_s, disabled},
+            {u"accessType"_s, accessType},
+            {u"fullPath"_s, QString(folder + type + u'/' + name + u".plugin"_s)}};
 }
 
 /// Marks the row as missing on `hostName`.
 inline void addMissing(VLPluginItem& row, const QString& hostName) {
     QVariantList missing = row.missingHosts();
-    missing << QVariantMap{{QStringLiteral("hostname"), hostName},
-                           {QStringLiteral("disabled"), -1},
-                           {QStringLiteral("version"), QString()},
-                           {QStringLiteral("type"), row.type()},
-                           {QStringLiteral("name"), row.name()}};
+    missing << QVariantMap{{u"hostname"_s, hostName},
+                           {u"disabled"_s, -1},
+                           {u"version"_s, QString()},
+                           {u"type"_s, row.type()},
+                           {u"name"_s, row.name()}};
     row.setMissingHosts(missing);
     row.setState(VLPluginItem::Missing);
 }
@@ -78,7 +80,7 @@ public:
 inline QList<Tool> sampleTools() {
     QList<Tool> tools = toolRegistry();
     for (Tool& tool : tools) {
-        if (tool.identifier != QLatin1String("addonry")) continue;
+        if (tool.identifier != "addonry"_L1) continue;
         tool.makeController = [](const ToolContext& context) {
             return std::make_unique<QuietAddonry>(context);
         };
@@ -106,7 +108,7 @@ public:
         return service;
     }
     [[nodiscard]] AddonryController& addonry() {
-        return *static_cast<AddonryController*>(controller->toolController(QStringLiteral("addonry")));
+        return *static_cast<AddonryController*>(controller->toolController(u"addonry"_s));
     }
     template <typename Widget>
     [[nodiscard]] Widget* find(const char* name) const {

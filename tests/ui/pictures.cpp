@@ -2,16 +2,24 @@
 #include "SampleConsole.h"
 #include "app/window/ErrorLogWindow.h"
 #include "app/window/LogWindow.h"
+#include "app/window/PreferencesWindow.h"
 #include "app/window/ProgressSheet.h"
 #include "app/window/WelcomeSheet.h"
 #include "clients/view/AddComputerSheet.h"
+#include "clients/view/ClientInfoPanel.h"
 #include "clients/view/ClientOutline.h"
+#include "clients/view/GroupSheet.h"
 #include "clients/view/IdentitySheet.h"
+#include "clients/view/ProblemView.h"
+#include "clients/view/TroubleshooterWindow.h"
 #include "support/TestEnvironment.h"
+#include "system/VLAlert.h"
+#include "widgets/AlertSheet.h"
 #include "widgets/Theme.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QLineEdit>
 #include <QListView>
@@ -31,99 +39,100 @@ void save(QWidget& widget, const QString& name) {
     widget.ensurePolished();
     QApplication::processEvents();
     QTest::qWait(60);
-    widget.grab().save(QStringLiteral("%1/ui-%2-%3.png").arg(folder, name, suffix));
+    widget.grab().save(u"%1/ui-%2-%3.png"_s.arg(folder, name, suffix));
 }
 
+/// Rows of every kind: alike, missing, and differing in version, state or access.
 QList<VLPluginItem> samplePlugins(const QStringList& hosts) {
+    const QStringList names{"Alpha Transitions", "Boris Glow",
+                            "Channel Strip",     "Chroma Desk",
+                            "Compressor Bank",   "Drop Shadow Plus",
+                            "Film Grain",        "Flicker Removal",
+                            "Hall Reverb",       "Motion Blur with an extraordinarily long plug-in name",
+                            "Noise Gate",        "Title Crawl",
+                            "Zoom Blur"};
+    const QStringList types{"FxPlug", "Audio Unit", "FxScript"};
     QList<VLPluginItem> rows;
-    struct Sample {
-        const char *name, *type, *version;
-    };
-    const QList<Sample> samples{
-        {"Alpha Transitions", "FxPlug", "2.1"},
-        {"Boris Glow", "FxPlug", "1.0.4"},
-        {"Channel Strip", "Audio Unit", "3.2"},
-        {"Chroma Desk", "FxPlug", "5.0"},
-        {"Compressor Bank", "Audio Unit", "1.8"},
-        {"Drop Shadow Plus", "FxScript", "1.1"},
-        {"Film Grain", "FxPlug", "4.0.2"},
-        {"Flicker Removal", "FxScript", "1.0"},
-        {"Gradient Wipe", "FxScript", "2.4"},
-        {"Hall Reverb", "Audio Unit", "6.1"},
-        {"Lens Repair", "FxPlug", "1.3"},
-        {"Loudness Meter", "Audio Unit", "2.0"},
-        {"Motion Blur with an extraordinarily long plug-in name", "FxPlug", "10.5.3-beta"},
-        {"Noise Gate", "Audio Unit", "1.1"},
-        {"Title Crawl", "FxScript", "1.0"},
-        {"Vectorscope", "FxPlug", "3.3"},
-        {"Zoom Blur", "FxPlug", "2.0"}};
-    int number = 0;
-    for (const Sample& sample : samples) {
+    for (int number = 0; number < names.size(); ++number) {
         VLPluginItem row;
-        QStringList missing;
         for (int host = 0; host < hosts.size(); ++host) {
-            if (number % 5 == 2 && host == 1) {
-                missing << hosts[host];
-                continue;
-            }
-            if (number % 7 == 5 && host >= 2) {
-                missing << hosts[host];
-                continue;
-            }
-            QString version = QString::fromLatin1(sample.version);
-            if (number % 6 == 3 && host == 0) version += QStringLiteral(".1");
-            const int disabled = number % 9 == 4 ? host % 2 : number == 8 ? 1 : 0;
-            const int access = number % 8 == 6 ? host % 2 : number % 4 == 1 ? 1 : 0;
-            row.addChild(pluginInstance(QString::fromLatin1(sample.name), QString::fromLatin1(sample.type),
-                                        version, disabled, access),
+            if (number % 5 == 2 && host == 1) continue;
+            const QString version = number % 6 == 3 && host == 0 ? "2.0.1" : "2.0";
+            row.addChild(pluginInstance(names[number], types[number % 3], version,
+                                        number % 9 == 4 ? host % 2 : 0, number % 8 == 6 ? host % 2 : 0),
                          hosts[host]);
         }
-        for (const QString& host : missing)
-            addMissing(row, host);
+        if (number % 5 == 2) addMissing(row, hosts[1]);
         rows << row;
-        ++number;
     }
     return rows;
+}
+
+/// Two groups, one of them empty, with a machine of the first selected; then the search.
+void drawGroups(SampleConsole& console, const QList<VLServicePtr>& members) {
+    ServiceList& services = console.controller->services();
+    auto* outline = console.window->findChild<ClientOutline*>();
+    for (const auto& group : services.groups())  // of the pictures before
+        services.removeGroup(group);
+    const auto bays = services.addGroup(u"Edit Bays"_s);
+    const auto empty = services.addGroup(u"Building B with a name that is too long"_s);
+    services.addGroup(u"Spare"_s);
+    services.moveToGroup(members, bays);
+    members.last()->setEnabled(false);
+    services.serviceChanged(nullptr);
+    QTest::qWait(100);
+    outline->view()->collapse(outline->view()->model()->index(0, 0));
+    outline->selectGroup(bays);
+    save(*console.window, u"groups"_s);
+    outline->editGroupName(empty);
+    save(*console.window, u"group-rename"_s);
+    outline->view()->setFocus();
+    outline->view()->expand(outline->view()->model()->index(0, 0));
+    for (const auto& group : services.groups().mid(1))
+        services.removeGroup(group);
+    members.last()->setEnabled(true);
+    GroupSheet sheet([&](const QString& name) { return services.groupNameProblem(name); }, 3,
+                     [](const QString&, bool) {}, console.window.get());
+    sheet.show();
+    sheet.findChild<QLineEdit*>()->setText(u"edit bays"_s);
+    save(sheet, u"group-sheet"_s);
+    sheet.hide();
 }
 
 void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.window->show();
     QTest::qWait(100);
     auto* outline = console.window->findChild<ClientOutline*>();
-    save(*console.window, QStringLiteral("empty"));
+    save(*console.window, u"empty"_s);
 
-    const auto one = console.add(QStringLiteral("Edit Bay 1"), QStringLiteral("192.168.1.21"),
-                                 QStringLiteral("MacPro4,1"));
-    console.add(QStringLiteral("Edit Bay 2"), QStringLiteral("192.168.1.22"), QStringLiteral("iMac9,1"));
-    const auto three = console.add(QStringLiteral("Edit Bay 3"), QStringLiteral("192.168.1.23"),
-                                   QStringLiteral("MacBookPro5,1"));
-    const auto four = console.add(QStringLiteral("Grading Suite on the second floor, left door"),
-                                  QStringLiteral("192.168.1.24"), QStringLiteral("Macmini3,1"));
-    const auto five = console.add(QStringLiteral("Render Node A"), QStringLiteral("192.168.1.40"),
-                                  QStringLiteral("Xserve3,1"));
-    const auto six =
-        console.add(QStringLiteral("Sound"), QStringLiteral("192.168.1.50"), QStringLiteral("PowerMac6,1"));
-    const auto seven = console.add(QStringLiteral("Stock Room"), QStringLiteral("192.168.1.60"));
+    const auto one = console.add("Edit Bay 1", "192.168.1.21", "MacPro4,1");
+    console.add("Edit Bay 2", "192.168.1.22", "iMac9,1");
+    const auto three = console.add("Edit Bay 3", "192.168.1.23", "MacBookPro5,1");
+    const auto four =
+        console.add("Grading Suite on the second floor, left door", "192.168.1.24", "Macmini3,1");
+    const auto five = console.add("Render Node A", "192.168.1.40", "Xserve3,1");
+    const auto six = console.add("Sound", "192.168.1.50", "PowerMac6,1");
+    const auto seven = console.add("Stock Room", "192.168.1.60");
     three->setNeedsMaintenance(true);
     four->showConnecting();
-    five->showNotConnected(QStringLiteral("no answer within 20 seconds"));
+    five->showNotConnected(u"no answer within 20 seconds"_s);
     six->showChangedIdentity(certificate);
     seven->showError(2006);
     console.controller->services().serviceChanged(nullptr);
+    console.controller->setSoftwareUpdateCount(2, one->hostName());
+    console.controller->setSoftwareUpdateCount(12, three->hostName());
     auto& errors = *console.controller->errorCallback();
-    errors.addStringToQueue(QStringLiteral("The plug-in folder could not be read: permission denied"),
-                            one->hostName());
-    errors.addStringToQueue(QStringLiteral("Unable to connect"), five->hostName());
+    errors.addStringToQueue(u"The plug-in folder could not be read: permission denied"_s, one->hostName());
+    errors.addStringToQueue(u"Unable to connect"_s, five->hostName());
     errors.addStringToQueue(
-        QStringLiteral(
-            "The client software is out of date and has to be updated before this tool can be used on it"),
+        u"The client software is out of date and has to be updated before this tool can be used on it"_s,
         seven->hostName());
     QTest::qWait(100);
-    const QStringList hosts{one->hostName(), QStringLiteral("edit-bay-2.local."), three->hostName(),
-                            seven->hostName()};
+    const QStringList hosts{one->hostName(), u"edit-bay-2.local."_s, three->hostName(), seven->hostName()};
     console.addonry().setAddonryArray(samplePlugins(hosts));
     outline->view()->setFocus();
-    save(*console.window, QStringLiteral("main"));
+    save(*console.window, u"main"_s);
+    drawGroups(console, {one, three, seven});
 
     auto* tree = console.find<QTreeView>("addonryOutline");
     tree->setFocus();
@@ -133,57 +142,120 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.controller->taskThreads().startStatusProgress();
     console.controller->taskThreads().incrementStatusProgress();
     console.controller->taskThreads().incrementStatusProgress();
-    console.controller->taskThreads().setStatusRemark(
-        QStringLiteral("1 selected computer left out of this run"));
+    console.controller->taskThreads().setStatusRemark(u"1 selected computer left out of this run"_s);
     outline->view()->selectionModel()->select(
         outline->view()->indexBelow(outline->view()->model()->index(0, 0)),
         QItemSelectionModel::ClearAndSelect);
-    save(*console.window, QStringLiteral("expanded"));
+    save(*console.window, u"expanded"_s);
     console.window->resize(900, 560);
-    save(*console.window, QStringLiteral("small"));
+    save(*console.window, u"small"_s);
     console.window->resize(1280, 800);
     console.controller->taskThreads().endStatusProgress();
 
-    console.window->showTool(QStringLiteral("cronwell"));
-    console.window->findChild<QListView*>(QStringLiteral("toolView"))->setFocus();
-    save(*console.window, QStringLiteral("missing"));
-    console.window->showTool(QStringLiteral("addonry"));
+    console.window->showTool(u"cronwell"_s);
+    console.window->findChild<QListView*>(u"toolView"_s)->setFocus();
+    save(*console.window, u"missing"_s);
+    console.window->showTool(u"addonry"_s);
 
     AddComputerSheet sheet([](const ManualConnections::Entry&) { return true; }, console.window.get());
     sheet.show();
-    sheet.findChild<QLineEdit*>(QStringLiteral("connectionNameText"))->setText(QStringLiteral("Edit Bay 9"));
-    auto* address = sheet.findChild<QLineEdit*>(QStringLiteral("connectionIPAddressText"));
-    address->setText(QStringLiteral("192.168.01.7"));
+    sheet.findChild<QLineEdit*>(u"connectionNameText"_s)->setText(u"Edit Bay 9"_s);
+    auto* address = sheet.findChild<QLineEdit*>(u"connectionIPAddressText"_s);
+    address->setText(u"192.168.01.7"_s);
     Q_EMIT address->editingFinished();
-    save(sheet, QStringLiteral("add"));
+    save(sheet, u"add"_s);
     sheet.hide();
     IdentitySheet identity(
         six, [](const QByteArray&) {}, console.window.get());
     identity.show();
-    save(identity, QStringLiteral("identity"));
+    save(identity, u"identity"_s);
     identity.hide();
     WelcomeSheet welcome(console.window.get());
     welcome.show();
-    save(welcome, QStringLiteral("welcome"));
+    save(welcome, u"welcome"_s);
     welcome.hide();
     console.window->showErrorLog();
-    save(*console.window->findChild<ErrorLogWindow*>(), QStringLiteral("errors"));
+    save(*console.window->findChild<ErrorLogWindow*>(), u"errors"_s);
     console.window->showLog();
-    save(*console.window->findChild<LogWindow*>(), QStringLiteral("log"));
+    save(*console.window->findChild<LogWindow*>(), u"log"_s);
     console.controller->taskThreads().startProgress();
-    console.controller->taskThreads().updateProgressStatus(QStringLiteral("Syncing Alpha Transitions..."));
-    save(*console.window->findChild<ProgressSheet*>(), QStringLiteral("progress"));
+    console.controller->taskThreads().updateProgressStatus(u"Syncing Alpha Transitions..."_s);
+    save(*console.window->findChild<ProgressSheet*>(), u"progress"_s);
     console.controller->taskThreads().endProgress();
     applyTheme(themeColors().dark ? Theme::Light : Theme::Dark);
-    save(*console.window, QStringLiteral("switched-from"));
+    save(*console.window, u"switched-from"_s);
     applyTheme(themeColors().dark ? Theme::Light : Theme::Dark);
     for (QAction* action : console.window->menuBar()->actions()) {
-        if (action->text() == QStringLiteral("&Computer") || action->text() == QStringLiteral("&View")) {
+        if (action->text() == u"&Computer"_s || action->text() == u"&View"_s) {
             action->menu()->popup({0, 0});
-            save(*action->menu(), QStringLiteral("menu-") + action->text().mid(1).toLower());
+            save(*action->menu(), u"menu-"_s + action->text().mid(1).toLower());
             action->menu()->hide();
         }
     }
+}
+
+void drawPreferences(SampleConsole& console) {
+    console.controller->discovery().submitManualConnection({u"Edit Bay 9"_s, u"127.0.0.1"_s, 5473});
+    console.controller->discovery().submitManualConnection({u"Render Node B"_s, u"127.0.0.1"_s, 5474});
+    console.window->showPreferences();
+    auto* preferences = console.window->findChild<PreferencesWindow*>();
+    for (const char* section : {"General", "Security", "Network"}) {
+        preferences->findChild<QToolButton*>(u"section"_s + QLatin1String(section))->click();
+        save(*preferences, u"preferences-"_s + QString::fromLatin1(section).toLower());
+    }
+    preferences->findChild<QCheckBox*>(u"requireAdminPassword"_s)->click();
+    save(*preferences->findChild<AlertSheet*>(), u"alert-lockout"_s);
+    preferences->findChild<AlertSheet*>()->reject();
+    VLAlert::alertSheetWithMessageText(
+        u"Replace the plug-in on 3 computers?"_s, u"Replace"_s, u"Skip"_s, u"Cancel"_s,
+        u"Edit Bay 2 has a newer version <b>2.1</b> of “Alpha Transitions”. It will be replaced by 2.0."_s,
+        nullptr, false);
+    save(*console.window->findChild<AlertSheet*>(QString(), Qt::FindDirectChildrenOnly), u"alert"_s);
+    console.window->findChild<AlertSheet*>(QString(), Qt::FindDirectChildrenOnly)->orderOut();
+    console.controller->addDemonstrationClient();
+    console.controller->addDemonstrationClient();
+    save(*console.window, u"demo"_s);
+    VLUserDefaults::standardUserDefaults().removeObjectForKey(u"manualConnections"_s);
+}
+
+void drawClientWindows(SampleConsole& console, const QByteArray& certificate) {
+    const auto lock = console.add("Lock-Up Room", "192.168.1.71", "iMac9,1");
+    const auto dubbing = console.add("Dubbing <b>1</b>", "192.168.1.72", "MacPro4,1");
+    lock->showNotConnected(
+        u"The client does not accept this console: its certificate is not among those "
+        "that the client was given."_s,
+        ConnectionFailure::NotAuthorized);
+    dubbing->showNotConnected(u"No connection to 192.168.1.72, port 51000: Connection refused."_s,
+                              ConnectionFailure::Refused);
+    console.controller->showConnectionTroubleshooter(lock);
+    auto& window = *console.window->findChild<TroubleshooterWindow*>();
+    save(window, u"troubleshooter"_s);
+    window.select(dubbing);
+    auto& view = *window.findChild<ProblemView*>();
+    view.startPortTest();
+    view.addOutcome({{}, true, u"192.168.1.72, port 51000 is open: it took the connection after 3 ms."_s});
+    view.addOutcome({{}, false, u"fe80::1%eth0, port 51000 does not answer: nothing came back in time."_s});
+    save(window, u"troubleshooter-test"_s);
+    view.endPortTest();
+    for (const VLServicePtr& service : console.controller->services().serviceArray())
+        if (service->changedCertificate().size() > 0) window.select(service);
+    window.resize(640, 420);
+    save(window, u"troubleshooter-small"_s);
+    window.resize(900, 560);
+    console.controller->failingClients().setServices({});
+    save(window, u"troubleshooter-empty"_s);
+    window.close();
+
+    lock->showConfiguration({{u"version"_s, 1040},
+                             {u"corvalinVersion"_s, u"damaged"_s},
+                             {u"availableUpdateCount"_s, 3},
+                             {u"availableUpdateCountLastUpdate"_s, QDateTime::currentDateTimeUtc()}});
+    VLService::environment()->pins->pin(lock->pinName(), certificate);
+    console.controller->showInfo(lock);
+    auto& panel = *console.window->findChild<ClientInfoPanel*>();
+    save(panel, u"info"_s);
+    panel.showService(nullptr);
+    save(panel, u"info-none"_s);
 }
 
 }  // namespace
@@ -193,13 +265,15 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     const TestEnvironment environment;
     folder = QApplication::arguments().value(1, QDir::tempPath());
-    const QByteArray certificate = TlsIdentity::create(QStringLiteral("agent")).certificate;
+    const QByteArray certificate = TlsIdentity::create(u"agent"_s).certificate;
     for (const Theme theme : {Theme::Light, Theme::Dark}) {
         applyTheme(theme);
-        suffix = theme == Theme::Light ? QStringLiteral("light") : QStringLiteral("dark");
+        suffix = theme == Theme::Light ? u"light"_s : u"dark"_s;
         SampleConsole console;
         if (!console.start()) return 1;
         drawAll(console, certificate);
+        drawPreferences(console);
+        drawClientWindows(console, certificate);
         console.controller->shutDown();
         VLThread::reset();
         MainThread::resume();

@@ -8,6 +8,7 @@
 #include <QAction>
 #include <QMenu>
 
+#include <algorithm>
 #include <functional>
 
 namespace {
@@ -32,8 +33,11 @@ bool hasNewIdentity(const VLService& service) {
 
 ClientActions::ClientActions(AppController& controller, ClientOutline& outline, QWidget* window)
     : QObject(window), m_controller(controller), m_outline(outline), m_window(window) {
+    addCommand(QStringLiteral("Show Information"), "info",
+               QStringLiteral("Show what is known of the computer"), always, &AppController::showInfo)
+        ->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
     addCommand(QStringLiteral("Reconnect"), "reconnect", QStringLiteral("Connect to the computer anew"),
-               always, &AppController::reconnectClient);
+               always, &AppController::reconnectClient, true);
     addCommand(QStringLiteral("Disconnect"), "disconnect",
                QStringLiteral("End the connection and take the computer off the list"), always,
                &AppController::disconnectClient);
@@ -43,6 +47,12 @@ ClientActions::ClientActions(AppController& controller, ClientOutline& outline, 
     addCommand(QStringLiteral("Cancel Maintenance Request"), "maintenance",
                QStringLiteral("Tell the computer that its request for maintenance is done with"),
                wantsMaintenance, &AppController::cancelMaintenance);
+    QAction* errors = add(QStringLiteral("Show Errors"), "error-log",
+                          QStringLiteral("Show the computer's errors in the error log"), always, false);
+    connect(errors, &QAction::triggered, this, [this] {
+        if (const VLServicePtr service = m_outline.singleSelectedService()) Q_EMIT errorsRequested(service);
+    });
+    addSwitch();
     addCommand(QStringLiteral("Restart Client"), "restart",
                QStringLiteral("Start the computer's client agent anew"), connected,
                &AppController::restartClient, true);
@@ -65,13 +75,14 @@ QAction* ClientActions::add(const QString& text, const char* symbol, const QStri
     return action;
 }
 
-void ClientActions::addCommand(const QString& text, const char* symbol, const QString& help,
-                               Possible possible, Run run, bool startsGroup) {
+QAction* ClientActions::addCommand(const QString& text, const char* symbol, const QString& help,
+                                   Possible possible, Run run, bool startsGroup) {
     QAction* action = add(text, symbol, help, possible, startsGroup);
     connect(action, &QAction::triggered, this, [this, run] {
         if (const VLServicePtr service = m_outline.singleSelectedService())
             std::invoke(run, m_controller, service);  // GCC 12 gets ".*" wrong here under UBSan
     });
+    return action;
 }
 
 void ClientActions::addTo(QMenu* menu) const {
@@ -86,15 +97,52 @@ void ClientActions::update() {
     const VLServicePtr service = m_outline.singleSelectedService();
     for (const Entry& entry : m_entries)
         entry.action->setEnabled(service && entry.possible(*service));
+    updateSwitch();
 }
 
-void ClientActions::reviewIdentity(const VLServicePtr& service) {
+// ---- Enabling and disabling
+
+void ClientActions::addSwitch() {
+    m_switch =
+        add(QStringLiteral("Disable Computer"), "off",
+            QStringLiteral("Leave the computer out of what is done with the selected ones"), always, true);
+    m_switch->setObjectName(QStringLiteral("enableComputerAction"));
+    connect(m_switch, &QAction::triggered, this, &ClientActions::switchEnabled);
+}
+
+QList<VLServicePtr> ClientActions::chosenServices() const {
+    const ServiceList& services = m_controller.services();
+    return services.chosenGroups().isEmpty() ? services.chosenServices() : QList<VLServicePtr>();
+}
+
+void ClientActions::updateSwitch() {
+    const QList<VLServicePtr> chosen = chosenServices();
+    const bool disables = std::all_of(chosen.begin(), chosen.end(),
+                                      [](const VLServicePtr& service) { return service->enabled(); });
+    const QString verb = disables ? QStringLiteral("Disable") : QStringLiteral("Enable");
+    m_switch->setText(chosen.size() < 2 ? QStringLiteral("%1 Computer").arg(verb)
+                                        : QStringLiteral("%1 %2 Computers").arg(verb).arg(chosen.size()));
+    m_switch->setIcon(symbolIcon(disables ? QStringLiteral("off") : QStringLiteral("on")));
+    m_switch->setEnabled(!chosen.isEmpty());
+}
+
+/// Those that are enabled are disabled when all are; else all are enabled.
+void ClientActions::switchEnabled() {
+    const QList<VLServicePtr> chosen = chosenServices();
+    const bool disables = std::all_of(chosen.begin(), chosen.end(),
+                                      [](const VLServicePtr& service) { return service->enabled(); });
+    for (const VLServicePtr& service : chosen)
+        service->setEnabled(!disables);
+    m_controller.services().serviceChanged(nullptr);
+}
+
+void ClientActions::reviewIdentity(const VLServicePtr& service, QWidget* over) {
     if (!service || !hasNewIdentity(*service)) return;
     auto* sheet = new IdentitySheet(
         service,
         [this, service](const QByteArray& certificateShown) {
             service->acceptChangedCertificate(certificateShown, m_controller.errorCallback());
         },
-        m_window);
+        over ? over : m_window);
     sheet->open();
 }

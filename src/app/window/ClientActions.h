@@ -21,7 +21,11 @@ public:
     void addTo(QMenu* menu) const;
     /// Enables what is possible at this moment.
     void update();
-    void reviewIdentity(const VLServicePtr& service);
+    /// `over`: the window that the sheet belongs to; the main one when null.
+    void reviewIdentity(const VLServicePtr& service, QWidget* over = nullptr);
+
+Q_SIGNALS:
+    void errorsRequested(const VLServicePtr& service);
 
 private:
     using Run = void (AppController::*)(const VLServicePtr&);
@@ -33,11 +37,18 @@ private:
     };
     QAction* add(const QString& text, const char* symbol, const QString& help, Possible possible,
                  bool startsGroup);
-    void addCommand(const QString& text, const char* symbol, const QString& help, Possible possible, Run run,
-                    bool startsGroup = false);
+    QAction* addCommand(const QString& text, const char* symbol, const QString& help, Possible possible,
+                        Run run, bool startsGroup = false);
+
+    void addSwitch();
+    void updateSwitch();
+    void switchEnabled();
+    /// Machines whose own rows are selected: what is asked for is easily taken back, so it may be several.
+    [[nodiscard]] QList<VLServicePtr> chosenServices() const;
 
     AppController& m_controller;
     ClientOutline& m_outline;
     QWidget* m_window;
+    QAction* m_switch = nullptr;  ///< enables or disables
     QList<Entry> m_entries;
 };

@@ -48,6 +48,7 @@ int ErrorLogModel::columnCount(const QModelIndex& parent) const {
 QVariant ErrorLogModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid()) return {};
     const Record& record = m_records.at(index.row());
+    if (role == HostNameRole) return record.hostName;
     const QString computer = m_friendlyName ? m_friendlyName(record.hostName) : record.hostName;
     switch (index.column()) {
         case Date:

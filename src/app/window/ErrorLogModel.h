@@ -11,7 +11,7 @@ class ErrorLogModel : public QAbstractTableModel {
     Q_OBJECT
 public:
     enum Column { Date, Computer, Description, ColumnCount };
-    enum Role { SortRole = Qt::UserRole };
+    enum Role { SortRole = Qt::UserRole, HostNameRole };
     /// Names of the columns in the stored sort settings, in their order.
     [[nodiscard]] static QStringList columnNames();
 

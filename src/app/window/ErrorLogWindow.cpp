@@ -103,6 +103,20 @@ void ErrorLogWindow::reload() {
     m_clear->setEnabled(any);
 }
 
+void ErrorLogWindow::selectErrorsOf(const QString& hostName) {
+    QItemSelection selection;
+    for (int row = 0; row < m_sorted->rowCount(); ++row) {
+        const QModelIndex index = m_sorted->index(row, 0);
+        if (index.data(ErrorLogModel::HostNameRole).toString() == hostName) selection.select(index, index);
+    }
+    m_table->selectionModel()->select(selection,
+                                      QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    if (selection.isEmpty()) return;
+    const QModelIndex first = selection.first().topLeft();
+    m_table->selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+    m_table->scrollTo(first);
+}
+
 void ErrorLogWindow::copy() {
     const bool nothingSelected = !m_table->selectionModel()->hasSelection();
     if (nothingSelected) m_table->selectAll();

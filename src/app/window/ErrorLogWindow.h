@@ -16,6 +16,8 @@ class ErrorLogWindow : public QWidget {
 public:
     /// `controller` outlives the window.
     explicit ErrorLogWindow(AppController& controller, QWidget* parent = nullptr);
+    /// Selects the errors of one client and brings the first of them into view.
+    void selectErrorsOf(const QString& hostName);
 
 private:
     void buildTable();

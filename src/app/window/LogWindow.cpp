@@ -5,6 +5,7 @@
 #include "widgets/SearchField.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QCheckBox>
 #include <QFile>
@@ -134,6 +135,7 @@ void LogWindow::readOn() {
     m_text->appendPlainText(QString::fromUtf8(piece));
     QScrollBar* bar = m_text->verticalScrollBar();
     bar->setValue(m_follow->isChecked() ? bar->maximum() : scrolled);
+    if (another && !m_follow->isChecked()) scrollTextViewToTop(*m_text);
 }
 
 void LogWindow::find(bool backwards, bool fromStart) {

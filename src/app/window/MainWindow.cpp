@@ -1,9 +1,14 @@
 #include "app/window/MainWindow.h"
 
 #include "app/AppController.h"
+#include "app/window/BadgeClicks.h"
 #include "app/window/ClientActions.h"
+#include "app/window/ClientWindows.h"
 #include "app/window/ErrorLogWindow.h"
+#include "app/window/GroupActions.h"
+#include "app/window/InterfaceSetup.h"
 #include "app/window/LogWindow.h"
+#include "app/window/PreferencesWindow.h"
 #include "app/window/ProgressSheet.h"
 #include "app/window/StatusPanel.h"
 #include "app/window/ToolList.h"
@@ -15,17 +20,18 @@
 #include "foundation/VLBundle.h"
 #include "foundation/VLFormat.h"
 #include "foundation/VLUserDefaults.h"
+#include "system/VLAlert.h"
+#include "widgets/AlertSheet.h"
 #include "widgets/Badge.h"
-#include "widgets/PlainText.h"
 #include "widgets/RowCopy.h"
 #include "widgets/SymbolIcon.h"
+#include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QMenu>
-#include <QMessageBox>
-#include <QPushButton>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -54,16 +60,24 @@ MainWindow::MainWindow(AppController& controller, QWidget* parent)
     setWindowTitle(QStringLiteral("Orlendo"));
     setWindowIcon(drawingIcon(QStringLiteral(":/icons/orlendo.svg")));
     setMinimumSize(880, 520);
+    VLAlert::setPresenter(AlertSheet::presenter(this));
     buildContents();
     buildActions();
     buildToolBar();
     buildMenus();
     watchController();
+    m_setup = new InterfaceSetup(*this);
+    connect(m_panes, &ToolPanes::paneMade, m_setup, &InterfaceSetup::setUpPane);
+    m_controller.setInterface(m_setup);
+    followSystemTheme(*this);
     restoreLayout();
     m_outline->setFocus();
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow() {
+    m_controller.setInterface(nullptr);
+    VLAlert::setPresenter({});
+}
 
 void MainWindow::buildContents() {
     m_outline = new ClientOutline(m_controller.services());
@@ -97,8 +111,12 @@ void MainWindow::watchController() {
     connect(m_tools, &ToolList::toolSelected, this, &MainWindow::toolSelected);
     connect(m_outline, &ClientOutline::addComputerRequested, this, &MainWindow::showAddComputer);
     connect(m_outline, &ClientOutline::contextMenuRequested, this, &MainWindow::showClientMenu);
-    connect(m_outline, &ClientOutline::serviceActivated, m_clientActions, &ClientActions::reviewIdentity);
+    connect(m_clientWindows, &ClientWindows::logRequested, this, &MainWindow::showLog);
     connect(m_status, &StatusPanel::errorsClicked, this, &MainWindow::showErrorLog);
+    connect(m_clientActions, &ClientActions::errorsRequested, this, &MainWindow::showErrorsOf);
+    auto* badges = new BadgeClicks(m_controller, this);
+    connect(badges, &BadgeClicks::errorsRequested, this, &MainWindow::showErrorsOf);
+    connect(badges, &BadgeClicks::toolRequested, this, &MainWindow::showTool);
 
     ServiceList& services = m_controller.services();
     connect(&services, &ServiceList::serviceUpdated, m_clientActions, &ClientActions::update);
@@ -141,9 +159,7 @@ void MainWindow::restoreLayout() {
             break;
         }
     }
-    if (m_tools->model()->rowOf(identifier) < 0 && !m_controller.tools().isEmpty()) {
-        identifier = m_controller.tools().first().identifier;
-    }
+    if (m_tools->model()->rowOf(identifier) < 0) return selectFirstItemInTable(*m_tools->view());
     showTool(identifier);
 }
 
@@ -193,10 +209,14 @@ void MainWindow::updateSoftwareUpdates(qlonglong count) {
 // ---- Windows and sheets
 
 void MainWindow::showAddComputer() {
+    openAddComputer(this);
+}
+
+void MainWindow::openAddComputer(QWidget* over) {
     const auto submit = [this](const ManualConnections::Entry& entry) {
         return m_controller.discovery().submitManualConnection(entry);
     };
-    (new AddComputerSheet(submit, this))->open();
+    (new AddComputerSheet(submit, over))->open();
 }
 
 void MainWindow::showErrorLog() {
@@ -204,9 +224,23 @@ void MainWindow::showErrorLog() {
     bringToFront(m_errorLog.data());
 }
 
+void MainWindow::showErrorsOf(const VLServicePtr& service) {
+    showErrorLog();
+    m_errorLog->selectErrorsOf(service->hostName());
+}
+
 void MainWindow::showLog() {
     if (!m_log) m_log = new LogWindow(this);
     bringToFront(m_log.data());
+}
+
+void MainWindow::showPreferences() {
+    if (!m_preferences) {
+        m_preferences = new PreferencesWindow(m_controller, this);
+        connect(m_preferences, &PreferencesWindow::addComputerRequested, this,
+                [this] { openAddComputer(m_preferences); });
+    }
+    bringToFront(m_preferences.data());
 }
 
 void MainWindow::showAbout() {
@@ -214,45 +248,45 @@ void MainWindow::showAbout() {
     const auto text = [&](const char* key) {
         return bundle.objectForInfoDictionaryKey(QLatin1String(key)).toString();
     };
-    auto* about = new QMessageBox(QMessageBox::NoIcon, QStringLiteral("About Orlendo"),
-                                  QStringLiteral("Orlendo"), QMessageBox::Close, this, Qt::Sheet);
-    about->setIconPixmap(windowIcon().pixmap(QSize(64, 64), devicePixelRatioF()));
-    about->setInformativeText(QStringLiteral("Administration console of the Corvalin suite\nVersion %1 (%2)")
-                                  .arg(text("CFBundleShortVersionString"), text("CFBundleVersion")));
-    about->setAttribute(Qt::WA_DeleteOnClose);
-    about->open();
+    VLAlert::alertSheetWithMessageText(
+        QStringLiteral("Orlendo"), QStringLiteral("Close"), {}, {},
+        QStringLiteral("Administration console of the Corvalin suite\nVersion %1 (%2)")
+            .arg(text("CFBundleShortVersionString"), text("CFBundleVersion")),
+        this, false);
 }
 
 void MainWindow::showAdminOutdated(const QString& clientName) {
-    auto* alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Orlendo"),
-                                  QStringLiteral("Corvalin Orlendo is outdated"), QMessageBox::NoButton, this,
-                                  Qt::Sheet);
-    const QString text = vlFormat(
-        QStringLiteral("The client software on %@ is expecting a more recent version of Orlendo. Continued "
-                       "use of an outdated version could cause stability issues.\n\nWould you like to update "
-                       "Corvalin Orlendo now?"),
-        clientName);
-    alert->setInformativeText(literalText(text, Qt::WhiteSpaceNormal));
-    const QPushButton* search =
-        alert->addButton(QStringLiteral("Search for Updates"), QMessageBox::AcceptRole);
-    alert->addButton(QStringLiteral("Ignore"), QMessageBox::RejectRole);
-    alert->setAttribute(Qt::WA_DeleteOnClose);
-    connect(search, &QPushButton::clicked, this, [this] {
-        auto* failure =
-            new QMessageBox(QMessageBox::Warning, QStringLiteral("Orlendo"),
-                            QStringLiteral("Unable to check for updates"), QMessageBox::Ok, this, Qt::Sheet);
-        failure->setInformativeText(QStringLiteral("This version does not look for newer ones of itself."));
-        failure->setAttribute(Qt::WA_DeleteOnClose);
-        failure->open();
-    });
-    alert->open();
+    const auto answered = [window = QPointer(this)](int returnCode) {
+        if (returnCode != VLAlert::DefaultReturn || !window) return;
+        VLAlert::alertSheetWithMessageText(
+            QStringLiteral("Unable to check for updates"), {}, {}, {},
+            QStringLiteral("This version does not look for newer ones of itself."), window, false);
+    };
+    const QString selector = QStringLiteral("adminOutdatedAlertDidEnd:returnCode:contextInfo:");
+    VLAlert::alertSheetWithMessageText(
+        QStringLiteral("Corvalin Orlendo is outdated"), QStringLiteral("Search for Updates"),
+        QStringLiteral("Ignore"), {},
+        vlFormat(
+            QStringLiteral("The client software on %@ is expecting a more recent version of Orlendo. "
+                           "Continued use of an outdated version could cause stability issues.\n\nWould you "
+                           "like to update Corvalin Orlendo now?"),
+            clientName),
+        this,
+        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
+        selector, false);
 }
 
 void MainWindow::showClientMenu(const QPoint& position) {
     m_clientActions->update();
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    m_clientActions->addTo(menu);
+    if (m_controller.services().allSelected() || m_outline->singleSelectedGroup()) {
+        m_groupActions->addTo(menu);
+    } else {
+        m_clientActions->addTo(menu);
+        menu->addSeparator();
+        m_groupActions->addMoveMenu(menu);
+    }
     menu->popup(position);
 }
 
@@ -279,7 +313,9 @@ void MainWindow::copy() {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     saveLayout();
-    for (QWidget* window : {static_cast<QWidget*>(m_errorLog.data()), static_cast<QWidget*>(m_log.data())}) {
+    m_clientWindows->closeAll();
+    for (QWidget* window : {static_cast<QWidget*>(m_errorLog.data()), static_cast<QWidget*>(m_log.data()),
+                            static_cast<QWidget*>(m_preferences.data())}) {
         if (window) window->close();
     }
     QMainWindow::closeEvent(event);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "clients/VLService.h"
+
 #include <QHash>
 #include <QMainWindow>
 #include <QPointer>
@@ -7,9 +9,13 @@
 class AppController;
 class ClientActions;
 class ClientOutline;
-class CornerBadge;
+class ClientWindows;
+class EndBadge;
 class ErrorLogWindow;
+class GroupActions;
+class InterfaceSetup;
 class LogWindow;
+class PreferencesWindow;
 class QSplitter;
 class QToolBar;
 class StatusPanel;
@@ -30,7 +36,9 @@ public:
 public Q_SLOTS:
     void showAddComputer();
     void showErrorLog();
+    void showErrorsOf(const VLServicePtr& service);
     void showLog();
+    void showPreferences();
     void showAbout();
 
 protected:
@@ -51,6 +59,7 @@ private:
     void updateSoftwareUpdates(qlonglong count);
     void toolSelected(const QString& identifier);
     void copy();
+    void openAddComputer(QWidget* over);
     void showClientMenu(const QPoint& position);
     void showAdminOutdated(const QString& clientName);
     static void closeWindowsAbout(const QString& clientName);
@@ -64,9 +73,13 @@ private:
     QSplitter* m_splitter = nullptr;
     StatusPanel* m_status = nullptr;
     ClientActions* m_clientActions = nullptr;
-    CornerBadge* m_updateBadge = nullptr;
+    GroupActions* m_groupActions = nullptr;
+    ClientWindows* m_clientWindows = nullptr;
+    EndBadge* m_updateBadge = nullptr;
     QPointer<ErrorLogWindow> m_errorLog;
     QPointer<LogWindow> m_log;
+    QPointer<PreferencesWindow> m_preferences;
+    InterfaceSetup* m_setup = nullptr;
 
     QAction* m_addComputer = nullptr;
     QAction* m_refresh = nullptr;

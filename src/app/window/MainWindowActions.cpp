@@ -2,6 +2,8 @@
 #include "app/AppController.h"
 #include "app/MakerSite.h"
 #include "app/window/ClientActions.h"
+#include "app/window/GroupActions.h"
+#include "app/window/ClientWindows.h"
 #include "app/window/MainWindow.h"
 #include "app/window/ToolList.h"
 #include "clients/view/ClientOutline.h"
@@ -35,6 +37,8 @@ QAction* MainWindow::makeAction(const QString& text, const char* symbol, const Q
 
 void MainWindow::buildActions() {
     m_clientActions = new ClientActions(m_controller, *m_outline, this);
+    m_groupActions = new GroupActions(m_controller.services(), *m_outline, this);
+    m_clientWindows = new ClientWindows(m_controller, *m_outline, *m_clientActions, this);
     m_addComputer = makeAction(QStringLiteral("Add Computer"), "add-computer",
                                QStringLiteral("Add a computer by its address"), QKeySequence::New);
     m_addComputer->setObjectName(QStringLiteral("addComputerAction"));
@@ -79,7 +83,7 @@ void MainWindow::buildToolBar() {
         button->setFocusPolicy(Qt::TabFocus);
         button->setMinimumHeight(32);
     }
-    m_updateBadge = new CornerBadge(bar->widgetForAction(m_softwareUpdate));
+    m_updateBadge = new EndBadge(bar->widgetForAction(m_softwareUpdate));
     addToolBar(Qt::TopToolBarArea, bar);
     setContextMenuPolicy(Qt::NoContextMenu);
 }
@@ -88,6 +92,12 @@ void MainWindow::buildMenus() {
     QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     file->addAction(symbolIcon(QStringLiteral("add-computer")), QStringLiteral("&Add Computer…"), this,
                     &MainWindow::showAddComputer);
+    file->addAction(m_groupActions->newGroup());
+    QAction* demonstration = file->addAction(QStringLiteral("Add &Demonstration Computer"), this,
+                                             [this] { m_controller.addDemonstrationClient(); });
+    demonstration->setObjectName(QStringLiteral("addDemonstrationAction"));
+    demonstration->setToolTip(
+        QStringLiteral("Add a computer with sample data, to try the tools without a client agent"));
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("&Quit Orlendo"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
@@ -104,9 +114,17 @@ void MainWindow::buildMenus() {
                         m_outline->searchField()->setFocus();
                         m_outline->searchField()->selectAll();
                     });
+    edit->addSeparator();
+    QAction* preferences =
+        edit->addAction(QStringLiteral("&Preferences…"), this, &MainWindow::showPreferences);
+    preferences->setObjectName(QStringLiteral("preferencesAction"));
+    preferences->setMenuRole(QAction::PreferencesRole);
+    preferences->setShortcuts(QKeySequence::Preferences);
+    if (preferences->shortcuts().isEmpty()) preferences->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     view->addAction(m_refresh);
+    m_groupActions->addSortMenu(view);
     buildThemeMenu(view->addMenu(QStringLiteral("&Theme")));
     view->addSeparator();
     int number = 0;
@@ -120,8 +138,12 @@ void MainWindow::buildMenus() {
 
     QMenu* computer = menuBar()->addMenu(QStringLiteral("&Computer"));
     m_clientActions->addTo(computer);
+    computer->addSeparator();
+    m_groupActions->addMoveMenu(computer);
+    m_groupActions->addGroupItems(computer);
     connect(computer, &QMenu::aboutToShow, m_clientActions, &ClientActions::update);
     computer->addSeparator();
+    m_clientWindows->addTo(computer);
     QMenu* goTo = computer->addMenu(QStringLiteral("&Go To"));
     goTo->setObjectName(QStringLiteral("goToMenu"));
     connect(goTo, &QMenu::triggered, this, [this](const QAction* action) {
@@ -141,6 +163,8 @@ void MainWindow::buildThemeMenu(QMenu* menu) {
         QAction* action = menu->addAction(text);
         action->setCheckable(true);
         action->setChecked(currentTheme() == theme);
+        connect(menu, &QMenu::aboutToShow, action,
+                [action, theme] { action->setChecked(currentTheme() == theme); });
         group->addAction(action);
         connect(action, &QAction::triggered, this, [theme] {
             applyTheme(theme);

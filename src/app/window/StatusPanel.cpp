@@ -12,10 +12,6 @@
 #include <QPushButton>
 #include <QToolButton>
 
-namespace {
-constexpr int lowestHeight = 44;
-}
-
 StatusPanel::StatusPanel(TaskThreads& taskThreads, QWidget* parent)
     : QWidget(parent),
       m_taskThreads(taskThreads),
@@ -51,12 +47,17 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, QWidget* parent)
     layout->addWidget(m_progress);
     layout->addWidget(m_cancel);
     layout->addWidget(m_errors);
-    setFixedHeight(qMax(lowestHeight, fontMetrics().height() * 2));
+    m_cancel->setFixedHeight(qMax(22, fontMetrics().height() + 4));
+    m_errors->setFixedHeight(m_cancel->height());
 
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_taskThreads.cancelStatusProgress(); });
     connect(m_errors, &QToolButton::clicked, this, &StatusPanel::errorsClicked);
     connect(&taskThreads, &TaskThreads::statusChanged, this, &StatusPanel::renew);
     renew();
+}
+
+void StatusPanel::setContentBorderThickness(int points) {
+    setFixedHeight(qMax(points, m_cancel->height() + 6));
 }
 
 void StatusPanel::renew() {

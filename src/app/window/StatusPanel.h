@@ -15,6 +15,8 @@ public:
     /// `taskThreads` outlives the panel.
     explicit StatusPanel(TaskThreads& taskThreads, QWidget* parent = nullptr);
 
+    /// Height of the bar; more where the font needs it.
+    void setContentBorderThickness(int points);
     /// Hidden when empty.
     void setErrorLabel(const QString& label);
 

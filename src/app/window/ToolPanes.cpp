@@ -53,6 +53,7 @@ void ToolPanes::show(const Tool& tool) {
     if (!pane) {
         pane = makePane(tool);
         m_stack->addWidget(pane);
+        Q_EMIT paneMade(pane);
     }
     m_stack->setCurrentWidget(pane);
 }

@@ -24,6 +24,9 @@ public:
     /// Null before a tool was shown.
     [[nodiscard]] QWidget* currentPane() const;
 
+Q_SIGNALS:
+    void paneMade(QWidget* pane);
+
 private:
     QWidget* makePane(const Tool& tool);
     QWidget* makeMissingPane(const Tool& tool);

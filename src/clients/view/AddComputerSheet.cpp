@@ -1,11 +1,11 @@
 #include "clients/view/AddComputerSheet.h"
 
+#include "system/VLAlert.h"
 #include "widgets/Theme.h"
 
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -111,11 +111,7 @@ void AddComputerSheet::accept() {
         Sheet::accept();
         return;
     }
-    auto* alert =
-        new QMessageBox(QMessageBox::Warning, QStringLiteral("Connection already exists"),
-                        QStringLiteral("Connection already exists"), QMessageBox::Ok, this, Qt::Sheet);
-    alert->setObjectName(QStringLiteral("connectionExistsAlert"));
-    alert->setInformativeText(QStringLiteral("There is already a service with this IP address and port."));
-    alert->setAttribute(Qt::WA_DeleteOnClose);
-    alert->open();
+    VLAlert::alertSheetWithMessageText(
+        QStringLiteral("Connection already exists"), {}, {}, {},
+        QStringLiteral("There is already a service with this IP address and port."), this, false);
 }

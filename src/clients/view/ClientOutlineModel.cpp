@@ -1,39 +1,55 @@
 #include "clients/view/ClientOutlineModel.h"
 
+#include "clients/ServicePasteboard.h"
+#include "clients/view/ClientOutlineRows.h"
 #include "widgets/PlainText.h"
 
+#include <QMimeData>
 #include <QSet>
-
-#include <algorithm>
 
 namespace {
 
-constexpr quintptr groupId = 0;    // internal id of group rows
-constexpr quintptr machineId = 1;  // of machines: their group's row plus one
+constexpr quintptr topId = 0;  // internal id of the rows at the top; machines have that of their section
 constexpr std::chrono::milliseconds gatherTime(30);
+
+QString counted(qlonglong count, const char* singular) {
+    return QStringLiteral("%1 %2%3").arg(count).arg(QLatin1String(singular),
+                                                    count == 1 ? QString() : QStringLiteral("s"));
+}
 
 }  // namespace
 
 bool ClientOutlineModel::Row::looksLike(const Row& other) const {
     return name == other.name && hostName == other.hostName && address == other.address &&
-           state == other.state && spinning == other.spinning && maintenance == other.maintenance &&
-           errors == other.errors && updates == other.updates &&
+           model == other.model && state == other.state && spinning == other.spinning &&
+           maintenance == other.maintenance && errors == other.errors && updates == other.updates &&
            picture.cacheKey() == other.picture.cacheKey();
 }
 
 ClientOutlineModel::ClientOutlineModel(ServiceList& services, QObject* parent)
     : QAbstractItemModel(parent), m_services(services) {
+    auto all = std::make_unique<Section>();
+    all->id = ++m_lastId;
+    all->name = ServiceList::allComputersTitle();
+    m_sectionOfId.insert(all->id, all.get());
+    m_sections.push_back(std::move(all));
+
     m_refreshTimer.setSingleShot(true);
     m_refreshTimer.setInterval(gatherTime);
     connect(&m_refreshTimer, &QTimer::timeout, this, &ClientOutlineModel::refresh);
-    connect(&services, &ServiceList::serviceAdded, this, &ClientOutlineModel::follow);
-    connect(&services, &ServiceList::serviceRemoved, this, &ClientOutlineModel::follow);
+    connect(&services, &ServiceList::serviceAdded, this, &ClientOutlineModel::followSoon);
+    connect(&services, &ServiceList::serviceRemoved, this, &ClientOutlineModel::followSoon);
+    connect(&services, &ServiceList::groupsChanged, this, &ClientOutlineModel::follow);
     connect(&services, &ServiceList::serviceUpdated, this, [this] {
         if (!m_refreshTimer.isActive()) m_refreshTimer.start();
     });
-    for (const VLServicePtr& service : services.serviceArray())
-        m_rows.push_back(makeRow(service));
-    reindex();
+    follow();
+}
+
+ClientOutlineModel::~ClientOutlineModel() = default;
+
+QStringList ClientOutlineModel::sortColumnNames() {
+    return {QStringLiteral("name"), QStringLiteral("state"), QStringLiteral("address")};
 }
 
 void ClientOutlineModel::setErrorCounts(const QHash<QString, int>& counts) {
@@ -46,12 +62,26 @@ void ClientOutlineModel::setUpdateCount(std::function<qlonglong(const QString& h
     refresh();
 }
 
+void ClientOutlineModel::setSorting(SortColumn column, Qt::SortOrder order) {
+    m_sortColumn = column;
+    m_sortOrder = order;
+    follow();
+}
+
+void ClientOutlineModel::setFilterText(const QString& text) {
+    m_filterText = text.trimmed();
+    follow();
+}
+
+// ---- What the rows show
+
 ClientOutlineModel::Row ClientOutlineModel::makeRow(const VLServicePtr& service) const {
     Row row;
     row.service = service;
     row.name = service->name();
     row.hostName = service->hostName();
     row.address = service->ipAddress();
+    row.model = clientModel(*service);
     row.state = clientState(*service);
     row.spinning = service->spinning() || service->isProcessing();
     row.maintenance = service->needsMaintenance();
@@ -62,143 +92,106 @@ ClientOutlineModel::Row ClientOutlineModel::makeRow(const VLServicePtr& service)
     return row;
 }
 
+/// What is derived from the shown texts; most looks at a row find them unchanged.
+void ClientOutlineModel::Row::derive() {
+    searchText = QStringList{name, hostName, address, model}.join(QLatin1Char('\n'));
+    addressNumber = QHostAddress(address).toIPv4Address();
+}
+
+/// True when it shows something else now.
+bool ClientOutlineModel::readRow(Row& row) {
+    Row now = makeRow(row.service);
+    if (now.looksLike(row)) return false;
+    now.placeInAll = row.placeInAll;
+    now.placeInGroup = row.placeInGroup;
+    now.group = row.group;
+    now.generation = row.generation;
+    now.matches = row.matches;
+    now.changed = true;
+    now.derive();
+    row = std::move(now);
+    return true;
+}
+
 void ClientOutlineModel::refresh() {
     m_refreshTimer.stop();
+    bool anyChanged = false;
+    for (const auto& entry : m_rows)
+        anyChanged |= readRow(*entry.second);
     follow();
-    syncRows();
+    if (anyChanged) emitChangedRows();
 }
 
-/// The rows of the list and their order, not what they show.
-void ClientOutlineModel::follow() {
-    const qsizetype before = rowCount(allComputersIndex());
-    syncOrder(m_services.serviceArray());
-    if (before != rowCount(allComputersIndex())) {
-        const QModelIndex all = allComputersIndex();
-        Q_EMIT dataChanged(all, all, {CountRole, Qt::ToolTipRole, Qt::AccessibleTextRole});
-    }
-}
-
-/// Removes and inserts rows so that they stand as in `services`. Rows that stay are never touched, so their
-/// selection stays too.
-void ClientOutlineModel::syncOrder(const QList<VLServicePtr>& services) {
-    const QModelIndex parent = allComputersIndex();
-    QSet<const VLService*> wanted;
-    for (const VLServicePtr& service : services)
-        wanted.insert(service.get());
-
-    for (int row = int(m_rows.size()) - 1; row >= 0; --row) {
-        if (wanted.contains(m_rows[size_t(row)].service.get())) continue;
-        beginRemoveRows(parent, row, row);
-        m_rows.erase(m_rows.begin() + row);
-        reindex();
-        endRemoveRows();
-    }
-    const auto at = [this](int row) { return m_rows[size_t(row)].service; };
-    for (int row = 0; row < services.size(); ++row) {
-        if (row < int(m_rows.size()) && at(row) == services[row]) continue;
-        const int present = m_rowOf.value(services[row].get(), -1);
-        if (present < 0) {
-            beginInsertRows(parent, row, row);
-            m_rows.insert(m_rows.begin() + row, makeRow(services[row]));
-            reindex();
-            endInsertRows();
-        } else {
-            // A renamed machine: everything between its old and its new place moves by one.
-            beginMoveRows(parent, present, present, parent, row);
-            std::rotate(m_rows.begin() + row, m_rows.begin() + present, m_rows.begin() + present + 1);
-            reindex();
-            endMoveRows();
+/// One signal for each run of rows.
+void ClientOutlineModel::emitChangedRows() {
+    for (const auto& section : m_sections) {
+        const Rows& rows = section->rows;
+        for (size_t begin = 0; begin < rows.size(); ++begin) {
+            if (!rows[begin]->changed) continue;
+            size_t last = begin;
+            while (last + 1 < rows.size() && rows[last + 1]->changed)
+                ++last;
+            Q_EMIT dataChanged(createIndex(int(begin), 0, section->id),
+                               createIndex(int(last), 0, section->id));
+            begin = last;
         }
     }
+    for (const auto& entry : m_rows)
+        entry.second->changed = false;
 }
 
-void ClientOutlineModel::syncRows() {
-    const QModelIndex parent = allComputersIndex();
-    for (size_t i = 0; i < m_rows.size(); ++i) {
-        Row now = makeRow(m_rows[i].service);
-        if (now.looksLike(m_rows[i])) continue;
-        m_rows[i] = std::move(now);
-        const QModelIndex changed = index(int(i), 0, parent);
-        Q_EMIT dataChanged(changed, changed);
-    }
+QString ClientOutlineModel::sectionToolTip(const Section& section) const {
+    if (!section.group)
+        return QStringLiteral("Work on every computer of the list, also on those found later");
+    QStringList lines{section.name};
+    lines << (section.count == 0 ? QStringLiteral("Empty: drag computers here")
+                                 : counted(section.count, "computer"));
+    if (section.absentCount > 0)
+        lines << QStringLiteral("%1 more not found at present").arg(section.absentCount);
+    return literalText(lines.join(QLatin1Char('\n')));
 }
 
-void ClientOutlineModel::reindex() {
-    m_rowOf.clear();
-    for (size_t i = 0; i < m_rows.size(); ++i)
-        m_rowOf.insert(m_rows[i].service.get(), int(i));
-}
-
-QModelIndex ClientOutlineModel::indexOf(const VLServicePtr& service) const {
-    const int row = m_rowOf.value(service.get(), -1);
-    return row < 0 ? QModelIndex() : index(row, 0, allComputersIndex());
-}
-
-VLServicePtr ClientOutlineModel::serviceAt(const QModelIndex& index) const {
-    if (!index.isValid() || index.internalId() == groupId) return nullptr;
-    return m_rows[size_t(index.row())].service;
-}
-
-QModelIndex ClientOutlineModel::index(int row, int column, const QModelIndex& parent) const {
-    if (!hasIndex(row, column, parent)) return {};
-    return createIndex(row, column, parent.isValid() ? machineId + quintptr(parent.row()) : groupId);
-}
-
-QModelIndex ClientOutlineModel::parent(const QModelIndex& child) const {
-    if (!child.isValid() || child.internalId() == groupId) return {};
-    return createIndex(int(child.internalId() - machineId), 0, groupId);
-}
-
-int ClientOutlineModel::rowCount(const QModelIndex& parent) const {
-    if (!parent.isValid()) return 1;
-    return parent.internalId() == groupId && parent.column() == 0 ? int(m_rows.size()) : 0;
-}
-
-int ClientOutlineModel::columnCount(const QModelIndex&) const {
-    return 1;
-}
-
-QVariant ClientOutlineModel::groupData(int role) const {
-    const QString title = QStringLiteral("All Computers");
+QVariant ClientOutlineModel::sectionData(const Section& section, int role) const {
     switch (role) {
         case Qt::DisplayRole:
-            return title;
+        case Qt::EditRole:
+            return section.name;
         case Qt::AccessibleTextRole:
-            return QStringLiteral("%1, %2").arg(title).arg(m_rows.size());
+            return QStringLiteral("%1, %2").arg(section.name, counted(section.count, "computer"));
         case IsGroupRole:
             return true;
+        case GroupRole:
+            return QVariant::fromValue(section.group);
         case CountRole:
-            return int(m_rows.size());
+            return int(section.count);
         case Qt::ToolTipRole:
-            return QStringLiteral("Work on every computer of the list, also on those found later");
+            return sectionToolTip(section);
         default:
             return {};
     }
 }
 
-QString ClientOutlineModel::toolTip(const Row& row) const {
+QString ClientOutlineModel::toolTip(const Row& row) {
     QStringList lines{row.name};
     if (!row.hostName.isEmpty() && row.hostName != row.name) lines << row.hostName;
     if (!row.address.isEmpty())
         lines << QStringLiteral("%1, port %2").arg(row.address).arg(row.service->port());
+    if (!row.model.isEmpty()) lines << row.model;
     if (row.state.kind != ClientState::Connected) lines << row.state.text;
     if (row.service->isManual()) lines << QStringLiteral("Added by hand");
     if (row.maintenance) lines << QStringLiteral("Asks for maintenance");
-    if (row.errors > 0) {
-        lines
-            << QStringLiteral("%1 error%2 in the error log").arg(row.errors).arg(row.errors == 1 ? "" : "s");
-    }
-    if (row.updates > 0)
-        lines << QStringLiteral("%1 software update%2 available")
-                     .arg(row.updates)
-                     .arg(row.updates == 1 ? "" : "s");
+    if (row.errors > 0) lines << counted(row.errors, "error") + QStringLiteral(" in the error log");
+    if (row.updates > 0) lines << counted(row.updates, "software update") + QStringLiteral(" available");
     return lines.join(QLatin1Char('\n'));
 }
 
 QVariant ClientOutlineModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid()) return {};
-    if (index.internalId() == groupId) return groupData(role);
-    const Row& row = m_rows[size_t(index.row())];
+    const Row* found = rowAt(index);
+    if (!found) {
+        const Section* section = sectionAt(index);
+        return section ? sectionData(*section, role) : QVariant();
+    }
+    const Row& row = *found;
     switch (role) {
         case Qt::DisplayRole:
             return row.name;
@@ -224,20 +217,138 @@ QVariant ClientOutlineModel::data(const QModelIndex& index, int role) const {
             return row.updates;
         case PictureRole:
             return row.picture;
-        case SearchTextRole:
-            return QString(row.name + QLatin1Char('\n') + row.hostName + QLatin1Char('\n') + row.address);
         default:
             return {};
     }
 }
 
-void ClientFilterModel::setFilterText(const QString& text) {
-    m_text = text.trimmed();
-    invalidateFilter();
+bool ClientOutlineModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    const VLServiceGroupPtr group = groupAt(index);
+    const QString name = value.toString().trimmed();
+    if (!group || role != Qt::EditRole || !m_services.groupNameProblem(name, group).isEmpty()) return false;
+    m_services.renameGroup(group, name);
+    return true;
 }
 
-bool ClientFilterModel::filterAcceptsRow(int row, const QModelIndex& parent) const {
-    if (m_text.isEmpty() || !parent.isValid()) return true;
-    const QModelIndex index = sourceModel()->index(row, 0, parent);
-    return index.data(ClientOutlineModel::SearchTextRole).toString().contains(m_text, Qt::CaseInsensitive);
+// ---- Structure
+
+ClientOutlineModel::Section* ClientOutlineModel::sectionAt(const QModelIndex& index) const {
+    const bool isTop = index.isValid() && index.internalId() == topId;
+    return isTop && size_t(index.row()) < m_sections.size() ? m_sections[size_t(index.row())].get() : nullptr;
+}
+
+const ClientOutlineModel::Row* ClientOutlineModel::rowAt(const QModelIndex& index) const {
+    const Section* section = index.isValid() ? m_sectionOfId.value(index.internalId()) : nullptr;
+    if (!section || size_t(index.row()) >= section->rows.size()) return nullptr;
+    return section->rows[size_t(index.row())];
+}
+
+QModelIndex ClientOutlineModel::indexOf(const Section& section) const {
+    return createIndex(section.position, 0, topId);
+}
+
+QModelIndex ClientOutlineModel::indexOf(const VLServicePtr& service) const {
+    const auto found = m_rows.find(service.get());
+    if (found == m_rows.end() || found->second->placeInAll == Row::nowhere) return {};
+    return createIndex(found->second->placeInAll, 0, m_sections.front()->id);
+}
+
+QModelIndex ClientOutlineModel::indexInGroup(const VLServicePtr& service) const {
+    const auto found = m_rows.find(service.get());
+    if (found == m_rows.end() || !found->second->group) return {};
+    return createIndex(found->second->placeInGroup, 0, found->second->group->id);
+}
+
+QModelIndex ClientOutlineModel::indexOf(const VLServiceGroupPtr& group) const {
+    for (const auto& section : m_sections)
+        if (section->group == group) return indexOf(*section);
+    return {};
+}
+
+VLServicePtr ClientOutlineModel::serviceAt(const QModelIndex& index) const {
+    const Row* row = rowAt(index);
+    return row ? row->service : nullptr;
+}
+
+VLServiceGroupPtr ClientOutlineModel::groupAt(const QModelIndex& index) const {
+    const Section* section = sectionAt(index);
+    return section ? section->group : nullptr;
+}
+
+QModelIndex ClientOutlineModel::index(int row, int column, const QModelIndex& parent) const {
+    if (!hasIndex(row, column, parent)) return {};
+    const Section* section = sectionAt(parent);
+    return createIndex(row, column, section ? section->id : topId);
+}
+
+QModelIndex ClientOutlineModel::parent(const QModelIndex& child) const {
+    const Section* section = child.isValid() ? m_sectionOfId.value(child.internalId()) : nullptr;
+    return section ? indexOf(*section) : QModelIndex();
+}
+
+int ClientOutlineModel::rowCount(const QModelIndex& parent) const {
+    if (!parent.isValid()) return int(m_sections.size());
+    const Section* section = parent.column() == 0 ? sectionAt(parent) : nullptr;
+    return section ? int(section->rows.size()) : 0;
+}
+
+int ClientOutlineModel::columnCount(const QModelIndex&) const {
+    return 1;
+}
+
+Qt::ItemFlags ClientOutlineModel::flags(const QModelIndex& index) const {
+    if (!index.isValid()) return Qt::NoItemFlags;
+    constexpr Qt::ItemFlags usable = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    if (rowAt(index)) return usable | Qt::ItemIsDragEnabled | Qt::ItemNeverHasChildren;
+    return groupAt(index) ? usable | Qt::ItemIsDropEnabled | Qt::ItemIsEditable
+                          : usable | Qt::ItemIsDropEnabled;
+}
+
+// ---- Drag and drop
+
+QStringList ClientOutlineModel::mimeTypes() const {
+    return {QLatin1String(ServicePasteboard::type)};
+}
+
+QMimeData* ClientOutlineModel::mimeData(const QModelIndexList& indexes) const {
+    QList<VLServicePtr> services;
+    QSet<const VLService*> taken;
+    for (const QModelIndex& index : indexes) {
+        const VLServicePtr service = serviceAt(index);
+        if (!service || taken.contains(service.get())) continue;
+        taken.insert(service.get());
+        services << service;
+    }
+    if (services.isEmpty()) return nullptr;
+    auto* data = new QMimeData;  // the drag owns it
+    data->setData(QLatin1String(ServicePasteboard::type), ServicePasteboard::encode(services));
+    return data;
+}
+
+/// Anywhere in a group means the group. Only the very title of "All Computers" takes machines out of theirs:
+/// a machine that slips a little in the long list below it must not.
+QModelIndex ClientOutlineModel::dropTarget(const QModelIndex& index) const {
+    if (sectionAt(index)) return index;
+    const QModelIndex group = parent(index);
+    return groupAt(group) ? group : QModelIndex();
+}
+
+bool ClientOutlineModel::canDropMimeData(const QMimeData* data, Qt::DropAction, int row, int,
+                                         const QModelIndex& parent) const {
+    const bool isTarget = dropTarget(parent).isValid() && (row < 0 || groupAt(dropTarget(parent)));
+    return data && data->hasFormat(QLatin1String(ServicePasteboard::type)) && isTarget;
+}
+
+bool ClientOutlineModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                                      const QModelIndex& parent) {
+    if (!canDropMimeData(data, action, row, column, parent)) return false;
+    const VLServiceGroupPtr group = groupAt(dropTarget(parent));
+    QList<VLServicePtr> services;
+    for (const VLServicePtr& record :
+         ServicePasteboard::decode(data->data(QLatin1String(ServicePasteboard::type)))) {
+        const VLServicePtr service = m_services.serviceWithHostName(record->hostName());
+        if (service && service->hostName() == record->hostName()) services << service;
+    }
+    m_services.moveToGroup(services, group);
+    return !services.isEmpty();
 }

@@ -1,16 +1,19 @@
 #include "clients/view/ClientRowDelegate.h"
 
 #include "clients/view/ClientOutlineModel.h"
-#include "foundation/VLNotificationCenter.h"
+#include "clients/view/ClientTreeView.h"
 #include "widgets/Badge.h"
 #include "widgets/RowPatch.h"
 #include "widgets/Spinner.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
-#include <QMouseEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QPainter>
 #include <QPixmapCache>
+#include <QToolTip>
 
 namespace {
 
@@ -18,6 +21,11 @@ constexpr int pictureSize = 36;
 constexpr int markSize = 10;
 constexpr int smallSymbol = 16;
 constexpr int groupSymbol = 20;
+constexpr int triangleSize = 14;
+constexpr int textGap = 11;  ///< between a picture and the text
+constexpr int editorHeight = 28;
+constexpr int longestGroupName = 255;
+constexpr auto problemProperty = "problem";
 
 QColor markColor(int kind) {
     const ThemeColors& c = themeColors();
@@ -44,24 +52,6 @@ QPixmap scaledPicture(const QImage& picture, double ratio) {
     pixmap.setDevicePixelRatio(ratio);
     QPixmapCache::insert(key, pixmap);
     return pixmap;
-}
-
-void paintGroup(QPainter* painter, const QRect& content, const QModelIndex& index) {
-    const ThemeColors& c = themeColors();
-    const QString count = QString::number(index.data(ClientOutlineModel::CountRole).toInt());
-    QRect rest = content;
-    QRectF symbol(content.left() + (pictureSize - groupSymbol) / 2.0, 0, groupSymbol, groupSymbol);
-    symbol.moveTop(content.center().y() - groupSymbol / 2.0 + 0.5);
-    paintSymbol(painter, symbol, QStringLiteral("computers"), c.accent);
-    rest.setLeft(content.left() + pictureSize + 10);
-    const int badge = paintBadge(painter, rest, count, blended(c.sidebar, c.text, 0.1), c.secondaryText);
-    rest.setRight(rest.right() - badge - Metrics::unit);
-    const QFont font = themeFont(1.0, QFont::DemiBold);
-    painter->setFont(font);
-    painter->setPen(c.text);
-    const QString name = index.data().toString();
-    painter->drawText(rest, Qt::AlignVCenter | Qt::AlignLeft,
-                      QFontMetrics(font).elidedText(name, Qt::ElideRight, rest.width()));
 }
 
 QRect contentOf(const QRect& row) {
@@ -121,11 +111,69 @@ int paintMarks(QPainter* painter, const QRect& content, const QModelIndex& index
     return marks.begin;
 }
 
+/// The name of a group begins where those of the machines do.
+QRect groupTextRect(const QRect& row, const QString& count) {
+    const QRect content = contentOf(row);
+    return content.adjusted(pictureSize + textGap - 1, 0, -badgeWidth(count) - Metrics::unit, 0);
+}
+
+QString countOf(const QModelIndex& index) {
+    return QString::number(index.data(ClientOutlineModel::CountRole).toInt());
+}
+
+bool isAllComputers(const QModelIndex& index) {
+    return !index.data(ClientOutlineModel::GroupRole).value<VLServiceGroupPtr>();
+}
+
+void paintGroup(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) {
+    const ThemeColors& c = themeColors();
+    const QRect content = contentOf(option.rect);
+    const auto centred = [&](double left, double size) {
+        return QRectF(left, content.center().y() - size / 2.0 + 0.5, size, size);
+    };
+    const QRect triangle = ClientRowDelegate::triangleArea(option.rect);
+    paintSymbol(painter, centred(triangle.center().x() - triangleSize / 2.0 + 1, triangleSize),
+                option.state & QStyle::State_Open ? QStringLiteral("next") : QStringLiteral("forward"),
+                c.secondaryText);
+    const bool all = isAllComputers(index);
+    paintSymbol(painter, centred(content.left() + pictureSize - groupSymbol, groupSymbol),
+                all ? QStringLiteral("computers") : QStringLiteral("folder"), c.accent);
+    const QString count = countOf(index);
+    paintBadge(painter, content, count, blended(c.sidebar, c.text, 0.1), c.secondaryText);
+
+    QRect rest = groupTextRect(option.rect, count);
+    const QFont font = themeFont(1.0, QFont::DemiBold), hintFont = themeFont(0.9);
+    const QFontMetrics metrics(font);
+    const QString name = metrics.elidedText(index.data().toString(), Qt::ElideRight, rest.width());
+    painter->setFont(font);
+    painter->setPen(c.text);
+    painter->drawText(rest, Qt::AlignVCenter | Qt::AlignLeft, name);
+    rest.setLeft(rest.left() + metrics.horizontalAdvance(name) + Metrics::unit);
+    if (all || count != QLatin1String("0")) return;
+    const QFontMetrics hintMetrics(hintFont);
+    for (const QString& hint : {QStringLiteral("Drag computers here"), QStringLiteral("Empty")}) {
+        if (hintMetrics.horizontalAdvance(hint) > rest.width()) continue;
+        painter->setFont(hintFont);
+        painter->setPen(c.faintText);
+        painter->drawText(rest, Qt::AlignVCenter | Qt::AlignLeft, hint);
+        return;
+    }
+}
+
+/// Around the group that would take what is being dragged.
+void paintDropMark(QPainter* painter, const QRect& row) {
+    const QRectF patch = QRectF(row).adjusted(Metrics::unit + 1, 2, -Metrics::unit - 1, -2);
+    painter->setBrush(Qt::NoBrush);
+    painter->setPen(QPen(themeColors().accent, 2));
+    painter->drawRoundedRect(patch, Metrics::radius, Metrics::radius);
+}
+
 void paintPicture(QPainter* painter, const QRect& square, const QModelIndex& index, const QColor& ground) {
     const ThemeColors& c = themeColors();
     const int kind = index.data(ClientOutlineModel::StateKindRole).toInt();
     const QImage picture = index.data(ClientOutlineModel::PictureRole).value<QImage>();
-    const bool away = kind == ClientState::NotConnected || kind == ClientState::Connecting;
+    const bool away =
+        kind == ClientState::NotConnected || kind == ClientState::Connecting || kind == ClientState::Disabled;
     painter->save();
     if (away) painter->setOpacity(0.55);
     if (picture.isNull()) {
@@ -152,21 +200,21 @@ void paintMachine(QPainter* painter, const QRect& content, const QModelIndex& in
     square.moveTop(content.center().y() - pictureSize / 2 + 1);
     paintPicture(painter, square, index, ground);
 
-    const int left = square.right() + 11;
+    const int left = square.right() + textGap;
     const int width = paintMarks(painter, content, index) - Metrics::unit / 2 - left;
     const QFont nameFont = themeFont(1.0, QFont::Medium), stateFont = themeFont(0.9);
     const QFontMetrics nameMetrics(nameFont), stateMetrics(stateFont);
     const int height = nameMetrics.height() + 1 + stateMetrics.height();
     int top = content.center().y() - height / 2;
 
+    const int kind = index.data(ClientOutlineModel::StateKindRole).toInt();
     painter->setFont(nameFont);
-    painter->setPen(c.text);
+    painter->setPen(kind == ClientState::Disabled ? c.secondaryText : c.text);
     painter->drawText(QRect(left, top, width, nameMetrics.height()), Qt::AlignVCenter,
                       nameMetrics.elidedText(index.data().toString(), Qt::ElideRight, width));
     top += nameMetrics.height() + 1;
-    const bool attention = index.data(ClientOutlineModel::StateKindRole).toInt() == ClientState::Attention;
     painter->setFont(stateFont);
-    painter->setPen(attention ? c.warning : c.secondaryText);
+    painter->setPen(kind == ClientState::Attention ? c.warning : c.secondaryText);
     painter->drawText(QRect(left, top, width, stateMetrics.height()), Qt::AlignVCenter,
                       stateMetrics.elidedText(index.data(ClientOutlineModel::StateTextRole).toString(),
                                               Qt::ElideRight, width));
@@ -174,39 +222,131 @@ void paintMachine(QPainter* painter, const QRect& content, const QModelIndex& in
 
 }  // namespace
 
+ClientRowDelegate::ClientRowDelegate(NameProblem nameProblem, QObject* parent)
+    : QStyledItemDelegate(parent), m_nameProblem(std::move(nameProblem)) {}
+
 void ClientRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                               const QModelIndex& index) const {
     painter->save();
     const QColor ground = paintRowPatch(painter, option);
-    const QRect content = contentOf(option.rect);
     if (index.data(ClientOutlineModel::IsGroupRole).toBool())
-        paintGroup(painter, content, index);
+        paintGroup(painter, option, index);
     else
-        paintMachine(painter, content, index, ground);
+        paintMachine(painter, contentOf(option.rect), index, ground);
+    const auto* view = qobject_cast<const ClientTreeView*>(option.widget);
+    if (view && view->dropTarget() == index) paintDropMark(painter, option.rect);
     painter->restore();
-}
-
-QRect ClientRowDelegate::updateBadge(const QRect& row, const QModelIndex& index) {
-    return Marks(contentOf(row), index).updates;
-}
-
-bool ClientRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
-                                    const QStyleOptionViewItem& option, const QModelIndex& index) {
-    if (event->type() == QEvent::MouseButtonRelease) {
-        const auto* mouse = static_cast<const QMouseEvent*>(event);
-        const QVariant service = index.data(ClientOutlineModel::ServiceRole);
-        if (mouse->button() == Qt::LeftButton &&
-            updateBadge(option.rect, index).contains(mouse->position().toPoint())) {
-            VLNotificationCenter::defaultCenter().postNotification(QStringLiteral("VLTableBadgeClicked"), {},
-                                                                   {{QStringLiteral("service"), service}});
-            return true;
-        }
-    }
-    return QStyledItemDelegate::editorEvent(event, model, option, index);
 }
 
 QSize ClientRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
     const int line = QFontMetrics(option.font).height();
+    const int gap = interCellSpacing(option.widget).height();
     const bool group = index.data(ClientOutlineModel::IsGroupRole).toBool();
-    return {0, group ? qMax(line + 20, 38) : qMax(line * 2 + 16, pictureSize + 16)};
+    return {0, gap + (group ? qMax(line + 16, 36) : qMax(line * 2 + 12, pictureSize + 12))};
+}
+
+// ---- Badges and triangles
+
+QRect ClientRowDelegate::badgeRect(const QRect& row, const QModelIndex& index, Badge badge) {
+    if (index.data(ClientOutlineModel::IsGroupRole).toBool()) return {};
+    const Marks marks(contentOf(row), index);
+    switch (badge) {
+        case Updates:
+            return marks.updates;
+        case Errors:
+            return marks.errors;
+        case Maintenance:
+            return marks.maintenance;
+        case NoBadge:
+            break;
+    }
+    return {};
+}
+
+ClientRowDelegate::Badge ClientRowDelegate::badgeAt(const QRect& row, const QModelIndex& index,
+                                                    const QPoint& position) {
+    for (const Badge badge : {Updates, Errors, Maintenance})
+        if (badgeRect(row, index, badge).contains(position)) return badge;
+    return NoBadge;
+}
+
+QString ClientRowDelegate::badgeName(Badge badge) {
+    switch (badge) {
+        case Updates:
+            return QStringLiteral("updates");
+        case Errors:
+            return QStringLiteral("errors");
+        case Maintenance:
+            return QStringLiteral("maintenance");
+        case NoBadge:
+            break;
+    }
+    return {};
+}
+
+QString ClientRowDelegate::badgeToolTip(const QModelIndex& index, Badge badge) {
+    const auto counted = [&](int role, const char* one, const char* many) {
+        const qlonglong count = index.data(role).toLongLong();
+        return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
+    };
+    switch (badge) {
+        case Updates:
+            return counted(ClientOutlineModel::UpdateCountRole, "software update available",
+                           "software updates available");
+        case Errors:
+            return counted(ClientOutlineModel::ErrorCountRole, "error", "errors") +
+                   QStringLiteral(". Click to see them in the error log");
+        case Maintenance:
+            return QStringLiteral("Asks for maintenance. Click to cancel the request");
+        case NoBadge:
+            break;
+    }
+    return {};
+}
+
+QRect ClientRowDelegate::triangleArea(const QRect& row) {
+    return {row.left() + Metrics::unit, row.top(), triangleSize + Metrics::unit, row.height()};
+}
+
+// ---- Names of groups
+
+QWidget* ClientRowDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&,
+                                         const QModelIndex& index) const {
+    const auto group = index.data(ClientOutlineModel::GroupRole).value<VLServiceGroupPtr>();
+    if (!group) return nullptr;
+    auto* editor = new QLineEdit(parent);
+    editor->setObjectName(QStringLiteral("groupNameEditor"));
+    editor->setAccessibleName(QStringLiteral("Name of the group"));
+    editor->setMaxLength(longestGroupName);
+    connect(editor, &QLineEdit::textChanged, editor,
+            [editor, group, nameProblem = m_nameProblem](const QString& text) {
+                const QString problem = nameProblem(text.trimmed(), group);
+                editor->setProperty(problemProperty, problem);
+                QPalette colors = editor->palette();
+                colors.setColor(QPalette::Text, problem.isEmpty() ? themeColors().text : themeColors().bad);
+                editor->setPalette(colors);
+            });
+    return editor;
+}
+
+void ClientRowDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                                             const QModelIndex& index) const {
+    QRect rect = groupTextRect(option.rect, countOf(index));
+    rect.setLeft(rect.left() - Metrics::unit);
+    rect.setTop(option.rect.center().y() - editorHeight / 2 + 1);
+    rect.setHeight(editorHeight);
+    editor->setGeometry(rect);
+}
+
+bool ClientRowDelegate::eventFilter(QObject* watched, QEvent* event) {
+    const auto* editor = qobject_cast<QLineEdit*>(watched);
+    if (editor && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<const QKeyEvent*>(event)->key();
+        const QString problem = editor->property(problemProperty).toString();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter) && !problem.isEmpty()) {
+            QToolTip::showText(editor->mapToGlobal(QPoint(0, editor->height())), problem);
+            return true;
+        }
+    }
+    return QStyledItemDelegate::eventFilter(watched, event);
 }

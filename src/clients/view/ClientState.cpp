@@ -31,6 +31,7 @@ ClientState clientState(const VLService& service) {
     if (!service.changedCertificate().isEmpty()) {
         return {ClientState::Attention, QStringLiteral("Identity changed — review")};
     }
+    if (!service.enabled()) return {ClientState::Disabled, QStringLiteral("Disabled")};
     if (service.isConnected()) {
         if (service.isProcessing()) return {ClientState::Working, QStringLiteral("Working…")};
         const QString wrong = problem(service.errorCode());
@@ -41,4 +42,15 @@ ClientState clientState(const VLService& service) {
     const QString reason = service.connectionError();
     if (reason.isEmpty()) return {ClientState::NotConnected, QStringLiteral("Not connected")};
     return {ClientState::NotConnected, QStringLiteral("Not connected — %1").arg(reason)};
+}
+
+QString clientModel(const VLService& service) {
+    constexpr qsizetype longestModel = 64;
+    const QString key = QStringLiteral("model");
+    if (const auto netService = service.netService()) {
+        const QByteArray advertised = netService->txtRecord.value(key);
+        if (!advertised.isEmpty()) return QString::fromUtf8(advertised).left(longestModel);
+    }
+    const QVariant configured = service.configDict().value(key);
+    return configured.typeId() == QMetaType::QString ? configured.toString().left(longestModel) : QString();
 }

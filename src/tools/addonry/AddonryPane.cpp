@@ -12,6 +12,7 @@
 #include "widgets/SymbolIcon.h"
 #include "widgets/TableSorting.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -116,6 +117,7 @@ void AddonryView::buildOutline() {
 void AddonryView::reload() {
     const OutlineState state = OutlineState::of(*m_outline, AddonryModel::KeyRole);
     m_model->setRows(m_controller.addonryArray());
+    if (!m_controller.hasResult()) resetOutlineView(*m_outline);  // cleared: there is nothing to keep
     state.restore(*m_outline, AddonryModel::KeyRole);
     updateSummary();
     updateState();

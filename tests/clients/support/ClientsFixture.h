@@ -16,6 +16,7 @@
 #include <mutex>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 /// Counts and keeps the notifications of a test. Main thread.
 class NotificationRecorder : public QObject {
@@ -31,10 +32,35 @@ public:
             if (notification.name == QLatin1String(name)) result.append(notification);
         return result;
     }
+    /// The clients that those of this name are about.
+    [[nodiscard]] QList<VLServicePtr> services(const char* name) const {
+        QList<VLServicePtr> result;
+        for (const VLNotification& notification : all(name))
+            result << notification.userInfo.value(u"service"_s).value<VLServicePtr>();
+        return result;
+    }
     [[nodiscard]] int count(const char* name) const { return static_cast<int>(all(name).size()); }
 
 private:
     QList<VLNotification> m_notifications;
+};
+
+/// The console's object that the agents call; keeps "selector sender".
+class NotingCallback : public VLCallbackTarget {
+public:
+    QVariant receive(const QString& selector, const QVariantList&, const QString& sender) override {
+        const std::lock_guard lock(m_mutex);
+        m_received << selector + u' ' + sender;
+        return {};
+    }
+    [[nodiscard]] QSet<QString> received() const {
+        const std::lock_guard lock(m_mutex);
+        return m_received;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QSet<QString> m_received;
 };
 
 class RecordingDelegate : public VLServiceDelegate {
@@ -44,21 +70,26 @@ public:
 
     void serviceConnected(const VLServicePtr&) override { ++connected; }
     void setSoftwareUpdateCount(qlonglong count, const QString& hostName) override {
-        calls << QStringLiteral("count %1 %2").arg(count).arg(hostName);
+        calls << u"count %1 %2"_s.arg(count).arg(hostName);
     }
     void updateSoftwareUpdateCountForItem(const VLServicePtr& service) override {
-        calls << QStringLiteral("fetch ") + service->hostName();
+        calls << u"fetch "_s + service->hostName();
     }
     void displayCrashDialogForClient(const VLServicePtr& service, const QString& log) override {
-        calls << QStringLiteral("crash %1 %2").arg(service->hostName(), log);
+        calls << u"crash %1 %2"_s.arg(service->hostName(), log);
     }
 };
+
+/// A service on the loopback interface, as discovery reports it.
+inline VLNetService netService(const QString& name, const QString& hostName, quint16 port) {
+    return {name, u"_corvalin._tcp"_s, u"local"_s, hostName, port, {{QHostAddress::LocalHost, port, 0}}, {}};
+}
 
 /// The surroundings of the records of one test: short times, a folder of its own, and an orderly end.
 class ClientsFixture {
 public:
-    ClientsFixture() {
-        QFile info(m_directory.filePath(QStringLiteral("Info.plist")));
+    explicit ClientsFixture(std::chrono::milliseconds reconnect = 150ms) {
+        QFile info(m_directory.filePath(u"Info.plist"_s));
         if (info.open(QIODevice::WriteOnly))
             info.write(
                 "<plist version=\"1.0\"><dict><key>VLMinClientVersion</key><integer>1000</integer>"
@@ -68,11 +99,11 @@ public:
         m_bundle = std::make_unique<VLBundle>(m_directory.path());
 
         environment.identity = consoleIdentity();
-        environment.pins = std::make_shared<PinnedCertificates>(m_directory.filePath(QStringLiteral("pins")));
+        environment.pins = std::make_shared<PinnedCertificates>(m_directory.filePath(u"pins"_s));
         environment.delegate = &delegate;
         environment.cacheDirectory = m_directory.path();
         environment.bundle = m_bundle.get();
-        environment.timing.reconnect = 150ms;
+        environment.timing.reconnect = reconnect;
         environment.timing.configuration = 5s;
         environment.timing.probe = 2s;
         environment.limits.connect = 3s;
@@ -100,11 +131,13 @@ public:
         m_services.append(service);
         return service;
     }
-    VLServicePtr manualClient(const QString& ip, int port, const QString& name = QStringLiteral("Edit Bay")) {
-        return keep(VLService::serviceWithName(name, QStringLiteral("%1:%2").arg(ip).arg(port), ip, port,
-                                               errorCallback));
+    VLServicePtr manualClient(const QString& ip, int port, const QString& name = u"Edit Bay"_s) {
+        return keep(VLService::serviceWithName(name, u"%1:%2"_s.arg(ip).arg(port), ip, port, errorCallback));
     }
-    VLServicePtr manualClient(const LoopbackAgent& agent, const QString& name = QStringLiteral("Edit Bay")) {
+    VLServicePtr discoveredClient(const VLNetService& service) {
+        return keep(VLService::serviceWithNetService(service, nullptr));
+    }
+    VLServicePtr manualClient(const LoopbackAgent& agent, const QString& name = u"Edit Bay"_s) {
         return manualClient(agent.address(), agent.port(), name);
     }
 
@@ -117,6 +150,17 @@ private:
     std::unique_ptr<VLBundle> m_bundle;
     QList<VLServicePtr> m_services;
 };
+
+inline QStringList names(const QList<VLServicePtr>& services) {
+    QStringList result;
+    for (const VLServicePtr& service : services)
+        result << service->name();
+    return result;
+}
+
+inline void onWorker(std::function<void()> work) {
+    VLThread::detach(u"worker"_s, std::move(work));
+}
 
 inline qsizetype countLines(const QStringList& lines, const QString& start) {
     return std::count_if(lines.begin(), lines.end(),

@@ -16,6 +16,33 @@
 #include <memory>
 #include <mutex>
 
+using namespace Qt::StringLiterals;
+
+/// Lets others wait until the test opens it, at the latest at its own end: made after the agent that waits.
+class Gate {
+public:
+    ~Gate() { open(); }
+    void open() {
+        const std::lock_guard lock(m_state->mutex);
+        m_state->isOpen = true;
+        m_state->changed.notify_all();
+    }
+    [[nodiscard]] std::function<void()> waiter() const {
+        return [state = m_state] {
+            std::unique_lock lock(state->mutex);
+            state->changed.wait(lock, [&] { return state->isOpen; });
+        };
+    }
+
+private:
+    struct State {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool isOpen = false;
+    };
+    std::shared_ptr<State> m_state = std::make_shared<State>();
+};
+
 /// What an agent of the tests answers. Any thread.
 class ScriptedRoot : public VLRootObject {
 public:
@@ -31,8 +58,7 @@ public:
     }
 
     static QVariantMap goodConfiguration() {
-        return {{QStringLiteral("version"), qlonglong(1'000'000)},
-                {QStringLiteral("corvalinVersion"), qlonglong(1'000'000)}};
+        return {{u"version"_s, qlonglong(1'000'000)}, {u"corvalinVersion"_s, qlonglong(1'000'000)}};
     }
 
     void on(const char* selector, Answer answer) {
@@ -41,6 +67,10 @@ public:
     }
     void setAnswer(const char* selector, const QVariant& value) {
         on(selector, [value](const QVariantList&) { return value; });
+    }
+    /// Gives the answer once the gate is open.
+    void hold(const char* selector, const Gate& gate, const QVariant& value = {}) {
+        on(selector, [wait = gate.waiter(), value](const QVariantList&) { return wait(), value; });
     }
     [[nodiscard]] int calls(const char* selector) const {
         const std::lock_guard lock(m_mutex);
@@ -62,7 +92,7 @@ public:
             ++m_calls[selector];
             answer = m_answers.value(selector);
         }
-        if (!answer) throw VLException(VLException::invalidArgument, QStringLiteral("unknown operation"));
+        if (!answer) throw VLException(VLException::invalidArgument, u"unknown operation"_s);
         return answer(arguments);
     }
 
@@ -73,86 +103,60 @@ private:
     VLRemoteCallbackPtr m_callback;
 };
 
-/// Lets an answer of an agent wait until the test opens it.
-class Gate {
-public:
-    ~Gate() { open(); }
-    void open() {
-        const std::lock_guard lock(m_mutex);
-        m_isOpen = true;
-        m_changed.notify_all();
-    }
-    void wait() {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_isOpen; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_isOpen = false;
-};
-
 /// Key pairs are slow to make; the tests share these.
 inline const TlsIdentity& consoleIdentity() {
-    static const TlsIdentity identity = TlsIdentity::create(QStringLiteral("test console"));
+    static const TlsIdentity identity = TlsIdentity::create(u"test console"_s);
     return identity;
 }
 inline const TlsIdentity& agentIdentity() {
-    static const TlsIdentity identity = TlsIdentity::create(QStringLiteral("test agent"));
+    static const TlsIdentity identity = TlsIdentity::create(u"test agent"_s);
     return identity;
 }
 inline const TlsIdentity& otherAgentIdentity() {
-    static const TlsIdentity identity = TlsIdentity::create(QStringLiteral("another test agent"));
+    static const TlsIdentity identity = TlsIdentity::create(u"another test agent"_s);
     return identity;
 }
 
-/// A real server on the loopback interface that answers from a script.
+/// A real server on the loopback interface that answers this console from a script.
 class LoopbackAgent {
 public:
-    explicit LoopbackAgent(const QString& address = QStringLiteral("127.0.0.1"), quint16 port = 0)
-        : root(std::make_shared<ScriptedRoot>()), m_address(address) {
-        start(port);
-        m_port = m_server->port();
+    explicit LoopbackAgent(const QByteArray& console = consoleIdentity().certificate) : m_console(console) {
+        restart();
     }
     void stop() { m_server.reset(); }
     /// On the port that it had before.
     void restart(const TlsIdentity& identity = agentIdentity()) {
-        m_identity = identity;
-        start(m_port);
+        stop();
+        VLServerOptions options;
+        options.identity = identity;
+        options.authorizedCertificates = [console = m_console] { return QList{console}; };
+        options.address = address();
+        options.port = m_port;
+        m_server = std::make_unique<VLServer>(root, std::move(options));
+        m_port = m_server->port();
     }
     [[nodiscard]] quint16 port() const { return m_port; }
-    [[nodiscard]] QString address() const { return m_address; }
+    [[nodiscard]] static QString address() { return u"127.0.0.1"_s; }
     [[nodiscard]] int connectionCount() const { return m_server ? m_server->connectionCount() : 0; }
 
-    std::shared_ptr<ScriptedRoot> root;
+    const std::shared_ptr<ScriptedRoot> root = std::make_shared<ScriptedRoot>();
 
 private:
-    void start(quint16 port) {
-        VLServerOptions options;
-        options.identity = m_identity;
-        options.authorizedCertificates = [] { return QList<QByteArray>{consoleIdentity().certificate}; };
-        options.address = m_address;
-        options.port = port;
-        m_server = std::make_unique<VLServer>(root, std::move(options));
-    }
-
-    QString m_address;
-    TlsIdentity m_identity = agentIdentity();
+    QByteArray m_console;
     quint16 m_port = 0;
     std::unique_ptr<VLServer> m_server;
 };
 
-/// A port of the address that nothing listens on.
-inline quint16 deadPort(const QString& address = QStringLiteral("127.0.0.1")) {
+/// A port that nothing listens on.
+inline quint16 deadPort() {
     QTcpServer server;
-    server.listen(QHostAddress(address), 0);
+    server.listen(QHostAddress::LocalHost);
     return server.serverPort();
 }
 
-inline QByteArray pngOf(const QSize& size, const QColor& color = Qt::red) {
+inline QByteArray pngOf(const QSize& size) {
     QImage image(size, QImage::Format_ARGB32);
-    image.fill(color);
+    image.fill(Qt::red);
     QByteArray data;
     QBuffer buffer(&data);
     buffer.open(QIODevice::WriteOnly);

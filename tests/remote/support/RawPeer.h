@@ -25,10 +25,10 @@ public:
         (void)::send(m_fd.get(), bytes.constData(), size_t(bytes.size()), MSG_NOSIGNAL);
     }
 
-    /// True when the handshake is complete on this side. `newestVersion` 0 is the newest that there is.
-    bool startTls(const TlsIdentity* identity = nullptr, int newestVersion = 0) {
+    /// True when the handshake is complete on this side.
+    bool startTls(const TlsIdentity* identity, int newestVersion = TLS1_3_VERSION) {
         m_context.reset(::SSL_CTX_new(::TLS_client_method()));
-        if (newestVersion != 0) SSL_CTX_set_max_proto_version(m_context.get(), newestVersion);
+        SSL_CTX_set_max_proto_version(m_context.get(), newestVersion);
         if (identity) {
             const auto certificate = openssl::certificateFromPem(identity->certificate);
             const auto bio = openssl::readOnlyBio(identity->privateKey);
@@ -62,8 +62,8 @@ private:
             const int result = call();
             const int error = ::SSL_get_error(m_ssl.get(), result);
             const bool waits = error == SSL_ERROR_WANT_READ || error == SSL_ERROR_WANT_WRITE;
-            if (result > 0 || !waits) return result;
             const short events = error == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT;
+            if (result > 0 || !waits) return result;
             if (!SocketConnector::waitFor(m_fd.get(), events, m_deadline)) return 0;
         }
     }

@@ -25,36 +25,28 @@ public:
     /// Returns when the connection stands and `first` has run; throws what went wrong.
     ServingThread(const QString& host, quint16 port, const VLConnectionOptions& options, Body first = {}) {
         std::promise<void> ready;
-        m_thread = std::thread([this, host, port, options, first = std::move(first), &ready] {
-            run(host, port, options, first, ready);
-        });
+        m_thread = std::thread([&, this] { run(host, port, options, first, ready); });
         ready.get_future().wait();
         if (!m_error) return;
         m_thread.join();
         throw VLException(*m_error);
     }
     ~ServingThread() {
-        if (m_thread.joinable()) stop();
-    }
-    ServingThread(const ServingThread&) = delete;
-    ServingThread& operator=(const ServingThread&) = delete;
-
-    void stop() {
         m_stop = true;
         m_control->wake();
         m_thread.join();
     }
+    ServingThread(const ServingThread&) = delete;
+    ServingThread& operator=(const ServingThread&) = delete;
+
     [[nodiscard]] VLProxyObject& proxy() const { return *m_proxy; }
     [[nodiscard]] VLProxyObjectPtr sharedProxy() const { return m_proxy; }
     [[nodiscard]] VLConnection::Control& control() const { return *m_control; }
-    /// After the connection has ended.
-    [[nodiscard]] QString lossReason() const {
-        const std::lock_guard lock(m_mutex);
-        return m_lossReason;
-    }
     [[nodiscard]] bool ends(std::chrono::milliseconds limit) {
         return QTest::qWaitFor([this] { return m_ended.load(); }, int(limit.count()));
     }
+    /// After the connection has ended.
+    [[nodiscard]] QString lossReason() const { return m_lossReason; }
 
 private:
     void run(const QString& host, quint16 port, const VLConnectionOptions& options, const Body& first,
@@ -73,10 +65,7 @@ private:
         if (failed) return;
         while (!m_stop && connection->isValid())
             connection->serve(std::chrono::seconds(2));
-        {
-            const std::lock_guard lock(m_mutex);
-            m_lossReason = connection->lossReason();
-        }
+        m_lossReason = connection->lossReason();
         connection.reset();
         m_ended = true;
     }
@@ -84,9 +73,7 @@ private:
     VLProxyObjectPtr m_proxy;
     std::shared_ptr<VLConnection::Control> m_control;
     std::optional<VLException> m_error;
-    std::atomic_bool m_stop = false;
-    std::atomic_bool m_ended = false;
-    mutable std::mutex m_mutex;
+    std::atomic_bool m_stop = false, m_ended = false;
     QString m_lossReason;
     std::thread m_thread;
 };
@@ -99,9 +86,9 @@ public:
         m_open = true;
         m_changed.notify_all();
     }
-    bool wait(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    bool wait() {
         std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, limit, [this] { return m_open; });
+        return m_changed.wait_for(lock, std::chrono::seconds(10), [this] { return m_open; });
     }
 
 private:
@@ -110,7 +97,8 @@ private:
     bool m_open = false;
 };
 
-/// An agent's root object whose operations are functions of the test.
+/// An agent's root object whose operations are functions of the test. Two are there from the beginning:
+/// "echo:", and "wait", which stays under way from `arrived` to `release`.
 class ScriptedRoot final : public VLRootObject {
 public:
     using Operation = std::function<QVariant(const QVariantList& arguments, quint64 peer)>;
@@ -123,17 +111,22 @@ public:
     }
     QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) override {
         const auto found = m_operations.constFind(selector);
-        if (found == m_operations.constEnd())
-            throw VLException(VLException::invalidArgument,
-                              QStringLiteral("unrecognized selector ") + selector);
+        if (found == m_operations.constEnd()) throw VLException(VLException::invalidArgument, selector);
         return (*found)(arguments, peer);
     }
-    void peerClosed(quint64) override { ++m_closedPeers; }
-    [[nodiscard]] int closedPeers() const { return m_closedPeers; }
+    void peerClosed(quint64) override { ++closedPeers; }
+
+    std::atomic_int closedPeers = 0;
+    Gate arrived, release;
 
 private:
-    QHash<QString, Operation> m_operations;
-    std::atomic_int m_closedPeers = 0;
+    QVariant wait() {
+        arrived.open();
+        return release.wait();
+    }
+    QHash<QString, Operation> m_operations{
+        {QStringLiteral("echo:"), [](const QVariantList& arguments, quint64) { return arguments.value(0); }},
+        {QStringLiteral("wait"), [this](const QVariantList&, quint64) { return wait(); }}};
 };
 
 /// A callback object that collects what it receives.
@@ -160,7 +153,7 @@ private:
     std::vector<Received> m_received;
 };
 
-/// Keys, pins and limits of a console and an agent on the loopback interface.
+/// Keys, pins, limits and operations of a console and an agent on the loopback interface.
 struct TransportFixture {
     QTemporaryDir folder;
     TlsIdentity console = TlsIdentity::create(QStringLiteral("console"));
@@ -168,6 +161,7 @@ struct TransportFixture {
     std::shared_ptr<PinnedCertificates> pins =
         std::make_shared<PinnedCertificates>(folder.filePath(QStringLiteral("pins")));
     RemoteLimits limits;
+    std::shared_ptr<ScriptedRoot> root = std::make_shared<ScriptedRoot>();
 
     [[nodiscard]] VLConnectionOptions options() const {
         return {console, pins, QStringLiteral("edit-bay-1.local."), QStringLiteral("edit-bay-1"), limits};
@@ -180,14 +174,20 @@ struct TransportFixture {
         options.limits = limits;
         return options;
     }
-    [[nodiscard]] std::unique_ptr<VLServer> serve(const std::shared_ptr<ScriptedRoot>& root) const {
-        return std::make_unique<VLServer>(root, serverOptions());
+    [[nodiscard]] std::unique_ptr<VLServer> serve() const { return serve(serverOptions()); }
+    [[nodiscard]] std::unique_ptr<VLServer> serve(const VLServerOptions& options) const {
+        return std::make_unique<VLServer>(root, options);
     }
     [[nodiscard]] std::unique_ptr<ServingThread> connect(quint16 port, ServingThread::Body first = {}) const {
         return std::make_unique<ServingThread>(QStringLiteral("127.0.0.1"), port, options(),
                                                std::move(first));
     }
 };
+
+/// The agent answers with what it was sent.
+inline bool works(const ServingThread& client) {
+    return client.proxy().perform(QStringLiteral("echo:"), {7}, std::chrono::seconds(10)).toInt() == 7;
+}
 
 /// The exception that `body` raises; one named "none" when it raises nothing.
 template <typename Body>

@@ -1,0 +1,65 @@
+#include "app/window/BadgeClicks.h"
+
+#include "app/AppController.h"
+#include "widgets/Sheet.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr auto updateTool = "softwareupdate";
+constexpr qsizetype longestNameShown = 60;
+
+QString shownName(const VLServicePtr& service) {
+    return service->name().left(longestNameShown);
+}
+
+}  // namespace
+
+BadgeClicks::BadgeClicks(AppController& controller, QWidget* window)
+    : QObject(window), m_controller(controller), m_window(window) {
+    connect(&controller, &AppController::serviceOutlineBadgeClicked, this,
+            &BadgeClicks::serviceOutlineBadgeClicked);
+}
+
+void BadgeClicks::serviceOutlineBadgeClicked(const VLServicePtr& service, const QString& badge) {
+    if (!service) return;
+    if (badge == u"errors")
+        Q_EMIT errorsRequested(service);
+    else if (badge == u"maintenance")
+        askWhetherToCancelMaintenance(service);
+    else if (badge == u"updates")
+        showUpdates(service);
+}
+
+void BadgeClicks::askWhetherToCancelMaintenance(const VLServicePtr& service) {
+    auto* sheet = new Sheet(
+        QStringLiteral("Cancel the maintenance request of “%1”?").arg(shownName(service)),
+        QStringLiteral("The computer asks for maintenance. When nothing is left to do on it, cancel "
+                       "the request: the mark goes from the list, and the computer is told."),
+        m_window);
+    sheet->setObjectName(QStringLiteral("maintenanceSheet"));
+    sheet->addCancelButton(QStringLiteral("Keep Request"));
+    sheet->addPrimaryButton(QStringLiteral("Cancel Request"));
+    connect(sheet, &QDialog::accepted, this, [this, service] { m_controller.cancelMaintenance(service); });
+    sheet->open();
+}
+
+void BadgeClicks::showUpdates(const VLServicePtr& service) {
+    const QList<Tool>& tools = m_controller.tools();
+    const bool isBuilt = std::any_of(tools.begin(), tools.end(), [](const Tool& tool) {
+        return tool.identifier == QLatin1String(updateTool) && tool.makeController;
+    });
+    if (isBuilt) return Q_EMIT toolRequested(QLatin1String(updateTool));
+    const qlonglong count = m_controller.softwareUpdateCount(service->hostName());
+    auto* sheet = new Sheet(
+        QStringLiteral("%1 software update%2 for “%3”")
+            .arg(count)
+            .arg(count == 1 ? QString() : QStringLiteral("s"), shownName(service)),
+        QStringLiteral("Installing software updates is not part of this version yet. They can be installed "
+                       "on the computer itself."),
+        m_window);
+    sheet->setObjectName(QStringLiteral("updatesSheet"));
+    sheet->addPrimaryButton(QStringLiteral("OK"));
+    sheet->open();
+}

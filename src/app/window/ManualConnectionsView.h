@@ -1,0 +1,40 @@
+#pragma once
+
+#include "clients/ManualConnections.h"
+
+#include <QWidget>
+
+class AppController;
+class QPushButton;
+class QStandardItemModel;
+class QStackedWidget;
+class QTreeView;
+
+/// The stored manual connections: what they are, whether they stand, and a way to remove them.
+class ManualConnectionsView : public QWidget {
+    Q_OBJECT
+public:
+    /// `controller` outlives the view.
+    ManualConnectionsView(AppController& controller, QWidget* parent);
+
+Q_SIGNALS:
+    void addRequested();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void buildTable();
+    void reload();
+    void removeSelected();
+    void updateButtons();
+    [[nodiscard]] QString stateOf(const ManualConnections::Entry& entry) const;
+
+    AppController& m_controller;
+    QStandardItemModel* m_model;
+    QTreeView* m_table;
+    QStackedWidget* m_stack;
+    QPushButton* m_remove;
+    QList<ManualConnections::Entry> m_entries;  ///< the rows of the table
+    bool m_reloadPending = false;
+};

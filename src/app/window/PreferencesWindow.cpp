@@ -1,0 +1,206 @@
+#include "app/window/PreferencesWindow.h"
+
+#include "app/AppController.h"
+#include "app/Preferences.h"
+#include "app/window/ManualConnectionsView.h"
+#include "foundation/VLFormat.h"
+#include "foundation/VLNotificationCenter.h"
+#include "foundation/VLUserDefaults.h"
+#include "system/VLAlert.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/Theme.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QEvent>
+#include <QLabel>
+#include <QPointer>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString passwordKey = QStringLiteral("requireAdminPassword");
+constexpr int switchIndent = 16 + Metrics::unit;  // the text of a check box
+
+}  // namespace
+
+PreferencesWindow::PreferencesWindow(AppController& controller, QWidget* parent)
+    : QWidget(parent, Qt::Window),
+      m_controller(controller),
+      m_sections(new QButtonGroup(this)),
+      m_bar(new QWidget(this)),
+      m_stack(new QStackedWidget(this)) {
+    setObjectName(QStringLiteral("preferencesWindow"));
+    setWindowTitle(QStringLiteral("Preferences"));
+    auto* bar = new QHBoxLayout(m_bar);
+    bar->setContentsMargins(Metrics::unit, Metrics::unit, Metrics::unit, Metrics::unit);
+    bar->setSpacing(Metrics::unit / 2);
+    auto* line = new QFrame(this);
+    line->setFixedHeight(1);
+    line->setFrameShape(QFrame::NoFrame);
+    line->setBackgroundRole(QPalette::Midlight);
+    line->setAutoFillBackground(true);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_bar);
+    layout->addWidget(line);
+    layout->addWidget(m_stack, 1);
+
+    buildGeneral(addSection(QStringLiteral("toolbox"), QStringLiteral("General")));
+    buildSecurity(addSection(QStringLiteral("identity"), QStringLiteral("Security")));
+    buildNetwork(addSection(QStringLiteral("computers"), QStringLiteral("Network")));
+    bar->addStretch();
+    m_sections->button(0)->setChecked(true);
+    connect(m_sections, &QButtonGroup::idClicked, m_stack, &QStackedWidget::setCurrentIndex);
+    connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
+    VLNotificationCenter::defaultCenter().addObserver(this, QLatin1String(Preferences::changedNotification),
+                                                      [this](const VLNotification&) { renew(); });
+    resize(580, 400);
+    renew();
+}
+
+// ---- Building
+
+QVBoxLayout* PreferencesWindow::addSection(const QString& symbol, const QString& title) {
+    auto* button = new QToolButton(m_bar);
+    button->setObjectName(QStringLiteral("section") + title);
+    button->setText(title);
+    button->setIcon(symbolIcon(symbol));
+    button->setIconSize({Metrics::symbolSize, Metrics::symbolSize});
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button->setAutoRaise(true);
+    button->setCheckable(true);
+    button->setMinimumHeight(32);
+    m_sections->addButton(button, m_stack->count());
+    m_bar->layout()->addWidget(button);
+
+    auto* page = new QWidget(m_stack);
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(Metrics::sheetMargin, Metrics::sheetMargin, Metrics::sheetMargin,
+                               Metrics::sheetMargin);
+    layout->setSpacing(Metrics::unit / 2);
+    m_stack->addWidget(page);
+    return layout;
+}
+
+QLabel* PreferencesWindow::addHelp(QVBoxLayout* page, const QString& text, int indent) {
+    auto* help = new QLabel(text);
+    help->setWordWrap(true);
+    help->setFont(themeFont(0.92));
+    help->setForegroundRole(QPalette::PlaceholderText);
+    help->setContentsMargins(indent, 0, 0, Metrics::unit * 1.5);
+    page->addWidget(help);
+    return help;
+}
+
+QCheckBox* PreferencesWindow::addSwitch(QVBoxLayout* page, const QString& key, const QString& text,
+                                        const QString& help) {
+    auto* box = new QCheckBox(text, this);
+    box->setObjectName(key);
+    box->setAccessibleDescription(help);
+    page->addWidget(box);
+    addHelp(page, help, switchIndent);
+    m_switches.insert(key, box);
+    return box;
+}
+
+void PreferencesWindow::buildGeneral(QVBoxLayout* page) {
+    for (const QCheckBox* box : {
+             addSwitch(page, QStringLiteral("SUCheckAtStartup"),
+                       QStringLiteral("Check for newer versions at start"),
+                       QStringLiteral("Orlendo looks for a newer version of itself each time it starts.")),
+             addSwitch(page, QStringLiteral("autoRefresh"),
+                       QStringLiteral("Refresh the visible tool automatically"),
+                       QStringLiteral("Tools whose data changes by itself are read again every 30 seconds to "
+                                      "5 minutes while Orlendo is in front.")),
+             addSwitch(page, QStringLiteral("firstRun"), QStringLiteral("Show the welcome at the next start"),
+                       QStringLiteral("It explains how the window is used, and is shown once.")),
+         })
+        connect(box, &QCheckBox::clicked, this,
+                [key = box->objectName()](bool on) { Preferences::setOn(key, on); });
+
+    auto* caption = new QLabel(QStringLiteral("&Theme:"), this);
+    m_theme = new QComboBox(this);
+    m_theme->setObjectName(QStringLiteral("theme"));
+    m_theme->addItem(QStringLiteral("As the System"), int(Theme::System));
+    m_theme->addItem(QStringLiteral("Light"), int(Theme::Light));
+    m_theme->addItem(QStringLiteral("Dark"), int(Theme::Dark));
+    caption->setBuddy(m_theme);
+    auto* row = new QHBoxLayout;
+    row->addWidget(caption);
+    row->addWidget(m_theme);
+    row->addStretch();
+    page->addLayout(row);
+    page->addStretch();
+    connect(m_theme, &QComboBox::activated, this, [this] {
+        const auto theme = Theme(m_theme->currentData().toInt());
+        applyTheme(theme);
+        storeTheme(theme);
+    });
+}
+
+void PreferencesWindow::buildSecurity(QVBoxLayout* page) {
+    const QCheckBox* password = addSwitch(
+        page, passwordKey, QStringLiteral("Require an administrator's password at start"),
+        QStringLiteral("Whoever opens Orlendo must prove to be an administrator of this computer first."));
+    connect(password, &QCheckBox::clicked, this, &PreferencesWindow::passwordToggled);
+    const QString keychain = QStringLiteral("authAddKeychain");
+    const QCheckBox* store =
+        addSwitch(page, keychain, QStringLiteral("Store client passwords in the keychain"),
+                  QStringLiteral("An administrator's password that was entered for a computer is offered "
+                                 "again the next time. Otherwise it is forgotten when Orlendo quits."));
+    connect(store, &QCheckBox::clicked, this, [keychain](bool on) { Preferences::setOn(keychain, on); });
+    page->addStretch();
+}
+
+void PreferencesWindow::buildNetwork(QVBoxLayout* page) {
+    addHelp(
+        page,
+        QStringLiteral("Computers on the local network are found by themselves. These were added by their "
+                       "address and are connected to at every start."),
+        0);
+    auto* connections = new ManualConnectionsView(m_controller, this);
+    page->addWidget(connections, 1);
+    connect(connections, &ManualConnectionsView::addRequested, this,
+            &PreferencesWindow::addComputerRequested);
+}
+
+// ---- Changes
+
+/// Without a way to ask for the password the next start would end at once.
+void PreferencesWindow::passwordToggled(bool on) {
+    if (!on || m_controller.canAuthenticate()) return Preferences::setOn(passwordKey, on);
+    const auto answered = [window = QPointer(this)](int returnCode) {
+        if (returnCode == VLAlert::AlternateReturn) Preferences::setOn(passwordKey, true);
+        if (window) window->renew();
+    };
+    const QString selector = QStringLiteral("passwordAlertDidEnd:returnCode:contextInfo:");
+    VLAlert::alertSheetWithMessageText(
+        QStringLiteral("Orlendo would not start any more"), QStringLiteral("Cancel"),
+        QStringLiteral("Turn On Anyway"), {},
+        vlFormat(QStringLiteral("This version cannot ask for an administrator's password, and without the "
+                                "password it does not open. To undo this later, the entry "
+                                "“requireAdminPassword” has to be taken out of the settings file by hand:"
+                                "\n\n%@"),
+                 VLUserDefaults::standardUserDefaults().path()),
+        this,
+        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
+        selector, false);
+}
+
+void PreferencesWindow::renew() {
+    for (auto box = m_switches.cbegin(); box != m_switches.cend(); ++box)
+        box.value()->setChecked(Preferences::isOn(box.key()));
+    m_theme->setCurrentIndex(m_theme->findData(int(currentTheme())));
+}
+
+void PreferencesWindow::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_theme) renew();
+}

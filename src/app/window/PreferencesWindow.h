@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QHash>
+#include <QWidget>
+
+class AppController;
+class QButtonGroup;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QStackedWidget;
+class QVBoxLayout;
+
+/// What the user may set, in sections. A change holds at once; changes made elsewhere are followed.
+class PreferencesWindow : public QWidget {
+    Q_OBJECT
+public:
+    /// `controller` outlives the window.
+    PreferencesWindow(AppController& controller, QWidget* parent);
+
+Q_SIGNALS:
+    void addComputerRequested();
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    QVBoxLayout* addSection(const QString& symbol, const QString& title);
+    void buildGeneral(QVBoxLayout* page);
+    void buildSecurity(QVBoxLayout* page);
+    void buildNetwork(QVBoxLayout* page);
+    QCheckBox* addSwitch(QVBoxLayout* page, const QString& key, const QString& text, const QString& help);
+    static QLabel* addHelp(QVBoxLayout* page, const QString& text, int indent);
+    void passwordToggled(bool on);
+    void renew();
+
+    AppController& m_controller;
+    QButtonGroup* m_sections;
+    QWidget* m_bar;
+    QStackedWidget* m_stack;
+    QComboBox* m_theme = nullptr;
+    QHash<QString, QCheckBox*> m_switches;  ///< by the key of the preference
+};

@@ -1,0 +1,157 @@
+#include "clients/ClientInfo.h"
+
+#include "clients/ClientConfiguration.h"
+#include "clients/VLVirtualService.h"
+#include "clients/view/ClientState.h"
+#include "remote/VLCorvalinServerProtocol.h"
+
+#include <QLocale>
+
+namespace {
+
+const QString unknown = QStringLiteral("unknown");
+const QString none = QStringLiteral("none");
+constexpr qsizetype bytesPerLine = 8;
+constexpr qsizetype longestText = 255;  // agents may send any amount
+const QString notReported = QStringLiteral("not reported");
+
+QString orElse(const QString& text, const QString& otherwise) {
+    return text.isEmpty() ? otherwise : text;
+}
+
+QString origin(const VLService& service) {
+    if (service.isManual()) return QStringLiteral("Added by hand");
+    if (dynamic_cast<const VLVirtualService*>(&service)) return QStringLiteral("Demonstration");
+    return service.netService() ? QStringLiteral("Found by Bonjour") : unknown;
+}
+
+QString addresses(const VLService& service) {
+    QStringList texts;
+    if (const auto netService = service.netService())
+        for (const VLNetAddress& address : netService->addresses)
+            texts << address.address.toString();
+    texts.removeDuplicates();
+    return orElse(texts.isEmpty() ? service.ipAddress() : texts.join(QStringLiteral(", ")), unknown);
+}
+
+/// The error and the address have rows of their own.
+QString state(const VLService& service) {
+    const ClientState state = clientState(service);
+    if (state.kind == ClientState::Connected) return QStringLiteral("Connected");
+    return state.kind == ClientState::NotConnected ? QStringLiteral("Not connected") : state.text;
+}
+
+QString lastError(const VLService& service) {
+    QStringList texts;
+    if (!service.connectionError().isEmpty()) texts << service.connectionError();
+    if (const int code = service.errorCode(); code != 0)
+        texts << QStringLiteral("%1 (%2)").arg(CorvalinError::message(code)).arg(code);
+    return orElse(texts.join(u'\n'), none);
+}
+
+/// Short lines: two fingerprints are compared by eye.
+QString fingerprint(const VLService& service) {
+    const auto environment = VLService::environment();
+    if (!environment || !environment->pins) return none;
+    const auto pinned = environment->pins->find(service.pinName());
+    if (!pinned) return none;
+    const QStringList bytes = certificateFingerprint(*pinned).split(u':');
+    if (bytes.size() < bytesPerLine) return unknown;  // there is one, but it cannot be read
+    QStringList lines;
+    for (qsizetype first = 0; first < bytes.size(); first += bytesPerLine)
+        lines << bytes.mid(first, bytesPerLine).join(u':');
+    return lines.join(QStringLiteral(":\n"));
+}
+
+/// The values of the configuration: an agent may send anything, or nothing, under any key.
+class Values {
+public:
+    explicit Values(const QVariantMap& dictionary) : m_dictionary(dictionary) {}
+
+    [[nodiscard]] QString number(const char* key) const {
+        return text(key, ClientConfiguration::integer(value(key)),
+                    [](qlonglong number) { return QString::number(number); });
+    }
+    [[nodiscard]] QString count(const char* key) const {
+        return text(key, ClientConfiguration::integer(value(key)),
+                    [](qlonglong number) { return QLocale().toString(number); });
+    }
+    [[nodiscard]] QString date(const char* key) const {
+        return text(key, ClientConfiguration::date(value(key)), [](const QDateTime& date) {
+            return QLocale().toString(date.toLocalTime(), QLocale::LongFormat);
+        });
+    }
+    [[nodiscard]] QString string(const char* key) const {
+        const QVariant found = value(key);
+        if (!found.isValid()) return notReported;
+        return found.typeId() == QMetaType::QString ? orElse(found.toString().left(longestText), none)
+                                                    : unknown;
+    }
+    /// Of a kind that a request for maintenance can be read from, or not there.
+    [[nodiscard]] bool isNumberOrMissing(const char* key) const {
+        return !value(key).isValid() || ClientConfiguration::integer(value(key));
+    }
+
+private:
+    [[nodiscard]] QVariant value(const char* key) const { return m_dictionary.value(QLatin1String(key)); }
+    template <typename T, typename Format>
+    [[nodiscard]] QString text(const char* key, const std::optional<T>& known, Format format) const {
+        if (known) return format(*known);
+        return value(key).isValid() ? unknown : notReported;
+    }
+    const QVariantMap& m_dictionary;
+};
+
+QString maintenance(const VLService& service, const Values& values) {
+    if (!values.isNumberOrMissing("maintenanceRequested")) return unknown;
+    return service.needsMaintenance() ? QStringLiteral("Requested") : QStringLiteral("Not requested");
+}
+
+}  // namespace
+
+ClientInfo ClientInfo::of(const VLService& service, const QString& group) {
+    const QVariantMap configuration = service.configDict();
+    const Values values(configuration);
+    const int port = service.port();
+    return {{
+        {QStringLiteral("Name"), orElse(service.name(), unknown)},
+        {QStringLiteral("Host name"), orElse(service.hostName(), unknown)},
+        {QStringLiteral("Other names"),
+         orElse(service.availableHostNames().join(QStringLiteral(", ")), none)},
+        {QStringLiteral("Address"), addresses(service)},
+        {QStringLiteral("Port"), port > 0 ? QString::number(port) : unknown},
+        {QStringLiteral("Model"), orElse(clientModel(service), unknown)},
+        {QStringLiteral("Listed"), origin(service)},
+        {QStringLiteral("Group"), orElse(group, none)},
+        {QStringLiteral("State"), state(service), Text, true},
+        {QStringLiteral("Last error"), lastError(service)},
+        {QStringLiteral("Key fingerprint"), fingerprint(service), FixedPitch},
+        {QStringLiteral("Agent version"), values.number("version"), Text, true},
+        {QStringLiteral("Suite version"), values.number("corvalinVersion")},
+        {QStringLiteral("Needs console"), values.number("minAdminVersion")},
+        {QStringLiteral("Preferred name"), values.string("preferredHostName")},
+        {QStringLiteral("Maintenance"), maintenance(service, values)},
+        {QStringLiteral("Updates waiting"), values.count("availableUpdateCount")},
+        {QStringLiteral("Last counted"), values.date("availableUpdateCountLastUpdate")},
+        {QStringLiteral("Own crash log"), values.string("selfCrashLog")},
+    }};
+}
+
+QString ClientInfo::asText() const {
+    QStringList lines;
+    for (const Row& row : rows)
+        lines << row.title + u'\t' +
+                     QString(row.value)
+                         .replace(QStringLiteral(":\n"), QStringLiteral(":"))
+                         .replace(u'\n', u' ');
+    return lines.join(u'\n');
+}
+
+QImage ClientInfo::largePicture(VLService& service) {
+    const QString model = clientModel(service);
+    if (QImage picture = model.isEmpty() ? QImage() : VLService::iconForMacModel(model, {});
+        !picture.isNull())
+        return picture;
+    QImage picture = service.fetchServiceIcon();
+    return picture.isNull() ? service.icon() : picture;
+}

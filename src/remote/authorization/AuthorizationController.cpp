@@ -1,0 +1,185 @@
+// The workers' half: where credentials come from, and whether the client accepts them.
+#include "remote/authorization/AuthorizationController.h"
+
+#include "foundation/MainThread.h"
+#include "foundation/VLCallLock.h"
+#include "foundation/VLThread.h"
+#include "foundation/VLUserDefaults.h"
+#include "logs/VLLog.h"
+#include "remote/RemoteRunner.h"
+#include "remote/authorization/VLEncryption.h"
+#include "remote/authorization/VLKeychain.h"
+
+namespace {
+
+const QString serviceName = QStringLiteral("Corvalin Orlendo");
+const QString itemKind = QStringLiteral("Host password");
+
+}  // namespace
+
+PasswordStore PasswordStore::keychain() {
+    PasswordStore store;
+    store.add = [](const QString& user, const QString& host, const Secret& password) {
+        VLKeychain::addKeychainItem(serviceName, itemKind, user, password, host);
+    };
+    store.password = [](const QString& user, const QString& host) {
+        return VLKeychain::getPasswordFromKeychainItem(serviceName, itemKind, user, host);
+    };
+    store.remove = [](const QString& user, const QString& host) {
+        VLKeychain::deleteKeychainItem(serviceName, itemKind, user, host);
+    };
+    store.removeAll = [] { VLKeychain::deleteAllKeychainItems(serviceName, itemKind); };
+    return store;
+}
+
+AuthorizationController::AuthorizationController(Environment environment, QObject* parent)
+    : QObject(parent), m_environment(std::move(environment)) {
+    m_authTimeoutTimer.setSingleShot(true);
+    connect(&m_authTimeoutTimer, &QTimer::timeout, this, &AuthorizationController::authTimeout);
+}
+
+AuthorizationController::~AuthorizationController() = default;
+
+// ---- Credentials
+
+std::optional<HostCredentials> AuthorizationController::credentialsFor(const RemoteClientPtr& service) {
+    const QString hostName = service->hostName();
+    for (;;) {
+        if (m_authorizationDict.shared()->value(hostName).authName.isEmpty() && !takeFromKeychain(hostName)) {
+            switch (showAuthDialogAndLoop(service)) {
+                case Asked::Skipped:
+                    VLLog::appendLog(QStringLiteral("User skipped authorization dialog."));
+                    m_authSkipped = false;
+                    return std::nullopt;
+                case Asked::OtherAnswered:
+                    // That sheet was about another client. Its answer may count for this one as well.
+                    if (shallStop(service)) return std::nullopt;
+                    if (!m_authorizationDict.shared()->contains(hostName)) continue;
+                    break;
+                case Asked::Answered:
+                    break;
+            }
+        }
+        if (shallStop(service)) return std::nullopt;
+        HostCredentials credentials = m_authorizationDict.shared()->value(hostName);
+        if (credentials.authName.isEmpty()) return std::nullopt;
+        switch (ask(credentials, service)) {
+            case Verdict::Accepted:
+                return credentials;
+            case Verdict::Refused:
+                forgetRefused(hostName);
+                break;
+            case Verdict::NoAnswer:
+                VLLog::appendLog(QStringLiteral("%@ did not say whether it accepts the password."),
+                                 service->name());
+                return std::nullopt;
+        }
+    }
+}
+
+bool AuthorizationController::shallStop(const RemoteClientPtr& service) const {
+    return m_environment.processingCancelled() || VLThread::isCancelled() || MainThread::isQuitting() ||
+           !m_environment.isKnown(service);
+}
+
+bool AuthorizationController::validateAuthorization(const QString& userName, const QByteArray& password,
+                                                    const RemoteClientPtr& service) {
+    return ask({userName, password}, service) == Verdict::Accepted;
+}
+
+/// A client that cannot be reached has not refused anything: that must not cost the stored password.
+AuthorizationController::Verdict AuthorizationController::ask(const HostCredentials& credentials,
+                                                              const RemoteClientPtr& service) {
+    const QString selector = QStringLiteral("validateUsername:password:");
+    try {
+        const VLProxyObjectPtr proxy = service->proxyObject();
+        if (proxy && !proxy->respondsToSelector(selector, m_environment.probeLimit)) return Verdict::Accepted;
+    } catch (const std::exception&) {
+        // The question itself runs into the same failure, and reports it.
+    }
+    const QVariant password = credentials.authPass.isEmpty() ? QVariant() : QVariant(credentials.authPass);
+    const QVariant answer =
+        m_environment.runner->objectFromRemoteMethod(selector, credentials.authName, password, service);
+    if (!answer.isValid()) return Verdict::NoAnswer;
+    return answer.toBool() ? Verdict::Accepted : Verdict::Refused;
+}
+
+bool AuthorizationController::takeFromKeychain(const QString& hostName) {
+    VLLog::appendLog(QStringLiteral("Checking keychain..."));
+    const QString user = storedUser(hostName);
+    if (user.isEmpty()) return false;
+    std::optional<Secret> password;
+    onKeychain([&] { password = m_environment.passwords.password(user, hostName); });
+    if (!password || password->isEmpty()) return false;
+    VLLog::appendLog(QStringLiteral("Taking stored password from keychain."));
+    const HostCredentials credentials(
+        user, VLEncryption::AESEncryptData(password->view(), VLEncryption::hostPassphrase()));
+    setAuthorizationDict([&](Credentials& all) { all.insert(hostName, credentials); });
+    return true;
+}
+
+void AuthorizationController::forgetRefused(const QString& hostName) {
+    setAuthorizationDict([&](Credentials& all) { all.remove(hostName); });
+    const QString user = storedUser(hostName);
+    if (!user.isEmpty()) onKeychain([&] { m_environment.passwords.remove(user, hostName); });
+}
+
+void AuthorizationController::removeStoredPasswordForHost(const QString& hostName) {
+    forgetRefused(hostName);
+}
+
+/// The copy is made on the main thread too, so that no two changes lose one another.
+void AuthorizationController::setAuthorizationDict(const std::function<void(Credentials&)>& change) {
+    onMainThreadAndWait([&] {
+        Credentials all = m_authorizationDict.get();
+        change(all);
+        m_authorizationDict.set(std::move(all));
+    });
+}
+
+QString AuthorizationController::storedUser(const QString& hostName) {
+    return VLUserDefaults::standardUserDefaults()
+        .dictionaryForKey(QStringLiteral("users"))
+        .value(hostName)
+        .toString();
+}
+
+// ---- Waiting for the sheet
+
+AuthorizationController::Asked AuthorizationController::showAuthDialogAndLoop(
+    const RemoteClientPtr& service) {
+    const VLCallLock lock;
+    VLLog::appendLog(QStringLiteral("Preparing to show authorization dialog..."));
+    Asked asked = Asked::Answered;
+    onMainThreadAndWait([&] { asked = showAuthForHostname(service); });
+    while (m_processingSuspended && !shallStop(service))
+        VLThread::sleepFor(m_environment.lookInterval);
+    if (asked == Asked::Answered && m_authSkipped) return Asked::Skipped;
+    return asked;
+}
+
+// ---- The keychain's turns
+
+/// What the main thread has asked for earlier comes first: it may be about the same item.
+void AuthorizationController::onKeychain(const std::function<void()>& work) {
+    const std::lock_guard turn(m_keychainTurn);
+    for (;;) {
+        std::function<void()> earlier;
+        {
+            const std::lock_guard lock(m_waitingMutex);
+            if (m_waiting.empty()) break;
+            earlier = std::move(m_waiting.front());
+            m_waiting.pop_front();
+        }
+        earlier();
+    }
+    if (work) work();
+}
+
+void AuthorizationController::onKeychainLater(std::function<void()> work) {
+    {
+        const std::lock_guard lock(m_waitingMutex);
+        m_waiting.push_back(std::move(work));
+    }
+    VLThread::detach(QStringLiteral("keychain"), [this] { onKeychain({}); });
+}

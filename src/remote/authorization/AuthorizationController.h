@@ -1,0 +1,148 @@
+#pragma once
+
+#include "foundation/Snapshot.h"
+#include "remote/RemoteClient.h"
+#include "remote/authorization/AuthorizationView.h"
+#include "remote/authorization/HostCredentials.h"
+#include "system/Secret.h"
+
+#include <QHash>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+class RemoteRunner;
+
+/// Where passwords are stored between sessions, by user and host. Called on workers.
+struct PasswordStore {
+    std::function<void(const QString& user, const QString& host, const Secret& password)> add;
+    std::function<std::optional<Secret>(const QString& user, const QString& host)> password;
+    std::function<void(const QString& user, const QString& host)> remove;
+    std::function<void()> removeAll;
+
+    /// The console's items in VLKeychain.
+    [[nodiscard]] static PasswordStore keychain();
+};
+
+/// Obtains the administrator credentials that authorised operations need: from what was entered in this
+/// session, from the keychain, or from the user through the sheet; and checks them with the client.
+///
+/// Workers call credentialsFor() and may block in it. Everything that the sheet does is main thread.
+class AuthorizationController : public QObject {
+    Q_OBJECT
+public:
+    static constexpr std::chrono::seconds authTimeoutInterval{1200};
+
+    struct Environment {
+        RemoteRunner* runner = nullptr;  ///< asks the clients; outlives this object
+        PasswordStore passwords;
+        std::function<QList<RemoteClientPtr>()> selectedServices;  ///< any thread
+        /// False once a client was removed from the list. Any thread.
+        std::function<bool(const RemoteClientPtr&)> isKnown;
+        std::function<bool()> processingCancelled;              ///< any thread
+        std::function<void(bool cancelled)> setProcessingCancelled;  ///< any thread
+        std::function<void()> cancelAllProgress;                ///< main thread
+        /// Main thread: takes the progress sheet away if it shows, and brings back one that was taken away.
+        std::function<void()> putProgressAway, bringProgressBack;
+        QString loginName;  ///< of the person at the console
+        /// Calls `fired` on the main thread after `delay`, and never what was given before. A QTimer when
+        /// empty.
+        std::function<void(std::chrono::seconds delay, std::function<void()> fired)> startTimer;
+        std::chrono::milliseconds lookInterval{std::chrono::seconds(1)};  ///< of a worker that waits
+        std::chrono::milliseconds probeLimit{std::chrono::seconds(10)};
+    };
+    explicit AuthorizationController(Environment environment, QObject* parent = nullptr);
+    ~AuthorizationController() override;
+
+    /// The sheet; null takes it away. Not owned. Without one nobody is asked, as if skipped.
+    void setView(AuthorizationView* view);
+
+    // Workers.
+    /// Credentials that the client has just accepted; none when the user skipped or cancelled, when the
+    /// client is gone or does not answer, or when the program quits.
+    [[nodiscard]] std::optional<HostCredentials> credentialsFor(const RemoteClientPtr& service);
+    /// What the client says; one that does not know the question is taken to accept.
+    [[nodiscard]] bool validateAuthorization(const QString& userName, const QByteArray& password,
+                                             const RemoteClientPtr& service);
+    /// Forgets the host's credentials, in the keychain too. Any thread but the main one.
+    void removeStoredPasswordForHost(const QString& hostName);
+
+    // The sheet's buttons.
+    void authorize(const QString& userName, Secret password, bool applyToAll, bool addToKeychain);
+    void skipAuth();
+    void cancelAuth();
+
+    /// Asks whether to forget every stored password, and does.
+    void securityRemovePasswords(QObject* parentWindow);
+    /// The client has left the list: nobody is asked about it any more.
+    void serviceRemoved(const RemoteClientPtr& service);
+
+    void clearAuthSkipped() { m_authSkipped = false; }
+    [[nodiscard]] bool authSkipped() const { return m_authSkipped; }
+    [[nodiscard]] bool processingSuspended() const { return m_processingSuspended; }
+    [[nodiscard]] const RemoteClientPtr& lastAuthService() const { return m_lastAuthService; }
+    /// By host name. Any thread.
+    [[nodiscard]] QHash<QString, HostCredentials> authorizationDict() const { return m_authorizationDict.get(); }
+
+private:
+    using Credentials = QHash<QString, HostCredentials>;
+    enum class Verdict { Accepted, Refused, NoAnswer };
+    enum class Asked { Answered, Skipped, OtherAnswered };
+    enum ReturnCode { Canceled = 0, Authorized = 1, Skipped = 2 };
+    /// What was typed, while it is checked and after that.
+    struct Entry {
+        QString userName;
+        Secret password;
+        HostCredentials credentials;
+        bool applyToAll = false;
+        bool addToKeychain = false;
+    };
+    using EntryPtr = std::shared_ptr<const Entry>;
+
+    [[nodiscard]] Verdict ask(const HostCredentials& credentials, const RemoteClientPtr& service);
+    [[nodiscard]] bool takeFromKeychain(const QString& hostName);
+    void forgetRefused(const QString& hostName);
+    [[nodiscard]] bool shallStop(const RemoteClientPtr& service) const;
+
+    [[nodiscard]] Asked showAuthDialogAndLoop(const RemoteClientPtr& service);
+    [[nodiscard]] Asked showAuthForHostname(const RemoteClientPtr& service);
+    void answered(int sheetNumber, Verdict verdict, const EntryPtr& entry);
+    void endAuth();
+    void endSheet(ReturnCode code, const EntryPtr& entry = {});
+    void authSheetDidEnd(ReturnCode code, const RemoteClientPtr& service, const EntryPtr& entry);
+    void take(const Entry& entry, const RemoteClientPtr& service, const EntryPtr& shared);
+    void restartTimer();
+    void authTimeout();
+
+    // Main thread, waiting.
+    void setAuthorizationDict(const std::function<void(Credentials&)>& change);
+    [[nodiscard]] static QString storedUser(const QString& hostName);
+
+    void onKeychain(const std::function<void()>& work);
+    void onKeychainLater(std::function<void()> work);
+
+    Environment m_environment;
+    AuthorizationView* m_view = nullptr;
+    std::atomic<bool> m_authSkipped{false}, m_processingSuspended{false};
+    Snapshot<Credentials> m_authorizationDict;
+    QTimer m_authTimeoutTimer;
+
+    // Main thread.
+    RemoteClientPtr m_lastAuthService;  ///< the client that the sheet asks for, or asked for last
+    bool m_sheetIsUp = false;
+    bool m_isChecking = false;
+    int m_sheetNumber = 0;
+
+    std::mutex m_keychainTurn;  ///< held while the keychain is used
+    std::mutex m_waitingMutex;
+    std::deque<std::function<void()>> m_waiting;  ///< what the main thread has asked of the keychain
+    std::shared_ptr<const bool> m_alive = std::make_shared<bool>(true);
+};

@@ -1,0 +1,199 @@
+// The main thread's half of AuthorizationController: the sheet, what was typed into it, and for how long it counts.
+#include "foundation/MainThread.h"
+#include "foundation/VLCallLock.h"
+#include "foundation/VLThread.h"
+#include "foundation/VLUserDefaults.h"
+#include "logs/VLLog.h"
+#include "remote/authorization/AuthorizationController.h"
+#include "remote/authorization/VLEncryption.h"
+#include "system/VLAlert.h"
+
+void AuthorizationController::setView(AuthorizationView* view) {
+    m_view = view;
+    if (!view && m_sheetIsUp) endSheet(Canceled);
+}
+
+AuthorizationController::Asked AuthorizationController::showAuthForHostname(const RemoteClientPtr& service) {
+    const VLCallLock lock;
+    m_authSkipped = false;
+    if (!m_view) {
+        VLLog::appendLog(QStringLiteral("There is no window to ask for a password in."));
+        m_authSkipped = true;
+        return Asked::Answered;
+    }
+    m_environment.putProgressAway();
+    if (m_sheetIsUp) return service == m_lastAuthService ? Asked::Answered : Asked::OtherAnswered;
+    m_lastAuthService = service;
+    m_processingSuspended = true;
+    m_sheetIsUp = true;
+    ++m_sheetNumber;
+    VLLog::appendLog(QStringLiteral("Showing authorization dialog..."));
+    const QString known = m_authorizationDict.shared()->value(service->hostName()).authName;
+    AuthorizationView::Prompt prompt;
+    prompt.service = service;
+    prompt.text = QStringLiteral("Please enter an administrator username and password:");
+    prompt.userName = known.isEmpty() ? m_environment.loginName : known;
+    prompt.addToKeychain =
+        VLUserDefaults::standardUserDefaults().integerForKey(QStringLiteral("authAddKeychain")) != 0;
+    m_view->showSheet(prompt);
+    return Asked::Answered;
+}
+
+// ---- Buttons
+
+void AuthorizationController::authorize(const QString& userName, Secret password, bool applyToAll,
+                                        bool addToKeychain) {
+    if (!m_sheetIsUp || m_isChecking) return;
+    auto entry = std::make_shared<Entry>();
+    entry->userName = userName;
+    entry->credentials = {
+        userName, VLEncryption::AESEncryptData(password.view(), VLEncryption::hostPassphrase())};
+    entry->password = std::move(password);
+    entry->applyToAll = applyToAll;
+    entry->addToKeychain = addToKeychain;
+    m_isChecking = true;
+    m_view->setChecking(true);
+    VLThread::detach(QStringLiteral("authorize"), [this, alive = std::weak_ptr(m_alive), entry,
+                                                   service = m_lastAuthService, sheet = m_sheetNumber] {
+        const Verdict verdict = ask(entry->credentials, service);
+        onMainThread([this, alive, sheet, verdict, entry] {
+            if (!alive.expired()) answered(sheet, verdict, entry);
+        });
+    });
+}
+
+void AuthorizationController::answered(int sheetNumber, Verdict verdict, const EntryPtr& entry) {
+    if (!m_sheetIsUp || sheetNumber != m_sheetNumber) return;  // skipped or cancelled meanwhile
+    if (verdict == Verdict::Accepted) return endSheet(Authorized, entry);
+    m_isChecking = false;
+    m_view->setChecking(false);
+    const QString name = m_lastAuthService->name();
+    if (verdict == Verdict::NoAnswer)
+        return m_view->showAlert(
+            QStringLiteral("Unable to check the password"),
+            vlFormat(QStringLiteral("%@ does not answer. Please try again, or skip this computer."), name));
+    m_view->showAlert(
+        QStringLiteral("Invalid username or password"),
+        vlFormat(QStringLiteral("Please enter a valid admin username and password for %@."), name));
+}
+
+void AuthorizationController::skipAuth() {
+    if (!m_sheetIsUp) return;
+    m_authSkipped = true;
+    m_processingSuspended = false;
+    endSheet(Skipped);
+    // The other clients' work goes on.
+    m_environment.bringProgressBack();
+}
+
+void AuthorizationController::cancelAuth() {
+    if (!m_sheetIsUp) return;
+    m_environment.setProcessingCancelled(true);
+    m_processingSuspended = false;
+    endAuth();
+}
+
+void AuthorizationController::serviceRemoved(const RemoteClientPtr& service) {
+    if (!m_sheetIsUp || service != m_lastAuthService) return;
+    VLLog::appendLog(QStringLiteral("%@ is gone; its password is not needed any more."), service->name());
+    skipAuth();
+}
+
+// ---- End
+
+void AuthorizationController::endAuth() {
+    const VLCallLock lock;
+    VLLog::appendLog(QStringLiteral("Ending authorization..."));
+    m_processingSuspended = false;
+    endSheet(Canceled);
+    setAuthorizationDict([](Credentials& all) { all.clear(); });
+}
+
+void AuthorizationController::endSheet(ReturnCode code, const EntryPtr& entry) {
+    m_sheetIsUp = false;
+    m_isChecking = false;
+    if (m_view) {
+        m_view->setChecking(false);
+        m_view->orderOut();
+    }
+    authSheetDidEnd(code, m_lastAuthService, entry);
+}
+
+void AuthorizationController::authSheetDidEnd(ReturnCode code, const RemoteClientPtr& service,
+                                              const EntryPtr& entry) {
+    switch (code) {
+        case Canceled:
+            VLLog::appendLog(QStringLiteral("Authorization canceled."));
+            m_processingSuspended = false;
+            m_environment.setProcessingCancelled(true);
+            m_environment.cancelAllProgress();
+            break;
+        case Authorized:
+            VLLog::appendLog(QStringLiteral("Authorizing..."));
+            take(*entry, service, entry);
+            m_processingSuspended = false;
+            m_environment.setProcessingCancelled(false);
+            m_environment.bringProgressBack();
+            break;
+        case Skipped:
+            break;
+    }
+}
+
+/// The credentials count for the client that was asked for, and for all selected ones when so ticked.
+void AuthorizationController::take(const Entry& entry, const RemoteClientPtr& service,
+                                   const EntryPtr& shared) {
+    Credentials all = m_authorizationDict.get();
+    all.insert(service->hostName(), entry.credentials);
+    QStringList hosts{service->hostName()};
+    if (entry.applyToAll) {
+        const QList<RemoteClientPtr> selected = m_environment.selectedServices();
+        for (const RemoteClientPtr& other : selected)
+            if (!hosts.contains(other->hostName())) hosts.append(other->hostName());
+    }
+    VLUserDefaults& defaults = VLUserDefaults::standardUserDefaults();
+    QVariantMap users = defaults.dictionaryForKey(QStringLiteral("users"));
+    for (const QString& host : std::as_const(hosts)) {
+        if (!all.contains(host)) all.insert(host, entry.credentials);
+        users.insert(host, entry.userName);
+    }
+    if (entry.addToKeychain && !entry.password.isEmpty()) {
+        onKeychainLater([add = m_environment.passwords.add, hosts, shared] {
+            for (const QString& host : hosts)
+                add(shared->userName, host, shared->password);
+        });
+    }
+    defaults.setObject(users, QStringLiteral("users"));
+    defaults.synchronize();
+    restartTimer();
+    setAuthorizationDict([&](Credentials& installed) { installed = all; });
+}
+
+void AuthorizationController::restartTimer() {
+    if (m_environment.startTimer)
+        return m_environment.startTimer(authTimeoutInterval, [this] { authTimeout(); });
+    m_authTimeoutTimer.start(authTimeoutInterval);
+}
+
+void AuthorizationController::authTimeout() {
+    setAuthorizationDict([](Credentials& all) { all.clear(); });
+}
+
+// ---- Forgetting everything
+
+void AuthorizationController::securityRemovePasswords(QObject* parentWindow) {
+    const QString selector = QStringLiteral("removePasswordsAlertDidEnd:returnCode:contextInfo:");
+    const auto ended = [this, alive = std::weak_ptr(m_alive)](int returnCode) {
+        if (returnCode != VLAlert::DefaultReturn || alive.expired()) return;
+        authTimeout();
+        onKeychainLater(m_environment.passwords.removeAll);
+    };
+    VLAlert::alertSheetWithMessageText(
+        QStringLiteral("Are you sure you wish to remove all stored passwords?"), QStringLiteral("Remove"),
+        QStringLiteral("Cancel"), {},
+        QStringLiteral(
+            "You will be required to re-enter them next time you perform an authorized action."),
+        parentWindow,
+        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, ended}}),
+        selector, false);
+}

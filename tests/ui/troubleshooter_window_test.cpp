@@ -1,0 +1,114 @@
+// The connection troubleshooter and the client information panel, driven through the real window.
+
+#include "SampleConsole.h"
+#include "clients/view/AddComputerSheet.h"
+#include "clients/view/ClientInfoPanel.h"
+#include "clients/view/ClientOutline.h"
+#include "clients/view/TroubleshooterWindow.h"
+#include "support/TestEnvironment.h"
+#include "widgets/Theme.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPushButton>
+#include <QStackedWidget>
+
+class TroubleshooterWindowTest : public QObject {
+    Q_OBJECT
+
+    SampleConsole m_console;
+
+    [[nodiscard]] TroubleshooterWindow& window() {
+        return *m_console.window->findChild<TroubleshooterWindow*>();
+    }
+    void click(const char* name) { window().findChild<QPushButton*>(QLatin1String(name))->click(); }
+
+private Q_SLOTS:
+    void init() {
+        applyTheme(Theme::Light);
+        QVERIFY(m_console.start());
+        m_console.window->show();
+        m_console.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_console.window.get()));
+    }
+    void cleanup() {
+        QVERIFY(m_console.controller->shutDown());
+        m_console.window.reset();
+        m_console.controller.reset();
+        VLThread::reset();
+        MainThread::resume();
+    }
+
+    void opensByItselfWithoutTakingTheKeyboard() {
+        const auto bay = m_console.add("Bay 1", "192.168.1.21");
+        bay->showNotConnected(u"refused"_s, ConnectionFailure::Refused);
+        m_console.window->showAddComputer();
+        auto* edit = m_console.window->findChild<AddComputerSheet*>()->findChild<QLineEdit*>();
+        edit->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), edit);
+        Q_EMIT m_console.controller->connectionTroubleshooterRequested(bay, true);
+        QTRY_VERIFY(window().isVisible());
+        QTest::qWait(50);
+        QCOMPARE(QApplication::focusWidget(), edit);
+        QCOMPARE(window().selectedService(), bay);
+        m_console.window->findChild<AddComputerSheet*>()->reject();
+    }
+
+    void explainsTheSelectedClient() {
+        const auto one = m_console.add("Bay 1", "192.168.1.21"), two = m_console.add("<b>2</b>", "::2");
+        one->showNotConnected(u"refused"_s, ConnectionFailure::Refused);
+        two->showChangedIdentity("certificate");
+        m_console.controller->showConnectionTroubleshooter(one);
+        const auto* title = window().findChild<QLabel*>(u"problemTitle"_s);
+        QCOMPARE(title->text(), ConnectionProblem::titleOf(ConnectionProblem::Refused));
+        QVERIFY(window().findChild<QPushButton*>(u"reviewIdentity"_s)->isHidden());
+        click("retry");
+        QTRY_COMPARE(one->reconnects, 1);
+        click("testPort");
+        QVERIFY(window().details().contains(u"No address"_s));
+        click("copyDetails");
+        QCOMPARE(QGuiApplication::clipboard()->text(), window().details());
+
+        window().select(two);
+        QCOMPARE(title->text(), ConnectionProblem::titleOf(ConnectionProblem::ChangedKey));
+        QVERIFY(window().details().contains(u"<b>2</b>"_s) && !window().details().contains(u"No address"_s));
+        m_console.add("Bay 0", "192.168.1.20")->showNotConnected(u"lost"_s, ConnectionFailure::Lost);
+        m_console.controller->populateConnectionTroubleshooterServices();
+        QCOMPARE(window().selectedService(), two);
+
+        click("showLog");
+        QVERIFY(m_console.find<QWidget>("logWindow")->isVisible());
+        for (const VLServicePtr& service : m_console.controller->services().serviceArray())
+            m_console.controller->services().removeServiceFromList(service);
+        m_console.controller->populateConnectionTroubleshooterServices();
+        QVERIFY(window().findChild<QWidget*>(u"troubleshooterEmpty"_s)->isVisible());
+    }
+
+    void informsAboutTheOneSelectedClient() {
+        const auto one = m_console.add("Bay 1", "192.168.1.21"), two = m_console.add("Bay 2", "192.168.1.22");
+        one->showConfiguration({{u"version"_s, u"<i>old</i>"_s}});
+        ServiceList& services = m_console.controller->services();
+        services.setSelectedServices({one});
+        Q_EMIT m_console.window->findChild<ClientOutline*>()->serviceActivated(one);
+        auto* panel = m_console.window->findChild<ClientInfoPanel*>();
+        QVERIFY(panel && panel->isVisible());
+        const auto value = [&](const char* row) {
+            return panel->findChild<QLabel*>(u"info:"_s + QLatin1String(row))->text();
+        };
+        QCOMPARE(value("Agent version"), u"unknown"_s);
+        services.setSelectedServices({two});
+        QCOMPARE(value("Address"), u"192.168.1.22"_s);
+        two->setName(u"Bay <b>3</b>"_s);
+        services.serviceChanged(two);
+        QCOMPARE(value("Name"), u"Bay <b>3</b>"_s);
+        services.setSelectedServices({one, two});
+        QCOMPARE(panel->service(), nullptr);
+        services.removeServiceFromList(one);
+    }
+};
+
+ORLENDO_WIDGETS_TEST_MAIN(TroubleshooterWindowTest)
+#include "troubleshooter_window_test.moc"
