@@ -56,7 +56,9 @@ int main(int argc, char** argv) {
     MainThread::adopt();
     applyTheme(Theme::Light);
     const int count = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 100'000;
-    AddonryController controller({nullptr, nullptr, [] { return QList<VLServicePtr>(); }, {}, {}});
+    ToolContext context;
+    context.selectedServices = [] { return QList<VLServicePtr>(); };
+    AddonryController controller(context);
     AddonryView view(controller, nullptr);
     view.resize(1000, 700);
     view.show();

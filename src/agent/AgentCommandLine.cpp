@@ -89,8 +89,10 @@ bool readConfiguration(const QString& path, AgentSettings& settings, QString* er
     if (path.isEmpty()) return true;
     const QVariant content = PropertyList::readFile(path, error);
     if (content.typeId() == QMetaType::QVariantMap &&
-        settings.apply(content.toMap(), QFileInfo(path).absolutePath(), error))
+        settings.apply(content.toMap(), QFileInfo(path).absolutePath(), error)) {
+        settings.settingsFile = QFileInfo(path).absoluteFilePath();
         return true;
+    }
     *error = QStringLiteral("%1: %2").arg(path, error->isEmpty() ? QStringLiteral("no dictionary") : *error);
     return false;
 }

@@ -6,20 +6,29 @@
 #include "agent/identity/ClientConfiguration.h"
 #include "agent/identity/MaintenanceRequest.h"
 #include "foundation/MainThread.h"
+#include "foundation/PropertyList.h"
 #include "logs/VLLog.h"
 #include "remote/VLServer.h"
 #include "system/VLException.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QPointer>
 #include <QThread>
+#include <QTimer>
 
 namespace {
 
 /// How long the last word to the consoles may take before their connections are closed.
 constexpr unsigned long farewellMilliseconds = 200;
+/// How long operations under way may take to end with the agent.
+constexpr std::chrono::seconds longestOperationEnd{5};
+/// The suite is updated, and crash logs come, without a sign in the state folder.
+constexpr std::chrono::seconds lookInterval{30};
+constexpr qint64 largestSettingsFile = 1024 * 1024;
 
 bool isLoopback(const QString& address) {
     return address.startsWith(QLatin1String("127.")) || address == u"::1";
@@ -28,6 +37,11 @@ bool isLoopback(const QString& address) {
 /// The first label of a host name: what a host is published under.
 QString hostLabel(const QString& hostName) {
     return hostName.section(u'.', 0, 0);
+}
+
+QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.read(largestSettingsFile) : QByteArray();
 }
 
 /// What makes a console fetch the configuration again. The time of counting changes at every look.
@@ -56,15 +70,23 @@ AgentDaemon::AgentDaemon(AgentSettings settings)
 }
 
 AgentDaemon::~AgentDaemon() {
+    if (!m_isFinished) finish();
+}
+
+bool AgentDaemon::finish() {
+    m_isFinished = true;
     m_publisher.reset();
     if (m_agent->consoles.count() > 0 && !m_shallRelaunch) {
         // A console removes a machine that says good-bye; one that starts anew is connected to again.
         m_agent->consoles.postToAll(QStringLiteral("willDisconnect:"), {m_agent->hostName.get()});
         QThread::msleep(farewellMilliseconds);
     }
-    m_server.reset();
-    VLLog::appendLog(QStringLiteral("Agent finished."));
+    m_agent->administrators.stop();
+    const bool hasEnded = m_server->stop(longestOperationEnd);
+    VLLog::appendLog(hasEnded ? QStringLiteral("Agent finished.")
+                              : QStringLiteral("Agent finished; an operation that does not end is left."));
     VLLog::finishWriting();
+    return hasEnded;
 }
 
 quint16 AgentDaemon::port() const {
@@ -82,6 +104,11 @@ void AgentDaemon::startServer() {
     };
     options.address = settings.listenAddress;
     options.port = settings.port;
+    options.failed = [daemon = QPointer<AgentDaemon>(this)] {
+        onMainThread([daemon] {
+            if (daemon) daemon->serverFailed();
+        });
+    };
     m_server = std::make_unique<VLServer>(m_root, std::move(options));
     VLLog::appendLog(QStringLiteral("Serving %@ as \"%@\" on %@:%i"), m_agent->tree.rootPath(), settings.name,
                      settings.listenAddress, m_server->port());
@@ -118,14 +145,13 @@ void AgentDaemon::startAdvertising() {
     m_publisher->start();
 }
 
-/// Another machine had the name. Consoles still know this one by the name that it had, so that is the one
-/// under which they are told to ask for the new one.
+/// Another machine had the name. Consoles still know this one by the name that it had, and are told under
+/// that one to ask for the new one.
 void AgentDaemon::hostNameChanged(const QString& hostName) {
-    const QString known = m_agent->hostName.get();
-    if (hostName == known) return;
+    if (hostName == m_agent->hostName.get()) return;
     m_agent->hostName.set(hostName);
     m_configuration = lastingPart(ClientConfiguration::current(*m_agent));
-    m_agent->consoles.postToAll(QStringLiteral("updateConfig:"), {known});
+    m_agent->consoles.postToAll(QStringLiteral("updateConfig:"), {hostName});
 }
 
 void AgentDaemon::watchState() {
@@ -134,6 +160,13 @@ void AgentDaemon::watchState() {
     m_configuration = lastingPart(ClientConfiguration::current(*m_agent));
     m_watcher = new QFileSystemWatcher({settings.stateDirectory}, this);
     connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] { stateChanged(); });
+    auto* look = new QTimer(this);
+    connect(look, &QTimer::timeout, this, [this] { stateChanged(); });
+    look->start(lookInterval);
+    if (settings.settingsFile.isEmpty()) return;
+    m_settingsFile = contentOf(settings.settingsFile);
+    m_watcher->addPath(settings.settingsFile);
+    connect(m_watcher, &QFileSystemWatcher::fileChanged, this, [this] { settingsFileChanged(); });
 }
 
 void AgentDaemon::stateChanged() {
@@ -147,11 +180,56 @@ void AgentDaemon::stateChanged() {
             requested ? QStringLiteral("requestMaintenance:") : QStringLiteral("cancelMaintenance:"),
             {m_agent->hostName.get()});
     }
+    configurationChanged();
+    settingsFileChanged();
+}
+
+void AgentDaemon::configurationChanged() {
     QVariantMap configuration = lastingPart(ClientConfiguration::current(*m_agent));
-    if (configuration != m_configuration) {
-        m_configuration = std::move(configuration);
-        m_agent->consoles.postToAll(QStringLiteral("updateConfig:"), {m_agent->hostName.get()});
+    if (configuration == m_configuration) return;
+    const QString suite = QStringLiteral("corvalinVersion");
+    const bool isOtherSuite = configuration.value(suite) != m_configuration.value(suite);
+    m_configuration = std::move(configuration);
+    m_agent->consoles.postToAll(
+        isOtherSuite ? QStringLiteral("forceConfigReload:") : QStringLiteral("updateConfig:"),
+        {m_agent->hostName.get()});
+}
+
+void AgentDaemon::settingsFileChanged() {
+    const QString& path = m_agent->settings.settingsFile;
+    if (path.isEmpty()) return;
+    // An editor puts a new file in the place of the old one, which ends the watch.
+    if (!m_watcher->files().contains(path)) m_watcher->addPath(path);
+    if (contentOf(path) != m_settingsFile) reload();
+}
+
+void AgentDaemon::reload() {
+    readSettings();
+    m_configuration = lastingPart(ClientConfiguration::current(*m_agent));
+    m_agent->consoles.postToAll(QStringLiteral("forceConfigReload:"), {m_agent->hostName.get()});
+}
+
+void AgentDaemon::readSettings() {
+    const QString& path = m_agent->settings.settingsFile;
+    if (path.isEmpty()) return;
+    m_settingsFile = contentOf(path);
+    AgentSettings fresh;
+    QString error;
+    const QVariant content = PropertyList::fromData(m_settingsFile, &error);
+    if (content.typeId() != QMetaType::QVariantMap ||
+        !fresh.apply(content.toMap(), QFileInfo(path).absolutePath(), &error)) {
+        VLLog::appendLog(QStringLiteral("The changed settings are not used: %@"), error);
+        return;
     }
+    m_agent->minAdminVersion = fresh.minAdminVersion;
+    VLLog::appendLog(QStringLiteral(
+        "The settings were read anew; all but minAdminVersion count when the agent is started anew."));
+}
+
+void AgentDaemon::serverFailed() {
+    m_exitCode = 1;
+    VLLog::appendLogAndPrint(QStringLiteral("Without its server this agent is of no use and quits."));
+    end(false);
 }
 
 void AgentDaemon::end(bool relaunch) {

@@ -1,11 +1,14 @@
 #include "agent/AgentRoot.h"
 
 #include "agent/addonry/AddonryService.h"
+#include "agent/authorization/AuthorizationService.h"
 #include "agent/callbacks/CallbackService.h"
+#include "agent/faultscope/FaultscopeService.h"
 #include "agent/identity/IdentityService.h"
 #include "agent/logs/LogService.h"
+#include "agent/tasks/TaskService.h"
+#include "agent/updates/UpdateService.h"
 #include "agent/varispot/VarispotService.h"
-#include "logs/VLLog.h"
 #include "system/VLException.h"
 
 using namespace VLCorvalinServerProtocol;
@@ -13,9 +16,13 @@ using namespace VLCorvalinServerProtocol;
 AgentRoot::AgentRoot(std::shared_ptr<AgentContext> agent) : m_agent(std::move(agent)) {
     addIdentityOperations(m_operations, *m_agent);
     addCallbackOperations(m_operations, *m_agent);
+    addAuthorizationOperations(m_operations, *m_agent);
     addLogOperations(m_operations, *m_agent);
     addAddonryOperations(m_operations, *m_agent);
     addVarispotOperations(m_operations, *m_agent);
+    addFaultscopeOperations(m_operations, *m_agent);
+    addUpdateOperations(m_operations, *m_agent);
+    addTaskOperations(m_operations, *m_agent);
 }
 
 bool AgentRoot::respondsToSelector(const QString& selector) const {
@@ -36,16 +43,23 @@ QVariant AgentRoot::perform(const QString& selector, const QVariantList& argumen
 }
 
 void AgentRoot::reportFailure(const QString& selector, const VLException& error, quint64 peer) {
-    VLLog::appendLog(QStringLiteral("Operation %@ failed: %@"), selector.left(100), error.reason());
+    m_agent->log.append(peer, QStringLiteral("Operation %@ failed: %@"), selector.left(100),
+                        error.reason().left(1000));
     const auto* declared = operation(Side::Agent, selector);
-    if (declared == nullptr || declared->mode != Mode::Oneway) return;
-    // Nobody waits for this one, so the callback is the only way for the failure to be seen.
-    m_agent->consoles.postToCaller(
-        peer, QStringLiteral("addExceptionToQueue:hostname:"),
-        {QVariantMap{{QStringLiteral("name"), error.name()}, {QStringLiteral("reason"), error.reason()}},
-         m_agent->hostName.get()});
+    const bool isOneway = declared != nullptr && declared->mode == Mode::Oneway;
+    // Nobody waits for a oneway operation, so the callback is the only way for its failure to be seen. An
+    // error of the suite goes to the error queue in any case, which knows what its code means.
+    const bool hasCode = error.userInfo().contains(QStringLiteral("code"));
+    if (isOneway || hasCode) m_agent->consoles.postFailure(peer, error, m_agent->hostName.get());
+}
+
+void AgentRoot::peerOpened(quint64 peer, const QString& console) {
+    m_agent->consoles.opened(peer, console);
 }
 
 void AgentRoot::peerClosed(quint64 peer) {
     m_agent->consoles.remove(peer);
+    m_agent->log.forget(peer);
+    m_agent->reports.forget(peer);
+    m_agent->administrators.peerClosed(peer);
 }

@@ -14,6 +14,7 @@ public:
 
     [[nodiscard]] bool respondsToSelector(const QString& selector) const override;
     QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) override;
+    void peerOpened(quint64 peer, const QString& console) override;
     void peerClosed(quint64 peer) override;
 
     [[nodiscard]] QStringList selectors() const { return m_operations.selectors(); }

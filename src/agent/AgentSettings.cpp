@@ -70,6 +70,19 @@ Setter paths(QStringList& target, const QString& directory) {
     };
 }
 
+Setter names(QStringList& target) {
+    return [&target](const QVariant& value) {
+        if (value.typeId() != QMetaType::QVariantList) return false;
+        target.clear();
+        const auto items = value.toList();
+        for (const QVariant& item : items) {
+            if (item.typeId() != QMetaType::QString || item.toString().isEmpty()) return false;
+            target.append(item.toString());
+        }
+        return true;
+    };
+}
+
 }  // namespace
 
 bool AgentSettings::apply(const QVariantMap& configuration, const QString& directory, QString* error) {
@@ -84,6 +97,7 @@ bool AgentSettings::apply(const QVariantMap& configuration, const QString& direc
         {QStringLiteral("consoleUser"), text(consoleUser)},
         {QStringLiteral("authorize"), paths(authorized, directory)},
         {QStringLiteral("adminFile"), path(adminFile, directory)},
+        {QStringLiteral("adminGroups"), names(adminGroups)},
         {QStringLiteral("minAdminVersion"),
          integer(0, 1'000'000'000, [this](qlonglong n) { minAdminVersion = n; })},
         {QStringLiteral("advertise"),

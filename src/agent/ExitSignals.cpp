@@ -24,13 +24,15 @@ void noteSignal(int signal) {
     errno = savedErrno;
 }
 
-void setHandler(void (*handler)(int)) {
+void setHandler(void (*handler)(int), void (*hangUp)(int)) {
     struct sigaction action {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    action.sa_handler = hangUp;
+    sigaction(SIGHUP, &action, nullptr);
 }
 
 }  // namespace
@@ -44,11 +46,11 @@ ExitSignals::ExitSignals(std::function<void(int)> handler, QObject* parent)
     writeEnd.store(ends[1]);
     m_notifier = new QSocketNotifier(m_readEnd, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { readPipe(); });
-    setHandler(&noteSignal);
+    setHandler(&noteSignal, &noteSignal);
 }
 
 ExitSignals::~ExitSignals() {
-    setHandler(SIG_DFL);
+    setHandler(SIG_DFL, SIG_IGN);
     delete m_notifier;
     close(writeEnd.exchange(-1));
     close(m_readEnd);

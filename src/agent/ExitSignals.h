@@ -6,13 +6,13 @@
 
 class QSocketNotifier;
 
-/// Turns SIGINT and SIGTERM into a call on the main thread. One at a time; main thread.
+/// Turns SIGINT, SIGTERM and SIGHUP into a call on the main thread. One at a time; main thread.
 class ExitSignals : public QObject {
     Q_OBJECT
 
 public:
     explicit ExitSignals(std::function<void(int signal)> handler, QObject* parent = nullptr);
-    /// Gives both signals their usual meaning back.
+    /// Gives the first two their usual meaning back; there is nothing to reload any more for the third.
     ~ExitSignals() override;
 
 private:

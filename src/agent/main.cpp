@@ -4,6 +4,7 @@
 #include "agent/identity/MaintenanceRequest.h"
 #include "agent/sample/SampleTree.h"
 #include "foundation/MainThread.h"
+#include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "remote/TlsIdentity.h"
 #include "system/VLException.h"
@@ -18,10 +19,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 namespace {
+
+/// How long tasks under way may take to end with the agent.
+constexpr std::chrono::seconds longestTaskEnd{10};
 
 void say(FILE* stream, const QString& text) {
     QTextStream(stream) << text << (text.endsWith(u'\n') ? "" : "\n") << Qt::flush;
@@ -56,17 +61,28 @@ void startAnew(const QString& program, QStringList arguments, quint16 port) {
 int serve(const AgentSettings& settings) {
     const QString program = QCoreApplication::applicationFilePath();  // now: the file may be replaced later
     quint16 port = 0;
+    bool shallRelaunch = false, hasEnded = false;
+    int exitCode = 0;
     {
         VLLog::createNewLog(logName(settings));
         AgentDaemon daemon(settings);
-        const ExitSignals signals([](int) { QCoreApplication::quit(); });
+        const ExitSignals signals([&daemon](int signal) {
+            if (signal == SIGHUP) return daemon.reload();
+            QCoreApplication::quit();
+        });
         port = daemon.port();
         say(stdout, QStringLiteral("corvalin-agent %1 listening on %2:%3")
                         .arg(settings.name, settings.listenAddress)
                         .arg(port));
         QCoreApplication::exec();
-        if (!daemon.shallRelaunch()) return 0;
+        shallRelaunch = daemon.shallRelaunch();
+        exitCode = daemon.exitCode();
+        hasEnded = daemon.finish();
     }
+    VLThread::cancelAll();
+    hasEnded = VLThread::joinAll(longestTaskEnd) && hasEnded;
+    if (!shallRelaunch && !hasEnded) std::_Exit(exitCode);
+    if (!shallRelaunch) return exitCode;
     startAnew(program, QCoreApplication::arguments(), port);
     return 1;
 }

@@ -20,7 +20,6 @@
 
 namespace {
 
-constexpr auto ownHostName = "###self###";
 constexpr std::chrono::seconds longestEnd{10};
 constexpr quint32 interfaceFileCount = 1;  // the main window, which holds every view
 
@@ -87,6 +86,7 @@ bool AppController::init() {
         VLLog::appendLog(QStringLiteral("The console's crash reporter is not part of this version."));
     createErrorCallback();
     createRunner();
+    createAuthorization();
     registerDefaults();
     VLLog::appendLog(QStringLiteral("Searching for services..."));
     populateServiceGroups();
@@ -102,10 +102,7 @@ void AppController::createErrorCallback() {
 void AppController::createRunner() {
     RemoteRunner::Environment environment;
     environment.progress = m_taskThreads.get();
-    environment.selectedServices = [this] {
-        const QList<VLServicePtr> selected = m_services->selectedServices();
-        return QList<RemoteClientPtr>(selected.begin(), selected.end());
-    };
+    environment.selectedServices = [this] { return selectedClients(); };
     environment.errorCallback = m_errorCallback;
     environment.clientsLeftOut = [this](int count) {
         m_taskThreads->setStatusRemark(vlFormat(QStringLiteral("%i selected computer%@ left out of this run"),
@@ -236,7 +233,15 @@ void AppController::checkForUpdatesToSelf() {
     const qlonglong own =
         VLBundle::mainBundle().integerForInfoDictionaryKey(QStringLiteral("CFBundleVersion"));
     if (known > own) return setSoftwareUpdateCount(1, QLatin1String(ownHostName));
-    VLThread::detach(QStringLiteral("checkForUpdatesToSelf"), m_appServices.checkForUpdatesToSelf);
+    searchForUpdates({});
+}
+
+void AppController::searchForUpdates(std::function<void(bool isDone)> then) {
+    VLThread::detach(QStringLiteral("checkForUpdatesToSelf"),
+                     [check = m_appServices.checkForUpdatesToSelf, then = std::move(then)] {
+                         const bool isDone = check && check();
+                         if (then) onMainThread([then, isDone] { then(isDone); });
+                     });
 }
 
 // ---- Tools
@@ -250,6 +255,7 @@ const Tool* AppController::tool(const QString& identifier) const {
 ToolContext AppController::toolContext() {
     ToolContext context;
     context.runner = m_runner.get();
+    context.authorizedRunner = m_authorizedRunner.get();
     context.progress = m_taskThreads.get();
     context.selectedServices = [this] { return m_services->selectedServices(); };
     context.serviceWithHostName = [this](const QString& hostName) {
@@ -257,6 +263,9 @@ ToolContext AppController::toolContext() {
     };
     context.friendlyServiceName = [this](const QString& hostName) {
         return m_services->friendlyServiceName(hostName);
+    };
+    context.removeStoredPasswordForHost = [this](const QString& hostName) {
+        m_authorization->removeStoredPasswordForHost(hostName);
     };
     return context;
 }

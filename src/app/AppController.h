@@ -11,6 +11,8 @@
 #include "clients/troubleshooter/FailingClientsModel.h"
 #include "remote/RemoteRunner.h"
 #include "remote/VLErrorCallback.h"
+#include "remote/authorization/AuthorizationController.h"
+#include "remote/authorization/AuthorizedRunner.h"
 #include "tools/Tool.h"
 
 #include <QDateTime>
@@ -21,6 +23,7 @@
 #include <set>
 
 class AppInterface;
+class VLCallback;
 struct VLNotification;
 
 /// The console's centre: makes the parts, starts and ends them in order, and answers the notifications.
@@ -50,6 +53,7 @@ public:
 
     /// A run that nobody sits at (a report, a picture): no first-run sheet, no look for newer versions.
     void setUnattended(bool unattended) { m_isUnattended = unattended; }
+    [[nodiscard]] bool isUnattended() const noexcept { return m_isUnattended; }
     /// Looks for advertised clients as well as those entered by hand. On unless turned off before init().
     void setBrowses(bool browses) { m_browses = browses; }
     /// True once a local administrator was asked for and not given: the program ends without a window.
@@ -65,6 +69,8 @@ public:
     [[nodiscard]] Discovery& discovery() { return *m_discovery; }
     [[nodiscard]] AutoRefresh& autoRefresh() { return *m_autoRefresh; }
     [[nodiscard]] RemoteRunner& runner() { return *m_runner; }
+    [[nodiscard]] AuthorizationController& authorization() { return *m_authorization; }
+    [[nodiscard]] AuthorizedRunner& authorizedRunner() { return *m_authorizedRunner; }
     [[nodiscard]] const std::shared_ptr<VLErrorCallback>& errorCallback() const { return m_errorCallback; }
     [[nodiscard]] QDateTime launchDate() const { return m_launchDate; }
     /// The clients in the order in which the service menu lists them.
@@ -84,12 +90,23 @@ public:
     /// True when at least one client is connected and enabled.
     [[nodiscard]] bool servicesAvailable() const noexcept { return m_servicesAvailable; }
 
+    /// Looks for a newer version of the console, on a worker; `then` hears on the main thread whether that was
+    /// possible.
+    void searchForUpdates(std::function<void(bool isDone)> then);
     void refresh() { m_autoRefresh->autoRefreshData(false); }
     void clearErrorLog();
+    /// Sends the error log to the maker; nothing when it is empty. `window` is where the progress shows.
+    void uploadErrorLog(QObject* window);
+    /// Whether this version has what that takes.
+    [[nodiscard]] bool canUploadErrorLog() const noexcept { return bool(m_appServices.uploadErrorLog); }
     /// "1 error", "2 errors"; empty without errors (the button is hidden then).
     [[nodiscard]] QString errorLabel() const;
 
-    /// Updates that wait, by host name; "###self###" is the console.
+    /// What an agent answered through the callback of an authorised task: the delegate of every VLCallback.
+    void objectDidPostCallback(const std::shared_ptr<VLCallback>& callback);
+
+    /// Updates that wait, by host name.
+    static constexpr auto ownHostName = "###self###";  ///< the console
     [[nodiscard]] qlonglong softwareUpdateCount() const;
     [[nodiscard]] qlonglong softwareUpdateCount(const QString& hostName) const {
         return m_updateCounts.value(hostName);
@@ -112,8 +129,12 @@ public:
     // Client information panel.
     /// Asks for the panel, about this client.
     void showInfo(const VLServicePtr& service);
-    [[nodiscard]] ClientInfo populateInfoForService(const VLServicePtr& service) const;
-    /// The picture comes with largeServiceIconFetched().
+    /// `machine`: what the agent told about the machine, if it was asked.
+    [[nodiscard]] ClientInfo infoOfService(const VLServicePtr& service, const QVariantMap& machine) const;
+    /// Asks the agent about the machine; the facts come with infoPopulated(), and are empty when the client
+    /// can't be asked.
+    void populateInfoForService(const VLServicePtr& service);
+    /// Asks the agent for its picture; it comes with largeServiceIconFetched().
     void fetchLargeServiceIcon(const VLServicePtr& service);
 
     // Client actions (see VLService for what they do).
@@ -123,10 +144,13 @@ public:
     void reconnectClient(const VLServicePtr& service);
     void refreshClientInfo(const VLServicePtr& service);
     void cancelMaintenance(const VLServicePtr& service);
+    /// Whether the client would hear of it at this moment.
+    [[nodiscard]] static bool canCancelMaintenance(const VLService& service);
 
     void serviceConnected(const VLServicePtr& service) override;
     void setSoftwareUpdateCount(qlonglong count, const QString& hostName) override;
     void updateSoftwareUpdateCountForItem(const VLServicePtr& service) override;
+    [[nodiscard]] bool isHostNameOfAnother(const VLServicePtr& service, const QString& hostName) override;
     void displayCrashDialogForClient(const VLServicePtr& service, const QString& log) override;
 
 Q_SIGNALS:
@@ -136,12 +160,15 @@ Q_SIGNALS:
     /// `automatic`: nobody asked for it, so it must not take the keyboard.
     void connectionTroubleshooterRequested(const VLServicePtr& service, bool automatic);
     void infoRequested(const VLServicePtr& service);
+    void infoPopulated(const VLServicePtr& service, const QVariantMap& machine);
     void largeServiceIconFetched(const VLServicePtr& service, const QImage& picture);  ///< may be null
     void adminIsOutdated(const VLServicePtr& service);  ///< at most once per run
     void firstRun();
     void visibleToolChanged(const QString& identifier);
     void serviceMenuChanged();
     void softwareUpdateCountChanged(qlonglong total);
+    /// A scan by the encoder repair has ended on the client of that name; `output` is the agent's text.
+    void encodemendScanFinished(const QString& clientName, const QString& output);
     /// `badge`: "updates", "errors" or "maintenance".
     void serviceOutlineBadgeClicked(const VLServicePtr& service, const QString& badge);
     /// Everything is set up: bring the main window to the front.
@@ -155,6 +182,8 @@ private:
     bool startDiscovery();
     void createErrorCallback();
     void createRunner();
+    void createAuthorization();
+    [[nodiscard]] QList<RemoteClientPtr> selectedClients() const;
     [[nodiscard]] VLErrorCallback::Parent errorCallbackParent();
 
     void setUpInterface();
@@ -167,6 +196,7 @@ private:
 
     void reloadServiceOutlineView();
     void updateAvailableServices();
+    void storeUpdateCount(qlonglong count, const QString& hostName);
     void serviceInvalidated(const VLServicePtr& service);
     void connectionFailed(const VLServicePtr& service);
     void refreshTroubleshooter();
@@ -203,6 +233,8 @@ private:
     std::unique_ptr<TaskThreads> m_taskThreads;
     std::shared_ptr<VLErrorCallback> m_errorCallback;
     std::unique_ptr<RemoteRunner> m_runner;
+    std::unique_ptr<AuthorizationController> m_authorization;
+    std::unique_ptr<AuthorizedRunner> m_authorizedRunner;
     std::unique_ptr<AutoRefresh> m_autoRefresh;
     std::unique_ptr<RefreshRequest> m_refreshRequest;
     std::unique_ptr<Discovery> m_discovery;

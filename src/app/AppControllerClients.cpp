@@ -24,14 +24,26 @@ void AppController::showInfo(const VLServicePtr& service) {
     if (service) Q_EMIT infoRequested(service);
 }
 
-ClientInfo AppController::populateInfoForService(const VLServicePtr& service) const {
+ClientInfo AppController::infoOfService(const VLServicePtr& service, const QVariantMap& machine) const {
     const auto group = m_services->groupOf(service);
-    return ClientInfo::of(*service, group ? group->name() : QString());
+    return ClientInfo::of(*service, group ? group->name() : QString(), machine);
+}
+
+void AppController::populateInfoForService(const VLServicePtr& service) {
+    VLThread::detach(QStringLiteral("populateInfoForService"), [this, service] {
+        const QVariant answer =
+            m_runner->objectFromRemoteMethod(QStringLiteral("systemSpecs"), {}, {}, service);
+        onMainThread([this, service, machine = answer.toMap()] { Q_EMIT infoPopulated(service, machine); });
+    });
 }
 
 void AppController::fetchLargeServiceIcon(const VLServicePtr& service) {
     VLThread::detach(QStringLiteral("fetchLargeServiceIcon"), [this, service] {
-        const QImage picture = ClientInfo::largePicture(*service);
+        const QVariantMap size{{QStringLiteral("width"), ClientInfo::largePictureSide},
+                               {QStringLiteral("height"), ClientInfo::largePictureSide}};
+        const QVariant answer =
+            m_runner->objectFromRemoteMethod(QStringLiteral("computerIcon:"), size, {}, service);
+        const QImage picture = ClientInfo::largePicture(*service, answer.toByteArray());
         onMainThread([this, service, picture] { Q_EMIT largeServiceIconFetched(service, picture); });
     });
 }

@@ -32,7 +32,7 @@ void AppController::subscribeToNotifications() {
     observe("vlCorvalinProgressIncrement",
             [this](const VLNotification&) { m_taskThreads->incrementProgress(); });
     observe("vlCorvalinTaskFinished",
-            [this](const VLNotification&) { m_taskThreads->decrementTaskThreadCount(); });
+            [this](const VLNotification&) { m_taskThreads->remoteTaskFinished(); });
     observe("VLTableBadgeClicked", [this](const VLNotification& n) {
         Q_EMIT serviceOutlineBadgeClicked(serviceOf(n), n.userInfo.value(QStringLiteral("badge")).toString());
     });
@@ -76,7 +76,7 @@ void AppController::serviceInvalidated(const VLServicePtr& service) {
     // A client entered by hand has no discovery record by which it could be removed: it stays in the list.
     // Nor would anything announce that its agent is back.
     if (const auto netService = service->netService())
-        m_discovery->removeNetService(*netService);
+        m_discovery->removeLeavingService(*netService);
     else if (service->isManual())
         service->setupReconnectTimer(m_errorCallback);
     refreshTroubleshooter();
@@ -85,7 +85,9 @@ void AppController::serviceInvalidated(const VLServicePtr& service) {
 
 void AppController::connectionFailed(const VLServicePtr& service) {
     VLLog::appendLog(QStringLiteral("Service connection failed."));
-    if (service && !m_troubleshooterAutoLaunched && !m_isUnattended) {
+    // A record that was removed since is no reason, and must not use up the one time.
+    const bool isListed = m_services->serviceArray().contains(service);
+    if (isListed && !m_troubleshooterAutoLaunched && !m_isUnattended) {
         m_troubleshooterAutoLaunched = true;
         Q_EMIT connectionTroubleshooterRequested(service, true);
     }
@@ -117,7 +119,7 @@ void AppController::clearErrorLog() {
 }
 
 QString AppController::errorLabel() const {
-    const int count = static_cast<int>(m_errorCallback->errorQueue().size());
+    const int count = static_cast<int>(m_errorCallback->errorCount());
     if (count == 0) return {};
     return vlFormat(QStringLiteral("%i error%@"), count, count == 1 ? QString() : QStringLiteral("s"));
 }
@@ -128,9 +130,7 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
     VLErrorCallback::Parent parent;
     parent.setNeedsMaintenance = [this](const QString& hostName, bool needed) {
         const VLServicePtr service = m_services->serviceWithHostName(hostName);
-        if (!service) return;
-        service->setNeedsMaintenance(needed);
-        m_services->serviceChanged(service);
+        if (service) service->setNeedsMaintenance(needed);  // a change reloads the list, once for many
     };
     parent.fetchConfiguration = [this](const QString& hostName) {
         if (const VLServicePtr service = m_services->serviceWithHostName(hostName))
@@ -160,18 +160,34 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
     parent.setSoftwareUpdateCount = [this](qlonglong count, const QString& hostName) {
         setSoftwareUpdateCount(count, hostName);
     };
-    parent.removeStoredPasswordForHost = m_appServices.removeStoredPasswordForHost;
+    parent.removeStoredPasswordForHost = [this](const QString& hostName) {
+        m_authorization->removeStoredPasswordForHost(hostName);
+    };
     return parent;
 }
 
 void AppController::setSoftwareUpdateCount(qlonglong count, const QString& hostName) {
     // An agent may send any number; the total of all must stay one.
     constexpr qlonglong highest = 1'000'000;
+    const VLServicePtr service = m_services->serviceWithHostName(hostName);
+    // A count may arrive when its client has been removed; nothing would take it out of the total again.
+    if (service || hostName == QLatin1String(ownHostName))
+        storeUpdateCount(std::min(count, highest), service ? service->hostName() : hostName);
+}
+
+void AppController::storeUpdateCount(qlonglong count, const QString& hostName) {
+    if (m_updateCounts.value(hostName) == std::max(count, qlonglong{0})) return;
     if (count > 0)
-        m_updateCounts.insert(hostName, std::min(count, highest));
+        m_updateCounts.insert(hostName, count);
     else
         m_updateCounts.remove(hostName);
     Q_EMIT softwareUpdateCountChanged(softwareUpdateCount());
+}
+
+bool AppController::isHostNameOfAnother(const VLServicePtr& service, const QString& hostName) {
+    const VLServicePtr found = m_services->serviceWithHostName(hostName);
+    return found && found != service &&
+           (found->hostName() == hostName || found->hostName() == hostName + u'.');
 }
 
 qlonglong AppController::softwareUpdateCount() const {
@@ -191,8 +207,12 @@ void AppController::updateSoftwareUpdateCountForItem(const VLServicePtr& service
 
 void AppController::displayCrashDialogForClient(const VLServicePtr& service, const QString& log) {
     constexpr qsizetype longestFileName = 255;
+    const QString shown = log.left(longestFileName).simplified();
     VLLog::appendLog(QStringLiteral("The agent of %@ reports a crash of its own; its log is %@."),
-                     service->name(), log.left(longestFileName).simplified());
+                     service->name(), shown);
+    m_errorCallback->addStringToQueue(
+        QStringLiteral("The computer's client agent has crashed. Its crash log is “%1”.").arg(shown),
+        service->hostName());
 }
 
 // ---- Clients that come and go
@@ -212,8 +232,9 @@ void AppController::serviceAdded(const VLServicePtr& service) {
 }
 
 void AppController::serviceRemoved(const VLServicePtr& service) {
-    setSoftwareUpdateCount(0, service->hostName());
+    storeUpdateCount(0, service->hostName());
     m_errorCallback->removeErrorsForService(service->hostName());
+    m_authorization->serviceRemoved(service);
     m_serviceMenu.removeAll(service);
     Q_EMIT serviceMenuChanged();
     updateAvailableServices();
@@ -292,4 +313,9 @@ void AppController::cancelMaintenance(const VLServicePtr& service) {
     VLThread::detach(QStringLiteral("menuCancelMaintenance"), [runner = m_runner.get(), service] {
         runner->executeRemoteMethod(QStringLiteral("cancelMaintenanceRequest"), {}, {}, service);
     });
+}
+
+bool AppController::canCancelMaintenance(const VLService& service) {
+    return service.isConnected() &&
+           RemoteRunner::mayExecute(QStringLiteral("cancelMaintenanceRequest"), service);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
+#include <QVariant>
 
 #include <functional>
 
@@ -14,10 +16,11 @@ struct AppServices {
     std::function<bool()> authStart;
     /// Whether authStart() can ask anybody at all.
     bool canAuthenticate = false;
-    /// Looks for a newer version of the console. Blocks; runs on a worker.
-    std::function<void()> checkForUpdatesToSelf;
-    /// Forgets the stored credentials of a client. Any thread.
-    std::function<void(const QString& hostName)> removeStoredPasswordForHost;
+    /// Looks for a newer version of the console; false when that was not possible. Blocks; runs on a worker.
+    std::function<bool()> checkForUpdatesToSelf;
+    /// Posts the fields to that address, with its progress over `window` (not owned). Empty in a version that
+    /// cannot upload. Main thread; returns at once.
+    std::function<void(const QUrl& address, const QVariantMap& fields, QObject* window)> uploadErrorLog;
 
     /// The parts that this version has.
     [[nodiscard]] static AppServices standard();

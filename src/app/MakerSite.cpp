@@ -8,6 +8,10 @@ QUrl MakerSite::url(const QString& path) {
     return url;
 }
 
+QUrl MakerSite::errorLogUpload() {
+    return url(QStringLiteral("/appdata/corvalin/orlendo/uploadlog.php"));
+}
+
 QUrl MakerSite::page(Page page) {
     switch (page) {
         case Page::Suggestion:

@@ -9,7 +9,9 @@ namespace MakerSite {
 enum class Page { Home, Suggestion, BugReport, Suite, Console, Manual };
 
 [[nodiscard]] QUrl page(Page page);
-/// An address below the site, such as "/appdata/corvalin/orlendo/uploadlog.php".
+/// An address below the site.
 [[nodiscard]] QUrl url(const QString& path);
+/// Where error logs are sent.
+[[nodiscard]] QUrl errorLogUpload();
 
 }  // namespace MakerSite

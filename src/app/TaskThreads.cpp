@@ -56,16 +56,66 @@ void TaskThreads::reportProcessing() {
 
 // ---- Counting and waiting
 
-void TaskThreads::incrementTaskThreadCount() {
-    const VLCallLock lock;
-    VLLog::appendLog(QStringLiteral("Task threads: %i"), ++m_taskThreadCount);
+int TaskThreads::taskThreadCount() const {
+    const std::lock_guard lock(m_countingMutex);
+    return m_counting.count;
+}
+
+void TaskThreads::setTaskThreadCount(int count) {
+    const std::lock_guard lock(m_countingMutex);
+    m_counting.count = count;
+}
+
+int TaskThreads::incrementTaskThreadCount() {
+    const std::lock_guard lock(m_countingMutex);
+    VLLog::appendLog(QStringLiteral("Task threads: %i"), ++m_counting.count);
+    return m_counting.counting;
 }
 
 void TaskThreads::decrementTaskThreadCount() {
-    const VLCallLock lock;
-    const int count = --m_taskThreadCount;
-    VLLog::appendLog(QStringLiteral("Task threads: %i"), count);
-    if (count < 1) cancelTaskThreads();
+    countOut({});
+}
+
+void TaskThreads::decrementTaskThreadCount(int counting) {
+    countOut(counting);
+}
+
+void TaskThreads::countOut(std::optional<int> counting) {
+    {
+        const std::lock_guard lock(m_countingMutex);
+        if (counting && *counting != m_counting.counting) return;
+        VLLog::appendLog(QStringLiteral("Task threads: %i"), --m_counting.count);
+        if (m_counting.count > 0) return;
+    }
+    cancelTaskThreads();
+}
+
+void TaskThreads::remoteTaskFinished() {
+    if (m_isProcessing || taskThreadCount() > 0) decrementTaskThreadCount();
+}
+
+void TaskThreads::setProcessingCancelled(bool cancelled) {
+    const std::lock_guard lock(m_countingMutex);
+    m_processingCancelled = cancelled;
+    if (cancelled)
+        m_counting.lastCancelledRun = m_counting.run;
+    else if (m_counting.run <= m_counting.lastCancelledRun)
+        ++m_counting.run;  // what starts from here on is no part of what was cancelled
+}
+
+int TaskThreads::beginRun() {
+    const std::lock_guard lock(m_countingMutex);
+    return ++m_counting.run;
+}
+
+int TaskThreads::currentRun() const {
+    const std::lock_guard lock(m_countingMutex);
+    return m_counting.run;
+}
+
+bool TaskThreads::isCancelled(int run) const {
+    const std::lock_guard lock(m_countingMutex);
+    return run <= m_counting.lastCancelledRun;
 }
 
 void TaskThreads::cancelTaskThreads() {
@@ -73,7 +123,11 @@ void TaskThreads::cancelTaskThreads() {
     // From the moment processing ends, a waiter may go on to its next run, which neither the count nor the
     // end of this run's display may reach any more.
     const int run = m_statusRun;
-    m_taskThreadCount = 0;
+    {
+        const std::lock_guard guard(m_countingMutex);
+        m_counting.count = 0;
+        ++m_counting.counting;
+    }
     setIsProcessing(false);
     broadcast();
     if (m_isInstallingUpdate) return;
@@ -94,17 +148,19 @@ void TaskThreads::waitOnProcessingWithTimeout([[maybe_unused]] double seconds) {
         VLLog::appendLog(QStringLiteral("Error: trying to wait on main thread. Aborting..."));
         return;
     }
+    const int run = currentRun();
     const auto condition = std::make_shared<Condition>();
     m_condition.set(condition);
     std::unique_lock lock(condition->mutex);
-    // A waiter whose condition another one has replaced gets no broadcast; it looks for itself.
-    while (m_isProcessing && !m_processingCancelled && !VLThread::isCancelled())
+    // A waiter whose condition another one has replaced gets no broadcast; it looks for itself. The next run
+    // may have started before it does.
+    while (m_isProcessing && !m_processingCancelled && !isCancelled(run) && !VLThread::isCancelled())
         condition->changed.wait_for(lock, lookAgain);
 }
 
 void TaskThreads::abandon() {
-    m_processingCancelled = true;
-    m_taskThreadCount = 0;
+    setProcessingCancelled(true);
+    setTaskThreadCount(0);
     setIsProcessing(false);
     broadcast();
 }
@@ -115,8 +171,9 @@ void TaskThreads::startStatusProgress() {
     onMainThreadAndWait([this] {
         const int count = m_environment.selectedServiceCount();
         ++m_statusRun;
-        m_processingCancelled = false;
-        if (!std::exchange(m_remarkIsNew, false)) m_statusRemark.clear();
+        setProcessingCancelled(false);
+        beginRun();
+        m_statusRemark.clear();
         m_status.value = 0;
         m_status.maximum = count;
         m_status.indeterminate = count <= 1;
@@ -159,7 +216,7 @@ void TaskThreads::showIndeterminateStatusProgress() {
 
 void TaskThreads::cancelStatusProgress() {
     VLLog::appendLog(QStringLiteral("Status progress canceled"));
-    m_processingCancelled = true;
+    setProcessingCancelled(true);
     endStatusProgress();
     cancelAllProgress();
 }
@@ -198,7 +255,6 @@ void TaskThreads::setStatusText(const QString& text) {
 void TaskThreads::setStatusRemark(const QString& remark) {
     post([this, remark] {
         m_statusRemark = remark;
-        m_remarkIsNew = true;
         Q_EMIT statusChanged();
     });
 }
@@ -208,7 +264,8 @@ void TaskThreads::setStatusRemark(const QString& remark) {
 void TaskThreads::startProgressForWindow(QObject* window) {
     onMainThreadAndWait([this, window] {
         m_progressHidden = false;
-        m_processingCancelled = false;
+        setProcessingCancelled(false);
+        beginRun();
         updateProgressStatus(QStringLiteral("Initializing..."));
         restartSheetBar(true);
         m_sheet.cancelEnabled = true;
@@ -231,6 +288,19 @@ void TaskThreads::endProgress() {
         broadcast();
         Q_EMIT sheetChanged();
     });
+}
+
+void TaskThreads::putProgressAway() {
+    if (!m_sheet.visible) return;
+    m_progressHidden = true;
+    m_sheet.visible = false;
+    Q_EMIT sheetChanged();
+}
+
+void TaskThreads::bringProgressBack() {
+    if (!m_progressHidden.exchange(false)) return;
+    m_sheet.visible = true;
+    Q_EMIT sheetChanged();
 }
 
 void TaskThreads::updateProgressStatus(const QString& text) {
@@ -276,7 +346,7 @@ void TaskThreads::cancelProgress() {
         m_sheet.cancelEnabled = false;
         updateProgressStatus(QStringLiteral("Canceling..."));
     });
-    m_processingCancelled = true;
+    setProcessingCancelled(true);
     cancelTaskThreads();
 }
 

@@ -10,6 +10,8 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <optional>
 
 /// What the status bar shows.
 struct StatusProgress {
@@ -18,7 +20,7 @@ struct StatusProgress {
     bool indeterminate = false;
     bool cancelVisible = false;
     double value = 0;
-    double maximum = 0;
+    double maximum = 100;  ///< what a bar has that nobody has set up
 };
 
 /// What the progress sheet shows.
@@ -29,7 +31,7 @@ struct SheetProgress {
     bool indeterminate = true;
     bool cancelEnabled = true;
     double value = 0;
-    double maximum = 0;
+    double maximum = 100;  ///< what a bar has that nobody has set up
 };
 
 /// Counts the running work, lets workers wait for its end, and keeps the state of both progress displays
@@ -46,8 +48,8 @@ public:
     explicit TaskThreads(Environment environment, QObject* parent = nullptr);
     ~TaskThreads() override;
 
-    [[nodiscard]] int taskThreadCount() const noexcept { return m_taskThreadCount; }
-    void setTaskThreadCount(int count) noexcept { m_taskThreadCount = count; }
+    [[nodiscard]] int taskThreadCount() const;
+    void setTaskThreadCount(int count);
     [[nodiscard]] bool isProcessing() const noexcept { return m_isProcessing; }
     /// Sets the field and wakes nobody; isProcessingChanged() follows on the main thread.
     void setIsProcessing(bool processing);
@@ -55,12 +57,19 @@ public:
     void setIsInstallingUpdate(bool installing) noexcept { m_isInstallingUpdate = installing; }
     [[nodiscard]] bool progressHidden() const noexcept { return m_progressHidden; }
 
-    void incrementTaskThreadCount() override;
+    int incrementTaskThreadCount() override;
     void decrementTaskThreadCount() override;
+    void decrementTaskThreadCount(int counting) override;
+    /// An agent says that a task has ended. Without anything that runs or is counted there is nothing to
+    /// count out.
+    void remoteTaskFinished();
     void cancelTaskThreads();
     void waitOnProcessingWithTimeout(double seconds) override;
     [[nodiscard]] bool processingCancelled() const override { return m_processingCancelled; }
-    void setProcessingCancelled(bool cancelled) override { m_processingCancelled = cancelled; }
+    void setProcessingCancelled(bool cancelled) override;
+    int beginRun() override;
+    [[nodiscard]] int currentRun() const override;
+    [[nodiscard]] bool isCancelled(int run) const override;
 
     void startStatusProgress() override;
     void incrementStatusProgress() override;
@@ -73,13 +82,17 @@ public:
     /// relaunch..." also survives an emptied selection).
     void setStatusText(const QString& text);
     /// A remark beside the status text ("2 selected computers left out of this run"). It belongs to the run
-    /// that starts next, and goes when another one starts after that. Any thread.
+    /// under way, and goes when another one starts. Any thread.
     void setStatusRemark(const QString& remark);
 
     void startProgress() override { startProgressForWindow(nullptr); }
     /// The sheet over `window`; null means the main window. Not owned; only passed on to whoever draws it.
     void startProgressForWindow(QObject* window);
     void endProgress() override;
+    /// Main thread: takes the sheet away while another one needs the window, and brings back one that was
+    /// taken away and has not ended since. The work itself goes on.
+    void putProgressAway();
+    void bringProgressBack();
     void updateProgressStatus(const QString& text) override;
     void progressBarSetIndeterminate();
     void progressBarSetMaxValue(double maximum) override;
@@ -103,14 +116,23 @@ Q_SIGNALS:
 
 private:
     struct Condition;
+    /// The count of running work and the numbers of the runs.
+    struct Counting {
+        int count = 0;
+        int counting = 0;  ///< how often the count was set back
+        int run = 0;
+        int lastCancelledRun = -1;
+    };
     void broadcast();
+    void countOut(std::optional<int> counting);
     void post(std::function<void()> function);
     void reportProcessing();
     void endStatusDisplay();
     void restartSheetBar(bool indeterminate);
 
     Environment m_environment;
-    std::atomic<int> m_taskThreadCount{0};
+    mutable std::mutex m_countingMutex;
+    Counting m_counting;
     std::atomic<int> m_statusRun{0};  ///< how often the status bar was started
     std::atomic<bool> m_isProcessing{false}, m_processingCancelled{false}, m_isInstallingUpdate{false},
         m_progressHidden{false};
@@ -118,7 +140,6 @@ private:
     StatusProgress m_status;
     SheetProgress m_sheet;
     QString m_statusRemark;
-    bool m_remarkIsNew = false;  ///< no run has started since it was set
     QPointer<QObject> m_progressParentWindow;
     bool m_reportedProcessing = false;  ///< main thread: what isProcessingChanged() said last
     std::shared_ptr<const bool> m_alive = std::make_shared<bool>(true);  ///< ends what is still posted

@@ -17,6 +17,7 @@
 #include <QPixmap>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -225,6 +226,8 @@ int runApplication(int argc, char** argv, const QStringList& rawArguments) {
     }
     if (commandLine.needsWindow()) applyTheme(themeFor(commandLine.palette));
 
+    // A console started from a desktop has nobody who reads its standard error.
+    if (!commandLine.isUnattended() && ::isatty(STDERR_FILENO) == 0) VLLog::copySystemLogToSyslog();
     SignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &application,
                      [&] { QCoreApplication::exit(commandLine.isUnattended() ? failed : 0); });

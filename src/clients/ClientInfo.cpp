@@ -1,6 +1,8 @@
 #include "clients/ClientInfo.h"
 
 #include "clients/ClientConfiguration.h"
+#include "clients/MachineFacts.h"
+#include "clients/MachineIcons.h"
 #include "clients/VLVirtualService.h"
 #include "clients/view/ClientState.h"
 #include "remote/VLCorvalinServerProtocol.h"
@@ -109,11 +111,11 @@ QString maintenance(const VLService& service, const Values& values) {
 
 }  // namespace
 
-ClientInfo ClientInfo::of(const VLService& service, const QString& group) {
+ClientInfo ClientInfo::of(const VLService& service, const QString& group, const QVariantMap& machine) {
     const QVariantMap configuration = service.configDict();
     const Values values(configuration);
     const int port = service.port();
-    return {{
+    ClientInfo info{{
         {QStringLiteral("Name"), orElse(service.name(), unknown)},
         {QStringLiteral("Host name"), orElse(service.hostName(), unknown)},
         {QStringLiteral("Other names"),
@@ -135,6 +137,10 @@ ClientInfo ClientInfo::of(const VLService& service, const QString& group) {
         {QStringLiteral("Last counted"), values.date("availableUpdateCountLastUpdate")},
         {QStringLiteral("Own crash log"), values.string("selfCrashLog")},
     }};
+    const QList<MachineFacts::Fact> facts = MachineFacts::of(machine);
+    for (const MachineFacts::Fact& fact : facts)
+        info.rows.append({fact.title, fact.value, Text, &fact == &facts.constFirst()});
+    return info;
 }
 
 QString ClientInfo::asText() const {
@@ -147,11 +153,12 @@ QString ClientInfo::asText() const {
     return lines.join(u'\n');
 }
 
-QImage ClientInfo::largePicture(VLService& service) {
+QImage ClientInfo::largePicture(const VLService& service, const QByteArray& sent) {
+    if (const QImage picture = MachineIcons::decode(sent); !picture.isNull())
+        return MachineIcons::scaledDown(picture, largePictureSide);
     const QString model = clientModel(service);
     if (QImage picture = model.isEmpty() ? QImage() : VLService::iconForMacModel(model, {});
         !picture.isNull())
         return picture;
-    QImage picture = service.fetchServiceIcon();
-    return picture.isNull() ? service.icon() : picture;
+    return service.icon();
 }

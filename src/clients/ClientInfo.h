@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QList>
 #include <QString>
+#include <QVariant>
 
 /// What is known of a client, for people: its record and what its agent tells about it. A plain value.
 struct ClientInfo {
@@ -15,15 +16,19 @@ struct ClientInfo {
         Form form = Text;
         bool startsSection = false;
     };
-    /// Always the same rows in the same order. All values are plain text, and may hold what agents chose.
+    /// The same rows in the same order, and behind them those of what the agent tells about the machine. All
+    /// texts are plain, and may hold what agents chose.
     QList<Row> rows;
 
-    /// `group`: the one that holds the client; empty for none. Reads the pinned certificate from disk.
-    [[nodiscard]] static ClientInfo of(const VLService& service, const QString& group);
+    /// `group`: the one that holds the client; empty for none. `machine`: the agent's "systemSpecs", whatever
+    /// they are; empty while they are not known. Reads the pinned certificate from disk.
+    [[nodiscard]] static ClientInfo of(const VLService& service, const QString& group,
+                                       const QVariantMap& machine = {});
     /// One line per row, for the clipboard.
     [[nodiscard]] QString asText() const;
 
-    /// The largest picture of the machine: that of its model, else the one that its agent once sent or sends
-    /// now, else the small one. Asks the agent, so: on a worker.
-    [[nodiscard]] static QImage largePicture(VLService& service);
+    static constexpr int largePictureSide = 256;
+    /// The largest picture of the machine: the one that its agent has `sent`, else that of its model, else
+    /// the small one. Any thread.
+    [[nodiscard]] static QImage largePicture(const VLService& service, const QByteArray& sent);
 };

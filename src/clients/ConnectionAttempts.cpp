@@ -129,10 +129,10 @@ ConnectionAttempts::Connection ConnectionAttempts::byAlternateAddresses() {
     if (m_netService) addresses = m_netService->addresses;
     if (m_isManual) {
         VLLog::appendLog(QStringLiteral("Connection is manual."));
-        addresses = {{manualAddress(m_manualIP), static_cast<quint16>(m_port), 0}};
-    } else if (addresses.size() < 2) {
-        return nullptr;
+        // Its family is IPv4 whatever the numbers are; those that make no address give an empty host.
+        return attempt(manualAddress(m_manualIP).toString(), m_port);
     }
+    if (addresses.size() < 2) return nullptr;
     for (const VLNetAddress& address : std::as_const(addresses)) {
         if (m_session->stopped()) return nullptr;
         if (Connection connection = attempt(addressText(address), address.port)) return connection;

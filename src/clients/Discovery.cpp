@@ -6,8 +6,11 @@
 #include "system/VLException.h"
 
 #include <QHash>
+#include <QSet>
+#include <QTimer>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <deque>
 #include <mutex>
@@ -21,6 +24,8 @@ constexpr auto resolveLimit = 20s;
 constexpr auto stopLimit = 10s;
 /// Threads: whoever is on the network decides how much there is to find.
 constexpr int maximumResolvers = 64;
+/// After an agent took its leave. A daemon needs a second to believe that it has gone.
+constexpr std::array secondLooks{2s, 10s};
 
 /// An error in here concerns one find; browsing goes on.
 template <typename Body>
@@ -52,6 +57,7 @@ struct Discovery::Browsing {
 
     std::mutex mutex;
     std::shared_ptr<ServiceBrowser> browser;  ///< guarded by the mutex
+    QSet<QString> advertised;                 ///< found and not gone, guarded by the mutex
     /// Resolutions under way, by service, guarded by the mutex; a service that goes meanwhile cancels its
     /// own.
     QHash<QString, std::shared_ptr<std::atomic<bool>>> resolutions;
@@ -72,6 +78,8 @@ struct Discovery::Browsing {
     void dropCancelled();
     void cancelResolution(const VLNetService& service);
     void cancelAllResolutions();
+    void setAdvertised(const VLNetService& service, bool isAdvertised);
+    [[nodiscard]] bool isAdvertised(const VLNetService& service);
 };
 
 Discovery::Discovery(Environment environment, QObject* parent)
@@ -112,11 +120,13 @@ void Discovery::Browsing::findServices(const std::shared_ptr<Browsing>& self) {
             [self](const VLNetService& service, bool) {
                 guarded("-[AppController netServiceBrowser:didFindService:moreComing:]", [&] {
                     VLLog::appendLog(QStringLiteral("Service found: %@"), service.name);
+                    self->setAdvertised(service, true);
                     self->beginResolution(service, self);
                 });
             },
             [self](const VLNetService& service, bool) {
                 guarded("-[AppController netServiceBrowser:didRemoveService:moreComing:]", [&] {
+                    self->setAdvertised(service, false);
                     self->cancelResolution(service);
                     onMainThread([self, service] {
                         if (self->owner) self->owner->removeNetService(service);
@@ -167,10 +177,26 @@ void Discovery::Browsing::beginResolution(const VLNetService& service,
         if (resolvers == maximumResolvers) return;
         ++resolvers;
     }
-    VLThread::detach(QStringLiteral("resolve"), [self] {
+    const bool isStarted = VLThread::detach(QStringLiteral("resolve"), [self] {
         while (const auto next = self->nextResolution())
             self->resolveService(next->service, next->cancelled, self);
     });
+    if (isStarted) return;
+    const std::lock_guard lock(mutex);
+    --resolvers;  // what waits is for the next one
+}
+
+void Discovery::Browsing::setAdvertised(const VLNetService& service, bool isAdvertised) {
+    const std::lock_guard lock(mutex);
+    if (isAdvertised)
+        advertised.insert(identity(service));
+    else
+        advertised.remove(identity(service));
+}
+
+bool Discovery::Browsing::isAdvertised(const VLNetService& service) {
+    const std::lock_guard lock(mutex);
+    return advertised.contains(identity(service));
 }
 
 /// Nothing when the calling resolver is to end: it is counted out already.
@@ -226,19 +252,33 @@ void Discovery::serviceResolved(const VLNetService& service) {
     guarded("-[AppController serviceResolved:]", [&] {
         VLLog::appendLog(QStringLiteral("Resolved %@"), service.name);
         if (hasRecordFor(service)) return;
-        removeRecordsOf(service);  // found again without having been gone, but somewhere else
+        // Found again without having been gone, but somewhere else. Ending the old connection serves the
+        // hand-off queue: the service may be found yet another time, or go, in the middle of this.
+        m_replacing << identity(service);
+        removeRecordsOf(service);
+        const bool isThere = m_replacing.removeOne(identity(service));
+        if (!isThere || !recordsOf(service).isEmpty()) return;
         addRecord(
             VLService::serviceWithNetService(service, m_environment.errorCallback, freeHostName(service)));
     });
 }
 
+QList<VLServicePtr> Discovery::recordsOf(const VLNetService& service) const {
+    QList<VLServicePtr> records = m_environment.services->serviceArray();
+    records.removeIf([&](const VLServicePtr& record) {
+        const auto known = record->netService();
+        return !known || !known->isSameService(service);
+    });
+    return records;
+}
+
 /// A client that is in the list as it stands keeps its connection.
 bool Discovery::hasRecordFor(const VLNetService& service) const {
-    const QList<VLServicePtr> services = m_environment.services->serviceArray();
-    return std::any_of(services.begin(), services.end(), [&](const VLServicePtr& record) {
+    const QList<VLServicePtr> records = recordsOf(service);
+    return std::any_of(records.begin(), records.end(), [&](const VLServicePtr& record) {
         const auto known = record->netService();
-        return known && known->isSameService(service) && known->hostName == service.hostName &&
-               known->port == service.port && known->addresses == service.addresses;
+        return known->hostName == service.hostName && known->port == service.port &&
+               known->addresses == service.addresses;
     });
 }
 
@@ -271,16 +311,36 @@ void Discovery::addRecord(const VLServicePtr& service) {
 void Discovery::removeNetService(const VLNetService& service) {
     guarded("-[AppController removeNetService:]", [&] {
         VLLog::appendLog(QStringLiteral("Service removed: %@"), service.name);
+        m_replacing.removeAll(identity(service));
         removeRecordsOf(service);
     });
 }
 
+void Discovery::removeLeavingService(const VLNetService& service) {
+    removeNetService(service);
+    for (const auto delay : secondLooks)
+        QTimer::singleShot(delay, this, [this, service] { lookAgain(service); });
+}
+
+/// A service that has gone for good is advertised no more, or cannot be resolved.
+void Discovery::lookAgain(const VLNetService& service) {
+    const QList<VLServicePtr> records = recordsOf(service);
+    const bool isBack = std::any_of(records.begin(), records.end(),
+                                    [](const VLServicePtr& record) { return record->isConnected(); });
+    if (isBack || !m_browsing->isBrowsing || !m_browsing->isAdvertised(service)) return;
+    m_browsing->beginResolution({service.name, service.type, service.domain, {}, 0, {}, {}}, m_browsing);
+}
+
+/// What leaves the list first cannot leave it twice, whatever comes in while the connection is ended.
 void Discovery::removeRecordsOf(const VLNetService& service) {
-    const QList<VLServicePtr> services = m_environment.services->serviceArray();
-    for (const VLServicePtr& record : services) {
-        const auto advertised = record->netService();
-        if (advertised && advertised->isSameService(service)) endRecord(record);
-    }
+    QList<VLServicePtr> records = recordsOf(service);
+    records.removeIf([this](const VLServicePtr& record) {
+        return !m_environment.services->removeServiceFromList(record);
+    });
+    if (records.isEmpty()) return;
+    if (m_environment.endTasksOf) m_environment.endTasksOf(records.constFirst());
+    for (const VLServicePtr& record : std::as_const(records))
+        endRecord(record);
 }
 
 void Discovery::removeService(const VLServicePtr& service) {
@@ -288,15 +348,16 @@ void Discovery::removeService(const VLServicePtr& service) {
     guarded("-[AppController removeNetService:]", [&] {
         VLLog::appendLog(QStringLiteral("Service removed: %@"), service->name());
         if (service->isManual()) ManualConnections::remove(service->manualIP(), service->port());
+        if (!m_environment.services->removeServiceFromList(service)) return;
+        if (m_environment.endTasksOf) m_environment.endTasksOf(service);
         endRecord(service);
     });
 }
 
+/// Of a record that has left the list.
 void Discovery::endRecord(const VLServicePtr& service) {
-    if (m_environment.endTasksOf) m_environment.endTasksOf(service);
     service->retire();
     service->invalidate(false);
-    m_environment.services->removeServiceFromList(service);
     if (m_environment.serviceRemoved) m_environment.serviceRemoved(service);
     if (m_environment.updateSelectedComputerStatus) m_environment.updateSelectedComputerStatus();
 }
@@ -310,6 +371,7 @@ void Discovery::processManualConnections() {
 }
 
 VLServicePtr Discovery::addManualConnection(const QString& name, const QString& ip, int port) {
+    if (VLServicePtr known = manualRecord(ip, port)) return known;
     // The address with the port is the one name that a client entered by hand has from the start.
     const QString hostName = QStringLiteral("%1:%2").arg(ip).arg(port);
     VLServicePtr service = VLService::serviceWithName(name, hostName, ip, port, m_environment.errorCallback);
@@ -317,12 +379,16 @@ VLServicePtr Discovery::addManualConnection(const QString& name, const QString& 
     return service;
 }
 
-bool Discovery::submitManualConnection(const ManualConnections::Entry& entry) {
+VLServicePtr Discovery::manualRecord(const QString& ip, int port) const {
     const QList<VLServicePtr> services = m_environment.services->serviceArray();
-    const bool exists = std::any_of(services.begin(), services.end(), [&](const VLServicePtr& service) {
-        return service->isManual() && service->manualIP() == entry.ip && service->port() == entry.port;
+    const auto found = std::find_if(services.begin(), services.end(), [&](const VLServicePtr& service) {
+        return service->isManual() && service->manualIP() == ip && service->port() == port;
     });
-    if (exists) return false;
+    return found == services.end() ? nullptr : *found;
+}
+
+bool Discovery::submitManualConnection(const ManualConnections::Entry& entry) {
+    if (manualRecord(entry.ip, entry.port)) return false;
     ManualConnections::append(entry);
     addManualConnection(entry.name, entry.ip, entry.port);
     return true;

@@ -38,24 +38,32 @@ public:
     void setBrowser(BrowserFactory makeBrowser, Resolver resolve);
 
     void processManualConnections();
+    /// The record of this address and port: the one in the list, else a new one.
     VLServicePtr addManualConnection(const QString& name, const QString& ip, int port);
     /// The submitted form: false when a manual client with this address and port exists already.
     bool submitManualConnection(const ManualConnections::Entry& entry);
 
     void serviceResolved(const VLNetService& service);
     void removeNetService(const VLNetService& service);
+    /// The agent took its leave. Should it be back before its advertisement has gone, nothing reports it, so
+    /// it is looked for again a few times, as long as it is advertised.
+    void removeLeavingService(const VLNetService& service);
     /// Removes one record, discovered or manual (whose stored entry goes too).
     void removeService(const VLServicePtr& service);
 
 private:
     struct Browsing;
 
+    [[nodiscard]] QList<VLServicePtr> recordsOf(const VLNetService& service) const;
     [[nodiscard]] bool hasRecordFor(const VLNetService& service) const;
+    [[nodiscard]] VLServicePtr manualRecord(const QString& ip, int port) const;
     [[nodiscard]] QString freeHostName(const VLNetService& service) const;
     void addRecord(const VLServicePtr& service);
     void removeRecordsOf(const VLNetService& service);
     void endRecord(const VLServicePtr& service);
+    void lookAgain(const VLNetService& service);
 
     Environment m_environment;
+    QStringList m_replacing;  ///< the services whose records make room for a new one at this moment
     const std::shared_ptr<Browsing> m_browsing;  ///< shared with the threads, which may outlive this object
 };

@@ -104,6 +104,28 @@ QImage MachineIcons::image(const QString& fileName, const QSize& size) {
     return picture;
 }
 
+QImage MachineIcons::scaledDown(const QImage& picture, int side) {
+    if (picture.width() <= side && picture.height() <= side) return picture;
+    return picture.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+}
+
+QByteArray MachineIcons::archiveData(const QImage& picture) {
+    constexpr int archiveSide = 36;
+    constexpr qsizetype mostKept = 1024;
+    static std::mutex mutex;
+    static QHash<qint64, QByteArray> known;
+    if (picture.isNull()) return {};
+    const std::lock_guard lock(mutex);
+    if (const auto made = known.constFind(picture.cacheKey()); made != known.constEnd()) return *made;
+    QByteArray data;
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::WriteOnly);
+    scaledDown(picture, archiveSide).save(&buffer, "PNG");
+    if (known.size() == mostKept) known.clear();
+    known.insert(picture.cacheKey(), data);
+    return data;
+}
+
 QImage MachineIcons::decode(const QByteArray& data, QString* error) {
     const auto refuse = [&](const QString& reason) {
         if (error) *error = reason;

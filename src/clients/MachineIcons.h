@@ -18,6 +18,11 @@ namespace MachineIcons {
 inline constexpr int maximumDataSize = 1024 * 1024;
 inline constexpr int maximumSide = 1024;
 
+/// No larger than `side` in either direction; the same picture when it is small enough.
+[[nodiscard]] QImage scaledDown(const QImage& picture, int side);
+/// The picture as a small PNG, for archives; empty for none. Made once for all who share the picture.
+[[nodiscard]] QByteArray archiveData(const QImage& picture);
+
 /// A picture that came from outside. Null, and a reason, unless it is a PNG, ICO or ICNS within the limits.
 [[nodiscard]] QImage decode(const QByteArray& data, QString* error = nullptr);
 

@@ -71,7 +71,7 @@ void ManualConnections::append(const Entry& entry) {
     values << QVariantMap{
         {nameKey, entry.name}, {addressKey, entry.ip}, {portKey, static_cast<qlonglong>(entry.port)}};
     defaults().setObject(values, storageKey);
-    defaults().synchronize();
+    defaults().synchronizeSoon();
 }
 
 void ManualConnections::remove(const QString& ip, int port) {
@@ -82,5 +82,5 @@ void ManualConnections::remove(const QString& ip, int port) {
     });
     if (dropped == 0) return;
     defaults().setObject(values, storageKey);
-    defaults().synchronize();
+    defaults().synchronizeSoon();
 }

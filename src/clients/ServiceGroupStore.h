@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QVariant>
 
 class ServiceList;
 
@@ -12,13 +13,15 @@ public:
     /// `services` outlives this object.
     explicit ServiceGroupStore(ServiceList& services, QObject* parent = nullptr);
 
-    /// Makes the stored groups; whatever is wrong with an entry costs that entry alone, with a log line. From
-    /// here on every change is stored. Once, at start.
+    /// Makes the stored groups; whatever is wrong with an entry costs that entry alone, with a log line, and
+    /// is kept as it is under "serviceGroupsUnreadable". From here on every change is stored. Once, at start.
     void populate();
 
 private:
-    void addStoredGroup(const QVariant& value);
+    bool addStoredGroup(const QVariant& value);
+    void keepUnreadable();
     void store() const;
 
     ServiceList& m_services;
+    QVariantList m_unreadable;  ///< while the groups are read
 };

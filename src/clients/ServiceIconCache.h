@@ -6,7 +6,8 @@
 #include <optional>
 
 /// "serviceicons.cache.plist": the pictures that agents sent, by host name. An unreadable file counts as
-/// empty and is written anew. Any thread; one reader or writer at a time.
+/// empty and is written anew. What was read is kept as long as the file does not
+/// change. Any thread; one reader or writer at a time.
 class ServiceIconCache {
 public:
     explicit ServiceIconCache(const QString& directory);

@@ -49,9 +49,9 @@ void ServiceList::addServiceToList(const VLServicePtr& service) {
     if (joinsSelection) Q_EMIT selectionChanged();
 }
 
-void ServiceList::removeServiceFromList(const VLServicePtr& service) {
+bool ServiceList::removeServiceFromList(const VLServicePtr& service) {
     QList<VLServicePtr> services = m_services.get();
-    if (services.removeAll(service) == 0) return;
+    if (services.removeAll(service) == 0) return false;
     const VLServiceGroupPtr group = groupOf(service);
     if (group) group->remember(remembered(service));
     for (const VLServiceGroupPtr& any : std::as_const(m_groups))
@@ -72,6 +72,7 @@ void ServiceList::removeServiceFromList(const VLServicePtr& service) {
     Q_EMIT serviceRemoved(service);
     if (group) Q_EMIT groupsChanged();
     if (wasSelected) Q_EMIT selectionChanged();
+    return true;
 }
 
 VLServicePtr ServiceList::serviceWithHostName(const QString& hostName) const {

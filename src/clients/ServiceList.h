@@ -43,8 +43,8 @@ public:
 
     void addServiceToList(const VLServicePtr& service);
     /// Takes the record out of the list and out of its group, which remembers the client; the record itself
-    /// is left alone.
-    void removeServiceFromList(const VLServicePtr& service);
+    /// is left alone. False when it was not in it.
+    bool removeServiceFromList(const VLServicePtr& service);
 
     /// The first record whose host name, or one of its other names, is `hostName` (a missing trailing dot is
     /// added); null when there is none. A host name counts before another client's other names, which are

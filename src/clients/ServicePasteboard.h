@@ -5,14 +5,18 @@
 #include <QByteArray>
 #include <QList>
 
-/// Clients as they are dragged: their archived records one after the other, without the pictures, which for a
-/// thousand of them would take a second to write and to read.
+#include <functional>
+
+/// Clients as they are dragged: their archived records one after the other.
 namespace ServicePasteboard {
 
 inline constexpr auto type = "VLServicePBoard";
 
 [[nodiscard]] QByteArray encode(const QList<VLServicePtr>& services);
-/// The records, which are no members of any list. Empty when anything in `data` is wrong.
-[[nodiscard]] QList<VLServicePtr> decode(const QByteArray& data);
+/// The records, which are no members of any list. Empty when anything in `data` is wrong. Their pictures are
+/// read as long as they are few and small, and not for clients that the receiver knows: `isKnown`, by host
+/// name, may be empty.
+[[nodiscard]] QList<VLServicePtr> decode(const QByteArray& data,
+                                         const std::function<bool(const QString& hostName)>& isKnown = {});
 
 }  // namespace ServicePasteboard

@@ -8,7 +8,6 @@
 #include "foundation/VLNotificationCenter.h"
 #include "logs/VLLog.h"
 
-#include <QBuffer>
 #include <QCollator>
 #include <QImageReader>
 #include <QLocale>
@@ -17,7 +16,7 @@ namespace {
 
 constexpr QSize iconSize(128, 128);
 constexpr qsizetype longestReason = 1000;  ///< a reason may be what an agent wrote, and is shown
-constexpr int pictureMemoryLimit = 64;  ///< MiB that one picture of an agent may unpack to
+constexpr int pictureMemoryLimit = 64;     ///< MiB that one picture of an agent may unpack to
 
 Snapshot<VLServiceEnvironment>& environmentStore() {
     static Snapshot<VLServiceEnvironment> store;
@@ -34,15 +33,6 @@ int compareNames(const QString& a, const QString& b) {
         return made;
     }();
     return collator.compare(a, b);
-}
-
-QByteArray pngData(const QImage& image) {
-    QByteArray data;
-    if (image.isNull()) return data;
-    QBuffer buffer(&data);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return data;
 }
 
 }  // namespace
@@ -187,14 +177,14 @@ void VLService::postInvalidatedMessage() {
         {{QStringLiteral("service"), QVariant::fromValue(shared_from_this())}});
 }
 
-void VLService::encode(QDataStream& stream, bool withPicture) const {
-    stream << name() << hostName() << (withPicture ? pngData(icon()) : QByteArray());
+void VLService::encode(QDataStream& stream) const {
+    stream << name() << hostName() << MachineIcons::archiveData(icon());
     stream << QStringLiteral("port") << static_cast<qint32>(port());
     stream << QStringLiteral("isConnected") << isConnected();
     stream << QStringLiteral("needsMaintenance") << needsMaintenance();
 }
 
-VLServicePtr VLService::decode(QDataStream& stream) {
+VLServicePtr VLService::decode(QDataStream& stream, const PictureFilter& takesPicture) {
     QString name, hostName, portKey, connectedKey, maintenanceKey;
     QByteArray icon;
     qint32 port = 0;
@@ -210,7 +200,8 @@ VLServicePtr VLService::decode(QDataStream& stream) {
     auto service = std::make_shared<VLService>();
     service->m_name.set(name);
     service->m_hostName.set(hostName);
-    if (!icon.isEmpty()) service->m_icon.set(MachineIcons::decode(icon));
+    if (!icon.isEmpty() && (!takesPicture || takesPicture(hostName, icon.size())))
+        service->m_icon.set(MachineIcons::decode(icon));
     service->m_port = port;
     service->m_isConnected = isConnected;
     service->m_needsMaintenance = needsMaintenance;

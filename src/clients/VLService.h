@@ -38,6 +38,12 @@ public:
         Q_UNUSED(hostName)
     }
     virtual void updateSoftwareUpdateCountForItem(const VLServicePtr& service) { Q_UNUSED(service) }
+    /// Any thread: another record than `service` is filed under that host name.
+    [[nodiscard]] virtual bool isHostNameOfAnother(const VLServicePtr& service, const QString& hostName) {
+        Q_UNUSED(service)
+        Q_UNUSED(hostName)
+        return false;
+    }
     /// Main thread: the agent itself crashed; `log` names its crash log.
     virtual void displayCrashDialogForClient(const VLServicePtr& service, const QString& log) {
         Q_UNUSED(service)
@@ -175,11 +181,13 @@ public:
     [[nodiscard]] VLServiceGroup* parent() const { return m_parent; }
     void setParent(VLServiceGroup* group) { m_parent = group; }
 
-    /// The archived form: name, host name, icon, "port", "isConnected", "needsMaintenance"; no connection.
-    /// Streams are of `archiveVersion`.
+    /// The archived form: name, host name, icon (a small one), "port", "isConnected", "needsMaintenance"; no
+    /// connection. Streams are of `archiveVersion`. Reading many records, not every picture is worth its
+    /// time: `takesPicture` decides, from the host name and the size of the data.
     static constexpr QDataStream::Version archiveVersion = QDataStream::Qt_6_0;
-    virtual void encode(QDataStream& stream, bool withPicture = true) const;
-    [[nodiscard]] static VLServicePtr decode(QDataStream& stream);
+    virtual void encode(QDataStream& stream) const;
+    using PictureFilter = std::function<bool(const QString& hostName, qsizetype size)>;
+    [[nodiscard]] static VLServicePtr decode(QDataStream& stream, const PictureFilter& takesPicture = {});
 
 protected:
     /// Body of the connection thread; connectOnThread() has made its session.

@@ -18,6 +18,7 @@ namespace {
 
 /// An agent without a usable answer counts as one that is not installed properly.
 constexpr int errorNotInstalledProperly = 2001;
+constexpr int largestIcon = 128;
 
 const VLBundle& ownBundle(const VLServiceEnvironment& environment) {
     return environment.bundle ? *environment.bundle : VLBundle::mainBundle();
@@ -157,6 +158,12 @@ void VLService::processConfigurationOnThread(const QVariantMap& dictionary) {
 
 void VLService::takeNames(const QString& preferredHostName) {
     if (preferredHostName.isEmpty()) return;
+    VLServiceDelegate* const delegate = environment()->delegate;
+    if (delegate && delegate->isHostNameOfAnother(shared_from_this(), preferredHostName)) {
+        VLLog::appendLog(QStringLiteral("%@ calls itself %@, which is another computer's host name."), name(),
+                         preferredHostName);
+        return;
+    }
     if (hostName().isEmpty())
         setHostName(preferredHostName);
     else if (hostName() != preferredHostName)
@@ -171,7 +178,7 @@ void VLService::fetchIconOnThread() {
 void VLService::setServiceIcon() {
     if (m_fetchesIcon.exchange(true)) return;  // both the connection and the configuration start it
     if (const QImage picture = fetchServiceIcon(); !picture.isNull()) {
-        setIcon(picture);
+        setIcon(MachineIcons::scaledDown(picture, largestIcon));  // agents send them at any size
         refreshServiceView();
     }
     m_fetchesIcon = false;

@@ -37,6 +37,7 @@ void VLService::connectOnThread(VLCallbackTargetPtr errorCallback) {
 }
 
 void VLService::startSession(const VLCallbackTargetPtr& errorCallback, bool replacesAttempt) {
+    const auto started = std::make_shared<ServiceSession>();
     SessionPtr replaced;
     std::shared_ptr<VLTimer> reconnectTimer;
     {
@@ -44,14 +45,19 @@ void VLService::startSession(const VLCallbackTargetPtr& errorCallback, bool repl
         SessionPtr& session = m_connection->session;
         if (m_connection->isRetired) return;
         if (session && session->phase() == ServiceSession::Phase::Connecting && !replacesAttempt) return;
-        replaced = std::exchange(session, std::make_shared<ServiceSession>());
+        replaced = std::exchange(session, started);
         reconnectTimer = std::exchange(m_connection->reconnectTimer, nullptr);
         if (replaced) replaced->stop();
     }
     if (replaced) replaced->invalidate();
     if (reconnectTimer) reconnectTimer->invalidate();
-    VLThread::detach(QStringLiteral("client ") + name(),
-                     [self = shared_from_this(), errorCallback] { self->connect(errorCallback); });
+    const bool hasThread =
+        VLThread::detach(QStringLiteral("client ") + name(),
+                         [self = shared_from_this(), errorCallback] { self->connect(errorCallback); });
+    if (hasThread || !started->claim()) return;
+    setConnectionError(QStringLiteral("This computer has too much to do to connect."),
+                       ConnectionFailure::Other);
+    sessionEnded(started, errorCallback, true);
 }
 
 void VLService::connect(const VLCallbackTargetPtr& errorCallback) {
@@ -87,6 +93,11 @@ void VLService::runSession(const SessionPtr& session, const VLCallbackTargetPtr&
     if (session->stopped()) return;
     if (!connection) {
         setConnectionError(attempts.failure(), attempts.failureKind(), attempts.changedCertificate());
+        const bool active = session->whileActive([this] {
+            stopProgressSpinner();
+            m_isConnected = false;
+        });
+        if (!active) return;
         VLLog::appendLog(QStringLiteral("Unable to connect"));
         sessionEnded(session, errorCallback, true);
         return;

@@ -26,10 +26,9 @@ RememberedClient RememberedClient::of(const VLService& service, bool sharesHost)
     if (service.isManual()) client.manualIP = service.manualIP();
     const auto netService = service.netService();
     if (netService && sharesHost) client.sharedHost = netService->hostName;
-    // Pictures come with the client itself; those of a thousand would swell the settings file.
     QDataStream stream(&client.record, QIODevice::WriteOnly);
     stream.setVersion(VLService::archiveVersion);
-    service.encode(stream, false);
+    service.encode(stream);
     return client;
 }
 
@@ -47,7 +46,7 @@ std::optional<RememberedClient> RememberedClient::fromStoredForm(const QVariant&
     client.record = record.toByteArray();
     QDataStream stream(client.record);
     stream.setVersion(VLService::archiveVersion);
-    const VLServicePtr service = VLService::decode(stream);
+    const VLServicePtr service = VLService::decode(stream, [](const QString&, qsizetype) { return false; });
     if (!service) return std::nullopt;
     client.name = service->name();
     client.hostName = service->hostName();

@@ -17,7 +17,7 @@ struct RememberedClient {
     int port = 0;
     QString manualIP;    ///< of a client entered by hand, which is known by its address and port
     QString sharedHost;  ///< the host that several agents advertise from: the name tells them apart
-    QByteArray record;   ///< the archived form, without the picture
+    QByteArray record;   ///< the archived form
 
     [[nodiscard]] static RememberedClient of(const VLService& service, bool sharesHost);
     /// Nothing, and a log line, when the value is not what storedForm() gives.

@@ -68,7 +68,7 @@ void runWorker(Threads::iterator self, const QByteArray& name, std::function<voi
 
 }  // namespace
 
-void VLThread::detach(const QString& name, std::function<void()> body) {
+bool VLThread::detach(const QString& name, std::function<void()> body) {
     joinEnded();
     Registry& r = registry();
     QString refusal;
@@ -86,7 +86,9 @@ void VLThread::detach(const QString& name, std::function<void()> body) {
             }
         }
     }
-    if (!refusal.isEmpty()) VLLog::appendLog(QStringLiteral("Thread %@ was not started: %@"), name, refusal);
+    if (refusal.isEmpty()) return true;
+    VLLog::appendLog(QStringLiteral("Thread %@ was not started: %@"), name, refusal);
+    return false;
 }
 
 int VLThread::activeCount() {

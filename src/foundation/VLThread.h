@@ -9,8 +9,9 @@
 class VLThread {
 public:
     /// Starts `body` on a new thread and returns at once. An exception that escapes `body` is logged with
-    /// `name`. Refused (with a log line) once cancelAll() was called. Any thread.
-    static void detach(const QString& name, std::function<void()> body);
+    /// `name`. False, with a log line and `body` released, when there is no thread to be had or cancelAll()
+    /// was called. Any thread.
+    static bool detach(const QString& name, std::function<void()> body);
 
     [[nodiscard]] static int activeCount();
 

@@ -2,6 +2,8 @@
 
 #include "foundation/MainThread.h"
 #include "foundation/PropertyList.h"
+#include "foundation/VLNotificationCenter.h"
+#include "foundation/VLThread.h"
 #include "foundation/VLTimer.h"
 #include "logs/VLLog.h"
 #include "system/VLLocalPaths.h"
@@ -11,12 +13,16 @@
 #include <QFileInfo>
 #include <QSettings>
 
+#include <atomic>
 #include <cmath>
 #include <mutex>
+#include <utility>
 
 namespace {
 
+// A crash costs the last second's changes at most.
 constexpr auto writeDelay = std::chrono::milliseconds(1000);
+constexpr auto retryDelay = std::chrono::milliseconds(15'000);
 
 bool readPropertyList(QIODevice& device, QSettings::SettingsMap& map) {
     const QVariant value = PropertyList::fromData(device.read(PropertyList::maximumFileSize + 1));
@@ -54,12 +60,13 @@ QString chosenStandardPath() {
     return VLLocalPaths::configDirectory() + QLatin1Char('/') + name + QStringLiteral(".plist");
 }
 
-/// The stored values in memory and the changes that the file does not have yet. A QSettings object lives only
-/// during one transfer: it would otherwise post events to itself behind the lock.
+/// The stored values in memory and the changes that the file does not have yet. Readers never wait for the
+/// disk: one mutex guards the values, another one the file. A QSettings object lives only during one
+/// transfer: it would otherwise post events to itself behind the lock.
 class Store {
 public:
     explicit Store(const QString& path) : m_path(path) {
-        const std::lock_guard lock(m_mutex);
+        const std::lock_guard lock(m_fileMutex);
         keepDamagedFile();
         exchange();
     }
@@ -82,29 +89,36 @@ public:
         return m_stored.contains(key);
     }
 
-    /// An invalid value removes. True when the file has to be written and was up to date before.
-    bool set(const QString& key, const QVariant& value) {
+    /// An invalid value removes.
+    void set(const QString& key, const QVariant& value) {
         const std::lock_guard lock(m_mutex);
-        if (value.isValid())
-            m_stored.insert(key, value);
-        else
-            m_stored.remove(key);
-        const bool isFirst = m_changes.isEmpty();
+        apply(key, value, m_stored);
         m_changes.insert(key, value);
-        return isFirst;
     }
 
     bool synchronize() {
-        const std::lock_guard lock(m_mutex);
+        const std::lock_guard lock(m_fileMutex);
         return exchange();
     }
 
     bool synchronizeIfChanged() {
-        const std::lock_guard lock(m_mutex);
-        return m_changes.isEmpty() || exchange();
+        const std::lock_guard lock(m_fileMutex);
+        return !hasChanges() || exchange();
     }
 
 private:
+    [[nodiscard]] bool hasChanges() const {
+        const std::lock_guard lock(m_mutex);
+        return !m_changes.isEmpty();
+    }
+
+    static void apply(const QString& key, const QVariant& value, QVariantMap& values) {
+        if (value.isValid())
+            values.insert(key, value);
+        else
+            values.remove(key);
+    }
+
     /// A file that cannot be read would be overwritten with the next change; its owner may want it back.
     void keepDamagedFile() {
         const QFileInfo file(m_path);
@@ -119,42 +133,98 @@ private:
     }
 
     /// QSettings takes "a/b" for a part of "a" and would remove it as well.
-    void remove(QSettings& settings, const QString& key) const {
+    static void remove(QSettings& settings, const QString& key, const QVariantMap& values) {
         settings.remove(key);
         const QString prefix = key + QLatin1Char('/');
-        for (auto other = m_stored.lowerBound(prefix); other != m_stored.end(); ++other) {
+        for (auto other = values.lowerBound(prefix); other != values.end(); ++other) {
             if (!other.key().startsWith(prefix)) return;
             settings.setValue(other.key(), other.value());
         }
     }
 
-    /// Brings the changes to the file and what others changed in the file here.
+    /// Brings the changes to the file and what others changed in the file here. Called with the file's mutex.
     bool exchange() {
+        QVariantMap changes, values;
+        {
+            const std::lock_guard lock(m_mutex);
+            changes.swap(m_changes);
+            values = m_stored;
+        }
+        const bool isWritten = transfer(changes, values);
+        const std::lock_guard lock(m_mutex);
+        if (!isWritten) {
+            changes.insert(m_changes);  // what was set meanwhile is newer
+            m_changes = changes;
+            return false;
+        }
+        for (auto change = m_changes.cbegin(); change != m_changes.cend(); ++change)
+            apply(change.key(), change.value(), values);
+        m_stored = values;
+        return true;
+    }
+
+    /// Afterwards `values` is what the file holds.
+    bool transfer(const QVariantMap& changes, QVariantMap& values) {
         QSettings settings(m_path, settingsFormat());
         settings.setFallbacksEnabled(false);
-        for (auto change = m_changes.cbegin(); change != m_changes.cend(); ++change) {
+        for (auto change = changes.cbegin(); change != changes.cend(); ++change) {
             if (change.value().isValid())
                 settings.setValue(change.key(), change.value());
             else
-                remove(settings, change.key());
+                remove(settings, change.key(), values);
         }
         settings.sync();
         if (settings.status() != QSettings::NoError) {
             VLLog::appendLog(QStringLiteral("Unable to read or write the settings %@"), m_path);
             return false;
         }
-        m_changes.clear();
-        m_stored.clear();
+        values.clear();
         for (const QStringList keys = settings.allKeys(); const QString& key : keys)
-            m_stored.insert(key, settings.value(key));
+            values.insert(key, settings.value(key));
         return true;
     }
 
     const QString m_path;
+    std::mutex m_fileMutex;  // taken before the other one
     mutable std::mutex m_mutex;
     QVariantMap m_registered;
     QVariantMap m_stored;
     QVariantMap m_changes;  // an invalid value: removed
+};
+
+/// Writes a store some time after it was changed, on a worker, and tries again when that fails. Shared with
+/// the timer and the worker.
+class Writer : public std::enable_shared_from_this<Writer> {
+public:
+    explicit Writer(std::shared_ptr<Store> store) : m_store(std::move(store)) {}
+
+    void writeAfter(std::chrono::milliseconds delay) {
+        std::shared_ptr<VLTimer> replaced;  // invalidated by its destruction, after the lock
+        const std::lock_guard lock(m_mutex);
+        if (m_timer && m_timer->isValid() && delay >= m_delay) return;
+        m_delay = delay;
+        replaced = std::exchange(m_timer, VLTimer::scheduledTimer(delay, [weak = weak_from_this()] {
+                                     if (const auto self = weak.lock()) self->write();
+                                 }));
+    }
+
+private:
+    void write() {
+        VLThread::detach(QStringLiteral("settings"), [self = shared_from_this()] {
+            const bool isWritten = self->m_store->synchronizeIfChanged();
+            if (!isWritten) self->writeAfter(retryDelay);
+            if (self->m_isFailing.exchange(!isWritten) || isWritten) return;
+            VLNotificationCenter::defaultCenter().postNotification(
+                QStringLiteral("vlCorvalinSettingsNotWritten"), {},
+                {{QStringLiteral("path"), self->m_store->path()}});
+        });
+    }
+
+    const std::shared_ptr<Store> m_store;
+    std::mutex m_mutex;
+    std::shared_ptr<VLTimer> m_timer;
+    std::chrono::milliseconds m_delay{0};
+    std::atomic<bool> m_isFailing{false};
 };
 
 bool isReal(const QVariant& value) {
@@ -174,15 +244,12 @@ struct VLUserDefaults::Private {
     explicit Private(const QString& path) : store(std::make_shared<Store>(path)) {}
 
     void set(const QString& key, const QVariant& value) {
-        if (!store->set(key, PropertyList::normalized(value))) return;
-        auto timer = VLTimer::scheduledTimer(writeDelay, [store = store] { store->synchronizeIfChanged(); });
-        const std::lock_guard lock(timerMutex);
-        writeTimer.swap(timer);
+        store->set(key, PropertyList::normalized(value));
+        writer->writeAfter(writeDelay);
     }
 
-    std::shared_ptr<Store> store;
-    std::mutex timerMutex;
-    std::shared_ptr<VLTimer> writeTimer;  // so that a crash costs the last second's changes at most
+    const std::shared_ptr<Store> store;
+    const std::shared_ptr<Writer> writer = std::make_shared<Writer>(store);
 };
 
 VLUserDefaults::VLUserDefaults(const QString& path) : d(std::make_unique<Private>(path)) {}
@@ -259,6 +326,10 @@ void VLUserDefaults::setObject(const QVariant& value, const QString& key) {
 
 void VLUserDefaults::removeObjectForKey(const QString& key) {
     d->set(key, {});
+}
+
+void VLUserDefaults::synchronizeSoon() {
+    d->writer->writeAfter(std::chrono::milliseconds(0));
 }
 
 bool VLUserDefaults::synchronize() {

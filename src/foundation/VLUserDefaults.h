@@ -7,8 +7,9 @@
 #include <memory>
 
 /// The user's settings: stored values, and under them values registered at start that count when nothing is
-/// stored. Kept as a property list through QSettings. Integers stay integers, booleans stay booleans.
-/// Any thread.
+/// stored. Kept as a property list through QSettings. Integers stay integers, booleans stay booleans. Changes
+/// reach the disk within a second, on a worker; while that fails it is tried again, and the first failure
+/// posts "vlCorvalinSettingsNotWritten" with the "path". Any thread.
 class VLUserDefaults {
 public:
     /// The settings of the running application (~/.config/<organization>/<application>.plist).
@@ -37,7 +38,9 @@ public:
 
     void setObject(const QVariant& value, const QString& key);
     void removeObjectForKey(const QString& key);
-    /// Writes pending changes to the disk. False (and one log line) when that failed.
+    /// The same without the second's delay.
+    void synchronizeSoon();
+    /// Writes pending changes to the disk and waits for it. False (and one log line) when that failed.
     bool synchronize();
 
 private:

@@ -11,12 +11,15 @@
 #include <QSaveFile>
 #include <QSysInfo>
 
+#include <syslog.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace {
@@ -78,6 +81,7 @@ struct VLLog::Private {
     QString appName;
     std::unique_ptr<QFile> fileHandle;
     quint32 bytesWritten = 0;
+    std::atomic<bool> copiesToSyslog{false};
 
     // The serial queue.
     std::mutex queueMutex;
@@ -95,6 +99,7 @@ struct VLLog::Private {
     bool openFile(const QString& message);
     bool appendLogOnThread(const QString& message);
     void queue(const QString& line);
+    bool hasWorker();
     void workLoop();
     void stop();
 };
@@ -149,15 +154,24 @@ bool VLLog::Private::appendLogOnThread(const QString& message) {
 void VLLog::Private::queue(const QString& line) {
     {
         const std::lock_guard lock(queueMutex);
-        if (!isStopped) {
-            if (!worker.joinable()) worker = std::thread([this] { workLoop(); });
+        if (!isStopped && hasWorker()) {
             writeQueue.push_back(line);
             ++queuedLines;
             queueChanged.notify_all();
             return;
         }
     }
-    appendLogOnThread(line);  // the process is ending and the queue is gone
+    appendLogOnThread(line);  // the process is ending and the queue is gone, or there is no thread to be had
+}
+
+/// Called with the queue's lock held.
+bool VLLog::Private::hasWorker() {
+    if (worker.joinable()) return true;
+    try {
+        worker = std::thread([this] { workLoop(); });
+    } catch (const std::system_error&) {  // whoever logs must not fail for it
+    }
+    return worker.joinable();
 }
 
 void VLLog::Private::workLoop() {
@@ -222,6 +236,11 @@ void VLLog::appendLogAndPrint(const QString& text) {
 void VLLog::printToSystemLog(const QString& text) {
     const QByteArray line = printableLine(text).toUtf8() + '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
+    if (sharedController().d->copiesToSyslog) ::syslog(LOG_USER | LOG_NOTICE, "%s", line.constData());
+}
+
+void VLLog::copySystemLogToSyslog() {
+    sharedController().d->copiesToSyslog = true;
 }
 
 void VLLog::finishWriting() {

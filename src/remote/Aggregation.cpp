@@ -4,12 +4,15 @@
 #include "logs/VLLog.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
+#include <QHash>
 #include <QStringList>
 
 #include <algorithm>
 #include <array>
 #include <limits>
 #include <optional>
+#include <unordered_map>
+#include <vector>
 
 namespace Aggregation {
 
@@ -80,20 +83,34 @@ QVariantList valuesForKey(const QVariantList& array, const QString& key) {
     return values;
 }
 
+/// Alike for values that are the same. Of lists and dictionaries only the size counts.
+size_t hashOf(const QVariant& value) {
+    if (isString(value)) return qHash(value.toString());
+    if (isNumber(value)) return qHash(value.toDouble());
+    if (isArray(value)) return qHash(value.toList().size());
+    if (value.typeId() == QMetaType::QVariantMap) return qHash(value.toMap().size());
+    if (value.typeId() == QMetaType::QByteArray) return qHash(value.toByteArray());
+    return 0;
+}
+
 QVariant mostFrequent(const QVariantList& values) {
     struct Count {
         QVariant value;
         int times;
     };
-    QList<Count> counts;
+    std::vector<Count> counts;
+    std::unordered_map<size_t, std::vector<size_t>> placesByHash;  // hundreds of clients may all differ
     for (const QVariant& value : values) {
         if (!value.isValid()) continue;
-        const auto known = std::find_if(counts.begin(), counts.end(),
-                                        [&](const Count& count) { return sameValue(count.value, value); });
-        if (known == counts.end())
-            counts.append({value, 1});
-        else
-            ++known->times;
+        std::vector<size_t>& places = placesByHash[hashOf(value)];
+        const auto known = std::find_if(places.cbegin(), places.cend(),
+                                        [&](size_t place) { return sameValue(counts[place].value, value); });
+        if (known != places.cend()) {
+            ++counts[*known].times;
+            continue;
+        }
+        places.push_back(counts.size());
+        counts.push_back({value, 1});
     }
     const auto most = std::max_element(counts.cbegin(), counts.cend(),
                                        [](const Count& a, const Count& b) { return a.times < b.times; });

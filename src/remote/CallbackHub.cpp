@@ -64,14 +64,15 @@ void CallbackHub::post(quint64 object, const QString& selector, const QVariantLi
         for (const QVariant& argument : arguments)
             writer.write(list[index++].initValue(), argument);
     } catch (const VLException& exception) {
-        VLException::logException(exception, "-[VLRemoteCallback post:]");
+        if (m_log.take()) VLException::logException(exception, "-[VLRemoteCallback post:]");
         return;
     }
     call->bytes = call->message.sizeInWords() * sizeof(capnp::word);
 
     if (m_waiting >= maximumWaiting || m_waitingBytes > m_limits.messageBytes) {
-        VLLog::appendLog(QStringLiteral("The console does not keep up; the callback %@ is dropped."),
-                         selector);
+        if (m_log.take())
+            VLLog::appendLog(QStringLiteral("The console does not keep up; the callback %@ is dropped."),
+                             selector);
         return;
     }
     ++m_waiting;

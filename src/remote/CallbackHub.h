@@ -48,12 +48,12 @@ private:
     std::atomic_bool m_connected = true;
     std::atomic_int m_waiting = 0;
     std::atomic_size_t m_waitingBytes = 0;
+    SharedLogBudget m_log;
 
     // The server's thread only, and empty once closed.
     std::unordered_map<quint64, wire::Callback::Client> m_objects;
     quint64 m_lastObject = 0;
     std::deque<std::shared_ptr<Outgoing>> m_outgoing;
     int m_underWay = 0;
-    LogBudget m_log;
     kj::Own<kj::TaskSet> m_tasks;
 };

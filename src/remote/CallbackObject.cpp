@@ -13,6 +13,7 @@ namespace {
 /// A second's worth of tokens, as a multiple of the calls that may be pending.
 constexpr double refillsPerSecond = 4;
 constexpr auto pace = 25 * kj::MILLISECONDS;
+constexpr qsizetype longestSelectorShown = 120;
 
 double seconds(kj::Duration duration) {
     return double(duration / kj::MICROSECONDS) / 1e6;
@@ -24,22 +25,30 @@ CallbackGate::CallbackGate(kj::Timer& timer, const RemoteLimits& limits)
     : m_timer(timer),
       m_limit(std::size_t(std::max(1, limits.pendingCallbacks))),
       m_bytesLimit(limits.messageBytes),
+      m_bytesPerSecond(double(limits.callbackBytesPerSecond)),
       m_tokens(double(m_limit)),
+      m_byteTokens(m_bytesPerSecond),
       m_refilled(timer.now()) {}
 
 void CallbackGate::refill() {
     const auto now = m_timer.now();
-    m_tokens =
-        std::min(double(m_limit), m_tokens + seconds(now - m_refilled) * double(m_limit) * refillsPerSecond);
+    const double elapsed = seconds(now - m_refilled);
+    m_tokens = std::min(double(m_limit), m_tokens + elapsed * double(m_limit) * refillsPerSecond);
+    m_byteTokens = std::min(m_bytesPerSecond, m_byteTokens + elapsed * m_bytesPerSecond);
     m_refilled = now;
+}
+
+/// A call larger than a second's worth must pass too: it is let in on credit, and the next ones wait for it.
+bool CallbackGate::take(std::size_t bytes) {
+    if (m_tokens < 1 || m_byteTokens <= 0) return false;
+    m_tokens -= 1;
+    m_byteTokens -= double(bytes);
+    return true;
 }
 
 kj::Promise<void> CallbackGate::enter(std::size_t bytes) {
     refill();
-    if (m_waiting.empty() && m_tokens >= 1) {
-        m_tokens -= 1;
-        return kj::READY_NOW;
-    }
+    if (m_waiting.empty() && take(bytes)) return kj::READY_NOW;
     if (m_waiting.size() >= m_limit || m_waitingBytes + bytes > m_bytesLimit)
         return KJ_EXCEPTION(OVERLOADED, "Too many calls are waiting.");
 
@@ -56,8 +65,7 @@ kj::Promise<void> CallbackGate::enter(std::size_t bytes) {
 kj::Promise<void> CallbackGate::letIn() {
     return m_timer.afterDelay(pace).then([this]() -> kj::Promise<void> {
         refill();
-        while (!m_waiting.empty() && m_tokens >= 1) {
-            m_tokens -= 1;
+        while (!m_waiting.empty() && take(m_waiting.front().bytes)) {
             m_waitingBytes -= m_waiting.front().bytes;
             m_waiting.front().fulfiller->fulfill();
             m_waiting.pop_front();
@@ -108,8 +116,9 @@ void CallbackObject::receive(PerformContext& context) {
         const VLException error =
             named ? *named : VLException(VLException::generic, QString::fromUtf8(exception.what()));
         if (m_context->log.take())
-            VLLog::appendLog(QStringLiteral("The callback %@ of %@ failed: %@ - %@"), selector,
-                             m_context->label, error.name(), error.reason());
+            VLLog::appendLog(QStringLiteral("The callback %@ of %@ failed: %@ - %@"),
+                             selector.left(longestSelectorShown), m_context->label, error.name(),
+                             error.reason());
         if (oneway) return;
         WireWriter(m_context->limits).write(context.getResults().initOutcome().initException(), error);
     }

@@ -29,12 +29,14 @@ private:
         std::size_t bytes;
     };
     void refill();
+    [[nodiscard]] bool take(std::size_t bytes);
     [[nodiscard]] kj::Promise<void> letIn();
 
     kj::Timer& m_timer;
     std::size_t m_limit;
     std::size_t m_bytesLimit;
-    double m_tokens;
+    double m_bytesPerSecond;
+    double m_tokens, m_byteTokens;
     kj::TimePoint m_refilled;
     std::deque<Waiting> m_waiting;
     std::size_t m_waitingBytes = 0;

@@ -48,6 +48,7 @@ QString row(const Operation& operation) {
     if (operation.side == Side::Agent) {
         cells.append(sentToText(operation));
         cells.append(operation.authorized ? QStringLiteral("yes") : QString());
+        cells.append(operation.control ? QStringLiteral("control") : QString());
     }
     cells.append(latin(operation.summary));
     for (QString& text : cells)
@@ -60,8 +61,8 @@ QString tableHead(Side side) {
         return QStringLiteral(
             "| Callback | Arguments | Result | Mode | What it is |\n|---|---|---|---|---|\n");
     return QStringLiteral(
-        "| Operation | Arguments | Result | Mode | Sent to clients | Credentials | What it does |\n"
-        "|---|---|---|---|---|---|---|\n");
+        "| Operation | Arguments | Result | Mode | Sent to clients | Credentials | Lane | What it does |\n"
+        "|---|---|---|---|---|---|---|---|\n");
 }
 
 QString tables(Side side) {
@@ -113,6 +114,9 @@ operation is named by its selector and takes one argument for each colon in it.
   dictionary of "authUser" and "authPass" (the encrypted password), and the second one holds the arguments
   proper under "obj1" and "obj2". Where the credentials may be left out, the agent does without them only what
   needs no administrator rights. The agent always checks the credentials before it acts.
+- **Lane**: the agent carries out the operations of one console one after the other, except that those of the
+  *control* lane have a line of their own: a console gets through to an agent that is busy with something long,
+  or hangs. An operation of either lane comes after the control operations that were sent before it.
 - `fetchInitialConfiguration:` returns the configuration dictionary as its result, so the answer belongs to the
   question without further bookkeeping; the console applies it as if it had been delivered on its own.
 

@@ -33,6 +33,15 @@ QVariantList argumentsFor(const QString& selector, const QVariant& obj1, const Q
     return arguments;
 }
 
+/// The code of an agent's own error; none for every other exception.
+qlonglong corvalinCode(const std::exception& exception) {
+    const auto* own = dynamic_cast<const VLException*>(&exception);
+    const QVariantMap info = own ? own->userInfo() : QVariantMap();
+    if (info.value(QStringLiteral("domain")).toString() != QLatin1String(CorvalinError::domain))
+        return CorvalinError::None;
+    return VLCorvalinServerProtocol::integerValue(info.value(QStringLiteral("code")));
+}
+
 /// What went wrong, for people.
 QString plainWords(const std::exception& exception) {
     const auto* own = dynamic_cast<const VLException*>(&exception);
@@ -40,26 +49,32 @@ QString plainWords(const std::exception& exception) {
     if (VLException::didTimeout(exception)) return QStringLiteral("The computer did not answer in time.");
     if (own->name() == VLException::inaccessible)
         return QStringLiteral("The connection to the computer was lost.");
-    const QVariantMap& info = own->userInfo();
-    const qlonglong code = VLCorvalinServerProtocol::integerValue(info.value(QStringLiteral("code")));
-    const QString domain = info.value(QStringLiteral("domain")).toString();
-    if (code != CorvalinError::None && domain == QLatin1String(CorvalinError::domain))
-        return CorvalinError::message(code, info.value(QStringLiteral("info")).toString());
+    if (const qlonglong code = corvalinCode(exception); code != CorvalinError::None)
+        return CorvalinError::message(code, own->userInfo().value(QStringLiteral("info")).toString());
     return own->reason().isEmpty() ? own->name() : own->reason();
 }
 
-/// Counts one unit of work out when it goes away: at the end of the worker, after an exception, and also when
-/// the thread could not be started.
-class CountOut {
+/// Counts one unit of work in, and out when it goes away: at the end of the worker, after an exception, and
+/// also when the thread could not be started.
+class CountedWork {
 public:
-    explicit CountOut(TaskProgress* progress) : m_progress(progress) {}
-    ~CountOut() { m_progress->decrementTaskThreadCount(); }
-    CountOut(const CountOut&) = delete;
-    CountOut& operator=(const CountOut&) = delete;
+    explicit CountedWork(TaskProgress* progress)
+        : m_progress(progress), m_counting(progress->incrementTaskThreadCount()) {}
+    ~CountedWork() { m_progress->decrementTaskThreadCount(m_counting); }
+    CountedWork(const CountedWork&) = delete;
+    CountedWork& operator=(const CountedWork&) = delete;
 
 private:
-    TaskProgress* m_progress;
+    TaskProgress* const m_progress;
+    const int m_counting;
 };
+
+/// These calls block, and hand work over to the main thread.
+bool refusesMainThread() {
+    if (!MainThread::isCurrent()) return false;
+    VLLog::appendLog(QStringLiteral("Error: trying to call a client on main thread. Aborting..."));
+    return true;
+}
 
 /// Holds the workers of one run back until all of them have been counted in: the first could otherwise count
 /// itself out, and so end the processing, before the next one was counted. Opens when the starter leaves.
@@ -106,7 +121,10 @@ VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) co
 std::chrono::milliseconds RemoteRunner::replyLimitOf(const QString& selector) const {
     const Protocol* declared = protocolOf(selector);
     const bool fetchesData = declared && declared->resultType == VLCorvalinServerProtocol::Type::Data;
-    return fetchesData ? m_environment.dataReplyLimit : m_environment.replyLimit;
+    const bool fetchesLogs = selector == QLatin1String("gatherLogs") ||
+                             selector == QLatin1String("logWithFilename:") ||
+                             selector == QLatin1String("fcsCrashLog:");
+    return fetchesData || fetchesLogs ? m_environment.dataReplyLimit : m_environment.replyLimit;
 }
 
 QVariant RemoteRunner::sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
@@ -152,32 +170,45 @@ QVariant RemoteRunner::guarded(const char* method, const QString& selector, cons
     try {
         return body();
     } catch (const std::exception& exception) {
-        VLException::logException(exception, method);
-        // Arguments that cannot be sent are this side's fault: the client is well.
-        if (!dynamic_cast<const VLUnsentCallException*>(&exception)) service->setIsConnected(false);
-        reportFailure(service,
-                      QStringLiteral("The operation \"%1\" failed. %2").arg(selector, plainWords(exception)));
+        operationFailed(exception, method, selector, service);
         return {};
     }
 }
 
+void RemoteRunner::operationFailed(const std::exception& exception, const char* method,
+                                   const QString& selector, const RemoteClientPtr& service) const {
+    VLException::logException(exception, method);
+    // Arguments that cannot be sent are this side's fault: the client is well.
+    if (!dynamic_cast<const VLUnsentCallException*>(&exception)) service->setIsConnected(false);
+    // Of a refused password the agent tells the error queue itself.
+    if (corvalinCode(exception) == CorvalinError::BadCredentials) return;
+    reportFailure(service,
+                  QStringLiteral("The operation \"%1\" failed. %2").arg(selector, plainWords(exception)));
+}
+
 void RemoteRunner::executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
                                        const RemoteClientPtr& service) {
+    if (refusesMainThread()) return;
     VLLog::appendLog(QStringLiteral("Executing remote method %@ on host %@"), selector, nameOf(service));
     if (!service) {
         VLLog::appendLog(QStringLiteral("Service doesn't exist"));
         return;
     }
     guarded("-[AppController executeRemoteMethod:withObject:withObject:service:]", selector, service, [&] {
-        const Protocol* declared = protocolOf(selector);
-        const bool refused = service->errorCode() > 0 && !(declared && declared->executeOnErrorClient);
-        return refused || !service->enabled() ? QVariant()
-                                              : sendMethod(selector, obj1, obj2, service, noTimeLimit);
+        return mayExecute(selector, *service) ? sendMethod(selector, obj1, obj2, service, noTimeLimit)
+                                              : QVariant();
     });
+}
+
+bool RemoteRunner::mayExecute(const QString& selector, const RemoteClient& service) {
+    const Protocol* declared = protocolOf(selector);
+    const bool refused = service.errorCode() > 0 && !(declared && declared->executeOnErrorClient);
+    return !refused && service.enabled();
 }
 
 QVariant RemoteRunner::objectFromRemoteMethod(const QString& selector, const QVariant& obj1,
                                               const QVariant& obj2, const RemoteClientPtr& service) {
+    if (refusesMainThread()) return {};
     VLLog::appendLog(QStringLiteral("Getting object from remote method %@ on host %@"), selector,
                      nameOf(service));
     if (!service) {
@@ -197,11 +228,7 @@ QVariant RemoteRunner::objectFromRemoteMethod(const QString& selector, const QVa
 
 QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& bundleID,
                                             const QVariantMap& options, const RemoteClientPtr& service) {
-    return sendTask(task, bundleID, options, service, m_environment.replyLimit);
-}
-
-QVariant RemoteRunner::sendTask(const QString& task, const QString& bundleID, const QVariantMap& options,
-                                const RemoteClientPtr& service, std::chrono::milliseconds limit) const {
+    if (refusesMainThread()) return {};
     const QVariant optionsOrNone = options.isEmpty() ? QVariant() : QVariant(options);
     VLLog::appendLog(
         QStringLiteral("Getting object from remote task %@ for app %@ with options %@ on host %@"), task,
@@ -218,8 +245,7 @@ QVariant RemoteRunner::sendTask(const QString& task, const QString& bundleID, co
         VLLog::appendLog(QStringLiteral("Launching task..."));
         const Processing processing(*service);
         if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) return {};
-        return checkedAnswer(selector, proxy->perform(selector, {task, bundleID, optionsOrNone}, limit),
-                             service);
+        return checkedAnswer(selector, proxy->perform(selector, {task, bundleID, optionsOrNone}), service);
     };
     return guarded("-[AppController objectFromRemoteTask:bundleID:options:forService:]", selector, service,
                    body);
@@ -228,7 +254,7 @@ QVariant RemoteRunner::sendTask(const QString& task, const QString& bundleID, co
 void RemoteRunner::executeRemoteTask(const QString& task, const QString& bundleID, const QVariantMap& options,
                                      const RemoteClientPtr& service) {
     try {
-        static_cast<void>(sendTask(task, bundleID, options, service, noTimeLimit));
+        static_cast<void>(objectFromRemoteTask(task, bundleID, options, service));
     } catch (const std::exception& exception) {
         VLException::logException(exception,
                                   "-[AppController executeRemoteTask:bundleID:options:forService:]");
@@ -257,36 +283,40 @@ QList<QList<RemoteClientPtr>> RemoteRunner::selectedServicesForCores() const {
     return split().groups;
 }
 
-/// The same, and says how many clients will not be worked.
-RemoteRunner::Split RemoteRunner::splitForWork() const {
-    Split work = split();
-    if (work.leftOut > 0) {
-        VLLog::appendLog(
-            QStringLiteral("%i of the selected clients are left out: their number is no multiple of "
-                           "the %i processors."),
-            work.leftOut, work.processors);
-        if (m_environment.clientsLeftOut) m_environment.clientsLeftOut(work.leftOut);
-    }
-    return work;
+/// Starts the progress display of a waiting run. The number of the run.
+int RemoteRunner::startRun() const {
+    TaskProgress* const progress = m_environment.progress;
+    progress->setProcessingCancelled(false);
+    progress->startStatusProgress();
+    return progress->currentRun();
+}
+
+/// Says how many clients will not be worked. In the run that it is about, so that the next one clears it.
+void RemoteRunner::sayLeftOut(const Split& split) const {
+    if (split.leftOut == 0) return;
+    VLLog::appendLog(QStringLiteral("%i of the selected clients are left out: their number is no multiple of "
+                                    "the %i processors."),
+                     split.leftOut, split.processors);
+    if (m_environment.clientsLeftOut) m_environment.clientsLeftOut(split.leftOut);
 }
 
 /// Starts one counted thread per group.
-void RemoteRunner::runOnGroups(const Groups& groups, const QString& threadName,
-                               const std::function<bool()>& isCancelled, const ClientWork& work) const {
+void RemoteRunner::runOnGroups(const Split& split, const QString& threadName, int run,
+                               const ClientWork& work) const {
     TaskProgress* const progress = m_environment.progress;
+    sayLeftOut(split);
     const StartGate gate;
-    for (const QList<RemoteClientPtr>& services : groups) {
-        if (isCancelled()) break;
+    for (const QList<RemoteClientPtr>& services : split.groups) {
+        if (progress->isCancelled(run)) break;
         if (services.isEmpty()) continue;
-        progress->incrementTaskThreadCount();
-        auto countOut = std::make_shared<CountOut>(progress);
-        auto body = [progress, threadName, isCancelled, work, services, allCountedIn = gate.latch(),
-                     countOut = std::move(countOut)]() mutable {
-            const std::shared_ptr<CountOut> last = std::move(countOut);
+        auto counted = std::make_shared<CountedWork>(progress);
+        auto body = [progress, threadName, run, work, services, allCountedIn = gate.latch(),
+                     counted = std::move(counted)]() mutable {
+            const std::shared_ptr<CountedWork> last = std::move(counted);
             allCountedIn->wait();
             try {
                 for (const RemoteClientPtr& service : services) {
-                    if (isCancelled()) break;
+                    if (progress->isCancelled(run)) break;
                     work(service);
                     progress->incrementStatusProgress();
                 }
@@ -301,52 +331,41 @@ void RemoteRunner::runOnGroups(const Groups& groups, const QString& threadName,
 
 QVariant RemoteRunner::objectsFromRemoteMethod(const QString& selector, const QVariant& obj1,
                                                const QVariant& obj2) {
-    const Split work = splitForWork();
+    const Split work = split();
     if (work.groups.isEmpty()) return {};
-    TaskProgress* const progress = m_environment.progress;
-    progress->setProcessingCancelled(false);
-    progress->startStatusProgress();
+    const int run = startRun();
     const auto read = std::make_shared<Read>();
     resetThreadedObjectDict(read);
-    runOnGroups(
-        work.groups, QStringLiteral("objectsFromRemoteMethodOnThread:"),
-        [progress] { return progress->processingCancelled(); },
-        [this, selector, obj1, obj2, read](const RemoteClientPtr& service) {
-            const QVariant object = objectFromRemoteMethod(selector, obj1, obj2, service);
-            const QString hostName = service->hostName();
-            if (object.isValid() && !hostName.isEmpty()) threadedObjectDictSetObject(object, hostName, read);
-        });
-    progress->waitOnProcessingWithTimeout(300);
+    runOnGroups(work, QStringLiteral("objectsFromRemoteMethodOnThread:"), run,
+                [this, selector, obj1, obj2, read](const RemoteClientPtr& service) {
+                    const QVariant object = objectFromRemoteMethod(selector, obj1, obj2, service);
+                    const QString hostName = service->hostName();
+                    if (object.isValid() && !hostName.isEmpty())
+                        threadedObjectDictSetObject(object, hostName, read);
+                });
+    m_environment.progress->waitOnProcessingWithTimeout(300);
     return read->answers.get();
 }
 
 void RemoteRunner::executeRemoteMethods(const QString& selector, const QVariant& obj1, const QVariant& obj2) {
-    const Split work = splitForWork();
+    const Split work = split();
     if (work.groups.isEmpty()) return;
-    TaskProgress* const progress = m_environment.progress;
-    progress->setProcessingCancelled(false);
-    progress->startStatusProgress();
-    runOnGroups(
-        work.groups, QStringLiteral("executeRemoteMethodsOnThread:"),
-        [progress] { return progress->processingCancelled(); },
-        [this, selector, obj1, obj2](const RemoteClientPtr& service) {
-            executeRemoteMethod(selector, obj1, obj2, service);
-        });
-    progress->waitOnProcessing();
+    const int run = startRun();
+    runOnGroups(work, QStringLiteral("executeRemoteMethodsOnThread:"), run,
+                [this, selector, obj1, obj2](const RemoteClientPtr& service) {
+                    executeRemoteMethod(selector, obj1, obj2, service);
+                });
+    m_environment.progress->waitOnProcessing();
 }
 
 void RemoteRunner::executeRemoteTasks(const QString& task, const QString& bundleID,
                                       const QVariantMap& options) {
-    const Split work = splitForWork();
-    TaskProgress* const progress = m_environment.progress;
-    // Nothing here clears the flag, so one that an earlier, cancelled run left set must not stop these tasks.
-    const bool cancelledBefore = progress->processingCancelled();
-    runOnGroups(
-        work.groups, QStringLiteral("executeRemoteTasksOnThread:"),
-        [progress, cancelledBefore] { return !cancelledBefore && progress->processingCancelled(); },
-        [this, task, bundleID, options](const RemoteClientPtr& service) {
-            executeRemoteTask(task, bundleID, options, service);
-        });
+    // A run of its own: what cancelled an earlier one must not stop these tasks, a later cancel must.
+    const int run = m_environment.progress->beginRun();
+    runOnGroups(split(), QStringLiteral("executeRemoteTasksOnThread:"), run,
+                [this, task, bundleID, options](const RemoteClientPtr& service) {
+                    executeRemoteTask(task, bundleID, options, service);
+                });
 }
 
 // Answers

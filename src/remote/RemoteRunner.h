@@ -14,9 +14,9 @@
 
 /// Runs one operation of the agents' protocol on one client or on all selected clients.
 ///
-/// Called from worker threads only (the single-client primitives and the waiting fan-outs refuse the main
-/// thread's wait, as TaskProgress says). Nothing here throws: failures are logged, the client concerned is
-/// marked not connected, and the others go on.
+/// Called from worker threads only: on the main thread the single-client primitives do nothing, with a log
+/// line, and the fan-outs do not wait (as TaskProgress says). Nothing here throws: failures are logged, the
+/// client concerned is marked not connected, and the others go on.
 class RemoteRunner {
 public:
     struct Environment {
@@ -30,7 +30,7 @@ public:
         /// A client's failure, for the error queue: `reason` in plain words. Any thread. May be empty.
         std::function<void(const QString& hostName, const QString& reason)> clientFailed;
         // How long an agent that is alive may take to answer; a missed limit counts as a failure. What is
-        // only executed may take as long as it needs.
+        // executed, tasks among it, may take as long as it needs.
         std::chrono::milliseconds replyLimit{std::chrono::seconds(60)};       ///< of a read
         std::chrono::milliseconds dataReplyLimit{std::chrono::seconds(300)};  ///< of one that fetches data
         std::chrono::milliseconds probeLimit{std::chrono::seconds(10)};       ///< whether it knows a selector
@@ -38,6 +38,9 @@ public:
     explicit RemoteRunner(Environment environment);
 
     // One client.
+    /// Whether executeRemoteMethod() sends it to this client: not to one that is disabled, and to one in
+    /// error only few operations.
+    [[nodiscard]] static bool mayExecute(const QString& selector, const RemoteClient& service);
     void executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
                              const RemoteClientPtr& service);
     /// The agent's answer, or invalid.
@@ -59,6 +62,13 @@ public:
     /// The selected clients in groups, one per thread.
     [[nodiscard]] QList<QList<RemoteClientPtr>> selectedServicesForCores() const;
 
+    // For the runs that AuthorizedRunner makes.
+    /// Starts connecting where needed; null while there is no connection.
+    [[nodiscard]] VLProxyObjectPtr connectedProxy(const RemoteClientPtr& service) const;
+    /// Logs and reports what ended an operation, and marks the client not connected if it may be the cause.
+    void operationFailed(const std::exception& exception, const char* method, const QString& selector,
+                         const RemoteClientPtr& service) const;
+
     /// The answers of the last many-client read, by host name.
     [[nodiscard]] QVariantMap threadedObjectDict() const { return m_threadedObjectDict.get(); }
 
@@ -73,15 +83,12 @@ private:
     using ClientWork = std::function<void(const RemoteClientPtr&)>;
 
     [[nodiscard]] Split split() const;
-    [[nodiscard]] Split splitForWork() const;
-    void runOnGroups(const QList<QList<RemoteClientPtr>>& groups, const QString& threadName,
-                     const std::function<bool()>& isCancelled, const ClientWork& work) const;
+    [[nodiscard]] int startRun() const;
+    void sayLeftOut(const Split& split) const;
+    void runOnGroups(const Split& split, const QString& threadName, int run, const ClientWork& work) const;
 
-    [[nodiscard]] VLProxyObjectPtr connectedProxy(const RemoteClientPtr& service) const;
     QVariant sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
                         const RemoteClientPtr& service, std::chrono::milliseconds limit) const;
-    QVariant sendTask(const QString& task, const QString& bundleID, const QVariantMap& options,
-                      const RemoteClientPtr& service, std::chrono::milliseconds limit) const;
     [[nodiscard]] std::chrono::milliseconds replyLimitOf(const QString& selector) const;
     [[nodiscard]] QVariant checkedAnswer(const QString& selector, const QVariant& answer,
                                          const RemoteClientPtr& service) const;

@@ -52,15 +52,16 @@ protected:
             context.releaseParams();
 
             const Operation* known = operation(Side::Agent, selector);
+            const auto lane = known && known->control ? ServerWorker::Control : ServerWorker::Ordinary;
+            ServerWorker::Job job{selector, arguments, bytes, lane, 0, nullptr};
             if (known && known->mode == Mode::Oneway) {
-                m_connection.performOneway(selector, arguments, bytes);
+                m_connection.performOneway(std::move(job));
                 return kj::READY_NOW;
             }
             auto outcome = std::make_shared<Outcome>();
-            return m_connection.perform(selector, arguments, bytes, outcome)
-                .then([context, outcome]() mutable {
-                    context.getResults().setOutcome((*outcome)->getRoot<wire::Outcome>().asReader());
-                });
+            return m_connection.perform(std::move(job), outcome).then([context, outcome]() mutable {
+                context.getResults().setOutcome((*outcome)->getRoot<wire::Outcome>().asReader());
+            });
         } catch (const VLException& exception) {
             WireWriter(limits).write(context.getResults().initOutcome().initException(), exception);
             return kj::READY_NOW;
@@ -129,15 +130,14 @@ bool ServerConnection::respondsToSelector(const QString& selector) {
     return m_environment.root->respondsToSelector(selector);
 }
 
-kj::Promise<void> ServerConnection::perform(const QString& selector, const QVariantList& arguments,
-                                            std::size_t bytes, std::shared_ptr<Outcome> outcome) {
+kj::Promise<void> ServerConnection::perform(ServerWorker::Job job, std::shared_ptr<Outcome> outcome) {
     const quint64 ticket = ++m_lastTicket;
-    const auto done = [queue = m_environment.queue, self = weak_from_this(), ticket](const Outcome& result) {
+    job.done = [queue = m_environment.queue, self = weak_from_this(), ticket](const Outcome& result) {
         queue->post([self, ticket, result] {
             if (const auto connection = self.lock()) connection->finish(ticket, result);
         });
     };
-    if (!m_worker->add({selector, arguments, bytes, done}))
+    if (!m_worker->add(std::move(job)))
         throw VLException(VLException::generic,
                           QStringLiteral("The client has too many operations to do already."));
     auto pair = kj::newPromiseAndFulfiller<void>();
@@ -145,9 +145,9 @@ kj::Promise<void> ServerConnection::perform(const QString& selector, const QVari
     return kj::mv(pair.promise);
 }
 
-void ServerConnection::performOneway(const QString& selector, const QVariantList& arguments,
-                                     std::size_t bytes) {
-    if (m_worker->add({selector, arguments, bytes, nullptr}) || !m_log.take()) return;
+void ServerConnection::performOneway(ServerWorker::Job job) {
+    const QString selector = job.selector;
+    if (m_worker->add(std::move(job)) || !m_log.take()) return;
     VLLog::appendLog(QStringLiteral("Too many operations are waiting; %@ of %@ is dropped."), selector,
                      m_address);
 }

@@ -51,9 +51,8 @@ private:
 
     [[nodiscard]] bool respondsToSelector(const QString& selector);
     /// Has the worker perform it and store its outcome. Throws VLException when it can't be taken in.
-    [[nodiscard]] kj::Promise<void> perform(const QString& selector, const QVariantList& arguments,
-                                            std::size_t bytes, std::shared_ptr<Outcome> outcome);
-    void performOneway(const QString& selector, const QVariantList& arguments, std::size_t bytes);
+    [[nodiscard]] kj::Promise<void> perform(ServerWorker::Job job, std::shared_ptr<Outcome> outcome);
+    void performOneway(ServerWorker::Job job);
     void finish(quint64 ticket, Outcome outcome);
     [[nodiscard]] kj::Promise<void> watchLife();
     void lose(const QString& reason);

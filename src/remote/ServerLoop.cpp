@@ -5,6 +5,7 @@
 #include "remote/TlsSettings.h"
 #include "remote/WireValue.h"
 
+#include <kj/debug.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -28,6 +29,14 @@ QString peerAddress(kj::AsyncIoStream& stream) {
     return QString::fromLatin1(host);
 }
 
+/// Who the console says it is, with a certificate that this agent was given; empty when it has no name.
+QString subjectOf(kj::PeerIdentity& identity) {
+    QString subject;
+    const auto failure = kj::runCatchingExceptions(
+        [&] { subject = fromKj(kj::downcast<kj::TlsPeerIdentity>(identity).getCommonName()); });
+    return failure == nullptr ? subject : QString();
+}
+
 kj::Promise<void> drain(kj::AsyncIoStream& stream) {
     auto buffer = kj::heapArray<kj::byte>(4096);
     auto promise = stream.tryRead(buffer.begin(), 1, buffer.size());
@@ -48,7 +57,7 @@ ServerLoop::ServerLoop(kj::AsyncIoContext& io, std::shared_ptr<EventLoopQueue> q
       m_environment{io.lowLevelProvider->getTimer(), std::move(queue), std::move(root), options.limits},
       m_tasks(kj::heap<kj::TaskSet>(*this)) {}
 
-ServerLoop::~ServerLoop() noexcept(false) {
+bool ServerLoop::end(std::chrono::milliseconds limit) {
     m_environment.queue->close();
     m_tasks = nullptr;
     for (auto& [peer, connection] : m_connections) {
@@ -58,18 +67,27 @@ ServerLoop::~ServerLoop() noexcept(false) {
     m_connectionCount = 0;
     for (auto& [peer, worker] : m_endingWorkers)
         worker->close(true);
-    for (auto& [peer, worker] : m_endingWorkers)
-        worker->join();
+    const auto deadline = ServerWorker::Clock::now() + limit;
+    bool haveEnded = true;
+    for (auto& [peer, worker] : m_endingWorkers) {
+        if (worker->join(deadline)) continue;
+        worker->abandon();
+        haveEnded = false;
+    }
+    m_endingWorkers.clear();
+    return haveEnded;
 }
 
 void ServerLoop::run(kj::AutoCloseFd listener) {
     using Flags = kj::LowLevelAsyncIoProvider;
     auto receiver = m_io.lowLevelProvider->wrapListenSocketFd(
         listener.release(), Flags::TAKE_OWNERSHIP | Flags::ALREADY_CLOEXEC | Flags::ALREADY_NONBLOCK);
-    m_tasks->add(acceptNext(*receiver));
-    m_tasks->add(m_environment.queue->run(m_io.unixEventPort));
-    m_stopped.promise.wait(m_io.waitScope);
-    m_tasks = kj::heap<kj::TaskSet>(*this);
+    KJ_DEFER(m_tasks = kj::heap<kj::TaskSet>(*this));
+    // Without either of the two the server would be there and not serve.
+    acceptNext(*receiver)
+        .exclusiveJoin(m_environment.queue->run(m_io.unixEventPort))
+        .exclusiveJoin(kj::mv(m_stopped.promise))
+        .wait(m_io.waitScope);
 }
 
 void ServerLoop::log(const QString& line, const QString& address, const QString& reason) {
@@ -95,9 +113,18 @@ kj::Promise<void> ServerLoop::acceptNext(kj::ConnectionReceiver& receiver) {
         });
 }
 
+/// Whatever goes wrong with one connection, such as that it is gone already, is of no matter to the next.
 void ServerLoop::accepted(kj::Own<kj::AsyncIoStream> stream) {
+    const auto failure = kj::runCatchingExceptions([&] {
+        QString address = peerAddress(*stream);
+        begin(std::move(address), kj::mv(stream));
+    });
+    KJ_IF_MAYBE (exception, failure)
+        log(QStringLiteral("A connection ended before it began: %@"), fromKj(exception->getDescription()));
+}
+
+void ServerLoop::begin(QString address, kj::Own<kj::AsyncIoStream> stream) {
     const auto most = std::size_t(std::max(1, m_options.maximumConnections));
-    QString address = peerAddress(*stream);
     if (m_connections.size() >= most)
         return log(QStringLiteral("%@ is turned away: there are too many connections."), address);
     // Whoever connects and says nothing must not keep others out.
@@ -135,10 +162,11 @@ kj::TlsContext& ServerLoop::tlsContext() {
 kj::Promise<void> ServerLoop::shakeHands(Handshake& handshake) {
     kj::Own<kj::AsyncIoStream> socket(handshake.socket.get(), kj::NullDisposer::instance);
     const auto limit = m_options.limits.connect.count() * kj::MILLISECONDS;
-    return m_environment.timer.timeoutAfter(limit, tlsContext().wrapServer(kj::mv(socket)))
+    kj::AuthenticatedStream plain{kj::mv(socket), kj::UnknownPeerIdentity::newInstance()};
+    return m_environment.timer.timeoutAfter(limit, tlsContext().wrapServer(kj::mv(plain)))
         .then(
-            [this, &handshake](kj::Own<kj::AsyncIoStream>&& tls) -> kj::Promise<void> {
-                begin(handshake, kj::mv(tls));
+            [this, &handshake](kj::AuthenticatedStream&& tls) -> kj::Promise<void> {
+                connected(handshake, kj::mv(tls));
                 return kj::READY_NOW;
             },
             [this, &handshake](kj::Exception&& exception) { return refuse(handshake, exception); });
@@ -153,13 +181,14 @@ kj::Promise<void> ServerLoop::refuse(Handshake& handshake, const kj::Exception& 
     });
 }
 
-void ServerLoop::begin(Handshake& handshake, kj::Own<kj::AsyncIoStream> tls) {
+void ServerLoop::connected(Handshake& handshake, kj::AuthenticatedStream tls) {
     const quint64 peer = handshake.peer;
+    m_environment.root->peerOpened(peer, subjectOf(*tls.peerIdentity) + u'@' + handshake.address);
     auto worker = std::make_shared<ServerWorker>(
         m_environment.root, m_options.limits, peer,
         [this, queue = m_environment.queue, peer] { queue->post([this, peer] { reap(peer); }); });
     auto connection = std::make_shared<ServerConnection>(
-        m_environment, ServerConnection::Streams{kj::mv(handshake.socket), kj::mv(tls)}, peer,
+        m_environment, ServerConnection::Streams{kj::mv(handshake.socket), kj::mv(tls.stream)}, peer,
         handshake.address, std::move(worker));
     connection->start([this, peer](const QString& reason) {
         // Later: this is called by a task of the connection that is to be destroyed.
@@ -177,12 +206,16 @@ void ServerLoop::remove(quint64 peer, const QString& reason) {
     m_connections.erase(found);
     m_connectionCount = int(m_connections.size());
     worker->close(false);
-    if (worker->wasStarted()) m_endingWorkers.emplace(peer, worker);
+    if (worker->wasStarted())
+        m_endingWorkers.emplace(peer, worker);
+    else
+        m_environment.root->peerClosed(peer);
 }
 
 void ServerLoop::reap(quint64 peer) {
     const auto found = m_endingWorkers.find(peer);
     if (found == m_endingWorkers.end()) return;
-    found->second->join();  // its thread is past all work
+    // Its threads are past all work.
+    if (!found->second->join(ServerWorker::Clock::now() + std::chrono::seconds(1))) found->second->abandon();
     m_endingWorkers.erase(found);
 }

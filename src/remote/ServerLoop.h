@@ -18,11 +18,14 @@ public:
     ServerLoop(kj::AsyncIoContext& io, std::shared_ptr<EventLoopQueue> queue,
                std::shared_ptr<VLRootObject> root, const VLServerOptions& options,
                std::atomic_int& connectionCount);
-    /// Drops all connections and waits for the operations under way. Not from a task of the loop.
-    ~ServerLoop() noexcept(false) override;
+    /// end() first.
+    ~ServerLoop() noexcept(false) override = default;
 
-    /// Serves until stop() was called, by a function in the queue.
+    /// Serves until stop() was called, by a function in the queue. Throws when it cannot go on.
     void run(kj::AutoCloseFd listener);
+    /// Drops all connections and waits for the operations under way. False when one did not end in time: it
+    /// is on its own then. Not from a task of the loop.
+    [[nodiscard]] bool end(std::chrono::milliseconds limit);
     void stop() { m_stopped.fulfiller->fulfill(); }
 
 private:
@@ -34,9 +37,10 @@ private:
 
     [[nodiscard]] kj::Promise<void> acceptNext(kj::ConnectionReceiver& receiver);
     void accepted(kj::Own<kj::AsyncIoStream> stream);
+    void begin(QString address, kj::Own<kj::AsyncIoStream> stream);
     [[nodiscard]] kj::Promise<void> shakeHands(Handshake& handshake);
     [[nodiscard]] kj::Promise<void> refuse(Handshake& handshake, const kj::Exception& exception);
-    void begin(Handshake& handshake, kj::Own<kj::AsyncIoStream> tls);
+    void connected(Handshake& handshake, kj::AuthenticatedStream tls);
     void remove(quint64 peer, const QString& reason);
     void reap(quint64 peer);
     [[nodiscard]] kj::TlsContext& tlsContext();

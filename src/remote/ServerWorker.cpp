@@ -12,52 +12,95 @@ ServerWorker::ServerWorker(std::shared_ptr<VLRootObject> root, const RemoteLimit
 
 bool ServerWorker::add(Job job) {
     const std::lock_guard lock(m_mutex);
-    const bool full = m_jobs.size() >= std::size_t(std::max(1, m_limits.pendingCallbacks)) ||
-                      (!m_jobs.empty() && m_bytes + job.bytes > m_limits.messageBytes);
+    Line& line = m_lines.at(job.lane);
+    const bool full = line.jobs.size() >= std::size_t(std::max(1, m_limits.pendingCallbacks)) ||
+                      (!line.jobs.empty() && line.bytes + job.bytes > m_limits.messageBytes);
     if (m_closed || full) return false;
-    if (!m_thread.joinable()) {
+    if (!line.thread.joinable()) {
         try {
-            m_thread = std::thread([this] { run(); });
+            line.thread = std::thread([self = shared_from_this(), &line] { self->run(line); });
         } catch (const std::system_error&) {
             return false;
         }
+        ++m_running;
+        m_isIdle = false;
     }
-    m_bytes += job.bytes;
-    m_jobs.push_back(std::move(job));
-    m_changed.notify_one();
+    job.after = job.lane == Control ? 0 : m_controlSent;
+    if (job.lane == Control) ++m_controlSent;
+    line.bytes += job.bytes;
+    line.jobs.push_back(std::move(job));
+    m_changed.notify_all();
     return true;
 }
 
 void ServerWorker::close(bool dropAll) {
     const std::lock_guard lock(m_mutex);
     m_closed = true;
-    std::erase_if(m_jobs, [dropAll](const Job& job) { return dropAll || job.done; });
-    m_changed.notify_one();
+    for (Line& line : m_lines) {
+        const auto isDropped = [dropAll](const Job& job) { return dropAll || job.done; };
+        const auto count = std::erase_if(line.jobs, isDropped);
+        if (&line == &m_lines[Control]) m_controlDone += count;
+    }
+    m_changed.notify_all();
 }
 
-void ServerWorker::join() {
-    if (m_thread.joinable()) m_thread.join();
+bool ServerWorker::wasStarted() const {
+    return std::any_of(m_lines.begin(), m_lines.end(),
+                       [](const Line& line) { return line.thread.joinable(); });
 }
 
-bool ServerWorker::takeNext(Job& job) {
-    std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_closed || !m_jobs.empty(); });
-    if (m_jobs.empty()) return false;
-    job = std::move(m_jobs.front());
-    m_jobs.pop_front();
-    m_bytes -= job.bytes;
+bool ServerWorker::join(Clock::time_point deadline) {
+    {
+        std::unique_lock lock(m_mutex);
+        if (!m_changed.wait_until(lock, deadline, [this] { return m_isIdle; })) return false;
+    }
+    for (Line& line : m_lines)
+        if (line.thread.joinable()) line.thread.join();
     return true;
 }
 
-void ServerWorker::run() {
-    for (Job job; takeNext(job); job = {})
+void ServerWorker::abandon() {
+    for (Line& line : m_lines)
+        if (line.thread.joinable()) line.thread.detach();
+}
+
+bool ServerWorker::takeNext(Line& line, Job& job) {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock,
+                   [&] { return line.jobs.empty() ? m_closed : line.jobs.front().after <= m_controlDone; });
+    if (line.jobs.empty()) return false;
+    job = std::move(line.jobs.front());
+    line.jobs.pop_front();
+    line.bytes -= job.bytes;
+    return true;
+}
+
+void ServerWorker::run(Line& line) {
+    for (Job job; takeNext(line, job); job = {}) {
         perform(job);
+        if (job.lane == Ordinary) continue;
+        const std::lock_guard lock(m_mutex);
+        ++m_controlDone;
+        m_changed.notify_all();
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        if (--m_running > 0) return;
+    }
+    // No lane starts any more: this one ended because the worker is closed.
+    endPeer();
+}
+
+void ServerWorker::endPeer() {
     try {
         m_root->peerClosed(m_peer);
     } catch (const std::exception& exception) {
         VLException::logException(exception, "-[VLRootObject peerClosed:]");
     }
     m_ended();
+    const std::lock_guard lock(m_mutex);
+    m_isIdle = true;
+    m_changed.notify_all();
 }
 
 void ServerWorker::perform(const Job& job) {
@@ -65,7 +108,7 @@ void ServerWorker::perform(const Job& job) {
     try {
         (void)m_root->perform(job.selector, job.arguments, m_peer);
     } catch (const std::exception& exception) {
-        VLException::logException(exception, job.selector.toUtf8().constData());
+        if (m_log.take()) VLException::logException(exception, job.selector.left(100).toUtf8().constData());
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "corvalin.capnp.h"
+#include "remote/LogBudget.h"
 #include "remote/RemoteLimits.h"
 #include "remote/VLServer.h"
 
@@ -9,6 +10,8 @@
 
 #include <capnp/message.h>
 
+#include <array>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -16,35 +19,54 @@
 #include <mutex>
 #include <thread>
 
-/// Performs the operations of one console, one after the other, on a thread that starts with the first one.
-/// Answers are encoded on that thread too, so the server's loop only passes them on.
-class ServerWorker {
+/// Performs the operations of one console in two lanes: in each, one after the other, on a thread that starts
+/// with the lane's first operation. Control operations are few and short, and get through while one of the
+/// others hangs; an ordinary one waits for the control operations that were sent before it. Answers are
+/// encoded on these threads too, so the server's loop only passes them on.
+class ServerWorker : public std::enable_shared_from_this<ServerWorker> {
 public:
     using Outcome = std::shared_ptr<capnp::MallocMessageBuilder>;  ///< its root is a wire::Outcome
+    using Clock = std::chrono::steady_clock;
+    enum Lane { Ordinary, Control };
     struct Job {
         QString selector;
         QVariantList arguments;
         std::size_t bytes = 0;
-        std::function<void(Outcome)> done;  ///< empty for oneway operations; runs on the worker's thread
+        Lane lane = Ordinary;
+        quint64 after = 0;                  ///< how many control operations were sent before it; set by add()
+        std::function<void(Outcome)> done;  ///< empty for oneway operations; runs on the lane's thread
     };
 
-    /// `ended` is called on the worker's thread as its last act, when it was started at all.
+    /// `ended` is called as the last act of the last lane, when any was started at all.
     ServerWorker(std::shared_ptr<VLRootObject> root, const RemoteLimits& limits, quint64 peer,
                  std::function<void()> ended);
-    /// join() first.
+    /// join() or abandon() first.
     ~ServerWorker() = default;
+    ServerWorker(const ServerWorker&) = delete;
+    ServerWorker& operator=(const ServerWorker&) = delete;
 
-    /// False when too much is waiting already. The server's thread.
+    // The server's thread.
+    /// False when too much is waiting in that lane already.
     [[nodiscard]] bool add(Job job);
     /// Nothing is waited for any more. Oneway operations that were taken in are still performed, unless
-    /// `dropAll`. The server's thread.
+    /// `dropAll`.
     void close(bool dropAll);
-    [[nodiscard]] bool wasStarted() const { return m_thread.joinable(); }
-    void join();
+    [[nodiscard]] bool wasStarted() const;
+    /// After close(): waits for the operations under way. False, with nothing joined, when they take longer.
+    [[nodiscard]] bool join(Clock::time_point deadline);
+    /// After close(): the threads are on their own. They keep what they use alive.
+    void abandon();
 
 private:
-    void run();
-    [[nodiscard]] bool takeNext(Job& job);
+    struct Line {
+        std::thread thread;
+        std::deque<Job> jobs;
+        std::size_t bytes = 0;  ///< of the arguments that are waiting
+    };
+
+    void run(Line& line);
+    void endPeer();
+    [[nodiscard]] bool takeNext(Line& line, Job& job);
     void perform(const Job& job);
     [[nodiscard]] Outcome outcomeOf(const Job& job) const;
 
@@ -52,11 +74,13 @@ private:
     const RemoteLimits m_limits;
     const quint64 m_peer;
     const std::function<void()> m_ended;
-    std::thread m_thread;
+    SharedLogBudget m_log;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Job> m_jobs;
-    std::size_t m_bytes = 0;  ///< of the arguments that are waiting
+    std::array<Line, 2> m_lines;
+    quint64 m_controlSent = 0, m_controlDone = 0;
+    int m_running = 0;     ///< lanes whose threads have not ended
+    bool m_isIdle = true;  ///< no thread of it does anything any more
     bool m_closed = false;
 };

@@ -14,12 +14,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <system_error>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -66,39 +68,68 @@ LookupResult lookUp(const QByteArray& host, quint16 port, int flags) {
     return result;
 }
 
-/// The system's resolver takes as long as it likes, so a thread that may outlive the wait asks it.
-LookupResult lookUpWithin(const QByteArray& host, quint16 port, const Deadline& deadline) {
+/// Look-ups under way, by host. The system's resolver takes as long as it likes and cannot be stopped, so a
+/// thread that may outlive the wait asks it: one for each host, however often the host is tried meanwhile.
+class HostLookups {
+public:
+    using Answer = std::shared_future<LookupResult>;
+
+    /// Throws std::system_error when there is no thread left.
+    static Answer start(const std::string& host) {
+        Shared& shared = instance();
+        const std::lock_guard lock(shared.mutex);
+        if (const auto found = shared.running.find(host); found != shared.running.end()) return found->second;
+        auto promise = std::make_shared<std::promise<LookupResult>>();
+        std::thread([promise, host] { run(*promise, host); }).detach();
+        return shared.running.emplace(host, promise->get_future().share()).first->second;
+    }
+
+private:
     struct Shared {
         std::mutex mutex;
-        std::condition_variable ready;
-        bool done = false;
-        LookupResult result;
+        std::unordered_map<std::string, Answer> running;
     };
-    auto shared = std::make_shared<Shared>();
-    const auto body = [shared, name = host.toStdString(), port] {
-        LookupResult result = lookUp(QByteArray::fromStdString(name), port, 0);
+    // Never destroyed: a look-up may end after the program's static objects.
+    static Shared& instance() {
+        static Shared* const shared = new Shared;
+        return *shared;
+    }
+
+    static void run(std::promise<LookupResult>& promise, const std::string& host) {
+        LookupResult result = lookUp(QByteArray::fromStdString(host), 0, 0);
         // The name server may not care for the dot of a fully qualified name, the hosts file does.
-        if (result.addresses.empty() && name.size() > 1 && name.back() == '.')
-            result = lookUp(QByteArray::fromStdString(name.substr(0, name.size() - 1)), port, 0);
-        const std::lock_guard lock(shared->mutex);
-        shared->result = std::move(result);
-        shared->done = true;
-        shared->ready.notify_one();
-    };
+        if (result.addresses.empty() && host.size() > 1 && host.back() == '.')
+            result = lookUp(QByteArray::fromStdString(host.substr(0, host.size() - 1)), 0, 0);
+        const std::lock_guard lock(instance().mutex);
+        instance().running.erase(host);
+        promise.set_value(std::move(result));
+    }
+};
+
+void setPort(Address& address, quint16 port) {
+    if (address.storage.ss_family == AF_INET)
+        reinterpret_cast<sockaddr_in*>(&address.storage)->sin_port = htons(port);
+    else if (address.storage.ss_family == AF_INET6)
+        reinterpret_cast<sockaddr_in6*>(&address.storage)->sin6_port = htons(port);
+}
+
+LookupResult lookUpWithin(const QByteArray& host, quint16 port, const Deadline& deadline) {
+    HostLookups::Answer answer;
     try {
-        std::thread(body).detach();
+        answer = HostLookups::start(host.toStdString());
     } catch (const std::system_error&) {
         return {{}, QStringLiteral("the system has no thread left")};
     }
-
-    std::unique_lock lock(shared->mutex);
-    while (!shared->done && !deadline.isOver() && !VLThread::isCancelled())
-        shared->ready.wait_for(lock, std::min(deadline.remaining(), 200ms));
-    if (!shared->done)
+    while (answer.wait_for(std::min(deadline.remaining(), 200ms)) != std::future_status::ready) {
+        if (!deadline.isOver() && !VLThread::isCancelled()) continue;
         throw connectionException(
             VLException::portTimeout, ConnectionFailure::HostNotFound,
             QStringLiteral("The address of %1 was not found in time.").arg(QString::fromUtf8(host)));
-    return std::move(shared->result);
+    }
+    LookupResult result = answer.get();
+    for (Address& address : result.addresses)
+        setPort(address, port);
+    return result;
 }
 
 LookupResult resolve(const QString& host, quint16 port, const Deadline& deadline) {

@@ -8,8 +8,12 @@ class TaskProgress {
 public:
     virtual ~TaskProgress() = default;
 
-    virtual void incrementTaskThreadCount() = 0;
+    /// Counts one unit of work in. The answer names the counting that it belongs to, for counting it out.
+    virtual int incrementTaskThreadCount() = 0;
     virtual void decrementTaskThreadCount() = 0;
+    /// Counts out a unit of that counting: without effect once the count was set back to 0, so that a worker
+    /// of a cancelled run who comes late does not count out what a later run counted in.
+    virtual void decrementTaskThreadCount(int counting) = 0;
 
     /// Blocks while processing and not cancelled. Returns at once (with a log line) on the main thread.
     /// The seconds are accepted and not applied.
@@ -18,6 +22,13 @@ public:
 
     [[nodiscard]] virtual bool processingCancelled() const = 0;
     virtual void setProcessingCancelled(bool cancelled) = 0;
+
+    /// Runs are numbered: each start of a progress display begins one, and so does beginRun(), for work
+    /// without a display. Cancelling cancels every run begun so far, for good. Workers ask about their own
+    /// run: processingCancelled() is cleared by whichever starts next.
+    virtual int beginRun() = 0;
+    [[nodiscard]] virtual int currentRun() const = 0;
+    [[nodiscard]] virtual bool isCancelled(int run) const = 0;
 
     /// Status bar of the main window. Start and increment wait for the main thread; end does not.
     virtual void startStatusProgress() = 0;

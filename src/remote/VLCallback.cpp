@@ -14,12 +14,17 @@ std::shared_ptr<VLCallback> VLCallback::callbackWithName(const QString& name, De
 
 void VLCallback::postCallback(const QVariantMap& info) {
     if (m_posted.exchange(true)) {
-        VLLog::appendLog(QStringLiteral("Callback %@ was answered again; ignoring it."), m_name);
+        complainOnce(vlFormat(QStringLiteral("Callback %@ was answered again; ignoring it."), m_name));
         return;
     }
     m_info.set(info);
     if (!m_delegate) return;
     onMainThread([self = shared_from_this()] { self->m_delegate(self); });
+}
+
+/// An agent that goes on and on gets one line in the log.
+void VLCallback::complainOnce(const QString& line) {
+    if (!m_hasComplained.exchange(true)) VLLog::appendLog(line);
 }
 
 QVariant VLCallback::receive(const QString& selector, const QVariantList& arguments, const QString& sender) {
@@ -30,7 +35,7 @@ QVariant VLCallback::receive(const QString& selector, const QVariantList& argume
     if (error.isEmpty())
         postCallback(arguments.first().toMap());
     else
-        VLLog::appendLog(QStringLiteral("Ignoring an answer of %@ to callback %@: %@."), sender, m_name,
-                         error);
+        complainOnce(
+            vlFormat(QStringLiteral("Ignoring an answer of %@ to callback %@: %@."), sender, m_name, error));
     return {};
 }

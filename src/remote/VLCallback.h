@@ -26,15 +26,17 @@ public:
     /// What the agent posted; empty before. Any thread.
     [[nodiscard]] QVariantMap info() const { return m_info.get(); }
 
-    /// Keeps `info` and hands the callback to the delegate, without waiting. Later posts are ignored.
+    /// Keeps `info` and hands the callback to the delegate, without waiting. Later posts are ignored, with
+    /// one log line for all of them.
     void postCallback(const QVariantMap& info);
     QVariant receive(const QString& selector, const QVariantList& arguments, const QString& sender) override;
 
 private:
     VLCallback(QString name, Delegate delegate, QString hostname);
+    void complainOnce(const QString& line);
 
     const QString m_name, m_hostname;
     const Delegate m_delegate;
     Snapshot<QVariantMap> m_info;
-    std::atomic<bool> m_posted{false};
+    std::atomic<bool> m_posted{false}, m_hasComplained{false};
 };

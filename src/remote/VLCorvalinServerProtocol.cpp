@@ -61,7 +61,7 @@ constexpr Argument routemarkKey[] = {{"key", Type::String}};
 constexpr Argument pluginArchive[] = {{"plugin", Type::Dictionary}, {"data", Type::Data}};
 constexpr Argument pluginsSettings[] = {{"plugins", Type::Array}, {"settings", Type::Dictionary}};
 constexpr Argument sinceDate[] = {{"date", Type::Date, Passing::Copy, true},
-                                  {"delegate", Type::Object, Passing::Reference}};
+                                  {"delegate", Type::Object, Passing::Reference, true}};
 constexpr Argument fileNameComment[] = {{"filename", Type::String}, {"comment", Type::String}};
 constexpr Argument tidyhandTasks[] = {{"tasks", Type::Array}};
 constexpr Argument hostbenchCaches[] = {{"caches", Type::Array},
@@ -89,6 +89,7 @@ struct Entry : Operation {
         return readableInError().with(&Operation::readOnDisabledClient);
     }
     [[nodiscard]] constexpr Entry withCredentials() const { return with(&Operation::authorized); }
+    [[nodiscard]] constexpr Entry besideOthers() const { return with(&Operation::control); }
     [[nodiscard]] constexpr Entry withCredentialsInError() const {
         return withCredentials().with(&Operation::authorizedOnErrorClient);
     }
@@ -109,21 +110,21 @@ struct Group {
     [[nodiscard]] constexpr Entry read(const char* selector, Arguments arguments, Type result,
                                        const char* summary) const {
         return Operation{selector, side,  name,  arguments, Result::Copy, result, Mode::Sync,
-                         false,    false, false, false,     false,        summary};
+                         false,    false, false, false,     false,        false,  summary};
     }
     [[nodiscard]] constexpr Entry readByReference(const char* selector, Arguments arguments, Type result,
                                                   const char* summary) const {
-        return Operation{selector, side,       name,   arguments, Result::Reference,
-                         result,   Mode::Sync, false,  false,     false,
-                         false,    false,      summary};
+        return Operation{selector, side,       name,  arguments, Result::Reference,
+                         result,   Mode::Sync, false, false,     false,
+                         false,    false,      false, summary};
     }
     [[nodiscard]] constexpr Entry run(const char* selector, Arguments arguments, const char* summary) const {
         return Operation{selector, side,  name,  arguments, Result::Nothing, Type::Any, Mode::Sync,
-                         false,    false, false, false,     false,           summary};
+                         false,    false, false, false,     false,           false,     summary};
     }
     [[nodiscard]] constexpr Entry post(const char* selector, Arguments arguments, const char* summary) const {
         return Operation{selector, side,  name,  arguments, Result::Nothing, Type::Any, Mode::Oneway,
-                         false,    false, false, false,     false,           summary};
+                         false,    false, false, false,     false,           false,     summary};
     }
 };
 
@@ -144,23 +145,29 @@ constexpr Group callback{"Error callback", Side::Console};
 constexpr Group answer{"Task callback", Side::Console};
 
 constexpr Entry entries[] = {
-    connection.read(
-        "fetchInitialConfiguration:", requester, Type::Dictionary,
-        "The configuration dictionary. The answer is the result; the console applies it. The "
-        "console sends nothing as the argument and uses the operation to probe a new connection."),
-    connection.read("initialConfiguration", {}, Type::Dictionary, "The configuration dictionary."),
+    connection
+        .read("fetchInitialConfiguration:", requester, Type::Dictionary,
+              "The configuration dictionary. The answer is the result; the console applies it. The "
+              "console sends nothing as the argument and uses the operation to probe a new connection.")
+        .besideOthers(),
+    connection.read("initialConfiguration", {}, Type::Dictionary, "The configuration dictionary.")
+        .besideOthers(),
     connection.read("systemSpecs", {}, Type::Any, "Facts about the machine, for the information panel.")
-        .readableWhenDisabled(),
-    connection.read("computerIcon", {}, Type::Data, "Picture of the machine, as image data."),
+        .readableWhenDisabled()
+        .besideOthers(),
+    connection.read("computerIcon", {}, Type::Data, "Picture of the machine, as image data.").besideOthers(),
     connection.read("computerIcon:", iconSize, Type::Data, "Picture of the machine at the given size.")
-        .readableWhenDisabled(),
+        .readableWhenDisabled()
+        .besideOthers(),
     connection.read("needsAdminAccess:", anyObject, Type::Any,
                     "Whether something needs administrator rights. The console never asks."),
-    connection.run("ping", {}, "Does nothing; a liveness test."),
-    connection.post("setErrorCallback:", errorCallback, "Hands the agent the object that it calls back."),
-    connection.post("disconnect", {}, "The agent quits.").executableInError(),
-    connection.post("relaunch", {}, "The agent starts anew.").executableInError(),
-    connection.post("cancelMaintenanceRequest", {}, "Clears the client's maintenance request."),
+    connection.run("ping", {}, "Does nothing; a liveness test.").besideOthers(),
+    connection.post("setErrorCallback:", errorCallback, "Hands the agent the object that it calls back.")
+        .besideOthers(),
+    connection.post("disconnect", {}, "The agent quits.").executableInError().besideOthers(),
+    connection.post("relaunch", {}, "The agent starts anew.").executableInError().besideOthers(),
+    connection.post("cancelMaintenanceRequest", {}, "Clears the client's maintenance request.")
+        .besideOthers(),
     connection.post("postFinishedTask", {},
                     "For the agent's own processes: passed on to the console as taskFinished."),
     connection.post("incrementRemoteProgress", {},
@@ -182,7 +189,8 @@ constexpr Entry entries[] = {
     tasks
         .read("validateUsername:password:", userAndPassword, Type::Boolean,
               "Whether an administrator of the client has this name and (encrypted) password.")
-        .readableWhenDisabled(),
+        .readableWhenDisabled()
+        .besideOthers(),
 
     applications.read(
         "corvalinAppInfo", {}, Type::Dictionary,
@@ -260,7 +268,7 @@ constexpr Entry entries[] = {
 
     faultscope.post("crashLogsSinceDate:delegate:", sinceDate,
                     "Asks for newer crash logs (all without a date); they arrive as "
-                    "faultscopeAddLogs:hostName: at the delegate."),
+                    "faultscopeAddLogs:hostName: at the delegate, or at the error callback without one."),
     faultscope.read("fcsCrashLog:", fileName, Type::String, "Text of one crash log."),
     faultscope.readByReference("faultscopeGetDefinition:", fileName, Type::String,
                                "Explanation of a crash, as HTML."),

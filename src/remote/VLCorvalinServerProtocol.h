@@ -39,6 +39,8 @@ struct Operation {
     /// credentials, and what needs the rights runs only after they were checked.
     bool authorized;
     bool authorizedOnErrorClient;  ///< the authorised path sends it to a client in error
+    /// Carried out beside the console's other operations, so that it is not held up by one that hangs.
+    bool control;
     const char* summary;
 };
 

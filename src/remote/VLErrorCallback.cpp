@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -19,15 +20,8 @@ namespace {
 
 using VLCorvalinServerProtocol::Type;
 
-/// Records looked at, and age from which on an equal record is queued again.
-constexpr std::ptrdiff_t deduplicatedRecords = 2;
-constexpr qint64 deduplicatedMilliseconds = 120'000;
-
 const QString descriptionKey = QStringLiteral("description");
-const QString dateKey = QStringLiteral("date");
 const QString hostNameKey = QStringLiteral("hostname");
-const QString errorCodeKey = QStringLiteral("errorcode");
-const QString actionTypeKey = QStringLiteral("actionType");
 const QString appNameKey = QStringLiteral("appName");
 
 QString textUnder(const QString& key, const QVariantMap& dictionary) {
@@ -121,40 +115,53 @@ private:
     QHash<QString, bool> m_requestedAgain;  ///< has a key for every worker that runs
 };
 
-/// The log lines that each sender may cause. Any thread.
-class VLErrorCallback::LogBudgets {
+/// What each sender may cause. Any thread.
+class VLErrorCallback::Budgets {
 public:
+    explicit Budgets(int perMinute) : m_perMinute(perMinute) {}
+
     struct Grant {
-        bool mayWrite = false;
-        int leftOut = 0;  ///< lines that were refused before
+        bool isGranted = false;
+        int leftOut = 0;              ///< what was refused before
+        bool isFirstRefusal = false;  ///< of this minute
     };
     [[nodiscard]] Grant take(const QString& sender, const QDateTime& now) {
         const LogBudget::Time time{std::chrono::milliseconds(now.toMSecsSinceEpoch())};
         const std::lock_guard lock(m_mutex);
-        LogBudget& budget = m_budgets[sender];
-        if (!budget.take(time)) return {};
-        return {true, budget.takeLeftOut()};
+        const auto [entry, isNew] = m_budgets.try_emplace(sender, m_perMinute);
+        Budget& budget = entry->second;
+        if (!budget.limit.take(time)) return {false, 0, !std::exchange(budget.isRefusing, true)};
+        budget.isRefusing = false;
+        return {true, budget.limit.takeLeftOut(), false};
     }
 
 private:
+    struct Budget {
+        explicit Budget(int perMinute) : limit(perMinute) {}
+        LogBudget limit;
+        bool isRefusing = false;
+    };
+    const int m_perMinute;
     std::mutex m_mutex;
-    QHash<QString, LogBudget> m_budgets;
+    std::map<QString, Budget> m_budgets;
 };
 
 template <typename... Values>
 void VLErrorCallback::logCall(const QString& sender, const QString& format, const Values&... values) const {
-    const LogBudgets::Grant grant = m_logBudgets->take(sender, m_clock());
+    const Budgets::Grant grant = m_logBudgets->take(sender, m_clock());
     if (grant.leftOut > 0)
         VLLog::appendLog(QStringLiteral("%i lines about callbacks of %@ were left out."), grant.leftOut,
                          sender);
-    if (grant.mayWrite) VLLog::appendLog(format, values...);
+    if (grant.isGranted) VLLog::appendLog(format, values...);
 }
 
 VLErrorCallback::VLErrorCallback(Parent parent, Clock clock)
     : m_parent(std::move(parent)),
       m_clock(std::move(clock)),
+      m_refreshPending(std::make_shared<std::atomic<bool>>(false)),
       m_workers(std::make_shared<HostWorkers>()),
-      m_logBudgets(std::make_shared<LogBudgets>()) {
+      m_logBudgets(std::make_shared<Budgets>(LogBudget::linesPerMinute)),
+      m_noticeBudgets(std::make_shared<Budgets>(noticesPerMinute)) {
     if (!m_clock) m_clock = [] { return QDateTime::currentDateTimeUtc(); };
 }
 
@@ -190,9 +197,9 @@ QVariant VLErrorCallback::receive(const QString& selector, const QVariantList& a
     const Operation* declared = operation(Side::Console, selector);
     const Handler handler = declared ? handlerOf(selector) : nullptr;
     const QString error = handler ? argumentError(*declared, arguments) : QStringLiteral("unknown selector");
-    if (error.isEmpty())
+    if (error.isEmpty() && knows(sender))
         (this->*handler)(selector, arguments, sender);
-    else
+    else if (!error.isEmpty())
         logCall(sender, QStringLiteral("Ignoring callback %@ of %@: %@."), shown(selector), sender, error);
     return {};
 }
@@ -203,8 +210,6 @@ void VLErrorCallback::receiveAboutHost(const QString& selector, const QVariantLi
                                        const QString& sender) {
     if (refuses(selector, arguments.first(), sender)) return;
     const ParentPtr parent = m_parent.shared();
-    if (!parent->knowsHost || !parent->knowsHost(sender)) return;
-
     const bool wantsMaintenance = selector == QLatin1String("requestMaintenance:");
     if (wantsMaintenance || selector == QLatin1String("cancelMaintenance:")) {
         if (!parent->setNeedsMaintenance) return;
@@ -240,7 +245,12 @@ void VLErrorCallback::receiveUpdateCount(const QString& selector, const QVariant
     onMainThread([parent, count, sender] { parent->setSoftwareUpdateCount(count, sender); });
 }
 
-void VLErrorCallback::receiveNotice(const QString& selector, const QVariantList&, const QString&) {
+void VLErrorCallback::receiveNotice(const QString& selector, const QVariantList&, const QString& sender) {
+    const Budgets::Grant grant = m_noticeBudgets->take(selector + u' ' + sender, m_clock());
+    if (grant.isFirstRefusal)
+        logCall(sender, QStringLiteral("%@ sends %@ too often; the rest of this minute's are ignored."),
+                sender, selector);
+    if (!grant.isGranted) return;
     const bool finished = selector == QLatin1String("taskFinished");
     VLNotificationCenter::defaultCenter().enqueueNotification(
         finished ? QStringLiteral("vlCorvalinTaskFinished") : QStringLiteral("vlCorvalinProgressIncrement"));
@@ -269,6 +279,11 @@ void VLErrorCallback::receiveError(const QString& selector, const QVariantList& 
     }
 }
 
+bool VLErrorCallback::knows(const QString& sender) const {
+    const ParentPtr parent = m_parent.shared();
+    return parent->knowsHost && parent->knowsHost(sender);
+}
+
 bool VLErrorCallback::speaksForItself(const QString& hostName, const QString& sender) const {
     if (withoutEndingDot(hostName) == withoutEndingDot(sender)) return true;
     const ParentPtr parent = m_parent.shared();
@@ -285,34 +300,6 @@ bool VLErrorCallback::refuses(const QString& selector, const QVariant& hostName,
 }
 
 // The queue
-
-QVariantMap VLErrorCallback::Record::dictionary() const {
-    QVariantMap dictionary{{descriptionKey, description}, {dateKey, date}, {hostNameKey, hostName}};
-    if (errorCode) {
-        dictionary.insert(errorCodeKey, *errorCode);
-        dictionary.insert(actionTypeKey, qlonglong{actionType});
-    }
-    if (!appName.isEmpty()) dictionary.insert(appNameKey, appName);
-    return dictionary;
-}
-
-VLErrorCallback::Record VLErrorCallback::Record::fromDictionary(const QVariantMap& dictionary) {
-    Record record{textUnder(descriptionKey, dictionary),
-                  textUnder(hostNameKey, dictionary),
-                  textUnder(appNameKey, dictionary),
-                  dictionary.value(dateKey).toDateTime(),
-                  {}};
-    const QVariant code = dictionary.value(errorCodeKey);
-    if (!code.isValid()) return record;
-    record.errorCode = VLCorvalinServerProtocol::integerValue(code);
-    record.actionType = CorvalinError::actionType(*record.errorCode);
-    return record;
-}
-
-bool VLErrorCallback::Record::repeats(const Record& earlier) const {
-    if (hostName != earlier.hostName) return false;
-    return errorCode ? errorCode == earlier.errorCode : description == earlier.description;
-}
 
 void VLErrorCallback::addErrorToQueue(const QVariantMap& error, const QString& hostName) {
     addErrorToQueue(error, QVariantMap{{hostNameKey, hostName}});
@@ -343,65 +330,55 @@ void VLErrorCallback::addExceptionToQueue(const QString& description, const QStr
     addStringToQueue(description, hostName);
 }
 
-/// Adds the record as the newest, unless one of the two newest says the same and is recent.
-void VLErrorCallback::enqueue(Record record) {
-    record.description.truncate(maximumTextLength);
-    record.appName.truncate(maximumTextLength);
-
-    Queue queue = m_errorQueue.get();
-    const auto newestEnd = queue.cbegin() + std::min(deduplicatedRecords, std::ssize(queue));
-    const bool isRepeated = std::any_of(queue.cbegin(), newestEnd, [&](const Record& known) {
-        return record.repeats(known) && known.date.msecsTo(record.date) < deduplicatedMilliseconds;
-    });
-    if (isRepeated) return;
-
-    queue.insert(queue.begin(), std::move(record));
-    if (std::ssize(queue) > maximumRecords) queue.pop_back();
-    m_errorQueue.set(std::move(queue));
-    refreshErrorButton();
+void VLErrorCallback::enqueue(ErrorRecord record) {
+    if (m_errorQueue.add(std::move(record))) refreshErrorButton();
 }
 
 QVariantList VLErrorCallback::errorQueue() const {
-    const auto records = m_errorQueue.shared();
     QVariantList queue;
-    for (const Record& record : *records)
-        queue.append(record.dictionary());
+    const auto records = m_errorQueue.records();
+    for (const ErrorQueue::RecordPtr& record : *records)
+        queue.append(record->dictionary());
     return queue;
 }
 
 void VLErrorCallback::setErrorQueue(const QVariantList& queue) {
-    Queue records;
+    ErrorQueue::Records records;
     for (const QVariant& record : queue)
-        records.push_back(Record::fromDictionary(record.toMap()));
+        records.push_back(std::make_shared<const ErrorRecord>(ErrorRecord::fromDictionary(record.toMap())));
     m_errorQueue.set(std::move(records));
 }
 
 void VLErrorCallback::clearErrorQueue() {
-    m_errorQueue.set({});
+    m_errorQueue.clear();
 }
 
 void VLErrorCallback::removeErrorsForService(const QString& hostName) {
-    Queue kept = m_errorQueue.get();
-    std::erase_if(kept, [&](const Record& record) { return record.hostName == hostName; });
-    m_errorQueue.set(std::move(kept));
+    m_errorQueue.removeHost(hostName);
     refreshErrorButton();
 }
 
 QString VLErrorCallback::stringRepresentation() const {
-    const auto records = m_errorQueue.shared();
     QString text;
-    for (const Record& record : *records)
-        text += vlFormat(QStringLiteral("%@ - %@ - %@\n"), record.hostName, record.date, record.description);
+    const auto records = m_errorQueue.records();
+    for (const ErrorQueue::RecordPtr& record : *records)
+        text +=
+            vlFormat(QStringLiteral("%@ - %@ - %@\n"), record->hostName, record->date, record->description);
     return text;
 }
 
-void VLErrorCallback::refreshErrorButton() {
-    VLNotificationCenter::defaultCenter().enqueueNotification(QStringLiteral("vlCorvalinErrorLabelRefresh"));
+void VLErrorCallback::refreshErrorButton() const {
+    if (m_refreshPending->exchange(true)) return;
+    onMainThread([pending = m_refreshPending] {
+        *pending = false;
+        VLNotificationCenter::defaultCenter().postNotification(QStringLiteral("vlCorvalinErrorLabelRefresh"));
+    });
 }
 
 QString VLErrorCallback::descriptionForError(const QVariantMap& error) {
     const QString info = textUnder(QStringLiteral("info"), error);
-    if (isSuiteError(error)) return CorvalinError::message(codeOf(error), info.left(maximumTextLength));
+    if (isSuiteError(error))
+        return CorvalinError::message(codeOf(error), info.left(ErrorQueue::maximumTextLength));
     const QString description = textUnder(descriptionKey, error);
     return description.isEmpty() ? CorvalinError::message(-1) : description;
 }

@@ -1,28 +1,26 @@
 #pragma once
 
 #include "foundation/Snapshot.h"
+#include "remote/ErrorQueue.h"
 #include "remote/VLProxyObject.h"
 
 #include <QDateTime>
 #include <QString>
 #include <QVariant>
 
+#include <atomic>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <vector>
 
 /// The one object of the console that agents call back, and the queue of errors of all clients.
 ///
-/// receive() runs on connection threads: it hands work over and returns. The queue is replaced whole, newest
-/// record first; records are dictionaries with "description", "date", "hostname" and, for errors,
-/// "errorcode", "actionType" and "appName". Two simultaneous additions may lose one record. What agents say
-/// is bounded: texts are cut at `maximumTextLength`, beyond `maximumRecords` the oldest records go, and
-/// each may cause only a few log lines a minute.
+/// receive() runs on connection threads: it hands work over and returns. Only agents of known clients are
+/// heard: a client that was removed is not one any more, though its connection may still carry what its agent
+/// said. What agents say is bounded: see ErrorQueue, and each may cause only a few log lines and
+/// `noticesPerMinute` notices of each kind a minute.
 class VLErrorCallback : public VLCallbackTarget {
 public:
-    static constexpr qsizetype maximumRecords = 10'000;
-    static constexpr qsizetype maximumTextLength = 16'384;
+    static constexpr int noticesPerMinute = 240;
 
     /// What the console does when agents call; each is called on the thread that its comment names. A host
     /// name is always the label of the connection that the call came through.
@@ -67,31 +65,23 @@ public:
 
     [[nodiscard]] QVariantList errorQueue() const;
     void setErrorQueue(const QVariantList& queue);
+    /// The same as it is kept, and the numbers in it: for whoever looks often.
+    [[nodiscard]] std::shared_ptr<const ErrorQueue::Records> errorRecords() const {
+        return m_errorQueue.records();
+    }
+    [[nodiscard]] qsizetype errorCount() const { return m_errorQueue.count(); }
+    [[nodiscard]] ErrorQueue::Counts errorCountsByHost() const { return m_errorQueue.countsByHost(); }
     void clearErrorQueue();
     void removeErrorsForService(const QString& hostName);
     /// One line per record, newest first: host name, date and description.
     [[nodiscard]] QString stringRepresentation() const;
-    /// Posts "vlCorvalinErrorLabelRefresh".
-    static void refreshErrorButton();
+    /// Posts "vlCorvalinErrorLabelRefresh", once for all the changes until the main thread comes to it.
+    void refreshErrorButton() const;
     [[nodiscard]] static QString descriptionForError(const QVariantMap& error);
 
 private:
     class HostWorkers;
-    class LogBudgets;
-    struct Record {
-        QString description, hostName, appName;
-        QDateTime date;
-        std::optional<qlonglong> errorCode;
-        int actionType = 0;
-
-        [[nodiscard]] QVariantMap dictionary() const;
-        [[nodiscard]] static Record fromDictionary(const QVariantMap& dictionary);
-        /// The same code, or the same text where there is none, of the same host.
-        [[nodiscard]] bool repeats(const Record& earlier) const;
-    };
-    /// Not a container of Qt: those share their contents when copied, and two threads that each change a copy
-    /// of the same queue would not be ordered.
-    using Queue = std::vector<Record>;
+    class Budgets;
     using ParentPtr = std::shared_ptr<const Parent>;
     using Handler = void (VLErrorCallback::*)(const QString& selector, const QVariantList& arguments,
                                               const QString& sender);
@@ -104,16 +94,18 @@ private:
     void receiveNotice(const QString& selector, const QVariantList& arguments, const QString& sender);
     void receiveError(const QString& selector, const QVariantList& arguments, const QString& sender);
 
+    [[nodiscard]] bool knows(const QString& sender) const;
     [[nodiscard]] bool speaksForItself(const QString& hostName, const QString& sender) const;
     [[nodiscard]] bool refuses(const QString& selector, const QVariant& hostName, const QString& sender);
-    void enqueue(Record record);
+    void enqueue(ErrorRecord record);
     /// One line about a call of `sender`, who may cause only so many of them.
     template <typename... Values>
     void logCall(const QString& sender, const QString& format, const Values&... values) const;
 
     Snapshot<Parent> m_parent;
     Clock m_clock;
-    Snapshot<Queue> m_errorQueue;
+    ErrorQueue m_errorQueue;
+    const std::shared_ptr<std::atomic<bool>> m_refreshPending;
     std::shared_ptr<HostWorkers> m_workers;
-    const std::shared_ptr<LogBudgets> m_logBudgets;
+    const std::shared_ptr<Budgets> m_logBudgets, m_noticeBudgets;
 };

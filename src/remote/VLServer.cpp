@@ -8,6 +8,7 @@
 #include "remote/TlsSettings.h"
 #include "remote/WireValue.h"
 
+#include <kj/common.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -15,6 +16,8 @@
 #include <thread>
 
 namespace {
+
+constexpr std::chrono::seconds defaultEndLimit{10};
 
 quint16 boundPort(int fd) {
     sockaddr_storage address{};
@@ -35,19 +38,27 @@ struct VLServer::Private {
     std::atomic<ServerLoop*> loop = nullptr;
     std::thread thread;
 
+    std::atomic<std::chrono::milliseconds> endLimit{defaultEndLimit};
+    bool hasEnded = true;  ///< all operations have; the thread's until it is joined
+
     void run(kj::AutoCloseFd listener) {
         const KjQuiet quiet;
         try {
             auto io = makeEventLoop();
             ServerLoop serverLoop(io, queue, root, options, connectionCount);
             loop = &serverLoop;
+            KJ_DEFER(hasEnded = serverLoop.end(endLimit.load()));
             serverLoop.run(kj::mv(listener));
+            return;
         } catch (const kj::Exception& exception) {
-            VLLog::appendLogAndPrint(
-                QStringLiteral("The server ended: %1").arg(fromKj(exception.getDescription())));
+            fail(fromKj(exception.getDescription()));
         } catch (const std::exception& exception) {
-            VLException::logException(exception, "-[VLServer run]");
+            fail(QString::fromUtf8(exception.what()));
         }
+    }
+    void fail(const QString& reason) const {
+        VLLog::appendLogAndPrint(QStringLiteral("The server ended: %1").arg(reason));
+        if (options.failed) options.failed();
     }
 };
 
@@ -66,8 +77,14 @@ VLServer::VLServer(std::shared_ptr<VLRootObject> root, VLServerOptions options)
 }
 
 VLServer::~VLServer() {
+    if (d->thread.joinable()) stop(defaultEndLimit);
+}
+
+bool VLServer::stop(std::chrono::milliseconds limit) {
+    d->endLimit = limit;
     d->queue->post([this] { d->loop.load()->stop(); });
     d->thread.join();
+    return d->hasEnded;
 }
 
 quint16 VLServer::port() const noexcept {

@@ -14,6 +14,8 @@ namespace {
 constexpr std::size_t valueBytes = 24;
 constexpr std::size_t entryBytes = valueBytes + 16;
 constexpr std::size_t pointerBytes = 8;
+// Of an exception that a peer raises: it goes to the log.
+constexpr qsizetype longestName = 200, longestReason = 4'000;
 // QDateTime's own arithmetic is exact far beyond this; 100 million days on either side of 1970 are enough.
 constexpr qint64 furthestDate = 8'640'000'000'000'000;
 
@@ -24,7 +26,7 @@ constexpr qint64 furthestDate = 8'640'000'000'000'000;
 }  // namespace
 
 QString fromKj(kj::StringPtr text) {
-    return QString::fromUtf8(text.begin(), qsizetype(text.size()));
+    return QString::fromUtf8(text.begin(), qsizetype(text.size())).left(longestReason);
 }
 
 void WireWriter::addBytes(std::size_t bytes) {
@@ -208,9 +210,10 @@ QVariant WireReader::read(wire::Value::Reader source, int depth) {
 }
 
 VLException WireReader::readException(wire::Outcome::Exception::Reader source) {
-    QString name = text(source.getName());
+    QString name = text(source.getName()).left(longestName);
     if (name.isEmpty()) name = VLException::generic;
-    return VLException(name, text(source.getReason()), read(source.getUserInfo()).toMap());
+    return VLException(name, text(source.getReason()).left(longestReason),
+                       read(source.getUserInfo()).toMap());
 }
 
 QVariant WireReader::readOutcome(wire::Outcome::Reader source) {

@@ -38,7 +38,7 @@ Snapshot<QString>& testPath() {
 }
 
 QString helperPath() {
-    if (const auto path = testPath().get(); path && !path->isEmpty()) return *path;
+    if (const QString path = testPath().get(); !path.isEmpty()) return path;
     const QString programs = QFileInfo(VLLocalPaths::executablePath()).path();
     return QDir::cleanPath(programs + QStringLiteral("/../" ORLENDO_LIBEXECDIR "/orlendo-helper"));
 }
@@ -98,8 +98,8 @@ bool readStatus(int socket, HelperProtocol::Status& status) {
 
 bool sendWhole(int socket, const QByteArray& bytes) {
     for (qsizetype sent = 0; sent < bytes.size();) {
-        const ssize_t count = send(socket, bytes.constData() + sent, static_cast<std::size_t>(bytes.size() - sent),
-                                   MSG_NOSIGNAL);
+        const ssize_t count = send(socket, bytes.constData() + sent,
+                                   static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) return false;
         sent += count;
@@ -143,7 +143,8 @@ void PrivilegedHelper::setPath(const QString& path) {
 
 std::shared_ptr<PrivilegedHelper> PrivilegedHelper::start(std::chrono::milliseconds limit) {
     // Without the option pkexec would ask at our terminal where no desktop does.
-    return start({QLatin1String(pkexecPath), QStringLiteral("--disable-internal-agent"), helperPath()}, limit);
+    return start({QLatin1String(pkexecPath), QStringLiteral("--disable-internal-agent"), helperPath()},
+                 limit);
 }
 
 std::shared_ptr<PrivilegedHelper> PrivilegedHelper::start(const QStringList& command,
@@ -166,7 +167,8 @@ std::shared_ptr<PrivilegedHelper> PrivilegedHelper::start(const QStringList& com
 
 PrivilegedHelper::~PrivilegedHelper() {
     close(m_socket);
-    // As long as it is pkexec, waiting for an answer, it doesn't notice; once it is root's it can't be signalled.
+    // As long as it is pkexec, waiting for an answer, it doesn't notice; once it is root's it can't be
+    // signalled.
     kill(m_process, SIGTERM);
     reap(m_process);
 }

@@ -9,8 +9,8 @@
 #include <memory>
 #include <mutex>
 
-/// The console's end of one orlendo-helper: the granted right to run programs as root. The helper lives as long
-/// as this object, and ends by itself when this process does.
+/// The console's end of one orlendo-helper: the granted right to run programs as root. The helper lives as
+/// long as this object, and ends by itself when this process does.
 class PrivilegedHelper {
 public:
     /// Status of run() when the helper has gone, and when the request is not one that it takes.
@@ -20,8 +20,8 @@ public:
     /// Empty where pkexec and the helper are installed; otherwise what is missing, as a sentence.
     [[nodiscard]] static QString missingPart();
 
-    /// Has polkit ask for an administrator and waits, at most `limit`, until that was granted. Null when it was
-    /// refused, when there is nobody to ask, or when the program quits meanwhile.
+    /// Has polkit ask for an administrator and waits, at most `limit`, until that was granted. Null when it
+    /// was refused, when there is nobody to ask, or when the program quits meanwhile.
     [[nodiscard]] static std::shared_ptr<PrivilegedHelper> start(std::chrono::milliseconds limit);
     /// Starts `command` as the helper.
     [[nodiscard]] static std::shared_ptr<PrivilegedHelper> start(const QStringList& command,

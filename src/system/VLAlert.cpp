@@ -100,8 +100,11 @@ int VLAlert::timedAlertSheetWithMessageText(const QString& messageText, const QS
                                             const QString& informativeText, QObject* parentWindow,
                                             std::chrono::milliseconds interval) {
     const auto alert = std::make_shared<VLAlert>();
-    VLThread::detach(QStringLiteral("defaultReturnAfterTimeInterval"),
-                     [alert, interval] { alert->defaultReturnAfterTimeInterval(interval); });
+    const bool isTimed =
+        VLThread::detach(QStringLiteral("defaultReturnAfterTimeInterval"),
+                         [alert, interval] { alert->defaultReturnAfterTimeInterval(interval); });
+    if (!isTimed)  // the main thread's event loop runs while the alert shows
+        onMainThread([alert, interval] { QTimer::singleShot(interval, [alert] { alert->timeIsOver(); }); });
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, nullptr, {}, true, alert);
 }
@@ -163,7 +166,10 @@ void VLAlert::alertDidEnd(int returnCode) {
 }
 
 void VLAlert::defaultReturnAfterTimeInterval(std::chrono::milliseconds interval) {
-    if (!VLThread::sleepFor(interval)) return;
+    if (VLThread::sleepFor(interval)) timeIsOver();
+}
+
+void VLAlert::timeIsOver() {
     const std::lock_guard lock(m_mutex);
     m_timePassed = true;
     if (!std::exchange(m_alertEnded, true)) m_returnCode = DefaultReturn;

@@ -99,6 +99,7 @@ public:
 private:
     void begin();
     void waitUntilEnded() const;
+    void timeIsOver();
     void sheetEnded(const QString& didEndSelector, int returnCode);
     void orderOut();
 

@@ -16,20 +16,52 @@
 namespace {
 
 // Nothing in these is a user's own.
-constexpr std::array systemTrees{"/bin", "/boot", "/dev",  "/etc", "/proc",
-                                 "/run", "/sbin", "/sys", "/usr", "/lost+found"};
+constexpr std::array systemTrees{"/bin",  "/boot", "/dev", "/etc",       "/proc",
+                                 "/sbin", "/sys",  "/usr", "/lost+found"};
 // These hold things of users and services as well: only they themselves are the system's.
-constexpr std::array systemFolders{
-    "/",          "/home",      "/media",       "/mnt",           "/opt",          "/root",     "/srv",
-    "/tmp",       "/usr/local", "/var",         "/var/backups",   "/var/cache",    "/var/lib",  "/var/local",
-    "/var/lock",  "/var/log",   "/var/mail",    "/var/opt",       "/var/run",      "/var/spool", "/var/tmp",
-    "/usr/bin",   "/usr/games", "/usr/include", "/usr/libexec",   "/usr/sbin",     "/usr/share", "/usr/src",
-    "/usr/local/bin",   "/usr/local/etc",  "/usr/local/games", "/usr/local/include", "/usr/local/lib",
-    "/usr/local/man",   "/usr/local/sbin", "/usr/local/share", "/usr/local/src"};
+constexpr std::array systemFolders{"/",
+                                   "/home",
+                                   "/media",
+                                   "/mnt",
+                                   "/opt",
+                                   "/root",
+                                   "/run",
+                                   "/srv",
+                                   "/tmp",
+                                   "/usr/local",
+                                   "/var",
+                                   "/var/backups",
+                                   "/var/cache",
+                                   "/var/lib",
+                                   "/var/local",
+                                   "/var/lock",
+                                   "/var/log",
+                                   "/var/mail",
+                                   "/var/opt",
+                                   "/var/run",
+                                   "/var/spool",
+                                   "/var/tmp",
+                                   "/usr/bin",
+                                   "/usr/games",
+                                   "/usr/include",
+                                   "/usr/libexec",
+                                   "/usr/sbin",
+                                   "/usr/share",
+                                   "/usr/src",
+                                   "/usr/local/bin",
+                                   "/usr/local/etc",
+                                   "/usr/local/games",
+                                   "/usr/local/include",
+                                   "/usr/local/lib",
+                                   "/usr/local/man",
+                                   "/usr/local/sbin",
+                                   "/usr/local/share",
+                                   "/usr/local/src"};
 
 template <typename List>
 bool containsPath(const List& list, const QString& path) {
-    return std::any_of(list.begin(), list.end(), [&](const char* item) { return path == QLatin1String(item); });
+    return std::any_of(list.begin(), list.end(),
+                       [&](const char* item) { return path == QLatin1String(item); });
 }
 
 /// "/lib", "/lib64", "/usr/lib32" and their like.
@@ -38,8 +70,8 @@ bool isLibraryFolder(const QString& path) {
     const QString parent = path.left(end);
     if (!parent.isEmpty() && parent != QLatin1String("/usr")) return false;
     const QString name = path.mid(end + 1);
-    return name == QLatin1String("lib") || name == QLatin1String("lib32") ||
-           name == QLatin1String("lib64") || name == QLatin1String("libx32");
+    return name == QLatin1String("lib") || name == QLatin1String("lib32") || name == QLatin1String("lib64") ||
+           name == QLatin1String("libx32");
 }
 
 bool isHomeFolder(const QString& path) {
@@ -110,7 +142,8 @@ void VLFileManager::addTrashInfo(const QString& target, const QString& path) {
     QSaveFile file(infoPath);
     if (!file.open(QIODevice::WriteOnly)) return;
     file.write("[Trash Info]\nPath=" + QUrl::toPercentEncoding(path, "/") + "\nDeletionDate=" +
-               QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toLatin1() + '\n');
+               QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toLatin1() +
+               '\n');
     file.commit();
 }
 

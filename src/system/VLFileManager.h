@@ -5,16 +5,16 @@
 
 #include <optional>
 
-/// Questions about files of this machine. Nothing here needs rights, or changes more than the user's own trash.
-/// Any thread.
+/// Questions about files of this machine. Nothing here needs rights, or changes more than the user's own
+/// trash. Any thread.
 class VLFileManager {
 public:
-    /// The path as it is acted on: absolute, links in its folders followed, without a trailing slash. The item
-    /// itself may be a link and stays one. Null for an empty path.
+    /// The path as it is acted on: absolute, links in its folders followed, without a trailing slash. The
+    /// item itself may be a link and stays one. Null for an empty path.
     [[nodiscard]] static QString resolvedPath(const QString& path);
 
-    /// True for a folder that the machine, or an account, cannot do without: "/", "/usr", "/etc", "/home", every
-    /// home folder and so on. Without `exactMatch` also for everything inside those that belong to the
+    /// True for a folder that the machine, or an account, cannot do without: "/", "/usr", "/etc", "/home",
+    /// every home folder and so on. Without `exactMatch` also for everything inside those that belong to the
     /// system alone ("/usr/bin/env", but not "/home/ann/notes" or "/usr/local/tool").
     [[nodiscard]] static bool isPathSystemDirectory(const QString& path, bool exactMatch);
 

@@ -3,6 +3,7 @@
 #include "clients/VLService.h"
 #include "remote/RemoteRunner.h"
 #include "remote/TaskProgress.h"
+#include "remote/authorization/AuthorizedRunner.h"
 
 #include <QList>
 #include <QObject>
@@ -17,10 +18,12 @@ class QWidget;
 /// What a tool may use of the rest of the console.
 struct ToolContext {
     RemoteRunner* runner = nullptr;
+    AuthorizedRunner* authorizedRunner = nullptr;  ///< for what needs an administrator of the client
     TaskProgress* progress = nullptr;
     std::function<QList<VLServicePtr>()> selectedServices;  ///< any thread
     std::function<VLServicePtr(const QString& hostName)> serviceWithHostName;
     std::function<QString(const QString& hostName)> friendlyServiceName;
+    std::function<void(const QString& hostName)> removeStoredPasswordForHost;  ///< on workers
 };
 
 /// A plain text table: what `orlendo --report TOOL` prints.

@@ -37,11 +37,19 @@ AlertSheet::AlertSheet(const QVariantMap& description, Ended ended, QWidget* par
     addPicture();
     addExplanation(text(description, "informativeText"));
     addButtons(description);
+    if (parent) parent->window()->installEventFilter(this);
     setFixedWidth(qMax(layout()->minimumSize().width(), Metrics::sheetMargin * 3 + pictureSize + textWidth));
 }
 
 AlertSheet::~AlertSheet() {
     if (m_ended) std::exchange(m_ended, nullptr)(VLAlert::OtherReturn);
+}
+
+/// A sheet over a window that was closed could not be seen, and whoever asks would wait for ever.
+bool AlertSheet::eventFilter(QObject* watched, QEvent* event) {
+    const bool isGone = event->type() == QEvent::Hide && !event->spontaneous();
+    if (isGone && isVisible()) end(VLAlert::OtherReturn);
+    return Sheet::eventFilter(watched, event);
 }
 
 /// In a column of its own, left of everything.

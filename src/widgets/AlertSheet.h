@@ -10,7 +10,7 @@ class AlertSheet : public Sheet {
     Q_OBJECT
 public:
     using Ended = std::function<void(int returnCode)>;
-    /// `description` as VLAlert gives it. `ended` is called once, also when the sheet goes with its window.
+    /// `description` as VLAlert gives it. `ended` is called once, also when the window is closed or goes.
     AlertSheet(const QVariantMap& description, Ended ended, QWidget* parent);
     ~AlertSheet() override;
 
@@ -18,6 +18,7 @@ public:
     void orderOut();
     void accept() override { end(VLAlert::DefaultReturn); }
     void reject() override { end(m_escapeCode); }
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     /// Shows alerts over the window that they are for, else over `mainWindow`, which outlives its use.
     [[nodiscard]] static VLAlert::Presenter presenter(QWidget* mainWindow);

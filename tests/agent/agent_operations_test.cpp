@@ -1,5 +1,6 @@
 #include "agent/AgentRoot.h"
 #include "agent/TestFiles.h"
+#include "agent/faultscope/CrashLogs.h"
 #include "agent/identity/MachinePicture.h"
 #include "agent/identity/MaintenanceRequest.h"
 #include "agent/sample/SampleTree.h"
@@ -143,13 +144,18 @@ private Q_SLOTS:
         QVERIFY(!bare.contains("availableUpdateCount") && !bare.contains("corvalinVersion"));
     }
 
-    void crashOfTheAgentIsReportedOnce() {
+    void crashOfTheAgentIsReportedOnceToEachConsole() {
         m_hasChanged = true;
+        m_root->peerOpened(1, "first");
+        m_root->peerOpened(2, "second");
+        m_root->peerOpened(3, "first");  // connected anew
         const QString name = u"corvalin-agent_2010-09-01-101500_edit-bay-2.crash"_s;
         QVERIFY(writeFile(path("sample/disk/Library/Logs/CrashReporter/" + name), "Process: corvalin-agent"));
         QCOMPARE(perform("initialConfiguration").toMap().value("selfCrashLog").toString(), name);
         QCOMPARE(perform("logWithFilename:", {name}).toString(), QString("Process: corvalin-agent"));
-        QVERIFY(!perform("initialConfiguration").toMap().contains("selfCrashLog"));
+        for (const auto& [peer, isTold] : {std::pair{1, false}, {3, false}, {2, true}, {2, false}})
+            QCOMPARE(perform("initialConfiguration", {}, quint64(peer)).toMap().contains("selfCrashLog"),
+                     isTold);
     }
 
     void machine() {
@@ -178,11 +184,17 @@ private Q_SLOTS:
         QVERIFY(writeFile(path("sample/disk/Users/visitor/Library/Logs/Velmora/Corvalin.1.log"),
                           "of the visitor"));
         QVERIFY(writeFile(path("sample/disk/Library/Logs/Velmora/notes.txt"), "no log"));
-        QVERIFY(QFile::link(path("sample/admin-users"), path("sample/disk/Library/Logs/Velmora/stolen.log")));
+        // Nothing that leads elsewhere is a log, neither the file nor a folder above it.
+        QVERIFY(writeFile(path("sample/disk/private/stolen.log"), "secret"));
+        QVERIFY(QFile::link("/private/stolen.log", path("sample/disk/Library/Logs/Velmora/stolen.log")));
+        QVERIFY(QFile::link("/private", path("sample/disk/Users/visitor/Library/Logs/CrashReporter")));
+        QVERIFY(writeFile(path("sample/disk/private/Corvalin_stolen.crash"), "secret"));
+        QVERIFY(QDir().mkpath(path("sample/disk/Users/guest/Library/Logs")));
+        QVERIFY(QFile::link("/private", path("sample/disk/Users/guest/Library/Logs/Velmora")));
         const QStringList names = perform("populateVLLogFilenames").toStringList();
         QVERIFY(names.contains("Settlekeep.1.log"));
         QVERIFY(names.contains("Corvalin Network Client.1.log"));
-        QVERIFY(!names.contains("notes.txt") && !names.contains("stolen.log"));
+        QVERIFY(!names.contains("notes.txt") && names.filter("stolen").isEmpty());
         QVERIFY(!names.contains("Corvalin.1.log"));  // there are two, told apart by their paths
         const QString ofVisitor = u"/Users/visitor/Library/Logs/Velmora/Corvalin.1.log"_s;
         QCOMPARE(perform("logWithFilename:", {ofVisitor}).toString(), QString("of the visitor"));
@@ -252,8 +264,123 @@ private Q_SLOTS:
         QCOMPARE(first->take(),
                  (QList<RecordingCallback::Post>{{"taskFinished", {}}, {"incrementProgress", {}}}));
         QVERIFY(second->take().isEmpty());
-        perform("postFinishedTask", {}, 3);  // a helper on the machine itself, without a callback object
-        QCOMPARE(first->take().size() + second->take().size(), 2);
+        perform("postFinishedTask", {}, 3);  // has no callback object: what it does is nobody else's matter
+        QVERIFY(first->take().isEmpty() && second->take().isEmpty());
+    }
+
+    void oneConsoleDoesNotFloodTheOthersOrTheLog() {
+        VLLog::createNewLog();
+        const auto first = addConsole(1), second = addConsole(2);
+        const auto linesLogged = [] {
+            VLLog::finishWriting();
+            QFile log(VLLog::currentLogPath());
+            return log.open(QIODevice::ReadOnly) ? log.readAll().count('\n') : 0;
+        };
+        const auto before = linesLogged();
+        for (int i = 0; i < 1'000; ++i) {
+            perform("postErrorString:", {"text"}, 1);
+            QVERIFY_EXCEPTION_THROWN(perform("postErrorString:", {1LL}, 1), VLException);
+        }
+        QCOMPARE(second->take().size(), LogBudget::linesPerMinute);
+        QCOMPARE(linesLogged() - before, LogBudget::linesPerMinute);
+        perform("postErrorString:", {"text"}, 2);
+        QCOMPARE(second->take().size(), 1);
+    }
+
+    void consolesHearUnderTheNameTheyKnow() {
+        const auto first = addConsole(1), second = addConsole(2);
+        perform("initialConfiguration", {}, 1);
+        m_agent->hostName.set("edit-bay-9.local.");
+        const auto said = [this](const std::shared_ptr<RecordingCallback>& console) {
+            m_agent->consoles.postToAll("updateConfig:", {m_agent->hostName.get()});
+            return console->take().last().second.first().toString();
+        };
+        QCOMPARE(said(first), QString("edit-bay-2.local."));
+        QCOMPARE(said(second), QString("edit-bay-9.local."));
+        perform("initialConfiguration", {}, 1);
+        QCOMPARE(said(first), QString("edit-bay-9.local."));
+
+        (void)first->take();
+        m_agent->consoles.setLongSilence(std::chrono::milliseconds(0));
+        perform("postFinishedTask", {}, 1);
+        QCOMPARE(first->take(), (QList<RecordingCallback::Post>{{"ping", {}}, {"taskFinished", {}}}));
+    }
+
+    void updatesAreCountedAfreshAndTheCountIsKept() {
+        m_hasChanged = true;
+        const auto console = addConsole(1);
+        QFile list(path("sample/state/updates.plist"));
+        QVERIFY(list.open(QIODevice::ReadWrite));
+        QVERIFY(
+            list.setFileTime(QDateTime::currentDateTime().addDays(-3), QFileDevice::FileModificationTime));
+        perform("fetchSoftwareUpdateAvailableUpdateCount");
+        QCOMPARE(console->take(), (QList<RecordingCallback::Post>{
+                                      {"setSoftwareUpdateCount:hostname:", {1LL, "edit-bay-2.local."}}}));
+        const QString stored = path("sample/state/update-count.plist");
+        QVariantMap count = PropertyList::readFile(stored).toMap();
+        const QDateTime twoDaysAgo = QDateTime::currentDateTimeUtc().addDays(-2);
+        count.insert("availableUpdateCountLastUpdate", twoDaysAgo);
+        QVERIFY(writeFile(stored, PropertyList::toData(count)));
+        const auto date = [this] {
+            return perform("initialConfiguration")
+                .toMap()
+                .value("availableUpdateCountLastUpdate")
+                .toDateTime();
+        };
+        QVERIFY(qAbs(date().secsTo(twoDaysAgo)) <= 1);
+        QVERIFY(writeFile(list.fileName(), PropertyList::toData(QVariantMap{{"updates", QVariantList()}})));
+        QVERIFY(qAbs(date().secsTo(QDateTime::currentDateTimeUtc())) < 60);
+    }
+
+    void crashLogs() {
+        m_hasChanged = true;
+        const QString folder = path("sample/disk/Users/bruno/Library/Logs/CrashReporter/");
+        QVERIFY(writeFile(folder + "Strange_2010.crash", QByteArray("\xff\x00\n", 3).repeated(1'000)));
+        const auto console = addConsole(1), delegate = std::make_shared<RecordingCallback>();
+        perform("crashLogsSinceDate:delegate:", {QVariant(), QVariant()});
+        perform("crashLogsSinceDate:delegate:",
+                {QDateTime::currentDateTimeUtc().addDays(1), reference(delegate)});
+        const auto all = console->take(), none = delegate->take();
+        QCOMPARE(none, (QList<RecordingCallback::Post>{
+                           {"faultscopeAddLogs:hostName:", {QVariantList(), "edit-bay-2.local."}}}));
+        QCOMPARE(all.size(), 1);
+        QStringList logs;
+        for (const QVariant& entry : all.first().second.first().toList()) {
+            const QVariantMap log = entry.toMap();
+            QVERIFY(log.value("filename").toString().startsWith("/Users/bruno/Library/Logs/CrashReporter/"));
+            QCOMPARE(log.value("hostname").toString(), QString("edit-bay-2.local."));
+            QVERIFY(log.value("date").toDateTime().isValid());
+            logs.append(log.value("app").toString() + ": " + log.value("cause").toString());
+        }
+        logs.sort();
+        const QString plugin = "Final Cut Pro: Plug-in example.plugins.HalftonePress";
+        QCOMPARE(logs, (QStringList{plugin, plugin, "Final Cut Pro: QuickTime component",
+                                    "Soundtrack Pro: Audio Unit", "Strange: Unknown"}));
+        const CrashLog parsed =
+            CrashLogs::parse("Process: A [1]\nDate/Time:   2010-09-01 10:15:00.4 +0200\n");
+        QCOMPARE(parsed.date, QDateTime(QDate(2010, 9, 1), QTime(8, 15), Qt::UTC));
+    }
+
+    void tasks_data() {
+        QTest::addColumn<QString>("bundleID");
+        QTest::addColumn<qlonglong>("code");
+        QTest::newRow("not there") << "com.velmora.Nothing" << 1000LL;
+        QTest::newRow("without Info.plist") << "com.velmora.Empty" << 1001LL;
+        QTest::newRow("without version") << "com.velmora.Old" << 1002LL;
+        QTest::newRow("without that task") << "com.velmora.Faultscope" << 1003LL;
+    }
+    void tasks() {
+        QFETCH(QString, bundleID);
+        QVERIFY(QDir().mkpath(path("sample/disk/Applications/Empty.app/Contents")));
+        QVERIFY(writeBundle(path("sample/disk/Applications/Old.app"),
+                            {{"CFBundleIdentifier", "com.velmora.Old"}}));
+        const auto console = addConsole(1);
+        QVERIFY_EXCEPTION_THROWN(perform("executeTask:bundleID:options:", {"task", bundleID, QVariant()}),
+                                 VLException);
+        const auto posts = console->take();
+        QCOMPARE(posts.size(), 1);
+        QCOMPARE(posts.first().first, QString("addErrorToQueue:hostname:"));
+        QTEST(posts.first().second.first().toMap().value("code").toLongLong(), "code");
     }
 
     void failureOfOnewayOperationIsReported() {

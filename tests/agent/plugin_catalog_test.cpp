@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <unistd.h>
+
 namespace {
 
 constexpr char fxPlug[] = "/Library/Plug-Ins/FxPlug";
@@ -156,6 +158,26 @@ private Q_SLOTS:
         QVERIFY(QFile::link("/Library", root() + fxPlug + "/Group/Self.fxplug"));
         const WorkstationTree tree(root());
         QCOMPARE(PluginCatalog::list(tree, "").size(), 2);  // the second is a bundle without information
+    }
+
+    void linksOfUsersAreNotFollowed() {
+        const QString folder = root() + "/Users/anna/Library/Plug-Ins/FxPlug";
+        QVERIFY(writeBundle(root() + "/private/Secret.fxplug",
+                            {{"CFBundleName", "secret"}, {"CFBundleVersion", "9.9"}}));
+        const QString secret = "/private/Secret.fxplug/Contents/Info.plist";
+        for (const QString name : {"Soft", "Hard"})
+            QVERIFY(QDir().mkpath(folder + '/' + name + ".fxplug/Contents"));
+        QVERIFY(QFile::link(secret, folder + "/Soft.fxplug/Contents/Info.plist"));
+        QCOMPARE(::link(qPrintable(root() + secret), qPrintable(folder + "/Hard.fxplug/Contents/Info.plist")),
+                 0);
+        QVERIFY(QFile::link("/private/Secret.fxplug", folder + "/Whole.fxplug"));
+        QVERIFY(QFile::link("/private", folder + "/Group"));
+        QStringList found;
+        for (const QVariant& plugin : PluginCatalog::list(WorkstationTree(root()), "anna"))
+            found.append(plugin.toMap().value("name").toString() +
+                         plugin.toMap().value("version").toString());
+        found.sort();
+        QCOMPARE(found, (QStringList{"Hard", "Soft", "Whole"}));
     }
 
     void withoutUser() {

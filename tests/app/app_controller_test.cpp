@@ -2,8 +2,10 @@
 #include "clients/support/LoopbackAgent.h"
 #include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
+#include "remote/VLCallback.h"
 #include "support/TestEnvironment.h"
 
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTest>
@@ -70,14 +72,18 @@ class AppControllerTest : public QObject {
     QStringList m_events;
     std::atomic<int> m_updateChecks{0};
     bool m_isAdministrator = false;
+    QList<QVariantMap> m_uploads;
 
     void makeController() {
         AppServices services;
         services.startFaultpost = [this] { return m_events.append(u"start"_s), true; };
         services.stopFaultpost = [this] { m_events.append(u"stop"_s); };
         services.authStart = [this] { return m_events.append(u"auth"_s), m_isAdministrator; };
-        services.checkForUpdatesToSelf = [this] { ++m_updateChecks; };
-        services.removeStoredPasswordForHost = [](const QString&) {};
+        services.checkForUpdatesToSelf = [this] { return ++m_updateChecks > 0; };
+        services.uploadErrorLog = [this](const QUrl& address, QVariantMap fields, QObject*) {
+            fields.insert(u"address"_s, address);
+            m_uploads.append(fields);
+        };
         m_controller = std::make_unique<AppController>(testTools(), services);
         m_controller->setBrowses(false);
     }
@@ -95,6 +101,7 @@ private Q_SLOTS:
         m_events.clear();
         m_updateChecks = 0;
         m_isAdministrator = false;
+        m_uploads.clear();
         for (const char* key : {"firstRun", "requireAdminPassword", "SUCheckAtStartup",
                                 "availableUpdateVersion", "manualConnections"})
             defaults().removeObjectForKey(QLatin1String(key));
@@ -307,6 +314,102 @@ private Q_SLOTS:
         QTRY_VERIFY(!client->isConnected());
         QTRY_VERIFY(logLines().contains(u"Attempting to reconnect to bay in 8 seconds..."_s));
         QCOMPARE(m_controller->services().serviceArray(), QList<VLServicePtr>{client});
+    }
+
+    /// Whatever the agent of one client calls itself, it does not get what is said of another.
+    void nobodyTakesAnothersName() {
+        start();
+        const auto other = std::make_shared<FakeService>(u"bay"_s);
+        m_controller->services().addServiceToList(other);
+        QVariantMap configuration = ScriptedRoot::goodConfiguration();
+        configuration.insert(u"preferredHostName"_s, u"bay.local"_s);
+        LoopbackAgent agent(VLService::environment()->identity.certificate);
+        agent.root->setAnswer("fetchInitialConfiguration:", configuration);
+        const VLServicePtr client =
+            m_controller->discovery().addManualConnection(u"x"_s, agent.address(), agent.port());
+        QTRY_VERIFY(
+            logLines().contains(u"x calls itself bay.local, which is another computer's host name."_s));
+        QVERIFY(client->availableHostNames().isEmpty());
+    }
+
+    /// An agent that talks as fast as it can, with the queue full already: the window stays alive, and the
+    /// others' errors stay where they are.
+    void aFloodOfCallbacksLeavesTheConsoleResponsive() {
+        constexpr int hosts = 51, longestTurn = 1'000;
+        start();
+        LoopbackAgent agent(VLService::environment()->identity.certificate);
+        const VLServicePtr client =
+            m_controller->discovery().addManualConnection(u"bay"_s, agent.address(), agent.port());
+        QTRY_VERIFY(client->isConnected() && agent.root->callback());
+        const auto& errors = m_controller->errorCallback();
+        QVariantList full;
+        for (int i = 0; i < ErrorQueue::maximumRecords; ++i)
+            full.append(QVariantMap{{u"description"_s, u"e"_s}, {u"hostname"_s, u"h%1"_s.arg(i % hosts)}});
+        errors->setErrorQueue(full);
+        qsizetype shown = 0;  // what the window looks at
+        connect(m_controller.get(), &AppController::errorQueueChanged, m_controller.get(), [&] {
+            shown += m_controller->errorLabel().size() + qsizetype(errors->errorCountsByHost().size());
+        });
+
+        std::atomic<bool> isOver{false};
+        VLThread::detach(u"flood"_s, [&, callback = agent.root->callback(), name = client->hostName()] {
+            for (int i = 0; !isOver; ++i) {
+                callback->post(u"addStringToQueue:hostname:"_s, {QString::number(i).repeated(800), name});
+                if (i % 20 != 0) continue;
+                callback->post(i % 40 == 0 ? u"requestMaintenance:"_s : u"cancelMaintenance:"_s, {name});
+                callback->post(u"taskFinished"_s);
+                VLThread::sleepFor(10ms);
+            }
+        });
+        QElapsedTimer whole, turn;
+        whole.start();
+        qint64 longest = 0;
+        while (whole.elapsed() < 2'000) {
+            turn.start();
+            QCoreApplication::processEvents();
+            longest = std::max(longest, turn.elapsed());
+            QThread::msleep(1);
+        }
+        isOver = true;
+        QVERIFY2(longest < longestTurn, qPrintable(QString::number(longest)));
+        QVERIFY(shown > 0);
+        const ErrorQueue::Counts counts = errors->errorCountsByHost();
+        QCOMPARE(counts.at(client->hostName()), ErrorQueue::maximumRecordsOfHost);
+        QCOMPARE(counts.size(), size_t(hosts) + 1);
+        QCOMPARE(errors->errorCount(), ErrorQueue::maximumRecords);
+        QVERIFY(logLines().filter(u"Task threads"_s).isEmpty());
+    }
+
+    void errorLogIsUploaded() {
+        start();
+        m_controller->uploadErrorLog(m_controller.get());
+        QVERIFY(m_uploads.isEmpty());  // nothing to say
+        m_controller->errorCallback()->addStringToQueue(u"broken"_s, u"bay.local."_s);
+        m_controller->uploadErrorLog(m_controller.get());
+        QCOMPARE(m_uploads.size(), 1);
+        QCOMPARE(m_uploads.first().value(u"address"_s).toUrl().path(),
+                 u"/appdata/corvalin/orlendo/uploadlog.php"_s);
+        QCOMPARE(m_uploads.first().value(u"logData"_s).toString(),
+                 m_controller->errorCallback()->stringRepresentation());
+        QVERIFY(!m_uploads.first().value(u"version"_s).toString().isEmpty());
+    }
+
+    void answersOfAuthorizedTasks() {
+        start();
+        m_controller->services().addServiceToList(std::make_shared<FakeService>(u"bay"_s));
+        QSignalSpy finished(m_controller.get(), &AppController::encodemendScanFinished);
+        const auto answer = [this](const QString& name, const QVariant& output) {
+            VLCallback::callbackWithName(
+                name, [this](const auto& callback) { m_controller->objectDidPostCallback(callback); },
+                u"bay.local."_s)
+                ->postCallback({{u"output"_s, output}});
+        };
+        answer(u"somethingElse"_s, u"text"_s);
+        answer(u"vlEncodemendScanFinished"_s, QVariant());
+        answer(u"vlEncodemendScanFinished"_s, u"cannot AUTHORIZE"_s);
+        QTRY_COMPARE(finished.size(), 1);
+        QCOMPARE(finished.first(), (QVariantList{u"bay"_s, u"cannot AUTHORIZE"_s}));
+        QCOMPARE(logLines().count(u"Callback received"_s), 3);
     }
 
     void settingsAreWrittenAtTheEnd() {

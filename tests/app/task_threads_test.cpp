@@ -12,13 +12,18 @@ using namespace std::chrono_literals;
 /// What a step of the tables below does to the object.
 using Step = void (TaskThreads::*)();
 
+struct SteppedThreads : TaskThreads {
+    using TaskThreads::TaskThreads;
+    void countIn() { incrementTaskThreadCount(); }
+};
+
 class TaskThreadsTest : public QObject {
     Q_OBJECT
 
     static constexpr Step start = &TaskThreads::startStatusProgress,
                           increment = &TaskThreads::incrementStatusProgress,
                           end = &TaskThreads::endStatusProgress, cancel = &TaskThreads::cancelStatusProgress,
-                          countIn = &TaskThreads::incrementTaskThreadCount,
+                          countIn = static_cast<Step>(&SteppedThreads::countIn),
                           countOut = &TaskThreads::decrementTaskThreadCount;
 
     std::atomic<int> m_selected{0};
@@ -42,7 +47,7 @@ private Q_SLOTS:
     void init() {
         m_selected = 0;
         m_refreshes = m_stops = 0;
-        m_threads = std::make_unique<TaskThreads>(TaskThreads::Environment{
+        m_threads = std::make_unique<SteppedThreads>(TaskThreads::Environment{
             [this] { return m_selected.load(); }, [this] { ++m_refreshes; }, [this] { ++m_stops; }});
         startNewLog();
     }
@@ -100,6 +105,41 @@ private Q_SLOTS:
         QCOMPARE(lines, QStringList({u"Task threads: 1"_s, u"Task threads: 0"_s, u"Task threads: -1"_s}));
     }
 
+    /// An agent that goes on saying that tasks have ended cannot fill the log, or end anything.
+    void reportsOfEndsCountOnlyWhileSomethingRuns() {
+        for (int i = 0; i < 3; ++i)
+            m_threads->remoteTaskFinished();
+        QVERIFY(logLines().filter(u"Task threads"_s).isEmpty());
+        apply(countIn);
+        m_threads->remoteTaskFinished();
+        QCOMPARE(m_threads->taskThreadCount(), 0);
+        apply(start);
+        m_threads->remoteTaskFinished();
+        QVERIFY(!m_threads->isProcessing());
+    }
+
+    /// Whatever starts next, what was cancelled stays so, and its workers do not count in the new run.
+    void cancelledRunsStayCancelled() {
+        apply(start);
+        const int run = m_threads->currentRun();
+        const int late = m_threads->incrementTaskThreadCount();
+        const int withoutDisplay = m_threads->beginRun();
+        apply(cancel);
+        QVERIFY(m_threads->isCancelled(run) && m_threads->isCancelled(withoutDisplay));
+        const int afterCancel = m_threads->beginRun();
+        QVERIFY(!m_threads->isCancelled(afterCancel));
+
+        apply(start);
+        QVERIFY(!m_threads->processingCancelled());
+        QVERIFY(m_threads->isCancelled(run) && !m_threads->isCancelled(m_threads->currentRun()));
+        const int counting = m_threads->incrementTaskThreadCount();
+        m_threads->decrementTaskThreadCount(late);
+        QCOMPARE(m_threads->taskThreadCount(), 1);
+        QVERIFY(m_threads->isProcessing());
+        m_threads->decrementTaskThreadCount(counting);
+        QVERIFY(!m_threads->isProcessing());
+    }
+
     void updatesBeingInstalledKeepTheStatusBar() {
         m_selected = 2;
         m_threads->setIsInstallingUpdate(true);
@@ -127,9 +167,9 @@ private Q_SLOTS:
         QTRY_COMPARE(m_refreshes, 1);
     }
 
-    void remarkBelongsToTheRunThatStartsNext() {
-        m_threads->setStatusRemark(u"1 left out"_s);
+    void remarkBelongsToTheRunUnderWay() {
         apply(start);
+        m_threads->setStatusRemark(u"1 left out"_s);
         QCOMPARE(m_threads->statusRemark(), u"1 left out"_s);
         apply(end);
         QCOMPARE(m_threads->statusRemark(), u"1 left out"_s);

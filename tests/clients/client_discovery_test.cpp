@@ -71,7 +71,11 @@ struct Console {
             };
         };
         discovery = std::make_unique<Discovery>(Discovery::Environment{
-            &list, nullptr, [this] { ++statusUpdates; }, tell("removed"), tell("added"), tell("endTasks")});
+            &list, nullptr, [this] { ++statusUpdates; }, tell("removed"), tell("added"),
+            [this, endTasks = tell("endTasks")](const VLServicePtr& service) {
+                endTasks(service);
+                if (const auto now = std::exchange(meanwhile, nullptr)) now();
+            }});
         discovery->setBrowser(
             [script = script](ServiceBrowser::Delegate delegate) {
                 return std::make_unique<ScriptedBrowser>(script, std::move(delegate));
@@ -90,6 +94,7 @@ struct Console {
     ClientsFixture fixture{1h};
     ServiceList list;
     QStringList told;
+    std::function<void()> meanwhile;  ///< what comes in while a client is removed, once
     int statusUpdates = 0;
     std::shared_ptr<ScriptedBrowser::Script> script = std::make_shared<ScriptedBrowser::Script>();
     std::function<ServiceResolution(const VLNetService&, const std::function<bool()>&)> resolve =
@@ -220,6 +225,61 @@ private Q_SLOTS:
         QCOMPARE(console.list.serviceArray().constFirst()->hostName(), u"bay.local."_s);
     }
 
+    /// Ending the old connection serves the hand-off queue: more news of the service may be in it.
+    void newsWhileARecordIsReplaced_data() {
+        QTest::addColumn<bool>("goes");
+        QTest::newRow("found once more") << false;
+        QTest::newRow("gone") << true;
+    }
+    void newsWhileARecordIsReplaced() {
+        QFETCH(bool, goes);
+        Console console;
+        const VLNetService before = netService("Bay", "bay.local.", deadPort());
+        VLNetService after = before;
+        after.port = deadPort();
+        console.discovery->serviceResolved(before);
+        console.meanwhile = [&] {
+            if (goes)
+                console.discovery->removeNetService(after);
+            else
+                console.discovery->serviceResolved(after);
+        };
+        console.discovery->serviceResolved(after);
+        QCOMPARE(console.list.serviceArray().size(), goes ? 0 : 1);
+        QCOMPARE(console.told.count(u"endTasks Bay"_s), 1);
+        QCOMPARE(console.told.count(u"removed Bay"_s), 1);
+    }
+
+    void recordsOfOneServiceEndTheirTasksOnce() {
+        Console console;
+        const VLNetService bay = netService("Bay", "bay.local.", deadPort());
+        for (int i = 0; i < 2; ++i)
+            console.list.addServiceToList(console.fixture.discoveredClient(bay));
+        console.discovery->removeNetService(bay);
+        QCOMPARE(console.told, QStringList({u"endTasks Bay"_s, u"removed Bay"_s, u"removed Bay"_s}));
+    }
+
+    /// An agent that takes its leave and is back before its advertisement has gone is reported by nobody.
+    void leavingClientIsLookedForAgain() {
+        Console console;
+        console.discovery->findServicesOnThread();
+        const VLNetService bay = netService("Bay", "bay.local.", deadPort()),
+                           audio = netService("Audio", "audio.local.", deadPort());
+        console.script->found(bay);
+        console.script->found(audio);
+        QTRY_COMPARE(console.list.serviceArray().size(), 2);
+        console.resolve = [&](const VLNetService& service, const std::function<bool()>&) {
+            return ServiceResolution{service.name == bay.name ? bay : audio, {}};
+        };
+        for (const VLNetService& leaving : {audio, bay})
+            console.discovery->removeLeavingService(leaving);
+        console.script->gone(audio);
+        QVERIFY(console.list.serviceArray().isEmpty());
+        QTRY_COMPARE(names(console.list.serviceArray()), QStringList{u"Bay"_s});
+        QTest::qWait(50);
+        QCOMPARE(countLines(logLines(), u"Resolving Audio..."_s), 1);
+    }
+
     void sharedHostNames() {
         Console console;
         console.discovery->serviceResolved(netService("A", "host.local.", 2001));
@@ -274,6 +334,7 @@ private Q_SLOTS:
         Console next;  // forgets the stored ones, so they are stored anew
         ManualConnections::append(first);
         ManualConnections::append(second);
+        ManualConnections::append({u"One again"_s, first.ip, first.port});
         next.discovery->processManualConnections();
         QCOMPARE(names(next.list.serviceArray()), QStringList({u"One"_s, u"Two"_s}));
     }

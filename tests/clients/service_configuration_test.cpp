@@ -253,10 +253,10 @@ private Q_SLOTS:
         QVERIFY(torn.open(QIODevice::WriteOnly) && torn.write("<plist><dict><key>torn") > 0);
         torn.close();
         LoopbackAgent agent;
-        const QByteArray data = pngOf({24, 16});
+        const QByteArray data = pngOf({512, 256});
         agent.root->setAnswer("computerIcon", data);
         const VLServicePtr client = fixture.manualClient(agent);
-        QTRY_COMPARE(client->icon().size(), QSize(24, 16));
+        QTRY_COMPARE(client->icon().size(), QSize(128, 64));
         const QVariantMap cached{{client->hostName(), data}};
         QTRY_COMPARE(PropertyList::readFile(torn.fileName()).toMap(), cached);
         QTRY_COMPARE(VLThread::activeCount(), 1);
@@ -264,9 +264,12 @@ private Q_SLOTS:
 
         client->setIcon({});
         client->setServiceIcon();
-        QCOMPARE(client->icon().size(), QSize(24, 16));
+        QCOMPARE(client->icon().size(), QSize(128, 64));
         QCOMPARE(agent.root->calls("computerIcon"), asked);
         QVERIFY(logLines().contains(u"Getting cached icon for service Edit Bay..."_s));
+        QVERIFY(torn.remove());  // what is remembered of the file goes with it
+        client->setServiceIcon();
+        QCOMPARE(agent.root->calls("computerIcon"), asked + 1);
     }
 
     void unusablePictures_data() {

@@ -2,6 +2,7 @@
 
 #include "clients/ConnectionAttempts.h"
 #include "clients/support/ClientsFixture.h"
+#include "support/NoMoreThreads.h"
 
 #include <QGuiApplication>
 #include <QSignalSpy>
@@ -328,6 +329,28 @@ private Q_SLOTS:
         QVERIFY(!client->isConnected());
         QCOMPARE(countLines(logLines(), u"Attempting to reconnect"_s), 0);
         QCOMPARE(countLines(logLines(), u"Proxy found."_s), 1);
+    }
+
+    void triesAgainAfterItGotNoThread() {
+        ClientsFixture fixture;
+        LoopbackAgent agent;
+        const NotificationRecorder notifications{"vlCorvalinServiceConnectFailed"};
+        VLServicePtr client;
+        {
+            const NoMoreThreads none;
+            client = fixture.manualClient(agent);
+        }
+        QVERIFY(!client->isConnected() && !client->connectionError().isEmpty());
+        QTRY_VERIFY(client->isConnected());
+        QCOMPARE(notifications.count("vlCorvalinServiceConnectFailed"), 1);
+    }
+
+    void numbersThatAreNoAddress() {
+        ClientsFixture fixture(1h);
+        const VLServicePtr client = fixture.manualClient(u"300.1.1.1"_s, 5473);
+        QTRY_VERIFY(logLines().contains(u"Unable to connect"_s));
+        QCOMPARE(countLines(logLines(), u"Error creating socket port."_s), 2);
+        QVERIFY(!logLines().contains(u"The address family is unknown"_s));
     }
 
     void spinnerStopsWithTheAttempt() {

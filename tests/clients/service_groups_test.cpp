@@ -10,7 +10,7 @@
 
 namespace {
 
-const QString key = u"serviceGroups"_s;
+const QString key = u"serviceGroups"_s, unreadableKey = u"serviceGroupsUnreadable"_s;
 
 class Client : public VLService {
 public:
@@ -71,7 +71,10 @@ class ServiceGroupsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { VLUserDefaults::standardUserDefaults().removeObjectForKey(key); }
+    void init() {
+        for (const QString& used : {key, unreadableKey})
+            VLUserDefaults::standardUserDefaults().removeObjectForKey(used);
+    }
 
     void membersComeBack() {
         {
@@ -149,6 +152,24 @@ private Q_SLOTS:
         VLLog::createNewLog();
         QCOMPARE(Run().contents(), contents);
         QVERIFY(logLines().join(u'\n').contains(u"not usable"_s));
+        const QVariantList kept = VLUserDefaults::standardUserDefaults().arrayForKey(unreadableKey);
+        QCOMPARE(kept.size(), 1);
+        Run again;
+        again.list.addGroup(u"New"_s);  // stores the groups
+        QCOMPARE(VLUserDefaults::standardUserDefaults().arrayForKey(unreadableKey), kept);
+    }
+
+    void demonstrationClientsAreNotStored() {
+        {
+            Run run;
+            const auto demo = client(u"Demo 1"_s, u"Demo 1.virtual."_s);
+            run.list.addServiceToList(demo);
+            run.list.moveToGroup({demo}, run.list.addGroup(u"G"_s));
+            QCOMPARE(run.contents(), QStringList{u"G: Demo 1"_s});
+            run.list.removeServiceFromList(demo);
+            run.list.addGroup(u"H"_s);
+        }
+        QCOMPARE(Run().contents(), QStringList({u"G: "_s, u"H: "_s}));
     }
 
     void selectionOfAGroupFollowsIt() {
@@ -171,11 +192,19 @@ private Q_SLOTS:
 
     void dragCarriesRecords() {
         const auto a = client(u"A"_s, u"a."_s), b = client(u"B"_s, u"b."_s);
+        a->setIcon(QImage(8, 8, QImage::Format_RGB32));
+        b->setIcon(a->icon());
         const QByteArray data = ServicePasteboard::encode({a, b});
         const QList<VLServicePtr> records = ServicePasteboard::decode(data);
         QCOMPARE(records.size(), 2);
         QCOMPARE(records.last()->name(), u"B"_s);
         QCOMPARE(records.last()->port(), 51000);
+        QCOMPARE(records.last()->icon().size(), QSize(8, 8));
+        const auto isKnown = [](const QString& hostName) { return hostName == u"b."_s; };
+        const QList<VLServicePtr> dropped = ServicePasteboard::decode(data, isKnown);
+        QVERIFY(!dropped.first()->icon().isNull() && dropped.last()->icon().isNull());
+        const auto many = ServicePasteboard::decode(ServicePasteboard::encode(QList<VLServicePtr>(100, a)));
+        QVERIFY(many.size() == 100 && many.last()->icon().isNull());
         for (const QByteArray& bad :
              {QByteArray(), data.chopped(1), QByteArray(4, '\xff'), QByteArray("\x7f\xff\xff\xff")})
             QVERIFY(ServicePasteboard::decode(bad).isEmpty());

@@ -44,6 +44,13 @@ private Q_SLOTS:
         QVERIFY(!copy->isConnected() && !copy->proxyObject());
     }
 
+    void archivedPicturesAreSmall() {
+        VLService original;
+        original.setIcon(QImage(300, 100, QImage::Format_RGB32));
+        QDataStream in(archiveOf(original));
+        QCOMPARE(VLService::decode(in)->icon().size(), QSize(36, 12));
+    }
+
     /// Dragged data may come from anywhere.
     void damagedArchives() {
         VLService original;

@@ -4,7 +4,9 @@
 #include "clients/support/ClientsFixture.h"
 #include "clients/troubleshooter/PortTest.h"
 #include "clients/troubleshooter/ProblemTexts.h"
+#include "support/NoMoreThreads.h"
 
+#include <QAbstractItemModelTester>
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTcpSocket>
@@ -175,6 +177,37 @@ private Q_SLOTS:
         QVERIFY(!selected.isValid());
     }
 
+    void manyChangesTakeFewSignals() {
+        QList<VLServicePtr> services;
+        for (int i = 0; i < 300; ++i)
+            services << std::make_shared<Record>(u"Bay %1"_s.arg(i));
+        const auto fail = [&](int every) {
+            for (qsizetype i = 0; i < services.size(); ++i)
+                static_cast<Record&>(*services[i])
+                    .fail(i % every == 0 ? ConnectionFailure::Lost : ConnectionFailure::None);
+        };
+        FailingClientsModel model;
+        const QAbstractItemModelTester tester(&model);
+        fail(2);
+        model.setServices(services);
+        const QPersistentModelIndex kept = model.indexOf(services[6]);
+        QSignalSpy removals(&model, &FailingClientsModel::rowsRemoved),
+            insertions(&model, &FailingClientsModel::rowsInserted),
+            layouts(&model, &FailingClientsModel::layoutChanged),
+            changes(&model, &FailingClientsModel::dataChanged);
+        fail(3);
+        static_cast<Record&>(*services[12]).setName(u"A"_s);
+        static_cast<Record&>(*services[18]).startProgressSpinner();
+        model.setServices(services);
+        QCOMPARE(model.rowCount(), 100);
+        QCOMPARE(names(model).first(3), QStringList({u"A"_s, u"Bay 0"_s, u"Bay 3"_s}));
+        QCOMPARE(model.serviceAt(kept), services[6]);
+        QVERIFY(removals.size() == 1 && insertions.size() == 1 && layouts.size() <= 2);
+        QCOMPARE(changes.size(), 1);
+        const QString spoken = model.indexOf(services[18]).data(Qt::AccessibleTextRole).toString();
+        QVERIFY(spoken.endsWith(u", connecting"_s));
+    }
+
     void triesEachAddress() {
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
@@ -200,6 +233,11 @@ private Q_SLOTS:
         QCOMPARE(outcomes.size(), 3);
         test.start({});
         QCOMPARE(finished.count(), 2);
+        {
+            const NoMoreThreads none;
+            test.start({{u"127.0.0.1"_s, server.serverPort()}});
+        }
+        QTRY_COMPARE(finished.count(), 3);
     }
 
     void opensByItselfOnce_data() {
@@ -222,7 +260,9 @@ private Q_SLOTS:
             VLNotificationCenter::defaultCenter().postNotification(QLatin1String(name), {}, userInfo);
             QCoreApplication::processEvents();
         };
+        const auto removed = std::make_shared<Record>();
         const QVariantMap about{{u"service"_s, QVariant::fromValue(VLServicePtr(record))}};
+        post("vlCorvalinServiceConnectFailed", {{u"service"_s, QVariant::fromValue(VLServicePtr(removed))}});
         post("vlCorvalinServiceConnectFailed", {});
         QCOMPARE(requested.count(), 0);
         post("vlCorvalinServiceConnectFailed", about);
@@ -275,13 +315,26 @@ private Q_SLOTS:
         row("selfCrashLog", u"<b>agent.crash</b>"_s, "Own crash log", u"<b>agent.crash</b>"_s);
         row("other", {}, "Key fingerprint", u"none"_s);
         row("other", {}, "Group", u"Offline Editing"_s);
+        // What it tells about the machine.
+        const auto fact = [](const char* key, const QVariant& sent, const char* title, const QString& value) {
+            QTest::addRow("%s: %s", title, qPrintable(value))
+                << QVariantMap{{u"machine"_s, QVariantMap{{QLatin1String(key), sent}}}}
+                << QString::fromLatin1(title) << value;
+        };
+        fact("processor", u"G5 <b>\n2.5 GHz"_s, "Processor", u"G5 <b> 2.5 GHz"_s);
+        fact("processor", 5LL, "Processor", unknown);
+        fact("memoryBytes", 4LL << 30, "Memory", QLocale().formattedDataSize(4LL << 30, 1));
+        fact("memoryBytes", -1LL, "Memory", unknown);
+        fact("videoCard2", QVariantList{1, 2}, "Video card2", u"2 values"_s);
+        fact("fast", true, "Fast", u"Yes"_s);
     }
     void presentsWhatAgentsTell() {
         QFETCH(QVariantMap, configuration);
         QFETCH(QString, title);
         Record record;
         record.setConfiguration(configuration);
-        const QList<ClientInfo::Row> rows = ClientInfo::of(record, u"Offline Editing"_s).rows;
+        const QList<ClientInfo::Row> rows =
+            ClientInfo::of(record, u"Offline Editing"_s, configuration.value(u"machine"_s).toMap()).rows;
         const auto found = std::find_if(rows.begin(), rows.end(),
                                         [&](const ClientInfo::Row& row) { return row.title == title; });
         QVERIFY(found != rows.end());

@@ -75,16 +75,23 @@ using FakeClientPtr = std::shared_ptr<FakeClient>;
 /// Counts like the console does: processing ends when the count falls below 1.
 class FakeProgress : public TaskProgress {
 public:
-    void incrementTaskThreadCount() override {
+    int incrementTaskThreadCount() override {
         const std::lock_guard lock(m_mutex);
         ++m_count;
         ++open;
-        if (++counted == cancelWhenCounted) cancelled = true;
+        if (++counted == cancelWhenCounted) markCancelled();
+        return m_counting;
     }
     void decrementTaskThreadCount() override {
         const std::lock_guard lock(m_mutex);
-        --open;
-        if (--m_count < 1) end();
+        countOut();
+    }
+    void decrementTaskThreadCount(int counting) override {
+        const std::lock_guard lock(m_mutex);
+        if (counting == m_counting)
+            countOut();
+        else
+            --open;
     }
     void waitOnProcessingWithTimeout(double seconds) override {
         waitedSeconds = seconds;
@@ -92,12 +99,20 @@ public:
         m_changed.wait(lock, [this] { return !m_isProcessing || cancelled; });
     }
     bool processingCancelled() const override { return cancelled; }
-    void setProcessingCancelled(bool value) override { cancelled = value; }
+    void setProcessingCancelled(bool value) override {
+        const std::lock_guard lock(m_mutex);
+        if (value) return markCancelled();
+        cancelled = false;
+    }
+    int beginRun() override { return ++m_run; }
+    int currentRun() const override { return m_run; }
+    bool isCancelled(int run) const override { return run <= m_lastCancelledRun; }
     void startStatusProgress() override {
         onMainThreadAndWait([this] {
             const std::lock_guard lock(m_mutex);
             m_isProcessing = true;
             cancelled = false;
+            ++m_run;
             ++starts;
         });
     }
@@ -111,8 +126,13 @@ public:
 
     void cancel() {
         const std::lock_guard lock(m_mutex);
-        cancelled = true;
+        markCancelled();
         end();
+    }
+
+    [[nodiscard]] bool isProcessing() const {
+        const std::lock_guard lock(m_mutex);
+        return m_isProcessing;
     }
 
     std::atomic<bool> cancelled{false};
@@ -121,15 +141,25 @@ public:
     std::atomic<double> waitedSeconds{-1};
 
 private:
+    void markCancelled() {
+        cancelled = true;
+        m_lastCancelledRun = m_run.load();
+    }
+    void countOut() {
+        --open;
+        if (--m_count < 1) end();
+    }
     void end() {
         m_count = 0;
+        ++m_counting;
         m_isProcessing = false;
         m_changed.notify_all();
     }
 
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
-    int m_count = 0;
+    int m_count = 0, m_counting = 0;
+    std::atomic<int> m_run{0}, m_lastCancelledRun{-1};
     bool m_isProcessing = false;
 };
 

@@ -125,6 +125,11 @@ private Q_SLOTS:
         QCOMPARE(common.value(k).toInt(), 2);
         QVERIFY(sameValue(common.value(list), nested(2)));
         QVERIFY(!common.contains(other));  // the first dictionary's keys only
+        const auto commonOf = [](const QVariantList& values) {
+            return commonValuesForDictArray(dictionaries(values)).value(k);
+        };
+        QCOMPARE(commonOf({u"1"_s, 1, 0, true, 1.0}), QVariant(1));  // the text is no number
+        QCOMPARE(commonOf({QByteArray("a"), u"b"_s, QByteArray("a")}), QVariant(QByteArray("a")));
 
         // Held against the first value, not against the highest so far.
         const auto stats = [](const QVariantList& values) {

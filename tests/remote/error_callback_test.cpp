@@ -173,6 +173,7 @@ private Q_SLOTS:
             &observer, u"vlCorvalinErrorLabelRefresh"_s,
             [&refreshes](const VLNotification&) { ++refreshes; });
         console.callback.addStringToQueue(u"100% full"_s, host);
+        console.settle();
         console.callback.addStringToQueue(u"100% full"_s, host);  // dropped
         console.now = console.now.addSecs(61);
         console.callback.addStringToQueue(u"%@"_s, otherHost);
@@ -180,8 +181,9 @@ private Q_SLOTS:
                  u"b.local. - 2010-05-03 12:01:01 +0000 - %@\n"
                  "a.local. - 2010-05-03 12:00:00 +0000 - 100% full\n"_s);
         console.callback.removeErrorsForService(host);
+        QCOMPARE(refreshes, 1);
         console.settle();
-        QCOMPARE(refreshes, 3);
+        QCOMPARE(refreshes, 2);  // one for both changes
         QCOMPARE(console.records(), 1);
         QCOMPARE(console.newest(u"hostname"_s).toString(), otherHost);
         console.callback.clearErrorQueue();
@@ -192,11 +194,32 @@ private Q_SLOTS:
     /// An agent that never stops complaining neither fills the memory nor stops the console.
     void queueIsBounded() {
         Console console;
-        const QVariantMap record{{u"description"_s, u"0"_s}, {u"hostname"_s, host}};
-        console.callback.setErrorQueue(QVariantList(VLErrorCallback::maximumRecords, record));
+        QVariantList full;
+        for (int i = 0; i < ErrorQueue::maximumRecords; ++i)
+            full.append(QVariantMap{{u"description"_s, u"0"_s}, {u"hostname"_s, u"h%1"_s.arg(i / 100)}});
+        console.callback.setErrorQueue(full);
         console.callback.addStringToQueue(QString(1'000'000, u'x'), host);
-        QCOMPARE(console.records(), VLErrorCallback::maximumRecords);
-        QCOMPARE(console.newest(u"description"_s).toString().size(), VLErrorCallback::maximumTextLength);
+        QCOMPARE(console.callback.errorCount(), ErrorQueue::maximumRecords);
+        QCOMPARE(console.newest(u"description"_s).toString().size(), ErrorQueue::maximumTextLength);
+
+        // Nor does it push out what the others said.
+        for (int i = 0; i < 500; ++i)
+            console.callback.addStringToQueue(QString::number(i), host);
+        ErrorQueue::Counts counts = console.callback.errorCountsByHost();
+        QCOMPARE(counts.at(host), ErrorQueue::maximumRecordsOfHost);
+        QCOMPARE(counts.at(u"h97"_s), 100);
+        QVERIFY(!counts.contains(u"h98"_s));
+        const auto records = console.callback.errorRecords();
+        QCOMPARE(records->front()->description, u"499"_s);
+        QCOMPARE(records->at(ErrorQueue::maximumRecordsOfHost - 1)->description, u"300"_s);
+
+        console.callback.removeErrorsForService(host);
+        counts = console.callback.errorCountsByHost();
+        int sum = 0;
+        for (const auto& [hostName, count] : counts)
+            sum += count;
+        QCOMPARE(sum, console.records());
+        QVERIFY(!counts.contains(host));
     }
 
     void handsOver_data() {
@@ -247,6 +270,49 @@ private Q_SLOTS:
         QVERIFY(posted.isEmpty());  // not on the calling thread, even when that is the main one
         console.settle();
         QCOMPARE(posted, names);
+
+        // Too many of one kind are dropped, with one line; the other kind and other agents are not touched.
+        console.known.insert(otherHost);
+        const qsizetype before = logLines().size();
+        for (int i = 0; i < 2 * VLErrorCallback::noticesPerMinute; ++i)
+            console.callback.receive(u"taskFinished"_s, {}, host);
+        console.callback.receive(u"incrementProgress"_s, {}, host);
+        console.callback.receive(u"taskFinished"_s, {}, otherHost);
+        console.settle();
+        QCOMPARE(posted.size(), 2 + (VLErrorCallback::noticesPerMinute - 1) + 2);
+        QCOMPARE(
+            logLines().mid(before),
+            QStringList{u"a.local. sends taskFinished too often; the rest of this minute's are ignored."_s});
+        console.now = console.now.addSecs(60);
+        console.callback.receive(u"taskFinished"_s, {}, host);
+        console.settle();
+        QCOMPARE(posted.size(), VLErrorCallback::noticesPerMinute + 4);
+    }
+
+    void isDeafToClientsThatWereRemoved() {
+        Console console;
+        console.known.clear();
+        const QVariantList calls[] = {
+            {u"requestMaintenance:"_s, host},
+            {u"willDisconnect:"_s, host},
+            {u"faultscopeAddLogs:hostName:"_s, QVariantList{1}, host},
+            {u"setSoftwareUpdateCount:hostname:"_s, 4, host},
+            {u"addErrorToQueue:hostname:"_s, suiteError(1006), host},
+            {u"addErrorToQueue:hostname:"_s, suiteError(1000), otherHost},
+            {u"addStringToQueue:userInfo:"_s, u"x"_s, QVariantMap()},
+            {u"addExceptionToQueue:hostname:"_s, QVariantMap(), host},
+            {u"taskFinished"_s},
+        };
+        QObject observer;
+        int notices = 0;
+        VLNotificationCenter::defaultCenter().addObserver(&observer, u"vlCorvalinTaskFinished"_s,
+                                                          [&notices](const VLNotification&) { ++notices; });
+        for (const QVariantList& call : calls)
+            QVERIFY(console.linesOf(call.first().toString(), call.mid(1), host).isEmpty());
+        QVERIFY(console.calls.isEmpty());
+        QCOMPARE(console.records() + notices, 0);
+        console.callback.addStringToQueue(u"The connection was lost."_s, host);  // the console's own words
+        QCOMPARE(console.records(), 1);
     }
 
     void queuesErrorsOfAgents_data() {
@@ -399,6 +465,8 @@ private Q_SLOTS:
         constexpr int threads = 4, calls = 200;
         const QRegularExpression whole(u"^h\\d - 2010-05-03 12:00:00 \\+0000 - e\\d+$"_s);
         Console console;
+        for (int thread = 0; thread < threads; ++thread)
+            console.known.insert(u"h%1"_s.arg(thread));
         std::atomic<int> running{threads};
         for (int thread = 0; thread < threads; ++thread)
             VLThread::detach(u"agent"_s, [&console, &running, thread] {
@@ -430,10 +498,12 @@ private Q_SLOTS:
                          << onThread();
             },
             host);
+        const qsizetype before = logLines().size();
         callback->receive(u"postCallback:"_s, {u"no dictionary"_s}, host);
         callback->receive(u"taskFinished"_s, {}, host);
         for (const QString& output : {u"fine"_s, u"again"_s})
             callback->receive(u"postCallback:"_s, {QVariantMap{{u"output"_s, output}}}, host);
+        QCOMPARE(logLines().size(), before + 1);
         callback.reset();  // the hand-off keeps it until the delegate has seen it
         QVERIFY(answered.isEmpty());
         QVERIFY(MainThread::waitUntil([&answered] { return !answered.isEmpty(); }, patience));

@@ -17,6 +17,11 @@ const QString bundle = u"com.velmora.settlekeep"_s;
 struct SingleBench : Bench {
     explicit SingleBench(const FakeProxy::Answer& answer = {}) { addClients(1, answer); }
     QVariant use(const QString& primitive, const QString& selector, const QVariant& argument = {}) {
+        QVariant answer;
+        const auto body = [&] { answer = useHere(primitive, selector, argument); };
+        return onWorker(body) ? answer : u"stuck"_s;
+    }
+    QVariant useHere(const QString& primitive, const QString& selector, const QVariant& argument = {}) {
         if (primitive == u"read"_s) return runner.objectFromRemoteMethod(selector, argument, {}, client());
         if (primitive == u"task"_s)
             runner.executeRemoteTask(u"0"_s, bundle, {}, client());
@@ -131,10 +136,12 @@ private Q_SLOTS:
         SingleBench bench;
         const QVariantMap options{{u"keep"_s, true}};
         const FakeClientPtr client = bench.client();
-        bench.runner.executeRemoteMethod(u"qmasterStartSharing"_s, 1, 2, client);
-        bench.runner.executeRemoteMethod(u"consolidateCrashLogs:"_s, options, QVariantMap(), client);
-        bench.runner.executeRemoteMethod(u"addonryEnablePlugin:settings:"_s, {}, options, client);
-        bench.runner.executeRemoteTask(u"1"_s, u"b"_s, options, client);
+        QVERIFY(onWorker([&] {
+            bench.runner.executeRemoteMethod(u"qmasterStartSharing"_s, 1, 2, client);
+            bench.runner.executeRemoteMethod(u"consolidateCrashLogs:"_s, options, QVariantMap(), client);
+            bench.runner.executeRemoteMethod(u"addonryEnablePlugin:settings:"_s, {}, options, client);
+            bench.runner.executeRemoteTask(u"1"_s, u"b"_s, options, client);
+        }));
         QList<QVariantList> sent;
         for (const auto& call : client->proxy->sent())
             sent.append(call.second);
@@ -189,11 +196,22 @@ private Q_SLOTS:
             return proxy.probeLimit.load() == 10s ? proxy.performLimit.load() : -1s;
         };
         QCOMPARE(limitOf(u"read"_s, list), 60s);
-        QCOMPARE(limitOf(u"read"_s, u"computerIcon"_s), 300s);
+        for (const char* selector : {"computerIcon", "gatherLogs", "logWithFilename:"})
+            QCOMPARE(limitOf(u"read"_s, QLatin1String(selector)), 300s);
         QCOMPARE(limitOf(u"execute"_s, list), noTimeLimit);
         QCOMPARE(limitOf(u"task"_s, {}), noTimeLimit);
-        (void)bench.runner.objectFromRemoteTask(u"1"_s, bundle, {}, bench.client());
-        QCOMPARE(bench.client()->proxy->performLimit.load(), 60s);
+    }
+
+    /// It would stand still for as long as the agent likes.
+    void refusesTheMainThread() {
+        for (const QString& primitive : {u"read"_s, u"execute"_s, u"task"_s}) {
+            SingleBench bench([](const QString&, const QVariantList&) { return QVariantList{1}; });
+            const qsizetype before = logLines().size();
+            QVERIFY(!bench.useHere(primitive, list).isValid());
+            QCOMPARE(logLines().mid(before),
+                     QStringList{u"Error: trying to call a client on main thread. Aborting..."_s});
+            QVERIFY(bench.client()->proxy->sent().isEmpty());
+        }
     }
 
     void answersAreChecked_data() {

@@ -1,3 +1,4 @@
+#include "remote/CallbackObject.h"
 #include "remote/support/HostileAgent.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
@@ -123,6 +124,22 @@ private Q_SLOTS:
         QVERIFY(fixture.target->count() >= 200);
         QVERIFY(double(fixture.target->count()) <= 200 + seconds * 4 * 200);
         QVERIFY(client->control().isValid());
+    }
+
+    /// One callback may be as large as it likes; those after it wait until it is paid for.
+    void large_callbacks_are_paced_by_their_bytes() {
+        kj::EventLoop loop;
+        kj::WaitScope scope(loop);
+        kj::TimerImpl timer(kj::origin<kj::TimePoint>());
+        RemoteLimits limits;
+        limits.callbackBytesPerSecond = 1'000;
+        CallbackGate gate(timer, limits);
+        kj::Promise<void> large = gate.enter(5'000), small = gate.enter(10);
+        QVERIFY(large.poll(scope) && !small.poll(scope));
+        for (const auto& [seconds, isIn] : {std::pair(3, false), std::pair(5, true)}) {
+            timer.advanceTo(kj::origin<kj::TimePoint>() + seconds * kj::SECONDS);
+            QCOMPARE(small.poll(scope), isIn);
+        }
     }
 };
 

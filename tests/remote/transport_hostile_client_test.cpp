@@ -62,6 +62,43 @@ private Q_SLOTS:
             QVERIFY(peer.isClosed());
     }
 
+    void connections_that_are_reset_at_once_keep_nobody_out() {
+        const TransportFixture fixture;
+        const auto server = fixture.serve();
+        for (int index = 0; index < 300; ++index) {
+            const auto socket =
+                SocketConnector::connect(u"127.0.0.1"_s, server->port(), Deadline(std::chrono::seconds(10)));
+            const linger atOnce{1, 0};
+            QCOMPARE(::setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce), 0);
+        }
+        QVERIFY(works(*fixture.connect(server->port())));
+    }
+
+    void control_operations_get_past_a_hung_one_and_the_end_does_not_wait_for_it_for_ever() {
+        TransportFixture fixture;
+        Gate relaunched;
+        for (const QString& selector : {u"ping"_s, u"relaunch"_s})
+            fixture.root->on(selector, [&](const QVariantList&, quint64) {
+                relaunched.open();
+                return QVariant(true);
+            });
+        auto server = fixture.serve();
+        const auto console = fixture.connect(server->port());
+        std::thread caller([&] { (void)raisedBy([&] { console->proxy().perform(u"wait"_s); }); });
+        QVERIFY(fixture.root->arrived.wait());
+        QVERIFY(console->proxy().perform(u"ping"_s, {}, 10s).toBool());
+        console->proxy().perform(u"relaunch"_s);
+        QVERIFY(relaunched.wait());
+        QVERIFY(VLException::didTimeout(raisedBy([&] { console->proxy().perform(u"echo:"_s, {1}, 100ms); })));
+
+        QVERIFY(!server->stop(50ms));
+        server.reset();
+        caller.join();
+        QCOMPARE(fixture.root->closedPeers.load(), 0);
+        fixture.root->release.open();
+        QTRY_COMPARE(fixture.root->closedPeers.load(), 1);
+    }
+
     void no_more_connections_than_allowed() {
         const TransportFixture fixture;
         auto options = fixture.serverOptions();

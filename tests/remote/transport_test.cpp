@@ -68,6 +68,9 @@ private Q_SLOTS:
         fixture.root->on(u"fail"_s, [&](const QVariantList&, quint64) -> QVariant {
             throw VLException(u"VLTaskException"_s, u"busy"_s, userInfo);
         });
+        fixture.root->on(u"chatter"_s, [](const QVariantList&, quint64) -> QVariant {
+            throw VLException(QString(100'000, u'n'), QString(100'000, u'r'));
+        });
         fixture.root->on(u"unsendable"_s, [](const QVariantList&, quint64) { return QVariant(QSize(1, 1)); });
         const auto server = fixture.serve();
         const auto client = fixture.connect(server->port());
@@ -83,6 +86,8 @@ private Q_SLOTS:
         QCOMPARE(raised.name(), u"VLTaskException"_s);
         QCOMPARE(raised.reason(), u"busy"_s);
         QCOMPARE(raised.userInfo(), userInfo);
+        const VLException cut = raisedBy([&] { proxy.perform(u"chatter"_s); });
+        QCOMPARE(cut.name().size() + cut.reason().size(), 200 + 4'000);
         for (const QString& selector : {u"nonsense"_s, u"unsendable"_s})
             QCOMPARE(raisedBy([&] { proxy.perform(selector); }).name(), VLException::invalidArgument);
         QVERIFY_THROWS_EXCEPTION(VLUnsentCallException, proxy.perform(u"echo:"_s, {QSize(1, 1)}));

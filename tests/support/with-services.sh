@@ -1,5 +1,5 @@
 #!/bin/bash
-# with-services.sh [--avahi yes|no] COMMAND [ARGUMENT...]
+# with-services.sh [--avahi yes|no] [--polkit POLICY] COMMAND [ARGUMENT...]
 #
 # Runs COMMAND with a system bus of its own and, unless told otherwise, an Avahi daemon of its own on that bus.
 # The daemon keeps to the loopback interface: nothing reaches the network, and nothing on this machine is
@@ -11,28 +11,47 @@
 #   ORLENDO_AVAHI_COMMAND          starts the daemon anew after it was killed; unset where no private daemon runs
 #   ORLENDO_AVAHI_PID_FILE         holds the daemon's process number
 # Where the daemon can't be started the command is run all the same: programs then use Avahi's embedded core.
+#
+# With --polkit there is a polkit daemon in place of Avahi's, which knows the actions in the file POLICY, and
+# COMMAND runs as orlendo-user, who has no rights. The administrator is orlendo-admin; both have the password
+# "opensesame". These users, the bus and the daemon's settings exist in a mount namespace of our own only, so
+# this takes root. COMMAND then also finds
+#   ORLENDO_POLKIT_ROOT            a folder of root's that everybody may read
+# Where that can't be had the command is run as whoever called, without that variable.
 # shellcheck disable=SC2317  # functions that are called through trap and wait_until
 set -u
 
-avahi=yes
+arguments=("$@")
+avahi=yes policy=''
 while [ $# -gt 0 ]; do
     case $1 in
         --avahi) avahi=${2:-}; shift 2 ;;
         --avahi=*) avahi=${1#*=}; shift ;;
+        --polkit) policy=${2:-} avahi=no; shift 2 ;;
         --) shift; break ;;
         *) break ;;
     esac
 done
 if [ $# -eq 0 ] || { [ "$avahi" != yes ] && [ "$avahi" != no ]; }; then
-    echo "usage: ${0##*/} [--avahi yes|no] COMMAND [ARGUMENT...]" >&2
+    echo "usage: ${0##*/} [--avahi yes|no] [--polkit POLICY] COMMAND [ARGUMENT...]" >&2
     exit 2
 fi
 
 say() { echo "${0##*/}: $*" >&2; }
 
+# Programs that change users look for the bus at its standard place only: it must be ours there.
+if [ -n "$policy" ] && [ -z "${ORLENDO_OWN_MOUNTS:-}" ]; then
+    if [ "$(id -u)" = 0 ] && unshare --mount true 2>/dev/null; then
+        ORLENDO_OWN_MOUNTS=yes exec unshare --mount --propagation private "$0" "${arguments[@]}"
+    fi
+    say "no rights to have mounts of our own; going on without polkit"
+    policy=''
+fi
+unset ORLENDO_OWN_MOUNTS
+
 # Not below $TMPDIR: that may lie in /run, which the daemon sees an empty copy of.
 folder=$(mktemp -d /tmp/orlendo-services.XXXXXX) || exit 1
-bus_pid='' command_pid=''
+bus_pid='' command_pid='' polkit_pid='' socket=$folder/bus
 export ORLENDO_AVAHI_PID_FILE=$folder/avahi.pid
 
 end_process() {  # PID: asks it to end, and insists after two seconds
@@ -50,6 +69,7 @@ clean_up() {
     trap '' INT TERM HUP
     end_process "$command_pid"
     [ -s "$ORLENDO_AVAHI_PID_FILE" ] && end_process "$(<"$ORLENDO_AVAHI_PID_FILE")"
+    end_process "$polkit_pid"
     end_process "$bus_pid"
     rm -rf "$folder"
 }
@@ -75,7 +95,7 @@ start_bus() {
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>system</type>
-  <listen>unix:path=$folder/bus</listen>
+  <listen>unix:path=$socket</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow user="*"/>
@@ -89,7 +109,7 @@ EOF
     setsid setpriv --pdeathsig TERM dbus-daemon --config-file="$folder/bus.conf" --nofork --nopidfile \
         >"$folder/bus.log" 2>&1 </dev/null &
     bus_pid=$!
-    export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$folder/bus
+    export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$socket
     wait_until 10 dbus-send --system --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
         org.freedesktop.DBus.GetId
 }
@@ -167,12 +187,63 @@ EOF
     return 1
 }
 
+user=64101 admin=64102
+as_user=(setpriv "--reuid=$user" "--regid=$user" --clear-groups env "HOME=$folder/home" USER=orlendo-user)
+
+# Users, the place of the bus, and polkit's settings, for this mount namespace.
+own_the_machine() {
+    local file hash copies=/run/accounts  # a copy of the machine's passwords never lies on its disk
+    chmod 711 "$folder"
+    mkdir -m 755 "$folder/home" "$folder/root" && chown $user:$user "$folder/home" &&
+        mount -t tmpfs -o mode=755 none /run && mkdir /run/dbus $copies || return 1
+    socket=/run/dbus/system_bus_socket
+    cp -p /etc/passwd /etc/group /etc/shadow $copies || return 1
+    printf '%s\n' "orlendo-user:x:$user:$user::$folder/home:/bin/sh" "orlendo-admin:x:$admin:$admin::/:/bin/sh" \
+        >>$copies/passwd
+    printf '%s\n' "orlendo-user:x:$user:" "orlendo-admin:x:$admin:" >>$copies/group
+    hash=$(openssl passwd -6 -stdin <<<opensesame) || return 1
+    printf '%s\n' "orlendo-user:$hash:19000:0:99999:7:::" "orlendo-admin:$hash:19000:0:99999:7:::" >>$copies/shadow
+    for file in passwd group shadow; do
+        mount --bind $copies/$file /etc/$file || return 1
+    done
+    mount -t tmpfs -o mode=755 none /usr/share/polkit-1/actions && cp "$policy" /usr/share/polkit-1/actions &&
+        mount -t tmpfs -o mode=755 none /etc/polkit-1 && mkdir /etc/polkit-1/rules.d || return 1
+    echo 'polkit.addAdminRule(function() { return ["unix-user:orlendo-admin"]; });' \
+        >/etc/polkit-1/rules.d/00-test.rules
+}
+
+polkit_answers() {
+    dbus-send --system --print-reply --dest=org.freedesktop.PolicyKit1 /org/freedesktop/PolicyKit1/Authority \
+        org.freedesktop.DBus.Peer.Ping
+}
+
+start_polkit() {  # COMMAND
+    # Neither works where programs may not change users, or in a build folder that is hidden from others.
+    "${as_user[@]}" pkexec --version >/dev/null || { say "pkexec doesn't work here"; return 1; }
+    "${as_user[@]}" test -x "$1" || { say "other users can't run $1"; return 1; }
+    setsid setpriv --pdeathsig TERM /usr/lib/polkit-1/polkitd --no-debug >"$folder/polkit.log" 2>&1 </dev/null &
+    polkit_pid=$!
+    wait_until 15 polkit_answers && return 0
+    say "the polkit daemon doesn't start:"
+    tail -n 5 "$folder/polkit.log" >&2
+    return 1
+}
+
+if [ -n "$policy" ] && ! own_the_machine; then
+    say "no users and settings of our own; going on without polkit"
+    policy=''
+fi
 export CORVALIN_DISCOVERY_INTERFACES=${CORVALIN_DISCOVERY_INTERFACES-lo}
 if ! start_bus; then
     say "no private system bus; going on without it"
+    policy=''
 elif [ "$avahi" = yes ] && ! start_avahi; then
     say "going on without an Avahi daemon"
     unset ORLENDO_AVAHI_COMMAND
+fi
+if [ -n "$policy" ] && start_polkit "$1"; then
+    export ORLENDO_POLKIT_ROOT=$folder/root
+    set -- "${as_user[@]}" "$@"
 fi
 
 # In the background, so that signals are acted on at once. Bash makes background commands ignore Ctrl-C.

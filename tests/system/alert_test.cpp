@@ -1,3 +1,4 @@
+#include "support/NoMoreThreads.h"
 #include "support/TestEnvironment.h"
 #include "system/VLAlert.h"
 
@@ -125,6 +126,13 @@ private Q_SLOTS:
                  code);
         QVERIFY(timer.elapsed() < 4000);
         QCOMPARE(m_shown.at(0)->isOrderedOut, code == 1);
+    }
+
+    void timePassesWithoutAThread() {
+        present();
+        const NoMoreThreads none;
+        QCOMPARE(VLAlert::timedAlertSheetWithMessageText(u"Relaunching"_s, {}, {}, {}, {}, nullptr, 30ms), 1);
+        QVERIFY(m_shown.at(0)->isOrderedOut);
     }
 
     void quittingEndsEveryWait_data() {

@@ -121,6 +121,18 @@ private Q_SLOTS:
         QTEST(list.complaint, "complaint");
     }
 
+    /// Whatever else an agent sends would be kept once for every client.
+    void onlyWhatIsUsedIsKept() {
+        const QDateTime date = QDateTime::currentDateTimeUtc();
+        const PluginList list =
+            PluginList::fromAnswer(QVariantList{QVariantMap{{"name", "x"},
+                                                            {"moddate", date},
+                                                            {"hostname", "other.local."},
+                                                            {"ballast", QString(1000, u'b')}}});
+        QCOMPARE(list.instances, (QList{QVariantMap{{"name", "x"}, {"moddate", date}}}));
+        QVERIFY(list.complaint.isEmpty());
+    }
+
     void numbers_data() {
         QTest::addColumn<QVariant>("value");
         QTest::addColumn<QVariant>("disabled");

@@ -189,6 +189,19 @@ private Q_SLOTS:
         m_sound->setNeedsMaintenance(true);
         controller().services().serviceChanged(m_sound);
         QVERIFY(enabled("Cancel Maintenance Request"));
+        // What the client would not be told is not offered.
+        m_sound->showError(2006);
+        controller().services().serviceChanged(m_sound);
+        QVERIFY(enabled("Stop Client") && enabled("Restart Client") &&
+                !enabled("Cancel Maintenance Request"));
+        Q_EMIT controller().serviceOutlineBadgeClicked(m_sound, u"maintenance"_s);
+        QVERIFY(!find<QDialog>("maintenanceSheet")->findChild<QPushButton*>()->text().contains(u"Request"_s));
+        find<QDialog>("maintenanceSheet")->accept();
+        m_sound->showError(0);
+        m_sound->setEnabled(false);
+        controller().services().serviceChanged(m_sound);
+        QVERIFY(!enabled("Stop Client") && !enabled("Restart Client") && enabled("Reconnect"));
+        m_sound->setEnabled(true);
         m_sound->showNotConnected({});
         controller().services().serviceChanged(m_sound);
         QVERIFY(enabled("Reconnect") && !enabled("Stop Client") && !enabled("Restart Client"));
@@ -204,7 +217,7 @@ private Q_SLOTS:
         QVERIFY(!goTo->isEnabled());
         const QStringList clients{u"Left"_s, u"Cut & Paste"_s};
         for (const QString& name : clients)
-            controller().discovery().addManualConnection(name, u"127.0.0.1"_s, 1);
+            controller().discovery().addManualConnection(name, u"127.0.0.1"_s, int(name.size()));
         Q_EMIT computer->aboutToShow();
         QVERIFY(goTo->isEnabled());
         QCOMPARE(goTo->actions().size(), clients.size());
@@ -224,14 +237,80 @@ private Q_SLOTS:
         };
         QVERIFY(badge().isEmpty());
         controller().setSoftwareUpdateCount(3, m_sound->hostName());
-        QVERIFY(!badge().isEmpty());
+        QTRY_VERIFY(!badge().isEmpty());
+        QVERIFY(clientRow(u"Sound"_s)
+                    .data(Qt::AccessibleTextRole)
+                    .toString()
+                    .endsWith(u", 3 software updates available"_s));
         QTest::mouseClick(clientView()->viewport(), Qt::LeftButton, {}, badge().center());
         QCOMPARE(clicked.size(), 1);
         QCOMPARE(clicked.first().first().value<VLServicePtr>(), VLServicePtr(m_sound));
         click(u"Sound"_s);
         QCOMPARE(clicked.size(), 1);
-        controller().setSoftwareUpdateCount(0, m_sound->hostName());
-        QVERIFY(badge().isEmpty());
+        action("Show Software Updates")->trigger();  // for those who don't click
+        QCOMPARE(clicked.size(), 2);
+
+        QSignalSpy totals(&controller(), &AppController::softwareUpdateCountChanged);
+        for (const qlonglong count : {3, 0, 0})
+            controller().setSoftwareUpdateCount(count, m_sound->hostName());
+        QCOMPARE(totals.size(), 1);
+        QTRY_VERIFY(badge().isEmpty());
+        QVERIFY(!action("Show Software Updates")->isEnabled());
+        controller().services().removeServiceFromList(m_sound);
+        controller().setSoftwareUpdateCount(3, m_sound->hostName());  // still on its way at the removal
+        QCOMPARE(controller().softwareUpdateCount(), 0);
+    }
+
+    void clientAddedByHandIsNotForgottenUnasked() {
+        const VLServicePtr byHand =
+            controller().discovery().addManualConnection(u"By hand"_s, u"127.0.0.1"_s, 1);
+        controller().services().setSelectedServices({byHand});
+        const auto answer = [this](const char* button) {
+            action("Disconnect")->trigger();
+            find<AlertSheet>("alertSheet")->findChild<QPushButton*>(QLatin1String(button))->click();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        };
+        answer("alternateButton");
+        QCOMPARE(controller().services().serviceArray(), QList{byHand});
+        answer("defaultButton");
+        QVERIFY(controller().services().serviceArray().isEmpty());
+    }
+
+    void alertsOfWorkers_data() {
+        QTest::addColumn<int>("interval");
+        QTest::addColumn<QString>("happens");
+        QTest::addColumn<int>("code");
+        QTest::newRow("answered") << 0 << u"alternateButton"_s << int(VLAlert::AlternateReturn);
+        QTest::newRow("time passes") << 50 << QString() << int(VLAlert::DefaultReturn);
+        QTest::newRow("answered in time") << 60'000 << u"alternateButton"_s << int(VLAlert::AlternateReturn);
+        QTest::newRow("window goes") << 0 << u"delete"_s << int(VLAlert::OtherReturn);
+        QTest::newRow("window is closed") << 0 << u"close"_s << int(VLAlert::OtherReturn);
+    }
+    void alertsOfWorkers() {
+        QFETCH(int, interval);
+        QFETCH(QString, happens);
+        auto* parent = new QWidget(&window());
+        parent->setWindowFlag(Qt::Window);
+        parent->show();
+        std::atomic<int> code{99};
+        VLThread::detach(u"asks"_s, [&code, interval, parent] {
+            const std::chrono::milliseconds time(interval);
+            code = interval > 0 ? VLAlert::timedAlertSheetWithMessageText(u"Sync?"_s, u"Sync"_s, u"Later"_s,
+                                                                          {}, {}, parent, time)
+                                : VLAlert::alertSheetWithMessageText(u"Sync?"_s, u"Sync"_s, u"Later"_s, {},
+                                                                     {}, parent, true);
+        });
+        QPointer<AlertSheet> sheet;
+        QTRY_VERIFY((sheet = parent->findChild<AlertSheet*>()) && sheet->isVisible());
+        if (happens == u"delete"_s)
+            delete parent;
+        else if (happens == u"close"_s)
+            parent->close();
+        else if (!happens.isEmpty())
+            sheet->findChild<QPushButton*>(happens)->click();
+        QTRY_VERIFY(code != 99);
+        QTEST(code.load(), "code");
+        QTRY_VERIFY(!sheet);
     }
 
     void addComputer_data() {
@@ -414,7 +493,7 @@ private Q_SLOTS:
         window().showLog();
         auto* log = window().findChild<LogWindow*>();
         auto* text = log->findChild<QPlainTextEdit*>(u"logText"_s);
-        QVERIFY(text->toPlainText().contains(u"a needle in it"_s));
+        QTRY_VERIFY(text->toPlainText().contains(u"a needle in it"_s));
         VLLog::appendLog(u"written later"_s);
         QTRY_VERIFY(text->toPlainText().contains(u"written later"_s));
         QTest::keyClicks(log->findChild<QLineEdit*>(), u"needle"_s);

@@ -1,5 +1,6 @@
 // Draws the windows with sample data into PNG files, light and dark: ui_pictures [FOLDER]
 #include "SampleConsole.h"
+#include "app/window/AuthSheet.h"
 #include "app/window/ErrorLogWindow.h"
 #include "app/window/LogWindow.h"
 #include "app/window/PreferencesWindow.h"
@@ -44,7 +45,7 @@ void save(QWidget& widget, const QString& name) {
 
 /// Rows of every kind: alike, missing, and differing in version, state or access.
 QList<VLPluginItem> samplePlugins(const QStringList& hosts) {
-    const QStringList names{"Alpha Transitions", "Boris Glow",
+    const QStringList names{"Alpha Transitions", "Bright Glow",
                             "Channel Strip",     "Chroma Desk",
                             "Compressor Bank",   "Drop Shadow Plus",
                             "Film Grain",        "Flicker Removal",
@@ -170,6 +171,15 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     identity.show();
     save(identity, u"identity"_s);
     identity.hide();
+    console.controller->authorization().setView(nullptr);
+    AuthSheet authorization(console.controller->authorization(), console.window.get());
+    authorization.showSheet(
+        {one, u"Please enter an administrator username and password:"_s, u"anna"_s, true});
+    authorization.findChild<QLineEdit*>(u"authPasswordText"_s)->setText(u"letters"_s);
+    save(authorization, u"authorization"_s);
+    authorization.setChecking(true);
+    save(authorization, u"authorization-checking"_s);
+    authorization.orderOut();
     WelcomeSheet welcome(console.window.get());
     welcome.show();
     save(welcome, u"welcome"_s);
@@ -204,8 +214,12 @@ void drawPreferences(SampleConsole& console) {
         save(*preferences, u"preferences-"_s + QString::fromLatin1(section).toLower());
     }
     preferences->findChild<QCheckBox*>(u"requireAdminPassword"_s)->click();
-    save(*preferences->findChild<AlertSheet*>(), u"alert-lockout"_s);
-    preferences->findChild<AlertSheet*>()->reject();
+    // Where an administrator can be asked there is nothing to warn of.
+    if (auto* lockout = preferences->findChild<AlertSheet*>()) {
+        save(*lockout, u"alert-lockout"_s);
+        lockout->reject();
+    }
+    VLUserDefaults::standardUserDefaults().removeObjectForKey(u"requireAdminPassword"_s);
     VLAlert::alertSheetWithMessageText(
         u"Replace the plug-in on 3 computers?"_s, u"Replace"_s, u"Skip"_s, u"Cancel"_s,
         u"Edit Bay 2 has a newer version <b>2.1</b> of “Alpha Transitions”. It will be replaced by 2.0."_s,

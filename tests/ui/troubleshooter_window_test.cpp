@@ -1,6 +1,7 @@
 // The connection troubleshooter and the client information panel, driven through the real window.
 
 #include "SampleConsole.h"
+#include "clients/support/LoopbackAgent.h"
 #include "clients/view/AddComputerSheet.h"
 #include "clients/view/ClientInfoPanel.h"
 #include "clients/view/ClientOutline.h"
@@ -107,6 +108,33 @@ private Q_SLOTS:
         services.setSelectedServices({one, two});
         QCOMPARE(panel->service(), nullptr);
         services.removeServiceFromList(one);
+    }
+
+    /// Also of an agent that is too old for anything else.
+    void asksTheAgentAboutItsMachine() {
+        AppController& controller = *m_console.controller;
+        LoopbackAgent agent(VLService::environment()->identity.certificate);
+        agent.root->setAnswer("systemSpecs",
+                              QVariantMap{{u"processor"_s, u"G5"_s}, {u"rackUnit"_s, qlonglong(7)}});
+        agent.root->setAnswer("computerIcon:", pngOf({512, 512}));
+        const VLServicePtr client =
+            controller.discovery().addManualConnection(u"Bay"_s, agent.address(), agent.port());
+        QTRY_VERIFY(client->isConnected() && !client->configDict().isEmpty());
+        client->setErrorCode(2006);
+        QImage picture;
+        connect(&controller, &AppController::largeServiceIconFetched, this,
+                [&](const VLServicePtr&, const QImage& fetched) { picture = fetched; });
+        controller.showInfo(client);
+        auto* panel = m_console.window->findChild<ClientInfoPanel*>();
+        const auto value = [&](const char* row) {
+            const auto* label = panel->findChild<QLabel*>(u"info:"_s + QLatin1String(row));
+            return label ? label->text() : QString();
+        };
+        QTRY_COMPARE(value("Processor"), u"G5"_s);
+        QCOMPARE(value("Rack unit"), u"7"_s);
+        QTRY_COMPARE(picture.size(), QSize(256, 256));
+        panel->showService(m_console.add("Bay 2", "192.168.1.22"));
+        QTRY_VERIFY(value("Processor").isEmpty());
     }
 };
 

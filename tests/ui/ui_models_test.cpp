@@ -207,16 +207,19 @@ private Q_SLOTS:
         ErrorLogModel model(friendly);
         const QAbstractItemModelTester tester(&model, failing);
         const auto record = [](const char* text, const char* application = "") {
-            return QVariantMap{{u"description"_s, QString::fromLatin1(text)},
-                               {u"hostname"_s, u"bay.local."_s},
-                               {u"appName"_s, QString::fromLatin1(application)},
-                               {u"date"_s, QDateTime::currentDateTimeUtc()}};
+            return std::make_shared<const ErrorRecord>(
+                ErrorRecord{QString::fromLatin1(text),
+                            u"bay.local."_s,
+                            QString::fromLatin1(application),
+                            QDateTime::currentDateTimeUtc(),
+                            {}});
         };
-        QVariantList queue{record("first")};
+        ErrorQueue::Records queue{record("first")};
         model.setQueue(queue);
         QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
-        queue.prepend(record("second", "Compressor"));
+        queue.insert(queue.begin(), {record("third"), record("second", "Compressor")});
         model.setQueue(queue);
+        queue.erase(queue.begin());
         model.setQueue(queue);
         QCOMPARE(resets.size(), 0);
         QCOMPARE(model.rowCount(), 2);
@@ -249,9 +252,8 @@ private Q_SLOTS:
             addonry.index(2, AddonryModel::Name, addonry.index(0, 0)).data(Qt::ToolTipRole).toString()));
 
         ErrorLogModel errors(friendly);
-        errors.setQueue({QVariantMap{{u"description"_s, markup},
-                                     {u"hostname"_s, markup},
-                                     {u"date"_s, QDateTime::currentDateTimeUtc()}}});
+        errors.setQueue({std::make_shared<const ErrorRecord>(
+            ErrorRecord{markup, markup, {}, QDateTime::currentDateTimeUtc(), {}})});
         for (const int column : {ErrorLogModel::Computer, ErrorLogModel::Description})
             QVERIFY(isLiteral(errors.index(0, column).data(Qt::ToolTipRole).toString()));
 

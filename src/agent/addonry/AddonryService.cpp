@@ -5,7 +5,11 @@
 #include "agent/dispatch/OperationTable.h"
 
 void addAddonryOperations(OperationTable& table, AgentContext& agent) {
-    table.add(QStringLiteral("addonryPluginList"), [&agent](const OperationCall&) {
-        return QVariant(PluginCatalog::list(agent.tree, agent.consoleUser()));
+    table.add(QStringLiteral("addonryPluginList"), [&agent](const OperationCall& call) {
+        const QVariantList plugins = PluginCatalog::list(agent.tree, agent.consoleUser());
+        if (plugins.size() >= PluginCatalog::maximumPlugins)
+            agent.log.append(call.peer, QStringLiteral("Only the first %i plug-ins are listed."),
+                             PluginCatalog::maximumPlugins);
+        return QVariant(plugins);
     });
 }

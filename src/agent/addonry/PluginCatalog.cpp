@@ -1,7 +1,6 @@
 #include "agent/addonry/PluginCatalog.h"
 
 #include "agent/tree/BundleInfo.h"
-#include "logs/VLLog.h"
 
 namespace PluginCatalog {
 
@@ -13,15 +12,20 @@ constexpr int deepestGroup = 3;
 class FolderScan {
 public:
     FolderScan(const WorkstationTree& tree, const Folder& folder, bool disabled, QVariantList& plugins)
-        : m_tree(tree), m_folder(folder), m_disabled(disabled), m_plugins(plugins) {}
+        : m_tree(tree),
+          m_folder(folder),
+          m_links(folder.accessType == CurrentUser ? WorkstationTree::Links::Refuse
+                                                   : WorkstationTree::Links::Follow),
+          m_disabled(disabled),
+          m_plugins(plugins) {}
 
     void scan(const QString& path, int depth = 0) {
-        const auto entries = m_tree.entries(path);
+        const auto entries = m_tree.entries(path, m_links);
         for (const auto& listed : entries) {
             if (listed.name.startsWith(u'.') || m_plugins.size() >= maximumPlugins) continue;
             const QString itemPath = path + u'/' + listed.name;
             if (isPlugin(listed.name)) {
-                add(itemPath);
+                add(itemPath, listed);
             } else if (listed.kind == WorkstationTree::Kind::Folder && depth < deepestGroup) {
                 scan(itemPath, depth + 1);  // links are not followed here: two of them could make a circle
             }
@@ -34,27 +38,39 @@ private:
                fileName.endsWith(u'.' + m_folder.extension, Qt::CaseInsensitive);
     }
 
-    void add(const QString& path) {
-        const auto item = m_tree.entry(path);  // follows a link to a plug-in kept elsewhere on the disk
+    void add(const QString& path, const WorkstationTree::Entry& listed) {
+        using Kind = WorkstationTree::Kind;
+        const bool isOpaque = listed.kind == Kind::Link && m_links == WorkstationTree::Links::Refuse;
+        if (isOpaque) return append(path, nameOnly(listed));
+        const auto item = m_tree.entry(path, m_links);
         if (!item) return;
-        const bool isBundle = item->kind == WorkstationTree::Kind::Folder;
         const bool mayBeFile = m_folder.type == u"FxScript";
-        if (!isBundle && !(mayBeFile && item->kind == WorkstationTree::Kind::File)) return;
-        const auto info = readBundleInfo(m_tree, path);
-        if (!info) return;
+        if (item->kind != Kind::Folder && !(mayBeFile && item->kind == Kind::File)) return;
+        if (const auto info = readBundleInfo(m_tree, path, m_links)) append(path, *info);
+    }
+
+    [[nodiscard]] BundleInfo nameOnly(const WorkstationTree::Entry& listed) const {
+        BundleInfo info;
+        info.name = listed.name.chopped(m_folder.extension.size() + 1);
+        info.modified = listed.modified;
+        return info;
+    }
+
+    void append(const QString& path, const BundleInfo& info) {
         m_plugins.append(QVariantMap{
-            {QStringLiteral("name"), info->name},
+            {QStringLiteral("name"), info.name},
             {QStringLiteral("fullPath"), path},
-            {QStringLiteral("version"), info->version},
+            {QStringLiteral("version"), info.version},
             {QStringLiteral("type"), m_folder.type},
             {QStringLiteral("disabled"), qlonglong(m_disabled ? 1 : 0)},
             {QStringLiteral("accessType"), qlonglong(m_folder.accessType)},
-            {QStringLiteral("moddate"), info->modified},
+            {QStringLiteral("moddate"), info.modified},
         });
     }
 
     const WorkstationTree& m_tree;
     const Folder& m_folder;
+    WorkstationTree::Links m_links;
     bool m_disabled;
     QVariantList& m_plugins;
 };
@@ -92,8 +108,6 @@ QVariantList list(const WorkstationTree& tree, const QString& user) {
         FolderScan(tree, folder, false, plugins).scan(folder.path);
         FolderScan(tree, folder, true, plugins).scan(disabledPath(folder.path));
     }
-    if (plugins.size() >= maximumPlugins)
-        VLLog::appendLog(QStringLiteral("Only the first %i plug-ins are listed."), maximumPlugins);
     return plugins;
 }
 

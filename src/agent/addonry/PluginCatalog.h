@@ -10,7 +10,9 @@
 /// A plug-in is enabled by lying in its folder and disabled by lying in a folder of the same name with
 /// " (Disabled)" behind it, where the suite's applications do not look. FxPlug and Audio Unit plug-ins are
 /// bundles. FxScript plug-ins are bundles or single files with the extension "fcfcc"; a single file has no
-/// version (an empty text). Folders inside a plug-in folder group plug-ins and are searched too.
+/// version (an empty text). Folders inside a plug-in folder group plug-ins and are searched too. A link to a
+/// plug-in kept elsewhere is followed in the machine's folders; in a user's folders it is listed by its name
+/// alone, because the user could have made it lead to what is none of the user's business.
 namespace PluginCatalog {
 
 /// The numbers that "accessType" holds.

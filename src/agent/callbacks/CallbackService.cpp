@@ -5,10 +5,20 @@
 
 namespace {
 
-/// The information that goes with an error always names this machine, whatever the sender wrote.
-QVariantMap withHostName(QVariantMap userInfo, const AgentContext& agent) {
-    userInfo.insert(QStringLiteral("hostname"), agent.hostName.get());
-    return userInfo;
+/// Errors that a process of this machine reports go to every console, so one console alone must not be able
+/// to fill the others' queues with them. They always name this machine, whatever the sender wrote.
+OperationTable::Handler passOn(AgentContext& agent, const char* callback) {
+    return [&agent, selector = QString::fromLatin1(callback)](const OperationCall& call) {
+        if (!agent.reports.take(call.peer)) {
+            agent.log.append(call.peer, QStringLiteral("Too many errors are reported; %@ is dropped."),
+                             selector);
+            return QVariant();
+        }
+        QVariantList arguments = call.arguments;
+        if (arguments.size() == 1) arguments.append(agent.hostName.get());
+        agent.consoles.postToAll(selector, arguments);
+        return QVariant();
+    };
 }
 
 }  // namespace
@@ -28,24 +38,8 @@ void addCallbackOperations(OperationTable& table, AgentContext& agent) {
         consoles.postToCaller(call.peer, QStringLiteral("incrementProgress"));
         return QVariant();
     });
-    table.add(QStringLiteral("postError:"), [&agent](const OperationCall& call) {
-        agent.consoles.postToAll(QStringLiteral("addErrorToQueue:hostname:"),
-                                 {call.arguments.at(0), agent.hostName.get()});
-        return QVariant();
-    });
-    table.add(QStringLiteral("postError:userInfo:"), [&agent](const OperationCall& call) {
-        agent.consoles.postToAll(QStringLiteral("addErrorToQueue:userInfo:"),
-                                 {call.arguments.at(0), withHostName(call.arguments.at(1).toMap(), agent)});
-        return QVariant();
-    });
-    table.add(QStringLiteral("postErrorString:"), [&agent](const OperationCall& call) {
-        agent.consoles.postToAll(QStringLiteral("addStringToQueue:hostname:"),
-                                 {call.arguments.at(0), agent.hostName.get()});
-        return QVariant();
-    });
-    table.add(QStringLiteral("postErrorString:userInfo:"), [&agent](const OperationCall& call) {
-        agent.consoles.postToAll(QStringLiteral("addStringToQueue:userInfo:"),
-                                 {call.arguments.at(0), withHostName(call.arguments.at(1).toMap(), agent)});
-        return QVariant();
-    });
+    table.add(QStringLiteral("postError:"), passOn(agent, "addErrorToQueue:hostname:"));
+    table.add(QStringLiteral("postError:userInfo:"), passOn(agent, "addErrorToQueue:userInfo:"));
+    table.add(QStringLiteral("postErrorString:"), passOn(agent, "addStringToQueue:hostname:"));
+    table.add(QStringLiteral("postErrorString:userInfo:"), passOn(agent, "addStringToQueue:userInfo:"));
 }

@@ -1,43 +1,117 @@
 #include "agent/callbacks/ConsoleCallbacks.h"
 
+#include "remote/VLCorvalinServerProtocol.h"
+
+#include <algorithm>
 #include <utility>
+
+namespace {
+
+const QString hostNameKey = QStringLiteral("hostname");
+
+/// The arguments of a callback, with `hostName` wherever they name the machine.
+QVariantList withHostName(const QString& selector, QVariantList arguments, const QString& hostName) {
+    using namespace VLCorvalinServerProtocol;
+    const Operation* declared = operation(Side::Console, selector);
+    if (!declared) return arguments;
+    const auto count = std::min<qsizetype>(std::ssize(declared->arguments), arguments.size());
+    for (qsizetype i = 0; i < count; ++i) {
+        const QLatin1StringView name(declared->arguments[static_cast<std::size_t>(i)].name);
+        if (name == hostNameKey) {
+            arguments[i] = hostName;
+        } else if (name == QLatin1StringView("userInfo")) {
+            QVariantMap userInfo = arguments.at(i).toMap();
+            userInfo.insert(hostNameKey, hostName);
+            arguments[i] = userInfo;
+        }
+    }
+    return arguments;
+}
+
+}  // namespace
+
+void ConsoleCallbacks::opened(quint64 peer, const QString& console) {
+    const std::lock_guard lock(m_mutex);
+    m_consoles[peer].name = console;
+}
 
 void ConsoleCallbacks::set(quint64 peer, VLRemoteCallbackPtr callback) {
     if (!callback) return;
     const std::lock_guard lock(m_mutex);
-    std::swap(m_callbacks[peer], callback);
+    std::swap(m_consoles[peer].callback, callback);  // the earlier one is let go of after the lock
+}
+
+void ConsoleCallbacks::fetchedConfiguration(quint64 peer) {
+    const QString hostName = m_hostName.get();
+    const std::lock_guard lock(m_mutex);
+    m_consoles[peer].knownHostName = hostName;
 }
 
 void ConsoleCallbacks::remove(quint64 peer) {
-    VLRemoteCallbackPtr released;  // let go of after the lock
+    Console released;  // let go of after the lock
     const std::lock_guard lock(m_mutex);
-    released = m_callbacks.take(peer);
+    released = m_consoles.take(peer);
 }
 
 int ConsoleCallbacks::count() const {
     const std::lock_guard lock(m_mutex);
-    return static_cast<int>(m_callbacks.size());
+    return static_cast<int>(std::count_if(m_consoles.cbegin(), m_consoles.cend(), [](const Console& console) {
+        return console.callback != nullptr;
+    }));
 }
 
-void ConsoleCallbacks::postToAll(const QString& selector, const QVariantList& arguments) const {
-    QList<VLRemoteCallbackPtr> callbacks;
+QString ConsoleCallbacks::consoleOf(quint64 peer) const {
+    const std::lock_guard lock(m_mutex);
+    return m_consoles.value(peer).name;
+}
+
+QString ConsoleCallbacks::nameFor(const Console& console) const {
+    return console.knownHostName.isEmpty() ? m_hostName.get() : console.knownHostName;
+}
+
+QString ConsoleCallbacks::hostNameFor(quint64 peer) const {
+    const std::lock_guard lock(m_mutex);
+    return nameFor(m_consoles.value(peer));
+}
+
+void ConsoleCallbacks::setLongSilence(std::chrono::milliseconds silence) {
+    const std::lock_guard lock(m_mutex);
+    m_longSilence = silence;
+}
+
+void ConsoleCallbacks::postToAll(const QString& selector, const QVariantList& arguments) {
+    QList<quint64> peers;
     {
         const std::lock_guard lock(m_mutex);
-        callbacks = m_callbacks.values();
+        peers = m_consoles.keys();
     }
-    for (const auto& callback : std::as_const(callbacks))
-        callback->post(selector, arguments);
+    for (const quint64 peer : std::as_const(peers))
+        postToCaller(peer, selector, arguments);
 }
 
-void ConsoleCallbacks::postToCaller(quint64 peer, const QString& selector,
-                                    const QVariantList& arguments) const {
-    const auto callbacks = callbacksFor(peer);
-    for (const auto& callback : callbacks)
-        callback->post(selector, arguments);
+void ConsoleCallbacks::postToCaller(quint64 peer, const QString& selector, const QVariantList& arguments) {
+    VLRemoteCallbackPtr callback;
+    QString hostName;
+    bool wasSilent = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto console = m_consoles.find(peer);
+        if (console == m_consoles.end() || !console->callback) return;
+        const auto now = Clock::now();
+        wasSilent = console->lastPost && now - *console->lastPost >= m_longSilence;
+        console->lastPost = now;
+        callback = console->callback;
+        hostName = nameFor(*console);
+    }
+    if (wasSilent) callback->post(QStringLiteral("ping"));
+    callback->post(selector, withHostName(selector, arguments, hostName));
 }
 
-QList<VLRemoteCallbackPtr> ConsoleCallbacks::callbacksFor(quint64 peer) const {
-    const std::lock_guard lock(m_mutex);
-    if (const auto own = m_callbacks.constFind(peer); own != m_callbacks.constEnd()) return {*own};
-    return m_callbacks.values();
+void ConsoleCallbacks::postFailure(quint64 peer, const VLException& error, const QString& hostName) {
+    if (error.userInfo().contains(QStringLiteral("code")))
+        return postToCaller(peer, QStringLiteral("addErrorToQueue:hostname:"), {error.userInfo(), hostName});
+    postToCaller(
+        peer, QStringLiteral("addExceptionToQueue:hostname:"),
+        {QVariantMap{{QStringLiteral("name"), error.name()}, {QStringLiteral("reason"), error.reason()}},
+         hostName});
 }

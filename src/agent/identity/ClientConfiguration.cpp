@@ -4,11 +4,10 @@
 #include "agent/identity/MaintenanceRequest.h"
 #include "agent/logs/LogFiles.h"
 #include "agent/tree/BundleInfo.h"
+#include "agent/updates/UpdateCount.h"
 #include "foundation/PropertyList.h"
 
 #include <QDateTime>
-#include <QFile>
-#include <QSaveFile>
 #include <QSysInfo>
 #include <QThread>
 
@@ -22,32 +21,28 @@ QVariantMap readState(const AgentContext& agent, const char* fileName) {
     return PropertyList::readFile(agent.settings.stateDirectory + u'/' + QLatin1String(fileName)).toMap();
 }
 
-QString reportedCrashPath(const AgentContext& agent) {
-    return agent.settings.stateDirectory + QStringLiteral("/reported-crash");
-}
+constexpr int crashDays = 14;
 
-/// Name of the newest crash log of the agent itself, unless the user has seen it. The names carry the date,
-/// so the last one in order is the newest.
-QString unreportedCrashLog(const AgentContext& agent) {
+/// Name of the newest crash log of the agent itself. The names carry the date, so the last one in order is
+/// the newest; one that has lain there for long is of no interest any more.
+QString ownCrashLog(const AgentContext& agent) {
+    const QDateTime oldest = QDateTime::currentDateTimeUtc().addDays(-crashDays);
     QString newest;
     const auto files = LogFiles::list(agent);
     for (const LogFile& file : files) {
         if (file.name.startsWith(QLatin1String("corvalin-agent_")) &&
-            file.name.endsWith(QLatin1String(".crash")) && file.name > newest) {
+            file.name.endsWith(QLatin1String(".crash")) && file.modified >= oldest && file.name > newest) {
             newest = file.name;
         }
     }
-    QFile reported(reportedCrashPath(agent));
-    if (reported.open(QIODevice::ReadOnly) && QString::fromUtf8(reported.read(1024)) >= newest) return {};
     return newest;
 }
 
-/// The list is read, and so counted, at every call: the count is always of this moment.
 void addUpdateCount(const AgentContext& agent, QVariantMap& configuration) {
-    const QVariant updates = readState(agent, "updates.plist").value(QStringLiteral("updates"));
-    if (updates.typeId() != QMetaType::QVariantList) return;  // nobody has looked for updates here yet
-    configuration.insert(QStringLiteral("availableUpdateCount"), qlonglong(updates.toList().size()));
-    configuration.insert(QStringLiteral("availableUpdateCountLastUpdate"), QDateTime::currentDateTimeUtc());
+    const auto counted = UpdateCount::lastCounted(agent);
+    if (!counted) return;  // nobody has looked for updates here yet
+    configuration.insert(QStringLiteral("availableUpdateCount"), counted->count);
+    configuration.insert(QStringLiteral("availableUpdateCountLastUpdate"), counted->date);
 }
 
 /// Of the machine that this program runs on; only meant when the disk is that machine's own.
@@ -77,9 +72,9 @@ QVariantMap ClientConfiguration::current(const AgentContext& agent) {
             configuration.insert(QStringLiteral("corvalinVersion"), build);
     }
     addUpdateCount(agent, configuration);
-    if (agent.settings.minAdminVersion > 0)
-        configuration.insert(QStringLiteral("minAdminVersion"), agent.settings.minAdminVersion);
-    if (const QString crash = unreportedCrashLog(agent); !crash.isEmpty())
+    if (const qlonglong least = agent.minAdminVersion; least > 0)
+        configuration.insert(QStringLiteral("minAdminVersion"), least);
+    if (const QString crash = ownCrashLog(agent); !crash.isEmpty())
         configuration.insert(QStringLiteral("selfCrashLog"), crash);
     return configuration;
 }
@@ -100,11 +95,4 @@ QVariantMap ClientConfiguration::systemSpecs(const AgentContext& agent) {
     facts.insert(QStringLiteral("model"), agent.settings.model);
     facts.insert(QStringLiteral("consoleUser"), agent.consoleUser());
     return facts;
-}
-
-void ClientConfiguration::markCrashReported(const AgentContext& agent, const QString& logName) {
-    QSaveFile file(reportedCrashPath(agent));
-    if (!file.open(QIODevice::WriteOnly)) return;
-    file.write(logName.toUtf8());
-    file.commit();
 }

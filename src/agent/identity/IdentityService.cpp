@@ -5,7 +5,6 @@
 #include "agent/identity/ClientConfiguration.h"
 #include "agent/identity/MachinePicture.h"
 #include "agent/identity/MaintenanceRequest.h"
-#include "logs/VLLog.h"
 #include "system/VLException.h"
 
 namespace {
@@ -14,6 +13,16 @@ namespace {
 QVariant picture(const AgentContext& agent) {
     const QByteArray data = MachinePicture::forModel(agent.settings.model);
     return data.isEmpty() ? QVariant() : QVariant(data);
+}
+
+QVariantMap configurationFor(AgentContext& agent, quint64 peer) {
+    QVariantMap configuration = ClientConfiguration::current(agent);
+    agent.consoles.fetchedConfiguration(peer);
+    const auto crash = configuration.constFind(QStringLiteral("selfCrashLog"));
+    if (crash != configuration.constEnd() &&
+        !agent.crashReports.takeFor(agent.consoles.consoleOf(peer), crash->toString()))
+        configuration.erase(crash);
+    return configuration;
 }
 
 void cancelMaintenance(const AgentContext& agent) {
@@ -26,11 +35,8 @@ void cancelMaintenance(const AgentContext& agent) {
 }  // namespace
 
 void addIdentityOperations(OperationTable& table, AgentContext& agent) {
-    const auto configuration = [&agent](const OperationCall&) {
-        QVariantMap current = ClientConfiguration::current(agent);
-        const QString crash = current.value(QStringLiteral("selfCrashLog")).toString();
-        if (!crash.isEmpty()) ClientConfiguration::markCrashReported(agent, crash);
-        return QVariant(current);
+    const auto configuration = [&agent](const OperationCall& call) {
+        return QVariant(configurationFor(agent, call.peer));
     };
     table.add(QStringLiteral("initialConfiguration"), configuration);
     table.add(QStringLiteral("fetchInitialConfiguration:"), configuration);
@@ -40,18 +46,18 @@ void addIdentityOperations(OperationTable& table, AgentContext& agent) {
     // The one picture there is serves every size; the console scales it.
     table.add(QStringLiteral("computerIcon:"), [&agent](const OperationCall&) { return picture(agent); });
     table.add(QStringLiteral("ping"), [](const OperationCall&) { return QVariant(); });
-    table.add(QStringLiteral("cancelMaintenanceRequest"), [&agent](const OperationCall&) {
-        VLLog::appendLog(QStringLiteral("A console cancels the maintenance request."));
+    table.add(QStringLiteral("cancelMaintenanceRequest"), [&agent](const OperationCall& call) {
+        agent.log.append(call.peer, QStringLiteral("A console cancels the maintenance request."));
         cancelMaintenance(agent);
         return QVariant();
     });
-    table.add(QStringLiteral("disconnect"), [&agent](const OperationCall&) {
-        VLLog::appendLog(QStringLiteral("A console asks this agent to quit."));
+    table.add(QStringLiteral("disconnect"), [&agent](const OperationCall& call) {
+        agent.log.append(call.peer, QStringLiteral("A console asks this agent to quit."));
         agent.quit();
         return QVariant();
     });
-    table.add(QStringLiteral("relaunch"), [&agent](const OperationCall&) {
-        VLLog::appendLog(QStringLiteral("A console asks this agent to start anew."));
+    table.add(QStringLiteral("relaunch"), [&agent](const OperationCall& call) {
+        agent.log.append(call.peer, QStringLiteral("A console asks this agent to start anew."));
         agent.relaunch();
         return QVariant();
     });

@@ -22,12 +22,11 @@ bool isLog(const QString& name) {
 
 void collect(const WorkstationTree& tree, const QString& folder, bool (*wanted)(const QString&),
              QList<LogFile>& files) {
-    const auto entries = tree.entries(folder);
+    const auto entries = tree.entries(folder, WorkstationTree::Links::Refuse);
     for (const auto& listed : entries) {
         if (files.size() >= LogFiles::maximumFiles || !wanted(listed.name)) continue;
-        const QString path = folder + u'/' + listed.name;
-        const auto item = tree.entry(path);
-        if (item && item->kind == WorkstationTree::Kind::File) files.append({listed.name, path, false});
+        if (listed.kind == WorkstationTree::Kind::File)
+            files.append({listed.name, folder + u'/' + listed.name, listed.modified, false});
     }
 }
 
@@ -41,7 +40,7 @@ void collectOwn(QList<LogFile>& files) {
         const bool known = std::any_of(files.cbegin(), files.cend(), [&file](const LogFile& listed) {
             return listed.path == file.absoluteFilePath();
         });
-        if (!known) files.append({file.fileName(), file.absoluteFilePath(), true});
+        if (!known) files.append({file.fileName(), file.absoluteFilePath(), file.lastModified(), true});
     }
 }
 
@@ -76,7 +75,7 @@ QList<LogFile> LogFiles::list(const AgentContext& agent) {
 
 std::optional<QByteArray> LogFiles::readEnd(const AgentContext& agent, const LogFile& file,
                                             qint64 maximumBytes) {
-    if (!file.isOwn) return agent.tree.readEnd(file.path, maximumBytes);
+    if (!file.isOwn) return agent.tree.readEnd(file.path, maximumBytes, WorkstationTree::Links::Refuse);
     QFile own(file.path);
     if (!own.open(QIODevice::ReadOnly)) return std::nullopt;
     own.seek(std::max<qint64>(0, own.size() - maximumBytes));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QList>
 #include <QString>
 
@@ -9,13 +10,15 @@
 struct AgentContext;
 
 struct LogFile {
-    QString name;        ///< unique among the machine's logs; what consoles ask for
-    QString path;        ///< absolute, on the workstation
+    QString name;  ///< unique among the machine's logs; what consoles ask for
+    QString path;  ///< absolute, on the workstation
+    QDateTime modified;
     bool isOwn = false;  ///< this agent's own log, which may lie outside the workstation's tree
 };
 
 /// The suite's logs on this machine: the ".log" files in "Logs/Velmora" of every user and of the machine, the
-/// suite's crash logs in "Logs/CrashReporter" beside them, and this agent's own log. Any thread.
+/// suite's crash logs in "Logs/CrashReporter" beside them, and this agent's own log. Links are none of them:
+/// a user could have any file of the machine gathered through one. Any thread.
 namespace LogFiles {
 
 inline constexpr int maximumFiles = 500;

@@ -34,21 +34,24 @@ QVariant logText(const AgentContext& agent, const QString& name) {
                       QStringLiteral("There is no log with the name \"%1\".").arg(name.left(255)));
 }
 
-QVariant gatherLogs(const AgentContext& agent) {
-    VLLog::appendLog(QStringLiteral("Gathering logs..."));
+QVariant gatherLogs(AgentContext& agent, quint64 peer) {
+    agent.log.append(peer, QStringLiteral("Gathering logs..."));
     VLLog::finishWriting();
     QVariantMap contents;
     qint64 left = largestGathering;
+    int leftOut = 0;
     const auto files = LogFiles::list(agent);
     for (const LogFile& file : files) {
         const auto content = LogFiles::readEnd(agent, file, largestLog);
         if (!content || content->size() > left) {
-            VLLog::appendLog(QStringLiteral("The log %@ is left out."), file.path);
+            ++leftOut;
             continue;
         }
         left -= content->size();
         contents.insert(file.path, *content);
     }
+    if (leftOut > 0)
+        agent.log.append(peer, QStringLiteral("%i logs are left out: unreadable, or too much."), leftOut);
     return contents;
 }
 
@@ -60,5 +63,6 @@ void addLogOperations(OperationTable& table, AgentContext& agent) {
     table.add(QStringLiteral("logWithFilename:"), [&agent](const OperationCall& call) {
         return logText(agent, call.arguments.at(0).toString());
     });
-    table.add(QStringLiteral("gatherLogs"), [&agent](const OperationCall&) { return gatherLogs(agent); });
+    table.add(QStringLiteral("gatherLogs"),
+              [&agent](const OperationCall& call) { return gatherLogs(agent, call.peer); });
 }

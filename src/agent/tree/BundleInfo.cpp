@@ -33,11 +33,11 @@ QString baseName(const QString& path) {
 }
 
 /// The path of the Info.plist, wherever this kind of bundle keeps it.
-QString infoPlistPath(const WorkstationTree& tree, const QString& bundle) {
+QString infoPlistPath(const WorkstationTree& tree, const QString& bundle, WorkstationTree::Links links) {
     for (const char* place : {"/Contents/Info.plist", "/Resources/Info.plist",
                               "/Versions/Current/Resources/Info.plist", "/Info.plist"}) {
         const QString path = bundle + QLatin1String(place);
-        const auto found = tree.entry(path);
+        const auto found = tree.entry(path, links);
         if (found && found->kind == WorkstationTree::Kind::File) return path;
     }
     return {};
@@ -45,19 +45,20 @@ QString infoPlistPath(const WorkstationTree& tree, const QString& bundle) {
 
 }  // namespace
 
-std::optional<BundleInfo> readBundleInfo(const WorkstationTree& tree, const QString& path) {
-    const auto bundle = tree.entry(path);
+std::optional<BundleInfo> readBundleInfo(const WorkstationTree& tree, const QString& path,
+                                         WorkstationTree::Links links) {
+    const auto bundle = tree.entry(path, links);
     if (!bundle) return std::nullopt;
 
     BundleInfo info;
     info.name = baseName(path);
     info.modified = bundle->modified;
     if (bundle->kind != WorkstationTree::Kind::Folder) return info;
-    const QString plistPath = infoPlistPath(tree, path);
+    const QString plistPath = infoPlistPath(tree, path, links);
     if (plistPath.isEmpty()) return info;
-    if (const auto plist = tree.entry(plistPath)) info.modified = plist->modified;
+    if (const auto plist = tree.entry(plistPath, links)) info.modified = plist->modified;
 
-    const auto content = tree.read(plistPath, largestInfoPlist);
+    const auto content = tree.read(plistPath, largestInfoPlist, links);
     const QVariantMap values = content ? PropertyList::fromData(*content).toMap() : QVariantMap();
     if (const QString name = cleanText(values.value(QStringLiteral("CFBundleName"))); !name.isEmpty())
         info.name = name;

@@ -19,4 +19,6 @@ struct BundleInfo {
 
 /// Reads the bundle at `path` (laid out as an application, a framework, or flat). Nothing when there is
 /// nothing at `path`; a bundle without a readable Info.plist is described by its file name alone.
-[[nodiscard]] std::optional<BundleInfo> readBundleInfo(const WorkstationTree& tree, const QString& path);
+[[nodiscard]] std::optional<BundleInfo> readBundleInfo(
+    const WorkstationTree& tree, const QString& path,
+    WorkstationTree::Links links = WorkstationTree::Links::Follow);

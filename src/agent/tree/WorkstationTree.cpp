@@ -45,10 +45,25 @@ WorkstationTree::Entry entryOf(const QString& name, const struct stat& status) {
 }
 
 /// Size of the regular file behind `descriptor`; nothing for anything else, such as a pipe or a device.
-std::optional<qint64> regularFileSize(int descriptor) {
+std::optional<qint64> regularFileSize(int descriptor, WorkstationTree::Links links) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (links == WorkstationTree::Links::Refuse && status.st_nlink > 1) return std::nullopt;
     return status.st_size;
+}
+
+/// As open(), below the folder `base`.
+kj::AutoCloseFd openBelow(int base, const QByteArray& path, int flags, quint64 resolve) {
+    open_how how{};
+    how.flags = static_cast<__u64>(flags | O_CLOEXEC);
+    how.resolve = resolve | RESOLVE_NO_MAGICLINKS;
+    // EAGAIN: something was renamed while a ".." in a link was being resolved; the kernel refuses to guess.
+    for (int attempt = 0; attempt < largestAttemptCount; ++attempt) {
+        const auto descriptor = syscall(SYS_openat2, base, path.constData(), &how, sizeof(how));
+        if (descriptor >= 0) return kj::AutoCloseFd(static_cast<int>(descriptor));
+        if (errno != EAGAIN && errno != EINTR) break;
+    }
+    return nullptr;
 }
 
 /// Reads from the current position until the end, at most `maximumBytes`.
@@ -85,33 +100,30 @@ bool WorkstationTree::isAcceptablePath(const QString& path) {
     return std::none_of(parts.begin(), parts.end(), [](QStringView part) { return part == u".."; });
 }
 
-kj::AutoCloseFd WorkstationTree::open(const QString& path, int flags) const {
+kj::AutoCloseFd WorkstationTree::open(const QString& path, int flags, Links links) const {
     if (!isAcceptablePath(path)) {
         errno = EINVAL;
         return nullptr;
     }
-    open_how how{};
-    how.flags = static_cast<__u64>(flags | O_CLOEXEC);
-    how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS;
-    const QByteArray encoded = QFile::encodeName(path);
-    // EAGAIN: something was renamed while a ".." in a link was being resolved; the kernel refuses to guess.
-    for (int attempt = 0; attempt < largestAttemptCount; ++attempt) {
-        const auto descriptor = syscall(SYS_openat2, m_root.get(), encoded.constData(), &how, sizeof(how));
-        if (descriptor >= 0) return kj::AutoCloseFd(static_cast<int>(descriptor));
-        if (errno != EAGAIN && errno != EINTR) break;
-    }
-    return nullptr;
+    const QString below = path.section(u'/', 1, -1, QString::SectionSkipEmpty);
+    if (links == Links::Follow || below.isEmpty())
+        return openBelow(m_root.get(), QFile::encodeName(path), flags, RESOLVE_IN_ROOT);
+    const QString first = u'/' + path.section(u'/', 0, 0, QString::SectionSkipEmpty);
+    const auto base =
+        openBelow(m_root.get(), QFile::encodeName(first), O_PATH | O_DIRECTORY, RESOLVE_IN_ROOT);
+    if (base.get() < 0) return nullptr;
+    return openBelow(base.get(), QFile::encodeName(below), flags, RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS);
 }
 
-std::optional<WorkstationTree::Entry> WorkstationTree::entry(const QString& path) const {
-    const auto descriptor = open(path, O_PATH);
+std::optional<WorkstationTree::Entry> WorkstationTree::entry(const QString& path, Links links) const {
+    const auto descriptor = open(path, O_PATH, links);
     struct stat status {};
     if (descriptor.get() < 0 || fstat(descriptor, &status) != 0) return std::nullopt;
     return entryOf(path.section(u'/', -1, -1, QString::SectionSkipEmpty), status);
 }
 
-QList<WorkstationTree::Entry> WorkstationTree::entries(const QString& folder) const {
-    auto descriptor = open(folder, O_RDONLY | O_DIRECTORY);
+QList<WorkstationTree::Entry> WorkstationTree::entries(const QString& folder, Links links) const {
+    auto descriptor = open(folder, O_RDONLY | O_DIRECTORY, links);
     if (descriptor.get() < 0) return {};
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(fdopendir(descriptor.get()), &closedir);
     if (!directory) return {};
@@ -132,20 +144,21 @@ QList<WorkstationTree::Entry> WorkstationTree::entries(const QString& folder) co
     return found;
 }
 
-std::optional<QByteArray> WorkstationTree::read(const QString& path, qint64 maximumBytes) const {
-    const auto descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+std::optional<QByteArray> WorkstationTree::read(const QString& path, qint64 maximumBytes, Links links) const {
+    const auto descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY, links);
     if (descriptor.get() < 0) return std::nullopt;
-    const auto size = regularFileSize(descriptor);
+    const auto size = regularFileSize(descriptor, links);
     if (!size || *size > maximumBytes) return std::nullopt;
     auto content = readAtMost(descriptor, maximumBytes + 1);
     if (!content || content->size() > maximumBytes) return std::nullopt;  // it grew meanwhile
     return content;
 }
 
-std::optional<QByteArray> WorkstationTree::readEnd(const QString& path, qint64 maximumBytes) const {
-    const auto descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+std::optional<QByteArray> WorkstationTree::readEnd(const QString& path, qint64 maximumBytes,
+                                                   Links links) const {
+    const auto descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY, links);
     if (descriptor.get() < 0) return std::nullopt;
-    const auto size = regularFileSize(descriptor);
+    const auto size = regularFileSize(descriptor, links);
     if (!size) return std::nullopt;
     if (*size > maximumBytes && lseek(descriptor, *size - maximumBytes, SEEK_SET) < 0) return std::nullopt;
     return readAtMost(descriptor, maximumBytes);

@@ -33,6 +33,7 @@ void BadgeClicks::serviceOutlineBadgeClicked(const VLServicePtr& service, const 
 }
 
 void BadgeClicks::askWhetherToCancelMaintenance(const VLServicePtr& service) {
+    if (!AppController::canCancelMaintenance(*service)) return explainMaintenance(service);
     auto* sheet = new Sheet(
         QStringLiteral("Cancel the maintenance request of “%1”?").arg(shownName(service)),
         QStringLiteral("The computer asks for maintenance. When nothing is left to do on it, cancel "
@@ -41,7 +42,28 @@ void BadgeClicks::askWhetherToCancelMaintenance(const VLServicePtr& service) {
     sheet->setObjectName(QStringLiteral("maintenanceSheet"));
     sheet->addCancelButton(QStringLiteral("Keep Request"));
     sheet->addPrimaryButton(QStringLiteral("Cancel Request"));
-    connect(sheet, &QDialog::accepted, this, [this, service] { m_controller.cancelMaintenance(service); });
+    connect(sheet, &QDialog::accepted, this, [this, service] {
+        // The client may have gone while the sheet was open.
+        if (!AppController::canCancelMaintenance(*service)) return explainMaintenance(service);
+        m_controller.cancelMaintenance(service);
+    });
+    sheet->open();
+}
+
+/// Nothing can be told to this client now.
+void BadgeClicks::explainMaintenance(const VLServicePtr& service) {
+    const QString reason = !service->enabled() ? QStringLiteral("it is disabled. Enable the computer first")
+                           : service->isConnected()
+                               ? QStringLiteral("its client software is not in order. Show its errors")
+                               : QStringLiteral("it is not connected. Connect to it first");
+    auto* sheet = new Sheet(
+        QStringLiteral("“%1” asks for maintenance").arg(shownName(service)),
+        QStringLiteral("The request cannot be cancelled from here at present: the computer cannot be told, "
+                       "because %1.")
+            .arg(reason),
+        m_window);
+    sheet->setObjectName(QStringLiteral("maintenanceSheet"));
+    sheet->addPrimaryButton(QStringLiteral("OK"));
     sheet->open();
 }
 

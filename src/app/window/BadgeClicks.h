@@ -21,6 +21,7 @@ Q_SIGNALS:
 private:
     void serviceOutlineBadgeClicked(const VLServicePtr& service, const QString& badge);
     void askWhetherToCancelMaintenance(const VLServicePtr& service);
+    void explainMaintenance(const VLServicePtr& service);
     void showUpdates(const VLServicePtr& service);
 
     AppController& m_controller;

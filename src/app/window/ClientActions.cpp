@@ -3,6 +3,7 @@
 #include "app/AppController.h"
 #include "clients/view/ClientOutline.h"
 #include "clients/view/IdentitySheet.h"
+#include "system/VLAlert.h"
 #include "widgets/SymbolIcon.h"
 
 #include <QAction>
@@ -21,8 +22,17 @@ bool connected(const VLService& service) {
     return service.isConnected();
 }
 
-bool wantsMaintenance(const VLService& service) {
-    return service.isConnected() && service.needsMaintenance();
+/// What is dropped on its way to the client is not offered.
+bool canRestart(const VLService& service) {
+    return connected(service) && RemoteRunner::mayExecute(QStringLiteral("relaunch"), service);
+}
+
+bool canStop(const VLService& service) {
+    return connected(service) && RemoteRunner::mayExecute(QStringLiteral("disconnect"), service);
+}
+
+bool canCancelMaintenance(const VLService& service) {
+    return service.needsMaintenance() && AppController::canCancelMaintenance(service);
 }
 
 bool hasNewIdentity(const VLService& service) {
@@ -38,26 +48,30 @@ ClientActions::ClientActions(AppController& controller, ClientOutline& outline, 
         ->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
     addCommand(QStringLiteral("Reconnect"), "reconnect", QStringLiteral("Connect to the computer anew"),
                always, &AppController::reconnectClient, true);
-    addCommand(QStringLiteral("Disconnect"), "disconnect",
-               QStringLiteral("End the connection and take the computer off the list"), always,
-               &AppController::disconnectClient);
+    QAction* remove =
+        add(QStringLiteral("Disconnect"), "disconnect",
+            QStringLiteral("End the connection and take the computer off the list; one that was added by "
+                           "hand is also forgotten, after asking"),
+            always, false);
+    connect(remove, &QAction::triggered, this, &ClientActions::disconnectClient);
     addCommand(QStringLiteral("Refresh Client Info"), "refresh",
                QStringLiteral("Read the computer's configuration again"), connected,
                &AppController::refreshClientInfo, true);
     addCommand(QStringLiteral("Cancel Maintenance Request"), "maintenance",
                QStringLiteral("Tell the computer that its request for maintenance is done with"),
-               wantsMaintenance, &AppController::cancelMaintenance);
+               canCancelMaintenance, &AppController::cancelMaintenance);
     QAction* errors = add(QStringLiteral("Show Errors"), "error-log",
                           QStringLiteral("Show the computer's errors in the error log"), always, false);
     connect(errors, &QAction::triggered, this, [this] {
         if (const VLServicePtr service = m_outline.singleSelectedService()) Q_EMIT errorsRequested(service);
     });
+    addShowUpdates();
     addSwitch();
     addCommand(QStringLiteral("Restart Client"), "restart",
-               QStringLiteral("Start the computer's client agent anew"), connected,
+               QStringLiteral("Start the computer's client agent anew"), canRestart,
                &AppController::restartClient, true);
     addCommand(QStringLiteral("Stop Client"), "stop",
-               QStringLiteral("End the computer's client agent; it has to be started there again"), connected,
+               QStringLiteral("End the computer's client agent; it has to be started there again"), canStop,
                &AppController::stopClient);
     QAction* review = add(QStringLiteral("Review New Identity…"), "identity",
                           QStringLiteral("Compare the computer's new key with the one it was known by"),
@@ -98,6 +112,41 @@ void ClientActions::update() {
     for (const Entry& entry : m_entries)
         entry.action->setEnabled(service && entry.possible(*service));
     updateSwitch();
+}
+
+/// The same as a click on the badge, which no key reaches.
+void ClientActions::addShowUpdates() {
+    const auto hasUpdates = [this](const VLService& service) {
+        return m_controller.softwareUpdateCount(service.hostName()) > 0;
+    };
+    QAction* updates =
+        add(QStringLiteral("Show Software Updates"), "software-update",
+            QStringLiteral("Show the software updates that wait for the computer"), hasUpdates, false);
+    connect(updates, &QAction::triggered, this, [this] {
+        if (const VLServicePtr service = m_outline.singleSelectedService())
+            Q_EMIT m_controller.serviceOutlineBadgeClicked(service, QStringLiteral("updates"));
+    });
+    connect(&m_controller, &AppController::softwareUpdateCountChanged, this, &ClientActions::update);
+}
+
+/// A discovered client comes back by itself; of one added by hand nothing would be left.
+void ClientActions::disconnectClient() {
+    const VLServicePtr service = m_outline.singleSelectedService();
+    if (!service) return;
+    if (!service->isManual()) return m_controller.disconnectClient(service);
+    constexpr qsizetype longestShown = 60;
+    const QString selector = QStringLiteral("disconnectAlertDidEnd:returnCode:contextInfo:");
+    const auto answered = [self = QPointer(this), service](int returnCode) {
+        if (self && returnCode == VLAlert::DefaultReturn) self->m_controller.disconnectClient(service);
+    };
+    VLAlert::alertSheetWithMessageText(
+        QStringLiteral("Remove “%1”?").arg(service->name().left(longestShown)), QStringLiteral("Remove"),
+        QStringLiteral("Cancel"), {},
+        QStringLiteral("The computer was added by hand. To have it in the list again, its address and port "
+                       "must be entered again."),
+        m_window,
+        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
+        selector, false);
 }
 
 // ---- Enabling and disabling

@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
+
 class AppController;
 class ClientOutline;
 class QAction;
@@ -29,10 +31,10 @@ Q_SIGNALS:
 
 private:
     using Run = void (AppController::*)(const VLServicePtr&);
-    using Possible = bool (*)(const VLService&);
+    using Possible = std::function<bool(const VLService&)>;
     struct Entry {
         QAction* action = nullptr;
-        Possible possible = nullptr;
+        Possible possible;
         bool startsGroup = false;
     };
     QAction* add(const QString& text, const char* symbol, const QString& help, Possible possible,
@@ -40,6 +42,8 @@ private:
     QAction* addCommand(const QString& text, const char* symbol, const QString& help, Possible possible,
                         Run run, bool startsGroup = false);
 
+    void addShowUpdates();
+    void disconnectClient();
     void addSwitch();
     void updateSwitch();
     void switchEnabled();

@@ -42,6 +42,10 @@ ClientWindows::ClientWindows(AppController& controller, ClientOutline& outline, 
             [this](const VLServicePtr& service, const QImage& picture) {
                 if (m_info) m_info->setLargeIcon(service, picture);
             });
+    connect(&controller, &AppController::infoPopulated, this,
+            [this](const VLServicePtr& service, const QVariantMap& machine) {
+                if (m_info) m_info->setMachine(service, machine);
+            });
     connect(&outline, &ClientOutline::serviceActivated, this, &ClientWindows::activate);
     connect(&controller.services(), &ServiceList::selectionChanged, this, &ClientWindows::followSelection);
     connect(&controller.services(), &ServiceList::serviceUpdated, this, [this] {
@@ -88,8 +92,13 @@ void ClientWindows::showTroubleshooter(const VLServicePtr& service, bool automat
 ClientInfoPanel* ClientWindows::makeInfoPanel() {
     return new ClientInfoPanel(
         {
-            [this](const VLServicePtr& service) { return m_controller.populateInfoForService(service); },
-            [this](const VLServicePtr& service) { m_controller.fetchLargeServiceIcon(service); },
+            [this](const VLServicePtr& service, const QVariantMap& machine) {
+                return m_controller.infoOfService(service, machine);
+            },
+            [this](const VLServicePtr& service) {
+                m_controller.populateInfoForService(service);
+                m_controller.fetchLargeServiceIcon(service);
+            },
         },
         m_window);
 }

@@ -5,6 +5,9 @@
 
 #include <QLocale>
 
+#include <algorithm>
+#include <unordered_set>
+
 QStringList ErrorLogModel::columnNames() {
     return {QStringLiteral("date"), QStringLiteral("hostname"), QStringLiteral("description")};
 }
@@ -12,28 +15,34 @@ QStringList ErrorLogModel::columnNames() {
 ErrorLogModel::ErrorLogModel(std::function<QString(const QString&)> friendlyName, QObject* parent)
     : QAbstractTableModel(parent), m_friendlyName(std::move(friendlyName)) {}
 
-ErrorLogModel::Record ErrorLogModel::recordOf(const QVariantMap& entry) {
-    return {entry.value(QStringLiteral("date")).toDateTime(),
-            entry.value(QStringLiteral("hostname")).toString(),
-            entry.value(QStringLiteral("description")).toString(),
-            entry.value(QStringLiteral("appName")).toString()};
+/// From the end, each run of neighbours at once.
+void ErrorLogModel::removeAllBut(const ErrorQueue::Records& queue) {
+    const std::unordered_set<ErrorQueue::RecordPtr> kept(queue.cbegin(), queue.cend());
+    for (int last = int(m_records.size()) - 1; last >= 0; --last) {
+        if (kept.contains(m_records[size_t(last)])) continue;
+        int first = last;
+        while (first > 0 && !kept.contains(m_records[size_t(first) - 1]))
+            --first;
+        beginRemoveRows({}, first, last);
+        m_records.erase(m_records.begin() + first, m_records.begin() + last + 1);
+        endRemoveRows();
+        last = first;
+    }
 }
 
-void ErrorLogModel::setQueue(const QVariantList& queue) {
-    QList<Record> records;
-    for (const QVariant& entry : queue)
-        records << recordOf(entry.toMap());
-    // The usual change is a new record in front of the others: their selection stays.
-    const qsizetype added = records.size() - m_records.size();
-    if (added >= 0 && records.mid(added) == m_records) {
+void ErrorLogModel::setQueue(const ErrorQueue::Records& queue) {
+    // The usual change is new records in front of the others, and old ones that go: the selection stays.
+    removeAllBut(queue);
+    const std::ptrdiff_t added = std::ssize(queue) - std::ssize(m_records);
+    if (added >= 0 && std::equal(queue.cbegin() + added, queue.cend(), m_records.cbegin())) {
         if (added == 0) return;
         beginInsertRows({}, 0, int(added) - 1);
-        m_records = std::move(records);
+        m_records = queue;
         endInsertRows();
         return;
     }
     beginResetModel();
-    m_records = std::move(records);
+    m_records = queue;
     endResetModel();
 }
 
@@ -47,7 +56,7 @@ int ErrorLogModel::columnCount(const QModelIndex& parent) const {
 
 QVariant ErrorLogModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid()) return {};
-    const Record& record = m_records.at(index.row());
+    const ErrorRecord& record = *m_records.at(size_t(index.row()));
     if (role == HostNameRole) return record.hostName;
     const QString computer = m_friendlyName ? m_friendlyName(record.hostName) : record.hostName;
     switch (index.column()) {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "remote/ErrorQueue.h"
+
 #include <QAbstractTableModel>
-#include <QDateTime>
 #include <QSortFilterProxyModel>
 
 #include <functional>
@@ -19,7 +20,7 @@ public:
                            QObject* parent = nullptr);
 
     /// `queue` is newest first. Records that are still there keep their rows.
-    void setQueue(const QVariantList& queue);
+    void setQueue(const ErrorQueue::Records& queue);
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override;
@@ -27,13 +28,8 @@ public:
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
-    struct Record {
-        QDateTime date;
-        QString hostName, description, appName;
-        bool operator==(const Record&) const = default;
-    };
-    static Record recordOf(const QVariantMap& entry);
+    void removeAllBut(const ErrorQueue::Records& queue);
 
     std::function<QString(const QString&)> m_friendlyName;
-    QList<Record> m_records;
+    ErrorQueue::Records m_records;
 };

@@ -1,7 +1,9 @@
 #include "app/window/ErrorLogWindow.h"
 
 #include "app/AppController.h"
+#include "app/MakerSite.h"
 #include "app/window/ErrorLogModel.h"
+#include "system/VLAlert.h"
 #include "widgets/CellDelegate.h"
 #include "widgets/EmptyState.h"
 #include "widgets/RowCopy.h"
@@ -14,6 +16,12 @@
 #include <QStackedWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
+
+namespace {
+
+constexpr std::chrono::milliseconds pauseBetweenReloads{250};
+
+}  // namespace
 
 ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
     : QWidget(parent, Qt::Window),
@@ -28,6 +36,7 @@ ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
       m_stack(new QStackedWidget(this)),
       m_empty(new EmptyState(this)),
       m_copy(new QPushButton(QStringLiteral("Copy"), this)),
+      m_upload(new QPushButton(QStringLiteral("Upload…"), this)),
       m_clear(new QPushButton(QStringLiteral("Clear"), this)) {
     setObjectName(QStringLiteral("errorLogWindow"));
     setWindowTitle(QStringLiteral("Error Log"));
@@ -41,6 +50,8 @@ ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
 
     m_copy->setObjectName(QStringLiteral("errorLogCopy"));
     m_copy->setToolTip(QStringLiteral("Copy the selected errors, or all when none is selected"));
+    m_upload->setObjectName(QStringLiteral("errorLogUpload"));
+    m_upload->setToolTip(QStringLiteral("Send all errors to the maker of Orlendo"));
     m_clear->setObjectName(QStringLiteral("errorLogClear"));
     auto* buttons = new QHBoxLayout;
     buttons->setContentsMargins(Metrics::unit * 2, Metrics::unit * 1.5, Metrics::unit * 2,
@@ -48,6 +59,7 @@ ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
     buttons->setSpacing(Metrics::unit);
     buttons->addStretch();
     buttons->addWidget(m_copy);
+    buttons->addWidget(m_upload);
     buttons->addWidget(m_clear);
     auto* line = new QFrame(this);
     line->setFixedHeight(1);
@@ -63,12 +75,31 @@ ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
     layout->addLayout(buttons);
 
     connect(m_copy, &QPushButton::clicked, this, &ErrorLogWindow::copy);
-    connect(m_clear, &QPushButton::clicked, this, [this] { m_controller.clearErrorLog(); });
+    connect(m_upload, &QPushButton::clicked, this, &ErrorLogWindow::upload);
+    connect(m_clear, &QPushButton::clicked, this, [this] {
+        m_controller.clearErrorLog();
+        reload();
+    });
     connect(new QShortcut(QKeySequence::Copy, this), &QShortcut::activated, this, &ErrorLogWindow::copy);
     connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
-    connect(&controller, &AppController::errorQueueChanged, this, &ErrorLogWindow::reload);
+    connect(&controller, &AppController::errorQueueChanged, this, &ErrorLogWindow::reloadSoon);
+    m_pause.setSingleShot(true);
+    m_pause.setInterval(pauseBetweenReloads);
+    connect(&m_pause, &QTimer::timeout, this, [this] {
+        if (m_hasChanged) reloadSoon();
+    });
     reload();
+}
+
+void ErrorLogWindow::showEvent(QShowEvent* event) {
+    reload();
+    QWidget::showEvent(event);
+}
+
+void ErrorLogWindow::reloadSoon() {
+    m_hasChanged = true;
+    if (isVisible() && !m_pause.isActive()) reload();
 }
 
 void ErrorLogWindow::buildTable() {
@@ -95,12 +126,23 @@ void ErrorLogWindow::buildTable() {
 }
 
 void ErrorLogWindow::reload() {
-    const auto& errors = m_controller.errorCallback();
-    m_model->setQueue(errors ? errors->errorQueue() : QVariantList());
+    m_hasChanged = false;
+    m_pause.start();
+    if (const auto& errors = m_controller.errorCallback()) m_model->setQueue(*errors->errorRecords());
     const bool any = m_model->rowCount() > 0;
     m_stack->setCurrentWidget(any ? static_cast<QWidget*>(m_table) : m_empty);
     m_copy->setEnabled(any);
+    m_upload->setEnabled(any);
     m_clear->setEnabled(any);
+}
+
+void ErrorLogWindow::upload() {
+    if (m_controller.canUploadErrorLog()) return m_controller.uploadErrorLog(this);
+    VLAlert::alertSheetWithMessageText(
+        QStringLiteral("Unable to upload the error log"), {}, {}, {},
+        QStringLiteral("This version cannot send anything to %1 yet. Copy the errors and send them yourself.")
+            .arg(MakerSite::errorLogUpload().host()),
+        this, false);
 }
 
 void ErrorLogWindow::selectErrorsOf(const QString& hostName) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 
 class AppController;
@@ -10,7 +11,8 @@ class QSortFilterProxyModel;
 class QStackedWidget;
 class QTreeView;
 
-/// The errors of all clients, newest first unless sorted otherwise: copy them, clear them.
+/// The errors of all clients, newest first unless sorted otherwise: copy them, send them, clear them. Follows
+/// the queue while it is shown, a few times a second at most.
 class ErrorLogWindow : public QWidget {
     Q_OBJECT
 public:
@@ -19,10 +21,15 @@ public:
     /// Selects the errors of one client and brings the first of them into view.
     void selectErrorsOf(const QString& hostName);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void buildTable();
     void reload();
+    void reloadSoon();
     void copy();
+    void upload();
 
     AppController& m_controller;
     ErrorLogModel* m_model;
@@ -31,5 +38,8 @@ private:
     QStackedWidget* m_stack;
     EmptyState* m_empty;
     QPushButton* m_copy;
+    QPushButton* m_upload;
     QPushButton* m_clear;
+    QTimer m_pause;  ///< between two reloads
+    bool m_hasChanged = false;
 };

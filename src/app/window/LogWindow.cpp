@@ -1,5 +1,7 @@
 #include "app/window/LogWindow.h"
 
+#include "foundation/MainThread.h"
+#include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/SearchField.h"
@@ -11,6 +13,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QShortcut>
@@ -95,7 +98,6 @@ LogWindow::LogWindow(QWidget* parent)
 
 void LogWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    VLLog::finishWriting();
     readOn();
     m_timer.start();
 }
@@ -105,37 +107,57 @@ void LogWindow::hideEvent(QHideEvent* event) {
     m_timer.stop();
 }
 
-/// Shows what was written since the last look; starts over when a new file has taken the place of the old.
-void LogWindow::readOn() {
-    const QString path = VLLog::currentLogPath();
-    QFile file(path);
+/// What was written since the last look; all of a new file that has taken the place of the old.
+LogWindow::Piece LogWindow::read(const Position& from) {
+    VLLog::finishWriting();
+    Piece piece;
+    piece.position = from;
+    piece.position.path = VLLog::currentLogPath();
+    QFile file(piece.position.path);
     if (!file.open(QIODevice::ReadOnly)) {
-        m_path->setText(QStringLiteral("%1 — %2").arg(path, file.errorString()));
-        return;
+        piece.error = file.errorString();
+        return piece;
     }
-    const QByteArray beginning = file.read(signatureLength);
-    const bool another =
-        path != m_shownPath || file.size() < m_position || !beginning.startsWith(m_signature);
-    if (another) {
-        m_text->clear();
-        m_position = 0;
-        m_shownPath = path;
-        m_path->setText(path);
-    }
-    m_signature = beginning;
-    if (file.size() <= m_position) return;
+    piece.position.beginning = file.read(signatureLength);
+    piece.isAnother = piece.position.path != from.path || file.size() < from.offset ||
+                      !piece.position.beginning.startsWith(from.beginning);
+    const qint64 start = piece.isAnother ? 0 : from.offset;
+    piece.position.offset = start;
+    if (file.size() <= start) return piece;
 
-    file.seek(qMax(m_position, file.size() - largestPiece));
-    QByteArray piece = file.readAll();
-    const qsizetype end = piece.lastIndexOf('\n');
-    if (end < 0) return;  // a line that is still being written waits for its end
-    m_position = file.pos() - (piece.size() - end - 1);
-    piece.truncate(end);
+    file.seek(qMax(start, file.size() - largestPiece));
+    QByteArray text = file.readAll();
+    const qsizetype end = text.lastIndexOf('\n');
+    if (end < 0) return piece;  // a line that is still being written waits for its end
+    piece.position.offset = file.pos() - (text.size() - end - 1);
+    piece.text = QString::fromUtf8(text.left(end));
+    return piece;
+}
+
+/// On a worker: the disk may be slow, and what is queued for the log is waited for.
+void LogWindow::readOn() {
+    if (m_isReading) return;
+    m_isReading = true;
+    VLThread::detach(QStringLiteral("log window"), [window = QPointer(this), from = m_position] {
+        const Piece piece = read(from);
+        onMainThread([window, piece] {
+            if (window) window->append(piece);
+        });
+    });
+}
+
+void LogWindow::append(const Piece& piece) {
+    m_isReading = false;
+    m_position = piece.position;
+    m_path->setText(piece.error.isEmpty() ? m_position.path
+                                          : QStringLiteral("%1 — %2").arg(m_position.path, piece.error));
+    if (piece.isAnother) m_text->clear();
+    if (piece.text.isEmpty()) return;
     const int scrolled = m_text->verticalScrollBar()->value();
-    m_text->appendPlainText(QString::fromUtf8(piece));
+    m_text->appendPlainText(piece.text);
     QScrollBar* bar = m_text->verticalScrollBar();
     bar->setValue(m_follow->isChecked() ? bar->maximum() : scrolled);
-    if (another && !m_follow->isChecked()) scrollTextViewToTop(*m_text);
+    if (piece.isAnother && !m_follow->isChecked()) scrollTextViewToTop(*m_text);
 }
 
 void LogWindow::find(bool backwards, bool fromStart) {

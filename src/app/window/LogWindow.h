@@ -20,7 +20,21 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
+    /// How far a file has been shown.
+    struct Position {
+        QString path;
+        QByteArray beginning;  ///< of the file, which tells a new one from it
+        qint64 offset = 0;     ///< bytes shown so far
+    };
+    struct Piece {
+        Position position;  ///< after this piece
+        bool isAnother = false;
+        QString text, error;
+    };
+
+    [[nodiscard]] static Piece read(const Position& from);
     void readOn();
+    void append(const Piece& piece);
     void find(bool backwards, bool fromStart);
 
     QPlainTextEdit* m_text;
@@ -29,7 +43,6 @@ private:
     QCheckBox* m_follow;
     ElidedLabel* m_path;
     QTimer m_timer;
-    QString m_shownPath;
-    qint64 m_position = 0;   ///< bytes shown so far
-    QByteArray m_signature;  ///< beginning of the file shown, which tells a new one from it
+    Position m_position;
+    bool m_isReading = false;
 };

@@ -1,6 +1,7 @@
 #include "app/window/MainWindow.h"
 
 #include "app/AppController.h"
+#include "app/window/AuthSheet.h"
 #include "app/window/BadgeClicks.h"
 #include "app/window/ClientActions.h"
 #include "app/window/ClientWindows.h"
@@ -19,6 +20,7 @@
 #include "clients/view/ClientOutlineModel.h"
 #include "foundation/VLBundle.h"
 #include "foundation/VLFormat.h"
+#include "foundation/VLNotificationCenter.h"
 #include "foundation/VLUserDefaults.h"
 #include "system/VLAlert.h"
 #include "widgets/AlertSheet.h"
@@ -75,6 +77,7 @@ MainWindow::MainWindow(AppController& controller, QWidget* parent)
 }
 
 MainWindow::~MainWindow() {
+    m_controller.authorization().setView(nullptr);
     m_controller.setInterface(nullptr);
     VLAlert::setPresenter({});
 }
@@ -105,6 +108,7 @@ void MainWindow::buildContents() {
     layout->addWidget(m_status);
     setCentralWidget(central);
     new ProgressSheet(m_controller.taskThreads(), this);
+    m_controller.authorization().setView(new AuthSheet(m_controller.authorization(), this));
 }
 
 void MainWindow::watchController() {
@@ -129,6 +133,20 @@ void MainWindow::watchController() {
     connect(&m_controller, &AppController::softwareUpdateCountChanged, this,
             &MainWindow::updateSoftwareUpdates);
     connect(&m_controller, &AppController::clientWindowsObsolete, this, &MainWindow::closeWindowsAbout);
+    connect(&m_controller, &AppController::mainWindowReady, this, &MainWindow::restoreTool);
+    // However the program ends: also by a signal.
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] {
+        if (!m_controller.isUnattended()) saveLayout();
+    });
+    VLNotificationCenter::defaultCenter().addObserver(
+        this, QStringLiteral("vlCorvalinSettingsNotWritten"), [this](const VLNotification& notification) {
+            VLAlert::alertSheetWithMessageText(
+                QStringLiteral("Unable to save the settings"), {}, {}, {},
+                QStringLiteral("%1 could not be written. It is tried again until it works; what was changed "
+                               "is lost when Orlendo is quit before that.")
+                    .arg(notification.userInfo.value(QStringLiteral("path")).toString()),
+                this, false);
+        });
     connect(&m_controller, &AppController::firstRun, this, [this] { (new WelcomeSheet(this))->open(); });
     connect(&m_controller, &AppController::adminIsOutdated, this, [this](const VLServicePtr& service) {
         showAdminOutdated(service ? service->name() : QString());
@@ -144,13 +162,17 @@ void MainWindow::watchController() {
 
 // ---- Tools
 
-/// The tool of the last run, else the first one that works.
 void MainWindow::restoreLayout() {
     resize(1280, 800);
     restoreGeometry(defaults().objectForKey(geometryKey).toByteArray());
     if (!m_splitter->restoreState(defaults().objectForKey(splitterKey).toByteArray())) {
         m_splitter->setSizes({256, 202, 822});
     }
+}
+
+/// The tool of the last run, else the first one that works. Its refresh starts at once, so not before the
+/// controller is set up.
+void MainWindow::restoreTool() {
     QString identifier = defaults().stringForKey(toolKey);
     if (m_tools->model()->rowOf(identifier) < 0) {
         for (const Tool& tool : m_controller.tools()) {
@@ -167,7 +189,6 @@ void MainWindow::saveLayout() const {
     defaults().setObject(saveGeometry(), geometryKey);
     defaults().setObject(m_splitter->saveState(), splitterKey);
     defaults().setObject(m_tools->selectedIdentifier(), toolKey);
-    defaults().synchronize();
 }
 
 void MainWindow::showTool(const QString& identifier) {
@@ -188,9 +209,8 @@ void MainWindow::updateErrors() {
     if (!errors) return;
     m_status->setErrorLabel(m_controller.errorLabel());
     QHash<QString, int> counts;
-    for (const QVariant& record : errors->errorQueue()) {
-        ++counts[record.toMap().value(QStringLiteral("hostname")).toString()];
-    }
+    for (const auto& [hostName, count] : errors->errorCountsByHost())
+        counts.insert(hostName, count);
     m_outline->setErrorCounts(counts);
 }
 
@@ -203,7 +223,7 @@ void MainWindow::updateSoftwareUpdates(qlonglong count) {
                    .arg(count == 1 ? QString() : QStringLiteral("s"));
     }
     m_softwareUpdate->setToolTip(help);
-    m_outline->model()->refresh();
+    m_outline->model()->refreshSoon();
 }
 
 // ---- Windows and sheets
@@ -256,11 +276,13 @@ void MainWindow::showAbout() {
 }
 
 void MainWindow::showAdminOutdated(const QString& clientName) {
-    const auto answered = [window = QPointer(this)](int returnCode) {
-        if (returnCode != VLAlert::DefaultReturn || !window) return;
-        VLAlert::alertSheetWithMessageText(
-            QStringLiteral("Unable to check for updates"), {}, {}, {},
-            QStringLiteral("This version does not look for newer ones of itself."), window, false);
+    const auto searched = [window = QPointer(this)](bool isDone) {
+        if (isDone || !window) return;
+        VLAlert::alertSheetWithMessageText(QStringLiteral("Unable to check for updates"), {}, {}, {},
+                                           QStringLiteral("The console's log says why."), window, false);
+    };
+    const auto answered = [window = QPointer(this), searched](int returnCode) {
+        if (returnCode == VLAlert::DefaultReturn && window) window->m_controller.searchForUpdates(searched);
     };
     const QString selector = QStringLiteral("adminOutdatedAlertDidEnd:returnCode:contextInfo:");
     VLAlert::alertSheetWithMessageText(
@@ -290,12 +312,12 @@ void MainWindow::showClientMenu(const QPoint& position) {
     menu->popup(position);
 }
 
-/// Windows about one client carry its name at the end of their title.
+/// Windows about one client carry its name at the end of their title, and say so: "Console Log" is not about
+/// a client named "Log".
 void MainWindow::closeWindowsAbout(const QString& clientName) {
     for (QWidget* window : QApplication::topLevelWidgets()) {
-        const bool about =
-            window->isVisible() && window->windowTitle().endsWith(QLatin1Char(' ') + clientName);
-        if (about) window->close();
+        const bool isAboutOne = window->isVisible() && window->property("isAboutClient").toBool();
+        if (isAboutOne && window->windowTitle().endsWith(QLatin1Char(' ') + clientName)) window->close();
     }
 }
 

@@ -54,6 +54,7 @@ private:
     void fillGoToMenu(QMenu* menu);
     void watchController();
     void restoreLayout();
+    void restoreTool();
     void saveLayout() const;
     void updateErrors();
     void updateSoftwareUpdates(qlonglong count);

@@ -2,11 +2,12 @@
 #include "app/AppController.h"
 #include "app/MakerSite.h"
 #include "app/window/ClientActions.h"
-#include "app/window/GroupActions.h"
 #include "app/window/ClientWindows.h"
+#include "app/window/GroupActions.h"
 #include "app/window/MainWindow.h"
 #include "app/window/ToolList.h"
 #include "clients/view/ClientOutline.h"
+#include "system/VLAlert.h"
 #include "widgets/Badge.h"
 #include "widgets/SearchField.h"
 #include "widgets/SymbolIcon.h"
@@ -22,6 +23,7 @@
 #include <QPixmap>
 #include <QToolBar>
 #include <QToolButton>
+#include <QUrl>
 
 QAction* MainWindow::makeAction(const QString& text, const char* symbol, const QString& help,
                                 const QKeySequence& shortcut) {
@@ -150,6 +152,11 @@ void MainWindow::buildMenus() {
         m_controller.services().setSelectedServices({action->data().value<VLServicePtr>()});
     });
     connect(computer, &QMenu::aboutToShow, goTo, [this, goTo] { fillGoToMenu(goTo); });
+    computer->addSeparator();
+    QAction* removePasswords = computer->addAction(QStringLiteral("Remove Stored &Passwords…"), this, [this] {
+        m_controller.authorization().securityRemovePasswords(this);
+    });
+    removePasswords->setObjectName(QStringLiteral("securityRemovePasswordsAction"));
 
     QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
     window->addAction(m_showLog);
@@ -190,7 +197,12 @@ void MainWindow::fillGoToMenu(QMenu* menu) {
 
 void MainWindow::buildHelpMenu(QMenu* menu) {
     const auto addPage = [&](const QString& text, MakerSite::Page page) {
-        menu->addAction(text, this, [page] { QDesktopServices::openUrl(MakerSite::page(page)); });
+        menu->addAction(text, this, [this, page] {
+            const QUrl address = MakerSite::page(page);
+            if (QDesktopServices::openUrl(address)) return;
+            VLAlert::alertSheetWithMessageText(QStringLiteral("Unable to open the page"), {}, {}, {},
+                                               address.toString(), this, false);
+        });
     };
     addPage(QStringLiteral("Orlendo &Manual"), MakerSite::Page::Manual);
     addPage(QStringLiteral("&Orlendo Home Page"), MakerSite::Page::Console);

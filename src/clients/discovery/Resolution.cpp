@@ -27,6 +27,8 @@ constexpr auto linkLocalSettleTime = 1500ms;
 // rounds.
 constexpr auto textLimit = 3500ms;
 constexpr int ipv4Bytes = 4;
+// An announcement may hold any number, and each is tried in turn.
+constexpr int mostAddresses = 16;
 
 QByteArray rawAddress(const AvahiRecord& record) {
     if (record.key->type == AVAHI_DNS_TYPE_A)
@@ -171,6 +173,7 @@ void Resolution::takeText(const dnssd::RecordSighting& sighting) {
 void Resolution::takeAddress(const dnssd::RecordSighting& sighting, bool& isComplete) {
     switch (sighting.event) {
         case dnssd::BrowseEvent::Added:
+            if (addressCount(sighting.link.interfaceIndex) == mostAddresses) return;
             m_found.emplace(sighting.link.interfaceIndex, rawAddress(*sighting.record));
             break;
         case dnssd::BrowseEvent::Removed:
@@ -216,7 +219,12 @@ QList<VLNetAddress> Resolution::addresses() const {
     }
     std::sort(list.begin(), list.end(),
               [](const auto& one, const auto& other) { return rank(one) < rank(other); });
-    return list;
+    return list.first(std::min<qsizetype>(list.size(), mostAddresses));
+}
+
+int Resolution::addressCount(int interfaceIndex) const {
+    return static_cast<int>(std::count_if(m_found.begin(), m_found.end(),
+                                          [&](const auto& found) { return found.first == interfaceIndex; }));
 }
 
 void Resolution::answer(ServiceResolution resolution) {

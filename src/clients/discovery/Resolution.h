@@ -48,6 +48,7 @@ private:
     void takeAddress(const dnssd::RecordSighting& sighting, bool& isComplete);
     void review(bool isSettled = false);
     [[nodiscard]] QList<VLNetAddress> addresses() const;
+    [[nodiscard]] int addressCount(int interfaceIndex) const;
     void answer(ServiceResolution resolution);
 
     dnssd::AvahiLoop& m_loop;

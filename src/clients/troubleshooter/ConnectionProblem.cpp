@@ -64,10 +64,14 @@ Kind kindOfCode(int errorCode) {
 }
 
 bool wantsNewerConsole(const VLService& service) {
+    const QVariant version = service.configDict().value(QStringLiteral("minAdminVersion"));
+    if (!version.isValid()) return false;
+    ClientConfiguration configuration;  // the one value, for whoever asks of a thousand clients at once
+    configuration.minAdminVersion = ClientConfiguration::integer(version);
     const auto environment = VLService::environment();
     const VLBundle& bundle =
         environment && environment->bundle ? *environment->bundle : VLBundle::mainBundle();
-    return ClientConfiguration::read(service.configDict(), {}).wantsNewerConsole(bundle);
+    return configuration.wantsNewerConsole(bundle);
 }
 
 QString reasonOf(const VLService& service) {

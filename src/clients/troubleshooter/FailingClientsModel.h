@@ -4,6 +4,7 @@
 
 #include <QAbstractListModel>
 
+#include <unordered_map>
 #include <vector>
 
 /// The clients that something is wrong with, sorted by name. A client that stays in it keeps its row's
@@ -36,8 +37,12 @@ private:
         bool operator==(const Row&) const = default;
     };
     [[nodiscard]] static std::vector<Row> failing(const QList<VLServicePtr>& services);
-    void removeMissing(const std::vector<Row>& wanted);
-    void place(int row, const Row& wanted);
+    using Places = std::unordered_map<const VLService*, std::size_t>;
+    void removeMissing(const Places& wanted);
+    void insertNew(const std::vector<Row>& wanted);
+    template <typename Before>
+    void reorder(Before before);
+    void takeContents(std::vector<Row> wanted);
 
     std::vector<Row> m_rows;
 };

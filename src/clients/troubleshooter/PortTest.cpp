@@ -68,12 +68,16 @@ void PortTest::start(const QList<Target>& targets, std::chrono::milliseconds lim
     cancel();
     const auto run = std::make_shared<Run>(Run{this, targets.size()});
     m_run = run;
-    for (const Target& target : targets)
-        VLThread::detach(QStringLiteral("port test"), [run, target, limit] {
-            onMainThread([run, outcome = tryTarget(target, limit)] {
-                if (run->owner) run->owner->take(outcome);
-            });
+    const auto report = [run](const Outcome& outcome) {
+        onMainThread([run, outcome] {
+            if (run->owner) run->owner->take(outcome);
         });
+    };
+    for (const Target& target : targets) {
+        const bool isTried = VLThread::detach(QStringLiteral("port test"),
+                                              [report, target, limit] { report(tryTarget(target, limit)); });
+        if (!isTried) report({target, false, QStringLiteral("This computer has too much to do to try it.")});
+    }
     if (!targets.isEmpty()) return;
     cancel();
     Q_EMIT finished();

@@ -94,10 +94,19 @@ QWidget* ClientInfoPanel::buildContents() {
     return contents;
 }
 
-/// Once: there are always the same rows.
+/// Anew only when there are other rows than before.
 void ClientInfoPanel::buildRows() {
+    QStringList titles;
+    for (const ClientInfo::Row& row : std::as_const(m_info.rows))
+        titles << row.title;
+    if (titles == m_titles) return;
+    m_titles = titles;
+    m_values.clear();
+    while (m_rows->rowCount() > 0)
+        m_rows->removeRow(0);
     for (const ClientInfo::Row& row : std::as_const(m_info.rows)) {
         auto* caption = new QLabel(row.title);
+        caption->setTextFormat(Qt::PlainText);
         caption->setForegroundRole(QPalette::PlaceholderText);
         caption->setAlignment(Qt::AlignRight | Qt::AlignTop);
         auto* value = new QLabel;
@@ -123,21 +132,34 @@ void ClientInfoPanel::showService(const VLServicePtr& service) {
     m_stack->setCurrentIndex(service ? 1 : 0);
     if (!service) return;
     if (another) {
+        m_machine.clear();
         showPicture(service->icon());
-        if (isVisible()) m_source.fetchLargeIcon(service);
+        if (isVisible()) askAgent();
     }
     refresh();
 }
 
 void ClientInfoPanel::refresh() {
     if (!m_service || !isVisible()) return;
-    m_info = m_source.info(m_service);
-    if (m_values.isEmpty()) buildRows();
+    if (m_service->isConnected() && !m_askedWhileConnected) askAgent();
+    m_info = m_source.info(m_service, m_machine);
+    buildRows();
     if (m_name->text() != m_service->name()) m_name->setText(m_service->name());
     for (qsizetype i = 0; i < m_values.size(); ++i) {
         const QString& value = m_info.rows.at(i).value;
         if (m_values.at(i)->text() != value) m_values.at(i)->setText(value);
     }
+}
+
+void ClientInfoPanel::askAgent() {
+    m_askedWhileConnected = m_service->isConnected();
+    m_source.askAgent(m_service);
+}
+
+void ClientInfoPanel::setMachine(const VLServicePtr& service, const QVariantMap& machine) {
+    if (service != m_service || machine == m_machine) return;
+    m_machine = machine;
+    refresh();
 }
 
 void ClientInfoPanel::setLargeIcon(const VLServicePtr& service, const QImage& picture) {
@@ -160,7 +182,7 @@ void ClientInfoPanel::showPicture(const QImage& picture) {
 
 void ClientInfoPanel::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    if (m_service) m_source.fetchLargeIcon(m_service);
+    if (m_service) askAgent();
     refresh();
 }
 

@@ -19,8 +19,10 @@ class ClientInfoPanel : public QWidget {
     Q_OBJECT
 public:
     struct Source {
-        std::function<ClientInfo(const VLServicePtr& service)> info;
-        std::function<void(const VLServicePtr& service)> fetchLargeIcon;
+        std::function<ClientInfo(const VLServicePtr& service, const QVariantMap& machine)> info;
+        /// Asks the agent about its machine and for its picture: they come back through setMachine() and
+        /// setLargeIcon().
+        std::function<void(const VLServicePtr& service)> askAgent;
     };
     explicit ClientInfoPanel(Source source, QWidget* parent = nullptr);
 
@@ -29,6 +31,8 @@ public:
     [[nodiscard]] const VLServicePtr& service() const { return m_service; }
     /// Reads the shown client again.
     void refresh();
+    /// The machine's facts; those of another client are ignored.
+    void setMachine(const VLServicePtr& service, const QVariantMap& machine);
     /// The picture that was fetched; one of another client is ignored.
     void setLargeIcon(const VLServicePtr& service, const QImage& picture);
 
@@ -40,16 +44,20 @@ protected:
 private:
     [[nodiscard]] QWidget* buildContents();
     void buildRows();
+    void askAgent();
     void showPicture(const QImage& picture);
 
     Source m_source;
     VLServicePtr m_service;
     ClientInfo m_info;
+    QVariantMap m_machine;
+    bool m_askedWhileConnected = false;
     QImage m_image;
     QStackedWidget* m_stack;
     EmptyState* m_empty;
     QLabel* m_picture = nullptr;
     QLabel* m_name = nullptr;
     QFormLayout* m_rows = nullptr;
+    QStringList m_titles;  ///< of the rows that are built
     QList<QLabel*> m_values;
 };

@@ -40,9 +40,7 @@ ClientOutlineModel::ClientOutlineModel(ServiceList& services, QObject* parent)
     connect(&services, &ServiceList::serviceAdded, this, &ClientOutlineModel::followSoon);
     connect(&services, &ServiceList::serviceRemoved, this, &ClientOutlineModel::followSoon);
     connect(&services, &ServiceList::groupsChanged, this, &ClientOutlineModel::follow);
-    connect(&services, &ServiceList::serviceUpdated, this, [this] {
-        if (!m_refreshTimer.isActive()) m_refreshTimer.start();
-    });
+    connect(&services, &ServiceList::serviceUpdated, this, &ClientOutlineModel::refreshSoon);
     follow();
 }
 
@@ -53,6 +51,7 @@ QStringList ClientOutlineModel::sortColumnNames() {
 }
 
 void ClientOutlineModel::setErrorCounts(const QHash<QString, int>& counts) {
+    if (counts == m_errorCounts) return;
     m_errorCounts = counts;
     refresh();
 }
@@ -122,6 +121,10 @@ void ClientOutlineModel::refresh() {
     if (anyChanged) emitChangedRows();
 }
 
+void ClientOutlineModel::refreshSoon() {
+    if (!m_refreshTimer.isActive()) m_refreshTimer.start();
+}
+
 /// One signal for each run of rows.
 void ClientOutlineModel::emitChangedRows() {
     for (const auto& section : m_sections) {
@@ -171,6 +174,15 @@ QVariant ClientOutlineModel::sectionData(const Section& section, int role) const
     }
 }
 
+/// What the row's badges stand for.
+QStringList ClientOutlineModel::badgeTexts(const Row& row) {
+    QStringList texts;
+    if (row.maintenance) texts << QStringLiteral("Asks for maintenance");
+    if (row.errors > 0) texts << counted(row.errors, "error") + QStringLiteral(" in the error log");
+    if (row.updates > 0) texts << counted(row.updates, "software update") + QStringLiteral(" available");
+    return texts;
+}
+
 QString ClientOutlineModel::toolTip(const Row& row) {
     QStringList lines{row.name};
     if (!row.hostName.isEmpty() && row.hostName != row.name) lines << row.hostName;
@@ -179,9 +191,7 @@ QString ClientOutlineModel::toolTip(const Row& row) {
     if (!row.model.isEmpty()) lines << row.model;
     if (row.state.kind != ClientState::Connected) lines << row.state.text;
     if (row.service->isManual()) lines << QStringLiteral("Added by hand");
-    if (row.maintenance) lines << QStringLiteral("Asks for maintenance");
-    if (row.errors > 0) lines << counted(row.errors, "error") + QStringLiteral(" in the error log");
-    if (row.updates > 0) lines << counted(row.updates, "software update") + QStringLiteral(" available");
+    lines << badgeTexts(row);
     return lines.join(QLatin1Char('\n'));
 }
 
@@ -198,7 +208,7 @@ QVariant ClientOutlineModel::data(const QModelIndex& index, int role) const {
         case Qt::ToolTipRole:
             return literalText(toolTip(row));
         case Qt::AccessibleTextRole:
-            return QStringLiteral("%1, %2").arg(row.name, row.state.text);
+            return (QStringList{row.name, row.state.text} + badgeTexts(row)).join(QStringLiteral(", "));
         case ServiceRole:
             return QVariant::fromValue(row.service);
         case IsGroupRole:
@@ -343,9 +353,12 @@ bool ClientOutlineModel::dropMimeData(const QMimeData* data, Qt::DropAction acti
                                       const QModelIndex& parent) {
     if (!canDropMimeData(data, action, row, column, parent)) return false;
     const VLServiceGroupPtr group = groupAt(dropTarget(parent));
+    const auto isKnown = [this](const QString& hostName) {
+        return m_services.serviceWithHostName(hostName) != nullptr;
+    };
     QList<VLServicePtr> services;
     for (const VLServicePtr& record :
-         ServicePasteboard::decode(data->data(QLatin1String(ServicePasteboard::type)))) {
+         ServicePasteboard::decode(data->data(QLatin1String(ServicePasteboard::type)), isKnown)) {
         const VLServicePtr service = m_services.serviceWithHostName(record->hostName());
         if (service && service->hostName() == record->hostName()) services << service;
     }

@@ -85,6 +85,8 @@ public:
 
     /// Brings the rows up to date with the list at once.
     void refresh();
+    /// The same a moment later, together with what else changes until then.
+    void refreshSoon();
 
 private:
     struct Row;
@@ -96,6 +98,7 @@ private:
     bool readRow(Row& row);
     [[nodiscard]] QVariant sectionData(const Section& section, int role) const;
     [[nodiscard]] QString sectionToolTip(const Section& section) const;
+    [[nodiscard]] static QStringList badgeTexts(const Row& row);
     [[nodiscard]] static QString toolTip(const Row& row);
     void emitChangedRows();
 

@@ -38,6 +38,7 @@ IdentitySheet::IdentitySheet(const VLServicePtr& service, AcceptNew acceptNew, Q
       m_service(service),
       m_acceptNew(std::move(acceptNew)) {
     setObjectName(QStringLiteral("identitySheet"));
+    setProperty("isAboutClient", true);
     setWindowTitle(QStringLiteral("New identity of %1").arg(service->name()));
     const auto addFingerprint = [this](const QString& title, const QString& fingerprint, const char* name) {
         auto* caption = new QLabel(title, this);

@@ -46,19 +46,16 @@ std::optional<HostCredentials> AuthorizationController::credentialsFor(const Rem
     const QString hostName = service->hostName();
     for (;;) {
         if (m_authorizationDict.shared()->value(hostName).authName.isEmpty() && !takeFromKeychain(hostName)) {
-            switch (showAuthDialogAndLoop(service)) {
-                case Asked::Skipped:
-                    VLLog::appendLog(QStringLiteral("User skipped authorization dialog."));
-                    m_authSkipped = false;
-                    return std::nullopt;
-                case Asked::OtherAnswered:
-                    // That sheet was about another client. Its answer may count for this one as well.
-                    if (shallStop(service)) return std::nullopt;
-                    if (!m_authorizationDict.shared()->contains(hostName)) continue;
-                    break;
-                case Asked::Answered:
-                    break;
+            const SheetPtr sheet = showAuthDialogAndLoop(service);
+            const bool isOwn = !sheet || sheet->service == service;
+            if (!sheet || (isOwn && sheet->code == Skipped)) {
+                VLLog::appendLog(QStringLiteral("User skipped authorization dialog."));
+                m_authSkipped = false;
+                return std::nullopt;
             }
+            if (sheet->code == Canceled) return std::nullopt;
+            // A sheet about another client may have been answered for this one as well, or not.
+            if (!isOwn && !shallStop(service) && !m_authorizationDict.shared()->contains(hostName)) continue;
         }
         if (shallStop(service)) return std::nullopt;
         HostCredentials credentials = m_authorizationDict.shared()->value(hostName);
@@ -146,16 +143,15 @@ QString AuthorizationController::storedUser(const QString& hostName) {
 
 // ---- Waiting for the sheet
 
-AuthorizationController::Asked AuthorizationController::showAuthDialogAndLoop(
+AuthorizationController::SheetPtr AuthorizationController::showAuthDialogAndLoop(
     const RemoteClientPtr& service) {
     const VLCallLock lock;
     VLLog::appendLog(QStringLiteral("Preparing to show authorization dialog..."));
-    Asked asked = Asked::Answered;
-    onMainThreadAndWait([&] { asked = showAuthForHostname(service); });
-    while (m_processingSuspended && !shallStop(service))
+    SheetPtr sheet;
+    onMainThreadAndWait([&] { sheet = showAuthForHostname(service); });
+    while (sheet && sheet->code == Unanswered && !shallStop(service))
         VLThread::sleepFor(m_environment.lookInterval);
-    if (asked == Asked::Answered && m_authSkipped) return Asked::Skipped;
-    return asked;
+    return sheet;
 }
 
 // ---- The keychain's turns

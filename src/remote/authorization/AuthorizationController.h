@@ -47,9 +47,9 @@ public:
         std::function<QList<RemoteClientPtr>()> selectedServices;  ///< any thread
         /// False once a client was removed from the list. Any thread.
         std::function<bool(const RemoteClientPtr&)> isKnown;
-        std::function<bool()> processingCancelled;              ///< any thread
+        std::function<bool()> processingCancelled;                   ///< any thread
         std::function<void(bool cancelled)> setProcessingCancelled;  ///< any thread
-        std::function<void()> cancelAllProgress;                ///< main thread
+        std::function<void()> cancelAllProgress;                     ///< main thread
         /// Main thread: takes the progress sheet away if it shows, and brings back one that was taken away.
         std::function<void()> putProgressAway, bringProgressBack;
         QString loginName;  ///< of the person at the console
@@ -90,13 +90,21 @@ public:
     [[nodiscard]] bool processingSuspended() const { return m_processingSuspended; }
     [[nodiscard]] const RemoteClientPtr& lastAuthService() const { return m_lastAuthService; }
     /// By host name. Any thread.
-    [[nodiscard]] QHash<QString, HostCredentials> authorizationDict() const { return m_authorizationDict.get(); }
+    [[nodiscard]] QHash<QString, HostCredentials> authorizationDict() const {
+        return m_authorizationDict.get();
+    }
 
 private:
     using Credentials = QHash<QString, HostCredentials>;
     enum class Verdict { Accepted, Refused, NoAnswer };
-    enum class Asked { Answered, Skipped, OtherAnswered };
-    enum ReturnCode { Canceled = 0, Authorized = 1, Skipped = 2 };
+    enum ReturnCode { Unanswered = -1, Canceled = 0, Authorized = 1, Skipped = 2 };
+    /// One showing of the sheet. Every worker that waits for it holds it, so that a later showing cannot
+    /// change what this one was answered with.
+    struct Sheet {
+        RemoteClientPtr service;
+        std::atomic<ReturnCode> code{Unanswered};
+    };
+    using SheetPtr = std::shared_ptr<Sheet>;
     /// What was typed, while it is checked and after that.
     struct Entry {
         QString userName;
@@ -112,13 +120,13 @@ private:
     void forgetRefused(const QString& hostName);
     [[nodiscard]] bool shallStop(const RemoteClientPtr& service) const;
 
-    [[nodiscard]] Asked showAuthDialogAndLoop(const RemoteClientPtr& service);
-    [[nodiscard]] Asked showAuthForHostname(const RemoteClientPtr& service);
-    void answered(int sheetNumber, Verdict verdict, const EntryPtr& entry);
+    [[nodiscard]] SheetPtr showAuthDialogAndLoop(const RemoteClientPtr& service);
+    [[nodiscard]] SheetPtr showAuthForHostname(const RemoteClientPtr& service);
+    void answered(const SheetPtr& sheet, Verdict verdict, const EntryPtr& entry);
     void endAuth();
     void endSheet(ReturnCode code, const EntryPtr& entry = {});
-    void authSheetDidEnd(ReturnCode code, const RemoteClientPtr& service, const EntryPtr& entry);
-    void take(const Entry& entry, const RemoteClientPtr& service, const EntryPtr& shared);
+    void authSheetDidEnd(ReturnCode code, const EntryPtr& entry);
+    void take(const EntryPtr& entry);
     void restartTimer();
     void authTimeout();
 
@@ -137,9 +145,8 @@ private:
 
     // Main thread.
     RemoteClientPtr m_lastAuthService;  ///< the client that the sheet asks for, or asked for last
-    bool m_sheetIsUp = false;
+    SheetPtr m_sheet;                   ///< the one that is up
     bool m_isChecking = false;
-    int m_sheetNumber = 0;
 
     std::mutex m_keychainTurn;  ///< held while the keychain is used
     std::mutex m_waitingMutex;

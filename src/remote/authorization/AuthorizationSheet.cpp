@@ -1,4 +1,5 @@
-// The main thread's half of AuthorizationController: the sheet, what was typed into it, and for how long it counts.
+// The main thread's half of AuthorizationController: the sheet, what was typed into it, and for how long it
+// counts.
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
 #include "foundation/VLThread.h"
@@ -8,25 +9,31 @@
 #include "remote/authorization/VLEncryption.h"
 #include "system/VLAlert.h"
 
+#include <utility>
+
 void AuthorizationController::setView(AuthorizationView* view) {
     m_view = view;
-    if (!view && m_sheetIsUp) endSheet(Canceled);
+    if (!view && m_sheet) endSheet(Canceled);
 }
 
-AuthorizationController::Asked AuthorizationController::showAuthForHostname(const RemoteClientPtr& service) {
+/// None when there is nobody to ask: that counts as skipped. The sheet that is up when it is about another
+/// client: only one is shown at a time.
+AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(
+    const RemoteClientPtr& service) {
     const VLCallLock lock;
     m_authSkipped = false;
     if (!m_view) {
         VLLog::appendLog(QStringLiteral("There is no window to ask for a password in."));
         m_authSkipped = true;
-        return Asked::Answered;
+        return nullptr;
     }
     m_environment.putProgressAway();
-    if (m_sheetIsUp) return service == m_lastAuthService ? Asked::Answered : Asked::OtherAnswered;
+    if (m_sheet) return m_sheet;
+    // Not before: what is typed into a sheet that is up is for its own client only.
     m_lastAuthService = service;
     m_processingSuspended = true;
-    m_sheetIsUp = true;
-    ++m_sheetNumber;
+    m_sheet = std::make_shared<Sheet>();
+    m_sheet->service = service;
     VLLog::appendLog(QStringLiteral("Showing authorization dialog..."));
     const QString known = m_authorizationDict.shared()->value(service->hostName()).authName;
     AuthorizationView::Prompt prompt;
@@ -36,34 +43,34 @@ AuthorizationController::Asked AuthorizationController::showAuthForHostname(cons
     prompt.addToKeychain =
         VLUserDefaults::standardUserDefaults().integerForKey(QStringLiteral("authAddKeychain")) != 0;
     m_view->showSheet(prompt);
-    return Asked::Answered;
+    return m_sheet;
 }
 
 // ---- Buttons
 
 void AuthorizationController::authorize(const QString& userName, Secret password, bool applyToAll,
                                         bool addToKeychain) {
-    if (!m_sheetIsUp || m_isChecking) return;
+    if (!m_sheet || m_isChecking) return;
     auto entry = std::make_shared<Entry>();
     entry->userName = userName;
-    entry->credentials = {
-        userName, VLEncryption::AESEncryptData(password.view(), VLEncryption::hostPassphrase())};
+    entry->credentials = {userName,
+                          VLEncryption::AESEncryptData(password.view(), VLEncryption::hostPassphrase())};
     entry->password = std::move(password);
     entry->applyToAll = applyToAll;
     entry->addToKeychain = addToKeychain;
     m_isChecking = true;
     m_view->setChecking(true);
-    VLThread::detach(QStringLiteral("authorize"), [this, alive = std::weak_ptr(m_alive), entry,
-                                                   service = m_lastAuthService, sheet = m_sheetNumber] {
-        const Verdict verdict = ask(entry->credentials, service);
-        onMainThread([this, alive, sheet, verdict, entry] {
-            if (!alive.expired()) answered(sheet, verdict, entry);
-        });
-    });
+    VLThread::detach(QStringLiteral("authorize"),
+                     [this, alive = std::weak_ptr(m_alive), entry, sheet = m_sheet] {
+                         const Verdict verdict = ask(entry->credentials, sheet->service);
+                         onMainThread([this, alive, sheet, verdict, entry] {
+                             if (!alive.expired()) answered(sheet, verdict, entry);
+                         });
+                     });
 }
 
-void AuthorizationController::answered(int sheetNumber, Verdict verdict, const EntryPtr& entry) {
-    if (!m_sheetIsUp || sheetNumber != m_sheetNumber) return;  // skipped or cancelled meanwhile
+void AuthorizationController::answered(const SheetPtr& sheet, Verdict verdict, const EntryPtr& entry) {
+    if (sheet != m_sheet) return;  // skipped or cancelled meanwhile
     if (verdict == Verdict::Accepted) return endSheet(Authorized, entry);
     m_isChecking = false;
     m_view->setChecking(false);
@@ -78,7 +85,7 @@ void AuthorizationController::answered(int sheetNumber, Verdict verdict, const E
 }
 
 void AuthorizationController::skipAuth() {
-    if (!m_sheetIsUp) return;
+    if (!m_sheet) return;
     m_authSkipped = true;
     m_processingSuspended = false;
     endSheet(Skipped);
@@ -87,14 +94,14 @@ void AuthorizationController::skipAuth() {
 }
 
 void AuthorizationController::cancelAuth() {
-    if (!m_sheetIsUp) return;
+    if (!m_sheet) return;
     m_environment.setProcessingCancelled(true);
     m_processingSuspended = false;
     endAuth();
 }
 
 void AuthorizationController::serviceRemoved(const RemoteClientPtr& service) {
-    if (!m_sheetIsUp || service != m_lastAuthService) return;
+    if (!m_sheet || service != m_sheet->service) return;
     VLLog::appendLog(QStringLiteral("%@ is gone; its password is not needed any more."), service->name());
     skipAuth();
 }
@@ -110,17 +117,17 @@ void AuthorizationController::endAuth() {
 }
 
 void AuthorizationController::endSheet(ReturnCode code, const EntryPtr& entry) {
-    m_sheetIsUp = false;
+    const SheetPtr sheet = std::exchange(m_sheet, nullptr);
     m_isChecking = false;
     if (m_view) {
         m_view->setChecking(false);
         m_view->orderOut();
     }
-    authSheetDidEnd(code, m_lastAuthService, entry);
+    authSheetDidEnd(code, entry);
+    sheet->code = code;  // last: it lets the workers go on
 }
 
-void AuthorizationController::authSheetDidEnd(ReturnCode code, const RemoteClientPtr& service,
-                                              const EntryPtr& entry) {
+void AuthorizationController::authSheetDidEnd(ReturnCode code, const EntryPtr& entry) {
     switch (code) {
         case Canceled:
             VLLog::appendLog(QStringLiteral("Authorization canceled."));
@@ -130,23 +137,23 @@ void AuthorizationController::authSheetDidEnd(ReturnCode code, const RemoteClien
             break;
         case Authorized:
             VLLog::appendLog(QStringLiteral("Authorizing..."));
-            take(*entry, service, entry);
+            take(entry);
             m_processingSuspended = false;
             m_environment.setProcessingCancelled(false);
             m_environment.bringProgressBack();
             break;
         case Skipped:
+        case Unanswered:
             break;
     }
 }
 
 /// The credentials count for the client that was asked for, and for all selected ones when so ticked.
-void AuthorizationController::take(const Entry& entry, const RemoteClientPtr& service,
-                                   const EntryPtr& shared) {
+void AuthorizationController::take(const EntryPtr& entry) {
     Credentials all = m_authorizationDict.get();
-    all.insert(service->hostName(), entry.credentials);
-    QStringList hosts{service->hostName()};
-    if (entry.applyToAll) {
+    QStringList hosts{m_lastAuthService->hostName()};
+    all.insert(hosts.first(), entry->credentials);
+    if (entry->applyToAll) {
         const QList<RemoteClientPtr> selected = m_environment.selectedServices();
         for (const RemoteClientPtr& other : selected)
             if (!hosts.contains(other->hostName())) hosts.append(other->hostName());
@@ -154,13 +161,13 @@ void AuthorizationController::take(const Entry& entry, const RemoteClientPtr& se
     VLUserDefaults& defaults = VLUserDefaults::standardUserDefaults();
     QVariantMap users = defaults.dictionaryForKey(QStringLiteral("users"));
     for (const QString& host : std::as_const(hosts)) {
-        if (!all.contains(host)) all.insert(host, entry.credentials);
-        users.insert(host, entry.userName);
+        if (!all.contains(host)) all.insert(host, entry->credentials);
+        users.insert(host, entry->userName);
     }
-    if (entry.addToKeychain && !entry.password.isEmpty()) {
-        onKeychainLater([add = m_environment.passwords.add, hosts, shared] {
+    if (entry->addToKeychain && !entry->password.isEmpty()) {
+        onKeychainLater([add = m_environment.passwords.add, hosts, entry] {
             for (const QString& host : hosts)
-                add(shared->userName, host, shared->password);
+                add(entry->userName, host, entry->password);
         });
     }
     defaults.setObject(users, QStringLiteral("users"));
@@ -191,8 +198,7 @@ void AuthorizationController::securityRemovePasswords(QObject* parentWindow) {
     VLAlert::alertSheetWithMessageText(
         QStringLiteral("Are you sure you wish to remove all stored passwords?"), QStringLiteral("Remove"),
         QStringLiteral("Cancel"), {},
-        QStringLiteral(
-            "You will be required to re-enter them next time you perform an authorized action."),
+        QStringLiteral("You will be required to re-enter them next time you perform an authorized action."),
         parentWindow,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, ended}}),
         selector, false);

@@ -17,7 +17,8 @@ public:
     };
     /// Begins the sheet over the main window, with the focus in the user name field.
     virtual void showSheet(const Prompt& prompt) = 0;
-    /// While what was typed is being checked nothing else can be typed; skipping and cancelling stay possible.
+    /// While what was typed is being checked nothing else can be typed; skipping and cancelling stay
+    /// possible.
     virtual void setChecking(bool checking) = 0;
     /// An alert over the sheet, which stays.
     virtual void showAlert(const QString& messageText, const QString& informativeText) = 0;

@@ -14,6 +14,8 @@
 #include <memory>
 #include <optional>
 
+class RemoteRunner;
+
 /// Runs the operations that need an administrator of the client. As with RemoteRunner: workers only, nothing
 /// here throws, a client's failure is logged and marks it not connected.
 class AuthorizedRunner {
@@ -21,12 +23,10 @@ public:
     struct Environment {
         TaskProgress* progress = nullptr;                          ///< outlives the runner
         std::function<QList<RemoteClientPtr>()> selectedServices;  ///< any thread
-        VLCallbackTargetPtr errorCallback;                         ///< handed to agents on connecting
+        RemoteRunner* runner = nullptr;                            ///< outlives this one
         /// AuthorizationController's two: forgets that somebody skipped, and obtains checked credentials.
         std::function<void()> clearAuthSkipped;
         std::function<std::optional<HostCredentials>(const RemoteClientPtr&)> credentialsFor;
-        /// A client's failure, for the error queue. Any thread. May be empty.
-        std::function<void(const QString& hostName, const QString& reason)> clientFailed;
         std::chrono::milliseconds probeLimit{std::chrono::seconds(10)};
     };
     explicit AuthorizedRunner(Environment environment) : m_environment(std::move(environment)) {}
@@ -45,6 +45,7 @@ public:
         QString selector;
         QVariant obj1, obj2;
         bool shouldDecrementTaskCount = true;  ///< the worker counts itself out
+        int run = 0, counting = 0;  ///< of TaskProgress: the run it belongs to, how it was counted in
     };
     /// The worker itself; whoever starts it counts it in.
     void authExecuteRemoteMethodsOnThread(const WorkOrder& order) const;
@@ -57,8 +58,6 @@ private:
     void run(const char* method, const QString& selector, const RemoteClientPtr& service,
              const Send& send) const;
     [[nodiscard]] VLProxyObjectPtr proxyFor(const QString& selector, const RemoteClientPtr& service) const;
-    void failed(const QString& selector, const RemoteClientPtr& service,
-                const std::exception& exception) const;
 
     Environment m_environment;
 };

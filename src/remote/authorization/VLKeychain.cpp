@@ -52,7 +52,9 @@ public:
     [[nodiscard]] bool isCancelled() const {
         return g_error_matches(m_error, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE;
     }
-    [[nodiscard]] QString message() const { return m_error ? QString::fromUtf8(m_error->message) : QString(); }
+    [[nodiscard]] QString message() const {
+        return m_error ? QString::fromUtf8(m_error->message) : QString();
+    }
 
 private:
     GError* m_error = nullptr;
@@ -66,7 +68,14 @@ const SecretSchema* schema() {
                                       {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
                                       {"host", SECRET_SCHEMA_ATTRIBUTE_STRING},
                                       {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
-                                     0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+                                     0,
+                                     nullptr,
+                                     nullptr,
+                                     nullptr,
+                                     nullptr,
+                                     nullptr,
+                                     nullptr,
+                                     nullptr};
     return &schema;
 }
 

@@ -1,5 +1,6 @@
-// orlendo-helper: runs, as root, the programs that the console names. pkexec starts it once the administrator has
-// agreed; it serves the process that asked for it over the socket that is its standard input, and nobody else.
+// orlendo-helper: runs, as root, the programs that the console names. pkexec starts it once the administrator
+// has agreed; it serves the process that asked for it over the socket that is its standard input, and nobody
+// else.
 
 #include "system/helper/HelperProtocol.h"
 
@@ -25,8 +26,8 @@ using namespace HelperProtocol;
 
 constexpr int client = STDIN_FILENO;
 
-/// The other end of our socket must have been made by the process that started us, of the user that pkexec names
-/// (root, when started by root directly).
+/// The other end of our socket must have been made by the process that started us, of the user that pkexec
+/// names (root, when started by root directly).
 bool isStartedByClient() {
     ucred peer{};
     socklen_t size = sizeof peer;
@@ -81,7 +82,8 @@ Status run(std::vector<std::string>& strings) {
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     pid_t process = 0;
-    const int error = posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environment.data());
+    const int error =
+        posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environment.data());
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) return notStarted;
 

@@ -7,9 +7,7 @@
 #include "logs/VLLog.h"
 #include "system/VLException.h"
 #include "tools/addonry/PluginList.h"
-
-#include <QHash>
-#include <QSet>
+#include "tools/addonry/RowMerger.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,48 +16,6 @@
 namespace {
 
 const QString hostNameKey = QStringLiteral("hostname");
-
-/// The rows while they grow, found by name: five hundred clients with three hundred plug-ins each are merged
-/// while the user waits.
-class RowMerger {
-public:
-    void add(const QVariantMap& instance, const QString& hostName) {
-        const QString name = instance.value(QStringLiteral("name")).toString();
-        if (const auto row = m_rowByName.constFind(name); row != m_rowByName.constEnd()) {
-            m_rows[*row].addChild(instance, hostName);
-            return;
-        }
-        m_rowByName.insert(name, m_rows.size());
-        m_rows.append(VLPluginItem::pluginItem(instance, hostName));
-    }
-
-    [[nodiscard]] QList<VLPluginItem> takeRows() { return std::move(m_rows); }
-
-private:
-    QList<VLPluginItem> m_rows;
-    QHash<QString, qsizetype> m_rowByName;
-};
-
-QVariantMap placeholder(const VLPluginItem& row, const QString& hostName) {
-    return {{hostNameKey, hostName},
-            {QStringLiteral("disabled"), -1},
-            {QStringLiteral("version"), QString()},
-            {QStringLiteral("type"), row.type()},
-            {QStringLiteral("filename"), row.fileName()},
-            {QStringLiteral("name"), row.name()}};
-}
-
-void markMissing(VLPluginItem& row, const QStringList& hostNames) {
-    if (row.children().size() == hostNames.size()) return;
-    QSet<QString> present;
-    for (const QVariant& child : row.children())
-        present.insert(child.toMap().value(hostNameKey).toString());
-    QVariantList missing;
-    for (const QString& hostName : hostNames)
-        if (!present.contains(hostName)) missing.append(placeholder(row, hostName));
-    row.setMissingHosts(missing);
-    row.setState(VLPluginItem::Missing);
-}
 
 /// What a row is sorted by: a text (folded, so that case doesn't count) or a number.
 std::pair<QString, qlonglong> sortKey(const VLPluginItem& row, const QString& column) {
@@ -98,8 +54,8 @@ QString differenceText(int state) {
 
 }  // namespace
 
-bool AddonryController::isStopped() const {
-    return context().progress->processingCancelled() || VLThread::isCancelled();
+bool AddonryController::isStopped(int run) const {
+    return context().progress->isCancelled(run) || VLThread::isCancelled();
 }
 
 void AddonryController::refreshAddonryPlugins() {
@@ -118,13 +74,14 @@ void AddonryController::refreshAddonryPlugins() {
 }
 
 void AddonryController::populate() {
-    const int run = ++m_lastRun;
+    const int refresh = ++m_lastRefresh;
     const QList<VLServicePtr> services = context().selectedServices();
     context().progress->startStatusProgress();
+    const int run = context().progress->currentRun();
     RowMerger merger;
     QStringList hostNames;
     for (const VLServicePtr& service : services) {
-        if (isStopped()) break;
+        if (isStopped(run)) break;
         const QString hostName = service->hostName();
         hostNames.append(hostName);
         const PluginList list = PluginList::fromAnswer(
@@ -136,18 +93,15 @@ void AddonryController::populate() {
         context().progress->incrementStatusProgress();
     }
     // Half a run says nothing about the clients that it did not come to.
-    if (isStopped()) return;
-    QList<VLPluginItem> rows = merger.takeRows();
-    for (VLPluginItem& row : rows)
-        markMissing(row, hostNames);
-    install(std::move(rows), run);
+    if (isStopped(run)) return;
+    install(merger.takeRows(hostNames), refresh, run);
 }
 
-void AddonryController::install(QList<VLPluginItem> rows, int run) {
+void AddonryController::install(QList<VLPluginItem> rows, int refresh, int run) {
     sortAsStored(rows);
-    onMainThreadAndWait([this, rows = std::move(rows), run]() mutable {
-        if (run < m_installedRun || context().progress->processingCancelled()) return;
-        m_installedRun = run;
+    onMainThreadAndWait([this, rows = std::move(rows), refresh, run]() mutable {
+        if (refresh < m_installedRefresh || context().progress->isCancelled(run)) return;
+        m_installedRefresh = refresh;
         setAddonryArray(std::move(rows));
     });
 }

@@ -28,12 +28,12 @@ public:
     static void sortRows(QList<VLPluginItem>& rows, const QString& column, bool descending);
 
 private:
-    [[nodiscard]] bool isStopped() const;
+    [[nodiscard]] bool isStopped(int run) const;
     void populate();
     static void sortAsStored(QList<VLPluginItem>& rows);
-    void install(QList<VLPluginItem> rows, int run);
+    void install(QList<VLPluginItem> rows, int refresh, int run);
 
     QList<VLPluginItem> m_addonryArray;
-    std::atomic<int> m_lastRun{0};
-    int m_installedRun = 0;  ///< main thread
+    std::atomic<int> m_lastRefresh{0};
+    int m_installedRefresh = 0;  ///< main thread
 };

@@ -7,6 +7,9 @@
 namespace {
 
 const QString nameKey = QStringLiteral("name");
+const QStringList optionalKeys{QStringLiteral("fullPath"),   QStringLiteral("version"),
+                               QStringLiteral("type"),       QStringLiteral("disabled"),
+                               QStringLiteral("accessType"), QStringLiteral("moddate")};
 
 struct Cleaner {
     int wrongValues = 0;
@@ -35,34 +38,34 @@ struct Cleaner {
         }
     }
 
-    void cleanText(QVariantMap& instance, const QString& key) {
-        const auto value = instance.find(key);
-        if (value == instance.end() || isUsableText(*value)) return;
-        ++wrongValues;
-        instance.erase(value);
-    }
-
-    void cleanNumber(QVariantMap& instance, const QString& key, bool isFlag) {
-        const auto value = instance.find(key);
-        if (value == instance.end()) return;
-        if (const auto number = numberOf(*value)) {
-            *value = isFlag ? qlonglong{*number != 0} : *number;
-            return;
+    /// The value as it may be kept, invalid when it is of a wrong kind.
+    static QVariant usable(const QString& key, const QVariant& value) {
+        if (key == QLatin1String("moddate"))
+            return value.typeId() == QMetaType::QDateTime ? value : QVariant();
+        if (key == QLatin1String("disabled") || key == QLatin1String("accessType")) {
+            const auto number = numberOf(value);
+            if (!number) return {};
+            return key == QLatin1String("disabled") ? qlonglong{*number != 0} : *number;
         }
-        ++wrongValues;
-        instance.erase(value);
+        return isUsableText(value) ? value : QVariant();
     }
 
     /// Nothing for an entry that cannot become a row.
     std::optional<QVariantMap> clean(const QVariant& entry) {
         if (entry.typeId() != QMetaType::QVariantMap) return std::nullopt;
-        QVariantMap instance = entry.toMap();
-        const QVariant name = instance.value(nameKey);
+        const QVariantMap received = entry.toMap();
+        const QVariant name = received.value(nameKey);
         if (!isUsableText(name) || name.toString().isEmpty()) return std::nullopt;
-        for (const char* key : {"fullPath", "version", "type"})
-            cleanText(instance, QLatin1String(key));
-        cleanNumber(instance, QStringLiteral("disabled"), true);
-        cleanNumber(instance, QStringLiteral("accessType"), false);
+        QVariantMap instance{{nameKey, name}};
+        for (const QString& key : optionalKeys) {
+            const auto value = received.constFind(key);
+            if (value == received.constEnd()) continue;
+            const QVariant kept = usable(key, *value);
+            if (kept.isValid())
+                instance.insert(key, kept);
+            else
+                ++wrongValues;
+        }
         return instance;
     }
 };

@@ -6,7 +6,7 @@
 
 /// An agent's answer to addonryPluginList, made safe to work with: every entry is a dictionary with a "name";
 /// "fullPath", "version" and "type" are texts, "disabled" is 0 or 1 and "accessType" an integer wherever they
-/// are there; other keys are kept as they came.
+/// are there, and "moddate" is a date. Nothing else is kept: the rows stay as small as what is shown.
 struct PluginList {
     QList<QVariantMap> instances;
     QString complaint;  ///< what was wrong with the answer, in plain words; empty when nothing was

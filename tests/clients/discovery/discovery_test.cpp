@@ -1,7 +1,10 @@
+#include "clients/Discovery.h"
+
 #include "clients/discovery/BrowserThread.h"
 #include "clients/discovery/HostileAnnouncer.h"
 #include "clients/discovery/NetworkHost.h"
 #include "clients/discovery/PublishedAgent.h"
+#include "clients/support/ClientsFixture.h"
 #include "dnssd/Names.h"
 #include "support/TestEnvironment.h"
 
@@ -88,6 +91,7 @@ private Q_SLOTS:
     void keepsToLimitsAndCancels();
     void resolvesForManyThreads();
     void survivesHostileAnnouncements();
+    void findsAnAgentAgainThatTookItsLeave();
     void followsTheDaemon();
     void waitsForANetwork();
     void findsAgentsOnOtherMachines();
@@ -288,7 +292,8 @@ void DiscoveryTest::survivesHostileAnnouncements() {
     badHost.addText("Bytes", QByteArray("\x05=none\x08model=\0\xFF\x0AMODEL=late\x00\x05"
                                         "alone",
                                         33));
-    badHost.addAddress("hos.tile\\", QByteArray("\x7F\x00\x00\x01", 4));
+    for (char last = 1; last <= 40; ++last)
+        badHost.addAddress("hos.tile\\", QByteArray("\x7F\x00\x00", 3) + last);
     // Again and again, because an embedded core that starts to resolve has heard nothing before.
     std::atomic<bool> isAnnouncing = true;
     std::thread announcing([&] {
@@ -312,6 +317,7 @@ void DiscoveryTest::survivesHostileAnnouncements() {
     const auto bytes = resolveNetService(agentService(QStringLiteral("Bytes")), resolveLimit);
     QVERIFY2(bytes.service, qPrintable(bytes.error));
     QCOMPARE(bytes.service->port, quint16(50701));
+    QCOMPARE(bytes.service->addresses.size(), 16);
     QVERIFY(bytes.service->hostName.endsWith(QStringLiteral(".local.")));
     QCOMPARE(bytes.service->txtRecord.value(QStringLiteral("model")), QByteArray("\0\xFF", 2));
     QVERIFY(!resolveNetService(agentService(QStringLiteral("Portless")), 500ms).service);
@@ -319,6 +325,26 @@ void DiscoveryTest::survivesHostileAnnouncements() {
     for (const QString& name : console.foundNames())
         QVERIFY(!name.contains(QStringLiteral("broken")));
     QVERIFY(resolveNetService(agentService(QStringLiteral("Honest")), resolveLimit).service);
+}
+
+/// It was started anew so quickly that its advertisement never went.
+void DiscoveryTest::findsAnAgentAgainThatTookItsLeave() {
+    const ClientsFixture fixture(1h);
+    ServiceList list;
+    PublishedAgent agent(
+        PublishedAgent::onLoopback(QStringLiteral("Returning"), QStringLiteral("returning"), 50750));
+    Discovery discovery({&list, {}, {}, {}, {}, {}});
+    const auto end = qScopeGuard([&] {
+        discovery.stop();
+        for (const VLServicePtr& service : list.serviceArray())
+            discovery.removeService(service);
+    });
+    const auto record = [&] { return list.serviceWithHostName(localHost(QStringLiteral("returning"))); };
+    discovery.findServicesOnThread();
+    QTRY_VERIFY_WITH_TIMEOUT(record(), 30'000);
+    discovery.removeLeavingService(*record()->netService());
+    QVERIFY(!record());
+    QTRY_VERIFY_WITH_TIMEOUT(record(), 20'000);
 }
 
 void DiscoveryTest::followsTheDaemon() {

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+
+/// The tasks of the suite's applications that need an administrator, by the application's bundle identifier.
+/// Filled at start-up and constant afterwards.
+class AgentTasks {
+public:
+    /// Does the task and returns what there is to say about it. Throws VLException, taskNotFound() for a task
+    /// that the application does not have. Runs after the credentials were checked, on any thread.
+    using Run = std::function<QString(const QString& task, const QVariantMap& options)>;
+
+    void add(const QString& bundleID, Run run) { m_applications.insert(bundleID, std::move(run)); }
+    /// Throws the error 1000 for an application that this agent knows no tasks of.
+    [[nodiscard]] QString run(const QString& task, const QString& bundleID, const QVariantMap& options) const;
+
+    [[noreturn]] static void taskNotFound(const QString& bundleID);
+
+private:
+    QHash<QString, Run> m_applications;
+};

@@ -1,0 +1,85 @@
+#include "agent/authorization/AuthorizationService.h"
+
+#include "agent/AgentContext.h"
+#include "agent/dispatch/OperationTable.h"
+#include "foundation/VLThread.h"
+#include "logs/VLLog.h"
+#include "system/VLException.h"
+
+namespace {
+
+/// The first five arguments of both forms of an authorised task.
+struct TaskCall {
+    explicit TaskCall(const QVariantList& arguments)
+        : task(arguments.at(0).toString()),
+          bundleID(arguments.at(1).toString()),
+          options(arguments.at(2).toMap()),
+          user(arguments.at(3).toString()),
+          password(arguments.at(4).toByteArray()) {}
+
+    QString task, bundleID;
+    QVariantMap options;
+    QString user;
+    QByteArray password;
+};
+
+void answer(const VLRemoteCallbackPtr& callback, const QString& output) {
+    if (callback)
+        callback->post(QStringLiteral("postCallback:"), {QVariantMap{{QStringLiteral("output"), output}}});
+}
+
+/// A console waits for the answer, so there is one in every case.
+void runAndAnswer(AgentContext& agent, const TaskCall& call, quint64 peer,
+                  const VLRemoteCallbackPtr& callback) {
+    try {
+        answer(callback, agent.tasks.run(call.task, call.bundleID, call.options));
+    } catch (const VLException& error) {
+        agent.consoles.postFailure(peer, error, agent.hostName.get());
+        answer(callback, error.reason());
+    }
+}
+
+QVariant taskWithCallback(AgentContext& agent, const OperationCall& operation) {
+    const TaskCall call(operation.arguments);
+    const auto callback = operation.arguments.at(5).value<VLRemoteCallbackPtr>();
+    try {
+        agent.administrators.requireAdministrator(operation.peer, call.user, call.password);
+    } catch (const VLException&) {
+        answer(callback, QStringLiteral("Unable to authorize: incorrect username or password."));
+        throw;
+    }
+    // Not here: the console's other operations would wait for the end of the task.
+    VLThread::detach(QStringLiteral("authExecuteTask"),
+                     [owner = agent.shared_from_this(), call, peer = operation.peer, callback] {
+                         runAndAnswer(*owner, call, peer, callback);
+                     });
+    return {};
+}
+
+}  // namespace
+
+void addAuthorizationOperations(OperationTable& table, AgentContext& agent) {
+    table.add(QStringLiteral("validateUsername:password:"), [&agent](const OperationCall& call) {
+        return QVariant(agent.administrators.validate(call.peer, call.arguments.at(0).toString(),
+                                                      call.arguments.at(1).toByteArray()));
+    });
+    table.add(QStringLiteral("authExecuteTask:bundleID:options:username:password:"),
+              [&agent](const OperationCall& operation) {
+                  const TaskCall call(operation.arguments);
+                  agent.administrators.requireAdministrator(operation.peer, call.user, call.password);
+                  static_cast<void>(agent.tasks.run(call.task, call.bundleID, call.options));
+                  return QVariant();
+              });
+    table.add(QStringLiteral("authExecuteTask:bundleID:options:username:password:callback:callbackName:"),
+              [&agent](const OperationCall& call) { return taskWithCallback(agent, call); });
+    table.add(QStringLiteral("installVelmoraSoftwareUpdate:settings:"), [&agent](const OperationCall& call) {
+        agent.administrators.requireAdministrator(call.peer, call.arguments.at(0));
+        if (!agent.installUpdate)
+            throw VLException(VLException::generic,
+                              QStringLiteral("This version of the agent does not install updates."));
+        const QVariantMap objects = call.arguments.at(1).toMap();
+        agent.installUpdate(call.peer, objects.value(QStringLiteral("obj1")).toMap(),
+                            objects.value(QStringLiteral("obj2")));
+        return QVariant();
+    });
+}

@@ -1,0 +1,15 @@
+#include "agent/tasks/TaskService.h"
+
+#include "agent/AgentContext.h"
+#include "agent/dispatch/OperationTable.h"
+#include "agent/tasks/SuiteApplications.h"
+
+void addTaskOperations(OperationTable& table, AgentContext& agent) {
+    table.add(QStringLiteral("executeTask:bundleID:options:"),
+              [&agent](const OperationCall& call) -> QVariant {
+                  const QString bundleID = call.arguments.at(1).toString();
+                  SuiteApplications::require(agent.tree, bundleID);
+                  // The tasks that there are need an administrator (authExecuteTask:...).
+                  AgentTasks::taskNotFound(bundleID);
+              });
+}

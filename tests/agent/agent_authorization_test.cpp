@@ -1,0 +1,230 @@
+#include "agent/AgentRoot.h"
+#include "agent/TestFiles.h"
+#include "agent/authorization/SystemAdministrators.h"
+#include "remote/authorization/VLEncryption.h"
+#include "remote/support/TransportFixture.h"
+#include "support/TestEnvironment.h"
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+// "corvalin-sample" and "yes secret".
+constexpr char administrators[] =
+    "# administrators\n"
+    "admin:$6$corvalinsample$XHF/rPOAzUgHixb.cMHyJ8FSuk8T64N/4MxF5FNtWQEdQkgxoqMd/"
+    "zXweXVhO2VIY1Tw3O5x8JsZepo3EmOgN0\n"
+    "modern:$y$j9T$orlendotestsalt0$f1i3zyvuvY.2WQHJXq5ms1O3DTzMpIIAkY7Y8gV.iVD\n"
+    "locked:!\nempty:\n";
+
+const QString task = u"authExecuteTask:bundleID:options:username:password:"_s;
+const QString taskWithCallback = task + u"callback:callbackName:"_s;
+const QString install = u"installVelmoraSoftwareUpdate:settings:"_s;
+const QString validate = u"validateUsername:password:"_s;
+
+QByteArray encrypted(const QString& password) {
+    return VLEncryption::AESEncryptData(password.toUtf8(), VLEncryption::hostPassphrase());
+}
+
+QVariant reference(const std::shared_ptr<CollectingTarget>& target) {
+    return QVariant::fromValue<VLCallbackTargetPtr>(target);
+}
+
+/// An agent with its server, and what its tasks were told.
+struct Agent {
+    TransportFixture transport;
+    std::shared_ptr<AgentContext> context;
+    std::unique_ptr<VLServer> server;
+    std::shared_ptr<CollectingTarget> console = std::make_shared<CollectingTarget>();
+    std::atomic<int> runs{0}, installs{0};
+
+    explicit Agent(std::chrono::milliseconds pause = 1ms) {
+        AgentSettings settings;
+        settings.root = transport.folder.path();
+        settings.stateDirectory = transport.folder.path();
+        settings.adminFile = transport.folder.filePath(u"admin-users"_s);
+        writeFile(settings.adminFile, administrators);
+        settings.complete();
+        AdministratorGuard::Limits limits;
+        limits.pause = pause;
+        context = std::make_shared<AgentContext>(settings, limits);
+        context->tasks.add(u"com.velmora.Encodemend"_s, [this](const QString& name, const QVariantMap&) {
+            ++runs;
+            return u"ran "_s + name;
+        });
+        context->installUpdate = [this](quint64, const QVariantMap&, const QVariant&) { ++installs; };
+        server = std::make_unique<VLServer>(std::make_shared<AgentRoot>(context), transport.serverOptions());
+    }
+    ~Agent() {
+        context->administrators.stop();
+        server.reset();
+    }
+    [[nodiscard]] std::unique_ptr<ServingThread> connect() {
+        auto client = transport.connect(server->port());
+        client->proxy().perform(u"setErrorCallback:"_s, {reference(console)});
+        return client;
+    }
+    [[nodiscard]] QList<qlonglong> errorCodes() const {
+        QList<qlonglong> codes;
+        for (const auto& call : console->received())
+            codes.append(call.arguments.value(0).toMap().value(u"code"_s).toLongLong());
+        return codes;
+    }
+};
+
+}  // namespace
+
+/// The agent's checks, over a real connection.
+class AgentAuthorizationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanupTestCase() {
+        const QString log = logLines().join(u'\n');
+        QVERIFY(log.contains(u"An administrator's name or password was wrong."_s));
+        QVERIFY(!log.contains(u"corvalin-sample"_s) && !log.contains(u"secret"_s) &&
+                !log.contains(u"guess"_s));
+    }
+
+    void passwords_data() {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QVariant>("password");
+        QTest::addColumn<bool>("accepted");
+        const QVariant right = encrypted(u"corvalin-sample"_s);
+        QTest::newRow("right") << u"admin"_s << right << true;
+        QTest::newRow("newer hash") << u"modern"_s << QVariant(encrypted(u"yes secret"_s)) << true;
+        QTest::newRow("wrong") << u"admin"_s << QVariant(encrypted(u"guess"_s)) << false;
+        QTest::newRow("beginning of it") << u"admin"_s << QVariant(encrypted(u"corvalin"_s)) << false;
+        QTest::newRow("zero inside") << u"admin"_s << QVariant(encrypted(u"corvalin-sample"_s + QChar()))
+                                     << false;
+        QTest::newRow("in clear") << u"admin"_s << QVariant("corvalin-sample "_ba) << false;
+        QTest::newRow("no whole block") << u"admin"_s << QVariant(right.toByteArray() + 'x') << false;
+        QTest::newRow("missing") << u"admin"_s << QVariant() << false;
+        QTest::newRow("unknown user") << u"nobody"_s << right << false;
+        QTest::newRow("no user") << QString() << right << false;
+        QTest::newRow("comment") << u"# administrators"_s << right << false;
+        QTest::newRow("locked") << u"locked"_s << right << false;
+        QTest::newRow("no hash") << u"empty"_s << QVariant(encrypted({})) << false;
+        QTest::newRow("much too long") << u"admin"_s << QVariant(QByteArray(1 << 20, 'x')) << false;
+    }
+    void passwords() {
+        QFETCH(QString, user);
+        QFETCH(QVariant, password);
+        Agent agent;
+        QTEST(agent.connect()->proxy().perform(validate, {user, password}).toBool(), "accepted");
+    }
+
+    void nothingRunsWithoutCredentials_data() {
+        QTest::addColumn<QVariant>("user");
+        QTest::addColumn<QVariant>("password");
+        QTest::newRow("wrong") << QVariant("admin") << QVariant(encrypted(u"guess"_s));
+        QTest::newRow("missing") << QVariant("admin") << QVariant();
+        QTest::newRow("no user") << QVariant("") << QVariant(encrypted(u"corvalin-sample"_s));
+    }
+    void nothingRunsWithoutCredentials() {
+        QFETCH(QVariant, user);
+        QFETCH(QVariant, password);
+        Agent agent;
+        const auto client = agent.connect();
+        const QVariantList call{u"1"_s, u"com.velmora.Encodemend"_s, QVariant(), user, password};
+        const VLException raised = raisedBy([&] { client->proxy().perform(task, call); });
+        QCOMPARE(raised.userInfo().value(u"code"_s), QVariant(1006LL));
+        QCOMPARE(raised.userInfo().value(u"domain"_s), QVariant("corvalinDomain"));
+        const auto callback = std::make_shared<CollectingTarget>();
+        client->proxy().perform(taskWithCallback, call + QVariantList{reference(callback), u"name"_s});
+        client->proxy().perform(
+            install, {QVariantMap{{u"authUser"_s, user}, {u"authPass"_s, password}}, QVariantMap()});
+        QTRY_COMPARE(agent.errorCodes(), (QList<qlonglong>{1006, 1006, 1006}));
+        QTRY_COMPARE(callback->count(), 1U);
+        QVERIFY(callback->received()[0]
+                    .arguments[0]
+                    .toMap()
+                    .value(u"output"_s)
+                    .toString()
+                    .startsWith(u"Unable to authorize"_s));
+        QCOMPARE(agent.runs + agent.installs, 0);
+    }
+
+    void runsWithCredentials() {
+        Agent agent;
+        const auto client = agent.connect();
+        const QByteArray password = encrypted(u"corvalin-sample"_s);
+        QVariantList call{u"1"_s, u"com.velmora.Encodemend"_s, QVariant(), u"admin"_s, password};
+        client->proxy().perform(task, call);
+        QCOMPARE(agent.runs.load(), 1);
+        const auto callback = std::make_shared<CollectingTarget>();
+        client->proxy().perform(taskWithCallback, call + QVariantList{reference(callback), u"name"_s});
+        QTRY_COMPARE(callback->count(), 1U);
+        QCOMPARE(callback->received()[0].selector, u"postCallback:"_s);
+        QCOMPARE(callback->received()[0].arguments[0].toMap(), (QVariantMap{{u"output"_s, u"ran 1"_s}}));
+        client->proxy().perform(
+            install, {QVariantMap{{u"authUser"_s, u"admin"_s}, {u"authPass"_s, password}}, QVariantMap()});
+        QTRY_COMPARE(agent.installs.load(), 1);
+        QVERIFY(agent.errorCodes().isEmpty());
+
+        call[1] = u"com.velmora.Unknown"_s;
+        client->proxy().perform(taskWithCallback, call + QVariantList{reference(callback), u"name"_s});
+        QTRY_COMPARE(agent.errorCodes(), QList<qlonglong>{1000});
+        QTRY_COMPARE(callback->count(), 2U);  // a console is never left waiting
+        QCOMPARE(raisedBy([&] { client->proxy().perform(task, call); }).userInfo().value(u"code"_s),
+                 QVariant(1000LL));
+    }
+
+    /// After three wrong passwords a connection waits, and so does one that takes its place; others do not.
+    void guessing() {
+        Agent agent(24h);
+        const auto well = agent.connect();
+        const QVariantList right{u"admin"_s, encrypted(u"corvalin-sample"_s)};
+        QVERIFY(well->proxy().perform(validate, right).toBool());
+        auto guessing = agent.connect();
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(!guessing->proxy().perform(validate, {u"admin"_s, encrypted(u"guess"_s)}).toBool());
+        QCOMPARE(raisedBy([&] { guessing->proxy().perform(validate, right, 200ms); }).name(),
+                 VLException::portTimeout);
+        QVERIFY(well->proxy().perform(validate, right).toBool());
+        agent.context->administrators.stop();
+    }
+
+    void newConnectionsTakeOverTheCount() {
+        std::atomic<int> checks{0};
+        AdministratorGuard guard([&](const QString&, const Secret&) { return ++checks > 100; },
+                                 {.pause = 24h});
+        const auto attempt = [&](quint64 peer) {
+            return guard.validate(peer, u"a"_s, encrypted(u"guess"_s));
+        };
+        for (quint64 peer : {1, 2, 3}) {
+            QVERIFY(!attempt(peer));
+            guard.peerClosed(peer);
+        }
+        QCOMPARE(checks.load(), 3);
+        std::thread fourth([&] { QVERIFY(!attempt(4)); });
+        QTest::qWait(50);
+        guard.stop();
+        fourth.join();
+        QCOMPARE(checks.load(), 3);
+    }
+
+    /// A real PAM stack with a module that asks a script.
+    void pam() {
+        const QTemporaryDir folder;
+        const QString script = folder.filePath(u"check"_s);
+        QVERIFY(writeFile(script, "#!/bin/sh\n[ \"$(cat)\" = 'pam secret' ]\n"));
+        QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        QVERIFY(writeFile(folder.filePath(u"corvalin-agent"_s),
+                          "auth required pam_exec.so quiet expose_authtok " + script.toUtf8() +
+                              "\naccount required pam_permit.so\n"));
+        const auto accepts = [&](const QString& user, const QString& password, const QStringList& groups) {
+            return SystemAdministrators::accepts({groups, folder.path()}, user, Secret::fromText(password));
+        };
+        const QString right = u"pam secret"_s;
+        QVERIFY(accepts(u"daemon"_s, right, {u"no-such-group"_s, u"daemon"_s}));
+        QVERIFY(!accepts(u"daemon"_s, u"guess"_s, {u"daemon"_s}));
+        QVERIFY(!accepts(u"daemon"_s, right, {u"sudo"_s}));
+        QVERIFY(!accepts(u"no-such-user"_s, right, {u"daemon"_s}));
+        QVERIFY(accepts(u"root"_s, right, {}));
+    }
+};
+
+ORLENDO_TEST_MAIN(AgentAuthorizationTest)
+#include "agent_authorization_test.moc"

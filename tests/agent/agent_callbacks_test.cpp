@@ -1,0 +1,116 @@
+#include "agent/TestFiles.h"
+#include "agent/sample/SampleTree.h"
+#include "foundation/VLNotificationCenter.h"
+#include "remote/VLErrorCallback.h"
+#include "remote/support/TransportFixture.h"
+#include "support/Programs.h"
+#include "support/TestEnvironment.h"
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+/// The real program calls the console's real callback object, and each callback has its effect there.
+class AgentCallbacksTest : public QObject {
+    Q_OBJECT
+
+    const QString m_host = u"edit-bay-2.local."_s;
+    QTemporaryDir m_folder;
+    TransportFixture m_fixture;
+    QProcess m_process;
+    std::unique_ptr<ServingThread> m_connection;
+    std::mutex m_mutex;
+    QStringList m_effects;
+
+    [[nodiscard]] QString path(const QString& name) const { return m_folder.filePath(name); }
+    void note(const QString& effect) {
+        const std::lock_guard lock(m_mutex);
+        m_effects.append(effect);
+    }
+    [[nodiscard]] QStringList effects() {
+        const std::lock_guard lock(m_mutex);
+        return m_effects;
+    }
+    void perform(const char* selector, const QVariantList& arguments = {}) {
+        (void)raisedBy([&] { m_connection->proxy().perform(QString::fromLatin1(selector), arguments); });
+    }
+    VLErrorCallback::Parent parent() {
+        VLErrorCallback::Parent parent;
+        parent.knowsHost = [this](const QString& host) { return host == m_host; };
+        parent.setNeedsMaintenance = [this](const QString&, bool needed) {
+            note(needed ? u"maintenance"_s : u"no maintenance"_s);
+        };
+        parent.fetchConfiguration = [this](const QString&) { note(u"fetch"_s); };
+        parent.invalidate = [this](const QString&) { note(u"invalidate"_s); };
+        parent.faultscopeAddLogs = [this](const QVariantList& logs, const QString&) {
+            note(QString::number(logs.size()) + u" logs"_s);
+        };
+        parent.setSoftwareUpdateCount = [this](qlonglong count, const QString&) {
+            note(QString::number(count) + u" updates"_s);
+        };
+        return parent;
+    }
+
+private Q_SLOTS:
+    void everyCallbackHasItsEffect() {
+        SampleTree::make(path("sample"), 2);
+        QVERIFY(writeFile(path("sample/state/authorized/console.crt"), m_fixture.console.certificate));
+        m_process.start(AGENT_PROGRAM, {"--root", path("sample"), "--no-advertise"});
+        const quint16 port = readAgentPort(m_process);
+        auto& center = VLNotificationCenter::defaultCenter();
+        QObject observer;
+        for (const QString& name : {u"vlCorvalinTaskFinished"_s, u"vlCorvalinProgressIncrement"_s})
+            center.addObserver(&observer, name, [this](const VLNotification& n) { note(n.name); });
+
+        const auto callback = std::make_shared<VLErrorCallback>(parent());
+        const QVariant reference = QVariant::fromValue<VLCallbackTargetPtr>(callback);
+        VLConnectionOptions options = m_fixture.options();
+        options.client = options.label = m_host;
+        m_connection = std::make_unique<ServingThread>(u"127.0.0.1"_s, port, options);
+        perform("setErrorCallback:", {reference});
+        perform("initialConfiguration");
+
+        const auto isEffectOf = [this](const QString& effect, const std::function<void()>& cause) {
+            const auto before = effects().count(effect);
+            cause();
+            return QTest::qWaitFor([&] { return effects().count(effect) > before; }, patience);
+        };
+        const auto request = [this] {
+            runProgram(AGENT_PROGRAM, {"--root", path("sample"), "--request-maintenance"});
+        };
+        QVERIFY(isEffectOf(u"maintenance"_s, request));
+        QVERIFY(isEffectOf(u"no maintenance"_s, [&] { perform("cancelMaintenanceRequest"); }));
+        QVERIFY(isEffectOf(u"1 updates"_s, [&] { perform("fetchSoftwareUpdateAvailableUpdateCount"); }));
+        QVERIFY(isEffectOf(u"4 logs"_s, [&] { perform("crashLogsSinceDate:delegate:", {{}, reference}); }));
+        QVERIFY(isEffectOf(u"4 logs"_s, [&] { perform("crashLogsSinceDate:delegate:", {{}, {}}); }));
+        QVERIFY(isEffectOf(u"vlCorvalinTaskFinished"_s, [&] { perform("postFinishedTask"); }));
+        QVERIFY(isEffectOf(u"vlCorvalinProgressIncrement"_s, [&] { perform("incrementRemoteProgress"); }));
+        QVERIFY(isEffectOf(u"fetch"_s, [&] {  // updateConfig:
+            const QVariantMap updates{{"updates", QVariantList{1LL, 2LL}}};
+            QVERIFY(writeFile(path("sample/state/updates.plist"), PropertyList::toData(updates)));
+            QVERIFY(writeFile(path("sample/state/touched"), ""));
+        }));
+        QVERIFY(isEffectOf(u"fetch"_s, [&] { kill(pid_t(m_process.processId()), SIGHUP); }));
+        QVERIFY(isEffectOf(u"fetch"_s, [&] {  // forceConfigReload:, for other settings
+            QVariantMap settings = PropertyList::readFile(path("sample/agent.conf")).toMap();
+            settings.insert("minAdminVersion", 2000LL);
+            QVERIFY(writeFile(path("sample/agent.conf"), PropertyList::toData(settings)));
+        }));
+        QTRY_COMPARE(m_connection->proxy().perform("initialConfiguration").toMap().value("minAdminVersion"),
+                     QVariant(2000LL));
+        QVERIFY(logLines().contains(m_host + u" will reload config data."_s));
+
+        perform("executeTask:bundleID:options:", {"task", "com.velmora.Nothing", {}});
+        QTRY_COMPARE(callback->errorQueue().size(), 1);
+        const QVariantMap error = callback->errorQueue().first().toMap();
+        QCOMPARE(error.value("errorcode"), QVariant(1000LL));
+        QCOMPARE(error.value("hostname"), QVariant(m_host));
+
+        QVERIFY(isEffectOf(u"invalidate"_s, [&] { perform("disconnect"); }));
+        QVERIFY(hasEnded(m_process, 0));
+        m_connection.reset();
+    }
+};
+
+ORLENDO_TEST_MAIN(AgentCallbacksTest)
+#include "agent_callbacks_test.moc"

@@ -1,0 +1,372 @@
+#include "remote/FakeRemote.h"
+#include "remote/VLCallback.h"
+#include "remote/authorization/AuthorizationController.h"
+#include "remote/authorization/AuthorizedRunner.h"
+#include "remote/authorization/VLEncryption.h"
+#include "support/TestEnvironment.h"
+#include "system/VLAlert.h"
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString purgewright = u"purgewrightRemoveApps:settings:"_s;
+const QString rightPassword = u"right horse"_s;
+const QString wrongPassword = u"wrong horse"_s;
+
+/// The sheet: notes what it was told, and answers as the test has planned.
+class FakeView : public AuthorizationView {
+public:
+    void showSheet(const Prompt& prompt) override {
+        isShown = true;
+        shownFor.append(prompt.service->name());
+        userName = prompt.userName;
+        onMainThread([this] { answer(); });
+    }
+    void setChecking(bool) override {}
+    void showAlert(const QString& messageText, const QString& informativeText) override {
+        alerts.append(messageText + u": "_s + informativeText);
+        onMainThread([this] { answer(); });
+    }
+    void orderOut() override { isShown = false; }
+
+    void answer() {
+        if (!answers.isEmpty()) answers.takeFirst()();
+    }
+    QList<std::function<void()>> answers;
+    QStringList shownFor, alerts;
+    QString userName;
+    bool isShown = false;
+};
+
+/// A keychain in memory: "user@host" to password.
+struct FakePasswords {
+    std::mutex mutex;
+    QMap<QString, QString> items;
+
+    PasswordStore store() {
+        const auto key = [](const QString& user, const QString& host) { return user + u'@' + host; };
+        return {.add =
+                    [=, this](const QString& user, const QString& host, const Secret& password) {
+                        const std::lock_guard lock(mutex);
+                        items[key(user, host)] = QString::fromUtf8(password.view());
+                    },
+                .password = [=, this](const QString& user, const QString& host) -> std::optional<Secret> {
+                    const std::lock_guard lock(mutex);
+                    if (!items.contains(key(user, host))) return std::nullopt;
+                    return Secret::fromText(items[key(user, host)]);
+                },
+                .remove =
+                    [=, this](const QString& user, const QString& host) {
+                        const std::lock_guard lock(mutex);
+                        items.remove(key(user, host));
+                    },
+                .removeAll =
+                    [this] {
+                        const std::lock_guard lock(mutex);
+                        items.clear();
+                    }};
+    }
+    QStringList keys() {
+        const std::lock_guard lock(mutex);
+        return items.keys();
+    }
+};
+
+/// As an agent does: the administrator of every client is "boss".
+QVariant agentAnswer(const QString& selector, const QVariantList& arguments) {
+    if (selector != "validateUsername:password:"_L1) return {};
+    const auto password =
+        VLEncryption::AESDecryptData(arguments[1].toByteArray(), VLEncryption::hostPassphrase());
+    return arguments[0] == u"boss"_s && password &&
+           QString::fromUtf8(password->view()).trimmed() == rightPassword;
+}
+
+struct Console {
+    Bench bench;
+    FakeView view;
+    FakePasswords passwords;
+    int progressCancels = 0, away = 0, back = 0;
+    std::atomic<bool> knowsClients{true};
+    std::function<void()> timerFired;
+    std::chrono::seconds timerDelay{0};
+    AuthorizationController controller{environment()};
+    AuthorizedRunner runner{
+        {.progress = &bench.progress,
+         .selectedServices = bench.environment().selectedServices,
+         .runner = &bench.runner,
+         .clearAuthSkipped = [this] { controller.clearAuthSkipped(); },
+         .credentialsFor = [this](const auto& c) { return controller.credentialsFor(c); }}};
+
+    explicit Console(int clients) {
+        bench.addClients(clients, agentAnswer);
+        controller.setView(&view);
+    }
+    AuthorizationController::Environment environment() {
+        return {
+            .runner = &bench.runner,
+            .passwords = passwords.store(),
+            .selectedServices = bench.environment().selectedServices,
+            .isKnown = [this](const RemoteClientPtr&) { return knowsClients.load(); },
+            .processingCancelled = [this] { return bench.progress.processingCancelled(); },
+            .setProcessingCancelled = [this](bool value) { bench.progress.setProcessingCancelled(value); },
+            .cancelAllProgress = [this] { ++progressCancels, bench.progress.cancel(); },
+            .putProgressAway = [this] { ++away; },
+            .bringProgressBack = [this] { ++back; },
+            .loginName = u"me"_s,
+            .startTimer =
+                [this](std::chrono::seconds delay, std::function<void()> fired) {
+                    timerDelay = delay;
+                    timerFired = std::move(fired);
+                },
+            .lookInterval = 5ms};
+    }
+    std::function<void()> type(const QString& password, bool toAll = false, bool keep = false) {
+        return [=, this] { controller.authorize(u"boss"_s, Secret::fromText(password), toAll, keep); };
+    }
+    bool runAll() {
+        return onWorker([this] { runner.authExecuteRemoteMethods(purgewright, 7); });
+    }
+    /// How often each client got the operation.
+    [[nodiscard]] QList<int> worked() const {
+        QList<int> counts;
+        for (const FakeClientPtr& client : bench.clients) {
+            const auto sent = client->proxy->sent();
+            counts.append(static_cast<int>(std::count_if(
+                sent.begin(), sent.end(), [](const auto& call) { return call.first == purgewright; })));
+        }
+        return counts;
+    }
+    void store(const QString& host, const QString& password) {
+        VLUserDefaults::standardUserDefaults().setObject(QVariantMap{{host, u"boss"_s}}, u"users"_s);
+        passwords.items = {{u"boss@"_s + host, password}};
+    }
+};
+
+}  // namespace
+
+class ClientAuthorizationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() {
+        VLThread::cancelAll();
+        QVERIFY(VLThread::joinAll(10s));
+        VLThread::reset();
+        MainThread::resume();
+        VLUserDefaults::standardUserDefaults().removeObjectForKey(u"users"_s);
+    }
+    void cleanupTestCase() {
+        const QString log = logLines().join(u'\n');
+        QVERIFY(log.contains(u"Launching auth task..."_s));
+        QVERIFY(!log.contains(rightPassword) && !log.contains(wrongPassword) && !log.contains(u"horse"_s));
+    }
+
+    // Made with: printf '%s' "$PADDED" | openssl enc -aes-256-ecb -nopad -K "$KEY" | xxd -p -c99
+    // where PADDED is the text filled up with spaces and KEY the 32 bytes of the key in hexadecimal.
+    void encryption_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QByteArray>("passphrase");
+        QTest::addColumn<QByteArray>("expected");
+        const QByteArray ours = VLEncryption::hostPassphrase();
+        QTest::newRow("5 letters") << u"hello"_s << ours << "a02fdb792f3e56dc301361e3a27dabd2"_ba;
+        QTest::newRow("16") << u"sixteen-letters!"_s << ours << "884679daa67a5fe79a6ebdeeda2eaa8c"_ba;
+        QTest::newRow("17") << u"seventeen-letters"_s << ours
+                            << "51d7989416a5622a9e8bb69b36c9cc0cb03ec6488a038e3b8fee619237558247"_ba;
+        QTest::newRow("UTF-8") << u"pässwörd"_s << ours << "f4c1514b6cbfab0978ef39a7e37df9ce"_ba;
+        QTest::newRow("short key") << u"hello"_s << "short"_ba
+                                   << "0f31d0c33ca6294d6af056b8e9179a74"_ba;
+        QTest::newRow("nothing") << QString() << ours << QByteArray();
+    }
+    void encryption() {
+        QFETCH(QString, text);
+        QFETCH(QByteArray, passphrase);
+        const QByteArray encrypted = VLEncryption::AESEncryptData(text.toUtf8(), passphrase);
+        QTEST(encrypted.toHex(), "expected");
+        const auto decrypted = VLEncryption::AESDecryptData(encrypted, passphrase);
+        QCOMPARE(QString::fromUtf8(decrypted->view()).trimmed(), text);
+        QVERIFY(!VLEncryption::AESDecryptData(encrypted + 'x', passphrase));
+    }
+
+    void oneSheetForAll() {
+        Console console(3);
+        console.view.answers = {console.type(wrongPassword), console.type(rightPassword, true, true)};
+        QVERIFY(console.runAll());
+        QCOMPARE(console.view.shownFor, QStringList{"c0"});
+        QCOMPARE(console.view.userName, u"me"_s);
+        QCOMPARE(console.view.alerts, QStringList{"Invalid username or password: Please enter a valid admin "
+                                                  "username and password for c0."});
+        QCOMPARE(console.worked(), (QList{1, 1, 1}));
+        const QByteArray password =
+            VLEncryption::AESEncryptData(rightPassword.toUtf8(), VLEncryption::hostPassphrase());
+        QCOMPARE(console.bench.clients[2]->proxy->sent().last().second,
+                 (QVariantList{QVariantMap{{u"authUser"_s, u"boss"_s}, {u"authPass"_s, password}},
+                               QVariantMap{{u"obj1"_s, 7}}}));
+        QTRY_COMPARE(console.passwords.keys(),
+                     (QStringList{"boss@c0.local.", "boss@c1.local.", "boss@c2.local."}));
+        QCOMPARE(VLUserDefaults::standardUserDefaults().dictionaryForKey(u"users"_s).size(), 3);
+        QCOMPARE(console.bench.progress.statusSteps.load(), 3);
+        QCOMPARE(console.bench.progress.open.load(), 0);
+        QCOMPARE((std::tuple{console.away, console.back}), (std::tuple{1, 1}));
+
+        // After the time-out the keychain has them still.
+        QCOMPARE(console.timerDelay, 1200s);
+        console.timerFired();
+        QVERIFY(console.controller.authorizationDict().isEmpty());
+        QVERIFY(console.runAll());
+        QCOMPARE(console.worked(), (QList{2, 2, 2}));
+        QCOMPARE(logLines().count(u"Taking stored password from keychain."_s), 3);
+        QCOMPARE(console.view.shownFor.size(), 1);
+
+        // An agent's error 1006.
+        QVERIFY(onWorker([&] { console.controller.removeStoredPasswordForHost(u"c1.local."_s); }));
+        QCOMPARE(console.passwords.keys(), (QStringList{"boss@c0.local.", "boss@c2.local."}));
+        QVERIFY(!console.controller.authorizationDict().contains(u"c1.local."_s));
+
+        QString question;
+        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
+            question = alert.value(u"messageText"_s).toString();
+            ended(VLAlert::DefaultReturn);
+            return VLAlert::OrderOut([] {});
+        });
+        console.controller.securityRemovePasswords(nullptr);
+        VLAlert::setPresenter({});
+        QCOMPARE(question, u"Are you sure you wish to remove all stored passwords?"_s);
+        QTRY_VERIFY(console.passwords.keys().isEmpty());
+        QVERIFY(console.controller.authorizationDict().isEmpty());
+    }
+
+    void refusedPasswordOfTheKeychain() {
+        Console console(1);
+        console.store(u"c0.local."_s, wrongPassword);
+        console.view.answers = {console.type(rightPassword)};
+        QVERIFY(console.runAll());
+        QCOMPARE(console.view.shownFor, QStringList{"c0"});
+        QVERIFY(console.passwords.keys().isEmpty());
+        QCOMPARE(console.worked(), QList{1});
+    }
+
+    /// Silence is no refusal: the stored password stays, and nobody is asked.
+    void silentClient() {
+        Console console(1);
+        console.store(u"c0.local."_s, rightPassword);
+        console.bench.clients[0]->proxy =
+            std::make_shared<FakeProxy>([](const auto&, const auto&) -> QVariant {
+                throw VLException(VLException::portTimeout, u"no answer"_s);
+            });
+        QVERIFY(console.runAll());
+        QCOMPARE(console.passwords.keys().size(), 1);
+        QVERIFY(console.view.shownFor.isEmpty());
+        QCOMPARE(console.worked(), QList{0});
+    }
+
+    void skipping() {
+        Console console(2);
+        console.view.answers = {[&] { console.controller.skipAuth(); }, console.type(rightPassword)};
+        QVERIFY(console.runAll());
+        QCOMPARE(console.view.shownFor, (QStringList{"c0", "c1"}));
+        QCOMPARE(console.worked(), (QList{0, 1}));
+        QCOMPARE(logLines().count(u"User skipped authorization dialog."_s), 1);
+    }
+
+    void cancelling() {
+        Console console(3);
+        console.view.answers = {console.type(rightPassword), [&] { console.controller.cancelAuth(); }};
+        QVERIFY(console.runAll());
+        QCOMPARE(console.worked(), (QList{1, 0, 0}));
+        QCOMPARE(console.view.shownFor.size(), 2);
+        QVERIFY(!console.view.isShown && console.controller.authorizationDict().isEmpty());
+        QCOMPARE(console.progressCancels, 1);
+        QVERIFY(console.bench.progress.processingCancelled());
+    }
+
+    /// A password is typed for one client; a worker that waits for the same sheet gets one of its own.
+    void twoWorkersAndOneSheet() {
+        Console console(2);
+        const auto run = [&](int client) {
+            console.runner.authExecuteRemoteMethod(purgewright, {}, {}, console.bench.clients[client]);
+        };
+        console.view.answers = {[&] {
+                                    VLThread::detach(u"second"_s, [=] { run(1); });
+                                    QTRY_COMPARE(console.away, 2);
+                                    console.type(rightPassword)();
+                                },
+                                console.type(rightPassword)};
+        QVERIFY(onWorker([&] { run(0); }));
+        QTRY_COMPARE(console.worked(), (QList{1, 1}));
+        QCOMPARE(console.view.shownFor, (QStringList{"c0", "c1"}));
+        QCOMPARE(console.bench.clients[1]->proxy->sent().size(),
+                 3);  // asked by the sheet, by the worker; done
+    }
+
+    void endsWhileTheSheetIsUp_data() {
+        QTest::addColumn<bool>("quits");
+        QTest::newRow("the program quits") << true;
+        QTest::newRow("the client is removed") << false;
+    }
+    void endsWhileTheSheetIsUp() {
+        QFETCH(bool, quits);
+        Console console(1);
+        std::atomic<bool> ended{false};
+        VLThread::detach(u"worker"_s, [&] {
+            console.runner.authExecuteRemoteMethod(purgewright, {}, {}, console.bench.clients[0]);
+            ended = true;
+        });
+        QTRY_VERIFY(console.view.isShown);
+        if (quits) {
+            VLThread::cancelAll();
+            MainThread::beginQuitting();
+        } else {
+            console.knowsClients = false;
+            console.controller.serviceRemoved(console.bench.clients[0]);
+            QVERIFY(!console.view.isShown);
+        }
+        QVERIFY(MainThread::waitUntil([&] { return ended.load(); }, patience));
+        QCOMPARE(console.worked(), QList{0});
+    }
+
+    void clientsThatAreLeftAlone() {
+        Console console(1);
+        console.store(u"c0.local."_s, rightPassword);
+        FakeClient& client = *console.bench.clients[0];
+        const auto sends = [&](const QString& selector) {
+            const qsizetype before = client.proxy->sent().size();
+            if (!onWorker([&] {
+                    console.runner.authExecuteRemoteMethod(selector, {}, {}, console.bench.clients[0]);
+                }))
+                return false;
+            return client.proxy->sent().size() > before;
+        };
+        const QString update = u"installVelmoraSoftwareUpdate:settings:"_s;
+        client.error = 2006;
+        QVERIFY(!sends(purgewright));
+        // The question about the password is asked of a client in error, too.
+        QVERIFY(sends(update) && client.proxy->sent().last().first == update);
+        client.isEnabled = false;
+        QVERIFY(!sends(update));
+        client.isEnabled = true;
+        client.error = 0;
+        client.proxy->unknownSelector = purgewright;
+        QVERIFY(!sends(purgewright));
+    }
+
+    void taskWithCallback() {
+        Console console(1);
+        console.store(u"c0.local."_s, rightPassword);
+        const auto callback = VLCallback::callbackWithName(u"vlEncodemendScanFinished"_s, {}, u"c0.local."_s);
+        QVERIFY(onWorker([&] {
+            console.runner.authExecuteRemoteTask(u"1"_s, u"com.velmora.Encodemend"_s, {},
+                                                 console.bench.clients[0], callback);
+        }));
+        const auto [selector, arguments] = console.bench.clients[0]->proxy->sent().last();
+        QCOMPARE(selector, u"authExecuteTask:bundleID:options:username:password:callback:callbackName:"_s);
+        QCOMPARE(arguments.size(), 7);
+        QCOMPARE(arguments[3], QVariant(u"boss"_s));
+        QCOMPARE(arguments[5].value<VLCallbackTargetPtr>(), VLCallbackTargetPtr(callback));
+        QCOMPARE(arguments[6], QVariant(callback->name()));
+    }
+};
+
+ORLENDO_TEST_MAIN(ClientAuthorizationTest)
+#include "client_authorization_test.moc"

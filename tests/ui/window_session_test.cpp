@@ -1,0 +1,176 @@
+#include "app/AppController.h"
+#include "app/ConsoleIdentity.h"
+#include "app/window/MainWindow.h"
+#include "clients/view/AddComputerSheet.h"
+#include "clients/view/ClientOutline.h"
+#include "clients/view/ClientOutlineModel.h"
+#include "clients/view/GroupSheet.h"
+#include "support/Programs.h"
+#include "support/TestEnvironment.h"
+#include "widgets/Theme.h"
+
+#include <QApplication>
+#include <QDropEvent>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+#include <QTreeView>
+
+#include <csignal>
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+/// An administrator's day with the real window over a real agent. With ORLENDO_PICTURES set to a folder, each
+/// step leaves its picture there, light and dark.
+class WindowSessionTest : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_folder;
+    std::unique_ptr<QProcess> m_agent;
+    quint16 m_port = 0;
+    std::unique_ptr<AppController> m_controller;
+    std::unique_ptr<MainWindow> m_window;
+
+    [[nodiscard]] QString path(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
+    [[nodiscard]] bool startAgent() {
+        m_agent = std::make_unique<QProcess>();
+        m_agent->start(QStringLiteral(AGENT_PROGRAM),
+                       {u"--root"_s, path("sample"), u"--no-advertise"_s, u"--authorize"_s,
+                        path("console.crt"), u"--port"_s, QString::number(m_port)});
+        m_port = readAgentPort(*m_agent);
+        return m_port != 0;
+    }
+    void startConsole() {
+        m_controller = std::make_unique<AppController>(toolRegistry());
+        m_controller->setBrowses(false);
+        m_controller->setUnattended(true);
+        QVERIFY(m_controller->init());
+        VLServiceEnvironment environment = *VLService::environment();
+        environment.timing.reconnect = 500ms;
+        VLService::setEnvironment(std::move(environment));
+        m_window = std::make_unique<MainWindow>(*m_controller);
+        m_controller->awakeFromNib();
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    }
+    void quitConsole() {
+        if (!m_controller) return;
+        m_window.reset();
+        QVERIFY(m_controller->shutDown());
+        m_controller.reset();
+        VLThread::reset();
+        MainThread::resume();
+    }
+    void takePicture(const QString& step) const {
+        const QString folder = qEnvironmentVariable("ORLENDO_PICTURES");
+        if (folder.isEmpty()) return;
+        for (const auto& [theme, name] : {std::pair(Theme::Dark, u"dark"_s), {Theme::Light, u"light"_s}}) {
+            applyTheme(theme);
+            QTest::qWait(50);
+            m_window->grab().save(u"%1/session-%2-%3.png"_s.arg(folder, step, name));
+        }
+    }
+
+    [[nodiscard]] ClientOutline& outline() const { return *m_window->findChild<ClientOutline*>(); }
+    [[nodiscard]] ClientOutlineModel& model() const { return *outline().model(); }
+    [[nodiscard]] VLServicePtr client() const { return m_controller->services().serviceArray().value(0); }
+    [[nodiscard]] VLServiceGroupPtr group() const { return m_controller->services().groups().value(0); }
+    [[nodiscard]] bool isReady() const {
+        return client() && client()->isConnected() && !client()->configDict().isEmpty();
+    }
+    [[nodiscard]] int plugins() const {
+        return m_window->findChild<QTreeView*>(u"addonryOutline"_s)->model()->rowCount();
+    }
+    /// What the platform would send when `row` is dragged onto `target`.
+    void drag(const QModelIndex& row, const QModelIndex& target) const {
+        QTreeView& view = *outline().view();
+        const std::unique_ptr<QMimeData> data(model().mimeData({row}));
+        const QPoint place = view.visualRect(target).center();
+        QDragEnterEvent enter(place, Qt::MoveAction, data.get(), Qt::LeftButton, {});
+        QDragMoveEvent move(place, Qt::MoveAction, data.get(), Qt::LeftButton, {});
+        QDropEvent drop(place, Qt::MoveAction, data.get(), Qt::LeftButton, {});
+        for (QEvent* event : std::initializer_list<QEvent*>{&enter, &move, &drop})
+            QApplication::sendEvent(view.viewport(), event);
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        applyTheme(Theme::Light);
+        ConsoleIdentity::exportCertificate(path("console.crt"));
+        const QStringList makeSample{u"--make-sample"_s, path("sample"), u"--profile"_s, u"1"_s};
+        QCOMPARE(runProgram(QStringLiteral(AGENT_PROGRAM), makeSample).exitCode, 0);
+        QVERIFY(startAgent());
+        startConsole();
+    }
+    void cleanupTestCase() {
+        quitConsole();
+        m_agent->terminate();
+        QVERIFY(hasEnded(*m_agent, 0));
+    }
+
+    void addsAComputer() {
+        m_window->findChild<QAction*>(u"addComputerAction"_s)->trigger();
+        auto* sheet = m_window->findChild<AddComputerSheet*>();
+        QVERIFY(sheet);
+        QTest::keyClicks(sheet->findChild<QLineEdit*>(u"connectionNameText"_s), u"Edit Bay"_s);
+        QTest::keyClicks(sheet->findChild<QLineEdit*>(u"connectionIPAddressText"_s), u"127.0.0.1"_s);
+        auto* port = sheet->findChild<QLineEdit*>(u"connectionPortText"_s);
+        port->clear();
+        QTest::keyClicks(port, QString::number(m_port));
+        QTest::mouseClick(sheet->findChild<QPushButton*>(u"addButton"_s), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(plugins() > 5, patience);
+        takePicture(u"1-added"_s);
+    }
+
+    void makesAGroupAndDragsTheComputerIn() {
+        QTest::mouseClick(outline().findChild<QToolButton*>(u"newGroupButton"_s), Qt::LeftButton);
+        auto* sheet = m_window->findChild<GroupSheet*>();
+        QVERIFY(sheet);
+        if (auto* withSelected = sheet->findChild<QAbstractButton*>(u"groupWithSelected"_s))
+            withSelected->setChecked(false);
+        QTest::keyClicks(sheet->findChild<QLineEdit*>(u"groupNameText"_s), u"First Floor"_s);
+        QTest::mouseClick(sheet->findChild<QPushButton*>(u"addGroupButton"_s), Qt::LeftButton);
+        QTRY_VERIFY(group());
+        QVERIFY(group()->children().isEmpty());
+
+        drag(model().indexOf(client()), model().indexOf(group()));
+        QTRY_COMPARE(group()->children(), QList{client()});
+        QTRY_VERIFY(model().indexInGroup(client()).isValid());
+        takePicture(u"2-grouped"_s);
+    }
+
+    void showsAKilledAgentAndItsReturn() {
+        ::kill(pid_t(m_agent->processId()), SIGKILL);
+        QVERIFY(m_agent->waitForFinished(patience));
+        QTRY_VERIFY_WITH_TIMEOUT(!client()->isConnected() && !client()->connectionError().isEmpty(),
+                                 patience);
+        const auto state = [this] {
+            return model().indexOf(client()).data(ClientOutlineModel::StateKindRole).toInt();
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(state() != ClientState::Connected, patience);
+        takePicture(u"3-killed"_s);
+        QVERIFY(startAgent());
+        QTRY_VERIFY_WITH_TIMEOUT(isReady() && state() == ClientState::Connected, patience);
+    }
+
+    void findsAllAgainAfterQuitting() {
+        quitConsole();
+        startConsole();
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(), patience);
+        QCOMPARE(m_controller->services().serviceArray().size(), 1);
+        QCOMPARE(client()->name(), u"Edit Bay"_s);
+        QVERIFY(group());
+        QCOMPARE(group()->name(), u"First Floor"_s);
+        QCOMPARE(group()->children(), QList{client()});
+        outline().selectGroup(group());
+        QTRY_VERIFY_WITH_TIMEOUT(plugins() > 5, patience);
+        takePicture(u"4-again"_s);
+    }
+};
+
+ORLENDO_WIDGETS_TEST_MAIN(WindowSessionTest)
+#include "window_session_test.moc"
