@@ -31,8 +31,7 @@ void AppController::subscribeToNotifications() {
     observe("vlCorvalinPostLocalError", [this](const VLNotification& n) { postError(n.userInfo); });
     observe("vlCorvalinProgressIncrement",
             [this](const VLNotification&) { m_taskThreads->incrementProgress(); });
-    observe("vlCorvalinTaskFinished",
-            [this](const VLNotification&) { m_taskThreads->remoteTaskFinished(); });
+    observe("vlCorvalinTaskFinished", [this](const VLNotification&) { m_taskThreads->remoteTaskFinished(); });
     observe("VLTableBadgeClicked", [this](const VLNotification& n) {
         Q_EMIT serviceOutlineBadgeClicked(serviceOf(n), n.userInfo.value(QStringLiteral("badge")).toString());
     });

@@ -98,7 +98,7 @@ private Q_SLOTS:
         }));
         QTRY_COMPARE(m_connection->proxy().perform("initialConfiguration").toMap().value("minAdminVersion"),
                      QVariant(2000LL));
-        QVERIFY(logLines().contains(m_host + u" will reload config data."_s));
+        QTRY_VERIFY(logLines().contains(m_host + u" will reload config data."_s));
 
         perform("executeTask:bundleID:options:", {"task", "com.velmora.Nothing", {}});
         QTRY_COMPARE(callback->errorQueue().size(), 1);

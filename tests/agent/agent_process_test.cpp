@@ -9,31 +9,8 @@
 #include <QTest>
 
 #include <csignal>
-#include <mutex>
 
 using namespace std::chrono_literals;
-
-namespace {
-
-/// The console's callback object: notes what the agent says.
-class NotingTarget : public VLCallbackTarget {
-public:
-    QVariant receive(const QString& selector, const QVariantList& arguments, const QString&) override {
-        const std::lock_guard lock(m_mutex);
-        m_received.append(selector + u' ' + arguments.value(0).toString());
-        return {};
-    }
-    [[nodiscard]] bool has(const QString& text) {
-        const std::lock_guard lock(m_mutex);
-        return m_received.contains(text);
-    }
-
-private:
-    std::mutex m_mutex;
-    QStringList m_received;
-};
-
-}  // namespace
 
 /// The real program, on a sample workstation, on the loopback interface.
 class AgentProcessTest : public QObject {
@@ -57,14 +34,6 @@ class AgentProcessTest : public QObject {
         options.pins = std::make_shared<PinnedCertificates>(path("pins"));
         options.client = options.label = "edit-bay-1.local.";
         return std::make_unique<VLConnection>("127.0.0.1", port, std::move(options));
-    }
-    /// Serves the connection until the console has been told `text`.
-    static bool serveUntil(VLConnection& connection, NotingTarget& target, const QString& text) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!target.has(text) && connection.isValid() && timer.elapsed() < patience)
-            connection.serve(50ms);
-        return target.has(text);
     }
     [[nodiscard]] ProgramResult runAgent(const QStringList& arguments) const {
         return runProgram(AGENT_PROGRAM, QStringList{"--root", path("sample")} + arguments);
@@ -109,33 +78,6 @@ private Q_SLOTS:
         const auto connection = connectTo(port);
         connection->rootProxy()->perform("ping");
         QVERIFY(connection->isValid());
-    }
-
-    void tellsWhatHappens() {
-        QVERIFY(authorize());
-        const auto connection = connectTo(start());
-        const auto target = std::make_shared<NotingTarget>();
-        const auto proxy = connection->rootProxy();
-        proxy->perform("setErrorCallback:", {QVariant::fromValue<VLCallbackTargetPtr>(target)});
-        proxy->perform("initialConfiguration");  // answered after the oneway call was carried out
-        QCOMPARE(runAgent({"--request-maintenance"}).exitCode, 0);
-        QVERIFY(serveUntil(*connection, *target, "requestMaintenance: edit-bay-1.local."));
-        QCOMPARE(proxy->perform("initialConfiguration").toMap().value("maintenanceRequested"),
-                 QVariant(true));
-        proxy->perform("cancelMaintenanceRequest");
-        QVERIFY(serveUntil(*connection, *target, "cancelMaintenance: edit-bay-1.local."));
-
-        const QVariantMap updates{{"updates", QVariantList{QVariantMap{{"title", "New"}}}}};
-        QVERIFY(writeFile(path("sample/state/updates.plist"), PropertyList::toData(updates)));
-        // The watcher may see the file while it is being written: touching the folder once more settles it.
-        QVERIFY(writeFile(path("sample/state/touched"), ""));
-        QVERIFY(serveUntil(*connection, *target, "updateConfig: edit-bay-1.local."));
-
-        proxy->perform("disconnect");
-        QVERIFY(serveUntil(*connection, *target, "willDisconnect: edit-bay-1.local."));
-        QVERIFY(!serveUntil(*connection, *target, "nothing more"));  // up to the end of the connection
-        QVERIFY(!connection->isValid());
-        QVERIFY(hasEnded(*m_process, 0));
     }
 
     void relaunchComesBackOnTheSamePort() {

@@ -276,43 +276,6 @@ private Q_SLOTS:
         QVERIFY(controller().services().serviceArray().isEmpty());
     }
 
-    void alertsOfWorkers_data() {
-        QTest::addColumn<int>("interval");
-        QTest::addColumn<QString>("happens");
-        QTest::addColumn<int>("code");
-        QTest::newRow("answered") << 0 << u"alternateButton"_s << int(VLAlert::AlternateReturn);
-        QTest::newRow("time passes") << 50 << QString() << int(VLAlert::DefaultReturn);
-        QTest::newRow("answered in time") << 60'000 << u"alternateButton"_s << int(VLAlert::AlternateReturn);
-        QTest::newRow("window goes") << 0 << u"delete"_s << int(VLAlert::OtherReturn);
-        QTest::newRow("window is closed") << 0 << u"close"_s << int(VLAlert::OtherReturn);
-    }
-    void alertsOfWorkers() {
-        QFETCH(int, interval);
-        QFETCH(QString, happens);
-        auto* parent = new QWidget(&window());
-        parent->setWindowFlag(Qt::Window);
-        parent->show();
-        std::atomic<int> code{99};
-        VLThread::detach(u"asks"_s, [&code, interval, parent] {
-            const std::chrono::milliseconds time(interval);
-            code = interval > 0 ? VLAlert::timedAlertSheetWithMessageText(u"Sync?"_s, u"Sync"_s, u"Later"_s,
-                                                                          {}, {}, parent, time)
-                                : VLAlert::alertSheetWithMessageText(u"Sync?"_s, u"Sync"_s, u"Later"_s, {},
-                                                                     {}, parent, true);
-        });
-        QPointer<AlertSheet> sheet;
-        QTRY_VERIFY((sheet = parent->findChild<AlertSheet*>()) && sheet->isVisible());
-        if (happens == u"delete"_s)
-            delete parent;
-        else if (happens == u"close"_s)
-            parent->close();
-        else if (!happens.isEmpty())
-            sheet->findChild<QPushButton*>(happens)->click();
-        QTRY_VERIFY(code != 99);
-        QTEST(code.load(), "code");
-        QTRY_VERIFY(!sheet);
-    }
-
     void addComputer_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("port");
