@@ -167,7 +167,7 @@ private:
     int m_farms = 0;
     Snapshot<QList<RemoteClientPtr>> m_clients;
     TaskThreads m_progress{{[this] { return int(clients().size()); }, [] {}, [] {}}};
-    RemoteRunner m_runner{{&m_progress, [this] { return clients(); }, nullptr, {}, {}, {}}};
+    RemoteRunner m_runner{{&m_progress, [this] { return clients(); }, nullptr, {}, {}, {}, {}}};
 };
 
 void printTable(const QList<Measurement>& measurements) {

@@ -20,3 +20,10 @@ if(ORLENDO_SANITIZE)
   target_compile_options(orlendo_options INTERFACE -Wno-maybe-uninitialized -fsanitize=${ORLENDO_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(orlendo_options INTERFACE -fsanitize=${ORLENDO_SANITIZE})
 endif()
+
+# For every program: what the sanitizer has to be told about libraries that are not instrumented.
+function(orlendo_sanitized_program target)
+  if(ORLENDO_SANITIZE STREQUAL "thread")
+    target_sources(${target} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/ThreadSanitizer.cpp)
+  endif()
+endfunction()

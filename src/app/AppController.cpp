@@ -111,6 +111,10 @@ void AppController::createRunner() {
     environment.clientFailed = [callback = m_errorCallback](const QString& hostName, const QString& reason) {
         callback->addStringToQueue(reason, hostName);
     };
+    environment.clientReportedError = [callback = m_errorCallback](const QString& hostName,
+                                                                   const QVariantMap& error) {
+        callback->addErrorToQueue(error, hostName);
+    };
     m_runner = std::make_unique<RemoteRunner>(std::move(environment));
 }
 

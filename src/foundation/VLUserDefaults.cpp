@@ -144,13 +144,13 @@ private:
 
     /// Brings the changes to the file and what others changed in the file here. Called with the file's mutex.
     bool exchange() {
-        QVariantMap changes, values;
+        QVariantMap changes, before, now;
         {
             const std::lock_guard lock(m_mutex);
             changes.swap(m_changes);
-            values = m_stored;
+            before = m_stored;
         }
-        const bool isWritten = transfer(changes, values);
+        const bool isWritten = transfer(changes, before, now);
         const std::lock_guard lock(m_mutex);
         if (!isWritten) {
             changes.insert(m_changes);  // what was set meanwhile is newer
@@ -158,29 +158,28 @@ private:
             return false;
         }
         for (auto change = m_changes.cbegin(); change != m_changes.cend(); ++change)
-            apply(change.key(), change.value(), values);
-        m_stored = values;
+            apply(change.key(), change.value(), now);
+        m_stored = std::move(now);
         return true;
     }
 
-    /// Afterwards `values` is what the file holds.
-    bool transfer(const QVariantMap& changes, QVariantMap& values) {
+    /// Afterwards `now` is what the file holds.
+    bool transfer(const QVariantMap& changes, const QVariantMap& before, QVariantMap& now) {
         QSettings settings(m_path, settingsFormat());
         settings.setFallbacksEnabled(false);
         for (auto change = changes.cbegin(); change != changes.cend(); ++change) {
             if (change.value().isValid())
                 settings.setValue(change.key(), change.value());
             else
-                remove(settings, change.key(), values);
+                remove(settings, change.key(), before);
         }
         settings.sync();
         if (settings.status() != QSettings::NoError) {
             VLLog::appendLog(QStringLiteral("Unable to read or write the settings %@"), m_path);
             return false;
         }
-        values.clear();
         for (const QStringList keys = settings.allKeys(); const QString& key : keys)
-            values.insert(key, settings.value(key));
+            now.insert(key, settings.value(key));
         return true;
     }
 
@@ -210,7 +209,7 @@ public:
 
 private:
     void write() {
-        VLThread::detach(QStringLiteral("settings"), [self = shared_from_this()] {
+        const bool isStarted = VLThread::detach(QStringLiteral("settings"), [self = shared_from_this()] {
             const bool isWritten = self->m_store->synchronizeIfChanged();
             if (!isWritten) self->writeAfter(retryDelay);
             if (self->m_isFailing.exchange(!isWritten) || isWritten) return;
@@ -218,6 +217,7 @@ private:
                 QStringLiteral("vlCorvalinSettingsNotWritten"), {},
                 {{QStringLiteral("path"), self->m_store->path()}});
         });
+        if (!isStarted && !VLThread::isCancelled()) writeAfter(retryDelay);
     }
 
     const std::shared_ptr<Store> m_store;

@@ -42,6 +42,12 @@ qlonglong corvalinCode(const std::exception& exception) {
     return VLCorvalinServerProtocol::integerValue(info.value(QStringLiteral("code")));
 }
 
+/// Under which the error queue files what concerns a client.
+QString queueName(const RemoteClient& service) {
+    const QString hostName = service.hostName();
+    return hostName.isEmpty() ? service.name() : hostName;
+}
+
 /// What went wrong, for people.
 QString plainWords(const std::exception& exception) {
     const auto* own = dynamic_cast<const VLException*>(&exception);
@@ -160,9 +166,7 @@ QVariant RemoteRunner::checkedAnswer(const QString& selector, const QVariant& an
 }
 
 void RemoteRunner::reportFailure(const RemoteClientPtr& service, const QString& reason) const {
-    if (!m_environment.clientFailed) return;
-    const QString hostName = service->hostName();
-    m_environment.clientFailed(hostName.isEmpty() ? service->name() : hostName, reason);
+    if (m_environment.clientFailed) m_environment.clientFailed(queueName(*service), reason);
 }
 
 QVariant RemoteRunner::guarded(const char* method, const QString& selector, const RemoteClientPtr& service,
@@ -180,8 +184,11 @@ void RemoteRunner::operationFailed(const std::exception& exception, const char* 
     VLException::logException(exception, method);
     // Arguments that cannot be sent are this side's fault: the client is well.
     if (!dynamic_cast<const VLUnsentCallException*>(&exception)) service->setIsConnected(false);
-    // Of a refused password the agent tells the error queue itself.
-    if (corvalinCode(exception) == CorvalinError::BadCredentials) return;
+    if (corvalinCode(exception) != CorvalinError::None && m_environment.clientReportedError) {
+        // The agent tells the error queue itself as well, which takes equal errors for one.
+        const QVariantMap error = dynamic_cast<const VLException&>(exception).userInfo();
+        return m_environment.clientReportedError(queueName(*service), error);
+    }
     reportFailure(service,
                   QStringLiteral("The operation \"%1\" failed. %2").arg(selector, plainWords(exception)));
 }

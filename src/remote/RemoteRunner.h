@@ -29,6 +29,8 @@ public:
         std::function<void(int count)> clientsLeftOut;
         /// A client's failure, for the error queue: `reason` in plain words. Any thread. May be empty.
         std::function<void(const QString& hostName, const QString& reason)> clientFailed;
+        /// The same for an error of the agent's own, with "domain", "code" and "info".
+        std::function<void(const QString& hostName, const QVariantMap& error)> clientReportedError;
         // How long an agent that is alive may take to answer; a missed limit counts as a failure. What is
         // executed, tasks among it, may take as long as it needs.
         std::chrono::milliseconds replyLimit{std::chrono::seconds(60)};       ///< of a read

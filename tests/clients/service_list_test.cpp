@@ -115,7 +115,8 @@ private Q_SLOTS:
         for (int reader = 0; reader < 3; ++reader) {
             onWorker([&] {
                 while (!stop) {
-                    for (const VLServicePtr& service : list.serviceArray())
+                    const QList<VLServicePtr> services = list.serviceArray();
+                    for (const VLServicePtr& service : services)
                         if (service->name().isEmpty()) ++faults;
                     const VLServicePtr found = list.serviceWithHostName("h7.");
                     if (found && found->name() != u"c7") ++faults;

@@ -32,7 +32,7 @@ public:
     }
     [[nodiscard]] QList<QPair<QString, QVariantList>> sent() const {
         const std::lock_guard lock(m_mutex);
-        return m_sent;
+        return {m_sent.begin(), m_sent.end()};  // shares nothing with what calls still come into
     }
 
     QString unknownSelector;  ///< set before use
@@ -196,7 +196,8 @@ struct Bench {
                 [this](const QString& hostName, const QString& reason) {
                     const std::lock_guard lock(mutex);
                     failures.append(hostName + QLatin1String(": ") + reason);
-                }};
+                },
+            .clientReportedError = {}};
     }
     void addClients(int count, const FakeProxy::Answer& answer = {}) {
         for (int i = 0; i < count; ++i)

@@ -13,16 +13,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#ifdef __SANITIZE_THREAD__
-/// Qt Test ends its own watchdog thread with locks of Qt that the sanitizer cannot see. Nothing of ours is
-/// hidden: the first is called by Qt Test itself only, and we use no QWaitCondition. libdbus locks a new
-/// connection while it holds its list of busses, and that list while it holds a connection that ends; every
-/// connection of ours is private to one thread, so the two never wait for each other.
-extern "C" __attribute__((weak, used, visibility("default"))) const char* __tsan_default_suppressions() {
-    return "called_from_lib:libQt6Test.so\nrace:QWaitCondition::~QWaitCondition\ndeadlock:libdbus-1.so\n";
-}
-#endif
-
 /// What a test program stands on: every folder and the standard settings lie in a temporary folder, a log is
 /// open, the main thread is adopted. Made after the application object, before anything else.
 class TestEnvironment {

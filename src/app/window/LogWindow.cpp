@@ -139,16 +139,15 @@ void LogWindow::readOn() {
     if (m_isReading) return;
     m_isReading = true;
     VLThread::detach(QStringLiteral("log window"), [window = QPointer(this), from = m_position] {
-        const Piece piece = read(from);
-        onMainThread([window, piece] {
-            if (window) window->append(piece);
+        onMainThread([window, piece = read(from)]() mutable {
+            if (window) window->append(std::move(piece));
         });
     });
 }
 
-void LogWindow::append(const Piece& piece) {
+void LogWindow::append(Piece piece) {
     m_isReading = false;
-    m_position = piece.position;
+    m_position = std::move(piece.position);
     m_path->setText(piece.error.isEmpty() ? m_position.path
                                           : QStringLiteral("%1 — %2").arg(m_position.path, piece.error));
     if (piece.isAnother) m_text->clear();

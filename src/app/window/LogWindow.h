@@ -34,7 +34,7 @@ private:
 
     [[nodiscard]] static Piece read(const Position& from);
     void readOn();
-    void append(const Piece& piece);
+    void append(Piece piece);
     void find(bool backwards, bool fromStart);
 
     QPlainTextEdit* m_text;
