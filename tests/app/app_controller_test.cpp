@@ -346,8 +346,9 @@ private Q_SLOTS:
         for (int i = 0; i < ErrorQueue::maximumRecords; ++i)
             full.append(QVariantMap{{u"description"_s, u"e"_s}, {u"hostname"_s, u"h%1"_s.arg(i % hosts)}});
         errors->setErrorQueue(full);
-        qsizetype shown = 0;  // what the window looks at
-        connect(m_controller.get(), &AppController::errorQueueChanged, m_controller.get(), [&] {
+        qsizetype shown = 0;       // what the window looks at
+        const QObject duringTest;  // what the slot works on ends with this test
+        connect(m_controller.get(), &AppController::errorQueueChanged, &duringTest, [&] {
             shown += m_controller->errorLabel().size() + qsizetype(errors->errorCountsByHost().size());
         });
 

@@ -122,7 +122,8 @@ private Q_SLOTS:
         QTRY_VERIFY(client->isConnected() && !client->configDict().isEmpty());
         client->setErrorCode(2006);
         QImage picture;
-        connect(&controller, &AppController::largeServiceIconFetched, this,
+        const QObject duringTest;  // what the slot works on ends with this test
+        connect(&controller, &AppController::largeServiceIconFetched, &duringTest,
                 [&](const VLServicePtr&, const QImage& fetched) { picture = fetched; });
         controller.showInfo(client);
         auto* panel = m_console.window->findChild<ClientInfoPanel*>();

@@ -146,7 +146,10 @@ void AddonryView::updateSummary() {
 void AddonryView::updateState() {
     const bool anyRows = !m_model->rows().isEmpty();
     const bool anyShown = m_model->rowCount() > 0;
-    const bool anySelected = !m_controller.context().selectedServices().isEmpty();
+    const QList<VLServicePtr> selected = m_controller.context().selectedServices();
+    const bool anySelected = !selected.isEmpty();
+    const bool anyConnected = std::any_of(selected.begin(), selected.end(),
+                                          [](const VLServicePtr& service) { return service->isConnected(); });
     m_empty->setButtonText({});
     if (anyRows && !anyShown) {
         m_empty->setContents(QStringLiteral("search"), QStringLiteral("No matching plug-in"),
@@ -158,6 +161,12 @@ void AddonryView::updateState() {
         m_empty->setContents(QStringLiteral("plug"),
                              QStringLiteral("Select computers to list their plug-ins"),
                              QStringLiteral("Select one or more in the list on the left, or All Computers."));
+    } else if (!anyConnected) {
+        m_empty->setContents(QStringLiteral("plug"),
+                             selected.size() == 1
+                                 ? QStringLiteral("The selected computer is not connected")
+                                 : QStringLiteral("The selected computers are not connected"),
+                             QStringLiteral("Plug-ins are read as soon as a computer is connected."));
     } else if (m_controller.hasResult()) {
         m_empty->setContents(QStringLiteral("plug"),
                              QStringLiteral("No plug-ins found on the selected computers"));
