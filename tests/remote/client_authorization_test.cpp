@@ -103,6 +103,12 @@ struct Console {
         bench.addClients(clients, agentAnswer);
         controller.setView(&view);
     }
+    /// A worker may still be on its way out after a run was cancelled.
+    ~Console() {
+        VLThread::cancelAll();
+        if (!VLThread::joinAll(10s)) qFatal("a worker hangs");
+        VLThread::reset();
+    }
     AuthorizationController::Environment environment() {
         return {
             .runner = &bench.runner,
@@ -151,9 +157,6 @@ class ClientAuthorizationTest : public QObject {
 
 private Q_SLOTS:
     void cleanup() {
-        VLThread::cancelAll();
-        QVERIFY(VLThread::joinAll(10s));
-        VLThread::reset();
         MainThread::resume();
         VLUserDefaults::standardUserDefaults().removeObjectForKey(u"users"_s);
     }
