@@ -90,8 +90,8 @@ public:
     /// True when at least one client is connected and enabled.
     [[nodiscard]] bool servicesAvailable() const noexcept { return m_servicesAvailable; }
 
-    /// Looks for a newer version of the console, on a worker; `then` hears on the main thread whether that was
-    /// possible.
+    /// Looks for a newer version of the console, on a worker; `then` hears on the main thread whether that
+    /// was possible.
     void searchForUpdates(std::function<void(bool isDone)> then);
     void refresh() { m_autoRefresh->autoRefreshData(false); }
     void clearErrorLog();

@@ -11,7 +11,15 @@
 
 /// What the program was asked to do.
 struct CommandLine {
-    enum class Action { Run, ShowHelp, ShowVersion, PrintCertificate, ExportCertificate, PrintDiscovery, Fail };
+    enum class Action {
+        Run,
+        ShowHelp,
+        ShowVersion,
+        PrintCertificate,
+        ExportCertificate,
+        PrintDiscovery,
+        Fail
+    };
     enum class Palette { Desktop, Light, Dark };
 
     Action action = Action::Run;

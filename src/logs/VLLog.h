@@ -29,7 +29,8 @@ public:
     static void appendLogAndPrint(const QString& text);
     /// One line in the system log only; control characters are replaced.
     static void printToSystemLog(const QString& text);
-    /// From here on the system log's lines also go to syslog: for a program whose standard error nobody reads.
+    /// From here on the system log's lines also go to syslog: for a program whose standard error nobody
+    /// reads.
     static void copySystemLogToSyslog();
 
     /// Waits until every line queued so far has been written, however many follow.

@@ -207,12 +207,11 @@ private Q_SLOTS:
         ErrorLogModel model(friendly);
         const QAbstractItemModelTester tester(&model, failing);
         const auto record = [](const char* text, const char* application = "") {
-            return std::make_shared<const ErrorRecord>(
-                ErrorRecord{QString::fromLatin1(text),
-                            u"bay.local."_s,
-                            QString::fromLatin1(application),
-                            QDateTime::currentDateTimeUtc(),
-                            {}});
+            return std::make_shared<const ErrorRecord>(ErrorRecord{QString::fromLatin1(text),
+                                                                   u"bay.local."_s,
+                                                                   QString::fromLatin1(application),
+                                                                   QDateTime::currentDateTimeUtc(),
+                                                                   {}});
         };
         ErrorQueue::Records queue{record("first")};
         model.setQueue(queue);

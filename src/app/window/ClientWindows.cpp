@@ -90,17 +90,16 @@ void ClientWindows::showTroubleshooter(const VLServicePtr& service, bool automat
 }
 
 ClientInfoPanel* ClientWindows::makeInfoPanel() {
-    return new ClientInfoPanel(
-        {
-            [this](const VLServicePtr& service, const QVariantMap& machine) {
-                return m_controller.infoOfService(service, machine);
-            },
-            [this](const VLServicePtr& service) {
-                m_controller.populateInfoForService(service);
-                m_controller.fetchLargeServiceIcon(service);
-            },
-        },
-        m_window);
+    return new ClientInfoPanel({
+                                   [this](const VLServicePtr& service, const QVariantMap& machine) {
+                                       return m_controller.infoOfService(service, machine);
+                                   },
+                                   [this](const VLServicePtr& service) {
+                                       m_controller.populateInfoForService(service);
+                                       m_controller.fetchLargeServiceIcon(service);
+                                   },
+                               },
+                               m_window);
 }
 
 void ClientWindows::showInfo(const VLServicePtr& service) {
