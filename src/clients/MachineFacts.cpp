@@ -81,9 +81,9 @@ QString titleOf(const QString& key) {
 
 }  // namespace
 
-QList<MachineFacts::Fact> MachineFacts::of(const QVariantMap& specs) {
+QList<MachineFacts::Fact> MachineFacts::of(const QVariantMap& answer) {
     QList<Fact> facts;
-    QVariantMap rest = specs;
+    QVariantMap rest = answer;
     for (const Known& known : knownFacts) {
         const QVariant value = rest.take(QLatin1String(known.key));
         if (value.isValid()) facts << Fact{QLatin1String(known.title), knownValue(known, value)};

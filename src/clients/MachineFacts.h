@@ -14,6 +14,6 @@ struct Fact {
 
 /// Those that are known come first, in a fixed order; one of the wrong type is "unknown". What else the agent
 /// sends is shown under its own key, within bounds. Empty for no facts.
-[[nodiscard]] QList<Fact> of(const QVariantMap& specs);
+[[nodiscard]] QList<Fact> of(const QVariantMap& answer);
 
 }  // namespace MachineFacts

@@ -1,5 +1,6 @@
 #include "widgets/ViewUtilities.h"
 
+#include <QFrame>
 #include <QScrollBar>
 #include <QTreeView>
 
@@ -22,6 +23,15 @@ void scrollTextViewToTop(QAbstractScrollArea& textView) {
 void resetOutlineView(QTreeView& outline) {
     outline.collapseAll();
     outline.clearSelection();
+}
+
+QFrame* hairline(QWidget* parent) {
+    auto* line = new QFrame(parent);
+    line->setFixedHeight(1);
+    line->setFrameShape(QFrame::NoFrame);
+    line->setBackgroundRole(QPalette::Midlight);
+    line->setAutoFillBackground(true);
+    return line;
 }
 
 void setInterCellSpacing(QAbstractItemView& table, const QSize& spacing) {

@@ -6,6 +6,7 @@
 
 class QAbstractItemView;
 class QAbstractScrollArea;
+class QFrame;
 class QTreeView;
 
 /// Selects the first row and makes it the current one; without rows nothing is selected.
@@ -13,6 +14,9 @@ void selectFirstItemInTable(QAbstractItemView& table);
 void scrollTextViewToTop(QAbstractScrollArea& textView);
 /// Collapses every item with its children and clears the selection.
 void resetOutlineView(QTreeView& outline);
+
+/// A thin horizontal line between two parts of a window.
+[[nodiscard]] QFrame* hairline(QWidget* parent);
 
 /// The room between the cells of a table, which its delegate leaves. None unless it was set.
 void setInterCellSpacing(QAbstractItemView& table, const QSize& spacing);

@@ -159,11 +159,11 @@ private Q_SLOTS:
     }
 
     void machine() {
-        const QVariantMap specs = perform("systemSpecs").toMap();
-        QCOMPARE(specs.value("name"), QVariant("Edit Bay 2"));
-        QCOMPARE(specs.value("systemVersion"), QVariant("10.6.3"));
-        QCOMPARE(specs.value("processorCount"), QVariant(2LL));
-        QCOMPARE(specs.value("consoleUser"), QVariant("bruno"));
+        const QVariantMap machine = perform("systemSpecs").toMap();
+        QCOMPARE(machine.value("name"), QVariant("Edit Bay 2"));
+        QCOMPARE(machine.value("systemVersion"), QVariant("10.6.3"));
+        QCOMPARE(machine.value("processorCount"), QVariant(2LL));
+        QCOMPARE(machine.value("consoleUser"), QVariant("bruno"));
         QVERIFY(perform("computerIcon").toByteArray().startsWith("\x89PNG"));
         QCOMPARE(perform("computerIcon:", {128LL}), perform("computerIcon"));
         QCOMPARE(MachinePicture::nameForModel("PowerMac10,1"), QString("com.apple.macmini"));

@@ -24,11 +24,7 @@ class AgentRestartTest : public QObject {
 
     [[nodiscard]] QString path(const char* name) const { return m_fixture->path(name); }
     [[nodiscard]] bool start() {
-        m_agent = std::make_unique<QProcess>();
-        m_agent->start(QStringLiteral(AGENT_PROGRAM),
-                       {u"--root"_s, path("sample"), u"--no-advertise"_s, u"--authorize"_s,
-                        path("console.crt"), u"--port"_s, QString::number(m_port)});
-        m_port = readAgentPort(*m_agent);
+        m_agent = startSampleAgent(QStringLiteral(AGENT_PROGRAM), m_fixture->path(""), m_port);
         return m_port != 0;
     }
     void sendSignal(int number) const { ::kill(pid_t(m_agent->processId()), number); }

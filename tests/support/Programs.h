@@ -4,6 +4,8 @@
 #include <QProcess>
 #include <QRegularExpression>
 
+#include <memory>
+
 constexpr int patience = 60'000;  ///< milliseconds; only a hanging program takes that long
 
 struct ProgramResult {
@@ -34,6 +36,19 @@ inline quint16 readAgentPort(QProcess& agent) {
         if (!agent.waitForReadyRead(100) && agent.state() == QProcess::NotRunning) return 0;
     }
     return ready.match(QString::fromUtf8(agent.readLine()).trimmed()).captured(1).toUShort();
+}
+
+/// Starts an agent on the sample workstation FOLDER/sample, which knows the console of FOLDER/console.crt.
+/// The port is `port`, or one that the system chooses for 0, and set to 0 when the agent did not start.
+inline std::unique_ptr<QProcess> startSampleAgent(const QString& program, const QString& folder,
+                                                  quint16& port) {
+    auto agent = std::make_unique<QProcess>();
+    agent->start(program,
+                 {QStringLiteral("--root"), folder + QStringLiteral("/sample"),
+                  QStringLiteral("--no-advertise"), QStringLiteral("--authorize"),
+                  folder + QStringLiteral("/console.crt"), QStringLiteral("--port"), QString::number(port)});
+    port = readAgentPort(*agent);
+    return agent;
 }
 
 /// True when the program has ended by itself, with that exit code.

@@ -36,11 +36,7 @@ class WindowSessionTest : public QObject {
 
     [[nodiscard]] QString path(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
     [[nodiscard]] bool startAgent() {
-        m_agent = std::make_unique<QProcess>();
-        m_agent->start(QStringLiteral(AGENT_PROGRAM),
-                       {u"--root"_s, path("sample"), u"--no-advertise"_s, u"--authorize"_s,
-                        path("console.crt"), u"--port"_s, QString::number(m_port)});
-        m_port = readAgentPort(*m_agent);
+        m_agent = startSampleAgent(QStringLiteral(AGENT_PROGRAM), m_folder.path(), m_port);
         return m_port != 0;
     }
     void startConsole() {

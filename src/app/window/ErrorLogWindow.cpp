@@ -9,6 +9,7 @@
 #include "widgets/RowCopy.h"
 #include "widgets/TableSorting.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QHeaderView>
 #include <QPushButton>
@@ -61,11 +62,7 @@ ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
     buttons->addWidget(m_copy);
     buttons->addWidget(m_upload);
     buttons->addWidget(m_clear);
-    auto* line = new QFrame(this);
-    line->setFixedHeight(1);
-    line->setFrameShape(QFrame::NoFrame);
-    line->setBackgroundRole(QPalette::Midlight);
-    line->setAutoFillBackground(true);
+    QFrame* line = hairline(this);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -9,6 +9,7 @@
 #include "system/VLAlert.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -39,11 +40,7 @@ PreferencesWindow::PreferencesWindow(AppController& controller, QWidget* parent)
     auto* bar = new QHBoxLayout(m_bar);
     bar->setContentsMargins(Metrics::unit, Metrics::unit, Metrics::unit, Metrics::unit);
     bar->setSpacing(Metrics::unit / 2);
-    auto* line = new QFrame(this);
-    line->setFixedHeight(1);
-    line->setFrameShape(QFrame::NoFrame);
-    line->setBackgroundRole(QPalette::Midlight);
-    line->setAutoFillBackground(true);
+    QFrame* line = hairline(this);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);

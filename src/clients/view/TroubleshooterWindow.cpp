@@ -7,6 +7,7 @@
 #include "widgets/RowPatch.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -177,10 +178,7 @@ QWidget* TroubleshooterWindow::buildSidebar() {
 QWidget* TroubleshooterWindow::buildDetail() {
     auto* detail = new QWidget(m_splitter);
     m_problem = new ProblemView(detail);
-    auto* line = new QFrame(detail);
-    line->setFixedHeight(1);
-    line->setBackgroundRole(QPalette::Midlight);
-    line->setAutoFillBackground(true);
+    QFrame* line = hairline(detail);
     auto* buttons = new QHBoxLayout;
     buttons->setContentsMargins(Metrics::unit * 2, Metrics::unit * 1.5, Metrics::unit * 2,
                                 Metrics::unit * 1.5);
