@@ -17,13 +17,12 @@
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QPointer>
-#include <QThread>
 #include <QTimer>
 
 namespace {
 
 /// How long the last word to the consoles may take before their connections are closed.
-constexpr unsigned long farewellMilliseconds = 200;
+constexpr std::chrono::seconds farewell{1};
 /// How long operations under way may take to end with the agent.
 constexpr std::chrono::seconds longestOperationEnd{5};
 /// The suite is updated, and crash logs come, without a sign in the state folder.
@@ -79,7 +78,7 @@ bool AgentDaemon::finish() {
     if (m_agent->consoles.count() > 0 && !m_shallRelaunch) {
         // A console removes a machine that says good-bye; one that starts anew is connected to again.
         m_agent->consoles.postToAll(QStringLiteral("willDisconnect:"), {m_agent->hostName.get()});
-        QThread::msleep(farewellMilliseconds);
+        m_agent->consoles.waitUntilReceived(farewell);
     }
     m_agent->administrators.stop();
     const bool hasEnded = m_server->stop(longestOperationEnd);

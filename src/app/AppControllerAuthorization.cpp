@@ -31,7 +31,7 @@ void AppController::createAuthorization() {
                            [&](const VLServicePtr& service) { return service == client; });
     };
     TaskThreads* const progress = m_taskThreads.get();
-    environment.processingCancelled = [progress] { return progress->processingCancelled(); };
+    environment.isCancelled = [progress](int run) { return progress->isCancelled(run); };
     environment.setProcessingCancelled = [progress](bool cancelled) {
         progress->setProcessingCancelled(cancelled);
     };
@@ -46,8 +46,8 @@ void AppController::createAuthorization() {
     runs.runner = m_runner.get();
     runs.selectedServices = [this] { return selectedClients(); };
     runs.clearAuthSkipped = [this] { m_authorization->clearAuthSkipped(); };
-    runs.credentialsFor = [this](const RemoteClientPtr& client) {
-        return m_authorization->credentialsFor(client);
+    runs.credentialsFor = [this](const RemoteClientPtr& client, int run) {
+        return m_authorization->credentialsFor(client, run);
     };
     m_authorizedRunner = std::make_unique<AuthorizedRunner>(std::move(runs));
 }

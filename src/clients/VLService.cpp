@@ -7,6 +7,7 @@
 #include "foundation/MainThread.h"
 #include "foundation/VLNotificationCenter.h"
 #include "logs/VLLog.h"
+#include "remote/TlsIdentity.h"
 
 #include <QCollator>
 #include <QImageReader>
@@ -100,6 +101,12 @@ QString VLService::pinName() const {
     if (const auto service = netService())
         return QStringLiteral("%1 (%2)").arg(service->hostName, service->name);
     return QStringLiteral("%1:%2").arg(manualIP()).arg(port());
+}
+
+QString VLService::identity() const {
+    const auto shared = environment();
+    const auto pinned = shared && shared->pins ? shared->pins->find(pinName()) : std::nullopt;
+    return pinned ? certificateFingerprint(*pinned) : QString();
 }
 
 void VLService::setNeedsMaintenance(bool needed) {

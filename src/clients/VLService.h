@@ -123,6 +123,8 @@ public:
     void setNeedsMaintenance(bool needed);
     [[nodiscard]] bool isProcessing() const { return m_isProcessing; }
     void setIsProcessing(bool processing) override;
+    /// The fingerprint of the pinned certificate.
+    [[nodiscard]] QString identity() const override;
     [[nodiscard]] bool enabled() const override { return m_enabled; }
     void setEnabled(bool enabled);
     [[nodiscard]] int errorCode() const override { return m_errorCode; }

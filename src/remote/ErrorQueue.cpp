@@ -10,37 +10,27 @@ namespace {
 constexpr std::ptrdiff_t deduplicatedRecords = 2;
 constexpr qint64 deduplicatedMilliseconds = 120'000;
 
-const QString descriptionKey = QStringLiteral("description");
-const QString dateKey = QStringLiteral("date");
-const QString hostNameKey = QStringLiteral("hostname");
-const QString errorCodeKey = QStringLiteral("errorcode");
-const QString actionTypeKey = QStringLiteral("actionType");
-const QString appNameKey = QStringLiteral("appName");
-
-QString textUnder(const QString& key, const QVariantMap& dictionary) {
-    const QVariant value = dictionary.value(key);
-    return value.typeId() == QMetaType::QString ? value.toString() : QString();
-}
-
 }  // namespace
 
 QVariantMap ErrorRecord::dictionary() const {
-    QVariantMap dictionary{{descriptionKey, description}, {dateKey, date}, {hostNameKey, hostName}};
+    QVariantMap dictionary{
+        {ErrorKey::description, description}, {ErrorKey::date, date}, {ErrorKey::hostName, hostName}};
     if (errorCode) {
-        dictionary.insert(errorCodeKey, *errorCode);
-        dictionary.insert(actionTypeKey, qlonglong{actionType});
+        dictionary.insert(ErrorKey::errorCode, *errorCode);
+        dictionary.insert(ErrorKey::actionType, qlonglong{actionType});
     }
-    if (!appName.isEmpty()) dictionary.insert(appNameKey, appName);
+    if (!appName.isEmpty()) dictionary.insert(ErrorKey::appName, appName);
     return dictionary;
 }
 
 ErrorRecord ErrorRecord::fromDictionary(const QVariantMap& dictionary) {
-    ErrorRecord record{textUnder(descriptionKey, dictionary),
-                       textUnder(hostNameKey, dictionary),
-                       textUnder(appNameKey, dictionary),
-                       dictionary.value(dateKey).toDateTime(),
+    using VLCorvalinServerProtocol::textValue;
+    ErrorRecord record{textValue(dictionary.value(ErrorKey::description)),
+                       textValue(dictionary.value(ErrorKey::hostName)),
+                       textValue(dictionary.value(ErrorKey::appName)),
+                       dictionary.value(ErrorKey::date).toDateTime(),
                        {}};
-    const QVariant code = dictionary.value(errorCodeKey);
+    const QVariant code = dictionary.value(ErrorKey::errorCode);
     if (!code.isValid()) return record;
     record.errorCode = VLCorvalinServerProtocol::integerValue(code);
     record.actionType = CorvalinError::actionType(*record.errorCode);

@@ -11,6 +11,12 @@
 #include <optional>
 #include <vector>
 
+/// The keys of a record as a dictionary; the first three also those of what agents send.
+namespace ErrorKey {
+inline constexpr QLatin1StringView description{"description"}, hostName{"hostname"}, appName{"appName"},
+    date{"date"}, errorCode{"errorcode"}, actionType{"actionType"};
+}  // namespace ErrorKey
+
 /// One error of a client, as the error log shows it.
 struct ErrorRecord {
     QString description, hostName, appName;
@@ -18,7 +24,7 @@ struct ErrorRecord {
     std::optional<qlonglong> errorCode;
     int actionType = 0;
 
-    /// With "description", "date", "hostname" and, where there are any, "errorcode", "actionType", "appName".
+    /// Without those keys that the record has nothing for.
     [[nodiscard]] QVariantMap dictionary() const;
     [[nodiscard]] static ErrorRecord fromDictionary(const QVariantMap& dictionary);
     /// The same code, or the same text where there is none, of the same host.

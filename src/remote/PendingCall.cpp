@@ -25,6 +25,10 @@ wire::Root::PerformParams::Reader PendingCall::params() {
     return m_message->getRoot<wire::Root::PerformParams>().asReader();
 }
 
+std::size_t PendingCall::bytes() {
+    return m_message ? m_message->sizeInWords() * sizeof(capnp::word) : 0;
+}
+
 void PendingCall::releaseParams() {
     m_message.reset();
     m_references.clear();

@@ -17,8 +17,9 @@
 #include <optional>
 #include <utility>
 
-/// A call on its way to a peer. The caller's thread makes and encodes it, so the values stay on that thread;
-/// the connection's thread sends it; whoever learns first how it ended says so, and the caller waits.
+/// A call on its way to a peer: of an agent's root object, or of an object that a console lent. The caller's
+/// thread makes and encodes it, so the values stay on that thread; the connection's thread sends it; whoever
+/// learns first how it ended says so, and the caller waits.
 class PendingCall {
 public:
     enum class Kind { Responds, Perform };
@@ -32,6 +33,7 @@ public:
 
     // The connection's thread, until it has sent the call.
     [[nodiscard]] wire::Root::PerformParams::Reader params();
+    [[nodiscard]] std::size_t bytes();  ///< of the parameters, until they are released
     /// Arguments by reference, with their index.
     [[nodiscard]] const QList<std::pair<unsigned int, VLCallbackTargetPtr>>& references() const {
         return m_references;

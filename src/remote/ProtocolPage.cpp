@@ -28,9 +28,7 @@ QString argumentsText(const Operation& operation) {
 }
 
 QString resultText(const Operation& operation) {
-    if (operation.result == Result::Nothing) return QStringLiteral("—");
-    const bool reference = operation.result == Result::Reference;
-    return typeName(operation.resultType) + (reference ? QLatin1String(", by reference") : QLatin1String());
+    return operation.result == Result::Nothing ? QStringLiteral("—") : typeName(operation.resultType);
 }
 
 QString sentToText(const Operation& operation) {
@@ -103,8 +101,10 @@ operation is named by its selector and takes one argument for each colon in it.
 
 - **sync**: the caller waits for the result; a failure on the other side is raised in the caller.
 - **oneway**: the caller does not wait; failures come, if at all, as callbacks to the error queue.
-- Arguments and results are copies of property-list values, unless the table says that they travel **by
+- Arguments and results are copies of property-list values, unless the table says that an argument travels **by
   reference** (an object that the other side calls back) or **plain** (without a declared way of passing).
+  Results are always copies; that of `faultscopeGetDefinition:` too, since a text that never changes gains nothing
+  from being asked for piece by piece.
 - Nothing that arrives is trusted. A result of another type than declared counts as no answer and is reported
   for that client; a call with other arguments than declared is refused. Truth values and numbers pass for
   each other.

@@ -24,5 +24,8 @@ public:
     /// Starts connecting on the client's own thread and returns; `errorCallback` is handed to the agent.
     virtual void connectOnThread(VLCallbackTargetPtr errorCallback) = 0;
     virtual void setIsProcessing(bool processing) = 0;
+    /// Names the key by which the agent behind this record is known; empty where it has none. A host name
+    /// anybody may claim; a password is given only to the agent that it was typed for.
+    [[nodiscard]] virtual QString identity() const { return {}; }
 };
 using RemoteClientPtr = std::shared_ptr<RemoteClient>;

@@ -185,7 +185,7 @@ void RemoteRunner::operationFailed(const std::exception& exception, const char* 
     // Arguments that cannot be sent are this side's fault: the client is well.
     if (!dynamic_cast<const VLUnsentCallException*>(&exception)) service->setIsConnected(false);
     if (corvalinCode(exception) != CorvalinError::None && m_environment.clientReportedError) {
-        // The agent tells the error queue itself as well, which takes equal errors for one.
+        // Its agent leaves that to whoever waits for the operation.
         const QVariantMap error = dynamic_cast<const VLException&>(exception).userInfo();
         return m_environment.clientReportedError(queueName(*service), error);
     }

@@ -112,12 +112,6 @@ struct Group {
         return Operation{selector, side,  name,  arguments, Result::Copy, result, Mode::Sync,
                          false,    false, false, false,     false,        false,  summary};
     }
-    [[nodiscard]] constexpr Entry readByReference(const char* selector, Arguments arguments, Type result,
-                                                  const char* summary) const {
-        return Operation{selector, side,       name,  arguments, Result::Reference,
-                         result,   Mode::Sync, false, false,     false,
-                         false,    false,      false, summary};
-    }
     [[nodiscard]] constexpr Entry run(const char* selector, Arguments arguments, const char* summary) const {
         return Operation{selector, side,  name,  arguments, Result::Nothing, Type::Any, Mode::Sync,
                          false,    false, false, false,     false,           false,     summary};
@@ -270,8 +264,7 @@ constexpr Entry entries[] = {
                     "Asks for newer crash logs (all without a date); they arrive as "
                     "faultscopeAddLogs:hostName: at the delegate, or at the error callback without one."),
     faultscope.read("fcsCrashLog:", fileName, Type::String, "Text of one crash log."),
-    faultscope.readByReference("faultscopeGetDefinition:", fileName, Type::String,
-                               "Explanation of a crash, as HTML."),
+    faultscope.read("faultscopeGetDefinition:", fileName, Type::String, "Explanation of a crash, as HTML."),
     faultscope.run("faultscopeRemoveLogFilename:", fileName, "Deletes a crash log."),
     faultscope.run("faultscopeSubmitCrashLog:comment:", fileNameComment,
                    "The client sends the crash log with the comment to the maker."),
@@ -431,6 +424,10 @@ qlonglong integerValue(const QVariant& value) {
     if (real >= bound) return std::numeric_limits<qlonglong>::max();
     if (real < -bound) return std::numeric_limits<qlonglong>::min();
     return static_cast<qlonglong>(real);
+}
+
+QString textValue(const QVariant& value) {
+    return value.typeId() == QMetaType::QString ? value.toString() : QString();
 }
 
 QString typeName(Type type) {

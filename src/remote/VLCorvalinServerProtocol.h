@@ -12,7 +12,7 @@ namespace VLCorvalinServerProtocol {
 
 enum class Side { Agent, Console };  ///< who answers: the agent's root object, or an object of the console
 enum class Mode { Sync, Oneway };
-enum class Result { Nothing, Copy, Reference };
+enum class Result { Nothing, Copy };            ///< objects travel by reference only as arguments
 enum class Passing { Copy, Reference, Plain };  ///< Plain: neither bycopy nor in
 /// What the argument or result must be; Any where the console does not read it.
 enum class Type { Any, Boolean, Number, String, Data, Date, Array, Dictionary, Object };
@@ -56,6 +56,8 @@ struct Operation {
 /// The whole part of a number or truth value; the nearest bound for a real number out of range, 0 for
 /// anything that is no number.
 [[nodiscard]] qlonglong integerValue(const QVariant& value);
+/// The text; empty for anything that is none, which would otherwise be converted silently.
+[[nodiscard]] QString textValue(const QVariant& value);
 /// Plain words: "dictionary", "number".
 [[nodiscard]] QString typeName(Type type);
 [[nodiscard]] QString typeName(const QVariant& value);

@@ -20,13 +20,8 @@ namespace {
 
 using VLCorvalinServerProtocol::Type;
 
-const QString descriptionKey = QStringLiteral("description");
-const QString hostNameKey = QStringLiteral("hostname");
-const QString appNameKey = QStringLiteral("appName");
-
-QString textUnder(const QString& key, const QVariantMap& dictionary) {
-    const QVariant value = dictionary.value(key);
-    return value.typeId() == QMetaType::QString ? value.toString() : QString();
+QString textUnder(QLatin1StringView key, const QVariantMap& dictionary) {
+    return VLCorvalinServerProtocol::textValue(dictionary.value(key));
 }
 
 /// A peer's text in one short line, for the log.
@@ -36,7 +31,7 @@ QString shown(const QString& text) {
 }
 
 bool isSuiteError(const QVariantMap& error) {
-    return textUnder(QStringLiteral("domain"), error) == QLatin1String(CorvalinError::domain);
+    return textUnder(QLatin1StringView("domain"), error) == QLatin1String(CorvalinError::domain);
 }
 
 /// A code that is no number is an unknown one.
@@ -262,10 +257,10 @@ void VLErrorCallback::receiveError(const QString& selector, const QVariantList& 
     QVariant hostName = arguments.at(1);
     if (selector.endsWith(QLatin1String(":userInfo:"))) {
         userInfo = hostName.toMap();
-        hostName = userInfo.value(hostNameKey, sender);
+        hostName = userInfo.value(ErrorKey::hostName, sender);
     }
     if (refuses(selector, hostName, sender)) return;
-    userInfo.insert(hostNameKey, sender);
+    userInfo.insert(ErrorKey::hostName, sender);
 
     const QVariant& subject = arguments.first();
     if (selector.startsWith(QLatin1String("addErrorToQueue:"))) {
@@ -274,8 +269,9 @@ void VLErrorCallback::receiveError(const QString& selector, const QVariantList& 
         addStringToQueue(subject.toString(), userInfo);
     } else {
         const QVariantMap exception = subject.toMap();
-        const QString reason = textUnder(QStringLiteral("reason"), exception);
-        addExceptionToQueue(reason.isEmpty() ? textUnder(QStringLiteral("name"), exception) : reason, sender);
+        const QString reason = textUnder(QLatin1StringView("reason"), exception);
+        addExceptionToQueue(reason.isEmpty() ? textUnder(QLatin1StringView("name"), exception) : reason,
+                            sender);
     }
 }
 
@@ -302,28 +298,32 @@ bool VLErrorCallback::refuses(const QString& selector, const QVariant& hostName,
 // The queue
 
 void VLErrorCallback::addErrorToQueue(const QVariantMap& error, const QString& hostName) {
-    addErrorToQueue(error, QVariantMap{{hostNameKey, hostName}});
+    addErrorToQueue(error, QVariantMap{{ErrorKey::hostName, hostName}});
 }
 
 void VLErrorCallback::addErrorToQueue(const QVariantMap& error, const QVariantMap& userInfo) {
     const VLCallLock lock;
-    const QString hostName = textUnder(hostNameKey, userInfo);
+    const QString hostName = textUnder(ErrorKey::hostName, userInfo);
     const qlonglong code = codeOf(error);
     // The keychain may be slow: never on the calling thread, which may serve a connection.
     if (isSuiteError(error) && code == CorvalinError::BadCredentials)
         m_workers->run(QStringLiteral("removeStoredPasswordForHost:"), hostName,
                        m_parent.shared()->removeStoredPasswordForHost);
-    enqueue({descriptionForError(error), hostName, textUnder(appNameKey, userInfo), m_clock(), code,
+    enqueue({descriptionForError(error), hostName, textUnder(ErrorKey::appName, userInfo), m_clock(), code,
              CorvalinError::actionType(code)});
 }
 
 void VLErrorCallback::addStringToQueue(const QString& text, const QString& hostName) {
-    addStringToQueue(text, QVariantMap{{hostNameKey, hostName}});
+    addStringToQueue(text, QVariantMap{{ErrorKey::hostName, hostName}});
 }
 
 void VLErrorCallback::addStringToQueue(const QString& text, const QVariantMap& userInfo) {
     const VLCallLock lock;
-    enqueue({text, textUnder(hostNameKey, userInfo), textUnder(appNameKey, userInfo), m_clock(), {}});
+    enqueue({text,
+             textUnder(ErrorKey::hostName, userInfo),
+             textUnder(ErrorKey::appName, userInfo),
+             m_clock(),
+             {}});
 }
 
 void VLErrorCallback::addExceptionToQueue(const QString& description, const QString& hostName) {
@@ -376,9 +376,9 @@ void VLErrorCallback::refreshErrorButton() const {
 }
 
 QString VLErrorCallback::descriptionForError(const QVariantMap& error) {
-    const QString info = textUnder(QStringLiteral("info"), error);
+    const QString info = textUnder(QLatin1StringView("info"), error);
     if (isSuiteError(error))
         return CorvalinError::message(codeOf(error), info.left(ErrorQueue::maximumTextLength));
-    const QString description = textUnder(descriptionKey, error);
+    const QString description = textUnder(ErrorKey::description, error);
     return description.isEmpty() ? CorvalinError::message(-1) : description;
 }

@@ -60,6 +60,11 @@ public:
     virtual ~VLRemoteCallback() = default;
     /// Sends a oneway callback and returns at once. Quietly dropped when the console is gone.
     virtual void post(const QString& selector, const QVariantList& arguments = {}) = 0;
+    /// Calls and waits for the answer, at most `limit`: then the console has also received everything that
+    /// was posted before. Throws VLException as VLProxyObject::perform() does; on the thread that serves the
+    /// connection, which would wait for itself, VLException::generic at once.
+    virtual QVariant perform(const QString& selector, const QVariantList& arguments,
+                             std::chrono::milliseconds limit) = 0;
     [[nodiscard]] virtual bool isConnected() const = 0;
 };
 using VLRemoteCallbackPtr = std::shared_ptr<VLRemoteCallback>;

@@ -4,6 +4,7 @@
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
+#include "system/Secret.h"
 #include "system/VLAuthorization.h"
 
 #include <polkit/polkit.h>
@@ -32,7 +33,7 @@ constexpr int pending = -1;
 
 struct PasswordAgent::Private {
     std::string user;
-    std::string password;
+    Secret password;
     Ref<GMainContext, g_main_context_unref> context{g_main_context_new()};
     Ref<GCancellable> cancellable{g_cancellable_new()};
     std::atomic<int> result = pending;  ///< of registering
@@ -161,9 +162,7 @@ void PasswordAgent::Private::serve() {
 
 PasswordAgent::PasswordAgent(const QString& user, const QString& password) : d(new Private) {
     d->user = user.toStdString();
-    QByteArray bytes = password.toUtf8();
-    d->password.assign(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    explicit_bzero(bytes.data(), static_cast<std::size_t>(bytes.size()));
+    d->password = Secret::fromText(password);
 }
 
 PasswordAgent::~PasswordAgent() {
@@ -171,7 +170,6 @@ PasswordAgent::~PasswordAgent() {
     g_cancellable_cancel(d->cancellable.get());
     g_main_context_wakeup(d->context.get());
     if (d->thread.joinable()) d->thread.join();
-    explicit_bzero(d->password.data(), d->password.size());
 }
 
 int PasswordAgent::start(std::chrono::milliseconds limit) {

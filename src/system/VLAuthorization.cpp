@@ -156,7 +156,9 @@ void VLAuthorization::authEnd() {
 
 // ---- Tools
 
-int VLAuthorization::authExecTask(const QString& path, const QStringList& parameters) {
+int VLAuthorization::authExecTask(const QString& program, const QStringList& parameters) {
+    // A bare name would be looked for in PATH, which is another program than the one looked at here.
+    const QString path = QFileInfo(program).absoluteFilePath();
     if (!VLFileManager::mayExist(path)) {
         refuse(QStringLiteral("Unable to execute task: path %@ doesn't exist"), path);
         return ProgramMissing;

@@ -14,8 +14,10 @@ class PrivilegedHelper;
 ///
 /// Nothing is raised: every refusal and failure is a false (or a status) and a line in the system log.
 /// Operations block, without a time limit while a tool works; they are for worker threads, one at a time.
-/// Rights last until authEnd(), a refusal, or the end of the program. Links in the folders of a path are
-/// followed, an item that is itself a link is moved or deleted as a link.
+/// Rights last until authEnd(), a refusal, or the end of the program: polkit hands none on to other programs,
+/// so none is taken over at the start. Links in the folders of a path are followed, an item that is itself a
+/// link is moved or deleted as a link. Looking at a path and working on it are two steps: not for folders in
+/// which somebody else may exchange things meanwhile.
 class VLAuthorization {
 public:
     /// polkit's name of the one right that is asked for.
@@ -42,7 +44,7 @@ public:
 
     /// Runs a program as root: 0, a Status above, a negative number when the helper has failed, else the
     /// program's own exit status. As root always 0 for a program that exists.
-    int authExecTask(const QString& path, const QStringList& parameters);
+    int authExecTask(const QString& program, const QStringList& parameters);
 
     bool authCopyFile(const QString& oldPath, const QString& newPath);
     bool authMoveFile(const QString& oldPath, const QString& newPath);

@@ -100,10 +100,12 @@ private Q_SLOTS:
                      QVariant(2000LL));
         QTRY_VERIFY(logLines().contains(m_host + u" will reload config data."_s));
 
-        perform("executeTask:bundleID:options:", {"task", "com.velmora.Nothing", {}});
+        // A failure that nobody waits for.
+        perform("authExecuteTask:bundleID:options:username:password:callback:callbackName:",
+                {"1", "com.velmora.Nothing", {}, "admin", {}, reference, "name"});
         QTRY_COMPARE(callback->errorQueue().size(), 1);
         const QVariantMap error = callback->errorQueue().first().toMap();
-        QCOMPARE(error.value("errorcode"), QVariant(1000LL));
+        QCOMPARE(error.value("errorcode"), QVariant(1006LL));
         QCOMPARE(error.value("hostname"), QVariant(m_host));
 
         QVERIFY(isEffectOf(u"invalidate"_s, [&] { perform("disconnect"); }));

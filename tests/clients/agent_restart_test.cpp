@@ -1,6 +1,7 @@
 #include "clients/ServiceList.h"
 #include "clients/support/ClientsFixture.h"
 #include "support/Programs.h"
+#include "support/TestFiles.h"
 
 #include <QTest>
 
@@ -37,10 +38,7 @@ private Q_SLOTS:
     void init() {
         m_fixture = std::make_unique<ClientsFixture>();
         m_port = 0;
-        QFile certificate(path("console.crt"));
-        QVERIFY(certificate.open(QIODevice::WriteOnly));
-        certificate.write(consoleIdentity().certificate);
-        certificate.close();
+        QVERIFY(writeFile(path("console.crt"), consoleIdentity().certificate));
         QCOMPARE(runProgram(QStringLiteral(AGENT_PROGRAM),
                             {u"--make-sample"_s, path("sample"), u"--profile"_s, u"2"_s})
                      .exitCode,
@@ -89,18 +87,6 @@ private Q_SLOTS:
         onWorker([former] { former->perform(u"relaunch"_s); });
         QTRY_VERIFY_WITH_TIMEOUT(isReady(service) && service->proxyObject() != former, patience);
         QCOMPARE(m_agent->state(), QProcess::Running);
-    }
-
-    /// An agent that stands still takes its connection with it, but nothing else.
-    void standstill() {
-        m_fixture->environment.limits.heartbeatTimeout = 600ms;
-        m_fixture->apply();
-        const VLServicePtr service = connectedClient();
-        QVERIFY(service);
-        sendSignal(SIGSTOP);
-        QTRY_VERIFY_WITH_TIMEOUT(!service->isConnected(), patience);
-        sendSignal(SIGCONT);
-        QTRY_VERIFY_WITH_TIMEOUT(isReady(service), patience);
     }
 };
 

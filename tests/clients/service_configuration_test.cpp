@@ -3,6 +3,8 @@
 #include "clients/ClientConfiguration.h"
 #include "clients/support/ClientsFixture.h"
 #include "foundation/PropertyList.h"
+#include "support/TestFiles.h"
+#include "support/TestTable.h"
 
 #include <QGuiApplication>
 
@@ -24,66 +26,46 @@ class ServiceConfigurationTest : public QObject {
 private Q_SLOTS:
     void cleanup() { startNewLog(); }
 
-    void versionErrors_data() {
-        QTest::addColumn<QVariantMap>("configuration");
-        QTest::addColumn<QList<int>>("codes");
-        QTest::newRow("both new enough") << versions(1000, 500) << QList<int>{};
-        QTest::newRow("agent one too old") << versions(999, 500) << QList<int>{2006};
-        QTest::newRow("agent 0 is no version") << versions(0, 500) << QList<int>{};
-        QTest::newRow("agent absent") << QVariantMap{{u"corvalinVersion"_s, 500LL}} << QList<int>{};
-        QTest::newRow("negative agent") << versions(-1, 500) << QList<int>{};
-        QTest::newRow("suite one too old") << versions(1000, 499) << QList<int>{2007};
-        QTest::newRow("suite absent counts as 0") << QVariantMap{{u"version"_s, 1000LL}} << QList<int>{2007};
-        QTest::newRow("both") << versions(1, 1) << QList<int>{2006, 2007};
-        QTest::newRow("nothing") << QVariantMap{} << QList<int>{2007};
-    }
     void versionErrors() {
-        QFETCH(QVariantMap, configuration);
         const ClientsFixture fixture;
-        QTEST(ClientConfiguration::read(configuration, QString()).versionErrors(*fixture.environment.bundle),
-              "codes");
-    }
-
-    void updates_data() {
-        using Updates = ClientConfiguration::Updates;
-        QTest::addColumn<qlonglong>("version");
-        QTest::addColumn<QVariant>("count");
-        QTest::addColumn<QVariant>("counted");
-        QTest::addColumn<int>("expected");
-        const auto row = [](const char* name, qlonglong version, const QVariant& count, const QVariant& date,
-                            Updates expected) {
-            QTest::newRow(name) << version << count << date << static_cast<int>(expected);
-        };
-        row("1029 is ignored", 1029, 3LL, now, Updates::Ignored);
-        row("1030 is read", 1030, 3LL, now, Updates::Known);
-        row("none waiting", 1030, 0LL, now, Updates::Known);
-        row("a moment less than a day", 1030, 3LL, now.addMSecs(-86'399'999), Updates::Known);
-        row("exactly a day", 1030, 3LL, now.addSecs(-86'400), Updates::Outdated);
-        row("clock ahead of ours", 1030, 3LL, now.addDays(2), Updates::Known);
-        row("no count", 1030, QVariant(), now, Updates::Outdated);
-        row("no date", 1030, 3LL, QVariant(), Updates::Outdated);
-        row("date of a wrong type", 1030, 3LL, u"today"_s, Updates::Outdated);
-        row("count of a wrong type", 1030, u"3"_s, now, Updates::Outdated);
-    }
-    void updates() {
-        QFETCH(qlonglong, version);
-        QFETCH(QVariant, count);
-        QFETCH(QVariant, counted);
-        QVariantMap configuration = versions(version, 500);
-        if (count.isValid()) configuration.insert(u"availableUpdateCount"_s, count);
-        if (counted.isValid()) configuration.insert(u"availableUpdateCountLastUpdate"_s, counted);
-        QTEST(static_cast<int>(ClientConfiguration::read(configuration, QString()).updates(now)), "expected");
-    }
-
-    void newerConsole() {
-        const ClientsFixture fixture;
-        const auto isOutdated = [&](const QVariant& minAdminVersion) {
+        const VLBundle& console = *fixture.environment.bundle;
+        const std::pair<QVariantMap, QList<int>> rows[] = {
+            {versions(1000, 500), {}},      {versions(999, 500), {2006}},
+            {versions(0, 500), {}},  // no version
+            {versions(-1, 500), {}},        {versions(1000, 499), {2007}},
+            {versions(1, 1), {2006, 2007}}, {{}, {2007}}};  // the suite's counts as 0
+        for (const auto& [configuration, codes] : rows)
+            QCOMPARE(ClientConfiguration::read(configuration, {}).versionErrors(console), codes);
+        const auto wantsNewerConsole = [&](const QVariant& minAdminVersion) {
             return ClientConfiguration::read({{"minAdminVersion", minAdminVersion}}, {})
-                .wantsNewerConsole(*fixture.environment.bundle);
+                .wantsNewerConsole(console);
         };
-        QVERIFY(isOutdated(1041LL));
+        QVERIFY(wantsNewerConsole(1041LL));
         for (const QVariant& other : {QVariant(), QVariant(1040LL), QVariant("9999"), QVariant(1e300)})
-            QVERIFY(!isOutdated(other));
+            QVERIFY(!wantsNewerConsole(other));
+    }
+
+    void updates() {
+        using Updates = ClientConfiguration::Updates;
+        const struct {
+            qlonglong version;
+            QVariant count, counted;
+            Updates expected;
+        } rows[] = {{1029, 3LL, now, Updates::Ignored},
+                    {1030, 3LL, now, Updates::Known},
+                    {1030, 0LL, now.addMSecs(-86'399'999), Updates::Known},
+                    {1030, 3LL, now.addSecs(-86'400), Updates::Outdated},
+                    {1030, 3LL, now.addDays(2), Updates::Known},  // its clock is ahead of ours
+                    {1030, {}, now, Updates::Outdated},
+                    {1030, 3LL, {}, Updates::Outdated},
+                    {1030, 3LL, u"today"_s, Updates::Outdated},
+                    {1030, u"3"_s, now, Updates::Outdated}};
+        for (const auto& row : rows) {
+            QVariantMap configuration = versions(row.version, 500);
+            if (row.count.isValid()) configuration.insert(u"availableUpdateCount"_s, row.count);
+            if (row.counted.isValid()) configuration.insert(u"availableUpdateCountLastUpdate"_s, row.counted);
+            QCOMPARE(ClientConfiguration::read(configuration, {}).updates(now), row.expected);
+        }
     }
 
     void wrongTypesCountAsMissing() {
@@ -145,38 +127,11 @@ private Q_SLOTS:
         QTRY_COMPARE(notifications.count("vlCorvalinPostLocalError"), 2);
         client->setErrorCode(0);  // posts nothing
         QTest::qWait(10);
-        QVariantList posted;
-        for (const VLNotification& notification : notifications.all("vlCorvalinPostLocalError")) {
-            posted << notification.userInfo.value("errorcode");
-            QCOMPARE(notification.userInfo.value("hostname").toString(), client->hostName());
-        }
-        QCOMPARE(posted, QVariantList({2006, 2007}));
-    }
-
-    void unusableAnswers_data() {
-        QTest::addColumn<QVariant>("answer");
-        QTest::addColumn<bool>("raises");
-        QTest::newRow("nothing") << QVariant() << false;
-        QTest::newRow("text") << QVariant(u"hello"_s) << false;
-        QTest::newRow("list") << QVariant(QVariantList{1LL}) << false;
-        QTest::newRow("exception") << QVariant() << true;
-    }
-    void unusableAnswers() {
-        QFETCH(QVariant, answer);
-        QFETCH(bool, raises);
-        ClientsFixture fixture;
-        LoopbackAgent agent;
-        agent.root->on(fetch, [=](const QVariantList&) {
-            if (raises) throw VLException(VLException::generic, u"out of order"_s);
-            return answer;
-        });
-        const VLServicePtr client = fixture.manualClient(agent);
-        QTRY_COMPARE(client->errorCode(), 2001);
-        // It can still be restarted and stopped.
-        QTRY_VERIFY(client->isConnected());
-        QVERIFY(client->proxyObject());
-        QTRY_VERIFY(!client->spinning());
-        QVERIFY(!client->connectionError().isEmpty());
+        const auto posted = notifications.all("vlCorvalinPostLocalError");
+        QCOMPARE(posted.size(), 2);
+        QCOMPARE(posted.first().userInfo.value("errorcode"), QVariant(2006));
+        QCOMPARE(posted.last().userInfo.value("errorcode"), QVariant(2007));
+        QCOMPARE(posted.last().userInfo.value("hostname").toString(), client->hostName());
     }
 
     void answerThatNeverComes() {
@@ -236,29 +191,18 @@ private Q_SLOTS:
             "Error: proxy object does not respond to selector fetchInitialConfiguration:."));
     }
 
-    void hostNames() {
-        ClientsFixture fixture;
-        const auto client = fixture.keep(std::make_shared<VLService>());
-        client->processConfiguration({{"preferredHostName", "bay.local."}});
-        QTRY_COMPARE(client->hostName(), u"bay.local."_s);
-        client->processConfiguration({{"preferredHostName", "other.local."}});
-        QTRY_COMPARE(client->availableHostNames(), QStringList{"other.local."});
-        QCOMPARE(client->hostName(), u"bay.local."_s);
-    }
-
     /// In place of a cache that cannot be read.
     void picturesAreFetchedOnceAndCached() {
         ClientsFixture fixture;
-        QFile torn(fixture.path("serviceicons.cache.plist"));
-        QVERIFY(torn.open(QIODevice::WriteOnly) && torn.write("<plist><dict><key>torn") > 0);
-        torn.close();
+        const QString cache = fixture.path("serviceicons.cache.plist");
+        QVERIFY(writeFile(cache, "<plist><dict><key>torn"));
         LoopbackAgent agent;
         const QByteArray data = pngOf({512, 256});
         agent.root->setAnswer("computerIcon", data);
         const VLServicePtr client = fixture.manualClient(agent);
         QTRY_COMPARE(client->icon().size(), QSize(128, 64));
         const QVariantMap cached{{client->hostName(), data}};
-        QTRY_COMPARE(PropertyList::readFile(torn.fileName()).toMap(), cached);
+        QTRY_COMPARE(PropertyList::readFile(cache).toMap(), cached);
         QTRY_COMPARE(VLThread::activeCount(), 1);
         const int asked = agent.root->calls("computerIcon");
 
@@ -267,23 +211,18 @@ private Q_SLOTS:
         QCOMPARE(client->icon().size(), QSize(128, 64));
         QCOMPARE(agent.root->calls("computerIcon"), asked);
         QVERIFY(logLines().contains(u"Getting cached icon for service Edit Bay..."_s));
-        QVERIFY(torn.remove());  // what is remembered of the file goes with it
+        QVERIFY(QFile::remove(cache));  // what is remembered of the file goes with it
         client->setServiceIcon();
         QCOMPARE(agent.root->calls("computerIcon"), asked + 1);
     }
 
     void unusablePictures_data() {
-        QTest::addColumn<QVariant>("answer");
-        QByteArray cut = pngOf({64, 64});
-        cut.truncate(40);
-        QTest::newRow("nothing") << QVariant();
-        QTest::newRow("text") << QVariant(u"picture"_s);
-        QTest::newRow("empty") << QVariant(QByteArray(""));
-        QTest::newRow("cut off") << QVariant(cut);
-        QTest::newRow("too many points") << QVariant(pngOf({2000, 2}));
-        QTest::newRow("too much data") << QVariant(pngOf({8, 8}) + QByteArray(1024 * 1024, 'x'));
-        QTest::newRow("another format") << QVariant(QByteArray("<svg width='9' height='9'/>"));
-        QTest::newRow("only looks like an ICO") << QVariant(QByteArray("\0\0\1\0\1\0\xff\xff\xff\xff", 10));
+        const TestTable<QVariant> row("answer");
+        row("cut off", pngOf({64, 64}).first(40));
+        row("too many points", pngOf({2000, 2}));
+        row("too much data", pngOf({8, 8}) + QByteArray(1024 * 1024, 'x'));
+        row("another format", QByteArray("<svg width='9' height='9'/>"));
+        row("only looks like an ICO", QByteArray("\0\0\1\0\1\0\xff\xff\xff\xff", 10));
     }
     void unusablePictures() {
         QFETCH(QVariant, answer);

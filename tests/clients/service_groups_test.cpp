@@ -4,6 +4,7 @@
 #include "clients/ServiceList.h"
 #include "clients/ServicePasteboard.h"
 #include "clients/support/ClientsFixture.h"
+#include "support/TestTable.h"
 
 #include <QGuiApplication>
 #include <QSignalSpy>
@@ -87,7 +88,10 @@ private Q_SLOTS:
             const auto bays = run.list.addGroup(u"Bays"_s);
             run.list.moveToGroup({a, b, byHand}, bays);
             run.list.moveToGroup({b}, run.group(u"Spare"_s));
-            QCOMPARE(run.contents(), (QStringList{u"Spare: B"_s, u"Bays: A, Hand"_s}));
+            const auto demo = client(u"Demo 1"_s, u"Demo 1.virtual."_s);  // is not stored
+            run.list.addServiceToList(demo);
+            run.list.moveToGroup({demo}, bays);
+            QCOMPARE(run.contents(), (QStringList{u"Spare: B"_s, u"Bays: A, Hand, Demo 1"_s}));
             run.list.removeServiceFromList(a);  // leaving the network is no leaving of the group
             QVERIFY(!a->parent());
             run.list.renameGroup(bays, u"Edit Bays"_s);
@@ -122,18 +126,15 @@ private Q_SLOTS:
     }
 
     void hostileSettings_data() {
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<QStringList>("contents");
+        const TestTable<QVariant, QStringList> table("stored", "contents");
         const QVariant good = storedGroup(u"Good"_s);
         const auto row = [&](const char* name, const QVariant& bad,
                              const QStringList& contents = {u"Good: "_s}) {
-            QTest::newRow(name) << QVariant(QVariantList{bad, good}) << contents;
+            table(name, QVariantList{bad, good}, contents);
         };
-        QTest::newRow("no array") << QVariant(u"x"_s) << QStringList();
+        table("no array", u"x"_s, {});
         row("no dictionary", 7);
-        row("no name", storedGroup({}));
         row("name is no text", storedGroup(7));
-        row("blank name", storedGroup(u" "_s));
         row("long name", storedGroup(QString(256, u'n')));
         row("name of all", storedGroup(u"all computers"_s));
         row("same name", storedGroup(u"GOOD"_s), {u"GOOD: "_s});
@@ -157,19 +158,6 @@ private Q_SLOTS:
         Run again;
         again.list.addGroup(u"New"_s);  // stores the groups
         QCOMPARE(VLUserDefaults::standardUserDefaults().arrayForKey(unreadableKey), kept);
-    }
-
-    void demonstrationClientsAreNotStored() {
-        {
-            Run run;
-            const auto demo = client(u"Demo 1"_s, u"Demo 1.virtual."_s);
-            run.list.addServiceToList(demo);
-            run.list.moveToGroup({demo}, run.list.addGroup(u"G"_s));
-            QCOMPARE(run.contents(), QStringList{u"G: Demo 1"_s});
-            run.list.removeServiceFromList(demo);
-            run.list.addGroup(u"H"_s);
-        }
-        QCOMPARE(Run().contents(), QStringList({u"G: "_s, u"H: "_s}));
     }
 
     void selectionOfAGroupFollowsIt() {

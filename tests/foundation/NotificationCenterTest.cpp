@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <thread>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -22,47 +21,19 @@ class NotificationCenterTest : public QObject {
 
 private Q_SLOTS:
     void cleanup() { center().removeObserver(this); }
-    void mainThreadPostRunsAtOnceAndEnqueuedLater() {
+    void mainThreadPostRunsAtOnceAndOthersLater() {
         QList<VLNotification> received;
         center().addObserver(this, thing,
                              [&](const VLNotification& notification) { received << notification; });
         center().enqueueNotification(thing, 1);
+        std::thread([] { center().postNotification(thing); }).join();
         QVERIFY(received.isEmpty());
         center().postNotification(thing, u"host"_s, {{u"count"_s, 3}});
         center().postNotification(u"VLThing"_s);  // another name
         QCOMPARE(received.size(), 1);
-        QCOMPARE(received.first().name, thing);
         QCOMPARE(received.first().object, QVariant(u"host"_s));
         QCOMPARE(received.first().userInfo.value(u"count"_s), QVariant(3));
-        QVERIFY(QTest::qWaitFor([&] { return received.size() == 2; }, 20'000));
-    }
-
-    void postsOfWorkersArriveOnTheMainThread() {
-        constexpr int workers = 4;
-        constexpr int posts = 500;
-        std::vector<std::vector<int>> seen(workers);
-        bool onMain = true;
-        center().addObserver(this, thing, [&](const VLNotification& notification) {
-            onMain = onMain && MainThread::isCurrent();
-            seen.at(notification.object.toUInt()).push_back(notification.userInfo.value(u"i"_s).toInt());
-        });
-        std::vector<std::thread> threads;
-        for (int worker = 0; worker < workers; ++worker)
-            threads.emplace_back([worker] {
-                for (int i = 0; i < posts; ++i)
-                    center().postNotification(thing, worker, {{u"i"_s, i}});
-            });
-        QVERIFY(QTest::qWaitFor(
-            [&] {
-                return std::all_of(seen.begin(), seen.end(),
-                                   [](const auto& list) { return list.size() == posts; });
-            },
-            20'000));
-        for (auto& thread : threads)
-            thread.join();
-        for (const auto& list : seen)
-            QVERIFY(std::is_sorted(list.begin(), list.end()));
-        QVERIFY(onMain);
+        QVERIFY(QTest::qWaitFor([&] { return received.size() == 3; }, 20'000));
     }
 
     void destroyedAndRemovedObserversAreNotCalled() {
@@ -81,9 +52,7 @@ private Q_SLOTS:
     }
 
     void handlersMayAddAndRemove() {
-        int first = 0;
-        int second = 0;
-        int added = 0;
+        int first = 0, second = 0, added = 0;
         auto other = std::make_unique<QObject>();
         center().addObserver(this, thing, [&](const VLNotification&) {
             ++first;

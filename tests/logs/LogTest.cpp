@@ -1,5 +1,6 @@
 #include "logs/VLLog.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -15,17 +16,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr auto truncationNote = "Log truncated at 500KB";
-
-QByteArray content(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void write(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
 
 /// The path of the log with that number, beside the current one.
 QString numbered(int number) {
@@ -49,13 +39,9 @@ private Q_SLOTS:
         VLLog::createNewLog();
     }
 
-    void currentPath() {
-        QVERIFY(VLLog::currentLogPath().endsWith(u"/Logs/Velmora/LogTest.1.log"_s));
-        QVERIFY(QFile::exists(VLLog::currentLogPath()));
-    }
-
     void header() {
-        const QString text = QString::fromUtf8(content(VLLog::currentLogPath()));
+        QVERIFY(VLLog::currentLogPath().endsWith(u"/Logs/Velmora/LogTest.1.log"_s));
+        const QString text = QString::fromUtf8(contentsOf(VLLog::currentLogPath()));
         const QRegularExpression expected(
             QStringLiteral("\\ALog started: \\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d [+-]\\d{4}\\n"
                            "(Version: .+\\n)?"
@@ -64,92 +50,70 @@ private Q_SLOTS:
         QVERIFY2(expected.match(text).hasMatch(), qPrintable(text));
     }
 
-    void lines_data() {
-        QTest::addColumn<QString>("format");
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<QString>("expected");
-        const auto row = [](const char* name, const QString& format, const QVariant& value,
-                            const QString& expected) { QTest::newRow(name) << format << value << expected; };
-        row("plain", u"100%@ %i %%"_s, {}, u"100%@ %i %%"_s);
-        row("format is trimmed", u"\n  Größe: %@ \n"_s, u"日本"_s, u"Größe: 日本"_s);
-        row("value is not", u"<%@>"_s, u" a "_s, u"< a >"_s);
-        row("a line of its own", u"From %@."_s, u"a\r\nLog started: b"_s, u"From a  Log started: b."_s);
-        row("terminal sequences", u"<%@>"_s, u"\x1b]0;x\x07\x7f\u009b2J"_s, u"<?]0;x???2J>"_s);
-        row("direction of writing", u"<%@>"_s, u"a\u202eb\u2028c\u2066"_s, u"<a?b c?>"_s);
-    }
     void lines() {
-        QFETCH(QString, format);
-        QFETCH(QVariant, value);
-        QFETCH(QString, expected);
-        if (value.isValid())
-            VLLog::appendLog(format, value);
-        else
-            VLLog::appendLogAndPrint(format);
-        VLLog::finishWriting();
-        const QString text = QString::fromUtf8(content(VLLog::currentLogPath()));
-        const QString line = text.section(QLatin1Char('\n'), -2, -2);
-        const QRegularExpression dated(u"\\A\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d [+-]\\d{4} - "_s);
-        QVERIFY2(dated.match(line).hasMatch(), qPrintable(line));
-        QCOMPARE(QString(line).remove(dated), expected);
+        const struct {
+            QString format;
+            QVariant value;
+            QString expected;
+        } rows[] = {{u"100%@ %i %%"_s, {}, u"100%@ %i %%"_s},
+                    {u"\n  Größe: %@ \n"_s, u"日本"_s, u"Größe: 日本"_s},
+                    {u"<%@>"_s, u" a "_s, u"< a >"_s},
+                    {u"From %@."_s, u"a\r\nLog started: b"_s, u"From a  Log started: b."_s},
+                    {u"<%@>"_s, u"\x1b]0;x\x07\x7f\u009b2J"_s, u"<?]0;x???2J>"_s},
+                    {u"<%@>"_s, u"a\u202eb\u2028c\u2066"_s, u"<a?b c?>"_s}};
+        for (const auto& [format, value, expected] : rows) {
+            if (value.isValid())
+                VLLog::appendLog(format, value);
+            else
+                VLLog::appendLogAndPrint(format);
+            VLLog::finishWriting();
+            const QString text = QString::fromUtf8(contentsOf(VLLog::currentLogPath()));
+            const QString line = text.section(QLatin1Char('\n'), -2, -2);
+            const QRegularExpression dated(u"\\A\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d [+-]\\d{4} - "_s);
+            QVERIFY2(dated.match(line).hasMatch(), qPrintable(line));
+            QCOMPARE(QString(line).remove(dated), expected);
+        }
     }
 
     void rotation() {
-        for (int number = 1; number <= 5; ++number)
-            write(numbered(number), QByteArray::number(number));
+        for (const int number : {1, 2, 4, 5})
+            QVERIFY(writeFile(numbered(number), QByteArray::number(number)));
         VLLog::createNewLog();
-        for (int number = 2; number <= 5; ++number)
-            QCOMPARE(content(numbered(number)), QByteArray::number(number - 1));
-        QVERIFY(!QFile::exists(numbered(6)));
-        QVERIFY(content(numbered(1)).startsWith("Log started: "));
+        for (const int number : {2, 3, 5})
+            QCOMPARE(contentsOf(numbered(number)), QByteArray::number(number - 1));
+        QVERIFY(!QFile::exists(numbered(4)) && !QFile::exists(numbered(6)));
+        QVERIFY(contentsOf(numbered(1)).startsWith("Log started: "));
         QCOMPARE(messages(), QStringList());
-    }
-
-    void rotationLeavesGaps() {
-        write(numbered(1), "1");
-        write(numbered(3), "3");
-        VLLog::createNewLog();
-        QCOMPARE(content(numbered(2)), QByteArray("1"));
-        QVERIFY(!QFile::exists(numbered(3)));
-        QCOMPARE(content(numbered(4)), QByteArray("3"));
 
         QVERIFY(QFile::remove(numbered(1)));  // without a current file nothing is shifted
         VLLog::createNewLog();
-        QCOMPARE(content(numbered(2)), QByteArray("1"));
-        QCOMPARE(content(numbered(4)), QByteArray("3"));
+        QCOMPARE(contentsOf(numbered(2)), QByteArray("1"));
     }
 
     void failedMoveEndsTheRotation() {
         QVERIFY(QDir().mkpath(numbered(5) + u"/occupied"_s));  // cannot be deleted as a file
         for (int number = 1; number <= 4; ++number)
-            write(numbered(number), QByteArray::number(number));
+            QVERIFY(writeFile(numbered(number), QByteArray::number(number)));
         VLLog::createNewLog();
         for (int number = 2; number <= 4; ++number)
-            QCOMPARE(content(numbered(number)), QByteArray::number(number));
-        QVERIFY(content(numbered(1)).startsWith("Log started: "));
+            QCOMPARE(contentsOf(numbered(number)), QByteArray::number(number));
+        QVERIFY(contentsOf(numbered(1)).startsWith("Log started: "));
     }
 
-    void sizeLimit_data() {
-        QTest::addColumn<int>("bytes");
-        QTest::addColumn<bool>("isFull");
-        QTest::newRow("one below") << 499'999 << false;
-        QTest::newRow("reached") << 500'000 << true;
-        QTest::newRow("far above") << 1'200'000 << true;
-    }
     // The header does not count; the date, the separator and the line feed do, and bytes rather than
     // characters.
     void sizeLimit() {
-        QFETCH(int, bytes);
-        QFETCH(bool, isFull);
-        constexpr int frame = 25 + 3 + 1;
-        constexpr int first = 300'000;
-        VLLog::appendLog(u"ä"_s.repeated((first - frame - 1) / 2) + QLatin1Char('x'));
-        VLLog::appendLog(u"y"_s.repeated(bytes - first - frame));
-        VLLog::finishWriting();
-        QCOMPARE(QFile::exists(numbered(2)), isFull);
-        QCOMPARE(messages().first() == QLatin1String(truncationNote), isFull);
-        const QByteArray full = content(numbered(isFull ? 2 : 1));
-        const qsizetype header = full.indexOf("32-bit mode\n") + 12;
-        QCOMPARE(full.size() - header, bytes);
+        constexpr int frame = 25 + 3 + 1, first = 300'000;
+        for (const int bytes : {499'999, 500'000}) {
+            startNewLog();
+            const bool isFull = bytes == 500'000;
+            VLLog::appendLog(u"ä"_s.repeated((first - frame - 1) / 2) + QLatin1Char('x'));
+            VLLog::appendLog(u"y"_s.repeated(bytes - first - frame));
+            VLLog::finishWriting();
+            QCOMPARE(messages().first() == QLatin1String(truncationNote), isFull);
+            const QByteArray full = contentsOf(numbered(isFull ? 2 : 1));
+            QCOMPARE(full.size() - full.indexOf("32-bit mode\n") - 12, bytes);
+        }
     }
 
     void noteComesBeforeWaitingLines() {
@@ -158,7 +122,7 @@ private Q_SLOTS:
         VLLog::finishWriting();
         QStringList all;
         for (int number = 5; number >= 1; --number) {
-            const QList<QByteArray> lines = content(numbered(number)).split('\n');
+            const QList<QByteArray> lines = contentsOf(numbered(number)).split('\n');
             const qsizetype header = lines.indexOf("Running in 32-bit mode");
             const QList<QByteArray> body = header < 0 ? QList<QByteArray>() : lines.mid(header + 1);
             const bool isFirst = all.isEmpty();
@@ -193,12 +157,12 @@ private Q_SLOTS:
     void unusableFolder() {
         const QTemporaryDir folder;
         const QString obstacle = folder.filePath(u"file"_s);
-        write(obstacle, "x");
+        QVERIFY(writeFile(obstacle, "x"));
         VLLocalPaths::setTestRoot(obstacle);
         VLLog::createNewLog();
         VLLog::appendLog(u"lost"_s);
         VLLog::finishWriting();
-        QCOMPARE(content(obstacle), QByteArray("x"));
+        QCOMPARE(contentsOf(obstacle), QByteArray("x"));
 
         VLLocalPaths::setTestRoot(m_root->path());  // usable again: the next write finds the file
         VLLog::appendLog(u"kept"_s);
@@ -222,7 +186,7 @@ private Q_SLOTS:
         VLLog::finishWriting();
         std::vector<int> next(workers, 0);
         for (const QString& path : {numbered(2), numbered(1)}) {
-            for (const QByteArray& line : content(path).split('\n')) {
+            for (const QByteArray& line : contentsOf(path).split('\n')) {
                 const QRegularExpression numbers(u" - (\\d) (\\d+)\\z"_s);
                 const auto match = numbers.match(QString::fromUtf8(line));
                 if (!match.hasMatch()) continue;

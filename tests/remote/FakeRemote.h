@@ -61,8 +61,10 @@ public:
         if (connectsAtOnce) connected = hasProxy = true;
     }
     void setIsProcessing(bool value) override { processing = value; }
+    QString identity() const override { return key; }
 
     std::shared_ptr<FakeProxy> proxy;
+    QString key;  ///< set before use
     std::atomic<bool> isEnabled{true}, connected{true}, hasProxy{true}, connectsAtOnce{false},
         processing{false};
     std::atomic<int> error{0}, connectAttempts{0};

@@ -1,6 +1,7 @@
 #include "remote/Aggregation.h"
 
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 
 using namespace Qt::StringLiterals;
 using namespace Aggregation;
@@ -32,38 +33,23 @@ class AggregationTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void comparesVersions_data() {
-        QTest::addColumn<QString>("left");
-        QTest::addColumn<QString>("right");
-        QTest::addColumn<int>("result");
-        const auto row = [](const char* left, const char* right, int result) {
-            QTest::addRow("%s against %s", left, right)
-                << QString::fromLatin1(left) << QString::fromLatin1(right) << result;
-        };
-        row("10.4", "10.4.0", 0);
-        row("2.0", "10.0", -1);
-        row("1.a", "1.0", 0);
-        row("1.2.3.9", "1.2.3", 0);
-        row("1.2.4", "1.2.10", -1);
-        row("", "0.0.1", -1);
-        row("1..5", "1.0.4", 1);
-        row("99999999999999999999.0", "9.0", 1);
-    }
     void comparesVersions() {
-        QFETCH(QString, left);
-        QFETCH(QString, right);
-        QFETCH(int, result);
-        QCOMPARE(compareVersionString(left, right), result);
-        QCOMPARE(compareVersionString(right, left), -result);
+        const struct {
+            QString left, right;
+            int result;
+        } rows[] = {{"10.4", "10.4.0", 0},   {"2.0", "10.0", -1},
+                    {"1.a", "1.0", 0},       {"1.2.3.9", "1.2.3", 0},
+                    {"1.2.4", "1.2.10", -1}, {"", "0.0.1", -1},
+                    {"1..5", "1.0.4", 1},    {"99999999999999999999.0", "9.0", 1}};
+        for (const auto& [left, right, result] : rows) {
+            QCOMPARE(compareVersionString(left, right), result);
+            QCOMPARE(compareVersionString(right, left), -result);
+        }
     }
 
     void merges_data() {
-        QTest::addColumn<QVariantList>("values");
-        QTest::addColumn<QVariant>("result");
+        const TestTable<QVariantList, QVariant> row("values", "result");
         const QString various = u"(various)"_s;
-        const auto row = [](const char* name, const QVariantList& values, const QVariant& result) {
-            QTest::newRow(name) << values << result;
-        };
         row("same text", {a, a}, a);
         row("texts differ", {a, b}, various);
         row("numbers differ", {3, 4}, -1);
@@ -102,19 +88,15 @@ private Q_SLOTS:
                  QVariant(std::numeric_limits<qlonglong>::max()));
     }
 
-    void rangesOfVersions_data() {
-        QTest::addColumn<QVariantList>("values");
-        QTest::addColumn<QString>("range");
-        QTest::newRow("by number, not by letter")
-            << QVariantList{u"1.2"_s, u"1.10"_s, missing, u"1.9"_s} << u"1.2 - 1.10"_s;
-        QTest::newRow("alike") << QVariantList{missing, u"3.1"_s, u"3.1"_s} << u"3.1"_s;
-        QTest::newRow("equal, spelled differently") << QVariantList{u"1.0"_s, u"1.0.0"_s} << u"1.0"_s;
-        QTest::newRow("no text") << QVariantList{7, QVariantMap(), u"2.0"_s} << u"2.0"_s;
-        QTest::newRow("none") << QVariantList{missing, missing} << QString();
-    }
     void rangesOfVersions() {
-        QFETCH(QVariantList, values);
-        QTEST(versionRangeInArray(dictionaries(values), k), "range");
+        const std::pair<QVariantList, QString> rows[] = {
+            {{u"1.2"_s, u"1.10"_s, missing, u"1.9"_s}, u"1.2 - 1.10"_s},
+            {{missing, u"3.1"_s, u"3.1"_s}, u"3.1"_s},
+            {{u"1.0"_s, u"1.0.0"_s}, u"1.0"_s},
+            {{7, QVariantMap(), u"2.0"_s}, u"2.0"_s},
+            {{missing, missing}, QString()}};
+        for (const auto& [values, range] : rows)
+            QCOMPARE(versionRangeInArray(dictionaries(values), k), range);
     }
 
     void commonValues() {
@@ -152,23 +134,17 @@ private Q_SLOTS:
         QCOMPARE(highestValueFromDict({{a, u"9"_s}}), QString());
     }
 
-    void applicationStatus_data() {
-        QTest::addColumn<QVariantList>("applications");
-        QTest::addColumn<QString>("status");
-        const auto row = [](const QVariantList& applications, const QString& status) {
-            QTest::addRow("%s %d", qPrintable(status), int(applications.size())) << applications << status;
-        };
-        row({}, {});
-        row({app(false, false), app(0, true)}, u"Not installed"_s);
-        row({app(u"yes"_s, 1), u"x"_s, 1}, u"Not installed"_s);
-        row({app(true, true), app(1, 1)}, u"Running"_s);
-        row({app(true, false), app(true, missing)}, u"Not running"_s);
-        row({app(true, true), app(true, false)}, u"Some running"_s);
-        row({app(true, true), app(false, false), app(true, true)}, u"Some running"_s);
-    }
     void applicationStatus() {
-        QFETCH(QVariantList, applications);
-        QTEST(aggregatedAppDictStatus(applications), "status");
+        const std::pair<QVariantList, QString> rows[] = {
+            {{}, {}},
+            {{app(false, false), app(0, true)}, u"Not installed"_s},
+            {{app(u"yes"_s, 1), u"x"_s, 1}, u"Not installed"_s},
+            {{app(true, true), app(1, 1)}, u"Running"_s},
+            {{app(true, false), app(true, missing)}, u"Not running"_s},
+            {{app(true, true), app(true, false)}, u"Some running"_s},
+            {{app(true, true), app(false, false), app(true, true)}, u"Some running"_s}};
+        for (const auto& [applications, status] : rows)
+            QCOMPARE(aggregatedAppDictStatus(applications), status);
     }
 
     void dictionariesFromText() {

@@ -65,20 +65,6 @@ private Q_SLOTS:
         QVERIFY(lines.filter(u"pässwörd"_s).isEmpty());
     }
 
-    void workersAtTheSameTime() {
-        std::atomic<int> right{0};
-        for (int worker = 0; worker < 4; ++worker) {
-            VLThread::detach(u"keychain"_s, [worker, &right] {
-                const QString host = u"host%1.local."_s.arg(worker);
-                add(u"boss"_s, host, host);
-                if (password(u"boss"_s, host) == host) ++right;
-                VLKeychain::deleteKeychainItem(service, kind, u"boss"_s, host);
-            });
-        }
-        QVERIFY(VLThread::joinAll(patience));
-        QCOMPARE(right.load(), 4);
-    }
-
     void mainThreadIsNeverBlocked() {
         QVERIFY(!exists(u"boss"_s, u"a.local."_s));
         QVERIFY(logLines().contains(u"Error: trying to use the keychain on main thread. Aborting..."_s));

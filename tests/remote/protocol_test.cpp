@@ -1,9 +1,9 @@
 #include "remote/VLCorvalinServerProtocol.h"
 #include "remote/VLProxyObject.h"
+#include "support/TestFiles.h"
+#include "support/TestTable.h"
 
 #include <QCoreApplication>
-#include <QDateTime>
-#include <QFile>
 #include <QSet>
 #include <QTest>
 
@@ -35,27 +35,20 @@ private Q_SLOTS:
     }
 
     void argumentsAreChecked_data() {
-        QTest::addColumn<QString>("selector");
-        QTest::addColumn<QVariantList>("arguments");
-        QTest::addColumn<QString>("error");
-        const auto row = [](const char* selector, const QVariantList& arguments, const char* error) {
-            QTest::addRow("%s: %s", selector, error)
-                << QString::fromLatin1(selector) << arguments << QString::fromLatin1(error);
+        const TestTable<QString, QVariantList, QString> table("selector", "arguments", "error");
+        const auto row = [&](const char* selector, const QVariantList& arguments, const char* error) {
+            table(selector, selector, arguments, error);
         };
         const QVariant nothing;
         row("qmasterJobs", {1}, "1 arguments instead of 0");
         row("logWithFilename:", {}, "0 arguments instead of 1");
         row("logWithFilename:", {7}, "argument \"filename\" is number instead of string");
-        row("logWithFilename:", {QByteArray("a")}, "argument \"filename\" is data instead of string");
         row("logWithFilename:", {nothing}, "argument \"filename\" is nothing instead of string");
         row("addonryEnablePlugin:settings:", {nothing, QVariantMap()}, "");
         row("purgewrightRemoveApps:settings:", {nothing, QVariantMap()},
             "argument \"credentials\" is nothing instead of dictionary");
         row("needsAdminAccess:", {nothing}, "");
         row("settlekeepBackup:type:", {u"a"_s, true}, "");
-        row("tidyhandRunTasks:", {QStringList{u"qtCache"_s}}, "");
-        row("crashLogsSinceDate:delegate:",
-            {QDateTime::currentDateTimeUtc(), QVariant::fromValue(VLCallbackTargetPtr())}, "");
         row("setErrorCallback:", {QVariant::fromValue(VLRemoteCallbackPtr())}, "");
         row("setErrorCallback:", {QVariantMap()}, "argument \"callback\" is dictionary instead of object");
     }
@@ -66,9 +59,7 @@ private Q_SLOTS:
     }
 
     void pageIsCurrent() {
-        QFile file(QStringLiteral(PROTOCOL_PAGE));
-        QVERIFY2(file.open(QIODevice::ReadOnly), PROTOCOL_PAGE);
-        QVERIFY2(QString::fromUtf8(file.readAll()) == markdown(),
+        QVERIFY2(QString::fromUtf8(contentsOf(PROTOCOL_PAGE)) == markdown(),
                  "docs/protocol.md is out of date: run protocol_test --write-page docs/protocol.md");
     }
 };
@@ -76,8 +67,7 @@ private Q_SLOTS:
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     if (argc == 3 && QByteArray(argv[1]) == "--write-page") {
-        QFile file(QString::fromLocal8Bit(argv[2]));
-        return file.open(QIODevice::WriteOnly) && file.write(markdown().toUtf8()) > 0 ? 0 : 1;
+        return writeFile(QString::fromLocal8Bit(argv[2]), markdown().toUtf8()) ? 0 : 1;
     }
     ProtocolTest test;
     return QTest::qExec(&test, argc, argv);

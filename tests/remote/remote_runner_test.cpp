@@ -1,6 +1,7 @@
 #include "remote/FakeRemote.h"
 #include "remote/VLCorvalinServerProtocol.h"
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 #include "system/VLException.h"
 
 #include <stdexcept>
@@ -40,10 +41,7 @@ class RemoteRunnerTest : public QObject {
 
 private Q_SLOTS:
     void singleClient_data() {
-        QTest::addColumn<QString>("primitive");
-        QTest::addColumn<QString>("state");
-        QTest::addColumn<bool>("sent");
-        QTest::addColumn<QStringList>("lines");
+        const TestTable<QString, QString, bool, QStringList> table("primitive", "state", "sent", "lines");
         const QString performing = u"Performing method on remote object..."_s,
                       noSuch = u"Proxy object doesn't respond to selector "_s + method,
                       unable = u"Unable to connect to server c0"_s, launching = u"Launching task..."_s;
@@ -59,10 +57,9 @@ private Q_SLOTS:
              launching, u"Unable to connect to c0"_s, launching},
         };
         for (const auto& primitive : primitives) {
-            const auto row = [&primitive](const char* state, bool sent, const QStringList& lines) {
-                QTest::addRow("%s, %s", qPrintable(primitive.name), state)
-                    << primitive.name << QString::fromLatin1(state) << sent
-                    << (QStringList(primitive.first) + lines);
+            const auto row = [&](const char* state, bool sent, const QStringList& lines) {
+                table(qPrintable(primitive.name + u", "_s + state), primitive.name, state, sent,
+                      QStringList(primitive.first) + lines);
             };
             row("usable", true, {primitive.sending});
             row("error", false, {});
@@ -96,10 +93,8 @@ private Q_SLOTS:
         QVERIFY(bench.failures.isEmpty());
     }
 
-    void permissions_data() {
-        QTest::addColumn<QString>("primitive");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QStringList>("sent");
+    /// Every operation of the table to a client that is in error or disabled: which ones get through.
+    void permissions() {
         const QStringList always{u"systemSpecs"_s,
                                  u"computerIcon:"_s,
                                  u"validateUsername:password:"_s,
@@ -108,27 +103,27 @@ private Q_SLOTS:
                                  u"gatherLogs"_s};
         const QStringList updates{u"listVelmoraSoftwareUpdates"_s,
                                   u"fetchSoftwareUpdateAvailableUpdateCount"_s};
-        QTest::newRow("execute in error")
-            << u"execute"_s << 2007 << QStringList{u"disconnect"_s, u"relaunch"_s};
-        QTest::newRow("execute disabled") << u"execute"_s << 0 << QStringList();
-        QTest::newRow("read in error") << u"read"_s << 2007 << (always + updates);
-        QTest::newRow("read disabled") << u"read"_s << 0 << always;
-    }
-    /// Every operation of the table to a client that is in error or disabled: which ones get through.
-    void permissions() {
-        QFETCH(QString, primitive);
-        QFETCH(int, error);
-        SingleBench bench;
-        bench.client()->error = error;
-        bench.client()->isEnabled = error != 0;
-        for (const auto& operation : VLCorvalinServerProtocol::operations())
-            if (operation.side == VLCorvalinServerProtocol::Side::Agent)
-                (void)bench.use(primitive, QString::fromLatin1(operation.selector));
-        QStringList sent;
-        for (const auto& call : bench.client()->proxy->sent())
-            sent.append(call.first);
-        QTEST(sent, "sent");
-        QCOMPARE(bench.client()->connectAttempts.load(), 0);
+        const struct {
+            QString primitive;
+            int error;
+            QStringList sent;
+        } rows[] = {{u"execute"_s, 2007, {u"disconnect"_s, u"relaunch"_s}},
+                    {u"execute"_s, 0, {}},
+                    {u"read"_s, 2007, always + updates},
+                    {u"read"_s, 0, always}};
+        for (const auto& row : rows) {
+            SingleBench bench;
+            bench.client()->error = row.error;
+            bench.client()->isEnabled = row.error != 0;
+            for (const auto& operation : VLCorvalinServerProtocol::operations())
+                if (operation.side == VLCorvalinServerProtocol::Side::Agent)
+                    (void)bench.use(row.primitive, QString::fromLatin1(operation.selector));
+            QStringList sent;
+            for (const auto& call : bench.client()->proxy->sent())
+                sent.append(call.first);
+            QCOMPARE(sent, row.sent);
+            QCOMPARE(bench.client()->connectAttempts.load(), 0);
+        }
     }
 
     /// A selector gets as many arguments as it has places for.
@@ -150,11 +145,10 @@ private Q_SLOTS:
     }
 
     void failures_data() {
-        QTest::addColumn<std::exception_ptr>("exception");
-        QTest::addColumn<QString>("reason");
-        QTest::addColumn<bool>("staysConnected");
-        const auto row = [](const char* name, const auto& exception, const char* reason, bool stays = false) {
-            QTest::newRow(name) << std::make_exception_ptr(exception) << QString::fromLatin1(reason) << stays;
+        const TestTable<std::exception_ptr, QString, bool> table("exception", "reason", "staysConnected");
+        const auto row = [&](const char* name, const auto& exception, const char* reason,
+                             bool stays = false) {
+            table(name, std::make_exception_ptr(exception), reason, stays);
         };
         row("agent", VLException(u"X"_s, u"disk full"_s), "disk full");
         row("agent without reason", VLException(u"X"_s, {}), "X");
@@ -186,22 +180,6 @@ private Q_SLOTS:
                  QStringList{u"c0.local.: The operation \"addonryPluginList\" failed. "_s + reason});
     }
 
-    /// Reads end in time; what is only executed may take as long as it needs.
-    void timeLimits() {
-        SingleBench bench;
-        const auto limitOf = [&](const QString& primitive, const QString& selector) {
-            FakeProxy& proxy = *bench.client()->proxy;
-            proxy.probeLimit = proxy.performLimit = std::chrono::hours(1);
-            (void)bench.use(primitive, selector);
-            return proxy.probeLimit.load() == 10s ? proxy.performLimit.load() : -1s;
-        };
-        QCOMPARE(limitOf(u"read"_s, list), 60s);
-        for (const char* selector : {"computerIcon", "gatherLogs", "logWithFilename:"})
-            QCOMPARE(limitOf(u"read"_s, QLatin1String(selector)), 300s);
-        QCOMPARE(limitOf(u"execute"_s, list), noTimeLimit);
-        QCOMPARE(limitOf(u"task"_s, {}), noTimeLimit);
-    }
-
     /// It would stand still for as long as the agent likes.
     void refusesTheMainThread() {
         for (const QString& primitive : {u"read"_s, u"execute"_s, u"task"_s}) {
@@ -215,19 +193,12 @@ private Q_SLOTS:
     }
 
     void answersAreChecked_data() {
-        QTest::addColumn<QString>("selector");
-        QTest::addColumn<QVariant>("answer");
-        QTest::addColumn<QString>("received");  // empty when the answer passes
-        QTest::newRow("right") << list << QVariant(QVariantList{1}) << QString();
-        QTest::newRow("dictionary for list")
-            << list << QVariant(QVariantMap()) << u"expected array, received dictionary"_s;
-        QTest::newRow("data for text")
-            << u"logWithFilename:"_s << QVariant(QByteArray("x")) << u"expected string, received data"_s;
-        QTest::newRow("list for dictionary") << u"varispotSystemInfo"_s << QVariant(QVariantList())
-                                             << u"expected dictionary, received array"_s;
-        QTest::newRow("number for truth value")
-            << u"validateUsername:password:"_s << QVariant(1) << QString();
-        QTest::newRow("unknown operation") << u"somethingElse"_s << QVariant(QVariantList()) << QString();
+        const TestTable<QString, QVariant, QString> row("selector", "answer", "received");
+        row("right", list, QVariantList{1}, {});
+        row("dictionary for list", list, QVariantMap(), u"expected array, received dictionary"_s);
+        row("data for text", u"logWithFilename:"_s, QByteArray("x"), u"expected string, received data"_s);
+        row("number for truth value", u"validateUsername:password:"_s, 1, {});
+        row("unknown operation", u"somethingElse"_s, QVariantList(), {});
     }
     void answersAreChecked() {
         QFETCH(QString, selector);

@@ -2,6 +2,7 @@
 #include "remote/support/HostileAgent.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 
 #include <QElapsedTimer>
 
@@ -43,30 +44,22 @@ class TransportHostileAgentTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void a_fault_fails_the_call_and_no_more_than_it_must_data() {
-        QTest::addColumn<Fault>("fault");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("reason");
-        const auto row = [](const char* title, Fault fault, const char* reason) {
-            QTest::newRow(title) << fault << VLException::invalidArgument << QString::fromLatin1(reason);
-        };
-        row("unknown value", Fault::UnknownValue, "unknown kind");
-        row("unknown outcome", Fault::UnknownOutcome, "unknown kind");
-        row("broken pointer", Fault::BrokenPointer, "malformed");
-        row("endless list", Fault::EndlessList, "malformed");
-        row("broken text", Fault::BrokenText, "UTF-8");
-        row("impossible date", Fault::ImpossibleDate, "out of range");
-        row("too deep", Fault::TooDeep, "deep");
-        QTest::newRow("remote error") << Fault::RemoteError << VLException::generic << u"made to fail"_s;
-        const auto lost = [](const char* title, Fault fault, const char* reason) {
-            QTest::newRow(title) << fault << VLException::inaccessible << QString::fromLatin1(reason);
-        };
-        lost("garbage", Fault::Garbage, "no message");
-        lost("announces too much", Fault::TooLarge, "larger than allowed");
-        lost("sends too much", Fault::LargerThanLimit, "larger than allowed");
-        lost("closes mid-answer", Fault::CloseMidAnswer, "The other end");  // the end may come as a reset
-        lost("resets", Fault::Reset, "broke the connection off");
-        lost("falls silent", Fault::Silence, "no sign of life");
-        lost("floods blindly", Fault::FloodBlindly, "floods us");
+        const TestTable<Fault, QString, QString> row("fault", "name", "reason");
+        const QString wrong = VLException::invalidArgument, lost = VLException::inaccessible;
+        row("unknown value", Fault::UnknownValue, wrong, u"unknown kind"_s);
+        row("unknown outcome", Fault::UnknownOutcome, wrong, u"unknown kind"_s);
+        row("endless list", Fault::EndlessList, wrong, u"malformed"_s);
+        row("broken text", Fault::BrokenText, wrong, u"UTF-8"_s);
+        row("impossible date", Fault::ImpossibleDate, wrong, u"out of range"_s);
+        row("too deep", Fault::TooDeep, wrong, u"deep"_s);
+        row("remote error", Fault::RemoteError, VLException::generic, u"made to fail"_s);
+        row("garbage", Fault::Garbage, lost, u"no message"_s);
+        row("announces too much", Fault::TooLarge, lost, u"larger than allowed"_s);
+        row("sends too much", Fault::LargerThanLimit, lost, u"larger than allowed"_s);
+        row("closes mid-answer", Fault::CloseMidAnswer, lost, u"The other end"_s);  // may come as a reset
+        row("resets", Fault::Reset, lost, u"broke the connection off"_s);
+        row("falls silent", Fault::Silence, lost, u"no sign of life"_s);
+        row("floods blindly", Fault::FloodBlindly, lost, u"floods us"_s);
     }
     void a_fault_fails_the_call_and_no_more_than_it_must() {
         QFETCH(Fault, fault);

@@ -1,6 +1,7 @@
 #include "remote/support/RawPeer.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 
 #include <list>
 
@@ -21,14 +22,13 @@ class TransportHostileClientTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void bad_bytes_end_their_own_connection_data() {
-        QTest::addColumn<bool>("authorized");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("no TLS") << false << QByteArray("GET / HTTP/1.1\r\n\r\n");
-        QTest::newRow("TLS record of nonsense")
-            << false << QByteArray("\x16\x03\x01\x02\x00", 5).append(QByteArray(512, '\xff'));
-        QTest::newRow("garbage") << true << QByteArray(4096, '\xa5');
-        QTest::newRow("too large a message") << true << messageHead(1u << 27);
-        QTest::newRow("too many segments") << true << QByteArray(8, '\x7f');
+        const TestTable<bool, QByteArray> row("authorized", "bytes");
+        row("no TLS", false, "GET / HTTP/1.1\r\n\r\n");
+        row("TLS record of nonsense", false,
+            QByteArray("\x16\x03\x01\x02\x00", 5).append(QByteArray(512, '\xff')));
+        row("garbage", true, QByteArray(4096, '\xa5'));
+        row("too large a message", true, messageHead(1u << 27));
+        row("too many segments", true, QByteArray(8, '\x7f'));
     }
     void bad_bytes_end_their_own_connection() {
         QFETCH(bool, authorized);

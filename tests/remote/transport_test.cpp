@@ -3,9 +3,6 @@
 
 #include <QElapsedTimer>
 
-#include <csignal>
-#include <cstdio>
-
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 
@@ -16,46 +13,6 @@ constexpr auto promptly = 1'500ms;  // far below every time limit of the transpo
 VLException raisedByWait(VLProxyObject& proxy, std::chrono::milliseconds limit = noTimeLimit) {
     return raisedBy([&] { proxy.perform(u"wait"_s, {}, limit); });
 }
-
-/// An agent in a process of its own (this program again), to be stopped or killed.
-class AgentProcess {
-public:
-    explicit AgentProcess(TransportFixture& fixture) {
-        const QString folder = fixture.folder.path();
-        fixture.console = keyOfTheConsole(folder);
-        const QString command = u"exec '%1' --agent '%2'"_s;
-        m_output = ::popen(qPrintable(command.arg(QCoreApplication::applicationFilePath(), folder)), "re");
-        if (!m_output || std::fscanf(m_output, "%d %hu", &m_id, &port) != 2) qWarning("no agent");
-    }
-    ~AgentProcess() {
-        signal(SIGKILL);
-        if (m_output) ::pclose(m_output);
-    }
-    AgentProcess(const AgentProcess&) = delete;
-    AgentProcess& operator=(const AgentProcess&) = delete;
-
-    void signal(int number) const {
-        if (m_id > 0) ::kill(m_id, number);
-    }
-    /// In the process.
-    static int run(const QString& folder) {
-        TransportFixture fixture;
-        fixture.console = keyOfTheConsole(folder);
-        const auto server = fixture.serve();
-        std::printf("%d %hu\n", ::getpid(), server->port());
-        std::fflush(stdout);
-        return QCoreApplication::exec();
-    }
-
-    quint16 port = 0;
-
-private:
-    static TlsIdentity keyOfTheConsole(const QString& folder) {
-        return TlsIdentity::loadOrCreate(folder, u"console"_s, u"console"_s);
-    }
-    FILE* m_output = nullptr;
-    pid_t m_id = 0;
-};
 
 }  // namespace
 
@@ -191,7 +148,8 @@ private Q_SLOTS:
                 callback->post(u"addStringToQueue:hostname:"_s, {index, u"bay"_s});
         });
         poster.join();
-        QTRY_COMPARE_WITH_TIMEOUT(target->count(), 1'001u, 20'000);
+        callback->perform(u"cancelProcessing"_s, {}, 20s);  // comes after them
+        QCOMPARE(target->count(), 1'002u);
         const auto received = target->received();
         for (int index = 0; index < 1'000; ++index)
             QCOMPARE(received[std::size_t(index) + 1].arguments.value(0).toInt(), index);
@@ -200,7 +158,9 @@ private Q_SLOTS:
         client.reset();
         QTRY_VERIFY(!callback->isConnected());
         callback->post(u"incrementProgress"_s);
-        QCOMPARE(target->count(), 1'001u);
+        QCOMPARE(raisedBy([&] { callback->perform(u"cancelProcessing"_s, {}, 20s); }).name(),
+                 VLException::inaccessible);
+        QCOMPARE(target->count(), 1'002u);
     }
 
     void a_callback_may_not_wait_for_its_own_connection() {
@@ -229,19 +189,6 @@ private Q_SLOTS:
         target->proxy.reset();
     }
 
-    void a_missed_time_limit_raises_and_leaves_the_connection_alone() {
-        const TransportFixture fixture;
-        const auto server = fixture.serve();
-        VLException onItsThread(u"none"_s, {});
-        const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
-            onItsThread = raisedByWait(*connection.rootProxy(), 50ms);
-        });
-        QVERIFY(VLException::didTimeout(onItsThread));
-        QVERIFY(VLException::didTimeout(raisedByWait(client->proxy(), 50ms)));
-        fixture.root->release.open();
-        QVERIFY(works(*client));
-    }
-
     void the_end_of_the_server_fails_calls_promptly() {
         const TransportFixture fixture;
         auto server = fixture.serve();
@@ -264,36 +211,31 @@ private Q_SLOTS:
                  VLException::inaccessible);
     }
 
-    void invalidate_fails_calls_and_ends_the_slice_data() {
-        QTest::addColumn<bool>("onTheConnectionThread");
-        QTest::newRow("call of a worker") << false;
-        QTest::newRow("call of the connection thread") << true;
-    }
     void invalidate_fails_calls_and_ends_the_slice() {
-        QFETCH(bool, onTheConnectionThread);
-        const TransportFixture fixture;
-        const auto server = fixture.serve();
-        VLException raised(u"none"_s, {});
-        std::thread other;
-        const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
-            if (!onTheConnectionThread) return;
-            other = std::thread([&, control = connection.control()] {
-                fixture.root->arrived.wait();
-                control->invalidate();
+        for (const bool onTheConnectionThread : {false, true}) {
+            const TransportFixture fixture;
+            const auto server = fixture.serve();
+            VLException raised(u"none"_s, {});
+            std::thread other;
+            const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
+                if (!onTheConnectionThread) return;
+                other = std::thread([&, control = connection.control()] {
+                    fixture.root->arrived.wait();
+                    control->invalidate();
+                });
+                raised = raisedByWait(*connection.rootProxy());
             });
-            raised = raisedByWait(*connection.rootProxy());
-        });
-        if (!onTheConnectionThread) {
-            other = std::thread([&] { raised = raisedByWait(client->proxy()); });
-            QVERIFY(fixture.root->arrived.wait());
-            client->control().invalidate();
+            if (!onTheConnectionThread) {
+                other = std::thread([&] { raised = raisedByWait(client->proxy()); });
+                QVERIFY(fixture.root->arrived.wait());
+                client->control().invalidate();
+            }
+            other.join();
+            QCOMPARE(raised.name(), VLException::inaccessible);
+            QVERIFY(client->ends(promptly));
+            QVERIFY(client->lossReason().isEmpty());
+            fixture.root->release.open();
         }
-        other.join();
-        QCOMPARE(raised.name(), VLException::inaccessible);
-        QVERIFY(client->ends(promptly));
-        QVERIFY(client->lossReason().isEmpty());
-        QVERIFY(!client->control().isValid());
-        fixture.root->release.open();
     }
 
     void wake_ends_a_slice_and_nothing_else() {
@@ -327,32 +269,6 @@ private Q_SLOTS:
         QVERIFY(works(*client));
     }
 
-    void a_stopped_or_killed_agent_fails_calls_data() {
-        QTest::addColumn<int>("signal");
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("machine asleep") << SIGSTOP << u"no sign of life"_s;
-        QTest::newRow("process killed") << SIGKILL << QString();
-    }
-    void a_stopped_or_killed_agent_fails_calls() {
-        QFETCH(int, signal);
-        QFETCH(QString, reason);
-        TransportFixture fixture;
-        fixture.limits.heartbeatInterval = 100ms;
-        fixture.limits.heartbeatTimeout = 600ms;
-        const AgentProcess agent(fixture);
-        const auto client = fixture.connect(agent.port);
-        VLException raised(u"none"_s, {});
-        std::thread caller([&] { raised = raisedByWait(client->proxy()); });
-        QVERIFY(client->proxy().respondsToSelector(u"wait"_s));
-        QElapsedTimer timer;
-        timer.start();
-        agent.signal(signal);
-        caller.join();
-        QVERIFY(timer.elapsed() < 5'000);
-        QCOMPARE(raised.name(), VLException::inaccessible);
-        QVERIFY2(raised.reason().contains(reason), qPrintable(raised.reason()));
-    }
-
     void a_silent_console_is_dropped() {
         TransportFixture fixture;
         auto options = fixture.serverOptions();
@@ -369,12 +285,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    if (argc == 3 && QByteArray(argv[1]) == "--agent")
-        return AgentProcess::run(QString::fromLocal8Bit(argv[2]));
-    const TestEnvironment environment;
-    TransportTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+ORLENDO_TEST_MAIN(TransportTest)
 #include "transport_test.moc"

@@ -3,6 +3,8 @@
 #include "remote/support/HostileAgent.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
+#include "support/TestTable.h"
 
 #include <QElapsedTimer>
 
@@ -16,11 +18,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 TlsIdentity identityOfAnotherHost() {
     const QTemporaryDir folder;
     const QString certificate = folder.filePath(u"c"_s), key = folder.filePath(u"k"_s);
@@ -28,7 +25,7 @@ TlsIdentity identityOfAnotherHost() {
         u"openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj /CN=other "
         "-addext subjectAltName=DNS:www.example.com -keyout '%1' -out '%2' 2>/dev/null"_s;
     if (std::system(qPrintable(command.arg(key, certificate))) != 0) return {};
-    return {contents(certificate), contents(key)};
+    return {contentsOf(certificate), contentsOf(key)};
 }
 
 QString nameRaisedByConnecting(const TransportFixture& fixture, quint16 port) {
@@ -58,35 +55,26 @@ private Q_SLOTS:
         QCOMPARE(QFile::permissions(key.fileName()), owner);
 
         // A damaged one is an error, and never replaced.
-        QVERIFY(key.open(QIODevice::WriteOnly));
-        key.write(TlsIdentity::create(u"b"_s).privateKey);
-        key.close();
+        QVERIFY(writeFile(key.fileName(), TlsIdentity::create(u"b"_s).privateKey));
         QCOMPARE(raisedBy(load).name(), VLException::generic);
         key.remove();
         QCOMPARE(raisedBy(load).name(), VLException::generic);
         QVERIFY(!key.exists());
     }
 
-    void pins_are_found_again_under_any_name_data() {
-        QTest::addColumn<QString>("client");
-        QTest::newRow("way out of the folder") << u"../../etc/passwd"_s;
-        QTest::newRow("dots") << u".."_s;
-        QTest::newRow("text") << u"Schnittplatz „1“ / links"_s;
-        QTest::newRow("long") << QString(5'000, u'x');
-        QTest::newRow("zero") << u"a\0b"_s;
-    }
     void pins_are_found_again_under_any_name() {
-        QFETCH(QString, client);
         const TransportFixture fixture;
         PinnedCertificates& pins = *fixture.pins;
-        QVERIFY(!pins.find(client));
-        QVERIFY(pins.pin(client, fixture.agent.certificate));
-        QCOMPARE(pins.find(client), std::optional(fixture.agent.certificate));
-        QVERIFY(!pins.find(client + u'x'));
-        QCOMPARE(QDir(fixture.folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 0);
-        QVERIFY(pins.remove(client));
-        QVERIFY(!pins.find(client));
-        QVERIFY(!pins.pin(client, "nonsense"));
+        for (const QString& client : {u"../../etc/passwd"_s, u".."_s, u"Schnittplatz „1“ / links"_s,
+                                      QString(5'000, u'x'), u"a\0b"_s}) {
+            QVERIFY(pins.pin(client, fixture.agent.certificate));
+            QCOMPARE(pins.find(client), std::optional(fixture.agent.certificate));
+            QVERIFY(!pins.find(client + u'x'));
+            QCOMPARE(QDir(fixture.folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 0);
+            QVERIFY(pins.remove(client));
+            QVERIFY(!pins.find(client));
+        }
+        QVERIFY(!pins.pin(u"bay"_s, "nonsense"));
     }
 
     void the_first_contact_pins_and_a_changed_key_is_refused_until_accepted() {
@@ -156,12 +144,11 @@ private Q_SLOTS:
     }
 
     void a_connection_that_cannot_be_made_fails_in_time_data() {
-        QTest::addColumn<QString>("host");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("says nothing") << u"127.0.0.1"_s << VLException::portTimeout;
-        QTest::newRow("unknown host") << u"no-such-host.invalid."_s << VLException::inaccessible;
-        QTest::newRow("no host") << QString() << VLException::inaccessible;
-        QTest::newRow("no such scope") << u"fe80::1%nosuchif0"_s << VLException::inaccessible;
+        const TestTable<QString, QString> row("host", "name");
+        row("says nothing", u"127.0.0.1"_s, VLException::portTimeout);
+        row("unknown host", u"no-such-host.invalid."_s, VLException::inaccessible);
+        row("no host", {}, VLException::inaccessible);
+        row("no such scope", u"fe80::1%nosuchif0"_s, VLException::inaccessible);
     }
     void a_connection_that_cannot_be_made_fails_in_time() {
         QFETCH(QString, host);
@@ -186,26 +173,18 @@ private Q_SLOTS:
         }
     }
 
-    void hosts_are_found_by_name_and_address_data() {
-        QTest::addColumn<QString>("listener");
-        QTest::addColumn<QString>("host");
-        QTest::newRow("IPv4") << u"0.0.0.0"_s << u"127.0.0.1"_s;
-        QTest::newRow("name with dot") << u"127.0.0.1"_s << u"localhost."_s;
-        QTest::newRow("IPv6") << u"::1"_s << u"::1"_s;
-        QTest::newRow("IPv6 in brackets") << u"::1"_s << u"[::1]"_s;
-        QTest::newRow("IPv4 on the IPv6 wildcard") << u"::"_s << u"127.0.0.1"_s;
-    }
     void hosts_are_found_by_name_and_address() {
-        QFETCH(QString, listener);
-        QFETCH(QString, host);
         const TransportFixture fixture;
-        auto options = fixture.serverOptions();
-        options.address = listener;
-        std::unique_ptr<VLServer> server;
-        const VLException raised = raisedBy([&] { server = fixture.serve(options); });
-        if (!server && listener.contains(u':')) QSKIP("this machine has no IPv6");
-        QCOMPARE(raised.name(), u"none"_s);
-        QVERIFY(works(ServingThread(host, server->port(), fixture.options())));
+        for (const auto& [listener, host] :
+             {std::pair("127.0.0.1", "localhost."), {"::1", "::1"}, {"::1", "[::1]"}, {"::", "127.0.0.1"}}) {
+            auto options = fixture.serverOptions();
+            options.address = QLatin1String(listener);
+            std::unique_ptr<VLServer> server;
+            const VLException raised = raisedBy([&] { server = fixture.serve(options); });
+            if (!server && options.address.contains(u':')) QSKIP("this machine has no IPv6");
+            QCOMPARE(raised.name(), u"none"_s);
+            QVERIFY(works(ServingThread(QLatin1String(host), server->port(), fixture.options())));
+        }
     }
 
     void a_server_that_cannot_start_or_has_ended() {

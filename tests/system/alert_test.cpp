@@ -7,28 +7,21 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-/// A sheet that the fake presenter "shows"; the test answers it.
-struct Shown {
-    QVariantMap description;
-    QObject* parentWindow = nullptr;
-    std::function<void(int)> ended;
-    bool isOrderedOut = false;
-};
-
-}  // namespace
-
-/// Alerts with a presenter that draws nothing.
+/// Alerts with a presenter that draws nothing: the test answers them.
 class AlertTest : public QObject {
     Q_OBJECT
 
+    struct Shown {
+        QVariantMap description;
+        std::function<void(int)> ended;
+        bool isOrderedOut = false;
+    };
     std::vector<std::shared_ptr<Shown>> m_shown;
 
     void present(std::function<void(Shown&)> then = {}) {
         VLAlert::setPresenter(
-            [this, then](const QVariantMap& description, QObject* parent, std::function<void(int)> ended) {
-                auto shown = std::make_shared<Shown>(Shown{description, parent, std::move(ended)});
+            [this, then](const QVariantMap& description, QObject*, std::function<void(int)> ended) {
+                auto shown = std::make_shared<Shown>(Shown{description, std::move(ended)});
                 m_shown.push_back(shown);
                 if (then) QTimer::singleShot(20ms, this, [shown, then] { then(*shown); });
                 return VLAlert::OrderOut([shown] { shown->isOrderedOut = true; });
@@ -55,20 +48,12 @@ private Q_SLOTS:
         VLThread::reset();
     }
 
-    void blocksUntilAnswered_data() {
-        QTest::addColumn<bool>("onWorker");
-        QTest::addColumn<int>("answer");
-        QTest::newRow("main, default") << false << 1;
-        QTest::newRow("main, alternate") << false << 0;
-        QTest::newRow("worker, default") << true << 1;
-        QTest::newRow("worker, other") << true << -1;
-    }
     void blocksUntilAnswered() {
-        QFETCH(bool, onWorker);
-        QFETCH(int, answer);
-        present([answer](Shown& shown) { shown.ended(answer); });
-        QCOMPARE(ask(onWorker, blockingAlert), answer);
-        QCOMPARE(m_shown.size(), 1u);
+        for (const auto& [onWorker, answer] : {std::pair{false, 1}, {false, 0}, {true, 1}, {true, -1}}) {
+            present([answer = answer](Shown& shown) { shown.ended(answer); });
+            QCOMPARE(ask(onWorker, blockingAlert), answer);
+        }
+        QCOMPARE(m_shown.size(), 4u);
         QCOMPARE(m_shown[0]->description,
                  (QVariantMap{{u"messageText"_s, u"Sync?"_s},
                               {u"defaultButtonTitle"_s, u"Sync"_s},
@@ -77,82 +62,51 @@ private Q_SLOTS:
                               {u"didEndSelector"_s, u"alertDidEnd:returnCode:contextInfo:"_s}}));
     }
 
-    void delegateHearsTheAnswer_data() {
-        QTest::addColumn<QString>("selector");
-        QTest::addColumn<int>("heard");
-        QTest::newRow("knows it") << u"syncAlertDidEnd:"_s << 0;
-        QTest::newRow("does not respond") << u"otherAlertDidEnd:"_s << 99;
-        QTest::newRow("none given, has no default one") << QString() << 99;
-    }
     void delegateHearsTheAnswer() {
-        QFETCH(QString, selector);
-        QFETCH(int, heard);
         present();
         int answer = 99;
         const auto delegate = std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{
             {u"syncAlertDidEnd:"_s, [&answer](int code) { answer = code; }}});
-        QCOMPARE(
-            VLAlert::alertSheetWithMessageText(u"Sync?"_s, {}, {}, {}, {}, this, delegate, selector, false),
-            -1);
-        QCOMPARE(m_shown.size(), heard == 99 ? 0u : 1u);
-        if (heard != 99) m_shown[0]->ended(0);
-        QCOMPARE(answer, heard);
+        // A delegate that does not know the selector, or gives none and has no default one, is not asked.
+        for (const QString& selector : {u"otherAlertDidEnd:"_s, QString(), u"syncAlertDidEnd:"_s})
+            QCOMPARE(VLAlert::alertSheetWithMessageText(u"Sync?"_s, {}, {}, {}, {}, this, delegate, selector,
+                                                        false),
+                     -1);
+        QCOMPARE(m_shown.size(), 1u);
+        m_shown[0]->ended(0);
+        QCOMPARE(answer, 0);
     }
 
-    void timePasses_data() {
-        QTest::addColumn<bool>("onWorker");
-        QTest::addColumn<int>("interval");
-        QTest::addColumn<int>("code");
-        QTest::newRow("at once") << false << 0 << 1;
-        QTest::newRow("at once, worker") << true << 0 << 1;
-        QTest::newRow("after a while") << false << 60 << 1;
-        QTest::newRow("answered before") << false << 60000 << 0;
-    }
     void timePasses() {
-        QFETCH(bool, onWorker);
-        QFETCH(int, interval);
-        QFETCH(int, code);
-        present([code](Shown& shown) {
-            if (code == 0) shown.ended(0);
-        });
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(ask(onWorker,
-                     [interval] {
-                         return VLAlert::timedAlertSheetWithMessageText(u"Relaunching"_s, {}, u"Stay"_s, {},
-                                                                        {}, nullptr,
-                                                                        std::chrono::milliseconds(interval));
-                     }),
-                 code);
-        QVERIFY(timer.elapsed() < 4000);
-        QCOMPARE(m_shown.at(0)->isOrderedOut, code == 1);
-    }
-
-    void timePassesWithoutAThread() {
+        const auto timed = [](std::chrono::milliseconds interval) {
+            return [interval] {
+                return VLAlert::timedAlertSheetWithMessageText(u"Relaunching"_s, {}, u"Stay"_s, {}, {},
+                                                               nullptr, interval);
+            };
+        };
         present();
+        QCOMPARE(ask(false, timed(0ms)), 1);
+        QCOMPARE(ask(true, timed(0ms)), 1);
+        QCOMPARE(ask(false, timed(60ms)), 1);
         const NoMoreThreads none;
-        QCOMPARE(VLAlert::timedAlertSheetWithMessageText(u"Relaunching"_s, {}, {}, {}, {}, nullptr, 30ms), 1);
-        QVERIFY(m_shown.at(0)->isOrderedOut);
+        QCOMPARE(ask(false, timed(30ms)), 1);
+        for (const auto& shown : m_shown)
+            QVERIFY(shown->isOrderedOut);
+        present([](Shown& shown) { shown.ended(0); });
+        QCOMPARE(ask(false, timed(60s)), 0);
+        QVERIFY(!m_shown.back()->isOrderedOut);
     }
 
-    void quittingEndsEveryWait_data() {
-        QTest::addColumn<bool>("onWorker");
-        QTest::newRow("main") << false;
-        QTest::newRow("worker") << true;
-    }
     void quittingEndsEveryWait() {
-        QFETCH(bool, onWorker);
+        present([](Shown&) { VLThread::cancelAll(); });
+        QCOMPARE(ask(true, blockingAlert), -1);
+        VLThread::reset();
         int code = 99;
-        if (onWorker) {
-            present([](Shown&) { VLThread::cancelAll(); });
-            code = ask(true, blockingAlert);
-        } else {
-            present([](Shown&) { QCoreApplication::exit(3); });
-            QTimer::singleShot(0, this, [&code] { code = blockingAlert(); });
-            QCOMPARE(QCoreApplication::exec(), 3);
-        }
+        present([](Shown&) { QCoreApplication::exit(3); });
+        QTimer::singleShot(0, this, [&code] { code = blockingAlert(); });
+        QCOMPARE(QCoreApplication::exec(), 3);
         QCOMPARE(code, -1);
-        QVERIFY(m_shown.at(0)->isOrderedOut);
+        QVERIFY(m_shown.at(0)->isOrderedOut && m_shown.at(1)->isOrderedOut);
     }
 
     void nobodyToShowIt() {

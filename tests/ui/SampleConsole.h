@@ -2,6 +2,8 @@
 
 #include "app/AppController.h"
 #include "app/window/MainWindow.h"
+#include "foundation/MainThread.h"
+#include "foundation/VLThread.h"
 #include "tools/addonry/AddonryController.h"
 
 #include <memory>
@@ -101,7 +103,17 @@ public:
         if (!controller->init()) return false;
         window = std::make_unique<MainWindow>(*controller);
         controller->awakeFromNib();
+        window->showTool(u"addonry"_s);
         return true;
+    }
+    /// False when workers were left behind.
+    bool end() {
+        window.reset();
+        const bool hasEnded = controller->shutDown();
+        controller.reset();
+        VLThread::reset();
+        MainThread::resume();
+        return hasEnded;
     }
     std::shared_ptr<SampleService> add(const QString& name, const QString& address,
                                        const QString& model = {}) {

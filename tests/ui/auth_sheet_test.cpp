@@ -1,107 +1,120 @@
 #include "app/window/AuthSheet.h"
-#include "remote/FakeRemote.h"
+#include "remote/VLCallback.h"
 #include "remote/authorization/AuthorizationController.h"
-#include "support/TestEnvironment.h"
+#include "remote/authorization/AuthorizedRunner.h"
+#include "support/Fleet.h"
 #include "widgets/AlertSheet.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
-/// The sheet with the keyboard, over the real controller and a client in memory.
+/// The sheet with the keyboard, over a real agent: whoever is let in changes that machine's disk.
 class AuthSheetTest : public QObject {
     Q_OBJECT
 
-    /// The agent checks for as long as this is shut.
-    std::atomic<bool> m_answers{true};
+    Fleet m_fleet{QStringLiteral(AGENT_PROGRAM)};
+    QWidget m_window;
+    std::unique_ptr<AuthSheet> m_sheet;
+    QLineEdit *m_user = nullptr, *m_password = nullptr;
+    QPushButton* m_ok = nullptr;
+    std::atomic<int> m_runs{0};  ///< that have ended
+    const QString m_folder = u"/Library/Plug-Ins/FxPlug"_s;
+    QString m_plugin;  ///< its file name
 
-private Q_SLOTS:
-    void cleanup() {
-        VLThread::cancelAll();
-        QVERIFY(VLThread::joinAll(10s));
-        VLThread::reset();
+    [[nodiscard]] AuthorizationController& authorization() { return m_fleet.console().authorization(); }
+    [[nodiscard]] QString pluginPath(bool enabled) const {
+        return m_folder + (enabled ? u"/"_s : u" (Disabled)/"_s) + m_plugin;
+    }
+    [[nodiscard]] bool isEnabled() const { return QFile::exists(m_fleet.path(0, pluginPath(true))); }
+    /// The administrator's click, which needs rights on the machine.
+    void startToggling() {
+        VLThread::detach(u"toggle"_s, [this, enabled = isEnabled()] {
+            m_fleet.console().authorizedRunner().authExecuteRemoteMethods(
+                u"addonryEnablePlugin:settings:"_s, pluginPath(enabled), enabled ? 1 : 0);
+            ++m_runs;
+        });
+    }
+    void type(const QString& user, const QString& password) {
+        m_user->clear();
+        QTest::keyClicks(m_user, user);
+        QTest::keyClicks(m_password, password);
+        QTest::keyClick(m_password, Qt::Key_Return);
     }
 
-    void typing() {
-        Bench bench;
-        bench.addClients(1, [this](const QString&, const QVariantList& arguments) -> QVariant {
-            while (!m_answers)
-                VLThread::sleepFor(1ms);
-            return arguments[1].isValid();  // any password will do
-        });
-        QWidget window;
-        VLAlert::setPresenter(AlertSheet::presenter(&window));
-        const auto nothing = [] {};
-        AuthorizationController controller(
-            {.runner = &bench.runner,
-             .passwords = {},
-             .selectedServices = bench.environment().selectedServices,
-             .isKnown = [](const RemoteClientPtr&) { return true; },
-             .processingCancelled = [&] { return bench.progress.processingCancelled(); },
-             .setProcessingCancelled = [&](bool value) { bench.progress.setProcessingCancelled(value); },
-             .cancelAllProgress = nothing,
-             .putProgressAway = nothing,
-             .bringProgressBack = nothing,
-             .loginName = u"me"_s,
-             .startTimer = [](std::chrono::seconds, std::function<void()>) {},
-             .lookInterval = 5ms});
-        AuthSheet sheet(controller, &window);
-        controller.setView(&sheet);
-        auto& user = *sheet.findChild<QLineEdit*>(u"authUserNameText"_s);
-        auto& password = *sheet.findChild<QLineEdit*>(u"authPasswordText"_s);
-        auto& ok = *sheet.findChild<QPushButton*>(u"authOkButton"_s);
-        std::optional<HostCredentials> credentials;
-        std::atomic<int> ended{0};
-        const auto ask = [&] {
-            VLThread::detach(u"worker"_s, [&] {
-                credentials = controller.credentialsFor(bench.clients[0]);
-                ++ended;
-            });
-        };
-        window.show();
-
-        ask();
-        QTRY_VERIFY(sheet.isVisible());
-        QCOMPARE(user.text(), u"me"_s);
-        QVERIFY(user.hasFocus() || sheet.focusWidget() == &user);
-        sheet.findChild<QCheckBox*>(u"authKeychainCheck"_s)->setChecked(false);
-        user.clear();
-        QVERIFY(!ok.isEnabled());
-        QTest::keyClicks(&user, u"boss"_s);
-        QTest::keyClick(&user, Qt::Key_Return);  // without a password: refused
-        QTRY_VERIFY(sheet.findChild<AlertSheet*>());
-        sheet.findChild<AlertSheet*>()->accept();
-        QVERIFY(sheet.isVisible());
-
-        m_answers = false;
-        QTest::keyClicks(&password, u"horse"_s);
-        QTest::keyClick(&password, Qt::Key_Return);
-        QVERIFY(password.text().isEmpty() && !password.isEnabled() && !ok.isEnabled() && sheet.isVisible());
-        m_answers = true;
-        QTRY_COMPARE(ended.load(), 1);
-        QVERIFY(!sheet.isVisible() && user.text().isEmpty());
-        QCOMPARE(credentials->authName, u"boss"_s);
-
-        VLUserDefaults::standardUserDefaults().removeObjectForKey(u"users"_s);
-        QVERIFY(onWorker([&] { controller.removeStoredPasswordForHost(u"c0.local."_s); }));
-        ask();
-        QTRY_VERIFY(sheet.isVisible());
-        QTest::mouseClick(sheet.findChild<QPushButton*>(u"authSkipButton"_s), Qt::LeftButton);
-        QTRY_COMPARE(ended.load(), 2);
-        QVERIFY(!sheet.isVisible() && !credentials && !bench.progress.processingCancelled());
-
-        ask();
-        QTRY_VERIFY(sheet.isVisible());
-        QTest::keyClicks(&password, u"horse"_s);
-        QTest::keyClick(&password, Qt::Key_Escape);
-        QTRY_COMPARE(ended.load(), 3);
-        QVERIFY(!sheet.isVisible() && password.text().isEmpty() && bench.progress.processingCancelled());
-        controller.setView(nullptr);
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(m_fleet.start(1));
+        const QDir folder(m_fleet.path(0, m_folder));
+        m_plugin = folder.entryList({u"*.fxplug"_s}).value(0);
+        QVERIFY(!m_plugin.isEmpty());
+        m_sheet = std::make_unique<AuthSheet>(authorization(), &m_window);
+        m_user = m_sheet->findChild<QLineEdit*>(u"authUserNameText"_s);
+        m_password = m_sheet->findChild<QLineEdit*>(u"authPasswordText"_s);
+        m_ok = m_sheet->findChild<QPushButton*>(u"authOkButton"_s);
+        authorization().setView(m_sheet.get());
+        VLAlert::setPresenter(AlertSheet::presenter(&m_window));
+        m_window.show();
+    }
+    void cleanupTestCase() {
         VLAlert::setPresenter({});
+        authorization().setView(nullptr);
+        QVERIFY(!logLines().join(u'\n').contains(u"corvalin-sample"_s));
+    }
+
+    void wrongThenRight() {
+        startToggling();
+        QTRY_VERIFY_WITH_TIMEOUT(m_sheet->isVisible(), patience);
+        QVERIFY(!m_user->text().isEmpty() && m_sheet->focusWidget() == m_user);
+        m_user->clear();
+        QVERIFY(!m_ok->isEnabled());
+        m_sheet->findChild<QCheckBox*>(u"authKeychainCheck"_s)->setChecked(false);
+
+        type(u"admin"_s, u"a guess"_s);
+        QVERIFY(m_password->text().isEmpty() && !m_password->isEnabled() && !m_ok->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(m_sheet->findChild<AlertSheet*>(), patience);
+        auto* alert = m_sheet->findChild<AlertSheet*>();
+        QCOMPARE(alert->findChild<QLabel*>(u"informativeText"_s)->text(),
+                 u"Please enter a valid admin username and password for Bay 1."_s);
+        alert->accept();
+        QVERIFY(m_sheet->isVisible() && m_runs == 0 && isEnabled());
+
+        type(u"admin"_s, u"corvalin-sample"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(m_runs.load(), 1, patience);
+        QVERIFY(!m_sheet->isVisible() && m_user->text().isEmpty());
+        QVERIFY(!isEnabled() && QFile::exists(m_fleet.path(0, pluginPath(false))));
+
+        startToggling();  // the session knows the password
+        QTRY_COMPARE_WITH_TIMEOUT(m_runs.load(), 2, patience);
+        QVERIFY(isEnabled());
+        QCOMPARE(logLines().count(u"Showing authorization dialog..."_s), 1);
+    }
+
+    /// A scan that was refused makes the console ask again.
+    void skipAndCancel() {
+        const auto scan =
+            VLCallback::callbackWithName(u"vlEncodemendScanFinished"_s, {}, m_fleet.hostName(0));
+        scan->postCallback({{u"output"_s, u"unable to authorize: who are you?"_s}});
+        m_fleet.console().objectDidPostCallback(scan);
+        QTRY_VERIFY(authorization().authorizationDict().isEmpty());
+
+        startToggling();
+        QTRY_VERIFY_WITH_TIMEOUT(m_sheet->isVisible(), patience);
+        QTest::mouseClick(m_sheet->findChild<QPushButton*>(u"authSkipButton"_s), Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(m_runs.load(), 3, patience);
+        QVERIFY(!m_sheet->isVisible() && !m_fleet.console().taskThreads().processingCancelled());
+
+        startToggling();
+        QTRY_VERIFY_WITH_TIMEOUT(m_sheet->isVisible(), patience);
+        QTest::keyClicks(m_password, u"corvalin-sample"_s);
+        QTest::keyClick(m_password, Qt::Key_Escape);
+        QTRY_COMPARE_WITH_TIMEOUT(m_runs.load(), 4, patience);
+        QVERIFY(!m_sheet->isVisible() && m_password->text().isEmpty() && isEnabled());
+        QVERIFY(m_fleet.console().taskThreads().processingCancelled());
     }
 };
 

@@ -2,9 +2,8 @@
 
 #include "SampleConsole.h"
 #include "app/window/PreferencesWindow.h"
-#include "clients/VLVirtualService.h"
-#include "foundation/ValueUtilities.h"
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 #include "widgets/AlertSheet.h"
 #include "widgets/Theme.h"
 #include "widgets/ViewUtilities.h"
@@ -47,70 +46,38 @@ private Q_SLOTS:
         QVERIFY(m_console->start());
         m_console->window->show();
     }
-    void cleanup() {
-        m_console->window.reset();
-        QVERIFY(controller().shutDown());
-        m_console.reset();
-        VLThread::reset();
-        MainThread::resume();
-    }
+    void cleanup() { QVERIFY(m_console->end()); }
 
-    void switchesKeepTheirTypes_data() {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QVariant>("off");
-        QTest::addColumn<QVariant>("on");
-        QTest::newRow("update check") << u"SUCheckAtStartup"_s << QVariant(false) << QVariant(true);
-        QTest::newRow("welcome") << u"firstRun"_s << QVariant(false) << QVariant(true);
-        QTest::newRow("refresh") << u"autoRefresh"_s << QVariant(0LL) << QVariant(1LL);
-        QTest::newRow("keychain") << u"authAddKeychain"_s << QVariant(0LL) << QVariant(1LL);
-    }
     void switchesKeepTheirTypes() {
-        QFETCH(QString, key);
-        auto* box = preferences().findChild<QCheckBox*>(key);
-        QVERIFY(box && box->isChecked());  // what holds while nothing is stored
-        for (const char* state : {"off", "on"}) {
-            box->click();
-            const QVariant expected = *static_cast<QVariant*>(QTest::qData(state, QMetaType::QVariant));
-            QCOMPARE(defaults().objectForKey(key), expected);
-            QCOMPARE(defaults().objectForKey(key).typeId(), expected.typeId());
+        const std::tuple<QString, QVariant, QVariant> rows[] = {{u"SUCheckAtStartup"_s, false, true},
+                                                                {u"firstRun"_s, false, true},
+                                                                {u"autoRefresh"_s, 0LL, 1LL},
+                                                                {u"authAddKeychain"_s, 0LL, 1LL}};
+        for (const auto& [key, off, on] : rows) {
+            auto* box = preferences().findChild<QCheckBox*>(key);
+            QVERIFY(box && box->isChecked());  // what holds while nothing is stored
+            for (const QVariant& expected : {off, on}) {
+                box->click();
+                QCOMPARE(defaults().objectForKey(key), expected);
+                QCOMPARE(defaults().objectForKey(key).typeId(), expected.typeId());
+            }
+            Preferences::setOn(key, false);  // as any other part may
+            QVERIFY(!box->isChecked());
+            Preferences::setOn(key, true);
         }
-        Preferences::setOn(key, false);  // as any other part may
-        QVERIFY(!box->isChecked());
-        Preferences::setOn(key, true);
     }
 
-    void nobodyLocksThemselvesOutUnaware_data() {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<bool>("on");
-        QTest::newRow("cancelled") << u"defaultButton"_s << false;
-        QTest::newRow("wanted") << u"alternateButton"_s << true;
-    }
     void nobodyLocksThemselvesOutUnaware() {
-        QFETCH(QString, button);
-        QFETCH(bool, on);
-        auto* box = preferences().findChild<QCheckBox*>(u"requireAdminPassword"_s);
-        box->click();
-        auto* alert = preferences().findChild<AlertSheet*>();
-        QVERIFY(alert && alert->isVisible());
-        alert->findChild<QPushButton*>(button)->click();
-        QCOMPARE(box->isChecked(), on);
-        QCOMPARE(defaults().objectForKey(u"requireAdminPassword"_s), on ? QVariant(1LL) : QVariant());
-    }
-
-    void theme() {
-        auto* choice = preferences().findChild<QComboBox*>(u"theme"_s);
-        choice->setCurrentIndex(choice->findData(int(Theme::Dark)));
-        Q_EMIT choice->activated(choice->currentIndex());
-        QVERIFY(themeColors().dark);
-        QCOMPARE(storedTheme(), Theme::Dark);
-        applyTheme(Theme::Light);
-        QEvent event(QEvent::PaletteChange);  // Qt sends it only while the application runs
-        QApplication::sendEvent(&preferences(), &event);
-        QCOMPARE(choice->currentData().toInt(), int(Theme::Light));
-        applyTheme(Theme::System);
-        QEvent change(QEvent::ThemeChange);
-        QApplication::sendEvent(m_console->window.get(), &change);
-        QCOMPARE(QApplication::palette().color(QPalette::Window), themeColors().window);
+        for (const bool wanted : {false, true}) {
+            auto* box = preferences().findChild<QCheckBox*>(u"requireAdminPassword"_s);
+            box->click();
+            auto* alert = preferences().findChild<AlertSheet*>();
+            QVERIFY(alert && alert->isVisible());
+            alert->findChild<QPushButton*>(wanted ? u"alternateButton"_s : u"defaultButton"_s)->click();
+            QCOMPARE(box->isChecked(), wanted);
+            QCOMPARE(defaults().objectForKey(u"requireAdminPassword"_s), wanted ? QVariant(1LL) : QVariant());
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        }
     }
 
     void manualConnectionsAreRemoved() {
@@ -126,41 +93,13 @@ private Q_SLOTS:
         QCOMPARE(controller().services().serviceArray().size(), 1);
     }
 
-    void demonstrationClients() {
-        auto* add = m_console->find<QAction>("addDemonstrationAction");
-        add->trigger();
-        add->trigger();
-        controller().disconnectClient(controller().services().serviceArray().first());
-        add->trigger();
-        const QList<VLServicePtr> services = controller().services().serviceArray();
-        QCOMPARE(services.size(), 2);
-        QCOMPARE(services[0]->name(), u"Demo 1"_s);
-        QCOMPARE(services[1]->hostName(), u"Demo 2.virtual."_s);
-        QVERIFY(!services[0]->icon().isNull() && services[0]->isConnected());
-        QVERIFY(controller().servicesAvailable());
-
-        std::atomic<bool> isDone{false};
-        QVariantMap answers;
-        VLThread::detach(u"reads"_s, [&] {
-            answers = controller().runner().objectsFromRemoteMethod(u"addonryPluginList"_s).toMap();
-            isDone = true;
-        });
-        QTRY_VERIFY(isDone);
-        QCOMPARE(answers.keys(), QStringList({u"Demo 1.virtual."_s, u"Demo 2.virtual."_s}));
-        QVERIFY(answers.first().toList().size() > 3);
-        controller().disconnectClient(services[0]);
-        QCOMPARE(controller().services().serviceArray(), QList<VLServicePtr>{services[1]});
-    }
-
     void alertsOfWorkers_data() {
-        QTest::addColumn<int>("interval");
-        QTest::addColumn<QString>("happens");
-        QTest::addColumn<int>("code");
-        QTest::newRow("answered") << 0 << u"alternateButton"_s << int(VLAlert::AlternateReturn);
-        QTest::newRow("time passes") << 50 << QString() << int(VLAlert::DefaultReturn);
-        QTest::newRow("answered in time") << 60'000 << u"alternateButton"_s << int(VLAlert::AlternateReturn);
-        QTest::newRow("window goes") << 0 << u"delete"_s << int(VLAlert::OtherReturn);
-        QTest::newRow("window is closed") << 0 << u"close"_s << int(VLAlert::OtherReturn);
+        const TestTable<int, QString, int> row("interval", "happens", "code");
+        row("time passes", 50, {}, VLAlert::DefaultReturn);
+        row("answered in time", 60'000, u"alternateButton"_s, VLAlert::AlternateReturn);
+        row("answered", 0, u"alternateButton"_s, VLAlert::AlternateReturn);
+        row("window goes", 0, u"delete"_s, VLAlert::OtherReturn);
+        row("window is closed", 0, u"close"_s, VLAlert::OtherReturn);
     }
     void alertsOfWorkers() {
         QFETCH(int, interval);
@@ -190,15 +129,12 @@ private Q_SLOTS:
     }
 
     void alertKeys_data() {
-        QTest::addColumn<QStringList>("titles");  // default, alternate, other
-        QTest::addColumn<int>("key");
-        QTest::addColumn<int>("code");
-        const QStringList one{QString(), QString(), QString()}, two{u"Sync"_s, u"Skip"_s, QString()},
-            three{u"Save"_s, u"No"_s, u"Cancel"_s};
-        QTest::newRow("return") << three << int(Qt::Key_Return) << 1;
-        QTest::newRow("escape, one button") << one << int(Qt::Key_Escape) << 1;
-        QTest::newRow("escape, two") << two << int(Qt::Key_Escape) << 0;
-        QTest::newRow("escape means Cancel") << three << int(Qt::Key_Escape) << -1;
+        const TestTable<QStringList, int, int> row("titles", "key", "code");
+        const QStringList three{u"Save"_s, u"No"_s, u"Cancel"_s};
+        row("return", three, Qt::Key_Return, 1);
+        row("escape, one button", QStringList(3), Qt::Key_Escape, 1);
+        row("escape, two", {u"Sync"_s, u"Skip"_s, {}}, Qt::Key_Escape, 0);
+        row("escape means Cancel", three, Qt::Key_Escape, -1);
     }
     void alertKeys() {
         QFETCH(QStringList, titles);
@@ -225,16 +161,6 @@ private Q_SLOTS:
         QVERIFY(view.toPlainText().startsWith(u"Text"_s));
         view.setSource(QUrl(u"file:///etc/hostname"_s));
         QVERIFY(view.toPlainText().startsWith(u"Text"_s));
-    }
-
-    void values() {
-        const QList<AsciiRange> letters{{'a', 'z'}, {'A', 'Z'}}, printable{{' ', '~'}};
-        QCOMPARE(stringWithString(u"Bay 5 – é\n"_s, letters), u"Bay"_s);
-        QCOMPARE(stringWithString(u"Bay 5 – é\n"_s, printable), u"Bay 5  "_s);
-        QCOMPARE(stringWithString(u"a"_s, {}), QString());
-        const QDateTime sunday(QDate(2009, 11, 1), QTime(23, 59, 7));
-        QCOMPARE(componentsFromDate(sunday), (DateComponents{2009, 11, 1, 23, 59, 7, 1}));
-        QCOMPARE(componentsFromDate({}), DateComponents());
     }
 };
 

@@ -25,6 +25,11 @@ class TroubleshooterWindowTest : public QObject {
     [[nodiscard]] TroubleshooterWindow& window() {
         return *m_console.window->findChild<TroubleshooterWindow*>();
     }
+    [[nodiscard]] QString value(const char* row) {
+        const auto* label = m_console.window->findChild<ClientInfoPanel*>()->findChild<QLabel*>(
+            u"info:"_s + QLatin1String(row));
+        return label ? label->text() : QString();
+    }
     void click(const char* name) { window().findChild<QPushButton*>(QLatin1String(name))->click(); }
 
 private Q_SLOTS:
@@ -35,13 +40,7 @@ private Q_SLOTS:
         m_console.window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_console.window.get()));
     }
-    void cleanup() {
-        QVERIFY(m_console.controller->shutDown());
-        m_console.window.reset();
-        m_console.controller.reset();
-        VLThread::reset();
-        MainThread::resume();
-    }
+    void cleanup() { QVERIFY(m_console.end()); }
 
     void opensByItselfWithoutTakingTheKeyboard() {
         const auto bay = m_console.add("Bay 1", "192.168.1.21");
@@ -68,24 +67,12 @@ private Q_SLOTS:
         QVERIFY(window().findChild<QPushButton*>(u"reviewIdentity"_s)->isHidden());
         click("retry");
         QTRY_COMPARE(one->reconnects, 1);
-        click("testPort");
-        QVERIFY(window().details().contains(u"No address"_s));
         click("copyDetails");
         QCOMPARE(QGuiApplication::clipboard()->text(), window().details());
 
         window().select(two);
         QCOMPARE(title->text(), ConnectionProblem::titleOf(ConnectionProblem::ChangedKey));
-        QVERIFY(window().details().contains(u"<b>2</b>"_s) && !window().details().contains(u"No address"_s));
-        m_console.add("Bay 0", "192.168.1.20")->showNotConnected(u"lost"_s, ConnectionFailure::Lost);
-        m_console.controller->populateConnectionTroubleshooterServices();
-        QCOMPARE(window().selectedService(), two);
-
-        click("showLog");
-        QVERIFY(m_console.find<QWidget>("logWindow")->isVisible());
-        for (const VLServicePtr& service : m_console.controller->services().serviceArray())
-            m_console.controller->services().removeServiceFromList(service);
-        m_console.controller->populateConnectionTroubleshooterServices();
-        QVERIFY(window().findChild<QWidget*>(u"troubleshooterEmpty"_s)->isVisible());
+        QVERIFY(window().details().contains(u"<b>2</b>"_s));
     }
 
     void informsAboutTheOneSelectedClient() {
@@ -94,19 +81,12 @@ private Q_SLOTS:
         ServiceList& services = m_console.controller->services();
         services.setSelectedServices({one});
         Q_EMIT m_console.window->findChild<ClientOutline*>()->serviceActivated(one);
-        auto* panel = m_console.window->findChild<ClientInfoPanel*>();
-        QVERIFY(panel && panel->isVisible());
-        const auto value = [&](const char* row) {
-            return panel->findChild<QLabel*>(u"info:"_s + QLatin1String(row))->text();
-        };
+        QVERIFY(m_console.window->findChild<ClientInfoPanel*>()->isVisible());
         QCOMPARE(value("Agent version"), u"unknown"_s);
         services.setSelectedServices({two});
         QCOMPARE(value("Address"), u"192.168.1.22"_s);
-        two->setName(u"Bay <b>3</b>"_s);
-        services.serviceChanged(two);
-        QCOMPARE(value("Name"), u"Bay <b>3</b>"_s);
         services.setSelectedServices({one, two});
-        QCOMPARE(panel->service(), nullptr);
+        QCOMPARE(m_console.window->findChild<ClientInfoPanel*>()->service(), nullptr);
         services.removeServiceFromList(one);
     }
 
@@ -127,10 +107,6 @@ private Q_SLOTS:
                 [&](const VLServicePtr&, const QImage& fetched) { picture = fetched; });
         controller.showInfo(client);
         auto* panel = m_console.window->findChild<ClientInfoPanel*>();
-        const auto value = [&](const char* row) {
-            const auto* label = panel->findChild<QLabel*>(u"info:"_s + QLatin1String(row));
-            return label ? label->text() : QString();
-        };
         QTRY_COMPARE(value("Processor"), u"G5"_s);
         QCOMPARE(value("Rack unit"), u"7"_s);
         QTRY_COMPARE(picture.size(), QSize(256, 256));

@@ -67,10 +67,9 @@ void AdministratorGuard::requireAdministrator(quint64 peer, const QString& user,
 
 void AdministratorGuard::requireAdministrator(quint64 peer, const QVariant& credentials) {
     const QVariantMap values = credentials.toMap();
-    const QVariant user = values.value(QStringLiteral("authUser"));
     const QVariant password = values.value(QStringLiteral("authPass"));
-    // Values of other types would be converted silently.
-    requireAdministrator(peer, user.typeId() == QMetaType::QString ? user.toString() : QString(),
+    // A password of another type would be converted silently.
+    requireAdministrator(peer, VLCorvalinServerProtocol::textValue(values.value(QStringLiteral("authUser"))),
                          password.typeId() == QMetaType::QByteArray ? password.toByteArray() : QByteArray());
 }
 

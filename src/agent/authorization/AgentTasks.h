@@ -6,15 +6,16 @@
 
 #include <functional>
 
-/// The tasks of the suite's applications that need an administrator, by the application's bundle identifier.
+/// Tasks of the suite's applications, by the application's bundle identifier.
 /// Filled at start-up and constant afterwards.
 class AgentTasks {
 public:
     /// Does the task and returns what there is to say about it. Throws VLException, taskNotFound() for a task
-    /// that the application does not have. Runs after the credentials were checked, on any thread.
+    /// that the application does not have. Any thread.
     using Run = std::function<QString(const QString& task, const QVariantMap& options)>;
 
     void add(const QString& bundleID, Run run) { m_applications.insert(bundleID, std::move(run)); }
+    [[nodiscard]] bool contains(const QString& bundleID) const { return m_applications.contains(bundleID); }
     /// Throws the error 1000 for an application that this agent knows no tasks of.
     [[nodiscard]] QString run(const QString& task, const QString& bundleID, const QVariantMap& options) const;
 

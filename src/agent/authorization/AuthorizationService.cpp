@@ -8,20 +8,22 @@
 
 namespace {
 
-/// The first five arguments of both forms of an authorised task.
+/// The first arguments of both forms of an authorised task.
 struct TaskCall {
     explicit TaskCall(const QVariantList& arguments)
         : task(arguments.at(0).toString()),
           bundleID(arguments.at(1).toString()),
-          options(arguments.at(2).toMap()),
-          user(arguments.at(3).toString()),
-          password(arguments.at(4).toByteArray()) {}
+          options(arguments.at(2).toMap()) {}
 
     QString task, bundleID;
     QVariantMap options;
-    QString user;
-    QByteArray password;
 };
+
+/// The two arguments behind those, of both forms; not kept any longer than the check takes.
+void requireAdministrator(AgentContext& agent, const OperationCall& operation) {
+    agent.administrators.requireAdministrator(operation.peer, operation.arguments.at(3).toString(),
+                                              operation.arguments.at(4).toByteArray());
+}
 
 void answer(const VLRemoteCallbackPtr& callback, const QString& output) {
     if (callback)
@@ -43,7 +45,7 @@ QVariant taskWithCallback(AgentContext& agent, const OperationCall& operation) {
     const TaskCall call(operation.arguments);
     const auto callback = operation.arguments.at(5).value<VLRemoteCallbackPtr>();
     try {
-        agent.administrators.requireAdministrator(operation.peer, call.user, call.password);
+        requireAdministrator(agent, operation);
     } catch (const VLException&) {
         answer(callback, QStringLiteral("Unable to authorize: incorrect username or password."));
         throw;
@@ -65,8 +67,8 @@ void addAuthorizationOperations(OperationTable& table, AgentContext& agent) {
     });
     table.add(QStringLiteral("authExecuteTask:bundleID:options:username:password:"),
               [&agent](const OperationCall& operation) {
+                  requireAdministrator(agent, operation);
                   const TaskCall call(operation.arguments);
-                  agent.administrators.requireAdministrator(operation.peer, call.user, call.password);
                   static_cast<void>(agent.tasks.run(call.task, call.bundleID, call.options));
                   return QVariant();
               });

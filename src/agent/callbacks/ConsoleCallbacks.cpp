@@ -107,6 +107,26 @@ void ConsoleCallbacks::postToCaller(quint64 peer, const QString& selector, const
     callback->post(selector, withHostName(selector, arguments, hostName));
 }
 
+/// "cancelProcessing" does nothing but is answered, in its turn.
+void ConsoleCallbacks::waitUntilReceived(std::chrono::milliseconds limit) {
+    QList<VLRemoteCallbackPtr> callbacks;
+    {
+        const std::lock_guard lock(m_mutex);
+        for (const Console& console : std::as_const(m_consoles))
+            if (console.callback) callbacks.append(console.callback);
+    }
+    const auto end = Clock::now() + limit;
+    for (const VLRemoteCallbackPtr& callback : std::as_const(callbacks)) {
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        if (rest <= std::chrono::milliseconds::zero()) return;
+        try {
+            callback->perform(QStringLiteral("cancelProcessing"), {}, rest);
+        } catch (const VLException&) {
+            // It is gone already, or too slow: nobody is waited for any longer than that.
+        }
+    }
+}
+
 void ConsoleCallbacks::postFailure(quint64 peer, const VLException& error, const QString& hostName) {
     if (error.userInfo().contains(QStringLiteral("code")))
         return postToCaller(peer, QStringLiteral("addErrorToQueue:hostname:"), {error.userInfo(), hostName});

@@ -40,6 +40,8 @@ public:
     void postToAll(const QString& selector, const QVariantList& arguments = {});
     /// To the console behind `peer`; to nobody when that one has handed over no object.
     void postToCaller(quint64 peer, const QString& selector, const QVariantList& arguments = {});
+    /// Waits, at most `limit` for all together, until every console has received what was posted to it.
+    void waitUntilReceived(std::chrono::milliseconds limit);
     /// A failure for the error queue of the console behind `peer`: as an error when it has a code, else as an
     /// exception.
     void postFailure(quint64 peer, const VLException& error, const QString& hostName);

@@ -1,6 +1,7 @@
 #include "clients/view/ClientState.h"
 
 #include "clients/VLService.h"
+#include "remote/VLCorvalinServerProtocol.h"
 
 namespace {
 
@@ -51,6 +52,5 @@ QString clientModel(const VLService& service) {
         const QByteArray advertised = netService->txtRecord.value(key);
         if (!advertised.isEmpty()) return QString::fromUtf8(advertised).left(longestModel);
     }
-    const QVariant configured = service.configDict().value(key);
-    return configured.typeId() == QMetaType::QString ? configured.toString().left(longestModel) : QString();
+    return VLCorvalinServerProtocol::textValue(service.configDict().value(key)).left(longestModel);
 }

@@ -15,6 +15,19 @@ namespace {
 const QString serviceName = QStringLiteral("Corvalin Orlendo");
 const QString itemKind = QStringLiteral("Host password");
 
+/// Of the host under `key` ("users", "authAgents").
+QString storedText(const char* key, const QString& hostName) {
+    return VLUserDefaults::standardUserDefaults()
+        .dictionaryForKey(QLatin1String(key))
+        .value(hostName)
+        .toString();
+}
+
+/// Whether what is stored under the client's host name was typed for its agent.
+bool isStoredFor(const RemoteClient& service) {
+    return storedText("authAgents", service.hostName()) == service.identity();
+}
+
 }  // namespace
 
 PasswordStore PasswordStore::keychain() {
@@ -42,11 +55,11 @@ AuthorizationController::~AuthorizationController() = default;
 
 // ---- Credentials
 
-std::optional<HostCredentials> AuthorizationController::credentialsFor(const RemoteClientPtr& service) {
-    const QString hostName = service->hostName();
+std::optional<HostCredentials> AuthorizationController::credentialsFor(const RemoteClientPtr& service,
+                                                                       int run) {
     for (;;) {
-        if (m_authorizationDict.shared()->value(hostName).authName.isEmpty() && !takeFromKeychain(hostName)) {
-            const SheetPtr sheet = showAuthDialogAndLoop(service);
+        if (entered(*service).authName.isEmpty() && !takeFromKeychain(*service)) {
+            const SheetPtr sheet = showAuthDialogAndLoop(service, run);
             const bool isOwn = !sheet || sheet->service == service;
             if (!sheet || (isOwn && sheet->code == Skipped)) {
                 VLLog::appendLog(QStringLiteral("User skipped authorization dialog."));
@@ -55,16 +68,16 @@ std::optional<HostCredentials> AuthorizationController::credentialsFor(const Rem
             }
             if (sheet->code == Canceled) return std::nullopt;
             // A sheet about another client may have been answered for this one as well, or not.
-            if (!isOwn && !shallStop(service) && !m_authorizationDict.shared()->contains(hostName)) continue;
+            if (!isOwn && !shallStop(service, run) && entered(*service).authName.isEmpty()) continue;
         }
-        if (shallStop(service)) return std::nullopt;
-        HostCredentials credentials = m_authorizationDict.shared()->value(hostName);
+        if (shallStop(service, run)) return std::nullopt;
+        HostCredentials credentials = entered(*service);
         if (credentials.authName.isEmpty()) return std::nullopt;
         switch (ask(credentials, service)) {
             case Verdict::Accepted:
                 return credentials;
             case Verdict::Refused:
-                forgetRefused(hostName);
+                forgetRefused(*service);
                 break;
             case Verdict::NoAnswer:
                 VLLog::appendLog(QStringLiteral("%@ did not say whether it accepts the password."),
@@ -74,14 +87,19 @@ std::optional<HostCredentials> AuthorizationController::credentialsFor(const Rem
     }
 }
 
-bool AuthorizationController::shallStop(const RemoteClientPtr& service) const {
-    return m_environment.processingCancelled() || VLThread::isCancelled() || MainThread::isQuitting() ||
+HostCredentials AuthorizationController::entered(const RemoteClient& service) const {
+    HostCredentials credentials = m_authorizationDict.shared()->value(service.hostName());
+    return credentials.identity == service.identity() ? credentials : HostCredentials();
+}
+
+bool AuthorizationController::shallStop(const RemoteClientPtr& service, int run) const {
+    return m_environment.isCancelled(run) || VLThread::isCancelled() || MainThread::isQuitting() ||
            !m_environment.isKnown(service);
 }
 
 bool AuthorizationController::validateAuthorization(const QString& userName, const QByteArray& password,
                                                     const RemoteClientPtr& service) {
-    return ask({userName, password}, service) == Verdict::Accepted;
+    return ask({userName, password, {}}, service) == Verdict::Accepted;
 }
 
 /// A client that cannot be reached has not refused anything: that must not cost the stored password.
@@ -101,28 +119,44 @@ AuthorizationController::Verdict AuthorizationController::ask(const HostCredenti
     return answer.toBool() ? Verdict::Accepted : Verdict::Refused;
 }
 
-bool AuthorizationController::takeFromKeychain(const QString& hostName) {
+bool AuthorizationController::takeFromKeychain(const RemoteClient& service) {
     VLLog::appendLog(QStringLiteral("Checking keychain..."));
-    const QString user = storedUser(hostName);
+    const QString hostName = service.hostName();
+    const QString user = storedText("users", hostName);
     if (user.isEmpty()) return false;
+    if (!isStoredFor(service)) {
+        VLLog::appendLog(QStringLiteral("What is stored for %@ is for an agent with another key."), hostName);
+        return false;
+    }
     std::optional<Secret> password;
     onKeychain([&] { password = m_environment.passwords.password(user, hostName); });
     if (!password || password->isEmpty()) return false;
     VLLog::appendLog(QStringLiteral("Taking stored password from keychain."));
     const HostCredentials credentials(
-        user, VLEncryption::AESEncryptData(password->view(), VLEncryption::hostPassphrase()));
+        user, VLEncryption::AESEncryptData(password->view(), VLEncryption::hostPassphrase()),
+        service.identity());
     setAuthorizationDict([&](Credentials& all) { all.insert(hostName, credentials); });
     return true;
 }
 
-void AuthorizationController::forgetRefused(const QString& hostName) {
-    setAuthorizationDict([&](Credentials& all) { all.remove(hostName); });
-    const QString user = storedUser(hostName);
-    if (!user.isEmpty()) onKeychain([&] { m_environment.passwords.remove(user, hostName); });
+/// An agent that came under another's name has not refused that one's password.
+void AuthorizationController::forgetRefused(const RemoteClient& service) {
+    forgetEntered(service.hostName());
+    if (isStoredFor(service)) removeFromKeychain(service.hostName());
 }
 
 void AuthorizationController::removeStoredPasswordForHost(const QString& hostName) {
-    forgetRefused(hostName);
+    forgetEntered(hostName);
+    removeFromKeychain(hostName);
+}
+
+void AuthorizationController::forgetEntered(const QString& hostName) {
+    setAuthorizationDict([&](Credentials& all) { all.remove(hostName); });
+}
+
+void AuthorizationController::removeFromKeychain(const QString& hostName) {
+    const QString user = storedText("users", hostName);
+    if (!user.isEmpty()) onKeychain([&] { m_environment.passwords.remove(user, hostName); });
 }
 
 /// The copy is made on the main thread too, so that no two changes lose one another.
@@ -134,22 +168,15 @@ void AuthorizationController::setAuthorizationDict(const std::function<void(Cred
     });
 }
 
-QString AuthorizationController::storedUser(const QString& hostName) {
-    return VLUserDefaults::standardUserDefaults()
-        .dictionaryForKey(QStringLiteral("users"))
-        .value(hostName)
-        .toString();
-}
-
 // ---- Waiting for the sheet
 
 AuthorizationController::SheetPtr AuthorizationController::showAuthDialogAndLoop(
-    const RemoteClientPtr& service) {
+    const RemoteClientPtr& service, int run) {
     const VLCallLock lock;
     VLLog::appendLog(QStringLiteral("Preparing to show authorization dialog..."));
     SheetPtr sheet;
     onMainThreadAndWait([&] { sheet = showAuthForHostname(service); });
-    while (sheet && sheet->code == Unanswered && !shallStop(service))
+    while (sheet && sheet->code == Unanswered && !shallStop(service, run))
         VLThread::sleepFor(m_environment.lookInterval);
     return sheet;
 }

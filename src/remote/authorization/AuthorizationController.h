@@ -35,6 +35,10 @@ struct PasswordStore {
 /// Obtains the administrator credentials that authorised operations need: from what was entered in this
 /// session, from the keychain, or from the user through the sheet; and checks them with the client.
 ///
+/// What was typed for a host is given to the agent that it was typed for and to no other that comes under the
+/// host's name: the settings note whose it is, under "authAgents", beside the user's name under "users".
+/// A client that does not answer the check has refused nothing, and keeps its stored password.
+///
 /// Workers call credentialsFor() and may block in it. Everything that the sheet does is main thread.
 class AuthorizationController : public QObject {
     Q_OBJECT
@@ -47,7 +51,7 @@ public:
         std::function<QList<RemoteClientPtr>()> selectedServices;  ///< any thread
         /// False once a client was removed from the list. Any thread.
         std::function<bool(const RemoteClientPtr&)> isKnown;
-        std::function<bool()> processingCancelled;                   ///< any thread
+        std::function<bool(int run)> isCancelled;                    ///< TaskProgress's; any thread
         std::function<void(bool cancelled)> setProcessingCancelled;  ///< any thread
         std::function<void()> cancelAllProgress;                     ///< main thread
         /// Main thread: takes the progress sheet away if it shows, and brings back one that was taken away.
@@ -67,8 +71,8 @@ public:
 
     // Workers.
     /// Credentials that the client has just accepted; none when the user skipped or cancelled, when the
-    /// client is gone or does not answer, or when the program quits.
-    [[nodiscard]] std::optional<HostCredentials> credentialsFor(const RemoteClientPtr& service);
+    /// client is gone or does not answer, when `run` (of TaskProgress) is over or the program quits.
+    [[nodiscard]] std::optional<HostCredentials> credentialsFor(const RemoteClientPtr& service, int run);
     /// What the client says; one that does not know the question is taken to accept.
     [[nodiscard]] bool validateAuthorization(const QString& userName, const QByteArray& password,
                                              const RemoteClientPtr& service);
@@ -80,7 +84,7 @@ public:
     void skipAuth();
     void cancelAuth();
 
-    /// Asks whether to forget every stored password, and does.
+    /// Asks whether to forget every stored password, and does, those of this session as well.
     void securityRemovePasswords(QObject* parentWindow);
     /// The client has left the list: nobody is asked about it any more.
     void serviceRemoved(const RemoteClientPtr& service);
@@ -107,7 +111,6 @@ private:
     using SheetPtr = std::shared_ptr<Sheet>;
     /// What was typed, while it is checked and after that.
     struct Entry {
-        QString userName;
         Secret password;
         HostCredentials credentials;
         bool applyToAll = false;
@@ -116,11 +119,13 @@ private:
     using EntryPtr = std::shared_ptr<const Entry>;
 
     [[nodiscard]] Verdict ask(const HostCredentials& credentials, const RemoteClientPtr& service);
-    [[nodiscard]] bool takeFromKeychain(const QString& hostName);
-    void forgetRefused(const QString& hostName);
-    [[nodiscard]] bool shallStop(const RemoteClientPtr& service) const;
+    /// What the session has for this client; without a name when that is nothing.
+    [[nodiscard]] HostCredentials entered(const RemoteClient& service) const;
+    [[nodiscard]] bool takeFromKeychain(const RemoteClient& service);
+    void forgetRefused(const RemoteClient& service);
+    [[nodiscard]] bool shallStop(const RemoteClientPtr& service, int run) const;
 
-    [[nodiscard]] SheetPtr showAuthDialogAndLoop(const RemoteClientPtr& service);
+    [[nodiscard]] SheetPtr showAuthDialogAndLoop(const RemoteClientPtr& service, int run);
     [[nodiscard]] SheetPtr showAuthForHostname(const RemoteClientPtr& service);
     void answered(const SheetPtr& sheet, Verdict verdict, const EntryPtr& entry);
     void endAuth();
@@ -132,7 +137,8 @@ private:
 
     // Main thread, waiting.
     void setAuthorizationDict(const std::function<void(Credentials&)>& change);
-    [[nodiscard]] static QString storedUser(const QString& hostName);
+    void forgetEntered(const QString& hostName);
+    void removeFromKeychain(const QString& hostName);
 
     void onKeychain(const std::function<void()>& work);
     void onKeychainLater(std::function<void()> work);

@@ -52,21 +52,22 @@ void AuthorizationController::authorize(const QString& userName, Secret password
                                         bool addToKeychain) {
     if (!m_sheet || m_isChecking) return;
     auto entry = std::make_shared<Entry>();
-    entry->userName = userName;
     entry->credentials = {userName,
-                          VLEncryption::AESEncryptData(password.view(), VLEncryption::hostPassphrase())};
+                          VLEncryption::AESEncryptData(password.view(), VLEncryption::hostPassphrase()),
+                          m_sheet->service->identity()};
     entry->password = std::move(password);
     entry->applyToAll = applyToAll;
     entry->addToKeychain = addToKeychain;
     m_isChecking = true;
     m_view->setChecking(true);
-    VLThread::detach(QStringLiteral("authorize"),
-                     [this, alive = std::weak_ptr(m_alive), entry, sheet = m_sheet] {
-                         const Verdict verdict = ask(entry->credentials, sheet->service);
-                         onMainThread([this, alive, sheet, verdict, entry] {
-                             if (!alive.expired()) answered(sheet, verdict, entry);
-                         });
-                     });
+    const bool isAsked = VLThread::detach(QStringLiteral("authorize"),
+                                          [this, alive = std::weak_ptr(m_alive), entry, sheet = m_sheet] {
+                                              const Verdict verdict = ask(entry->credentials, sheet->service);
+                                              onMainThread([this, alive, sheet, verdict, entry] {
+                                                  if (!alive.expired()) answered(sheet, verdict, entry);
+                                              });
+                                          });
+    if (!isAsked) answered(m_sheet, Verdict::NoAnswer, entry);
 }
 
 void AuthorizationController::answered(const SheetPtr& sheet, Verdict verdict, const EntryPtr& entry) {
@@ -150,27 +151,32 @@ void AuthorizationController::authSheetDidEnd(ReturnCode code, const EntryPtr& e
 
 /// The credentials count for the client that was asked for, and for all selected ones when so ticked.
 void AuthorizationController::take(const EntryPtr& entry) {
-    Credentials all = m_authorizationDict.get();
-    QStringList hosts{m_lastAuthService->hostName()};
-    all.insert(hosts.first(), entry->credentials);
-    if (entry->applyToAll) {
-        const QList<RemoteClientPtr> selected = m_environment.selectedServices();
-        for (const RemoteClientPtr& other : selected)
-            if (!hosts.contains(other->hostName())) hosts.append(other->hostName());
-    }
+    QList<RemoteClientPtr> clients{m_lastAuthService};
+    if (entry->applyToAll) clients += m_environment.selectedServices();
     VLUserDefaults& defaults = VLUserDefaults::standardUserDefaults();
-    QVariantMap users = defaults.dictionaryForKey(QStringLiteral("users"));
-    for (const QString& host : std::as_const(hosts)) {
-        if (!all.contains(host)) all.insert(host, entry->credentials);
-        users.insert(host, entry->userName);
+    const QString usersKey = QStringLiteral("users"), agentsKey = QStringLiteral("authAgents");
+    QVariantMap users = defaults.dictionaryForKey(usersKey), agents = defaults.dictionaryForKey(agentsKey);
+    Credentials all = m_authorizationDict.get();
+    QStringList hosts;
+    for (const RemoteClientPtr& client : std::as_const(clients)) {
+        const QString host = client->hostName();
+        if (hosts.contains(host)) continue;
+        HostCredentials credentials = entry->credentials;
+        if (!hosts.isEmpty()) credentials.identity = client->identity();
+        hosts.append(host);
+        users.insert(host, credentials.authName);
+        agents.insert(host, credentials.identity);
+        const bool hasOwn = hosts.size() > 1 && !entered(*client).authName.isEmpty();
+        if (!hasOwn) all.insert(host, credentials);
     }
     if (entry->addToKeychain && !entry->password.isEmpty()) {
         onKeychainLater([add = m_environment.passwords.add, hosts, entry] {
             for (const QString& host : hosts)
-                add(entry->userName, host, entry->password);
+                add(entry->credentials.authName, host, entry->password);
         });
     }
-    defaults.setObject(users, QStringLiteral("users"));
+    defaults.setObject(users, usersKey);
+    defaults.setObject(agents, agentsKey);
     defaults.synchronize();
     restartTimer();
     setAuthorizationDict([&](Credentials& installed) { installed = all; });

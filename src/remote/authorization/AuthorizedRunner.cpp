@@ -43,12 +43,12 @@ VLProxyObjectPtr AuthorizedRunner::proxyFor(const QString& selector, const Remot
 }
 
 /// What every authorised run has in common, around the sending.
-void AuthorizedRunner::run(const char* method, const QString& selector, const RemoteClientPtr& service,
-                           const Send& send) const {
+void AuthorizedRunner::perform(const char* method, const QString& selector, const RemoteClientPtr& service,
+                               int run, const Send& send) const {
     if (!service || (service->errorCode() > 0 && !isAllowedInError(selector)) || !service->enabled()) return;
     try {
         if (!proxyFor(selector, service)) return;
-        const std::optional<HostCredentials> credentials = m_environment.credentialsFor(service);
+        const std::optional<HostCredentials> credentials = m_environment.credentialsFor(service, run);
         if (!credentials) return;
         // The user may have taken a while: the connection can be another one by now.
         const VLProxyObjectPtr proxy = m_environment.runner->connectedProxy(service);
@@ -67,6 +67,12 @@ void AuthorizedRunner::run(const char* method, const QString& selector, const Re
 
 void AuthorizedRunner::authExecuteRemoteMethod(const QString& selector, const QVariant& obj1,
                                                const QVariant& obj2, const RemoteClientPtr& service) const {
+    authExecuteRemoteMethod(selector, obj1, obj2, service, m_environment.progress->currentRun());
+}
+
+void AuthorizedRunner::authExecuteRemoteMethod(const QString& selector, const QVariant& obj1,
+                                               const QVariant& obj2, const RemoteClientPtr& service,
+                                               int run) const {
     m_environment.clearAuthSkipped();
     VLLog::appendLog(QStringLiteral("Auth executing remote method %@ on host %@"), selector, nameOf(service));
     const auto send = [&](VLProxyObject& proxy, const HostCredentials& credentials) {
@@ -79,8 +85,8 @@ void AuthorizedRunner::authExecuteRemoteMethod(const QString& selector, const QV
         arguments.resize(VLCorvalinServerProtocol::argumentCount(selector));
         proxy.perform(selector, arguments);
     };
-    run("-[AppController authExecuteRemoteMethod:withObject:withObject:forService:]", selector, service,
-        send);
+    perform("-[AppController authExecuteRemoteMethod:withObject:withObject:forService:]", selector, service,
+            run, send);
 }
 
 void AuthorizedRunner::authExecuteRemoteTask(const QString& task, const QString& bundleID,
@@ -97,8 +103,8 @@ void AuthorizedRunner::authExecuteRemoteTask(const QString& task, const QString&
         if (callback) arguments << QVariant::fromValue<VLCallbackTargetPtr>(callback) << callback->name();
         proxy.perform(selector, arguments);
     };
-    run("-[AppController authExecuteRemoteTask:bundleID:options:forService:callback:]", selector, service,
-        send);
+    perform("-[AppController authExecuteRemoteTask:bundleID:options:forService:callback:]", selector, service,
+            m_environment.progress->currentRun(), send);
 }
 
 void AuthorizedRunner::authExecuteRemoteMethodsOnThread(const WorkOrder& order) const {
@@ -108,7 +114,7 @@ void AuthorizedRunner::authExecuteRemoteMethodsOnThread(const WorkOrder& order) 
     try {
         for (const RemoteClientPtr& service : order.services) {
             if (m_environment.progress->isCancelled(order.run) || VLThread::isCancelled()) break;
-            authExecuteRemoteMethod(order.selector, order.obj1, order.obj2, service);
+            authExecuteRemoteMethod(order.selector, order.obj1, order.obj2, service, order.run);
             m_environment.progress->incrementStatusProgress();
         }
     } catch (const std::exception& exception) {
@@ -125,7 +131,8 @@ void AuthorizedRunner::authExecuteRemoteMethods(const QString& selector, const Q
     progress->startStatusProgress();
     order.run = progress->currentRun();
     order.counting = progress->incrementTaskThreadCount();
-    VLThread::detach(QStringLiteral("authExecuteRemoteMethodsOnThread:"),
-                     [this, order] { authExecuteRemoteMethodsOnThread(order); });
+    const bool isStarted = VLThread::detach(QStringLiteral("authExecuteRemoteMethodsOnThread:"),
+                                            [this, order] { authExecuteRemoteMethodsOnThread(order); });
+    if (!isStarted) progress->decrementTaskThreadCount(order.counting);
     progress->waitOnProcessing();
 }

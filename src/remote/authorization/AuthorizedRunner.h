@@ -26,12 +26,12 @@ public:
         RemoteRunner* runner = nullptr;                            ///< outlives this one
         /// AuthorizationController's two: forgets that somebody skipped, and obtains checked credentials.
         std::function<void()> clearAuthSkipped;
-        std::function<std::optional<HostCredentials>(const RemoteClientPtr&)> credentialsFor;
+        std::function<std::optional<HostCredentials>(const RemoteClientPtr&, int run)> credentialsFor;
         std::chrono::milliseconds probeLimit{std::chrono::seconds(10)};
     };
     explicit AuthorizedRunner(Environment environment) : m_environment(std::move(environment)) {}
 
-    // One client.
+    // One client. Part of TaskProgress's present run: nobody is asked for a password once that is cancelled.
     void authExecuteRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
                                  const RemoteClientPtr& service) const;
     /// With a callback the agent answers through it later, else this waits for the end of the task.
@@ -55,8 +55,10 @@ public:
 
 private:
     using Send = std::function<void(VLProxyObject& proxy, const HostCredentials& credentials)>;
-    void run(const char* method, const QString& selector, const RemoteClientPtr& service,
-             const Send& send) const;
+    void authExecuteRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
+                                 const RemoteClientPtr& service, int run) const;
+    void perform(const char* method, const QString& selector, const RemoteClientPtr& service, int run,
+                 const Send& send) const;
     [[nodiscard]] VLProxyObjectPtr proxyFor(const QString& selector, const RemoteClientPtr& service) const;
 
     Environment m_environment;

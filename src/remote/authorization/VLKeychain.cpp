@@ -178,10 +178,10 @@ public:
         return store().hasNoService ? &store().sessionItems : nullptr;
     }
 
-    /// Every item of these attributes, unlocked and with its password when `withPasswords`.
-    [[nodiscard]] std::list<SecretItemPtr> search(const Attributes& attributes, bool withPasswords) {
-        const auto flags = static_cast<SecretSearchFlags>(
-            SECRET_SEARCH_ALL | (withPasswords ? SECRET_SEARCH_UNLOCK | SECRET_SEARCH_LOAD_SECRETS : 0));
+    /// Every item of these attributes. They are unlocked, or bring their passwords, only when the flags say
+    /// so.
+    [[nodiscard]] std::list<SecretItemPtr> search(const Attributes& attributes, int additionalFlags = 0) {
+        const auto flags = static_cast<SecretSearchFlags>(SECRET_SEARCH_ALL | additionalFlags);
         const TablePtr names = table(attributes);
         Error error;
         GAsyncResult* result = m_waiter.wait([&](auto* cancellable, auto callback, auto data) {
@@ -250,7 +250,7 @@ void addToService(Call& call, const Attributes& attributes, const Secret& passwo
 }
 
 void modifyInService(Call& call, const Attributes& attributes, const Secret& password) {
-    const auto items = call.search(attributes, true);
+    const auto items = call.search(attributes, SECRET_SEARCH_UNLOCK);
     for (const SecretItemPtr& item : items) {
         const ValuePtr secret = value(password);
         Error error;
@@ -268,6 +268,8 @@ void deleteItems(const Attributes& attributes) {
             items->remove_if([&](const SessionItem& item) { return attributes.matches(item.attributes); });
             return;
         }
+        // What is locked is not cleared, without an error.
+        if (call.search(attributes, SECRET_SEARCH_UNLOCK).empty()) return;
         const TablePtr names = table(attributes);
         Error error;
         GAsyncResult* result = call.waiter().wait([&](auto* cancellable, auto callback, auto data) {
@@ -305,7 +307,7 @@ bool VLKeychain::checkForExistenceOfKeychainItem(const QString& serviceName, con
     bool exists = false;
     onWorker([&](Call& call) {
         auto* items = call.sessionItems();
-        exists = items ? sessionItem(*items, attributes) != nullptr : !call.search(attributes, false).empty();
+        exists = items ? sessionItem(*items, attributes) != nullptr : !call.search(attributes).empty();
     });
     return exists;
 }
@@ -322,7 +324,7 @@ std::optional<Secret> VLKeychain::getPasswordFromKeychainItem(const QString& ser
                 password = Secret(item->password.view());
             return;
         }
-        const auto items = call.search(attributes, true);
+        const auto items = call.search(attributes, SECRET_SEARCH_UNLOCK | SECRET_SEARCH_LOAD_SECRETS);
         if (!items.empty()) password = getPasswordFromSecKeychainItemRef(items.front().get());
     });
     return password;

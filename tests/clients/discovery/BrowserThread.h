@@ -40,13 +40,10 @@ public:
     bool waitForFound(const QString& name) { return waitFor(found_, name); }
     bool waitForRemoved(const QString& name) { return waitFor(removed_, name); }
 
-    bool waitForBackend(ServiceBrowser::Backend backend, std::chrono::milliseconds limit) {
-        const auto deadline = std::chrono::steady_clock::now() + limit;
-        while (browser_->backend() != backend) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
+    bool waitForBackend(ServiceBrowser::Backend backend) {
+        for (int wait = 0; wait < 1500 && browser_->backend() != backend; ++wait)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return true;
+        return browser_->backend() == backend;
     }
 
 private:

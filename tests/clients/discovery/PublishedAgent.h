@@ -18,6 +18,9 @@ public:
         publisher_.start();
     }
 
+    PublishedAgent(const QString& name, const QString& hostName, quint16 port)
+        : PublishedAgent(onLoopback(name, hostName, port)) {}
+
     static ServicePublisher::Settings onLoopback(const QString& name, const QString& hostName, quint16 port) {
         return {.name = name,
                 .registeredName = QStringLiteral("Port of ") + name,

@@ -1,15 +1,12 @@
-#include "clients/Discovery.h"
-
 #include "clients/discovery/BrowserThread.h"
 #include "clients/discovery/HostileAnnouncer.h"
 #include "clients/discovery/NetworkHost.h"
 #include "clients/discovery/PublishedAgent.h"
 #include "clients/support/ClientsFixture.h"
 #include "dnssd/Names.h"
-#include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 #include <QScopeGuard>
 
@@ -27,445 +24,354 @@ namespace {
 constexpr auto resolveLimit = 30s;
 
 VLNetService agentService(const QString& name) {
-    return {.name = name,
-            .type = QStringLiteral("_corvalin._tcp"),
-            .domain = QStringLiteral("local"),
-            .hostName = {},
-            .port = 0,
-            .addresses = {},
-            .txtRecord = {}};
+    VLNetService service;
+    service.name = name;
+    service.type = u"_corvalin._tcp"_s;
+    service.domain = u"local"_s;
+    return service;
 }
 
 QString localHost(const QString& name) {
-    return name + QStringLiteral(".local.");
+    return name + u".local."_s;
 }
 
 /// Each row: a name as an agent is given it, and what must arrive at the console.
 struct NameRow {
     const char* hostName;
-    QString name;
-    QString shown;
+    QString name, shown;
 };
 
 std::vector<NameRow> nameRows() {
-    const QString letters(63, QLatin1Char('n'));
-    const QString umlauts = QStringLiteral("ü").repeated(31);
-    return {
-        {"names-plain", QStringLiteral("Edit Bay 1"), QStringLiteral("Edit Bay 1")},
-        {"names-dots", QStringLiteral("a.b\\c \"d\" 100%@"), QStringLiteral("a.b\\c \"d\" 100%@")},
-        {"names-full", letters, letters},
-        {"names-long", QString(63, QLatin1Char('m')) + QStringLiteral("more"), QString(63, QLatin1Char('m'))},
-        // Avahi resolves no more of such characters.
-        {"names-utf8", umlauts, umlauts.left(27)},
-        {"names-cut", QStringLiteral("x") + umlauts, QStringLiteral("x") + umlauts.left(27)},
-        {"names-emoji", QStringLiteral("Schnitt 🎬 東京"), QStringLiteral("Schnitt 🎬 東京")}};
+    const QString plain = u"a.b\\c \"d\" 100%@"_s, emoji = u"Schnitt 🎬 東京"_s,
+                  umlauts = u"x"_s + u"ü"_s.repeated(31);
+    return {{"names-plain", plain, plain},
+            {"names-long", QString(63, u'm') + u"more"_s, QString(63, u'm')},
+            {"names-cut", umlauts, umlauts.left(28)},  // Avahi resolves no more of such characters
+            {"names-emoji", emoji, emoji}};
 }
 
-/// Everything set for the time of one test.
-class EnvironmentValue {
-public:
-    EnvironmentValue(const char* name, const QByteArray& value) : name_(name), old_(qgetenv(name)) {
-        qputenv(name, value);
-    }
-    ~EnvironmentValue() { qputenv(name_, old_); }
-    Q_DISABLE_COPY_MOVE(EnvironmentValue)
-
-private:
-    const char* name_;
-    QByteArray old_;
-};
+ServiceResolution resolve(const QString& name, std::chrono::milliseconds limit = resolveLimit) {
+    return resolveNetService(agentService(name), limit);
+}
 
 }  // namespace
 
 class DiscoveryTest : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void cutsLabelsBetweenCharacters_data();
-    void cutsLabelsBetweenCharacters();
-    void findsAndResolvesAgents();
-    void reportsAgentsThatEndUntilStopped();
-    void findsAnotherNameWhereOneIsTaken();
-    void believesRegisteredPortsOnTheirHostOnly();
-    void keepsToLimitsAndCancels();
-    void resolvesForManyThreads();
-    void survivesHostileAnnouncements();
-    void findsAnAgentAgainThatTookItsLeave();
-    void followsTheDaemon();
-    void waitsForANetwork();
-    void findsAgentsOnOtherMachines();
-
-private:
     Backend backend_ = Backend::Embedded;
-};
 
-void DiscoveryTest::initTestCase() {
-    if (qgetenv("ORLENDO_TEST_BACKEND") != "daemon") return;
-    backend_ = Backend::Daemon;
-    if (qEnvironmentVariableIsEmpty("ORLENDO_AVAHI_COMMAND")) QSKIP("no Avahi daemon could be started here");
-}
+private Q_SLOTS:
 
-void DiscoveryTest::cutsLabelsBetweenCharacters_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("label");
-    const QByteArray letters(62, 'a');
-    const QString start = QString::fromLatin1(letters);
-    QTest::newRow("empty") << QString() << QByteArray();
-    QTest::newRow("NUL") << QStringLiteral("a") + QChar(0) + QStringLiteral("b") << QByteArray("ab");
-    QTest::newRow("fits") << start + QStringLiteral("b") << letters + "b";
-    QTest::newRow("two bytes") << start + QStringLiteral("é") << letters;
-    QTest::newRow("four bytes") << start.left(60) + QStringLiteral("🎬") << letters.left(60);
-    QTest::newRow("last fits") << start.left(59) + QStringLiteral("🎬x")
-                               << letters.left(59) + "\xF0\x9F\x8E\xAC";
-}
-
-void DiscoveryTest::cutsLabelsBetweenCharacters() {
-    QFETCH(QString, name);
-    QTEST(dnssd::toLabel(name), "label");
-}
-
-void DiscoveryTest::findsAndResolvesAgents() {
-    const auto rows = nameRows();
-    BrowserThread console;
-    std::vector<std::unique_ptr<PublishedAgent>> agents;
-    quint16 port = 50100;
-    for (const NameRow& row : rows)
-        agents.push_back(std::make_unique<PublishedAgent>(
-            PublishedAgent::onLoopback(row.name, QString::fromLatin1(row.hostName), port++)));
-
-    port = 50100;
-    for (size_t i = 0; i < rows.size(); ++i, ++port) {
-        QVERIFY2(agents[i]->waitUntilPublished(), qPrintable(rows[i].name + agents[i]->state().error));
-        QVERIFY2(console.waitForFound(rows[i].shown), qPrintable(rows[i].name));
-        QCOMPARE(static_cast<int>(agents[i]->state().backend), static_cast<int>(backend_));
-
-        const auto [service, error] = resolveNetService(agentService(rows[i].shown), resolveLimit);
-        QVERIFY2(service, qPrintable(agents[i]->state().name + QStringLiteral(": ") + error));
-        QVERIFY(service->isSameService(agentService(rows[i].shown)));
-        QCOMPARE(service->hostName, localHost(QString::fromLatin1(rows[i].hostName)));
-        QCOMPARE(service->port, port);
-        QCOMPARE(service->txtRecord.value(QStringLiteral("model")), QByteArray("MacPro3,1"));
-        QCOMPARE(service->txtRecord.value(QStringLiteral("name")),
-                 agents[i]->state().registeredName.toUtf8());
-        // The machine's other addresses lie on interfaces where the agent isn't advertised.
-        QCOMPARE(service->addresses.size(), 1);
-        QCOMPARE(service->addresses.first(), (VLNetAddress{QHostAddress::LocalHost, port, 0}));
+    void initTestCase() {
+        if (qgetenv("ORLENDO_TEST_BACKEND") != "daemon") return;
+        backend_ = Backend::Daemon;
+        if (qEnvironmentVariableIsEmpty("ORLENDO_AVAHI_COMMAND"))
+            QSKIP("no Avahi daemon could be started here");
     }
-    QCOMPARE(console.browser().backend(), backend_);
-    // Once each, though every one is seen over IPv4 and over IPv6.
-    for (const NameRow& row : rows) {
-        QCOMPARE(console.foundNames().count(row.shown), 1);
-        QVERIFY(!console.removedNames().contains(row.shown));
+
+    void cutsLabelsBetweenCharacters() {
+        const QByteArray letters(62, 'a');
+        const QString start = QString::fromLatin1(letters);
+        QCOMPARE(dnssd::toLabel(QString()), QByteArray());
+        QCOMPARE(dnssd::toLabel(u"a\0b"_s), QByteArray("ab"));
+        QCOMPARE(dnssd::toLabel(start + u"b"_s), letters + "b");
+        QCOMPARE(dnssd::toLabel(start + u"é"_s), letters);
+        QCOMPARE(dnssd::toLabel(start.left(60) + u"🎬"_s), letters.left(60));
+        QCOMPARE(dnssd::toLabel(start.left(59) + u"🎬x"_s), letters.left(59) + "\xF0\x9F\x8E\xAC");
     }
-}
 
-void DiscoveryTest::reportsAgentsThatEndUntilStopped() {
-    BrowserThread console;
-    PublishedAgent staying(
-        PublishedAgent::onLoopback(QStringLiteral("Staying"), QStringLiteral("staying"), 50200));
-    PublishedAgent going(PublishedAgent::onLoopback(QStringLiteral("Going"), QStringLiteral("going"), 50201));
-    QVERIFY(console.waitForFound(QStringLiteral("Staying")));
-    QVERIFY(console.waitForFound(QStringLiteral("Going")));
-    QVERIFY(going.waitUntilPublished());
-    going.stop();
-    QVERIFY(!going.state().isPublished);
-    QVERIFY(console.waitForRemoved(QStringLiteral("Going")));
-    QVERIFY(!console.removedNames().contains(QStringLiteral("Staying")));
-    QCOMPARE(console.removedNames().count(QStringLiteral("Going")), 1);
+    void findsAndResolvesAgents() {
+        const auto rows = nameRows();
+        BrowserThread console;
+        std::vector<std::unique_ptr<PublishedAgent>> agents;
+        quint16 port = 50100;
+        for (const NameRow& row : rows)
+            agents.push_back(
+                std::make_unique<PublishedAgent>(row.name, QString::fromLatin1(row.hostName), port++));
 
-    QElapsedTimer timer;
-    timer.start();
-    console.stop();
-    QVERIFY(timer.elapsed() < 1000);  // the slice is four seconds long
-    console.browser().runFor(10s);
-    QVERIFY(timer.elapsed() < 2000);
-    QVERIFY(!console.removedNames().contains(QStringLiteral("Staying")));
-}
+        port = 50100;
+        for (size_t i = 0; i < rows.size(); ++i, ++port) {
+            QVERIFY2(agents[i]->waitUntilPublished(), qPrintable(rows[i].name + agents[i]->state().error));
+            QVERIFY2(console.waitForFound(rows[i].shown), qPrintable(rows[i].name));
+            QCOMPARE(static_cast<int>(agents[i]->state().backend), static_cast<int>(backend_));
 
-void DiscoveryTest::findsAnotherNameWhereOneIsTaken() {
-    auto settings = PublishedAgent::onLoopback(QStringLiteral("Twin"), QStringLiteral("twin"), 50300);
-    PublishedAgent first(settings);
-    QVERIFY(first.waitUntilPublished());
-    settings.port = 50301;
-    PublishedAgent second(settings);
-    QVERIFY(second.waitUntilPublished());
-    QCOMPARE(first.state().name, QStringLiteral("Twin"));
-    QCOMPARE(second.state().name, QStringLiteral("Twin #2"));
-    QCOMPARE(second.state().registeredName, QStringLiteral("Port of Twin #2"));
-
-    const auto resolution = resolveNetService(agentService(second.state().name), resolveLimit);
-    QVERIFY2(resolution.service, qPrintable(resolution.error));
-    QCOMPARE(resolution.service->port, quint16(50301));
-    QCOMPARE(resolution.service->hostName, second.state().hostName);
-    // Consoles look the port up under this name.
-    QCOMPARE(resolution.service->txtRecord.value(QStringLiteral("name")), QByteArray("Port of Twin #2"));
-}
-
-void DiscoveryTest::believesRegisteredPortsOnTheirHostOnly() {
-    auto settings = PublishedAgent::onLoopback(QStringLiteral("Known"), QStringLiteral("known-host"), 50400);
-    settings.registeredName.clear();
-    PublishedAgent agent(settings);
-    QVERIFY(agent.waitUntilPublished());
-    const QString registeredName = agent.state().registeredName;
-    QCOMPARE(registeredName, QStringLiteral("CorvalinNetClient - known-host.local."));
-
-    for (const char* host : {"known-host.local.", "known-host.local", "Known-Host.LOCAL"}) {
-        const auto port = lookUpRegisteredPort(registeredName, QString::fromLatin1(host), resolveLimit);
-        QVERIFY2(port, host);
-        QCOMPARE(port->host, QStringLiteral("127.0.0.1"));
-        QCOMPARE(port->port, quint16(50400));
-    }
-    QVERIFY(!lookUpRegisteredPort(registeredName, QStringLiteral("other-host.local."), 1500ms));
-    QVERIFY(
-        !lookUpRegisteredPort(QStringLiteral("No such name"), QStringLiteral("known-host.local."), 300ms));
-    QElapsedTimer timer;
-    timer.start();
-    for (const char* host : {"127.0.0.1", "fe80::1%lo", ""})
-        QVERIFY2(!lookUpRegisteredPort(registeredName, QString::fromLatin1(host), 5s), host);
-    QVERIFY(timer.elapsed() < 1000);  // nothing was asked
-}
-
-void DiscoveryTest::keepsToLimitsAndCancels() {
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(resolveNetService(agentService(QStringLiteral("Nobody")), 300ms).error,
-             QStringLiteral("Timed out"));
-    QVERIFY(timer.elapsed() >= 300 && timer.elapsed() < 3000);
-
-    timer.restart();
-    const auto cancelled = resolveNetService(agentService(QStringLiteral("Nobody")), 60s,
-                                             [&timer] { return timer.elapsed() > 200; });
-    QVERIFY(!cancelled.service);
-    QVERIFY(timer.elapsed() < 3000);
-
-    const auto nonsense = resolveNetService(agentService(QStringLiteral("n").repeated(64)), 5s);
-    QCOMPARE(nonsense.error, QStringLiteral("Not a service name"));
-    QTRY_COMPARE(VLThread::activeCount(), 0);  // the resolving thread goes when nobody waits
-
-    VLThread::cancelAll();
-    timer.restart();
-    QCOMPARE(resolveNetService(agentService(QStringLiteral("Nobody")), 60s).error,
-             QStringLiteral("Cancelled"));
-    QVERIFY(timer.elapsed() < 3000);
-    VLThread::reset();
-    QCOMPARE(resolveNetService(agentService(QStringLiteral("Nobody")), 300ms).error,
-             QStringLiteral("Timed out"));
-}
-
-void DiscoveryTest::resolvesForManyThreads() {
-    PublishedAgent agent(
-        PublishedAgent::onLoopback(QStringLiteral("Popular"), QStringLiteral("popular"), 50500));
-    QVERIFY(agent.waitUntilPublished());
-    std::atomic<int> successes = 0, cancelled = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 240; ++i)
-        threads.emplace_back([&, i] {
-            const auto isCancelled = [i] { return i % 3 == 0; };
-            const auto resolution =
-                resolveNetService(agentService(QStringLiteral("Popular")), resolveLimit, isCancelled);
-            if (resolution.service) ++successes;
-            if (resolution.error == QStringLiteral("Cancelled")) ++cancelled;
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    QVERIFY(successes >= 160);
-    QCOMPARE(successes + cancelled, 240);
-}
-
-void DiscoveryTest::survivesHostileAnnouncements() {
-    BrowserThread console;
-    PublishedAgent honest(
-        PublishedAgent::onLoopback(QStringLiteral("Honest"), QStringLiteral("honest"), 50700));
-    QVERIFY(console.waitForFound(QStringLiteral("Honest")));
-
-    HostileAnnouncer badName;
-    QVERIFY(badName.isOpen());
-    badName.addPointer("\xFF\xFE broken");
-    QVERIFY(badName.send());
-
-    HostileAnnouncer badHost;
-    badHost.addPointer("Portless");
-    badHost.addServer("Portless", "hostile", 0);
-    badHost.addPointer("Bytes");
-    badHost.addServer("Bytes", "hos.tile\\", 50701);
-    badHost.addText("Bytes", QByteArray("\x05=none\x08model=\0\xFF\x0AMODEL=late\x00\x05"
-                                        "alone",
-                                        33));
-    for (char last = 1; last <= 40; ++last)
-        badHost.addAddress("hos.tile\\", QByteArray("\x7F\x00\x00", 3) + last);
-    // Again and again, because an embedded core that starts to resolve has heard nothing before.
-    std::atomic<bool> isAnnouncing = true;
-    std::thread announcing([&] {
-        while (isAnnouncing) {
-            badHost.send();
-            std::this_thread::sleep_for(200ms);
+            const auto [service, error] = resolve(rows[i].shown);
+            QVERIFY2(service, qPrintable(agents[i]->state().name + u": "_s + error));
+            QVERIFY(service->isSameService(agentService(rows[i].shown)));
+            QCOMPARE(service->hostName, localHost(QString::fromLatin1(rows[i].hostName)));
+            QCOMPARE(service->port, port);
+            QCOMPARE(service->txtRecord.value(u"model"_s), QByteArray("MacPro3,1"));
+            QCOMPARE(service->txtRecord.value(u"name"_s), agents[i]->state().registeredName.toUtf8());
+            // The machine's other addresses lie on interfaces where the agent isn't advertised.
+            QCOMPARE(service->addresses, (QList{VLNetAddress{QHostAddress::LocalHost, port, 0}}));
         }
-    });
-    const auto stopAnnouncing = qScopeGuard([&] {
-        isAnnouncing = false;
-        announcing.join();
-    });
+        QCOMPARE(console.browser().backend(), backend_);
+        // Once each, though every one is seen over IPv4 and over IPv6.
+        for (const NameRow& row : rows) {
+            QCOMPARE(console.foundNames().count(row.shown), 1);
+            QVERIFY(!console.removedNames().contains(row.shown));
+        }
+    }
 
-    HostileAnnouncer nonsense;
-    nonsense.addText("Bytes", QByteArray("\xFF"
-                                         "cut off"));
-    nonsense.addServer("Bytes", QByteArray(200, 'x'), 1);  // no such label length: the packet can't be parsed
-    QVERIFY(nonsense.send(QByteArray(100, '\xC0')));
+    void reportsAgentsThatEndUntilStopped() {
+        BrowserThread console;
+        PublishedAgent staying(u"Staying"_s, u"staying"_s, 50200);
+        PublishedAgent going(u"Going"_s, u"going"_s, 50201);
+        QVERIFY(console.waitForFound(u"Staying"_s));
+        QVERIFY(console.waitForFound(u"Going"_s));
+        QVERIFY(going.waitUntilPublished());
+        going.stop();
+        QVERIFY(!going.state().isPublished);
+        QVERIFY(console.waitForRemoved(u"Going"_s));
+        QVERIFY(!console.removedNames().contains(u"Staying"_s));
+        QCOMPARE(console.removedNames().count(u"Going"_s), 1);
 
-    QVERIFY(console.waitForFound(QStringLiteral("Bytes")));
-    const auto bytes = resolveNetService(agentService(QStringLiteral("Bytes")), resolveLimit);
-    QVERIFY2(bytes.service, qPrintable(bytes.error));
-    QCOMPARE(bytes.service->port, quint16(50701));
-    QCOMPARE(bytes.service->addresses.size(), 16);
-    QVERIFY(bytes.service->hostName.endsWith(QStringLiteral(".local.")));
-    QCOMPARE(bytes.service->txtRecord.value(QStringLiteral("model")), QByteArray("\0\xFF", 2));
-    QVERIFY(!resolveNetService(agentService(QStringLiteral("Portless")), 500ms).service);
+        QElapsedTimer timer;
+        timer.start();
+        console.stop();
+        QVERIFY(timer.elapsed() < 1000);  // the slice is four seconds long
+        console.browser().runFor(10s);
+        QVERIFY(timer.elapsed() < 2000);
+        QVERIFY(!console.removedNames().contains(u"Staying"_s));
+    }
 
-    for (const QString& name : console.foundNames())
-        QVERIFY(!name.contains(QStringLiteral("broken")));
-    QVERIFY(resolveNetService(agentService(QStringLiteral("Honest")), resolveLimit).service);
-}
+    void findsAnotherNameWhereOneIsTaken() {
+        auto settings = PublishedAgent::onLoopback(u"Twin"_s, u"twin"_s, 50300);
+        PublishedAgent first(settings);
+        QVERIFY(first.waitUntilPublished());
+        settings.port = 50301;
+        PublishedAgent second(settings);
+        QVERIFY(second.waitUntilPublished());
+        QCOMPARE(first.state().name, u"Twin"_s);
+        QCOMPARE(second.state().name, u"Twin #2"_s);
+        QCOMPARE(second.state().registeredName, u"Port of Twin #2"_s);
 
-/// It was started anew so quickly that its advertisement never went.
-void DiscoveryTest::findsAnAgentAgainThatTookItsLeave() {
-    const ClientsFixture fixture(1h);
-    ServiceList list;
-    PublishedAgent agent(
-        PublishedAgent::onLoopback(QStringLiteral("Returning"), QStringLiteral("returning"), 50750));
-    Discovery discovery({&list, {}, {}, {}, {}, {}});
-    const auto end = qScopeGuard([&] {
-        discovery.stop();
-        for (const VLServicePtr& service : list.serviceArray())
-            discovery.removeService(service);
-    });
-    const auto record = [&] { return list.serviceWithHostName(localHost(QStringLiteral("returning"))); };
-    discovery.findServicesOnThread();
-    QTRY_VERIFY_WITH_TIMEOUT(record(), 30'000);
-    discovery.removeLeavingService(*record()->netService());
-    QVERIFY(!record());
-    QTRY_VERIFY_WITH_TIMEOUT(record(), 20'000);
-}
+        const auto resolution = resolve(second.state().name);
+        QVERIFY2(resolution.service, qPrintable(resolution.error));
+        QCOMPARE(resolution.service->port, quint16(50301));
+        QCOMPARE(resolution.service->hostName, second.state().hostName);
+        // Consoles look the port up under this name.
+        QCOMPARE(resolution.service->txtRecord.value(u"name"_s), QByteArray("Port of Twin #2"));
+    }
 
-void DiscoveryTest::followsTheDaemon() {
-    if (backend_ != Backend::Daemon) QSKIP("for the Avahi daemon only");
-    BrowserThread console;
-    PublishedAgent faithful(
-        PublishedAgent::onLoopback(QStringLiteral("Faithful"), QStringLiteral("faithful"), 50800));
-    PublishedAgent gone(PublishedAgent::onLoopback(QStringLiteral("Gone"), QStringLiteral("gone"), 50801));
-    QVERIFY(console.waitForFound(QStringLiteral("Faithful")));
-    QVERIFY(console.waitForFound(QStringLiteral("Gone")));
+    void believesRegisteredPortsOnTheirHostOnly() {
+        auto settings = PublishedAgent::onLoopback(u"Known"_s, u"known-host"_s, 50400);
+        settings.registeredName.clear();
+        PublishedAgent agent(settings);
+        QVERIFY(agent.waitUntilPublished());
+        const QString registeredName = agent.state().registeredName;
+        QCOMPARE(registeredName, u"CorvalinNetClient - known-host.local."_s);
 
-    QFile processFile(qEnvironmentVariable("ORLENDO_AVAHI_PID_FILE"));
-    QVERIFY(processFile.open(QIODevice::ReadOnly));
-    const int process = processFile.readAll().trimmed().toInt();
-    QVERIFY(process > 1);
-    QCOMPARE(kill(process, SIGKILL), 0);
-    QVERIFY(console.waitForBackend(Backend::Embedded, 30s));
-    QVERIFY(!faithful.state().isPublished);
-    gone.stop();
+        for (const char* host : {"known-host.local.", "known-host.local", "Known-Host.LOCAL"}) {
+            const auto port = lookUpRegisteredPort(registeredName, QString::fromLatin1(host), resolveLimit);
+            QVERIFY2(port, host);
+            QCOMPARE(port->host, u"127.0.0.1"_s);
+            QCOMPARE(port->port, quint16(50400));
+        }
+        QVERIFY(!lookUpRegisteredPort(registeredName, u"other-host.local."_s, 1500ms));
+        QVERIFY(!lookUpRegisteredPort(u"No such name"_s, u"known-host.local."_s, 300ms));
+        QElapsedTimer timer;
+        timer.start();
+        for (const char* host : {"127.0.0.1", "fe80::1%lo", ""})
+            QVERIFY2(!lookUpRegisteredPort(registeredName, QString::fromLatin1(host), 5s), host);
+        QVERIFY(timer.elapsed() < 1000);  // nothing was asked
+    }
 
-    QVERIFY(QProcess::startDetached(qEnvironmentVariable("ORLENDO_AVAHI_COMMAND"), {}));
-    QVERIFY(console.waitForBackend(Backend::Daemon, 30s));
-    QVERIFY2(faithful.waitUntilPublished(), qPrintable(faithful.state().error));
-    QVERIFY(console.waitForRemoved(QStringLiteral("Gone")));
-    // A restart isn't the end of the services that come back.
-    QVERIFY(!console.removedNames().contains(QStringLiteral("Faithful")));
-    QVERIFY(resolveNetService(agentService(QStringLiteral("Faithful")), resolveLimit).service);
-}
+    void keepsToLimitsAndCancels() {
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(resolve(u"Nobody"_s, 300ms).error, u"Timed out"_s);
+        QVERIFY(timer.elapsed() >= 300 && timer.elapsed() < 3000);
 
-void DiscoveryTest::waitsForANetwork() {
-    if (backend_ != Backend::Embedded) QSKIP("for the embedded core only");
-    Backend before = Backend::Daemon, after = Backend::None;
-    bool couldSearch = true;
-    QString error;
-    const QString refusal = NetworkHost::run(QStringLiteral("lonely"), [&] {
-        const auto browser = ServiceBrowser::create({});
-        couldSearch = browser->searchForServices(QStringLiteral("_corvalin._tcp."), {});
-        before = browser->backend();
-        error = resolveNetService(agentService(QStringLiteral("Nobody")), 200ms).error;
-        NetworkHost::bringLoopbackUp();
-        for (int slice = 0; slice < 80 && browser->backend() == Backend::None; ++slice)
-            browser->runFor(250ms);
-        after = browser->backend();
-    });
-    if (!refusal.isEmpty()) QSKIP(qPrintable(refusal));
-    QVERIFY(!couldSearch);
-    QCOMPARE(before, Backend::None);
-    QCOMPARE(error, QStringLiteral("Timed out"));
-    QCOMPARE(after, Backend::Embedded);
-}
+        timer.restart();
+        const auto cancelled =
+            resolveNetService(agentService(u"Nobody"_s), 60s, [&timer] { return timer.elapsed() > 200; });
+        QVERIFY(!cancelled.service);
+        QVERIFY(timer.elapsed() < 3000);
 
-void DiscoveryTest::findsAgentsOnOtherMachines() {
-    if (backend_ != Backend::Embedded) QSKIP("for the embedded core only");
-    const EnvironmentValue interfaces("CORVALIN_DISCOVERY_INTERFACES", "");
-    std::atomic<int> consoleThread = 0;
-    std::atomic<bool> isDone = false;
-    std::atomic<bool> isWired = false;
-    ServiceResolution resolution;
-    std::optional<RegisteredPort> port;
-    QStringList removed;
-    QString refusal;
+        const auto nonsense = resolve(u"n"_s.repeated(64), 5s);
+        QCOMPARE(nonsense.error, u"Not a service name"_s);
+        QTRY_COMPARE(VLThread::activeCount(), 0);  // the resolving thread goes when nobody waits
 
-    std::thread consoleMachine([&] {
-        refusal = NetworkHost::run(QStringLiteral("console-machine"), [&] {
-            consoleThread = NetworkHost::threadId();
-            while (!isWired && !isDone)
-                std::this_thread::sleep_for(10ms);
-            if (isDone) return;
-            NetworkHost::command({"ip", "address", "add", "10.77.0.2/24", "dev", "cable1"});
-            NetworkHost::command({"ip", "link", "set", "cable1", "up"});
-            BrowserThread console;
-            if (console.waitForFound(QStringLiteral("Far away"))) {
-                resolution = resolveNetService(agentService(QStringLiteral("Far away")), resolveLimit);
-                port = lookUpRegisteredPort(QStringLiteral("Port of Far away"),
-                                            QStringLiteral("agent-machine.local"), resolveLimit);
+        VLThread::cancelAll();
+        timer.restart();
+        QCOMPARE(resolve(u"Nobody"_s, 60s).error, u"Cancelled"_s);
+        QVERIFY(timer.elapsed() < 3000);
+        VLThread::reset();
+        QCOMPARE(resolve(u"Nobody"_s, 300ms).error, u"Timed out"_s);
+    }
+
+    void resolvesForManyThreads() {
+        PublishedAgent agent(u"Popular"_s, u"popular"_s, 50500);
+        QVERIFY(agent.waitUntilPublished());
+        std::atomic<int> successes = 0, cancelled = 0;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 240; ++i)
+            threads.emplace_back([&, i] {
+                const auto isCancelled = [i] { return i % 3 == 0; };
+                const auto resolution =
+                    resolveNetService(agentService(u"Popular"_s), resolveLimit, isCancelled);
+                if (resolution.service) ++successes;
+                if (resolution.error == u"Cancelled"_s) ++cancelled;
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        QVERIFY(successes >= 160);
+        QCOMPARE(successes + cancelled, 240);
+    }
+
+    void survivesHostileAnnouncements() {
+        BrowserThread console;
+        PublishedAgent honest(u"Honest"_s, u"honest"_s, 50700);
+        QVERIFY(console.waitForFound(u"Honest"_s));
+
+        HostileAnnouncer badName;
+        QVERIFY(badName.isOpen());
+        badName.addPointer("\xFF\xFE broken");
+        QVERIFY(badName.send());
+
+        HostileAnnouncer badHost;
+        badHost.addPointer("Portless");
+        badHost.addServer("Portless", "hostile", 0);
+        badHost.addPointer("Bytes");
+        badHost.addServer("Bytes", "hos.tile\\", 50701);
+        badHost.addText("Bytes", QByteArray("\x05=none\x08model=\0\xFF\x0AMODEL=late\x00\x05"
+                                            "alone",
+                                            33));
+        for (char last = 1; last <= 40; ++last)
+            badHost.addAddress("hos.tile\\", QByteArray("\x7F\x00\x00", 3) + last);
+        // Again and again, because an embedded core that starts to resolve has heard nothing before.
+        std::atomic<bool> isAnnouncing = true;
+        std::thread announcing([&] {
+            while (isAnnouncing) {
+                badHost.send();
+                std::this_thread::sleep_for(200ms);
             }
+        });
+        const auto stopAnnouncing = qScopeGuard([&] {
+            isAnnouncing = false;
+            announcing.join();
+        });
+
+        HostileAnnouncer nonsense;
+        nonsense.addText("Bytes", QByteArray("\xFF"
+                                             "cut off"));
+        nonsense.addServer("Bytes", QByteArray(200, 'x'),
+                           1);  // no such label length: the packet can't be parsed
+        QVERIFY(nonsense.send(QByteArray(100, '\xC0')));
+
+        QVERIFY(console.waitForFound(u"Bytes"_s));
+        const auto bytes = resolve(u"Bytes"_s);
+        QVERIFY2(bytes.service, qPrintable(bytes.error));
+        QCOMPARE(bytes.service->port, quint16(50701));
+        QCOMPARE(bytes.service->addresses.size(), 16);
+        QVERIFY(bytes.service->hostName.endsWith(u".local."_s));
+        QCOMPARE(bytes.service->txtRecord.value(u"model"_s), QByteArray("\0\xFF", 2));
+        QVERIFY(!resolve(u"Portless"_s, 500ms).service);
+
+        for (const QString& name : console.foundNames())
+            QVERIFY(!name.contains(u"broken"_s));
+        QVERIFY(resolve(u"Honest"_s).service);
+    }
+
+    void followsTheDaemon() {
+        if (backend_ != Backend::Daemon) QSKIP("for the Avahi daemon only");
+        BrowserThread console;
+        PublishedAgent faithful(u"Faithful"_s, u"faithful"_s, 50800);
+        PublishedAgent gone(u"Gone"_s, u"gone"_s, 50801);
+        QVERIFY(console.waitForFound(u"Faithful"_s));
+        QVERIFY(console.waitForFound(u"Gone"_s));
+
+        const int process = contentsOf(qEnvironmentVariable("ORLENDO_AVAHI_PID_FILE")).trimmed().toInt();
+        QVERIFY(process > 1);
+        QCOMPARE(kill(process, SIGKILL), 0);
+        QVERIFY(console.waitForBackend(Backend::Embedded));
+        QVERIFY(!faithful.state().isPublished);
+        gone.stop();
+
+        QVERIFY(QProcess::startDetached(qEnvironmentVariable("ORLENDO_AVAHI_COMMAND"), {}));
+        QVERIFY(console.waitForBackend(Backend::Daemon));
+        QVERIFY2(faithful.waitUntilPublished(), qPrintable(faithful.state().error));
+        QVERIFY(console.waitForRemoved(u"Gone"_s));
+        // A restart isn't the end of the services that come back.
+        QVERIFY(!console.removedNames().contains(u"Faithful"_s));
+        QVERIFY(resolve(u"Faithful"_s).service);
+    }
+
+    void findsAgentsOnOtherMachines() {
+        if (backend_ != Backend::Embedded) QSKIP("for the embedded core only");
+        const QByteArray interfaces = qgetenv("CORVALIN_DISCOVERY_INTERFACES");
+        const auto restore = qScopeGuard([&] { qputenv("CORVALIN_DISCOVERY_INTERFACES", interfaces); });
+        qputenv("CORVALIN_DISCOVERY_INTERFACES", "");
+        std::atomic<int> consoleThread = 0;
+        std::atomic<bool> isDone = false;
+        std::atomic<bool> isWired = false;
+        ServiceResolution resolution;
+        std::optional<RegisteredPort> port;
+        QStringList removed;
+        QString refusal;
+
+        std::thread consoleMachine([&] {
+            refusal = NetworkHost::run(u"console-machine"_s, [&] {
+                consoleThread = NetworkHost::threadId();
+                while (!isWired && !isDone)
+                    std::this_thread::sleep_for(10ms);
+                if (isDone) return;
+                NetworkHost::command({"ip", "address", "add", "10.77.0.2/24", "dev", "cable1"});
+                NetworkHost::command({"ip", "link", "set", "cable1", "up"});
+                BrowserThread console;
+                if (console.waitForFound(u"Far away"_s)) {
+                    resolution = resolve(u"Far away"_s);
+                    port =
+                        lookUpRegisteredPort(u"Port of Far away"_s, u"agent-machine.local"_s, resolveLimit);
+                }
+                isDone = true;
+                console.waitForRemoved(u"Far away"_s);
+                removed = console.removedNames();
+            });
             isDone = true;
-            console.waitForRemoved(QStringLiteral("Far away"));
-            removed = console.removedNames();
+        });
+        QString agentError;
+        const QString agentRefusal = NetworkHost::run(u"agent-machine"_s, [&] {
+            while (consoleThread == 0 && !isDone)
+                std::this_thread::sleep_for(10ms);
+            const QString peer = QString::number(consoleThread);
+            if (!NetworkHost::command({"ip", "link", "add", "cable0", "type", "veth", "peer", "name",
+                                       "cable1", "netns", peer}) ||
+                !NetworkHost::command({"ip", "address", "add", "10.77.0.1/24", "dev", "cable0"}) ||
+                !NetworkHost::command({"ip", "link", "set", "cable0", "up"})) {
+                agentError = u"no rights to connect two networks"_s;
+                isDone = true;
+                return;
+            }
+            isWired = true;
+            PublishedAgent agent({.name = u"Far away"_s,
+                                  .registeredName = u"Port of Far away"_s,
+                                  .model = {},
+                                  .port = 50900,
+                                  .loopbackOnly = false,
+                                  .hostName = {},
+                                  .hostAddresses = {}});
+            while (!isDone)
+                std::this_thread::sleep_for(10ms);
         });
         isDone = true;
-    });
-    QString agentError;
-    const QString agentRefusal = NetworkHost::run(QStringLiteral("agent-machine"), [&] {
-        while (consoleThread == 0 && !isDone)
-            std::this_thread::sleep_for(10ms);
-        const QString peer = QString::number(consoleThread);
-        if (!NetworkHost::command(
-                {"ip", "link", "add", "cable0", "type", "veth", "peer", "name", "cable1", "netns", peer}) ||
-            !NetworkHost::command({"ip", "address", "add", "10.77.0.1/24", "dev", "cable0"}) ||
-            !NetworkHost::command({"ip", "link", "set", "cable0", "up"})) {
-            agentError = QStringLiteral("no rights to connect two networks");
-            isDone = true;
-            return;
-        }
-        isWired = true;
-        PublishedAgent agent({.name = QStringLiteral("Far away"),
-                              .registeredName = QStringLiteral("Port of Far away"),
-                              .model = {},
-                              .port = 50900,
-                              .loopbackOnly = false,
-                              .hostName = {},
-                              .hostAddresses = {}});
-        while (!isDone)
-            std::this_thread::sleep_for(10ms);
-    });
-    isDone = true;
-    consoleMachine.join();
-    for (const QString& reason : {refusal, agentRefusal, agentError})
-        if (!reason.isEmpty()) QSKIP(qPrintable(reason));
+        consoleMachine.join();
+        for (const QString& reason : {refusal, agentRefusal, agentError})
+            if (!reason.isEmpty()) QSKIP(qPrintable(reason));
 
-    QVERIFY2(resolution.service, qPrintable(resolution.error));
-    QCOMPARE(resolution.service->hostName, QStringLiteral("agent-machine.local."));
-    QCOMPARE(resolution.service->addresses.first(),
-             (VLNetAddress{QHostAddress(QStringLiteral("10.77.0.1")), 50900, 0}));
-    for (const VLNetAddress& address : resolution.service->addresses)
-        QCOMPARE(address.interfaceIndex != 0, address.address.isLinkLocal());
-    QVERIFY(port);
-    QCOMPARE(port->host, QStringLiteral("10.77.0.1"));
-    QCOMPARE(removed, QStringList{QStringLiteral("Far away")});
-}
+        QVERIFY2(resolution.service, qPrintable(resolution.error));
+        QCOMPARE(resolution.service->hostName, u"agent-machine.local."_s);
+        QCOMPARE(resolution.service->addresses.first(),
+                 (VLNetAddress{QHostAddress(u"10.77.0.1"_s), 50900, 0}));
+        for (const VLNetAddress& address : resolution.service->addresses)
+            QCOMPARE(address.interfaceIndex != 0, address.address.isLinkLocal());
+        QVERIFY(port);
+        QCOMPARE(port->host, u"10.77.0.1"_s);
+        QCOMPARE(removed, QStringList{u"Far away"_s});
+    }
+};
 
 ORLENDO_TEST_MAIN(DiscoveryTest)
 #include "discovery_test.moc"

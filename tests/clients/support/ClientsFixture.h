@@ -3,10 +3,12 @@
 #include "clients/VLService.h"
 #include "clients/support/LoopbackAgent.h"
 #include "foundation/MainThread.h"
+#include "foundation/PropertyList.h"
 #include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 #include <QCoreApplication>
 #include <QObject>
@@ -45,24 +47,6 @@ private:
     QList<VLNotification> m_notifications;
 };
 
-/// The console's object that the agents call; keeps "selector sender".
-class NotingCallback : public VLCallbackTarget {
-public:
-    QVariant receive(const QString& selector, const QVariantList&, const QString& sender) override {
-        const std::lock_guard lock(m_mutex);
-        m_received << selector + u' ' + sender;
-        return {};
-    }
-    [[nodiscard]] QSet<QString> received() const {
-        const std::lock_guard lock(m_mutex);
-        return m_received;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    QSet<QString> m_received;
-};
-
 class RecordingDelegate : public VLServiceDelegate {
 public:
     std::atomic<int> connected{0};
@@ -89,13 +73,10 @@ inline VLNetService netService(const QString& name, const QString& hostName, qui
 class ClientsFixture {
 public:
     explicit ClientsFixture(std::chrono::milliseconds reconnect = 150ms) {
-        QFile info(m_directory.filePath(u"Info.plist"_s));
-        if (info.open(QIODevice::WriteOnly))
-            info.write(
-                "<plist version=\"1.0\"><dict><key>VLMinClientVersion</key><integer>1000</integer>"
-                "<key>VLMinCorvalinVersion</key><integer>500</integer>"
-                "<key>CFBundleVersion</key><string>1040</string></dict></plist>");
-        info.close();
+        writeFile(m_directory.filePath(u"Info.plist"_s),
+                  PropertyList::toData(QVariantMap{{u"VLMinClientVersion"_s, 1000},
+                                                   {u"VLMinCorvalinVersion"_s, 500},
+                                                   {u"CFBundleVersion"_s, u"1040"_s}}));
         m_bundle = std::make_unique<VLBundle>(m_directory.path());
 
         environment.identity = consoleIdentity();

@@ -1,107 +1,13 @@
 #pragma once
 
 #include "remote/TlsIdentity.h"
-#include "remote/VLServer.h"
-#include "system/VLException.h"
+#include "remote/support/ScriptedRoot.h"
 
 #include <QBuffer>
-#include <QHash>
 #include <QImage>
 #include <QTcpServer>
-#include <QVariant>
-
-#include <atomic>
-#include <condition_variable>
-#include <functional>
-#include <memory>
-#include <mutex>
 
 using namespace Qt::StringLiterals;
-
-/// Lets others wait until the test opens it, at the latest at its own end: made after the agent that waits.
-class Gate {
-public:
-    ~Gate() { open(); }
-    void open() {
-        const std::lock_guard lock(m_state->mutex);
-        m_state->isOpen = true;
-        m_state->changed.notify_all();
-    }
-    [[nodiscard]] std::function<void()> waiter() const {
-        return [state = m_state] {
-            std::unique_lock lock(state->mutex);
-            state->changed.wait(lock, [&] { return state->isOpen; });
-        };
-    }
-
-private:
-    struct State {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool isOpen = false;
-    };
-    std::shared_ptr<State> m_state = std::make_shared<State>();
-};
-
-/// What an agent of the tests answers. Any thread.
-class ScriptedRoot : public VLRootObject {
-public:
-    using Answer = std::function<QVariant(const QVariantList& arguments)>;
-
-    ScriptedRoot() {
-        setAnswer("fetchInitialConfiguration:", goodConfiguration());
-        on("setErrorCallback:", [this](const QVariantList& arguments) {
-            const std::lock_guard lock(m_mutex);
-            m_callback = arguments.value(0).value<VLRemoteCallbackPtr>();
-            return QVariant();
-        });
-    }
-
-    static QVariantMap goodConfiguration() {
-        return {{u"version"_s, qlonglong(1'000'000)}, {u"corvalinVersion"_s, qlonglong(1'000'000)}};
-    }
-
-    void on(const char* selector, Answer answer) {
-        const std::lock_guard lock(m_mutex);
-        m_answers.insert(QLatin1String(selector), std::move(answer));
-    }
-    void setAnswer(const char* selector, const QVariant& value) {
-        on(selector, [value](const QVariantList&) { return value; });
-    }
-    /// Gives the answer once the gate is open.
-    void hold(const char* selector, const Gate& gate, const QVariant& value = {}) {
-        on(selector, [wait = gate.waiter(), value](const QVariantList&) { return wait(), value; });
-    }
-    [[nodiscard]] int calls(const char* selector) const {
-        const std::lock_guard lock(m_mutex);
-        return m_calls.value(QLatin1String(selector));
-    }
-    [[nodiscard]] VLRemoteCallbackPtr callback() const {
-        const std::lock_guard lock(m_mutex);
-        return m_callback;
-    }
-
-    bool respondsToSelector(const QString& selector) const override {
-        const std::lock_guard lock(m_mutex);
-        return m_answers.contains(selector);
-    }
-    QVariant perform(const QString& selector, const QVariantList& arguments, quint64) override {
-        Answer answer;
-        {
-            const std::lock_guard lock(m_mutex);
-            ++m_calls[selector];
-            answer = m_answers.value(selector);
-        }
-        if (!answer) throw VLException(VLException::invalidArgument, u"unknown operation"_s);
-        return answer(arguments);
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    QHash<QString, Answer> m_answers;
-    QHash<QString, int> m_calls;
-    VLRemoteCallbackPtr m_callback;
-};
 
 /// Key pairs are slow to make; the tests share these.
 inline const TlsIdentity& consoleIdentity() {

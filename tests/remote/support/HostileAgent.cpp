@@ -46,7 +46,6 @@ void setRawPointer(wire::Value::Builder value, std::uint64_t pointer) {
     std::memcpy(any.getDataSection().end(), &pointer, sizeof pointer);
 }
 
-constexpr std::uint64_t pointerOutOfTheMessage = 0x0000'ffff'3fff'fff9;
 constexpr std::uint64_t listOfNothings = (0x1fff'ffffULL << 35) | 1;  // half a billion, of no size each
 
 void writeDeepValue(wire::Value::Builder value) {
@@ -65,10 +64,6 @@ bool writeOutcome(Fault fault, wire::Outcome::Builder outcome) {
         case Fault::UnknownOutcome:
             outcome.initValue();
             setUnknownTag<wire::Outcome>(outcome);
-            return true;
-        case Fault::BrokenPointer:
-            outcome.initValue().initList(1);
-            setRawPointer(outcome.getValue(), pointerOutOfTheMessage);
             return true;
         case Fault::EndlessList:
             outcome.initValue().initList(1);

@@ -14,7 +14,6 @@ enum class Fault {
     Garbage,          ///< sends bytes that are no message
     UnknownValue,     ///< answers with a value of a kind that nobody knows
     UnknownOutcome,   ///< the same one level higher
-    BrokenPointer,    ///< answers with a pointer that leads out of the message
     EndlessList,      ///< answers with a tiny message that claims half a billion values
     BrokenText,       ///< answers with a text that is no UTF-8
     ImpossibleDate,   ///< answers with a date beyond all calendars

@@ -1,21 +1,14 @@
 #pragma once
 
 #include "remote/VLConnection.h"
-#include "remote/VLServer.h"
-#include "system/VLException.h"
+#include "remote/support/ScriptedRoot.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <atomic>
-#include <condition_variable>
-#include <functional>
 #include <future>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
-#include <vector>
 
 /// A connection served by a thread of its own, as the console does it.
 class ServingThread {
@@ -76,81 +69,6 @@ private:
     std::atomic_bool m_stop = false, m_ended = false;
     QString m_lossReason;
     std::thread m_thread;
-};
-
-/// Something that threads wait for, once.
-class Gate {
-public:
-    void open() {
-        const std::lock_guard lock(m_mutex);
-        m_open = true;
-        m_changed.notify_all();
-    }
-    bool wait() {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, std::chrono::seconds(10), [this] { return m_open; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_open = false;
-};
-
-/// An agent's root object whose operations are functions of the test. Two are there from the beginning:
-/// "echo:", and "wait", which stays under way from `arrived` to `release`.
-class ScriptedRoot final : public VLRootObject {
-public:
-    using Operation = std::function<QVariant(const QVariantList& arguments, quint64 peer)>;
-
-    /// Before the server starts.
-    void on(const QString& selector, Operation operation) { m_operations[selector] = std::move(operation); }
-
-    bool respondsToSelector(const QString& selector) const override {
-        return m_operations.contains(selector);
-    }
-    QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) override {
-        const auto found = m_operations.constFind(selector);
-        if (found == m_operations.constEnd()) throw VLException(VLException::invalidArgument, selector);
-        return (*found)(arguments, peer);
-    }
-    void peerClosed(quint64) override { ++closedPeers; }
-
-    std::atomic_int closedPeers = 0;
-    Gate arrived, release;
-
-private:
-    QVariant wait() {
-        arrived.open();
-        return release.wait();
-    }
-    QHash<QString, Operation> m_operations{
-        {QStringLiteral("echo:"), [](const QVariantList& arguments, quint64) { return arguments.value(0); }},
-        {QStringLiteral("wait"), [this](const QVariantList&, quint64) { return wait(); }}};
-};
-
-/// A callback object that collects what it receives.
-class CollectingTarget final : public VLCallbackTarget {
-public:
-    struct Received {
-        QString selector;
-        QVariantList arguments;
-        QString sender;
-    };
-    QVariant receive(const QString& selector, const QVariantList& arguments, const QString& sender) override {
-        const std::lock_guard lock(m_mutex);
-        m_received.push_back({selector, arguments, sender});
-        return {};
-    }
-    [[nodiscard]] std::vector<Received> received() const {
-        const std::lock_guard lock(m_mutex);
-        return m_received;
-    }
-    [[nodiscard]] std::size_t count() const { return received().size(); }
-
-private:
-    mutable std::mutex m_mutex;
-    std::vector<Received> m_received;
 };
 
 /// Keys, pins, limits and operations of a console and an agent on the loopback interface.

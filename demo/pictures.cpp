@@ -1,5 +1,4 @@
 // Draws the windows with sample data into PNG files, light and dark: ui_pictures [FOLDER]
-#include "SampleConsole.h"
 #include "app/window/AuthSheet.h"
 #include "app/window/ErrorLogWindow.h"
 #include "app/window/LogWindow.h"
@@ -15,12 +14,15 @@
 #include "clients/view/TroubleshooterWindow.h"
 #include "support/TestEnvironment.h"
 #include "system/VLAlert.h"
+#include "tools/settlekeep/SettlekeepController.h"
+#include "ui/SampleConsole.h"
 #include "widgets/AlertSheet.h"
 #include "widgets/Theme.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDialog>
 #include <QDir>
 #include <QLineEdit>
 #include <QListView>
@@ -100,6 +102,39 @@ void drawGroups(SampleConsole& console, const QList<VLServicePtr>& members) {
     sheet.hide();
 }
 
+/// The preference tree, backups of several computers, and the sheet that asks for a name.
+void drawSettlekeep(SampleConsole& console, const QStringList& hosts) {
+    console.window->showTool(u"settlekeep"_s);
+    auto& settlekeep =
+        *static_cast<SettlekeepController*>(console.controller->toolController(u"settlekeep"_s));
+    if (QTest::qWaitFor([&] { return settlekeep.hasResult() && !settlekeep.isBusy(); }))
+        save(*console.window, u"settlekeep-empty"_s);
+    QList<QVariantMap> backups;
+    for (const QString& host : hosts) {
+        for (const QString& name : {u"Before the colour session"_s, u"Known good"_s}) {
+            const int number = int(backups.size());
+            const QString keys = u"fcpPrefs,fcpBoris,motion,color,ct"_s;
+            backups << QVariantMap{{u"hostname"_s, host},
+                                   {u"path"_s, QString(u"/Users/editor/Library/"_s + name)},
+                                   {u"name"_s, name},
+                                   {u"type"_s, number % 2},
+                                   {u"date"_s, QDateTime(QDate(2010, 9, 1 + number), QTime(9, 30))},
+                                   {u"size"_s, 40'000 * (number + 1)},
+                                   {u"keys"_s, keys}};
+        }
+    }
+    settlekeep.setSettlekeepBackupArray(backups);
+    auto* tree = console.find<QTreeView>("settlekeepPrefOutlineView");
+    tree->expand(tree->model()->index(0, 0));
+    auto* table = console.find<QTreeView>("settlekeepBackupTableView");
+    table->setCurrentIndex(table->model()->index(1, 0));
+    save(*console.window, u"settlekeep"_s);
+    settlekeep.settlekeepBackup();
+    auto* sheet = console.window->findChild<QDialog*>(u"windowSettlekeepBackup"_s);
+    save(*sheet, u"settlekeep-sheet"_s);
+    sheet->reject();
+}
+
 void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.window->show();
     QTest::qWait(100);
@@ -153,6 +188,7 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.window->resize(1280, 800);
     console.controller->taskThreads().endStatusProgress();
 
+    drawSettlekeep(console, hosts);
     console.window->showTool(u"cronwell"_s);
     console.window->findChild<QListView*>(u"toolView"_s)->setFocus();
     save(*console.window, u"missing"_s);
@@ -288,9 +324,7 @@ int main(int argc, char** argv) {
         drawAll(console, certificate);
         drawPreferences(console);
         drawClientWindows(console, certificate);
-        console.controller->shutDown();
-        VLThread::reset();
-        MainThread::resume();
+        console.end();
     }
     return 0;
 }
