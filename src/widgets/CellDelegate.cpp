@@ -32,6 +32,8 @@ QColor toneColor(int tone) {
     return c.text;
 }
 
+constexpr int popUpWidth = 16;  // of the mark at the end of a cell
+
 }  // namespace
 
 void CellDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
@@ -63,12 +65,17 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                          const QModelIndex& index) const {
     const auto* tree = qobject_cast<const QTreeView*>(option.widget);
     QStyleOptionViewItem cell = option;
-    if (tree && !tree->rootIsDecorated() && index.column() == 0) {
-        // Without the room for the triangles the first column would stick to the edge.
+    // Without the room for the triangles the first column would stick to the edge.
+    if (tree && !tree->rootIsDecorated() && index.column() == 0) cell.rect.adjust(Metrics::unit, 0, 0, 0);
+    const bool isPopUp = index.data(Cell::PopUpRole).toBool();
+    if (isPopUp) cell.rect.adjust(0, 0, -popUpWidth, 0);
+    if (tree && cell.rect != option.rect)
         tree->style()->drawPrimitive(QStyle::PE_PanelItemViewItem, &option, painter, tree);
-        cell.rect.adjust(Metrics::unit, 0, 0, 0);
-    }
     QStyledItemDelegate::paint(painter, cell, index);
+    if (isPopUp) {
+        const QRect mark(cell.rect.right() + 1, cell.rect.center().y() - 5, 11, 11);
+        paintSymbol(painter, mark, QStringLiteral("expand"), themeColors().secondaryText);
+    }
 
     const bool current =
         tree && tree->hasFocus() && tree->currentIndex().siblingAtColumn(0) == index.siblingAtColumn(0);

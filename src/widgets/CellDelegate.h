@@ -12,6 +12,7 @@ enum Role {
     DrawingRole,                      ///< QString: path of a coloured drawing before the text
     ToneRole,                         ///< Cell::Tone as int: of the text
     ElideMiddleRole,                  ///< bool: a path, whose two ends matter
+    PopUpRole,                        ///< bool: a click shows a menu of the values to choose from
 };
 }  // namespace Cell
 

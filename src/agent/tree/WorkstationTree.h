@@ -65,6 +65,7 @@ public:
     [[nodiscard]] static QString homePath(const QString& user) { return QStringLiteral("/Users/") + user; }
 
 private:
+    friend struct TreeAccess;  // the way of TreeWriter and TreeArchive to descriptors
     [[nodiscard]] kj::AutoCloseFd open(const QString& path, int flags, Links links = Links::Follow) const;
 
     QString m_rootPath;

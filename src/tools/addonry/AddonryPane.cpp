@@ -3,191 +3,116 @@
 #include "tools/addonry/AddonryController.h"
 #include "tools/addonry/AddonryModel.h"
 #include "tools/addonry/AddonryView.h"
-#include "widgets/CellDelegate.h"
-#include "widgets/ElidedLabel.h"
-#include "widgets/EmptyState.h"
-#include "widgets/OutlineState.h"
-#include "widgets/RowCopy.h"
-#include "widgets/SearchField.h"
 #include "widgets/SymbolIcon.h"
-#include "widgets/TableSorting.h"
-#include "widgets/Theme.h"
-#include "widgets/ViewUtilities.h"
 
-#include <QHBoxLayout>
-#include <QHeaderView>
+#include <QAction>
 #include <QMenu>
-#include <QStackedWidget>
 #include <QToolButton>
-#include <QTreeView>
 
-#include <algorithm>
+namespace {
+
+enum AccessType { AllUsers = 0, CurrentUser = 1 };
+
+}  // namespace
 
 QWidget* makeAddonryPane(ToolController& controller, QWidget* parent) {
     return new AddonryView(static_cast<AddonryController&>(controller), parent);
 }
 
 AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
-    : QWidget(parent),
+    : MergedOutlineView(controller, new AddonryModel(controller.context().friendlyServiceName),
+                        {QStringLiteral("addonry"), QStringLiteral("plug-in"), QStringLiteral("plug-ins"),
+                         QStringLiteral("Plug-ins"), QStringLiteral("plug"),
+                         QStringLiteral("Plug-ins are read as soon as a computer is connected.")},
+                        parent),
       m_controller(controller),
-      m_model(new AddonryModel(controller.context().friendlyServiceName, this)),
-      m_outline(new QTreeView(this)),
-      m_summary(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
-      m_differencesOnly(new QToolButton(this)),
-      m_search(new SearchField(QStringLiteral("Filter plug-ins"), this)),
-      m_stack(new QStackedWidget(this)),
-      m_empty(new EmptyState(this)) {
-    setObjectName(QStringLiteral("addonryPane"));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    buildBar();
-    buildOutline();
-    layout->addWidget(m_stack, 1);
-    m_stack->addWidget(m_outline);
-    m_stack->addWidget(m_empty);
-    m_empty->setObjectName(QStringLiteral("addonryEmpty"));
-
-    connect(&controller, &ToolController::changed, this, &AddonryView::reload);
-    connect(&controller, &ToolController::busyChanged, this, &AddonryView::updateState);
-    connect(&controller, &ToolController::selectionChanged, this, &AddonryView::updateState);
-    connect(m_empty, &EmptyState::buttonClicked, this, [this] {
-        m_differencesOnly->setChecked(false);
-        m_search->clear();
-    });
-    reload();
+      m_model(static_cast<AddonryModel*>(outline().model())),
+      m_allUsersItem(new QAction(QStringLiteral("All Users"), this)),
+      m_currentUserItem(new QAction(QStringLiteral("Current User"), this)) {
+    m_allUsersItem->setObjectName(QStringLiteral("addonryAllUsersItem"));
+    m_currentUserItem->setObjectName(QStringLiteral("addonryCurrentUserItem"));
+    m_sync =
+        addButton(QStringLiteral("addonrySyncBtn"), QStringLiteral("sync"), QStringLiteral("Synchronise"),
+                  QStringLiteral("Bring the newest version of every plug-in that differs to all selected "
+                                 "computers, with the settings that most of them have"),
+                  [this] { m_controller.addonrySyncAction(); });
+    m_enableAll =
+        addButton(QStringLiteral("addonryEnableAllBtn"), QStringLiteral("on"), QStringLiteral("Enable All"),
+                  QStringLiteral("Enable every plug-in on all selected computers"),
+                  [this] { m_controller.addonryEnableAllAction(); });
+    m_disableAll = addButton(QStringLiteral("addonryDisableAllBtn"), QStringLiteral("off"),
+                             QStringLiteral("Disable All"),
+                             QStringLiteral("Disable every plug-in on all selected computers"),
+                             [this] { m_controller.addonryDisableAllAction(); });
+    setColumnWidths({172, 74, 78, 100, 140, 78});
+    start();
 }
 
-void AddonryView::buildBar() {
-    auto* bar = new QHBoxLayout;
-    bar->setContentsMargins(Metrics::unit * 2, 0, Metrics::unit * 2, Metrics::unit * 1.5);
-    bar->setSpacing(Metrics::unit);
-    m_summary->setObjectName(QStringLiteral("addonrySummary"));
-    m_differencesOnly->setObjectName(QStringLiteral("differencesOnly"));
-    m_differencesOnly->setText(QStringLiteral("Differences Only"));
-    m_differencesOnly->setIcon(symbolIcon(QStringLiteral("filter")));
-    m_differencesOnly->setIconSize({14, 14});
-    m_differencesOnly->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_differencesOnly->setCheckable(true);
-    m_differencesOnly->setAutoRaise(true);
-    m_differencesOnly->setFocusPolicy(Qt::TabFocus);
-    m_differencesOnly->setToolTip(
-        QStringLiteral("Show only plug-ins that are not the same on all selected computers"));
-    m_search->setObjectName(QStringLiteral("addonryFilter"));
-    m_search->setMaximumWidth(200);
-    bar->addWidget(m_summary, 1);
-    bar->addWidget(m_differencesOnly);
-    bar->addWidget(m_search);
-    static_cast<QVBoxLayout*>(layout())->addLayout(bar);
-    connect(m_differencesOnly, &QToolButton::toggled, this, &AddonryView::filter);
-    connect(m_search, &QLineEdit::textChanged, this, &AddonryView::filter);
-    connect(m_search, &SearchField::moveToList, m_outline, qOverload<>(&QWidget::setFocus));
-    setTabOrder(m_differencesOnly, m_search);
-    setTabOrder(m_search, m_outline);
-}
-
-void AddonryView::buildOutline() {
-    m_outline->setObjectName(QStringLiteral("addonryOutline"));
-    m_outline->setAccessibleName(QStringLiteral("Plug-ins"));
-    m_outline->setFrameShape(QFrame::NoFrame);
-    m_outline->setUniformRowHeights(true);
-    m_outline->setAlternatingRowColors(true);
-    m_outline->setIndentation(20);
-    m_outline->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_outline->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_outline->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    m_outline->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    m_outline->setContextMenuPolicy(Qt::CustomContextMenu);
-    m_outline->setItemDelegate(new CellDelegate(m_outline));
-    m_outline->setModel(m_model);
-    m_outline->setSortingEnabled(true);
-    QHeaderView* header = m_outline->header();
-    rememberSorting(header, QStringLiteral("addonryOutline"), AddonryModel::columnNames());
-    header->setFont(themeFont(0.92, QFont::Medium));
-    header->setSectionsMovable(false);
-    header->setMinimumSectionSize(48);
-    constexpr int widths[] = {178, 74, 78, 90, 112, 76};  // the last column takes what is left
-    for (int column = 0; column < AddonryModel::Status; ++column)
-        header->resizeSection(column, widths[column]);
-    header->setStretchLastSection(true);
-    connect(m_outline, &QWidget::customContextMenuRequested, this, &AddonryView::showContextMenu);
-}
-
-/// Replaces the rows; what was expanded, selected and in view stays so.
-void AddonryView::reload() {
-    const OutlineState state = OutlineState::of(*m_outline, AddonryModel::KeyRole);
+void AddonryView::installRows() {
     m_model->setRows(m_controller.addonryArray());
-    if (!m_controller.hasResult()) resetOutlineView(*m_outline);  // cleared: there is nothing to keep
-    state.restore(*m_outline, AddonryModel::KeyRole);
-    updateSummary();
-    updateState();
 }
 
-void AddonryView::filter() {
-    const OutlineState state = OutlineState::of(*m_outline, AddonryModel::KeyRole);
-    m_model->setFilter(m_search->text(), m_differencesOnly->isChecked());
-    state.restore(*m_outline, AddonryModel::KeyRole);
-    updateState();
+int AddonryView::keyboardColumn() const {
+    return AddonryModel::Enabled;
 }
 
-void AddonryView::updateSummary() {
-    const QList<VLPluginItem>& rows = m_model->rows();
-    const auto differing = std::count_if(rows.begin(), rows.end(), &AddonryModel::differs);
-    QString text =
-        rows.size() == 1 ? QStringLiteral("1 plug-in") : QStringLiteral("%1 plug-ins").arg(rows.size());
-    if (differing > 0) {
-        text += QStringLiteral(" · %1 with differences").arg(differing);
-    } else if (!rows.isEmpty()) {
-        text += QStringLiteral(" · no differences");
-    }
-    m_summary->setText(rows.isEmpty() ? QString() : text);
+void AddonryView::updateActions() {
+    bool anyDiffers = false;
+    for (int row = 0; row < m_model->rowTotal() && !anyDiffers; ++row)
+        anyDiffers = m_model->differs(row);
+    m_sync->setEnabled(anyDiffers);
+    m_enableAll->setEnabled(anyRows());
+    m_disableAll->setEnabled(anyRows());
 }
 
-void AddonryView::updateState() {
-    const bool anyRows = !m_model->rows().isEmpty();
-    const bool anyShown = m_model->rowCount() > 0;
-    const QList<VLServicePtr> selected = m_controller.context().selectedServices();
-    const bool anySelected = !selected.isEmpty();
-    const bool anyConnected = std::any_of(selected.begin(), selected.end(),
-                                          [](const VLServicePtr& service) { return service->isConnected(); });
-    m_empty->setButtonText({});
-    if (anyRows && !anyShown) {
-        m_empty->setContents(QStringLiteral("search"), QStringLiteral("No matching plug-in"),
-                             QStringLiteral("No plug-in passes the filter."));
-        m_empty->setButtonText(QStringLiteral("Show All Plug-ins"));
-    } else if (anySelected && m_controller.isBusy()) {
-        m_empty->setBusy(QStringLiteral("Reading plug-ins…"));
-    } else if (!anySelected) {
-        m_empty->setContents(QStringLiteral("plug"),
-                             QStringLiteral("Select computers to list their plug-ins"),
-                             QStringLiteral("Select one or more in the list on the left, or All Computers."));
-    } else if (!anyConnected) {
-        m_empty->setContents(QStringLiteral("plug"),
-                             selected.size() == 1
-                                 ? QStringLiteral("The selected computer is not connected")
-                                 : QStringLiteral("The selected computers are not connected"),
-                             QStringLiteral("Plug-ins are read as soon as a computer is connected."));
-    } else if (m_controller.hasResult()) {
-        m_empty->setContents(QStringLiteral("plug"),
-                             QStringLiteral("No plug-ins found on the selected computers"));
-    } else {
-        m_empty->setContents(QStringLiteral("plug"), QStringLiteral("Plug-ins have not been read yet"),
-                             QStringLiteral("Choose Refresh to read them from the selected computers."));
-    }
-    m_stack->setCurrentWidget(anyShown ? static_cast<QWidget*>(m_outline) : m_empty);
-    m_differencesOnly->setEnabled(anyRows);
-    m_search->setEnabled(anyRows);
+void AddonryView::check(const Place& place, int, bool on) {
+    collapse(place.row);
+    m_controller.setDisabled({place.row, place.child}, !on);
 }
 
-void AddonryView::showContextMenu(const QPoint& position) {
+void AddonryView::popUp(const Place& place, int, const QPoint& globalPosition) {
+    const int shown = place.child < 0 ? int(m_model->rows().at(place.row).accessType())
+                                      : m_model->client(place).value(QStringLiteral("accessType")).toInt();
     QMenu menu(this);
-    menu.addAction(symbolIcon(QStringLiteral("expand")), QStringLiteral("Expand All"), m_outline,
-                   &QTreeView::expandAll);
-    menu.addAction(symbolIcon(QStringLiteral("collapse")), QStringLiteral("Collapse All"), m_outline,
-                   &QTreeView::collapseAll);
+    for (const auto& [item, value] :
+         {std::pair(m_allUsersItem, AllUsers), {m_currentUserItem, CurrentUser}}) {
+        item->setCheckable(true);
+        item->setChecked(shown >= 0 && (shown == CurrentUser) == (value == CurrentUser));
+        menu.addAction(item);
+    }
+    const QAction* const chosen = menu.exec(globalPosition);
+    if (!chosen) return;
+    collapse(place.row);
+    m_controller.setAccessType({place.row, place.child},
+                               chosen == m_currentUserItem ? CurrentUser : AllUsers);
+}
+
+void AddonryView::forSelected(const std::function<void(const Place&)>& change) {
+    for (const Place& place : selectedPlaces()) {
+        if (place.isMissing) continue;
+        collapse(place.row);
+        change(place);
+    }
+}
+
+void AddonryView::addMenuItems(QMenu& menu) {
+    const QList<Place> selected = selectedPlaces();
+    const bool any =
+        std::any_of(selected.begin(), selected.end(), [](const Place& p) { return !p.isMissing; });
+    const auto add = [&](const char* symbol, const QString& text, std::function<void(const Place&)> change) {
+        QAction* const action = menu.addAction(symbolIcon(QLatin1String(symbol)), text, this,
+                                               [this, change = std::move(change)] { forSelected(change); });
+        action->setEnabled(any);
+    };
+    const auto setDisabled = [this](bool disabled) {
+        return [this, disabled](const Place& p) { m_controller.setDisabled({p.row, p.child}, disabled); };
+    };
+    const auto setAccess = [this](int access) {
+        return [this, access](const Place& p) { m_controller.setAccessType({p.row, p.child}, access); };
+    };
+    add("on", QStringLiteral("Enable"), setDisabled(false));
+    add("off", QStringLiteral("Disable"), setDisabled(true));
     menu.addSeparator();
-    QAction* copy = menu.addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("Copy"), this,
-                                   [this] { copySelectedRows(*m_outline); });
-    copy->setEnabled(m_outline->selectionModel()->hasSelection());
-    menu.exec(m_outline->viewport()->mapToGlobal(position));
+    add("users", QStringLiteral("Install for All Users"), setAccess(AllUsers));
+    add("user", QStringLiteral("Install for Current User"), setAccess(CurrentUser));
 }

@@ -1,37 +1,30 @@
 #pragma once
 
-#include <QWidget>
+#include "tools/merged/MergedOutlineView.h"
 
 class AddonryController;
 class AddonryModel;
-class ElidedLabel;
-class EmptyState;
-class QStackedWidget;
-class QToolButton;
-class QTreeView;
-class SearchField;
+class QAction;
 
-/// Shows the merged plug-ins: outline with filter, and what to do while there is nothing to show.
-class AddonryView : public QWidget {
+/// Shows the merged plug-ins, and enables, moves and synchronises them.
+class AddonryView : public MergedOutlineView {
     Q_OBJECT
 public:
     AddonryView(AddonryController& controller, QWidget* parent);
 
+protected:
+    void installRows() override;
+    void addMenuItems(QMenu& menu) override;
+    void updateActions() override;
+    [[nodiscard]] int keyboardColumn() const override;
+    void check(const Place& place, int column, bool on) override;
+    void popUp(const Place& place, int column, const QPoint& globalPosition) override;
+
 private:
-    void buildBar();
-    void buildOutline();
-    void reload();
-    void filter();
-    void updateState();
-    void updateSummary();
-    void showContextMenu(const QPoint& position);
+    void forSelected(const std::function<void(const Place&)>& change);
 
     AddonryController& m_controller;
     AddonryModel* m_model;
-    QTreeView* m_outline;
-    ElidedLabel* m_summary;
-    QToolButton* m_differencesOnly;
-    SearchField* m_search;
-    QStackedWidget* m_stack;
-    EmptyState* m_empty;
+    QAction *m_allUsersItem, *m_currentUserItem;
+    QToolButton *m_sync, *m_enableAll, *m_disableAll;
 };

@@ -1,0 +1,281 @@
+#include "tools/merged/MergedOutlineModel.h"
+
+#include "widgets/PlainText.h"
+
+#include <algorithm>
+
+namespace {
+
+// Internal ids: of the merged rows this one, of the rows below them one made of their row's number. Those are
+// spread over all numbers because Qt hashes an index by adding its row and its id: with small ones in a row,
+// expanding all of a long outline would take minutes.
+constexpr quintptr rowId = 0;
+constexpr quintptr spread = quintptr(0x9E3779B97F4A7C15);
+
+/// The number that undoes a multiplication by an odd one: every step doubles the bits that are right.
+constexpr quintptr inverse(quintptr odd) {
+    quintptr result = odd;
+    for (int step = 0; step < 6; ++step)
+        result *= 2 - odd * result;
+    return result;
+}
+constexpr quintptr gather = inverse(spread);
+static_assert(spread * gather == 1);
+
+constexpr quintptr clientId(int row) {
+    return (quintptr(row) + 1) * spread;
+}
+
+constexpr int rowOf(quintptr clientId) {
+    return int(clientId * gather - 1);
+}
+
+constexpr qsizetype longestToolTip = 24;  // lines
+
+QString hostName(const QVariantMap& client) {
+    return client.value(QStringLiteral("hostname")).toString();
+}
+
+}  // namespace
+
+MergedOutlineModel::MergedOutlineModel(std::vector<Column> columns,
+                                       std::function<QString(const QString&)> friendlyName, QObject* parent)
+    : QAbstractItemModel(parent), m_columns(std::move(columns)), m_friendlyName(std::move(friendlyName)) {}
+
+QStringList MergedOutlineModel::columnNames() const {
+    QStringList names;
+    for (const Column& column : m_columns)
+        names.append(QLatin1String(column.name));
+    return names;
+}
+
+void MergedOutlineModel::replaceRows(const std::function<void()>& replace) {
+    beginResetModel();
+    replace();
+    m_firstKeys.clear();
+    for (int row = 0; row < rowTotal(); ++row)
+        m_firstKeys.push_back(sortKey(row, 0));
+    arrange();
+    endResetModel();
+}
+
+// ---- Structure
+
+QModelIndex MergedOutlineModel::index(int row, int column, const QModelIndex& parent) const {
+    if (!hasIndex(row, column, parent)) return {};
+    return createIndex(row, column, parent.isValid() ? clientId(m_shown[size_t(parent.row())]) : rowId);
+}
+
+QModelIndex MergedOutlineModel::parent(const QModelIndex& child) const {
+    if (!child.isValid() || child.internalId() == rowId) return {};
+    return createIndex(m_position[size_t(rowOf(child.internalId()))], 0, rowId);
+}
+
+int MergedOutlineModel::rowCount(const QModelIndex& parent) const {
+    if (!parent.isValid()) return int(m_shown.size());
+    if (parent.internalId() != rowId || parent.column() != 0) return 0;
+    return clientCount(m_shown[size_t(parent.row())]);
+}
+
+int MergedOutlineModel::columnCount(const QModelIndex&) const {
+    return int(m_columns.size());
+}
+
+bool MergedOutlineModel::hasChildren(const QModelIndex& parent) const {
+    return rowCount(parent) > 0;
+}
+
+int MergedOutlineModel::clientCount(int row) const {
+    return int(presentOn(row).size() + missingOn(row).size());
+}
+
+MergedOutlineModel::Place MergedOutlineModel::place(const QModelIndex& index) const {
+    if (!index.isValid()) return {};
+    if (index.internalId() == rowId) return {m_shown[size_t(index.row())], -1, false};
+    const int row = rowOf(index.internalId());
+    return {row, index.row(), index.row() >= presentOn(row).size()};
+}
+
+QVariantMap MergedOutlineModel::client(const Place& place) const {
+    const qsizetype present = presentOn(place.row).size();
+    return place.isMissing ? missingOn(place.row).value(place.child - present).toMap()
+                           : presentOn(place.row).value(place.child).toMap();
+}
+
+// ---- Contents
+
+QVariant MergedOutlineModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
+    if (role == Qt::DisplayRole) return QLatin1String(m_columns[size_t(section)].title);
+    if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
+    return {};
+}
+
+QVariant MergedOutlineModel::data(const QModelIndex& index, int role) const {
+    const Place at = place(index);
+    if (at.row < 0) return {};
+    if (at.child < 0)
+        return role == KeyRole ? QVariant(rowKey(at.row)) : rowData(at.row, index.column(), role);
+    const QVariantMap shown = client(at);
+    if (role == KeyRole) return hostName(shown);
+    if (index.column() == 0) return clientName(shown, at.isMissing, role);
+    return clientData(shown, at.isMissing, index.column(), role);
+}
+
+QVariant MergedOutlineModel::clientName(const QVariantMap& client, bool isMissing, int role) const {
+    switch (role) {
+        case Qt::DisplayRole:
+            return friendlyHost(client);
+        case Qt::ToolTipRole:
+            return literalText(hostName(client));
+        case Cell::SymbolRole:
+            return QStringLiteral("computer");
+        case Cell::ToneRole:
+            return int(isMissing ? Cell::Tone::Secondary : Cell::Tone::Plain);
+        default:
+            return {};
+    }
+}
+
+Qt::ItemFlags MergedOutlineModel::flags(const QModelIndex& index) const {
+    const Qt::ItemFlags flags = QAbstractItemModel::flags(index);
+    const Place at = place(index);
+    return at.row >= 0 && !at.isMissing && isCheckable(index.column()) ? flags | Qt::ItemIsUserCheckable
+                                                                       : flags;
+}
+
+bool MergedOutlineModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (role != Qt::CheckStateRole || !(flags(index) & Qt::ItemIsUserCheckable)) return false;
+    Q_EMIT checked(place(index), index.column(), value.toInt() != Qt::Unchecked);
+    return true;
+}
+
+QString MergedOutlineModel::friendlyHost(const QVariantMap& client) const {
+    const QString host = hostName(client);
+    return m_friendlyName ? m_friendlyName(host) : host;
+}
+
+QVariant MergedOutlineModel::countData(int row, int role) const {
+    if (role == Qt::DisplayRole)
+        return QStringLiteral("%1 of %2").arg(presentOn(row).size()).arg(clientCount(row));
+    if (role == Cell::ToneRole && missingOn(row).isEmpty()) return int(Cell::Tone::Secondary);
+    return {};
+}
+
+QString MergedOutlineModel::missingText(int row) const {
+    QStringList names;
+    for (const QVariant& host : missingOn(row))
+        names << friendlyHost(host.toMap());
+    std::sort(names.begin(), names.end());
+    if (names.size() == 1) return QStringLiteral("Missing on %1").arg(names.first());
+    return QStringLiteral("Missing on %1: %2").arg(names.size()).arg(names.join(QStringLiteral(", ")));
+}
+
+void MergedOutlineModel::listClients(int row, const QString& title,
+                                     const std::function<QString(const QVariantMap&)>& value,
+                                     QStringList& lines) const {
+    lines << title;
+    for (const QVariant& entry : presentOn(row)) {
+        const QVariantMap client = entry.toMap();
+        lines << QStringLiteral("    %1: %2").arg(friendlyHost(client), value(client));
+        if (lines.size() > longestToolTip) {
+            lines << QStringLiteral("    …");
+            return;
+        }
+    }
+}
+
+QString MergedOutlineModel::alikeText(int row) const {
+    const qsizetype count = presentOn(row).size();
+    return QStringLiteral("The same on %1")
+        .arg(count == 1 ? QStringLiteral("1 computer") : QStringLiteral("%1 computers").arg(count));
+}
+
+// ---- Sorting and filtering
+
+bool MergedOutlineModel::isShown(int row) const {
+    if (m_differencesOnly && !differs(row)) return false;
+    return m_filterText.isEmpty() || matches(row, m_filterText);
+}
+
+void MergedOutlineModel::setFilter(const QString& text, bool differencesOnly) {
+    if (text.trimmed() == m_filterText && differencesOnly == m_differencesOnly) return;
+    beginResetModel();
+    m_filterText = text.trimmed();
+    m_differencesOnly = differencesOnly;
+    arrange();
+    endResetModel();
+}
+
+void MergedOutlineModel::sort(int column, Qt::SortOrder order) {
+    if (column < 0 || column >= columnCount()) return;
+    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
+    const QModelIndexList before = persistentIndexList();
+    const std::vector<int> formerlyShown = m_shown;
+    m_sortColumn = column;
+    m_sortOrder = order;
+    sortShown();
+    QModelIndexList after;
+    for (const QModelIndex& index : before) {
+        const bool isRow = index.internalId() == rowId;
+        after << (isRow ? createIndex(m_position[size_t(formerlyShown[size_t(index.row())])], index.column(),
+                                      rowId)
+                        : index);
+    }
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged({}, VerticalSortHint);
+}
+
+void MergedOutlineModel::arrange() {
+    m_shown.clear();
+    for (int row = 0; row < rowTotal(); ++row)
+        if (isShown(row)) m_shown.push_back(row);
+    sortShown();
+}
+
+/// Every key is made once, not once per comparison.
+void MergedOutlineModel::sortShown() {
+    const bool descending = m_sortOrder == Qt::DescendingOrder;
+    std::vector<SortKey> other;
+    if (m_sortColumn != 0) {
+        other.resize(m_firstKeys.size());
+        for (const int row : m_shown)
+            other[size_t(row)] = sortKey(row, m_sortColumn);
+    }
+    const std::vector<SortKey>& keys = m_sortColumn == 0 ? m_firstKeys : other;
+    std::stable_sort(m_shown.begin(), m_shown.end(), [&](int left, int right) {
+        const SortKey &a = keys[size_t(descending ? right : left)],
+                      &b = keys[size_t(descending ? left : right)];
+        if (a < b) return true;
+        return !(b < a) && m_firstKeys[size_t(left)] < m_firstKeys[size_t(right)];
+    });
+    m_position.assign(m_firstKeys.size(), -1);
+    for (size_t place = 0; place < m_shown.size(); ++place)
+        m_position[size_t(m_shown[place])] = int(place);
+}
+
+// ---- Marks
+
+CellMark CellMark::checkBox(int state, const QString& on, const QString& off) {
+    using enum Cell::Tone;
+    if (state < 0) return {QStringLiteral("Mixed"), {}, Warning, Warning, int(Qt::PartiallyChecked)};
+    if (state == 0) return {off, {}, Secondary, Faint, int(Qt::Unchecked)};
+    return {on, {}, Plain, Good, int(Qt::Checked)};
+}
+
+QVariant CellMark::data(int role) const {
+    switch (role) {
+        case Qt::DisplayRole:
+            return text;
+        case Qt::CheckStateRole:
+            return check;
+        case Cell::SymbolRole:
+            return symbol.isEmpty() ? QVariant() : symbol;
+        case Cell::ToneRole:
+            return int(tone);
+        case Cell::SymbolToneRole:
+            return int(symbolTone);
+        default:
+            return {};
+    }
+}

@@ -1,0 +1,189 @@
+#include "foundation/PropertyList.h"
+#include "support/Fleet.h"
+#include "tools/addonry/AddonryController.h"
+
+#include <QDirIterator>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The plug-ins of one disk: the path of each, from its user's home or the disk's top on, to its version. The
+/// user is left out: it is another one on every machine.
+using Disk = QMap<QString, QString>;
+
+Disk read(const QString& root) {
+    Disk disk;
+    QDirIterator paths(root, {u"*.fxplug"_s, u"*.component"_s, u"*.fcfcc"_s}, QDir::AllEntries | QDir::Hidden,
+                       QDirIterator::Subdirectories);
+    while (paths.hasNext()) {
+        const QString path = paths.next();
+        QString below = path.mid(root.size() + 1);
+        if (!below.contains(u"Plug")) continue;
+        if (below.startsWith("Users/")) below = u"~/"_s + below.section(u'/', 2);
+        const QVariantMap info = PropertyList::readFile(path + "/Contents/Info.plist").toMap();
+        disk.insert(below, info.value(u"CFBundleShortVersionString"_s).toString());
+    }
+    return disk;
+}
+
+}  // namespace
+
+/// The plug-ins of real agents on real disks: what the files are before and after.
+class AddonryFleetTest : public QObject {
+    Q_OBJECT
+
+    static constexpr int machines = 4;
+    std::unique_ptr<Fleet> m_fleet;
+
+    [[nodiscard]] AddonryController& addonry() const {
+        return m_fleet->tool<AddonryController>(u"addonry"_s);
+    }
+    [[nodiscard]] QList<Disk> disks() const {
+        QList<Disk> all;
+        for (int machine = 0; machine < machines; ++machine)
+            all.append(read(m_fleet->diskFolder(machine)));
+        return all;
+    }
+    [[nodiscard]] AddonryController::Target target(const QString& name, qsizetype child = -1) const {
+        for (qsizetype row = 0; row < addonry().addonryArray().size(); ++row)
+            if (addonry().addonryArray().at(row).name() == name) return {row, child};
+        return {-1};
+    }
+    [[nodiscard]] QStringList rowsThatDiffer() const {
+        QStringList names;
+        for (const VLPluginItem& row : addonry().addonryArray())
+            if (row.state() != VLPluginItem::Alike) names.append(row.name());
+        return names;
+    }
+    bool refresh() {
+        return m_fleet->onWorker([this] { addonry().refreshAddonryPlugins(); });
+    }
+    bool sync() {
+        return m_fleet->onWorker([this] { addonry().addonrySyncPlugins(); });
+    }
+    void comeBack(int machine) {
+        QVERIFY(m_fleet->startAgent(machine));
+        QTRY_VERIFY_WITH_TIMEOUT(m_fleet->client(machine)->isConnected(), 20'000);
+    }
+
+private Q_SLOTS:
+    void init() {
+        m_fleet = std::make_unique<Fleet>(QStringLiteral(AGENT_PROGRAM));
+        QVERIFY(m_fleet->start(machines));
+        QVERIFY(refresh());
+    }
+    void cleanup() { m_fleet.reset(); }
+
+    void syncMakesAllAlike() {
+        QVERIFY(rowsThatDiffer().size() > 8);
+        QVERIFY(sync());
+        QCOMPARE(rowsThatDiffer(), QStringList());
+        const QList<Disk> after = disks();
+        for (int machine = 1; machine < machines; ++machine)
+            QCOMPARE(after.at(machine), after.first());
+        const Disk expected{
+            {u"Library/Plug-Ins/FxPlug/Chroma Fringe.fxplug"_s, u"1.5.0"_s},          // the newest
+            {u"Library/Plug-Ins/FxPlug/Halftone Press.fxplug"_s, u"3.0"_s},           // most enable it
+            {u"Library/Plug-Ins/FxPlug/Lens Breath.fxplug"_s, u"1.2.1"_s},            // most have it for all
+            {u"Library/Plug-Ins/FxPlug (Disabled)/Film Bloom.fxplug"_s, u"2.0.0"_s},  // from one to all
+            {u"Library/Audio/Plug-Ins/Components/Surround Panner.component"_s, u"3.4.1"_s},
+            {u"~/Library/Plug-Ins/FxPlug/Paper Grain.fxplug"_s, u"0.9.4"_s},
+            {u"~/Library/Audio/Plug-Ins/Components/Voice De-Esser.component"_s, u"1.0.9"_s},
+        };
+        for (auto file = expected.begin(); file != expected.end(); ++file)
+            QCOMPARE(after.first().value(file.key(), u"missing"_s), file.value());
+        QCOMPARE(m_fleet->timesAsked, machines);  // once each
+        QVERIFY(sync());
+        QCOMPARE(disks(), after);
+    }
+
+    void boxesMoveFiles() {
+        m_fleet->answer.isForAll = true;
+        const QList<Disk> before = disks();
+        // A copy that is its user's needs nobody's password, and the other machines are left alone.
+        addonry().setDisabled(target(u"Paper Grain"_s, 0), true);
+        QVERIFY(m_fleet->waitForWorkers());
+        QCOMPARE(m_fleet->timesAsked, 0);
+        QVERIFY(disks().first().contains(u"~/Library/Plug-Ins/FxPlug (Disabled)/Paper Grain.fxplug"_s));
+        QCOMPARE(disks().mid(1), before.mid(1));
+        addonry().setDisabled(target(u"Paper Grain"_s, 0), false);
+        QVERIFY(m_fleet->waitForWorkers());
+
+        const QString enabled = u"Library/Plug-Ins/FxPlug/Aurora Glow.fxplug"_s;
+        const QString disabled = u"Library/Plug-Ins/FxPlug (Disabled)/Aurora Glow.fxplug"_s;
+        addonry().setDisabled(target(u"Aurora Glow"_s), true);
+        QVERIFY(m_fleet->waitForWorkers());
+        for (const Disk& disk : disks())
+            QVERIFY(!disk.contains(enabled) && disk.contains(disabled));
+        addonry().setDisabled(target(u"Aurora Glow"_s), false);
+        QVERIFY(m_fleet->waitForWorkers());
+        QCOMPARE(disks(), before);
+
+        addonry().setAccessType(target(u"Skyline Key"_s), 1);
+        QVERIFY(m_fleet->waitForWorkers());
+        for (const Disk& disk : disks())
+            QCOMPARE(disk.value(u"~/Library/Plug-Ins/FxPlug/Skyline Key.fxplug"_s), u"4.0.1"_s);
+        addonry().setAccessType(target(u"Skyline Key"_s), 0);
+        QVERIFY(m_fleet->waitForWorkers());
+        QCOMPARE(disks(), before);
+    }
+
+    void allAtOnce() {
+        m_fleet->answer.isForAll = true;
+        const QList<Disk> before = disks();
+        addonry().addonryDisableAllAction();
+        QVERIFY(m_fleet->waitForWorkers());
+        const QList<Disk> after = disks();
+        for (int machine = 0; machine < machines; ++machine) {
+            QCOMPARE(after.at(machine).size(), before.at(machine).size());
+            for (auto file = after.at(machine).keyBegin(); file != after.at(machine).keyEnd(); ++file)
+                QVERIFY2(file->contains(" (Disabled)/"), qPrintable(*file));
+        }
+        addonry().addonryEnableAllAction();
+        QVERIFY(m_fleet->waitForWorkers());
+        for (const Disk& disk : disks())
+            for (auto file = disk.keyBegin(); file != disk.keyEnd(); ++file)
+                QVERIFY2(!file->contains(" (Disabled)/"), qPrintable(*file));
+    }
+
+    void refusedCredentialsChangeNothing() {
+        const QList<Disk> before = disks();
+        m_fleet->answer.password = u"guess"_s;
+        addonry().addonryDisableAllAction();
+        QVERIFY(m_fleet->waitForWorkers());
+        QVERIFY(m_fleet->refusals > 0);
+        QCOMPARE(disks(), before);
+    }
+
+    void clientThatDropsOutIsLeftAsItWas() {
+        constexpr int victim = 3;
+        m_fleet->answer.isForAll = true;
+        bool isKilled = false;
+        const auto killing =
+            connect(&m_fleet->console().taskThreads(), &TaskThreads::sheetChanged, this, [&] {
+                const QString text = m_fleet->console().taskThreads().sheet().text;
+                if (isKilled || !text.startsWith("Syncing ") || text < u"Syncing H"_s) return;
+                isKilled = true;
+                m_fleet->kill(victim);
+            });
+        QVERIFY(sync());
+        disconnect(killing);
+        QVERIFY(isKilled);
+        const QList<Disk> after = disks();
+        QCOMPARE(after.at(1), after.at(0));
+        QVERIFY(after.at(victim) != after.at(0));
+        for (auto file = after.at(victim).begin(); file != after.at(victim).end(); ++file)
+            QVERIFY2(!file->isEmpty() || file.key().contains("Title Safe Guides"), qPrintable(file.key()));
+
+        comeBack(victim);
+        QVERIFY(refresh());
+        QVERIFY(sync());
+        QCOMPARE(rowsThatDiffer(), QStringList());
+        QCOMPARE(disks().at(victim), disks().at(0));
+    }
+};
+
+ORLENDO_WIDGETS_TEST_MAIN(AddonryFleetTest)
+#include "addonry_fleet_test.moc"
