@@ -88,6 +88,21 @@ void writeScratchPaths(const SampleWriter& disk, const SampleProfile& profile) {
           profile.home() + QStringLiteral("/Documents/Final Cut Pro Documents/Autosave Vault")}});
 }
 
+/// What only some of the editing machines have: plug-ins of the user's own, and the small editor.
+void writeEditorExtras(const SampleWriter& disk, const SampleProfile& profile) {
+    const QString folder = profile.home() + QStringLiteral("/Library/Preferences/");
+    const bool hasExpress = profile.index == 1;
+    if (!hasExpress) {
+        disk.filler(folder + QStringLiteral("Final Cut Pro User Data/Plugins/Guide Templates.txt"), 2100);
+        return;
+    }
+    disk.propertyList(folder + QStringLiteral("com.apple.FinalCutExpress.plist"),
+                      rememberedState(profile, QStringLiteral("FinalCutExpress")));
+    disk.filler(folder + QStringLiteral("Final Cut Express User Data/Keyboard Layouts/%1.fcexpresskeys")
+                             .arg(QString::fromUtf8(profile.user)),
+                1200);
+}
+
 void writeNetworkSettings(const SampleWriter& disk, const SampleProfile& profile) {
     const auto column = static_cast<std::size_t>(profile.index);
     constexpr PerMachine<int> autoCheck{1, 1, 1, 0};
@@ -118,6 +133,9 @@ void writeSamplePreferences(const SampleWriter& disk, const SampleProfile& profi
     const QString support = profile.home() + QStringLiteral("/Library/Application Support/Compressor");
     disk.filler(support + QStringLiteral("/Settings/Web delivery.setting"), 1500);
     disk.filler(support + QStringLiteral("/Destinations/Review server.destination"), 700);
-    if (!profile.isRenderNode()) writeScratchPaths(disk, profile);
+    if (!profile.isRenderNode()) {
+        writeScratchPaths(disk, profile);
+        writeEditorExtras(disk, profile);
+    }
     writeNetworkSettings(disk, profile);
 }

@@ -42,6 +42,24 @@ constexpr Application software[] = {
     {suite, "Tidyhand", "com.velmora.Tidyhand", {"1.9", "1.9", "1.9", "1.9"}},
     {suite, "Encodemend", "com.velmora.Encodemend", {"1.1", "1.1", "1.1", "1.1"}},
     {suite, "Snapmend", "com.velmora.Snapmend", {"1.0.2", "1.0.2", "1.0.2", nullptr}},
+    {suite, "Routemark", "com.velmora.Routemark", {"1.3", "1.3", "1.3", "1.3"}},
+};
+
+/// What the suite's applications offer for scheduling.
+struct OfferedTask {
+    const char* identifier;
+    const char* id;
+    const char* description;
+};
+
+constexpr OfferedTask offeredTasks[] = {
+    {"com.velmora.Corvalin", "checkUpdates", "Check for updates"},
+    {"com.velmora.settlekeep", "quickBackup", "Back up preferences"},
+    {"com.velmora.Faultscope", "collect", "Collect crash logs"},
+    {"com.velmora.Tidyhand", "cleanEveryday", "Clean caches"},
+    {"com.velmora.Tidyhand", "cleanAll", "Clean everything"},
+    {"com.velmora.Snapmend", "repairPermissions", "Repair disk permissions"},
+    {"com.velmora.Routemark", "check", "Check scratch disks"},
 };
 
 struct Component {
@@ -68,6 +86,18 @@ constexpr Component codecs[] = {
     {"/System/Library/QuickTime/ProCodec.component", "ProCodec", {"1.0.3", "1.0.2", "1.0.3", "1.0.2"}},
 };
 
+void writeOfferedTasks(const SampleWriter& disk, const QString& bundle, const char* identifier) {
+    QVariantList tasks;
+    for (const OfferedTask& task : offeredTasks) {
+        if (QLatin1String(task.identifier) != QLatin1String(identifier)) continue;
+        tasks.append(QVariantMap{{QStringLiteral("taskID"), QString::fromUtf8(task.id)},
+                                 {QStringLiteral("taskDescription"), QString::fromUtf8(task.description)}});
+    }
+    if (!tasks.isEmpty())
+        disk.propertyList(bundle + QStringLiteral("/Contents/Resources/ScheduledTasks.plist"),
+                          {{QStringLiteral("tasks"), tasks}});
+}
+
 SampleWriter::Bundle describe(const Component& component, const char* version, const char* packageType) {
     const QString name = QString::fromUtf8(component.name);
     return {.name = name,
@@ -85,12 +115,13 @@ void writeSampleSoftware(const SampleWriter& disk, const SampleProfile& profile)
         const char* version = application.versions.at(column);
         if (version == nullptr) continue;
         const QString name = QString::fromUtf8(application.name);
-        disk.bundle(QStringLiteral("%1/%2.app").arg(QLatin1String(application.folder), name),
-                    {.name = name,
-                     .identifier = QString::fromUtf8(application.identifier),
-                     .version = QString::fromUtf8(version),
-                     .build = QString::fromUtf8(application.builds.at(column)),
-                     .packageType = QStringLiteral("APPL")});
+        const QString bundle = QStringLiteral("%1/%2.app").arg(QLatin1String(application.folder), name);
+        disk.bundle(bundle, {.name = name,
+                             .identifier = QString::fromUtf8(application.identifier),
+                             .version = QString::fromUtf8(version),
+                             .build = QString::fromUtf8(application.builds.at(column)),
+                             .packageType = QStringLiteral("APPL")});
+        writeOfferedTasks(disk, bundle, application.identifier);
     }
     for (const Component& component : frameworks) {
         if (const char* version = component.versions.at(column))

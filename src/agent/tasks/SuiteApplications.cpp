@@ -1,6 +1,5 @@
 #include "agent/tasks/SuiteApplications.h"
 
-#include "agent/tree/BundleInfo.h"
 #include "system/VLException.h"
 
 #include <optional>
@@ -10,15 +9,8 @@ namespace {
 constexpr const char* folders[] = {"/Applications", "/Applications/Corvalin Tools"};
 
 std::optional<BundleInfo> find(const WorkstationTree& tree, const QString& bundleID) {
-    for (const char* folder : folders) {
-        const QString path = QString::fromLatin1(folder);
-        const auto entries = tree.entries(path);
-        for (const auto& entry : entries) {
-            if (!entry.name.endsWith(QLatin1String(".app"))) continue;
-            auto info = readBundleInfo(tree, path + u'/' + entry.name);
-            if (info && !info->identifier.isEmpty() && info->identifier == bundleID) return info;
-        }
-    }
+    for (const auto& application : SuiteApplications::installed(tree))
+        if (application.info.identifier == bundleID) return application.info;
     return std::nullopt;
 }
 
@@ -32,6 +24,21 @@ bool hasBundleOfThatName(const WorkstationTree& tree, const QString& bundleID) {
 }
 
 }  // namespace
+
+QList<SuiteApplications::Application> SuiteApplications::installed(const WorkstationTree& tree) {
+    QList<Application> found;
+    for (const char* folder : folders) {
+        const QString path = QString::fromLatin1(folder);
+        const auto entries = tree.entries(path);
+        for (const auto& entry : entries) {
+            if (!entry.name.endsWith(QLatin1String(".app"))) continue;
+            const QString bundle = path + u'/' + entry.name;
+            auto info = readBundleInfo(tree, bundle);
+            if (info && !info->identifier.isEmpty()) found.append({bundle, *std::move(info)});
+        }
+    }
+    return found;
+}
 
 void SuiteApplications::require(const WorkstationTree& tree, const QString& bundleID) {
     const auto application = find(tree, bundleID);

@@ -1,0 +1,229 @@
+#include "agent/cronwell/CronwellService.h"
+
+#include "agent/AgentContext.h"
+#include "agent/cronwell/LaunchJobs.h"
+#include "agent/cronwell/OfferedTasks.h"
+#include "agent/dispatch/OperationTable.h"
+#include "system/VLException.h"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace {
+
+using VLCorvalinServerProtocol::accepts;
+using VLCorvalinServerProtocol::integerValue;
+using VLCorvalinServerProtocol::Type;
+
+[[noreturn]] void refuse(const QString& reason) {
+    throw VLException(VLException::invalidArgument, reason);
+}
+
+/// The settings of a task as a console sends them.
+class Settings {
+public:
+    explicit Settings(const QVariant& values) : m_values(values.toMap()) {
+        if (values.typeId() != QMetaType::QVariantMap)
+            refuse(QStringLiteral("The task's settings are missing."));
+    }
+
+    [[nodiscard]] bool contains(const char* key) const { return m_values.contains(QLatin1String(key)); }
+    [[nodiscard]] QString text(const char* key) const {
+        const QVariant value = m_values.value(QLatin1String(key));
+        if (value.typeId() != QMetaType::QString || value.toString().isEmpty()) wrong(key, "text");
+        return value.toString();
+    }
+    [[nodiscard]] bool flag(const char* key) const {
+        const QVariant value = m_values.value(QLatin1String(key));
+        if (!accepts(Type::Number, value)) wrong(key, "number");
+        return integerValue(value) != 0;
+    }
+    [[nodiscard]] TaskSchedule schedule() const {
+        QString problem;
+        const auto schedule =
+            TaskSchedule::fromValue(text("scheduletype").toLongLong(),
+                                    contains("intervalval") ? text("intervalval") : QString(), &problem);
+        if (!schedule) refuse(problem);
+        return *schedule;
+    }
+
+private:
+    [[noreturn]] static void wrong(const char* key, const char* kind) {
+        refuse(QStringLiteral("The task's setting “%1” is missing or no %2.")
+                   .arg(QLatin1String(key), QLatin1String(kind)));
+    }
+    const QVariantMap m_values;
+};
+
+/// The operations of one agent. One change is made at a time; reading is not held up by it, for every file is
+/// replaced whole.
+class CronwellService {
+public:
+    explicit CronwellService(AgentContext& agent) : m_agent(agent) {}
+
+    [[nodiscard]] QVariantMap tasks() const {
+        QVariantMap answer;
+        const QList<LaunchJobs::Entry> entries = jobs().all();
+        for (const auto& entry : entries)
+            answer.insert(entry.fileName, entry.job.description(entry.isRoot));
+        return answer;
+    }
+
+    void add(const OperationCall& call) {
+        const Settings settings(object(call, "obj1"));
+        const TaskSchedule schedule = settings.schedule();
+        const QString bundleID = settings.text("bundleid"), taskID = settings.text("taskid");
+        const bool isEnabled = settings.flag("enabled");
+        // A console that fills in what is missing has only the way that it sends it by to say who runs it,
+        // and may not know that the task is there by now.
+        const bool fillsIn = !settings.contains("root");
+        const bool isRoot = fillsIn ? call.arguments.at(0).isValid() : settings.flag("root");
+        if (isRoot) requireAdministrator(call);
+
+        const OfferedTask task = OfferedTasks::require(m_agent.tree, bundleID, taskID);
+        const std::lock_guard lock(m_mutex);
+        auto entry = matching(task, isRoot, fillsIn ? std::nullopt : std::optional(schedule));
+        if (!entry) {
+            const QString label = jobs().freeLabel(task);
+            entry = {label + QStringLiteral(".plist"), isRoot, LaunchJob::make(label, task)};
+        }
+        entry->job.setSchedule(schedule);
+        entry->job.setEnabled(isEnabled);
+        jobs().write(*entry);
+        log(call, QStringLiteral("Scheduled task %@: %@"), entry->fileName, schedule.description());
+    }
+
+    void edit(const OperationCall& call) {
+        const Settings settings(object(call, "obj1"));
+        const TaskSchedule schedule = settings.schedule();
+        const QString bundleID = settings.text("bundleid"), taskID = settings.text("taskid");
+        const bool isEnabled = settings.flag("enabled");
+        change(call, settings.text("filename"), [&](LaunchJobs::Entry& entry) {
+            // The application may be gone: a job that keeps its task can be changed all the same.
+            if (const OfferedTask task = entry.job.task(); task.bundleID != bundleID || task.id != taskID)
+                entry.job.setTask(OfferedTasks::require(m_agent.tree, bundleID, taskID));
+            entry.job.setSchedule(schedule);
+            entry.job.setEnabled(isEnabled);
+            jobs().write(entry);
+            log(call, QStringLiteral("Changed task %@: %@"), entry.fileName, schedule.description());
+        });
+    }
+
+    void enable(const OperationCall& call) {
+        const Settings settings(object(call, "obj1"));
+        const bool isEnabled = settings.flag("enabled");
+        if (!settings.contains("filename")) return enableAll(call, isEnabled);
+        change(call, settings.text("filename"),
+               [&](LaunchJobs::Entry& entry) { setEnabled(call, entry, isEnabled); });
+    }
+
+    void remove(const OperationCall& call) {
+        // The plain form carries the name as the second object, the authorised one as the first.
+        const QVariant second = object(call, "obj2");
+        const QVariant name = second.isValid() ? second : object(call, "obj1");
+        if (name.typeId() != QMetaType::QString) refuse(QStringLiteral("The task's file name is missing."));
+        change(call, name.toString(), [&](LaunchJobs::Entry& entry) {
+            jobs().remove(entry);
+            log(call, QStringLiteral("Removed task %@"), entry.fileName);
+        });
+    }
+
+private:
+    [[nodiscard]] LaunchJobs jobs() const { return {m_agent.tree, m_agent.consoleUser()}; }
+
+    [[nodiscard]] static QVariant object(const OperationCall& call, const char* key) {
+        return call.arguments.at(1).toMap().value(QLatin1String(key));
+    }
+
+    void requireAdministrator(const OperationCall& call) {
+        m_agent.administrators.requireAdministrator(call.peer, call.arguments.at(0));
+    }
+
+    /// Changes one job, once the console has shown that it may. That is checked without the lock: it can take
+    /// seconds, for which other consoles must not wait.
+    template <typename Change>
+    void change(const OperationCall& call, const QString& fileName, const Change& change) {
+        const bool isRoot = jobs().require(fileName).isRoot;
+        if (isRoot) requireAdministrator(call);
+        const std::lock_guard lock(m_mutex);
+        LaunchJobs::Entry entry = jobs().require(fileName);
+        if (entry.isRoot && !isRoot) changedMeanwhile();
+        change(entry);
+    }
+
+    /// All of them or, without the rights that one of them needs, none.
+    void enableAll(const OperationCall& call, bool isEnabled) {
+        const auto toChange = [&] {
+            QList<LaunchJobs::Entry> entries = jobs().all();
+            entries.removeIf([&](const auto& entry) { return entry.job.isEnabled() == isEnabled; });
+            return entries;
+        };
+        const auto anyRoot = [](const QList<LaunchJobs::Entry>& entries) {
+            return std::any_of(entries.cbegin(), entries.cend(),
+                               [](const auto& entry) { return entry.isRoot; });
+        };
+        const bool needsRights = anyRoot(toChange());
+        if (needsRights) requireAdministrator(call);
+        const std::lock_guard lock(m_mutex);
+        QList<LaunchJobs::Entry> entries = toChange();
+        if (anyRoot(entries) && !needsRights) changedMeanwhile();
+        for (LaunchJobs::Entry& entry : entries)
+            setEnabled(call, entry, isEnabled);
+    }
+
+    void setEnabled(const OperationCall& call, LaunchJobs::Entry& entry, bool isEnabled) {
+        if (entry.job.isEnabled() == isEnabled) return;
+        entry.job.setEnabled(isEnabled);
+        jobs().write(entry);
+        log(call, isEnabled ? QStringLiteral("Enabled task %@") : QStringLiteral("Disabled task %@"),
+            entry.fileName);
+    }
+
+    [[noreturn]] static void changedMeanwhile() {
+        throw VLException(VLException::generic,
+                          QStringLiteral("The scheduled tasks have changed meanwhile; please try again."));
+    }
+
+    /// Adding what is there already, perhaps once more after a lost answer, makes no second job of it.
+    /// Without a schedule any job of the task will do.
+    [[nodiscard]] std::optional<LaunchJobs::Entry> matching(
+        const OfferedTask& task, bool isRoot, const std::optional<TaskSchedule>& schedule) const {
+        const QList<LaunchJobs::Entry> entries = jobs().all();
+        const auto found = std::find_if(entries.cbegin(), entries.cend(), [&](const auto& entry) {
+            const OfferedTask other = entry.job.task();
+            return entry.isRoot == isRoot && other.bundleID == task.bundleID && other.id == task.id &&
+                   (!schedule || entry.job.schedule().description() == schedule->description());
+        });
+        return found == entries.cend() ? std::nullopt : std::optional(*found);
+    }
+
+    template <typename... Values>
+    void log(const OperationCall& call, const QString& format, const Values&... values) {
+        m_agent.log.append(call.peer, format, values...);
+    }
+
+    AgentContext& m_agent;
+    std::mutex m_mutex;
+};
+
+}  // namespace
+
+void addCronwellOperations(OperationTable& table, AgentContext& agent) {
+    const auto service = std::make_shared<CronwellService>(agent);
+    const auto addChange = [&](const char* selector, void (CronwellService::*change)(const OperationCall&)) {
+        table.add(QLatin1String(selector), [service, change](const OperationCall& call) {
+            (service.get()->*change)(call);
+            return QVariant();
+        });
+    };
+    table.add(QStringLiteral("cronwellTaskDictionary"),
+              [service](const OperationCall&) { return QVariant(service->tasks()); });
+    addChange("cronwellAddTask:settings:", &CronwellService::add);
+    addChange("cronwellEditTask:settings:", &CronwellService::edit);
+    addChange("cronwellEnableTask:settings:", &CronwellService::enable);
+    addChange("cronwellRemoveTask:settings:", &CronwellService::remove);
+    table.add(QStringLiteral("vlAppTasks"),
+              [&agent](const OperationCall&) { return QVariant(OfferedTasks::list(agent.tree)); });
+}

@@ -1,0 +1,384 @@
+#include "tools/cronwell/NewTaskSheet.h"
+
+#include "tools/cronwell/CronwellController.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/Theme.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QPushButton>
+#include <QVariantAnimation>
+
+namespace {
+
+constexpr int sheetWidth = 520;
+constexpr int growthTime = 160;  // ms
+constexpr int longestEntry = 1024;
+
+QLabel* captionOf(QWidget* field, const QString& title) {
+    auto* caption = new QLabel(title, field->parentWidget());
+    caption->setFont(themeFont(0.95, QFont::Medium));
+    caption->setBuddy(field);
+    field->setAccessibleName(title);
+    return caption;
+}
+
+QVBoxLayout* captioned(QWidget* field, const QString& title) {
+    auto* pair = new QVBoxLayout;
+    pair->setSpacing(Metrics::unit / 2);
+    pair->addWidget(captionOf(field, title));
+    pair->addWidget(field);
+    return pair;
+}
+
+void setTextColor(QLabel* label, const QColor& color) {
+    QPalette colors = label->palette();
+    colors.setColor(QPalette::WindowText, color);
+    label->setPalette(colors);
+}
+
+}  // namespace
+
+NewTaskSheet::NewTaskSheet(CronwellController& controller, QWidget* parent)
+    : Sheet(QStringLiteral("Add Task"),
+            QStringLiteral("The task is scheduled on all selected computers that have the tool."), parent),
+      m_controller(controller),
+      m_applications(new QComboBox(this)),
+      m_tasks(new QComboBox(this)),
+      m_kinds(new QComboBox(this)),
+      m_offer(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
+      m_fields(new QWidget(this)),
+      m_clock(new QLabel(this)),
+      m_words(new QLabel(this)),
+      m_root(new QCheckBox(QStringLiteral("Run as administrator (root)"), this)),
+      m_growth(new QVariantAnimation(this)) {
+    setObjectName(QStringLiteral("windowNewTask"));
+    setAttribute(Qt::WA_DeleteOnClose, false);
+    buildTask();
+    buildSchedule();
+    buildRest();
+    for (QComboBox* menu : {m_applications, m_tasks, m_kinds, m_weekday, m_month})
+        menu->setMinimumHeight(m_minute->sizeHint().height());  // in line with the fields beside them
+    setFixedWidth(sheetWidth);
+    m_growth->setDuration(growthTime);
+    m_growth->setEasingCurve(QEasingCurve::OutCubic);
+    connect(m_growth, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& height) { setFieldsHeight(height.toInt()); });
+    connect(&controller, &CronwellController::newTaskAppsChanged, this,
+            &NewTaskSheet::setupCronwellNewTaskApps);
+}
+
+// ---- The form
+
+void NewTaskSheet::buildTask() {
+    m_applications->setObjectName(QStringLiteral("newTaskArrayCont"));
+    m_tasks->setObjectName(QStringLiteral("newTaskMenu"));
+    m_offer->setObjectName(QStringLiteral("newTaskOfferText"));
+    auto* choices = new QHBoxLayout;
+    choices->setSpacing(Metrics::unit * 1.5);
+    choices->addLayout(captioned(m_applications, QStringLiteral("Tool")), 2);
+    choices->addLayout(captioned(m_tasks, QStringLiteral("Task")), 3);
+    body()->addLayout(choices);
+    body()->addWidget(m_offer);
+    body()->addSpacing(Metrics::unit / 2);
+    // Told by whoever watches the list of applications.
+    auto* select = new QAction(this);
+    select->setObjectName(QStringLiteral("selectNewTaskItem"));
+    connect(select, &QAction::triggered, this, &NewTaskSheet::selectNewTaskItem);
+    connect(m_tasks, &QComboBox::currentIndexChanged, this, &NewTaskSheet::updateForm);
+}
+
+void NewTaskSheet::buildSchedule() {
+    m_kinds->setObjectName(QStringLiteral("taskScheduleMenu"));
+    m_kinds->addItems({QStringLiteral("At specific interval"), QStringLiteral("Every x seconds"),
+                       QStringLiteral("Whenever a directory changes")});
+    connect(m_kinds, &QComboBox::activated, this, [this] { taskScheduleChanged(true); });
+    body()->addLayout(captioned(m_kinds, QStringLiteral("Schedule")));
+    for (QWidget*& page : m_pages)
+        page = new QWidget(m_fields);
+    buildCalendarFields();
+    buildSecondsFields();
+    buildDirectoryFields();
+    body()->addWidget(m_fields);
+
+    m_words->setObjectName(QStringLiteral("taskScheduleText"));
+    m_words->setTextFormat(Qt::PlainText);
+    m_words->setWordWrap(true);
+    m_words->setMinimumHeight(m_words->fontMetrics().lineSpacing() * 2);
+    auto* line = new QHBoxLayout;
+    line->setSpacing(Metrics::unit);
+    line->addWidget(m_clock);
+    line->addWidget(m_words, 1);
+    body()->addLayout(line);
+}
+
+QLineEdit* NewTaskSheet::addField(const char* name, const QString& title, const QString& placeholder) {
+    auto* field = new QLineEdit(m_fields);
+    field->setObjectName(QLatin1String(name));
+    field->setAccessibleName(title);
+    field->setPlaceholderText(placeholder);
+    field->setMaxLength(longestEntry);
+    connect(field, &QLineEdit::textEdited, this, &NewTaskSheet::edited);
+    return field;
+}
+
+void NewTaskSheet::buildCalendarFields() {
+    const QString any = QStringLiteral("Any");
+    auto* row = new QHBoxLayout(m_pages[AtInterval]);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(Metrics::unit);
+    m_minute = addField("taskMinuteText", QStringLiteral("Minute"), QStringLiteral("00"));
+    m_hour = addField("taskHourText", QStringLiteral("Hour"), any);
+    m_day = addField("taskDayText", QStringLiteral("Day"), any);
+    for (QLineEdit* field : {m_hour, m_minute, m_day}) {
+        field->setMaxLength(2);
+        row->addLayout(captioned(field, field->accessibleName()), 2);
+    }
+    const QLocale english(QLocale::English);
+    const auto addMenu = [&](const char* name, const QString& title) {
+        auto* menu = new QComboBox(m_fields);
+        menu->setObjectName(QLatin1String(name));
+        menu->addItem(any, QString());
+        row->addLayout(captioned(menu, title), 4);
+        connect(menu, &QComboBox::activated, this, &NewTaskSheet::edited);
+        return menu;
+    };
+    m_weekday = addMenu("taskWeekdayMenu", QStringLiteral("Weekday"));
+    m_month = addMenu("taskMonthMenu", QStringLiteral("Month"));
+    for (int day = 1; day <= 7; ++day)
+        m_weekday->addItem(english.dayName(day), QString::number(day % 7));
+    for (int month = 1; month <= 12; ++month)
+        m_month->addItem(english.monthName(month), QString::number(month));
+}
+
+void NewTaskSheet::buildSecondsFields() {
+    auto* column = new QVBoxLayout(m_pages[EverySeconds]);
+    column->setContentsMargins(0, 0, 0, 0);
+    m_seconds = addField("taskSecondsText", QStringLiteral("Seconds"), QStringLiteral("3600"));
+    m_seconds->setMaxLength(10);
+    column->addLayout(captioned(m_seconds, m_seconds->accessibleName()));
+}
+
+void NewTaskSheet::buildDirectoryFields() {
+    m_directory =
+        addField("taskDirectoryText", QStringLiteral("Directory"), QStringLiteral("/Volumes/Media"));
+    auto* browse = new QPushButton(QStringLiteral("Browse…"), m_fields);
+    browse->setObjectName(QStringLiteral("cronwellBrowseDirectory"));
+    browse->setAutoDefault(false);
+    connect(browse, &QPushButton::clicked, this, &NewTaskSheet::cronwellBrowseDirectory);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(Metrics::unit);
+    row->addLayout(captioned(m_directory, m_directory->accessibleName()), 1);
+    row->addWidget(browse, 0, Qt::AlignBottom);
+    auto* column = new QVBoxLayout(m_pages[WhenChanged]);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(Metrics::unit / 2);
+    column->addLayout(row);
+    auto* hint = new ElidedLabel(m_fields, ElidedLabel::Tone::Secondary);
+    hint->setText(QStringLiteral("The path as it is on the selected computers"));
+    column->addWidget(hint);
+}
+
+void NewTaskSheet::buildRest() {
+    m_root->setObjectName(QStringLiteral("taskRootCheck"));
+    m_root->setToolTip(QStringLiteral("Takes an administrator's name and password of each computer"));
+    body()->addWidget(m_root);
+    addCancelButton();
+    m_addButton = addPrimaryButton(QStringLiteral("Add"));
+    m_addButton->setObjectName(QStringLiteral("addTaskButton"));
+}
+
+// ---- What can be chosen
+
+void NewTaskSheet::prepare() {
+    m_kinds->setCurrentIndex(AtInterval);
+    m_isTouched.fill(false);
+    m_hour->setText(QStringLiteral("3"));
+    m_minute->setText(QStringLiteral("00"));
+    m_day->clear();
+    m_weekday->setCurrentIndex(0);
+    m_month->setCurrentIndex(0);
+    m_seconds->setText(QStringLiteral("3600"));
+    m_directory->clear();
+    m_root->setChecked(false);
+    taskScheduleChanged(false);
+    m_applications->setCurrentIndex(m_applications->count() > 0 ? 0 : -1);
+    setupCronwellNewTaskApps();
+    m_applications->setFocus();
+}
+
+/// Keeps the choice where it is still offered.
+void NewTaskSheet::setupCronwellNewTaskApps() {
+    const QString chosen = application().value(QStringLiteral("taskBundleID")).toString();
+    const QSignalBlocker quiet(m_applications);
+    m_applications->clear();
+    for (const QVariant& value : m_controller.newTaskAppDataArray()) {
+        const QVariantMap offered = value.toMap();
+        m_applications->addItem(offered.value(QStringLiteral("name")).toString(), offered);
+        if (offered.value(QStringLiteral("taskBundleID")).toString() == chosen)
+            m_applications->setCurrentIndex(m_applications->count() - 1);
+    }
+    m_applications->setEnabled(m_applications->count() > 0);
+    selectNewTaskItem();
+}
+
+void NewTaskSheet::selectNewTaskItem() {
+    const QString chosen = task().value(QStringLiteral("taskID")).toString();
+    const QSignalBlocker quiet(m_tasks);
+    m_tasks->clear();
+    for (const QVariant& value : application().value(QStringLiteral("tasks")).toList()) {
+        const QVariantMap offered = value.toMap();
+        m_tasks->addItem(offered.value(QStringLiteral("taskDescription")).toString(), offered);
+        if (offered.value(QStringLiteral("taskID")).toString() == chosen)
+            m_tasks->setCurrentIndex(m_tasks->count() - 1);
+    }
+    m_tasks->setEnabled(m_tasks->count() > 0);
+    updateForm();
+}
+
+QVariantMap NewTaskSheet::application() const {
+    return m_applications->currentData().toMap();
+}
+
+QVariantMap NewTaskSheet::task() const {
+    return m_tasks->currentData().toMap();
+}
+
+/// A folder of this computer: the others usually have it under the same path, and it can be changed.
+void NewTaskSheet::cronwellBrowseDirectory() {
+    auto* dialog =
+        new QFileDialog(this, QStringLiteral("Choose the Directory to Watch"), m_directory->text());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString& path) {
+        m_directory->setText(path);
+        edited();
+    });
+    dialog->open();
+}
+
+// ---- The schedule
+
+NewTaskSheet::Kind NewTaskSheet::kind() const {
+    return Kind(std::max(m_kinds->currentIndex(), 0));
+}
+
+void NewTaskSheet::taskScheduleChanged(bool animated) {
+    const int before = m_fields->height();
+    for (QWidget* page : m_pages)
+        page->hide();
+    QWidget* const page = m_pages[size_t(kind())];
+    const int height = page->sizeHint().height();
+    page->setGeometry(0, 0, sheetWidth - 2 * Metrics::sheetMargin, height);
+    page->show();
+    m_growth->stop();
+    if (animated && isVisible() && before != height) {
+        m_growth->setStartValue(before);
+        m_growth->setEndValue(height);
+        m_growth->start();
+    } else {
+        setFieldsHeight(height);
+    }
+    updateForm();
+}
+
+void NewTaskSheet::setFieldsHeight(int height) {
+    m_fields->setFixedHeight(height);
+    if (isVisible()) resize(width(), layout()->totalHeightForWidth(width()));
+}
+
+TaskSchedule NewTaskSheet::schedule() const {
+    TaskSchedule schedule;
+    switch (kind()) {
+        case AtInterval:
+            schedule.type = TaskSchedule::Calendar;
+            schedule.minute = m_minute->text().trimmed();
+            schedule.hour = m_hour->text().trimmed();
+            schedule.day = m_day->text().trimmed();
+            schedule.weekday = m_weekday->currentData().toString();
+            schedule.month = m_month->currentData().toString();
+            break;
+        case EverySeconds: {
+            QString problem;
+            return TaskSchedule::fromValue(TaskSchedule::Seconds, m_seconds->text().trimmed(), &problem)
+                .value_or(TaskSchedule::every(0));
+        }
+        default:
+            return TaskSchedule::whenChanged(m_directory->text().trimmed());
+    }
+    // Numbers as they are kept: "07" is 7.
+    QString problem;
+    return TaskSchedule::fromValue(schedule.type, schedule.value(), &problem).value_or(schedule);
+}
+
+QString NewTaskSheet::scheduleProblem() const {
+    const TaskSchedule chosen = schedule();
+    if (kind() == AtInterval && !chosen.day.isEmpty() && !chosen.weekday.isEmpty())
+        return QStringLiteral("Choose either a day of the month or a weekday.");
+    return chosen.problem();
+}
+
+void NewTaskSheet::edited() {
+    m_isTouched[size_t(kind())] = true;
+    updateForm();
+}
+
+void NewTaskSheet::updateForm() {
+    showOffer();
+    showSchedule();
+    m_addButton->setEnabled(m_tasks->count() > 0 && scheduleProblem().isEmpty());
+}
+
+void NewTaskSheet::showOffer() {
+    const QStringList missing = task().value(QStringLiteral("missingHosts")).toStringList();
+    if (m_tasks->count() == 0) {
+        m_offer->setText(m_controller.isReadingApps()
+                             ? QStringLiteral("Reading the tools of the selected computers…")
+                             : QStringLiteral("No tool on the selected computers has tasks to schedule."));
+    } else if (missing.isEmpty()) {
+        m_offer->setText(QStringLiteral("All selected computers have this tool."));
+    } else {
+        QStringList names;
+        for (const QString& hostName : missing)
+            names.append(m_controller.context().friendlyServiceName(hostName));
+        m_offer->setText(QStringLiteral("Not available on %1").arg(names.join(QStringLiteral(", "))));
+    }
+}
+
+/// What is not filled in yet is no mistake.
+void NewTaskSheet::showSchedule() {
+    const QString problem = scheduleProblem();
+    const bool isWrong = !problem.isEmpty() && m_isTouched[size_t(kind())];
+    const QColor color = isWrong             ? themeColors().bad
+                         : problem.isEmpty() ? themeColors().text
+                                             : themeColors().secondaryText;
+    m_words->setText(problem.isEmpty() ? schedule().description() : problem);
+    setTextColor(m_words, color);
+    m_clock->setPixmap(symbolPixmap(isWrong ? QStringLiteral("warning") : QStringLiteral("clock"), color,
+                                    Metrics::symbolSize, devicePixelRatioF()));
+    m_addButton->setToolTip(problem);
+}
+
+QVariantMap NewTaskSheet::arguments() const {
+    const TaskSchedule chosen = schedule();
+    return {{QStringLiteral("bundleid"), application().value(QStringLiteral("taskBundleID"))},
+            {QStringLiteral("taskid"), task().value(QStringLiteral("taskID"))},
+            {QStringLiteral("scheduletype"), QString::number(chosen.type)},
+            {QStringLiteral("intervalval"), chosen.value()},
+            {QStringLiteral("enabled"), 1LL},
+            {QStringLiteral("root"), m_root->isChecked() ? 1LL : 0LL}};
+}
+
+void NewTaskSheet::accept() {
+    if (!m_addButton->isEnabled()) return;
+    m_controller.addCronwellTask(arguments());
+    Sheet::accept();
+}

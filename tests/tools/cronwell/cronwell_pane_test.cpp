@@ -1,0 +1,183 @@
+#include "support/TestEnvironment.h"
+#include "system/VLAlert.h"
+#include "tools/cronwell/CronwellController.h"
+#include "ui/SampleConsole.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QToolButton>
+#include <QTreeView>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+QVariantMap application(const QString& name, const QStringList& tasks) {
+    QVariantList offered;
+    for (const QString& task : tasks)
+        offered.append(QVariantMap{{u"taskID"_s, task.toLower()}, {u"taskDescription"_s, task}});
+    return {{u"taskBundleID"_s, u"com.velmora."_s + name}, {u"name"_s, name}, {u"tasks"_s, offered}};
+}
+
+VLScheduledTask row(const QString& description, const QStringList& hostNames) {
+    VLScheduledTask row;
+    for (const QString& hostName : hostNames)
+        row.addChild({{u"taskDescription"_s, description},
+                      {u"taskBundleID"_s, u"com.velmora.Tidyhand"_s},
+                      {u"frequencyDescription"_s, u"Every day at 3:00"_s},
+                      {u"filename"_s, u"a.plist"_s},
+                      {u"enabled"_s, 1}},
+                     hostName);
+    return row;
+}
+
+}  // namespace
+
+/// The pane in the real window.
+class CronwellPaneTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<SampleConsole> m_console;
+
+    [[nodiscard]] CronwellController& cronwell() {
+        return *static_cast<CronwellController*>(m_console->controller->toolController(u"cronwell"_s));
+    }
+    template <typename Widget>
+    [[nodiscard]] Widget* find(const char* name) {
+        return m_console->find<Widget>(name);
+    }
+    void choose(const char* menu, int index) {
+        auto* box = find<QComboBox>(menu);
+        box->setCurrentIndex(index);
+        Q_EMIT box->activated(index);
+    }
+
+private Q_SLOTS:
+    void init() {
+        m_console = std::make_unique<SampleConsole>();
+        QVERIFY(m_console->start());
+        m_console->window->resize(1400, 800);
+        m_console->window->show();
+        m_console->window->showTool(u"cronwell"_s);
+        QVERIFY(VLThread::joinAll(30s));
+    }
+    void cleanup() {
+        m_console->controller->shutDown();
+        m_console.reset();
+        VLThread::reset();
+        MainThread::resume();
+    }
+
+    void newTask_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("entries");  // "field text"; a menu's text is its index
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QString>("value");  // empty: cannot be added
+        QTest::newRow("as it comes") << 0 << QString() << u"Every day at 3:00"_s << u"0,3,,,"_s;
+        QTest::newRow("monday") << 0 << u"taskHourText 14,taskMinuteText 30,taskWeekdayMenu 1"_s
+                                << u"Every Monday at 14:30"_s << u"30,14,,1,"_s;
+        QTest::newRow("sunday") << 0 << u"taskHourText 9,taskMinuteText ,taskWeekdayMenu 7,taskMonthMenu 2"_s
+                                << u"Every February on every Sunday at 9:00"_s << u",9,,0,2"_s;
+        QTest::newRow("hour") << 0 << u"taskHourText 24"_s << u"The hour must be a number from 0 to 23."_s
+                              << QString();
+        QTest::newRow("nothing") << 0 << u"taskHourText ,taskMinuteText "_s << u"At least one of"_s
+                                 << QString();
+        QTest::newRow("two days") << 0 << u"taskDayText 5,taskWeekdayMenu 1"_s
+                                  << u"Choose either a day of the month or a weekday."_s << QString();
+        QTest::newRow("seconds") << 1 << u"taskSecondsText 90"_s << u"Every 90 seconds"_s << u"90"_s;
+        QTest::newRow("no number") << 1 << u"taskSecondsText soon"_s << u"The seconds must be"_s << QString();
+        QTest::newRow("no directory yet")
+            << 2 << QString() << u"A directory to watch is needed."_s << QString();
+        QTest::newRow("directory") << 2 << u"taskDirectoryText /Volumes"_s << u"Whenever /Volumes changes"_s
+                                   << u"/Volumes"_s;
+    }
+    void newTask() {
+        QFETCH(int, kind);
+        QFETCH(QString, entries);
+        QFETCH(QString, shown);
+        QFETCH(QString, value);
+        m_console->add(u"One"_s, u"10.0.0.1"_s);
+        m_console->controller->services().selectAll();
+        QVERIFY(VLThread::joinAll(30s));
+        startNewLog();
+        find<QToolButton>("cronwellAddTaskBtn")->click();
+        QVERIFY(VLThread::joinAll(30s));
+        auto* sheet = find<QDialog>("windowNewTask");
+        QVERIFY(sheet->isVisible() && sheet->windowTitle() == u"Add Task"_s);
+        QVERIFY(!find<QPushButton>("addTaskButton")->isEnabled());  // nothing is offered
+        cronwell().setNewTaskAppDataArray(
+            {application(u"Corvalin"_s, {u"Check"_s}), application(u"Tidyhand"_s, {u"Clean"_s, u"Sweep"_s})});
+        Q_EMIT cronwell().newTaskAppsChanged();
+        find<QComboBox>("newTaskArrayCont")->setCurrentIndex(1);  // the window's set-up watches it
+        QCOMPARE(find<QComboBox>("newTaskMenu")->count(), 2);
+        find<QComboBox>("newTaskMenu")->setCurrentIndex(1);
+
+        choose("taskScheduleMenu", kind);
+        for (const QString& entry : entries.split(u',', Qt::SkipEmptyParts)) {
+            const QByteArray name = entry.section(u' ', 0, 0).toLatin1();
+            const QString text = entry.section(u' ', 1);
+            if (name.endsWith("Menu")) {
+                choose(name.constData(), text.toInt());
+                continue;
+            }
+            auto* field = find<QLineEdit>(name.constData());
+            QVERIFY(field->isVisible());
+            field->setText(text);
+            Q_EMIT field->textEdited(text);
+        }
+        QVERIFY2(find<QLabel>("taskScheduleText")->text().startsWith(shown),
+                 qPrintable(find<QLabel>("taskScheduleText")->text()));
+        QCOMPARE(find<QPushButton>("addTaskButton")->isEnabled(), !value.isEmpty());
+        QTest::keyClick(sheet, Qt::Key_Return);
+        QCOMPARE(sheet->isVisible(), value.isEmpty());
+        QVERIFY(VLThread::joinAll(30s));
+        const QString line =
+            u"Adding Cronwell task with arguments: {bundleid = com.velmora.Tidyhand; enabled = 1; "
+            u"intervalval = %1; "
+            "root = 0; scheduletype = %2; taskid = sweep}"_s.arg(value,
+                                                                 QString::number(QList<int>{7, 6, 8}[kind]));
+        QCOMPARE(logLines().contains(line), !value.isEmpty());
+        sheet->reject();
+    }
+
+    void keyboardAndRows() {
+        const auto one = m_console->add(u"One"_s, u"10.0.0.1"_s);
+        m_console->controller->services().selectAll();
+        QVERIFY(VLThread::joinAll(30s));
+        cronwell().setCronwellArray({row(u"Clean"_s, {one->hostName()}), row(u"Sweep"_s, {one->hostName()})});
+        auto* outline = find<QTreeView>("cronwellOutline");
+        const QAbstractItemModel& model = *outline->model();
+        outline->expandAll();
+        outline->setCurrentIndex(model.index(0, 0));
+        m_console->window->activateWindow();
+        outline->setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(m_console->window.get()));
+        startNewLog();
+        QTest::keyClick(outline, Qt::Key_Space);
+        QCOMPARE(cronwell().cronwellArray()[0].enabled(), 0);
+        QVERIFY(!outline->isExpanded(model.index(0, 0)) && outline->isExpanded(model.index(1, 0)));
+        QVERIFY(VLThread::joinAll(30s));
+        QVERIFY(logLines().contains(u"Disabling Cronwell task on all hosts..."_s));
+        cronwell().setCronwellArray({row(u"Clean"_s, {one->hostName()}), row(u"Sweep"_s, {one->hostName()})});
+        outline->expandAll();
+        QStringList asked;
+        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
+            asked.append(alert.value(u"messageText"_s).toString());
+            ended(VLAlert::AlternateReturn);
+            return [] {};
+        });
+        outline->setCurrentIndex(model.index(0, 0, model.index(0, 0)));  // a client: nothing to remove
+        QTest::keyClick(outline, Qt::Key_Delete);
+        QVERIFY(asked.isEmpty() && !find<QToolButton>("cronwellRemoveTaskBtn")->isEnabled());
+        outline->selectAll();
+        QTest::keyClick(outline, Qt::Key_Delete);
+        QCOMPARE(asked, QStringList{u"Are you sure you wish to delete these tasks?"_s});
+    }
+};
+
+ORLENDO_WIDGETS_TEST_MAIN(CronwellPaneTest)
+#include "cronwell_pane_test.moc"
