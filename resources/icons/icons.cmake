@@ -11,7 +11,8 @@ endfunction()
 # ":/icons/symbols/refresh.svg", ":/icons/tools/addonry.svg" and so on.
 function(add_drawings target)
   set(folder ${CMAKE_CURRENT_FUNCTION_LIST_DIR})
-  file(GLOB drawings CONFIGURE_DEPENDS ${folder}/symbols/*.svg ${folder}/tools/*.svg ${folder}/kinds/*.svg)
+  file(GLOB drawings CONFIGURE_DEPENDS ${folder}/symbols/*.svg ${folder}/tools/*.svg ${folder}/kinds/*.svg
+    ${folder}/applications/*.svg)
   qt_add_resources(${target} ${target}_drawings PREFIX /icons BASE ${folder}
     FILES ${drawings} ${folder}/orlendo.svg)
 endfunction()

@@ -34,7 +34,8 @@ struct AgentContext : std::enable_shared_from_this<AgentContext> {
     PeerBudget reports;  ///< errors that are passed on to every console
     CrashReports crashReports{settings.stateDirectory};
     AdministratorGuard administrators;
-    AgentTasks tasks;
+    AgentTasks tasks;      ///< that need an administrator: they run after the credentials were checked
+    AgentTasks userTasks;  ///< that need none
     /// Installs an update (the application's path or bundle identifier in `target`) once the administrator
     /// was checked. Returns at once; tells the console behind `peer` how it went. Empty: not in this version.
     std::function<void(quint64 peer, const QVariantMap& update, const QVariant& target)> installUpdate;

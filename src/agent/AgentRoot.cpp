@@ -3,9 +3,11 @@
 #include "agent/addonry/AddonryService.h"
 #include "agent/authorization/AuthorizationService.h"
 #include "agent/callbacks/CallbackService.h"
+#include "agent/cronwell/CronwellService.h"
 #include "agent/faultscope/FaultscopeService.h"
 #include "agent/identity/IdentityService.h"
 #include "agent/logs/LogService.h"
+#include "agent/settlekeep/SettlekeepService.h"
 #include "agent/tasks/TaskService.h"
 #include "agent/updates/UpdateService.h"
 #include "agent/varispot/VarispotService.h"
@@ -19,9 +21,11 @@ AgentRoot::AgentRoot(std::shared_ptr<AgentContext> agent) : m_agent(std::move(ag
     addAuthorizationOperations(m_operations, *m_agent);
     addLogOperations(m_operations, *m_agent);
     addAddonryOperations(m_operations, *m_agent);
+    addCronwellOperations(m_operations, *m_agent);
     addVarispotOperations(m_operations, *m_agent);
     addFaultscopeOperations(m_operations, *m_agent);
     addUpdateOperations(m_operations, *m_agent);
+    addSettlekeepOperations(m_operations, *m_agent);
     addTaskOperations(m_operations, *m_agent);
 }
 
@@ -47,10 +51,9 @@ void AgentRoot::reportFailure(const QString& selector, const VLException& error,
                         error.reason().left(1000));
     const auto* declared = operation(Side::Agent, selector);
     const bool isOneway = declared != nullptr && declared->mode == Mode::Oneway;
-    // Nobody waits for a oneway operation, so the callback is the only way for its failure to be seen. An
-    // error of the suite goes to the error queue in any case, which knows what its code means.
-    const bool hasCode = error.userInfo().contains(QStringLiteral("code"));
-    if (isOneway || hasCode) m_agent->consoles.postFailure(peer, error, m_agent->hostName.get());
+    // Whoever waits for an operation gets its failure raised, code and all, and reports it; for a oneway one
+    // the callback is the only way.
+    if (isOneway) m_agent->consoles.postFailure(peer, error, m_agent->hostName.get());
 }
 
 void AgentRoot::peerOpened(quint64 peer, const QString& console) {

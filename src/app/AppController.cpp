@@ -178,6 +178,7 @@ void AppController::setUpInterface() {
     populateTasks();
     observeProcessing();
     if (m_interface) {
+        m_interface->observeNewTaskSelection();
         m_interface->setUpMainWindow();
         m_interface->keepToolViews();
         m_interface->registerForDraggedTypes();
@@ -289,6 +290,7 @@ void AppController::setVisibleTool(const QString& identifier) {
     m_visibleTool = identifier;
     if (toolController(identifier)) {
         const std::shared_ptr<ToolController> controller = m_toolControllers.value(identifier);
+        controller->becomesVisible();
         m_autoRefresh->setupAutoRefresh([controller] { controller->refresh(); },
                                         tool(identifier)->refreshInterval);
         if (m_autoRefresh->canRefreshNow())

@@ -6,6 +6,8 @@ class AppInterface {
 public:
     virtual ~AppInterface() = default;
 
+    /// The tasks that can be added follow the application that is chosen for them.
+    virtual void observeNewTaskSelection() = 0;
     /// The content border at the bottom, and the look of what stands on it.
     virtual void setUpMainWindow() = 0;
     /// Tool views survive being swapped out; the settings box goes into its scroll view.

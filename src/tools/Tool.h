@@ -34,7 +34,7 @@ struct ToolReport {
 
 /// The working half of a tool, without widgets: its workers, and its results as they stand.
 /// Lives on the main thread; results are installed there, and changed() says so.
-class ToolController : public QObject {
+class ToolController : public QObject, public std::enable_shared_from_this<ToolController> {
     Q_OBJECT
 public:
     explicit ToolController(ToolContext context, QObject* parent = nullptr)
@@ -42,6 +42,8 @@ public:
 
     /// The refresh operation of the pane: blocks, runs on a worker thread.
     virtual void refresh() = 0;
+    /// The pane comes into view, and a refresh follows. Main thread.
+    virtual void becomesVisible() {}
     /// Forgets the results.
     virtual void clearData() = 0;
     [[nodiscard]] virtual ToolReport report() const = 0;
@@ -63,6 +65,14 @@ protected:
         if (m_busy == busy) return;
         m_busy = busy;
         Q_EMIT busyChanged(busy);
+    }
+    /// Runs `work` on a thread of its own, which quitting cancels and waits for. What it throws is logged
+    /// under `name`, the operation's. A controller that is not held by a shared pointer outlives it. Any
+    /// thread.
+    void startWorker(const QString& name, std::function<void()> work);
+    /// Runs refresh() that way.
+    void startRefresh(const QString& name) {
+        startWorker(name, [this] { refresh(); });
     }
     bool m_hasResult = false;
 

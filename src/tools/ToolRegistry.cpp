@@ -1,6 +1,10 @@
 #include "tools/Tool.h"
 #include "tools/addonry/AddonryController.h"
 #include "tools/addonry/AddonryPane.h"
+#include "tools/cronwell/CronwellController.h"
+#include "tools/cronwell/CronwellPane.h"
+#include "tools/settlekeep/SettlekeepController.h"
+#include "tools/settlekeep/SettlekeepPane.h"
 
 namespace {
 
@@ -28,11 +32,14 @@ Tool built(Tool tool, QWidget* (*makePane)(ToolController&, QWidget*)) {
 
 const QList<Tool>& toolRegistry() {
     static const QList<Tool> tools = {
-        listed("settlekeep", "Settlekeep", "Back up, restore, lock and trash application preferences"),
+        built<SettlekeepController>(
+            listed("settlekeep", "Settlekeep", "Back up, restore, lock and trash application preferences"),
+            makeSettlekeepPane),
         built<AddonryController>(
             listed("addonry", "Addonry", "Compare, enable and synchronise the plug-ins of the editing suite"),
             makeAddonryPane),
-        listed("cronwell", "Cronwell", "Schedule maintenance tasks"),
+        built<CronwellController>(listed("cronwell", "Cronwell", "Schedule maintenance tasks"),
+                                  makeCronwellPane),
         listed("faultscope", "Faultscope", "Collect, analyse and submit crash logs", 300),
         listed("varispot", "Varispot", "Compare working machines with failing ones"),
         listed("tidyhand", "Tidyhand", "Clean caches and clutter"),

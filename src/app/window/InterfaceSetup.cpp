@@ -6,6 +6,7 @@
 #include "widgets/ViewUtilities.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QScrollArea>
 #include <QTextEdit>
 #include <QTreeView>
@@ -18,8 +19,8 @@ constexpr int contentBorderThickness = 28;
 
 /// Tables of one level whose names stand in a tree view: no room for disclosure triangles.
 constexpr const char* leafTables[] = {
-    "faultscopeLogTable", "settlekeepBackupTable", "purgewrightTableView",      "tidyhandTableView",
-    "varispotDiffTable",  "qmasterJobTable",       "finalCutStudioOutlineView", "corvalinOutlineView"};
+    "faultscopeLogTable", "settlekeepBackupTableView", "purgewrightTableView",      "tidyhandTableView",
+    "varispotDiffTable",  "qmasterJobTable",           "finalCutStudioOutlineView", "corvalinOutlineView"};
 
 struct Spacing {
     const char* view;
@@ -38,6 +39,13 @@ InterfaceSetup::InterfaceSetup(QWidget& window) : QObject(&window), m_root(&wind
 template <typename View>
 View* InterfaceSetup::find(const char* name) const {
     return m_root->findChild<View*>(QLatin1String(name));
+}
+
+void InterfaceSetup::observeNewTaskSelection() {
+    auto* applications = find<QComboBox>("newTaskArrayCont");
+    auto* select = find<QAction>("selectNewTaskItem");
+    if (applications && select)
+        connect(applications, &QComboBox::currentIndexChanged, select, [select] { select->trigger(); });
 }
 
 void InterfaceSetup::setUpMainWindow() {
@@ -107,6 +115,7 @@ void InterfaceSetup::setDoubleClickActions() {
 void InterfaceSetup::setUpPane(QWidget* pane) {
     if (!m_isSetUp) return;  // comes with the window's own set-up
     QWidget* const window = std::exchange(m_root, pane);
+    observeNewTaskSelection();
     keepToolViews();
     registerForDraggedTypes();
     markTitleCellsAsLeaves();

@@ -12,6 +12,7 @@ class InterfaceSetup : public QObject, public AppInterface {
 public:
     explicit InterfaceSetup(QWidget& window);
 
+    void observeNewTaskSelection() override;
     void setUpMainWindow() override;
     void keepToolViews() override;
     void registerForDraggedTypes() override;

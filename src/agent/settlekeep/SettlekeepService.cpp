@@ -1,0 +1,188 @@
+#include "agent/settlekeep/SettlekeepService.h"
+
+#include "agent/AgentContext.h"
+#include "agent/dispatch/OperationTable.h"
+#include "agent/settlekeep/BackupStore.h"
+#include "logs/VLLog.h"
+#include "remote/VLCorvalinServerProtocol.h"
+#include "system/VLException.h"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+
+namespace {
+
+using PreferenceKeys::Group;
+using VLCorvalinServerProtocol::accepts;
+using VLCorvalinServerProtocol::integerValue;
+using VLCorvalinServerProtocol::Type;
+
+constexpr int longestName = 255;
+constexpr qlonglong largestType = 99;
+const QString bundleID = QStringLiteral("com.velmora.settlekeep");
+const QString quickTrashTask = QStringLiteral("0");
+
+[[noreturn]] void refuse(const QString& reason) {
+    throw VLException(VLException::invalidArgument, reason);
+}
+
+QString checkedName(const QVariant& value) {
+    const QString name = value.toString();
+    const bool isPrintable =
+        std::all_of(name.begin(), name.end(), [](QChar c) { return c.isPrint() || c.isSurrogate(); });
+    if (value.typeId() != QMetaType::QString || name.isEmpty() || name == u"." || name.size() > longestName ||
+        !isPrintable)
+        refuse(QStringLiteral("A backup cannot have this name."));
+    return name;
+}
+
+int checkedType(const QVariant& value) {
+    const qlonglong type = accepts(Type::Number, value) ? integerValue(value) : -1;
+    if (type < 0 || type > largestType) refuse(QStringLiteral("There is no such type of backup."));
+    return int(type);
+}
+
+/// The operations of one agent. One change is made at a time.
+class SettlekeepService {
+public:
+    explicit SettlekeepService(AgentContext& agent) : m_agent(agent) {
+        if (agent.consoleUser().isEmpty()) return;
+        try {
+            store().recover();
+        } catch (const VLException& error) {
+            VLLog::appendLog(error.reason());  // the next change tries again
+        }
+    }
+
+    [[nodiscard]] QVariantMap backups() const {
+        return m_agent.consoleUser().isEmpty() ? QVariantMap() : store().list();
+    }
+    [[nodiscard]] QByteArray data(const QString& path) const { return store().data(path); }
+
+    void backUp(quint64 peer, const QVariant& name, const QVariant& type, const QList<Group>& groups) {
+        const QString checked = checkedName(name);
+        const int checkedNumber = checkedType(type);
+        change(peer, [&] {
+            const QString path = store().create(checked, checkedNumber, groups);
+            m_agent.log.append(peer, QStringLiteral("Backed up preferences to %@"), path);
+        });
+    }
+    void restore(quint64 peer, const QByteArray& archive) {
+        change(peer, [&] {
+            const QStringList keys = store().restore(archive);
+            m_agent.log.append(peer, QStringLiteral("Restored preferences: %@"), keys.join(u','));
+        });
+    }
+    void trash(quint64 peer, const QList<Group>& groups) {
+        change(peer, [&] {
+            const qsizetype count = store().trash(groups);
+            m_agent.log.append(peer, QStringLiteral("Preference files moved to the trash: %i"), int(count));
+        });
+    }
+    QString quickTrash() {
+        const auto lock = beginChange();
+        return QStringLiteral("%1 preference files moved to the trash.")
+            .arg(store().trash(PreferenceKeys::mainGroups()));
+    }
+    void setLocked(quint64 peer, const QList<Group>& groups, bool locked) {
+        const auto lock = beginChange();
+        bool couldBeImmutable = true;
+        const qsizetype count = store().setLocked(groups, locked, &couldBeImmutable);
+        m_agent.log.append(peer,
+                           locked ? QStringLiteral("Preference files locked: %i%@")
+                                  : QStringLiteral("Preference files unlocked: %i%@"),
+                           int(count),
+                           locked && !couldBeImmutable
+                               ? QStringLiteral(" (read-only: the file system has no immutable files for us)")
+                               : QString());
+    }
+
+private:
+    [[nodiscard]] BackupStore store() const {
+        const QString user = m_agent.consoleUser();
+        if (user.isEmpty())
+            throw VLException(VLException::generic,
+                              QStringLiteral("This computer has no user whose preferences there could be."));
+        return {m_agent.tree, m_agent.settings.stateDirectory, user};
+    }
+    /// A refusal goes to the console's error queue and is no failure of the operation: a console takes leave
+    /// of a client whose operations fail, and connects anew.
+    template <typename Change>
+    void change(quint64 peer, const Change& work) {
+        const auto lock = beginChange();
+        try {
+            work();
+        } catch (const VLException& error) {
+            if (error.name() != VLException::refused) throw;
+            m_agent.log.append(peer, error.reason());
+            m_agent.consoles.postFailure(peer, error, m_agent.hostName.get());
+        }
+    }
+    /// Nothing is changed before what was begun earlier is completed.
+    [[nodiscard]] std::unique_lock<std::mutex> beginChange() {
+        std::unique_lock lock(m_mutex);
+        store().recover();
+        return lock;
+    }
+
+    AgentContext& m_agent;
+    std::mutex m_mutex;
+};
+
+void addBackupOperations(OperationTable& table, const std::shared_ptr<SettlekeepService>& service) {
+    table.add(QStringLiteral("settlekeepBackups"),
+              [service](const OperationCall&) { return QVariant(service->backups()); });
+    table.add(QStringLiteral("settlekeepBackupData:"), [service](const OperationCall& call) {
+        return QVariant(service->data(call.arguments.at(0).toString()));
+    });
+    table.add(QStringLiteral("settlekeepBackup:type:"), [service](const OperationCall& call) {
+        service->backUp(call.peer, call.arguments.at(0), call.arguments.at(1), PreferenceKeys::mainGroups());
+        return QVariant();
+    });
+    table.add(QStringLiteral("settlekeepBackupSelected:"), [service](const OperationCall& call) {
+        const QVariantMap selection = call.arguments.at(0).toMap();
+        const QVariant keys = selection.value(QStringLiteral("keys"));
+        if (keys.typeId() != QMetaType::QString || keys.toString().isEmpty())
+            refuse(QStringLiteral("No preferences are chosen."));
+        service->backUp(call.peer, selection.value(QStringLiteral("backupName")),
+                        selection.value(QStringLiteral("backupType")),
+                        PreferenceKeys::groups(keys.toString()));
+        return QVariant();
+    });
+    table.add(QStringLiteral("settlekeepRestoreLocalBackup:"), [service](const OperationCall& call) {
+        service->restore(call.peer, service->data(call.arguments.at(0).toString()));
+        return QVariant();
+    });
+    table.add(QStringLiteral("settlekeepRestoreRemoteBackup:"), [service](const OperationCall& call) {
+        service->restore(call.peer, call.arguments.at(0).toByteArray());
+        return QVariant();
+    });
+}
+
+}  // namespace
+
+void addSettlekeepOperations(OperationTable& table, AgentContext& agent) {
+    const auto service = std::make_shared<SettlekeepService>(agent);
+    addBackupOperations(table, service);
+    const auto add = [&](const char* selector, auto operation) {
+        table.add(QString::fromLatin1(selector), [service, operation](const OperationCall& call) {
+            operation(*service, call.peer, PreferenceKeys::groups(call.arguments.at(0).toString()));
+            return QVariant();
+        });
+    };
+    using Groups = QList<Group>;
+    add("settlekeepTrashSelected:", [](SettlekeepService& settlekeep, quint64 peer, const Groups& groups) {
+        settlekeep.trash(peer, groups);
+    });
+    add("settlekeepLockSelected:", [](SettlekeepService& settlekeep, quint64 peer, const Groups& groups) {
+        settlekeep.setLocked(peer, groups, true);
+    });
+    add("settlekeepUnlockSelected:", [](SettlekeepService& settlekeep, quint64 peer, const Groups& groups) {
+        settlekeep.setLocked(peer, groups, false);
+    });
+    agent.userTasks.add(bundleID, [service](const QString& task, const QVariantMap&) {
+        if (task != quickTrashTask) AgentTasks::taskNotFound(bundleID);
+        return service->quickTrash();
+    });
+}

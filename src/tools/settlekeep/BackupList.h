@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <functional>
+
+/// The backups of one client, from its answer to settlekeepBackups, made safe to work with: every entry has a
+/// "path"; "name" and "keys" (joined by commas) are texts, "type" and "size" numbers, "date" is a date
+/// wherever they are there. Nothing else is kept.
+struct BackupList {
+    QList<QVariantMap> backups;
+    QString complaint;  ///< what was wrong with the answer, in plain words; empty when nothing was
+
+    static constexpr qsizetype maximumEntries = 10'000;
+    static constexpr qsizetype maximumTextLength = 4'096;
+
+    [[nodiscard]] static BackupList fromAnswer(const QVariant& answer);
+};
+
+/// Names of the columns in the stored sort settings: keys of a backup dictionary, in the order shown.
+[[nodiscard]] const QStringList& backupColumnNames();
+/// Orders backups by one of those keys, alike ones by name, client and date. `friendlyName` turns a host name
+/// into the name shown for its client.
+void sortBackups(QList<QVariantMap>& backups, const QString& column, bool descending,
+                 const std::function<QString(const QString& hostName)>& friendlyName);
+
+/// Titles of the type menu. A backup's type is its index in it.
+[[nodiscard]] const QStringList& backupTypeTitles();
+/// The title, also for a type that this console does not know.
+[[nodiscard]] QString backupTypeText(const QVariant& type);

@@ -1,0 +1,86 @@
+#include "tools/settlekeep/BackupSheet.h"
+
+#include "tools/settlekeep/BackupList.h"
+#include "tools/settlekeep/PreferenceTree.h"
+#include "widgets/Theme.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+constexpr int longestName = 255;
+}
+
+BackupSheet::BackupSheet(SettlekeepController& controller, QWidget* parent)
+    : Sheet(QStringLiteral("Back Up Preferences"), {}, parent),
+      m_controller(controller),
+      m_text(new QLabel(this)),
+      m_name(new QLineEdit(this)),
+      m_type(new QComboBox(this)) {
+    setObjectName(QStringLiteral("windowSettlekeepBackup"));
+    setAttribute(Qt::WA_DeleteOnClose, false);
+    m_text->setTextFormat(Qt::PlainText);
+    m_text->setWordWrap(true);
+    body()->addWidget(m_text);
+    body()->addSpacing(Metrics::unit);
+
+    m_name->setObjectName(QStringLiteral("settlekeepBackupNameText"));
+    m_name->setMaxLength(longestName);
+    m_name->setPlaceholderText(QStringLiteral("Before the summer project"));
+    m_type->setObjectName(QStringLiteral("settlekeepBackupTypePopUp"));
+    m_type->addItems(backupTypeTitles());
+    m_type->setToolTip(QStringLiteral("A note for later: what this backup stands for"));
+    const auto add = [this](const QString& title, QWidget* field) {
+        auto* caption = new QLabel(title, this);
+        caption->setFont(themeFont(0.95, QFont::Medium));
+        caption->setBuddy(field);
+        field->setAccessibleName(title);
+        auto* pair = new QVBoxLayout;
+        pair->setSpacing(Metrics::unit / 2);
+        pair->addWidget(caption);
+        pair->addWidget(field);
+        body()->addLayout(pair);
+    };
+    add(QStringLiteral("Name"), m_name);
+    add(QStringLiteral("Type"), m_type);
+
+    addCancelButton();
+    addPrimaryButton(QStringLiteral("Back Up"))
+        ->setObjectName(QStringLiteral("settlekeepBackupDialogBackupBtn"));
+    setFixedWidth(440);
+}
+
+void BackupSheet::showSheet(SettlekeepController::BackupFlow flow) {
+    m_flow = flow;
+    const qsizetype count = m_controller.context().selectedServices().size();
+    const QString where = count == 1 ? QStringLiteral("the selected computer")
+                                     : QStringLiteral("each of the %1 selected computers").arg(count);
+    if (flow == SettlekeepController::BackupFlow::Named) {
+        setHeading(QStringLiteral("Back Up Preferences"));
+        const QString keys = m_controller.settlekeepSelectedPrefKeys().join(u',');
+        m_text->setText(QStringLiteral("The ticked preferences are kept on %1: %2.")
+                            .arg(where, PreferenceTree::coveredApplications(keys)));
+    } else {
+        setHeading(QStringLiteral("Quick Backup"));
+        m_text->setText(QStringLiteral("The main preferences of all applications are kept on %1, whatever is "
+                                       "ticked.")
+                            .arg(where));
+    }
+    setAccessibleDescription(m_text->text());
+    m_name->clear();
+    m_type->setCurrentIndex(0);
+    open();
+    m_name->setFocus();
+}
+
+/// The sheet ends first: what is wrong with a name is said in an alert of the window.
+void BackupSheet::accept() {
+    Sheet::accept();
+    if (m_flow == SettlekeepController::BackupFlow::Named)
+        m_controller.settlekeepBackupAction(m_name->text(), m_type->currentIndex());
+    else
+        m_controller.settlekeepQuickBackupAction(m_name->text(), m_type->currentIndex());
+}

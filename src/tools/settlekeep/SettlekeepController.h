@@ -1,0 +1,74 @@
+#pragma once
+
+#include "tools/Tool.h"
+#include "tools/settlekeep/VLPrefItem.h"
+
+#include <QList>
+#include <QVariant>
+
+#include <atomic>
+
+/// Preference backups of the selected clients: what is ticked to act on, and the backups that there are.
+/// Actions and shown data are for the main thread, workers (the operations that say so) for their own.
+class SettlekeepController : public ToolController {
+    Q_OBJECT
+public:
+    enum class BackupFlow { Named, Quick };  ///< what the confirm button of the backup sheet does
+    using ToolController::ToolController;
+
+    // Actions.
+    void settlekeepBackup();
+    void settlekeepBackupAction(const QString& name, int type);
+    void settlekeepQuickBackup();
+    void settlekeepQuickBackupAction(const QString& name, int type);
+    /// Restores one of the listed backups onto all selected clients; an empty dictionary (no row is selected)
+    /// does nothing.
+    void settlekeepRestore(const QVariantMap& backup);
+    void settlekeepLock();
+    void settlekeepUnlock();
+    void settlekeepTrash();
+    void settlekeepQuickTrash();
+
+    // The preference tree and its ticks.
+    void populateSettlekeepPrefs();
+    [[nodiscard]] const QList<VLPrefItem>& settlekeepPrefArray() const { return m_settlekeepPrefArray; }
+    [[nodiscard]] QStringList settlekeepSelectedPrefKeys() const;
+    void updateSettlekeepPrefSelection();
+    /// A click on a box: of a group, or with `child` -1 of an application.
+    void setPrefSelected(int application, int child, int selected);
+
+    // Workers.
+    void settlekeepBackupOnThread(const QVariantMap& options);
+    void settlekeepQuickBackupOnThread(const QVariantMap& options);
+    void settlekeepRestoreBackup(const QVariantMap& backup);
+    void populateSettlekeepBackups();
+
+    [[nodiscard]] const QList<QVariantMap>& settlekeepBackupArray() const { return m_settlekeepBackupArray; }
+    void setSettlekeepBackupArray(const QList<QVariantMap>& backups);
+
+    void refresh() override { populateSettlekeepBackups(); }
+    void becomesVisible() override { populateSettlekeepPrefs(); }
+    void clearData() override;
+    [[nodiscard]] ToolReport report() const override;
+
+Q_SIGNALS:
+    void prefsChanged();
+    void backupSheetWanted(SettlekeepController::BackupFlow flow);
+
+private:
+    [[nodiscard]] static bool isValidName(const QString& name);
+    void sendKeys(const char* selector, const QString& worker);
+    void startPopulating();
+    void populate();
+    void restore(const QVariantMap& backup, int run);
+    void restoreOn(const VLServicePtr& service, const VLServicePtr& owner, const QString& path,
+                   const QByteArray& data) const;
+    /// To the main thread, without waiting.
+    void postProgress(std::function<void(TaskProgress&)> change) const;
+    [[nodiscard]] bool isStopped(int run) const;
+
+    QList<VLPrefItem> m_settlekeepPrefArray;
+    QList<QVariantMap> m_settlekeepBackupArray;
+    std::atomic<int> m_lastRefresh{0};
+    int m_installedRefresh = 0;  ///< main thread
+};

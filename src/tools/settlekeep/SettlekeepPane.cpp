@@ -1,0 +1,313 @@
+#include "tools/settlekeep/SettlekeepPane.h"
+
+#include "tools/settlekeep/BackupList.h"
+#include "tools/settlekeep/BackupModel.h"
+#include "tools/settlekeep/BackupSheet.h"
+#include "tools/settlekeep/PreferenceModel.h"
+#include "tools/settlekeep/SettlekeepView.h"
+#include "widgets/CellDelegate.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/EmptyState.h"
+#include "widgets/OutlineState.h"
+#include "widgets/RowCopy.h"
+#include "widgets/SearchField.h"
+#include "widgets/Spinner.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/TableSorting.h"
+#include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
+
+#include <QAction>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QTreeView>
+
+#include <algorithm>
+
+namespace {
+constexpr int smallSymbol = 14;
+}
+
+QWidget* makeSettlekeepPane(ToolController& controller, QWidget* parent) {
+    return new SettlekeepView(static_cast<SettlekeepController&>(controller), parent);
+}
+
+SettlekeepView::SettlekeepView(SettlekeepController& controller, QWidget* parent)
+    : QWidget(parent),
+      m_controller(controller),
+      m_preferences(new PreferenceModel(this)),
+      m_backups(new BackupModel(controller.context().friendlyServiceName, this)),
+      m_preferenceView(makeView("settlekeepPrefOutlineView", QStringLiteral("Preferences"))),
+      m_backupView(makeView("settlekeepBackupTableView", QStringLiteral("Backups"))),
+      m_summary(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
+      m_search(new SearchField(QStringLiteral("Filter backups"), this)),
+      m_stack(new QStackedWidget(this)),
+      m_empty(new EmptyState(this)) {
+    setObjectName(QStringLiteral("viewSettlekeep"));
+    auto* splitter = new QSplitter(Qt::Vertical, this);
+    splitter->setChildrenCollapsible(false);
+    splitter->addWidget(buildPreferences());
+    splitter->addWidget(buildBackups());
+    splitter->setSizes({300, 260});
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(splitter);
+
+    connect(&controller, &SettlekeepController::prefsChanged, this, &SettlekeepView::reloadPreferences);
+    connect(&controller, &SettlekeepController::backupSheetWanted, this,
+            [this](SettlekeepController::BackupFlow flow) {
+                if (!m_sheet) m_sheet = new BackupSheet(m_controller, this);
+                m_sheet->showSheet(flow);
+            });
+    connect(&controller, &ToolController::changed, this, [this] {
+        reloadBackups([this] { m_backups->setBackups(m_controller.settlekeepBackupArray()); });
+    });
+    connect(&controller, &ToolController::busyChanged, this, &SettlekeepView::updateState);
+    connect(&controller, &ToolController::selectionChanged, this, &SettlekeepView::updateState);
+    reloadPreferences();
+    reloadBackups([this] { m_backups->setBackups(m_controller.settlekeepBackupArray()); });
+}
+
+QTreeView* SettlekeepView::makeView(const char* name, const QString& title) {
+    auto* view = new QTreeView(this);
+    view->setObjectName(QLatin1String(name));
+    view->setAccessibleName(title);
+    view->setFrameShape(QFrame::NoFrame);
+    view->setUniformRowHeights(true);
+    view->setAlternatingRowColors(true);
+    view->setIndentation(20);
+    view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    view->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    view->setContextMenuPolicy(Qt::CustomContextMenu);
+    view->setItemDelegate(new CellDelegate(view));
+    view->header()->setFont(themeFont(0.92, QFont::Medium));
+    view->header()->setSectionsMovable(false);
+    view->header()->setMinimumSectionSize(48);
+    view->header()->setStretchLastSection(true);
+    return view;
+}
+
+// ---- What can be done
+
+QAction* SettlekeepView::addAction(const char* name, const char* symbol, const QString& text,
+                                   const QString& toolTip, void (SettlekeepController::*action)()) {
+    auto* made = new QAction(symbolIcon(QLatin1String(symbol)), text, this);
+    made->setObjectName(QLatin1String(name));
+    made->setToolTip(toolTip);
+    connect(made, &QAction::triggered, &m_controller, action);
+    m_actions << made;
+    return made;
+}
+
+void SettlekeepView::addButton(QHBoxLayout* bar, QAction* action) {
+    auto* button = new QToolButton(this);
+    button->setDefaultAction(action);
+    button->setObjectName(action->objectName() + QStringLiteral("Btn"));
+    button->setIconSize({smallSymbol, smallSymbol});
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    bar->addWidget(button);
+}
+
+QWidget* SettlekeepView::buildPreferences() {
+    auto* part = new QWidget(this);
+    auto* layout = new QVBoxLayout(part);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    auto* bar = new QHBoxLayout;
+    bar->setContentsMargins(Metrics::unit * 2, 0, Metrics::unit * 2, Metrics::unit * 1.5);
+    bar->setSpacing(Metrics::unit / 2);
+    using C = SettlekeepController;
+    addAction("settlekeepBackup", "archive", QStringLiteral("Back Up…"),
+              QStringLiteral("Keeps a copy of the ticked preferences on every selected computer"),
+              &C::settlekeepBackup);
+    addAction("settlekeepQuickBackup", "archive-quick", QStringLiteral("Quick Backup…"),
+              QStringLiteral("Keeps a copy of the main preferences of all applications,\nwhatever is ticked"),
+              &C::settlekeepQuickBackup);
+    addAction(
+        "settlekeepLock", "lock", QStringLiteral("Lock"),
+        QStringLiteral("Protects the files of the ticked preferences against every change.\n"
+                       "Locked preferences can be neither restored nor trashed until they are unlocked."),
+        &C::settlekeepLock);
+    addAction("settlekeepUnlock", "unlock", QStringLiteral("Unlock"),
+              QStringLiteral("Lets applications change the ticked preferences again"), &C::settlekeepUnlock);
+    addAction("settlekeepTrash", "trash", QStringLiteral("Trash"),
+              QStringLiteral("Moves the ticked preferences to the trash of each selected computer, at once.\n"
+                             "Applications make new ones when they are opened."),
+              &C::settlekeepTrash);
+    addAction("settlekeepQuickTrash", "trash-quick", QStringLiteral("Quick Trash"),
+              QStringLiteral("Moves the main preferences of all applications to the trash, at once,\n"
+                             "whatever is ticked"),
+              &C::settlekeepQuickTrash);
+    for (QAction* action : std::as_const(m_actions))
+        addButton(bar, action);
+    bar->addStretch(1);
+    layout->addLayout(bar);
+
+    m_preferenceView->setModel(m_preferences);
+    m_preferenceView->installEventFilter(this);
+    m_preferenceView->header()->resizeSection(PreferenceModel::Name, 300);
+    layout->addWidget(m_preferenceView, 1);
+    connect(m_preferences, &PreferenceModel::ticked, &m_controller, &SettlekeepController::setPrefSelected);
+    connect(m_preferenceView, &QWidget::customContextMenuRequested, this,
+            &SettlekeepView::showPreferenceMenu);
+    return part;
+}
+
+QWidget* SettlekeepView::buildBackups() {
+    auto* part = new QWidget(this);
+    auto* layout = new QVBoxLayout(part);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(hairline(part));
+    auto* bar = new QHBoxLayout;
+    bar->setContentsMargins(Metrics::unit * 2, Metrics::unit, Metrics::unit * 2, Metrics::unit);
+    bar->setSpacing(Metrics::unit);
+    m_restore = new QAction(symbolIcon(QStringLiteral("restore")), QStringLiteral("Restore"), this);
+    m_restore->setObjectName(QStringLiteral("settlekeepRestore"));
+    m_restore->setToolTip(
+        QStringLiteral("Puts the preferences of the selected backup in place on every selected computer,\n"
+                       "at once. Those that are there now are replaced."));
+    connect(m_restore, &QAction::triggered, this, &SettlekeepView::restore);
+    addButton(bar, m_restore);
+    m_summary->setObjectName(QStringLiteral("settlekeepSummary"));
+    m_search->setObjectName(QStringLiteral("settlekeepFilter"));
+    m_search->setMaximumWidth(200);
+    bar->addWidget(m_summary, 1);
+    bar->addWidget(m_search);
+    layout->addLayout(bar);
+
+    m_backupView->setRootIsDecorated(false);
+    m_backupView->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_backupView->setModel(m_backups);
+    rememberSorting(m_backupView->header(), QStringLiteral("settlekeepBackupTable"), backupColumnNames());
+    m_backupView->setSortingEnabled(true);
+    constexpr int widths[] = {130, 120, 90, 122, 70, 60};  // the last column takes what is left
+    for (int column = 0; column < BackupModel::ColumnCount; ++column)
+        m_backupView->header()->resizeSection(column, widths[column]);
+    m_empty->setObjectName(QStringLiteral("settlekeepEmpty"));
+    m_empty->findChild<Spinner*>()->setObjectName(QStringLiteral("settlekeepSpinner"));
+    m_stack->addWidget(m_backupView);
+    m_stack->addWidget(m_empty);
+    layout->addWidget(m_stack, 1);
+    connect(m_backupView, &QWidget::customContextMenuRequested, this, &SettlekeepView::showBackupMenu);
+    connect(m_backupView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &SettlekeepView::updateState);
+    connect(m_search, &QLineEdit::textChanged, this,
+            [this](const QString& text) { reloadBackups([this, text] { m_backups->setFilter(text); }); });
+    connect(m_search, &SearchField::moveToList, m_backupView, qOverload<>(&QWidget::setFocus));
+    connect(m_empty, &EmptyState::buttonClicked, m_search, &QLineEdit::clear);
+    return part;
+}
+
+void SettlekeepView::restore() {
+    const QModelIndexList rows = m_backupView->selectionModel()->selectedRows();
+    m_controller.settlekeepRestore(rows.isEmpty() ? QVariantMap() : m_backups->backup(rows.first()));
+}
+
+void SettlekeepView::tickAll(int selected) {
+    for (int row = 0; row < m_preferences->rowCount(); ++row)
+        m_controller.setPrefSelected(row, -1, selected);
+}
+
+// ---- What is shown
+
+void SettlekeepView::reloadPreferences() {
+    m_preferences->setTree(m_controller.settlekeepPrefArray());
+}
+
+/// What is selected and in view stays so.
+void SettlekeepView::reloadBackups(const std::function<void()>& change) {
+    const OutlineState state = OutlineState::of(*m_backupView, BackupModel::KeyRole);
+    change();
+    state.restore(*m_backupView, BackupModel::KeyRole);
+    m_summary->setText(m_backups->summary());
+    updateState();
+}
+
+void SettlekeepView::updateState() {
+    const QList<VLServicePtr> selected = m_controller.context().selectedServices();
+    const bool anySelected = !selected.isEmpty();
+    const bool anyConnected = std::any_of(selected.begin(), selected.end(),
+                                          [](const VLServicePtr& service) { return service->isConnected(); });
+    const bool anyShown = m_backups->rowCount() > 0;
+    const QString symbol = QStringLiteral("archive");
+    m_empty->setButtonText({});
+    if (!m_backups->isEmpty() && !anyShown) {
+        m_empty->setContents(QStringLiteral("search"), QStringLiteral("No matching backup"),
+                             QStringLiteral("No backup passes the filter."));
+        m_empty->setButtonText(QStringLiteral("Show All Backups"));
+    } else if (anySelected && m_controller.isBusy()) {
+        m_empty->setBusy(QStringLiteral("Reading backups…"));
+    } else if (!anySelected) {
+        m_empty->setContents(symbol, QStringLiteral("Select computers to list their backups"),
+                             QStringLiteral("Select one or more in the list on the left, or All Computers."));
+    } else if (!anyConnected) {
+        m_empty->setContents(symbol,
+                             selected.size() == 1
+                                 ? QStringLiteral("The selected computer is not connected")
+                                 : QStringLiteral("The selected computers are not connected"),
+                             QStringLiteral("Backups are read as soon as a computer is connected."));
+    } else if (m_controller.hasResult()) {
+        m_empty->setContents(symbol, QStringLiteral("No backups on the selected computers"),
+                             QStringLiteral("Tick preferences above and choose Back Up."));
+    } else {
+        m_empty->setContents(symbol, QStringLiteral("Backups have not been read yet"),
+                             QStringLiteral("Choose Refresh to read them from the selected computers."));
+    }
+    m_stack->setCurrentWidget(anyShown ? static_cast<QWidget*>(m_backupView) : m_empty);
+    m_search->setEnabled(!m_backups->isEmpty());
+    for (QAction* action : std::as_const(m_actions))
+        action->setEnabled(anySelected);
+    m_restore->setEnabled(anySelected && anyShown && m_backupView->selectionModel()->hasSelection());
+}
+
+// ---- Keys and menus
+
+/// The box can be turned wherever in its row the keyboard stands.
+bool SettlekeepView::eventFilter(QObject* object, QEvent* event) {
+    if (object != m_preferenceView || event->type() != QEvent::KeyPress)
+        return QWidget::eventFilter(object, event);
+    const auto* key = static_cast<QKeyEvent*>(event);
+    const QModelIndex box = m_preferenceView->currentIndex().siblingAtColumn(PreferenceModel::Name);
+    if (key->key() != Qt::Key_Space || key->modifiers() != Qt::NoModifier || !box.isValid())
+        return QWidget::eventFilter(object, event);
+    const bool isOn = box.data(Qt::CheckStateRole).toInt() == Qt::Checked;
+    m_preferences->setData(box, int(isOn ? Qt::Unchecked : Qt::Checked), Qt::CheckStateRole);
+    return true;
+}
+
+void SettlekeepView::showPreferenceMenu(const QPoint& position) {
+    QMenu menu(this);
+    menu.setObjectName(QStringLiteral("settlekeepPrefMenu"));
+    menu.addActions(m_actions);
+    menu.insertSeparator(m_actions.at(2));
+    menu.insertSeparator(m_actions.at(4));
+    menu.addSeparator();
+    menu.addAction(QStringLiteral("Tick All"), this, [this] { tickAll(VLPrefItem::On); });
+    menu.addAction(QStringLiteral("Untick All"), this, [this] { tickAll(VLPrefItem::Off); });
+    menu.addSeparator();
+    menu.addAction(symbolIcon(QStringLiteral("expand")), QStringLiteral("Expand All"), m_preferenceView,
+                   &QTreeView::expandAll);
+    menu.addAction(symbolIcon(QStringLiteral("collapse")), QStringLiteral("Collapse All"), m_preferenceView,
+                   &QTreeView::collapseAll);
+    menu.exec(m_preferenceView->viewport()->mapToGlobal(position));
+}
+
+void SettlekeepView::showBackupMenu(const QPoint& position) {
+    QMenu menu(this);
+    menu.setObjectName(QStringLiteral("settlekeepBackupMenu"));
+    menu.addAction(m_restore);
+    menu.addSeparator();
+    QAction* copy = menu.addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("Copy"), this,
+                                   [this] { copySelectedRows(*m_backupView); });
+    copy->setEnabled(m_backupView->selectionModel()->hasSelection());
+    menu.exec(m_backupView->viewport()->mapToGlobal(position));
+}

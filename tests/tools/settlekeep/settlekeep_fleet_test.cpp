@@ -1,0 +1,181 @@
+#include "agent/tree/TreeWriter.h"
+#include "support/Fleet.h"
+#include "tools/settlekeep/SettlekeepController.h"
+
+#include <QTest>
+#include <QThread>
+
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString editorList = u"Preferences/com.apple.FinalCutPro.plist"_s;
+const QString editorCache = u"Preferences/Final Cut Pro User Data/Final Cut Pro Prof Cache.fcpch"_s;
+const QString motionList = u"Preferences/com.apple.motion.plist"_s;
+const QString layout = u"Preferences/Final Cut Pro User Data/Button Bars/Standard.layout"_s;
+const QStringList restored{editorList, editorCache, motionList};
+
+constexpr const char* users[] = {"anna", "bruno", "chiara", "render"};
+
+}  // namespace
+
+/// One administrator's afternoon with real agents, looked at from their disks.
+class SettlekeepFleetTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<Fleet> m_fleet;
+    // A run works the machines in groups of equal size, one for each processor, and leaves out the rest.
+    const int m_count = QThread::idealThreadCount() == 3 ? 3 : 4;
+
+    [[nodiscard]] SettlekeepController& settlekeep() {
+        return m_fleet->tool<SettlekeepController>(u"settlekeep"_s);
+    }
+    [[nodiscard]] QString path(int machine, const QString& file, const char* folder = "/Library/") const {
+        return m_fleet->path(machine,
+                             u"/Users/"_s + QLatin1String(users[machine]) + QLatin1String(folder) + file);
+    }
+    [[nodiscard]] QByteArray contents(int machine, const QString& file) const {
+        QFile opened(path(machine, file));
+        return opened.open(QIODevice::ReadOnly) ? opened.readAll() : QByteArray("(none)");
+    }
+    void overwrite(int machine, const QByteArray& text) const {
+        for (const QString& file : restored) {
+            QDir().mkpath(QFileInfo(path(machine, file)).path());
+            QFile written(path(machine, file));
+            QVERIFY(written.open(QIODevice::WriteOnly) && written.write(text) == text.size());
+        }
+    }
+    [[nodiscard]] QVariantMap backupOf(int machine) {
+        for (const QVariantMap& backup : settlekeep().settlekeepBackupArray())
+            if (backup.value(u"hostname"_s).toString() == m_fleet->hostName(machine)) return backup;
+        return {};
+    }
+    [[nodiscard]] int errorsAbout(const QString& text) {
+        return int(m_fleet->console().errorCallback()->stringRepresentation().count(text));
+    }
+    bool restore(const QVariantMap& backup) {
+        return m_fleet->onWorker([this, backup] { settlekeep().settlekeepRestoreBackup(backup); });
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        m_fleet = std::make_unique<Fleet>(QStringLiteral(AGENT_PROGRAM));
+        QVERIFY(m_fleet->start(m_count));
+        settlekeep().becomesVisible();
+    }
+    void init() {
+        for (int machine = 0; machine < m_count; ++machine)
+            QVERIFY(QTest::qWaitFor([&] { return m_fleet->client(machine)->isConnected(); }, patience));
+    }
+    void cleanup() {
+        if (QTest::currentTestFailed()) qWarning("%s", qPrintable(logLines().join(u'\n')));
+    }
+    void cleanupTestCase() {
+        // Should a test have ended early, nobody could remove what it left locked.
+        for (int machine = 0; machine < m_count; ++machine) {
+            const WorkstationTree tree(m_fleet->diskFolder(machine));
+            TreeWriter(tree).setLocked(u"/Users"_s, false);
+        }
+        m_fleet.reset();
+    }
+
+    void backsUpEveryMachine() {
+        QVERIFY(m_fleet->onWorker([this] { settlekeep().refresh(); }));
+        QVERIFY(settlekeep().hasResult() && settlekeep().settlekeepBackupArray().isEmpty());
+        settlekeep().settlekeepBackupAction(u"Good state"_s, 1);
+        QVERIFY(m_fleet->waitForWorkers());
+        QCOMPARE(settlekeep().settlekeepBackupArray().size(), m_count);
+        for (int machine = 0; machine < m_count; ++machine) {
+            const QVariantMap backup = backupOf(machine);
+            QCOMPARE(backup.value(u"type"_s), 1);
+            const QFileInfo archive(
+                m_fleet->path(machine, backup.value(u"path"_s).toString() + u"/Preferences.zip"_s));
+            QCOMPARE(archive.size(), backup.value(u"size"_s).toLongLong());
+        }
+        settlekeep().settlekeepQuickBackupAction(u"Quick"_s, 0);
+        QVERIFY(m_fleet->waitForWorkers());
+        QCOMPARE(settlekeep().report().rows.size(), 2 * m_count);
+        QCOMPARE(settlekeep().report().rows.first().at(0), u"Good state"_s);
+    }
+
+    void restoresOneMachinesBackupOnAll() {
+        QList<QByteArray> before;
+        for (const QString& file : restored)
+            before << contents(0, file);
+        const QByteArray layoutBefore = contents(1, layout);
+        for (int machine = 0; machine < m_count; ++machine)
+            overwrite(machine, "spoiled");
+        QVERIFY(restore(backupOf(0)));
+        for (int machine = 0; machine < m_count; ++machine)
+            for (qsizetype file = 0; file < restored.size(); ++file)
+                QCOMPARE(contents(machine, restored[file]), before[file]);
+        QCOMPARE(contents(1, layout), layoutBefore);  // was not ticked
+    }
+
+    void lockedMachinesSayThatTheyAreLocked() {
+        const QByteArray before = contents(1, motionList);
+        settlekeep().settlekeepLock();
+        QVERIFY(m_fleet->waitForWorkers());
+        struct stat status {};
+        QVERIFY(stat(qPrintable(path(1, motionList)), &status) == 0);
+        const bool isReadOnly = (status.st_mode & 0200) == 0;
+        QFile file(path(1, motionList));
+        QVERIFY(isReadOnly || !file.open(QIODevice::Append));
+        QVERIFY(restore(backupOf(0)));
+        settlekeep().settlekeepTrash();
+        QVERIFY(m_fleet->waitForWorkers());
+        QTRY_COMPARE_WITH_TIMEOUT(errorsAbout(u"Nothing was restored: "_s), m_count, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(errorsAbout(u"Nothing was trashed: "_s), m_count, patience);
+        QCOMPARE(contents(1, motionList), before);
+        settlekeep().settlekeepUnlock();  // at once: a refusal parts nobody
+        QVERIFY(m_fleet->waitForWorkers());
+        overwrite(1, "unlocked");
+    }
+
+    void trashesOnEveryMachine() {
+        for (int row = 0; row < settlekeep().settlekeepPrefArray().size(); ++row)
+            settlekeep().setPrefSelected(row, -1, VLPrefItem::Off);
+        settlekeep().setPrefSelected(0, 0, VLPrefItem::On);
+        settlekeep().settlekeepTrash();
+        QVERIFY(m_fleet->waitForWorkers());
+        for (int machine = 0; machine < m_count; ++machine) {
+            QVERIFY(QFile::exists(path(machine, u"com.apple.FinalCutPro.plist"_s, "/.Trash/")));
+            QVERIFY(!QFile::exists(path(machine, editorList)));
+            QVERIFY(QFile::exists(path(machine, motionList)));
+        }
+        settlekeep().settlekeepQuickTrash();
+        QVERIFY(m_fleet->waitForWorkers());
+        for (int machine = 0; machine < m_count; ++machine)
+            QVERIFY(!QFile::exists(path(machine, motionList)));
+        QVERIFY(QFile::exists(path(1, layout)));
+    }
+
+    /// The agent of the second machine is killed while its turn is: it has the old or the new, the others the
+    /// new.
+    void machineDropsOutOfARestore() {
+        for (int machine = 0; machine < m_count; ++machine)
+            overwrite(machine, "old");
+        startNewLog();
+        settlekeep().settlekeepRestore(backupOf(0));
+        QVERIFY(QTest::qWaitFor(
+            [] { return logLines().contains(u"Progress: Restoring backup on Bay 2..."_s); }, patience));
+        m_fleet->kill(1);
+        QVERIFY(m_fleet->waitForWorkers());
+        QVERIFY(m_fleet->startAgent(1));
+        for (const QString& file : restored) {
+            const bool isNew = contents(1, restored.first()) != "old";
+            QCOMPARE(contents(1, file), isNew ? contents(0, file) : QByteArray("old"));
+            for (int machine = 2; machine < m_count; ++machine)
+                QCOMPARE(contents(machine, file), contents(0, file));
+        }
+        QVERIFY(contents(0, motionList) != "old");
+        QVERIFY(QTest::qWaitFor([this] { return m_fleet->client(1)->isConnected(); }, patience));
+        QVERIFY(restore(backupOf(1)));
+        QVERIFY(contents(1, motionList) != "old");
+    }
+};
+
+ORLENDO_WIDGETS_TEST_MAIN(SettlekeepFleetTest)
+#include "settlekeep_fleet_test.moc"

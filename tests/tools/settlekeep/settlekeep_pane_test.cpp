@@ -1,0 +1,96 @@
+#include "foundation/VLUserDefaults.h"
+#include "support/TestEnvironment.h"
+#include "tools/settlekeep/SettlekeepController.h"
+#include "ui/SampleConsole.h"
+
+#include <QDialog>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QToolButton>
+#include <QTreeView>
+
+/// What the pane adds to its controller: boxes, the sheet's two ways, and what can be pressed when.
+class SettlekeepPaneTest : public QObject {
+    Q_OBJECT
+
+    SampleConsole m_console;
+
+    [[nodiscard]] SettlekeepController& settlekeep() {
+        return *static_cast<SettlekeepController*>(m_console.controller->toolController(u"settlekeep"_s));
+    }
+    [[nodiscard]] QTreeView& view(const char* name) { return *m_console.find<QTreeView>(name); }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(m_console.start());
+        m_console.add(u"Bay"_s, u"192.168.1.1"_s);
+        m_console.window->show();
+        m_console.window->showTool(u"settlekeep"_s);
+        m_console.controller->services().selectAll();
+        QTRY_VERIFY(settlekeep().hasResult());
+    }
+
+    void boxes() {
+        QTreeView& tree = view("settlekeepPrefOutlineView");
+        const QModelIndex editor = tree.model()->index(0, 0);
+        QCOMPARE(editor.data(Qt::CheckStateRole).toInt(), int(Qt::PartiallyChecked));
+        tree.setCurrentIndex(editor.siblingAtColumn(1));
+        QTest::keyClick(&tree, Qt::Key_Space);
+        QCOMPARE(editor.data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
+        QCOMPARE(settlekeep().settlekeepSelectedPrefKeys().first(), u"fcp"_s);
+        tree.expand(editor);
+        const QRect group = tree.visualRect(tree.model()->index(8, 0, editor));
+        QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, {group.left() + 12, group.center().y()});
+        QCOMPARE(editor.data(Qt::CheckStateRole).toInt(), int(Qt::PartiallyChecked));
+        QVERIFY(!settlekeep().settlekeepSelectedPrefKeys().contains(u"fcpPlugins"_s));
+    }
+
+    void sheetDoesWhatItWasOpenedFor_data() {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("named") << u"settlekeepBackupBtn"_s
+                               << u"Backing up selected Settlekeep preferences: "_s;
+        QTest::newRow("quick") << u"settlekeepQuickBackupBtn"_s
+                               << u"Performing quick backup to My backup of type 0..."_s;
+    }
+    void sheetDoesWhatItWasOpenedFor() {
+        QFETCH(QString, button);
+        QFETCH(QString, line);
+        startNewLog();
+        m_console.window->findChild<QToolButton*>(button)->click();
+        auto* sheet = m_console.find<QDialog>("windowSettlekeepBackup");
+        QVERIFY(sheet && sheet->isVisible());
+        QTest::keyClicks(sheet->findChild<QLineEdit*>(u"settlekeepBackupNameText"_s), u"My backup"_s);
+        QTest::keyClick(sheet, Qt::Key_Return);
+        QVERIFY(!sheet->isVisible());
+        QTRY_COMPARE(logLines().filter(line).size(), 1);
+    }
+
+    void restoreNeedsARow() {
+        QTRY_VERIFY(!m_console.controller->taskThreads().isProcessing());
+        const auto* restore = m_console.find<QToolButton>("settlekeepRestoreBtn");
+        QTreeView& table = view("settlekeepBackupTableView");
+        QList<QVariantMap> backups;
+        for (const char* name : {"Alpha", "Beta"})
+            backups << QVariantMap{{u"hostname"_s, u"bay.local."_s},
+                                   {u"path"_s, QLatin1String(name)},
+                                   {u"name"_s, QLatin1String(name)}};
+        settlekeep().setSettlekeepBackupArray(backups);
+        QVERIFY(!restore->isEnabled());
+        table.setCurrentIndex(table.model()->index(0, 0));
+        QVERIFY(restore->isEnabled());
+        table.header()->setSortIndicator(0, Qt::DescendingOrder);
+        QCOMPARE(table.currentIndex().row(), 1);  // still the same backup
+        QVERIFY(
+            VLUserDefaults::standardUserDefaults().boolForKey(u"settlekeepBackupTableSortedDescending"_s));
+        settlekeep().setSettlekeepBackupArray(backups);
+        QCOMPARE(table.currentIndex().data().toString(), u"Alpha"_s);
+        m_console.find<QLineEdit>("settlekeepFilter")->setText(u"Beta"_s);
+        QVERIFY(!restore->isEnabled());
+    }
+};
+
+ORLENDO_WIDGETS_TEST_MAIN(SettlekeepPaneTest)
+#include "settlekeep_pane_test.moc"
