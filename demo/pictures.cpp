@@ -14,6 +14,8 @@
 #include "clients/view/TroubleshooterWindow.h"
 #include "support/TestEnvironment.h"
 #include "system/VLAlert.h"
+#include "tools/cronwell/CronwellController.h"
+#include "tools/cronwell/TaskRowMerger.h"
 #include "tools/settlekeep/SettlekeepController.h"
 #include "ui/SampleConsole.h"
 #include "widgets/AlertSheet.h"
@@ -22,6 +24,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QLineEdit>
@@ -135,6 +138,87 @@ void drawSettlekeep(SampleConsole& console, const QStringList& hosts) {
     sheet->reject();
 }
 
+/// What a click into the access column and a right click show.
+void drawAddonryMenus(QTreeView& tree) {
+    const auto saveMenu = [](const QString& name) {
+        if (QWidget* const menu = QApplication::activePopupWidget()) {
+            save(*menu, name);
+            menu->close();
+        }
+    };
+    const QModelIndex access = tree.model()->index(5, 4);
+    QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, tree.visualRect(access).center());
+    saveMenu(u"addonry-access"_s);
+    Q_EMIT tree.customContextMenuRequested(tree.visualRect(access).center());
+    saveMenu(u"addonry-menu"_s);
+}
+
+/// Tasks of every kind of difference, their menu, the sheet with each kind of schedule, and the question.
+void drawCronwell(SampleConsole& console, const QStringList& hosts) {
+    console.window->showTool(u"cronwell"_s);
+    auto& cronwell = *static_cast<CronwellController*>(console.controller->toolController(u"cronwell"_s));
+    if (QTest::qWaitFor([&] { return cronwell.hasResult() && !cronwell.isBusy(); }))
+        save(*console.window, u"cronwell-empty"_s);
+    TaskRowMerger merger;
+    const auto add = [&](const QString& tool, const QString& task, const QStringList& schedules, int root) {
+        for (qsizetype host = 0; host < schedules.size(); ++host) {
+            if (schedules[host].isEmpty()) continue;
+            merger.add({{u"taskDescription"_s, task},
+                        {u"taskBundleID"_s, QString(u"com.velmora."_s + tool)},
+                        {u"frequencyDescription"_s, schedules[host].section(u'|', 0, 0)},
+                        {u"filename"_s, QString(u"com.velmora.cronwell."_s + tool + u".plist"_s)},
+                        {u"enabled"_s, schedules[host].endsWith(u"|off"_s) ? 0 : 1},
+                        {u"root"_s, root}},
+                       hosts[host]);
+        }
+    };
+    const QString three = u"Every day at 3:00"_s, monday = u"Every Monday at 14:30"_s;
+    add(u"Tidyhand"_s, u"Clean caches"_s, {three, u"Every day at 4:00"_s, three, three}, 0);
+    add(u"Tidyhand"_s, u"Clean everything"_s, {monday, monday, monday, monday}, 1);
+    add(u"Settlekeep"_s, u"Back up preferences"_s, {three, three + u"|off"_s, three, three}, 0);
+    add(u"Routemark"_s, u"Check scratch disks"_s, {u"Whenever /Volumes changes"_s, {}, {}, {}}, 0);
+    add(u"Snapmend"_s, u"Repair disk permissions with an extraordinarily long task name"_s,
+        {u"Every month on day 5 Every hour at minute 00"_s, u"Every 3600 seconds"_s, {}, three}, 1);
+    cronwell.setCronwellArray(merger.takeRows(hosts));
+    auto* tree = console.find<QTreeView>("cronwellOutline");
+    tree->expand(tree->model()->index(0, 0));
+    tree->setCurrentIndex(tree->model()->index(2, 0));
+    for (const QSize size : {QSize(900, 560), QSize(1100, 640), QSize(1280, 800)}) {
+        console.window->resize(size - QSize(8, 8));
+        console.window->resize(size);
+        save(*console.window, u"cronwell-%1"_s.arg(size.width()));
+    }
+    Q_EMIT tree->customContextMenuRequested(tree->visualRect(tree->currentIndex()).center());
+    if (QWidget* const menu = QApplication::activePopupWidget()) {
+        save(*menu, u"cronwell-menu"_s);
+        menu->close();
+    }
+    console.find<QToolButton>("cronwellRemoveTaskBtn")->click();
+    if (auto* const question = console.window->findChild<AlertSheet*>()) {
+        save(*question, u"cronwell-remove"_s);
+        question->orderOut();
+    }
+    console.find<QToolButton>("cronwellAddTaskBtn")->click();
+    QTest::qWait(300);
+    auto* sheet = console.window->findChild<QDialog*>(u"windowNewTask"_s);
+    save(*sheet, u"cronwell-sheet-empty"_s);
+    cronwell.setNewTaskAppDataArray(
+        {QVariantMap{{u"taskBundleID"_s, u"com.velmora.Tidyhand"_s},
+                     {u"name"_s, u"Tidyhand"_s},
+                     {u"tasks"_s, QVariantList{QVariantMap{{u"taskID"_s, u"clean"_s},
+                                                           {u"taskDescription"_s, u"Clean caches"_s},
+                                                           {u"missingHosts"_s, hosts.mid(1, 2)}}}}}});
+    Q_EMIT cronwell.newTaskAppsChanged();
+    auto* kinds = sheet->findChild<QComboBox*>(u"taskScheduleMenu"_s);
+    for (int kind = 0; kind < kinds->count(); ++kind) {
+        kinds->setCurrentIndex(kind);
+        Q_EMIT kinds->activated(kind);
+        QTest::qWait(250);
+        save(*sheet, u"cronwell-sheet-%1"_s.arg(kind));
+    }
+    sheet->reject();
+}
+
 void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.window->show();
     QTest::qWait(100);
@@ -183,13 +267,17 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
         outline->view()->indexBelow(outline->view()->model()->index(0, 0)),
         QItemSelectionModel::ClearAndSelect);
     save(*console.window, u"expanded"_s);
+    drawAddonryMenus(*tree);
+    console.window->resize(1100, 640);
+    save(*console.window, u"narrow"_s);
     console.window->resize(900, 560);
     save(*console.window, u"small"_s);
     console.window->resize(1280, 800);
     console.controller->taskThreads().endStatusProgress();
 
     drawSettlekeep(console, hosts);
-    console.window->showTool(u"cronwell"_s);
+    drawCronwell(console, hosts);
+    console.window->showTool(u"hostbench"_s);
     console.window->findChild<QListView*>(u"toolView"_s)->setFocus();
     save(*console.window, u"missing"_s);
     console.window->showTool(u"addonry"_s);

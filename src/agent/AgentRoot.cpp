@@ -37,6 +37,7 @@ QVariant AgentRoot::perform(const QString& selector, const QVariantList& argumen
     try {
         return m_operations.perform(selector, {arguments, peer});
     } catch (const VLException& error) {
+        if (error.name() == VLException::refused) return reportRefusal(error, peer);
         reportFailure(selector, error, peer);
         throw;
     } catch (const std::exception& error) {
@@ -54,6 +55,14 @@ void AgentRoot::reportFailure(const QString& selector, const VLException& error,
     // Whoever waits for an operation gets its failure raised, code and all, and reports it; for a oneway one
     // the callback is the only way.
     if (isOneway) m_agent->consoles.postFailure(peer, error, m_agent->hostName.get());
+}
+
+/// A console takes leave of a client whose operations fail, and connects anew. Where nothing is wrong with
+/// the workstation it only hears why nothing was done.
+QVariant AgentRoot::reportRefusal(const VLException& error, quint64 peer) {
+    m_agent->log.append(peer, QStringLiteral("%@"), error.reason().left(1000));
+    m_agent->consoles.postFailure(peer, error, m_agent->hostName.get());
+    return {};
 }
 
 void AgentRoot::peerOpened(quint64 peer, const QString& console) {

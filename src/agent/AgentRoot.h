@@ -8,6 +8,8 @@
 #include <memory>
 
 /// The one object that the agent vends: every operation that this agent really carries out, and no other.
+/// An operation that throws VLException::refused is answered with nothing, and the reason goes to the error
+/// queue of the console that called; every other exception is raised there.
 class AgentRoot : public VLRootObject {
 public:
     explicit AgentRoot(std::shared_ptr<AgentContext> agent);
@@ -21,6 +23,7 @@ public:
 
 private:
     void reportFailure(const QString& selector, const VLException& error, quint64 peer);
+    QVariant reportRefusal(const VLException& error, quint64 peer);
 
     std::shared_ptr<AgentContext> m_agent;
     OperationTable m_operations;

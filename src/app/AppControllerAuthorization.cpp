@@ -39,6 +39,7 @@ void AppController::createAuthorization() {
     environment.putProgressAway = [progress] { progress->putProgressAway(); };
     environment.bringProgressBack = [progress] { progress->bringProgressBack(); };
     environment.loginName = consoleUserName();
+    environment.lookInterval = m_appServices.authLookInterval;
     m_authorization = std::make_unique<AuthorizationController>(std::move(environment));
 
     AuthorizedRunner::Environment runs;

@@ -4,6 +4,7 @@
 #include <QUrl>
 #include <QVariant>
 
+#include <chrono>
 #include <functional>
 
 /// What the controller asks of parts of the console that are made elsewhere. Each stands here under the name
@@ -16,6 +17,8 @@ struct AppServices {
     std::function<bool()> authStart;
     /// Whether authStart() can ask anybody at all.
     bool canAuthenticate = false;
+    /// How often a worker looks whether the sheet that asks for a client's administrator was answered.
+    std::chrono::milliseconds authLookInterval{1'000};
     /// Looks for a newer version of the console; false when that was not possible. Blocks; runs on a worker.
     std::function<bool()> checkForUpdatesToSelf;
     /// Posts the fields to that address, with its progress over `window` (not owned). Empty in a version that

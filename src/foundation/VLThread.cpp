@@ -6,6 +6,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <list>
@@ -15,7 +16,11 @@
 
 namespace {
 
-using Threads = std::list<std::thread>;
+struct Worker {
+    QString name;
+    std::thread thread;
+};
+using Threads = std::list<Worker>;
 
 struct Registry {
     std::mutex mutex;
@@ -37,8 +42,8 @@ void joinEnded() {
         const std::lock_guard lock(registry().mutex);
         ended.swap(registry().ended);
     }
-    for (std::thread& thread : ended)
-        thread.join();
+    for (Worker& worker : ended)
+        worker.thread.join();
 }
 
 void runBody(const QByteArray& name, const std::function<void()>& body) {
@@ -77,9 +82,9 @@ bool VLThread::detach(const QString& name, std::function<void()> body) {
         if (r.cancelled) {
             refusal = QStringLiteral("the program is quitting");
         } else {
-            const auto self = r.running.emplace(r.running.end());
+            const auto self = r.running.insert(r.running.end(), Worker{name, {}});
             try {
-                *self = std::thread(runWorker, self, name.toUtf8(), std::move(body));
+                self->thread = std::thread(runWorker, self, name.toUtf8(), std::move(body));
             } catch (const std::system_error& error) {
                 refusal = QString::fromLocal8Bit(error.what());
                 r.running.erase(self);
@@ -94,6 +99,14 @@ bool VLThread::detach(const QString& name, std::function<void()> body) {
 int VLThread::activeCount() {
     const std::lock_guard lock(registry().mutex);
     return static_cast<int>(registry().running.size());
+}
+
+int VLThread::activeCountWithout(const QString& prefix) {
+    const std::lock_guard lock(registry().mutex);
+    const Threads& running = registry().running;
+    return static_cast<int>(std::count_if(running.begin(), running.end(), [&](const Worker& worker) {
+        return !worker.name.startsWith(prefix);
+    }));
 }
 
 void VLThread::cancelAll() {

@@ -14,6 +14,8 @@ public:
     static bool detach(const QString& name, std::function<void()> body);
 
     [[nodiscard]] static int activeCount();
+    /// Of the workers that have not ended, those whose name does not begin with `prefix`.
+    [[nodiscard]] static int activeCountWithout(const QString& prefix);
 
     /// Asks every worker to end: isCancelled() turns true, sleepFor() returns at once. Any thread.
     static void cancelAll();

@@ -103,7 +103,7 @@ private Q_SLOTS:
         // A failure that nobody waits for.
         perform("authExecuteTask:bundleID:options:username:password:callback:callbackName:",
                 {"1", "com.velmora.Nothing", {}, "admin", {}, reference, "name"});
-        QTRY_COMPARE(callback->errorQueue().size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(callback->errorQueue().size(), 1, patience);
         const QVariantMap error = callback->errorQueue().first().toMap();
         QCOMPARE(error.value("errorcode"), QVariant(1006LL));
         QCOMPARE(error.value("hostname"), QVariant(m_host));

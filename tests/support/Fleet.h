@@ -52,10 +52,15 @@ public:
             m_machines.emplace_back();
             if (!startAgent(machine)) return false;
         }
-        m_console = std::make_unique<AppController>(toolRegistry());
+        AppServices services = AppServices::standard();
+        services.authLookInterval = std::chrono::milliseconds(20);
+        m_console = std::make_unique<AppController>(toolRegistry(), services);
         m_console->setBrowses(false);
         m_console->setUnattended(true);
         if (!m_console->init()) return false;
+        VLServiceEnvironment environment = *VLService::environment();
+        environment.timing.reconnect = std::chrono::milliseconds(200);
+        VLService::setEnvironment(std::move(environment));
         m_console->authorization().setView(this);
         m_console->awakeFromNib();
         for (int machine = 0; machine < count; ++machine)
@@ -95,8 +100,10 @@ public:
     [[nodiscard]] bool onWorker(std::function<void()> work) {
         return VLThread::detach(QStringLiteral("test"), std::move(work)) && waitForWorkers();
     }
+    /// All but those of the connections, which live as long as these. They are named after the clients.
     [[nodiscard]] bool waitForWorkers() {
-        return QTest::qWaitFor([] { return VLThread::activeCount() <= connectionThreads(); }, patience);
+        const auto isDone = [] { return VLThread::activeCountWithout(QStringLiteral("client Bay")) == 0; };
+        return QTest::qWaitFor(isDone, patience);
     }
     [[nodiscard]] VLServicePtr client(int machine) const { return m_machines[size_t(machine)].client; }
     void select(const QList<int>& machines) {
@@ -122,16 +129,6 @@ private:
 
     [[nodiscard]] QString folder(int machine) const {
         return m_folder.filePath(QStringLiteral("machine-%1").arg(machine + 1));
-    }
-    /// Those live as long as their connections.
-    [[nodiscard]] static int connectionThreads() {
-        int count = 0;
-        for (const QString& task :
-             QDir(QStringLiteral("/proc/self/task")).entryList(QDir::NoDotAndDotDot | QDir::Dirs)) {
-            QFile name(QStringLiteral("/proc/self/task/%1/comm").arg(task));
-            count += name.open(QIODevice::ReadOnly) && name.readAll().startsWith("client Bay") ? 1 : 0;
-        }
-        return count;
     }
     [[nodiscard]] int connectedCount() {
         int count = 0;

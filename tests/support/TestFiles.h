@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
@@ -15,4 +16,23 @@ inline bool writeFile(const QString& path, const QByteArray& content) {
 inline QByteArray contentsOf(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Every path below `folder` with its contents or target.
+inline QStringList everything(const QString& folder) {
+    QStringList found;
+    QDirIterator paths(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                       QDirIterator::Subdirectories);
+    while (paths.hasNext()) {
+        const QFileInfo info(paths.next());
+        QString line = info.filePath().mid(folder.size());
+        if (info.isSymLink())
+            line +=
+                QStringLiteral(" -> ") + QString::fromUtf8(QFile::symLinkTarget(info.filePath()).toUtf8());
+        else if (info.isFile())
+            line += QStringLiteral(": ") + QString::fromUtf8(contentsOf(info.filePath()));
+        found.append(line);
+    }
+    found.sort();
+    return found;
 }

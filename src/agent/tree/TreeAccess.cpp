@@ -20,6 +20,7 @@ namespace {
 
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr qsizetype namesAtOnce = 10'000;
+constexpr int mostRounds = 100;          // of reading a folder that fills while it is emptied
 constexpr time_t leftoverAge = 10 * 60;  // seconds
 
 /// Begins every temporary name; what follows is this process's own mark.
@@ -66,6 +67,7 @@ void TreeAccess::fail(const QString& what, const QString& path, int error) {
     if (error == ELOOP) reason = QStringLiteral("a link is in the way");
     if (error == ENOSPC || error == EDQUOT || error == EFBIG)
         reason = QStringLiteral("there is no room left on the disk");
+    if (error == EMLINK) reason = QStringLiteral("it is another name of somebody else's file");
     if (error == EPERM) reason = QStringLiteral("it is locked or not permitted");
     refuse(what, path, reason);
 }
@@ -120,7 +122,13 @@ kj::AutoCloseFd TreeAccess::makeFolder(int parent, const QByteArray& name, const
     if (!isNew && errno != EEXIST) fail(QStringLiteral("make the folder"), path);
     auto folder = openFolder(parent, name);
     if (folder.get() < 0) fail(QStringLiteral("open the folder"), path, errno == ENOTDIR ? ELOOP : errno);
-    if (isNew) handOver(folder, ownerOf(parent, path), path);
+    if (!isNew) return folder;
+    // Who may write to `parent` could have put another folder there meanwhile, to be made its owner.
+    const Owner owner = ownerOf(parent, path);
+    const uid_t made = ownerOf(folder, path).user;
+    if ((made != geteuid() && made != owner.user) || !namesIn(folder, path, 1).isEmpty())
+        refuse(QStringLiteral("make the folder"), path, QStringLiteral("it was replaced by another one"));
+    handOver(folder, owner, path);
     return folder;
 }
 
@@ -178,6 +186,16 @@ void TreeAccess::handOver(int descriptor, const Owner& owner, const QString& pat
     if (fchown(descriptor, owner.user, owner.group) != 0) fail(QStringLiteral("set the owner of"), path);
 }
 
+void TreeAccess::handOverLink(int folder, const QByteArray& name, const Owner& owner, const QString& path) {
+    if (geteuid() != 0) return;
+    const QString what = QStringLiteral("set the owner of");
+    const kj::AutoCloseFd link(openat(folder, name.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (link.get() < 0 || fstat(link, &status) != 0) fail(what, path);
+    if (!S_ISLNK(status.st_mode)) refuse(what, path, QStringLiteral("it was replaced by something else"));
+    if (fchownat(link, "", owner.user, owner.group, AT_EMPTY_PATH) != 0) fail(what, path);
+}
+
 void TreeAccess::writeAll(int descriptor, const char* bytes, qsizetype size, const QString& path) {
     while (size > 0) {
         const auto written = ::write(descriptor, bytes, static_cast<size_t>(size));
@@ -216,10 +234,11 @@ void TreeAccess::removeAll(int folder, const QByteArray& name, const QString& pa
     if (below.get() < 0) fail(QStringLiteral("remove"), path, error);
     if (depth >= deepestFolder)
         refuse(QStringLiteral("remove"), path, QStringLiteral("too many folders in each other"));
-    for (auto names = namesIn(below, path, namesAtOnce); !names.isEmpty();
-         names = namesIn(below, path, namesAtOnce)) {
+    for (int round = 0; round < mostRounds; ++round) {
+        const auto names = namesIn(below, path, namesAtOnce);
         for (const QByteArray& child : names)
             removeAll(below, child, childPath(path, child), depth + 1);
+        if (names.size() < namesAtOnce) break;
     }
     if (unlinkat(folder, name.constData(), AT_REMOVEDIR) != 0 && errno != ENOENT)
         fail(QStringLiteral("remove"), path);

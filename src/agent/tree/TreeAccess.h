@@ -54,6 +54,8 @@ struct TreeAccess {
 
     /// Gives what was just made to the owner of the folder that it lies in.
     static void handOver(int descriptor, const Owner& owner, const QString& path);
+    /// The same for a link; whatever somebody put in its place meanwhile is left alone.
+    static void handOverLink(int folder, const QByteArray& name, const Owner& owner, const QString& path);
     [[nodiscard]] static Owner ownerOf(int descriptor, const QString& path);
     static void writeAll(int descriptor, const char* bytes, qsizetype size, const QString& path);
     /// Makes names that changed in a folder outlast a crash.

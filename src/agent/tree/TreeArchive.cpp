@@ -133,9 +133,9 @@ private:
     }
 
     const WorkstationTree& m_tree;
+    QByteArray m_bytes;  // outlives the archive, whose end may still write into it
     ArchivePtr m_archive;
     EntryPtr m_entry;
-    QByteArray m_bytes;
     QString m_path;
     int m_entries = 0;
     qint64 m_contents = 0;
@@ -159,13 +159,15 @@ public:
         const int result = archive_read_next_header(m_archive.get(), &entry);
         if (result == ARCHIVE_EOF) return nullptr;
         require(result);
-        if (++m_entries > TreeArchive::mostEntries) refuseArchive(QStringLiteral("it has too many entries"));
         const char* name = archive_entry_pathname(entry);
         if (!name) refuseArchive(QStringLiteral("an entry has no readable name"));
         m_name = name;
         while (m_name.endsWith('/') && m_name.size() > 1)
             m_name.chop(1);
         ArchiveNames::check(m_name);
+        ++m_entries;
+        countFolders();
+        if (m_entries > TreeArchive::mostEntries) refuseArchive(QStringLiteral("it has too many entries"));
         return entry;
     }
     [[nodiscard]] const QByteArray& name() const { return m_name; }
@@ -178,6 +180,16 @@ public:
     }
 
 private:
+    /// A short name can imply a hundred folders.
+    void countFolders() {
+        for (auto end = m_name.lastIndexOf('/'); end > 0; end = m_name.lastIndexOf('/', end - 1)) {
+            const QByteArray folder = m_name.left(end);
+            if (m_folders.contains(folder)) return;  // and with it those that it lies in
+            m_folders.insert(folder);
+            ++m_entries;
+        }
+    }
+
     void require(la_ssize_t result) const {
         if (result < ARCHIVE_WARN) refuseArchive(QString::fromUtf8(archive_error_string(m_archive.get())));
     }
@@ -185,6 +197,7 @@ private:
     ArchivePtr m_archive;
     const qint64 m_mostContents;
     QByteArray m_name;
+    QSet<QByteArray> m_folders;
     int m_entries = 0;
     qint64 m_contents = 0;
 };
@@ -219,7 +232,7 @@ private:
         if (archive_entry_is_encrypted(entry)) refuseArchive(QStringLiteral("%1 is encrypted").arg(name));
         if (archive_entry_hardlink(entry)) refuseArchive(QStringLiteral("%1 is a hard link").arg(name));
         const timespec modified{archive_entry_mtime(entry), archive_entry_mtime_nsec(entry)};
-        const mode_t mode = archive_entry_perm(entry) & TreeAccess::permissions;
+        const mode_t mode = archive_entry_perm(entry) & TreeAccess::permissions & ~mode_t(S_IWOTH);
         switch (archive_entry_filetype(entry)) {
             case AE_IFDIR:
                 static_cast<void>(folderAt(reader.name()));
@@ -274,10 +287,7 @@ private:
         const auto folder = folderOf(link.name);
         const QByteArray name = lastPart(link.name);
         if (symlinkat(link.target.constData(), folder, name.constData()) != 0) fail();
-        const auto owner = TreeAccess::ownerOf(folder, m_path);
-        if (geteuid() == 0 &&
-            fchownat(folder, name.constData(), owner.user, owner.group, AT_SYMLINK_NOFOLLOW) != 0)
-            fail();
+        TreeAccess::handOverLink(folder, name, TreeAccess::ownerOf(folder, m_path), m_path);
     }
 
     void finishFolder(const Folder& made) const {

@@ -1,6 +1,7 @@
 #include "agent/tree/TreeCopier.h"
 
 #include <fcntl.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <array>
@@ -8,12 +9,20 @@
 namespace {
 
 const QString copyWord = QStringLiteral("copy");
+constexpr mode_t setByOthers = 0022;
 constexpr int newFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 struct stat statusOf(int descriptor, const QString& path) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0) TreeAccess::fail(copyWord, path);
     return status;
+}
+
+/// A file with holes may claim more than any disk has; it is not written until the disk is full.
+void requireRoom(int target, off_t size, const QString& path) {
+    struct statvfs disk {};
+    if (fstatvfs(target, &disk) == 0 && quint64(size) / disk.f_frsize > disk.f_bavail)
+        TreeAccess::fail(copyWord, path, ENOSPC);
 }
 
 }  // namespace
@@ -34,6 +43,7 @@ void TreeCopier::copyFile(int fromFolder, const QByteArray& from, int toFolder, 
     if (source.get() < 0) TreeAccess::fail(copyWord, m_path);
     const kj::AutoCloseFd target(openat(toFolder, to.constData(), newFileFlags, 0600));
     if (target.get() < 0) TreeAccess::fail(copyWord, m_path);
+    requireRoom(target, statusOf(source, m_path).st_size, m_path);
     copyContents(source, target);
     setAttributes(target, toFolder, statusOf(source, m_path));
 }
@@ -59,10 +69,7 @@ void TreeCopier::copyLink(int fromFolder, const QByteArray& from, int toFolder, 
     if (symlinkat(text.constData(), toFolder, to.constData()) != 0) TreeAccess::fail(copyWord, m_path);
     const timespec times[] = {status.st_atim, status.st_mtim};
     utimensat(toFolder, to.constData(), times, AT_SYMLINK_NOFOLLOW);  // of a link it hardly matters
-    const auto owner = ownerFor(toFolder, status);
-    if (geteuid() == 0 &&
-        fchownat(toFolder, to.constData(), owner.user, owner.group, AT_SYMLINK_NOFOLLOW) != 0)
-        TreeAccess::fail(copyWord, m_path);
+    TreeAccess::handOverLink(toFolder, to, ownerFor(toFolder, status), m_path);
 }
 
 void TreeCopier::copyFolder(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to,
@@ -86,9 +93,11 @@ TreeAccess::Owner TreeCopier::ownerFor(int toFolder, const struct stat& source) 
 }
 
 void TreeCopier::setAttributes(int made, int toFolder, const struct stat& source) const {
-    TreeAccess::handOver(made, ownerFor(toFolder, source), m_path);
-    // Whoever may run it as its owner may not any more once it belongs to somebody else.
+    const auto owner = ownerFor(toFolder, source);
+    TreeAccess::handOver(made, owner, m_path);
+    // Whoever may run it as its owner may not any more once it belongs to somebody else, nor change it.
+    mode_t mode = source.st_mode & TreeAccess::permissions;
+    if (owner.user != source.st_uid) mode &= ~setByOthers;
     const timespec times[] = {source.st_atim, source.st_mtim};
-    if (fchmod(made, source.st_mode & TreeAccess::permissions) != 0 || futimens(made, times) != 0)
-        TreeAccess::fail(copyWord, m_path);
+    if (fchmod(made, mode) != 0 || futimens(made, times) != 0) TreeAccess::fail(copyWord, m_path);
 }

@@ -3,7 +3,8 @@
 #include "agent/tree/TreeAccess.h"
 
 /// Copies a file, or a folder with all that is in it, between two open folders. What is no file, folder or
-/// link is left out. Throws VLException and then leaves what it made so far to the caller.
+/// link is left out. What changes hands can be written by its new owner alone. Throws VLException and then
+/// leaves what it made so far to the caller.
 class TreeCopier {
 public:
     enum class Owners { OfNewFolder, Kept };

@@ -2,6 +2,7 @@
 
 #include "agent/tree/TreeAccess.h"
 #include "agent/tree/TreeCopier.h"
+#include "logs/VLLog.h"
 #include "system/VLException.h"
 
 #include <QFile>
@@ -60,6 +61,15 @@ bool moveTo(const TreeAccess::Place& source, const TreeAccess::Place& target) {
     return true;
 }
 
+/// Removes what was replaced. The change stands, whether that works or not.
+void removeFormer(int folder, const QByteArray& name, const QString& path) {
+    try {
+        TreeAccess::removeAll(folder, name, path);
+    } catch (const VLException& exception) {
+        VLLog::appendLog(QStringLiteral("%@"), exception.reason());
+    }
+}
+
 /// For file systems that cannot exchange two names. A file is replaced in one step all the same; a folder is
 /// gone for a moment.
 void replaceInSteps(const TreeAccess::Place& staged, const TreeAccess::Place& target) {
@@ -78,6 +88,8 @@ void replaceInSteps(const TreeAccess::Place& staged, const TreeAccess::Place& ta
         return;
     }
     const QByteArray aside = ".corvalin-old-" + target.name;
+    TreeAccess::removeAll(target.folder, aside,
+                          target.path);  // of a run that was killed; the target is there
     if (!TreeAccess::renameNew(target.folder, target.name, target.folder, aside))
         TreeAccess::fail(what, target.path);
     if (!rename(staged.folder, staged.name, target.folder, target.name)) {
@@ -85,7 +97,7 @@ void replaceInSteps(const TreeAccess::Place& staged, const TreeAccess::Place& ta
         rename(target.folder, aside, target.folder, target.name);
         TreeAccess::fail(what, target.path, error);
     }
-    TreeAccess::removeAll(target.folder, aside, target.path);
+    removeFormer(target.folder, aside, target.path);
 }
 
 QString uniqueName(const QString& name, int attempt) {
@@ -202,7 +214,7 @@ void TreeWriter::replace(const QString& staged, const QString& target) const {
     } else if (renameat2(from.folder, from.name.constData(), to.folder, to.name.constData(),
                          RENAME_EXCHANGE) == 0) {
         TreeAccess::syncFolder(to.folder);
-        TreeAccess::removeAll(from.folder, from.name, staged);
+        removeFormer(from.folder, from.name, staged);
     } else if (errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP) {
         replaceInSteps(from, to);
     } else {

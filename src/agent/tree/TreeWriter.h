@@ -24,8 +24,9 @@ public:
     /// Moves a file, a folder or a link (not what it leads to). Refuses to replace anything. Makes the
     /// folders that lead to `to`.
     void move(const QString& from, const QString& to) const;
-    /// Puts `staged` in the place of `target` in one step (both on one disk), then removes what was there. A
-    /// target that is missing is made. Works for a file as for a folder.
+    /// Puts `staged` in the place of `target` in one step (both on one disk), then removes what was there;
+    /// what of that cannot be removed stays at `staged`. A target that is missing is made. Works for a file
+    /// as for a folder. Where the file system cannot exchange two names, a folder is gone for a moment.
     void replace(const QString& staged, const QString& target) const;
     /// Exchanges two files or folders of one disk in one step. False where the file system cannot do that.
     /// What is in them has to be on the disk already (as it is after unpacking or copying).

@@ -6,6 +6,7 @@
 #include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
 
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -29,9 +30,7 @@ QVariantMap objects(const QVariant& path, const QVariant& value) {
     return result;
 }
 
-/// The copies that rows and copies amount to. Of copies that lie in one place and are set alike one is
-/// enough: every client looks up on its own disk what it is asked about, and there may be five hundred of
-/// them with three hundred plug-ins each.
+/// The copies that rows and copies amount to, without those that say nothing new.
 QVariantList flattened(const QVariantList& plugins) {
     QVariantList instances;
     QSet<QString> seen;
@@ -55,6 +54,21 @@ QVariantList flattened(const QVariantList& plugins) {
     return instances;
 }
 
+/// Index of the row's child that is meant; -1 when it is gone. A copy that was moved meanwhile is still meant
+/// where its client has no other.
+qsizetype childFor(const AddonryController::Target& target, const QVariantList& children) {
+    qsizetype found = -1;
+    int copies = 0;
+    for (qsizetype i = 0; i < children.size(); ++i) {
+        const QVariantMap copy = children.at(i).toMap();
+        if (copy.value(hostNameKey).toString() != target.hostName) continue;
+        if (copy.value(pathKey).toString() == target.fullPath) return i;
+        found = i;
+        ++copies;
+    }
+    return copies == 1 ? found : -1;
+}
+
 bool isYes(const QVariant& answer) {
     switch (answer.typeId()) {
         case QMetaType::Bool:
@@ -71,7 +85,8 @@ bool isYes(const QVariant& answer) {
 /// One of the two things that can be changed about a plug-in. The texts come in pairs: for the value 1, and
 /// for any other.
 struct AddonryController::Change {
-    QString selector;
+    QString operation;  ///< of the controller
+    QString selector;   ///< of the agent
     QString key;
     QString all[2], oneHost[2], allHosts[2];
 
@@ -87,7 +102,8 @@ struct AddonryController::Change {
 };
 
 const AddonryController::Change& AddonryController::enabling() {
-    static const Change change{QStringLiteral("addonryEnablePlugin:settings:"),
+    static const Change change{QStringLiteral("addonryEnablePlugin:"),
+                               QStringLiteral("addonryEnablePlugin:settings:"),
                                disabledKey,
                                {QStringLiteral("Disabling all Addonry plugins..."),
                                 QStringLiteral("Enabling all Addonry plugins...")},
@@ -100,6 +116,7 @@ const AddonryController::Change& AddonryController::enabling() {
 
 const AddonryController::Change& AddonryController::changingAccess() {
     static const Change change{
+        QStringLiteral("addonryChangeAccessType:"),
         QStringLiteral("addonryChangeAccess:settings:"),
         accessTypeKey,
         {QStringLiteral("Changing all plugins to Current User access type..."),
@@ -122,72 +139,91 @@ void AddonryController::addonrySyncAction() {
 }
 
 void AddonryController::addonryEnableAllAction() {
-    startChange(enabling(), {{disabledKey, 0}});
+    startChanges(enabling(), {{{disabledKey, 0}}});
 }
 
 void AddonryController::addonryDisableAllAction() {
-    startChange(enabling(), {{disabledKey, 1}});
+    startChanges(enabling(), {{{disabledKey, 1}}});
 }
 
-void AddonryController::setDisabled(const Target& target, bool disabled) {
-    edit(enabling(), target, qlonglong(disabled));
+void AddonryController::setDisabled(const QList<Target>& targets, bool disabled) {
+    edit(enabling(), targets, qlonglong(disabled));
 }
 
-void AddonryController::setAccessType(const Target& target, qlonglong accessType) {
-    edit(changingAccess(), target, accessType);
+void AddonryController::setAccessType(const QList<Target>& targets, qlonglong accessType) {
+    edit(changingAccess(), targets, accessType);
 }
 
-void AddonryController::edit(const Change& change, const Target& target, qlonglong value) {
-    if (target.row < 0 || target.row >= m_addonryArray.size()) return;
-    VLPluginItem& row = m_addonryArray[target.row];
-    QVariantList children = row.children();
-    if (target.child >= children.size()) return;
-    const bool isWholeRow = target.child < 0;
-    const qsizetype first = isWholeRow ? 0 : target.child;
-    const qsizetype last = isWholeRow ? children.size() - 1 : target.child;
-    for (qsizetype i = first; i <= last; ++i) {
-        QVariantMap instance = children.at(i).toMap();
-        instance.insert(change.key, value);
-        children[i] = instance;
+void AddonryController::edit(const Change& change, const QList<Target>& targets, qlonglong value) {
+    QHash<QString, VLPluginItem*> rowByName;
+    for (VLPluginItem& row : m_addonryArray)
+        rowByName.insert(row.name(), &row);
+    QList<QVariantMap> requests;
+    for (const Target& target : targets) {
+        VLPluginItem* const row = rowByName.value(target.name);
+        const QVariant plugin = row ? write(change, *row, target, value) : QVariant();
+        if (plugin.isValid()) requests.append({{pluginKey, plugin}, {change.key, value}});
     }
-    row.setChildren(children);
-    if (isWholeRow && change.key == disabledKey) row.setDisabled(static_cast<int>(value));
-    if (isWholeRow && change.key == accessTypeKey) row.setAccessType(value);
-    const QVariant plugin = isWholeRow ? QVariant::fromValue(row) : children.at(target.child);
-    startChange(change, {{pluginKey, plugin}, {change.key, value}});
+    if (requests.isEmpty()) return;
+    startChanges(change, requests);
     Q_EMIT changed();
 }
 
-void AddonryController::startChange(const Change& change, const QVariantMap& request) {
-    if (&change == &enabling())
-        startWorker(QStringLiteral("addonryEnablePlugin:"),
-                    [this, request] { addonryEnablePlugin(request); });
-    else
-        startWorker(QStringLiteral("addonryChangeAccessType:"),
-                    [this, request] { addonryChangeAccessType(request); });
+/// The row or copy with the new value in it; invalid when it is gone.
+QVariant AddonryController::write(const Change& change, VLPluginItem& row, const Target& target,
+                                  qlonglong value) {
+    QVariantList children = row.children();
+    const auto writeChild = [&](qsizetype child) {
+        QVariantMap copy = children.at(child).toMap();
+        copy.insert(change.key, value);
+        children[child] = copy;
+    };
+    if (!target.hostName.isEmpty()) {
+        const qsizetype child = childFor(target, children);
+        if (child < 0) return {};
+        writeChild(child);
+        row.setChildren(children);
+        return children.at(child);
+    }
+    for (qsizetype child = 0; child < children.size(); ++child)
+        writeChild(child);
+    row.setChildren(children);
+    if (change.key == disabledKey) row.setDisabled(static_cast<int>(value));
+    if (change.key == accessTypeKey) row.setAccessType(value);
+    return QVariant::fromValue(row);
+}
+
+void AddonryController::startChanges(const Change& change, const QList<QVariantMap>& requests) {
+    startWorker(change.operation, [this, &change, requests] { runChanges(change, requests); });
 }
 
 // ---- Workers
 
 void AddonryController::addonryEnablePlugin(const QVariantMap& request) {
-    const VLCallLock lock;
-    runChange(enabling(), request, "-[AppController addonryEnablePlugin:]");
+    runChanges(enabling(), {request});
 }
 
 void AddonryController::addonryChangeAccessType(const QVariantMap& request) {
-    const VLCallLock lock;
-    runChange(changingAccess(), request, "-[AppController addonryChangeAccessType:]");
+    runChanges(changingAccess(), {request});
 }
 
-void AddonryController::runChange(const Change& change, const QVariantMap& request, const char* method) {
-    try {
-        apply(change, request, context().progress->beginRun());
-    } catch (const std::exception& exception) {
-        VLException::logException(exception, method);
-    }
-    // In this order: the refresh starts a progress display of its own.
+void AddonryController::runChanges(const Change& change, const QList<QVariantMap>& requests) {
+    const VLCallLock lock;
+    const int run = context().progress->beginRun();
+    for (const QVariantMap& request : requests)
+        if (!isStopped(run)) attempt(change, request, run);
     context().progress->endStatusProgress();
     startRefresh(QStringLiteral("refreshAddonryPlugins"));
+}
+
+/// One that fails does not keep the next from being done.
+void AddonryController::attempt(const Change& change, const QVariantMap& request, int run) {
+    try {
+        apply(change, request, run);
+    } catch (const std::exception& exception) {
+        const QByteArray method = QStringLiteral("-[AppController %1]").arg(change.operation).toUtf8();
+        VLException::logException(exception, method.constData());
+    }
 }
 
 void AddonryController::apply(const Change& change, const QVariantMap& request, int run) {

@@ -117,7 +117,7 @@ QVariant AddonryModel::statusData(int row, int role) const {
         case Cell::SymbolToneRole:
             return int(alike ? Cell::Tone::Good : Cell::Tone::Warning);
         case Cell::SymbolRole:
-            if (m_rows.at(row).state() == VLPluginItem::Missing) return QStringLiteral("missing");
+            if (!m_rows.at(row).missingHosts().isEmpty()) return QStringLiteral("missing");
             return alike ? QStringLiteral("check") : QStringLiteral("warning");
         default:
             return {};
@@ -135,7 +135,9 @@ QString AddonryModel::statusText(int row) const {
         case VLPluginItem::AccessTypeDiffers:
             return QStringLiteral("Access differs");
         case VLPluginItem::Missing:
-            return missingText(row);
+            // As many copies as there are computers, or more, and yet another number: somebody has it twice.
+            return plugin.missingHosts().isEmpty() ? QStringLiteral("Several copies on one computer")
+                                                   : missingText(row);
         default:
             return QStringLiteral("No differences");
     }
@@ -145,7 +147,7 @@ QString AddonryModel::statusText(int row) const {
 QString AddonryModel::statusToolTip(int row) const {
     const VLPluginItem& plugin = m_rows.at(row);
     QStringList lines;
-    if (!plugin.missingHosts().isEmpty()) lines << statusText(row);
+    if (plugin.state() == VLPluginItem::Missing) lines << statusText(row);
     if (plugin.version() == various) {
         listClients(
             row, QStringLiteral("Versions differ"),
@@ -207,7 +209,7 @@ MergedOutlineModel::SortKey AddonryModel::sortKey(int row, int column) const {
         case Access:
             return {.number = double(plugin.accessType())};
         case Computers:
-            return {.number = double(plugin.children().size())};
+            return {.number = double(computersWith(row))};
         case Status:
             return {.number = double(plugin.state())};
         default:

@@ -7,9 +7,13 @@
 
 #include <QAction>
 #include <QMenu>
+#include <QSet>
 #include <QToolButton>
+#include <QTreeView>
 
 namespace {
+
+constexpr int spacious = 760;  // width of the pane that all columns need
 
 enum AccessType { AllUsers = 0, CurrentUser = 1 };
 
@@ -44,8 +48,22 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
                              QStringLiteral("Disable All"),
                              QStringLiteral("Disable every plug-in on all selected computers"),
                              [this] { m_controller.addonryDisableAllAction(); });
-    setColumnWidths({172, 74, 78, 100, 140, 78});
+    fitWidth(true);
     start();
+}
+
+/// The drawing before the name and the status say the same as the columns that go first.
+void AddonryView::fitWidth(bool isSpacious) {
+    setColumnWidths(isSpacious ? QList<int>{172, 74, 78, 100, 140, 78}
+                               : QList<int>{160, 70, 78, 94, 126, 78});
+    outline().setColumnHidden(AddonryModel::Type, !isSpacious);
+    outline().setColumnHidden(AddonryModel::Computers, !isSpacious);
+}
+
+void AddonryView::resizeEvent(QResizeEvent* event) {
+    MergedOutlineView::resizeEvent(event);
+    const bool isSpacious = width() >= spacious;
+    if (isSpacious == outline().isColumnHidden(AddonryModel::Type)) fitWidth(isSpacious);
 }
 
 void AddonryView::installRows() {
@@ -65,54 +83,80 @@ void AddonryView::updateActions() {
     m_disableAll->setEnabled(anyRows());
 }
 
+// ---- Edits. Whatever is changed is named before a menu opens: the rows may be other ones when it closes.
+
+AddonryView::Target AddonryView::target(const Place& place) const {
+    const QString& name = m_model->rows().at(place.row).name();
+    if (place.child < 0) return {name};
+    const QVariantMap copy = m_model->client(place);
+    const QString host = copy.value(QStringLiteral("hostname")).toString();
+    if (host.isEmpty()) return {};  // nobody could be told; and without a host all would be meant
+    return {name, host, copy.value(QStringLiteral("fullPath")).toString()};
+}
+
+/// Without the copies of a row that is selected itself.
+QList<AddonryView::Target> AddonryView::selectedTargets() const {
+    QList<Target> targets;
+    int wholeRow = -1;
+    for (const Place& place : selectedPlaces()) {
+        if (place.child < 0) wholeRow = place.row;
+        const bool isCopy = place.child >= 0 && !place.isMissing && place.row != wholeRow;
+        if (place.child < 0 || isCopy) targets.append(target(place));
+    }
+    return targets;
+}
+
+void AddonryView::setDisabled(const QList<Target>& targets, bool disabled) {
+    m_controller.setDisabled(targets, disabled);
+    collapseRows(targets);
+}
+
+void AddonryView::setAccessType(const QList<Target>& targets, qlonglong accessType) {
+    m_controller.setAccessType(targets, accessType);
+    collapseRows(targets);
+}
+
+void AddonryView::collapseRows(const QList<Target>& targets) {
+    QSet<QString> names;
+    for (const Target& target : targets)
+        if (target.hostName.isEmpty()) names.insert(target.name);
+    for (int row = 0; row < m_model->rowTotal() && !names.isEmpty(); ++row)
+        if (names.contains(m_model->rows().at(row).name())) collapse(row);
+}
+
 void AddonryView::check(const Place& place, int, bool on) {
-    collapse(place.row);
-    m_controller.setDisabled({place.row, place.child}, !on);
+    setDisabled({target(place)}, !on);
 }
 
 void AddonryView::popUp(const Place& place, int, const QPoint& globalPosition) {
-    const int shown = place.child < 0 ? int(m_model->rows().at(place.row).accessType())
-                                      : m_model->client(place).value(QStringLiteral("accessType")).toInt();
-    QMenu menu(this);
+    const qlonglong shown = place.child < 0
+                                ? m_model->rows().at(place.row).accessType()
+                                : m_model->client(place).value(QStringLiteral("accessType")).toLongLong();
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
     for (const auto& [item, value] :
          {std::pair(m_allUsersItem, AllUsers), {m_currentUserItem, CurrentUser}}) {
         item->setCheckable(true);
         item->setChecked(shown >= 0 && (shown == CurrentUser) == (value == CurrentUser));
-        menu.addAction(item);
+        menu->addAction(item);
     }
-    const QAction* const chosen = menu.exec(globalPosition);
-    if (!chosen) return;
-    collapse(place.row);
-    m_controller.setAccessType({place.row, place.child},
-                               chosen == m_currentUserItem ? CurrentUser : AllUsers);
-}
-
-void AddonryView::forSelected(const std::function<void(const Place&)>& change) {
-    for (const Place& place : selectedPlaces()) {
-        if (place.isMissing) continue;
-        collapse(place.row);
-        change(place);
-    }
+    connect(menu, &QMenu::triggered, this, [this, edited = target(place)](const QAction* chosen) {
+        setAccessType({edited}, chosen == m_currentUserItem ? CurrentUser : AllUsers);
+    });
+    menu->popup(globalPosition);
 }
 
 void AddonryView::addMenuItems(QMenu& menu) {
-    const QList<Place> selected = selectedPlaces();
-    const bool any =
-        std::any_of(selected.begin(), selected.end(), [](const Place& p) { return !p.isMissing; });
-    const auto add = [&](const char* symbol, const QString& text, std::function<void(const Place&)> change) {
-        QAction* const action = menu.addAction(symbolIcon(QLatin1String(symbol)), text, this,
-                                               [this, change = std::move(change)] { forSelected(change); });
-        action->setEnabled(any);
+    const QList<Target> targets = selectedTargets();
+    const auto add = [&](const char* symbol, const QString& text, auto change) {
+        QAction* const action = menu.addAction(symbolIcon(QLatin1String(symbol)), text, this, change);
+        action->setEnabled(!targets.isEmpty());
     };
-    const auto setDisabled = [this](bool disabled) {
-        return [this, disabled](const Place& p) { m_controller.setDisabled({p.row, p.child}, disabled); };
-    };
-    const auto setAccess = [this](int access) {
-        return [this, access](const Place& p) { m_controller.setAccessType({p.row, p.child}, access); };
-    };
-    add("on", QStringLiteral("Enable"), setDisabled(false));
-    add("off", QStringLiteral("Disable"), setDisabled(true));
+    add("on", QStringLiteral("Enable"), [this, targets] { setDisabled(targets, false); });
+    add("off", QStringLiteral("Disable"), [this, targets] { setDisabled(targets, true); });
     menu.addSeparator();
-    add("users", QStringLiteral("Install for All Users"), setAccess(AllUsers));
-    add("user", QStringLiteral("Install for Current User"), setAccess(CurrentUser));
+    add("users", QStringLiteral("Install for All Users"),
+        [this, targets] { setAccessType(targets, AllUsers); });
+    add("user", QStringLiteral("Install for Current User"),
+        [this, targets] { setAccessType(targets, CurrentUser); });
 }

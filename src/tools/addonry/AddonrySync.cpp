@@ -62,14 +62,14 @@ void AddonryController::addonrySyncPlugins() {
     progress.startProgress();
     const int run = progress.currentRun();
     progress.progressBarSetMaxValue(static_cast<double>(rows.size()));
-    try {
-        for (VLPluginItem& row : rows) {
-            if (isStopped(run)) break;
+    for (VLPluginItem& row : rows) {
+        if (isStopped(run)) break;
+        try {
             if (row.state() >= VLPluginItem::VersionsDiffer) syncRow(row, run);
-            progress.incrementProgress();
+        } catch (const std::exception& exception) {
+            VLException::logException(exception, "-[AppController addonrySyncPlugins]");
         }
-    } catch (const std::exception& exception) {
-        VLException::logException(exception, "-[AppController addonrySyncPlugins]");
+        progress.incrementProgress();
     }
     progress.endProgress();
     startRefresh(QStringLiteral("refreshAddonryPlugins"));
@@ -81,7 +81,6 @@ void AddonryController::syncRow(VLPluginItem& row, int run) {
     const bool needsTransfer =
         row.state() == VLPluginItem::VersionsDiffer || row.state() == VLPluginItem::Missing;
     if (needsTransfer && !transferNewest(row, run)) return;
-    // The sync refreshes once when it is done, not after each of these.
     applyCommon(enabling(), row, common.value(disabledKey), run);
     applyCommon(changingAccess(), row, common.value(accessTypeKey), run);
 }
@@ -159,6 +158,6 @@ void AddonryController::applyCommon(const Change& change, const VLPluginItem& ro
         if (isStopped(run)) return;
         const QVariantMap instance = child.toMap();
         if (!Aggregation::sameValue(instance.value(key), common))
-            apply(change, {{QStringLiteral("plugin"), instance}, {key, common}}, run);
+            attempt(change, {{QStringLiteral("plugin"), instance}, {key, common}}, run);
     }
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "tools/addonry/AddonryController.h"
 #include "tools/merged/MergedOutlineView.h"
 
-class AddonryController;
 class AddonryModel;
 class QAction;
 
@@ -19,9 +19,16 @@ protected:
     [[nodiscard]] int keyboardColumn() const override;
     void check(const Place& place, int column, bool on) override;
     void popUp(const Place& place, int column, const QPoint& globalPosition) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void forSelected(const std::function<void(const Place&)>& change);
+    void fitWidth(bool isSpacious);
+    using Target = AddonryController::Target;
+    [[nodiscard]] Target target(const Place& place) const;
+    [[nodiscard]] QList<Target> selectedTargets() const;
+    void setDisabled(const QList<Target>& targets, bool disabled);
+    void setAccessType(const QList<Target>& targets, qlonglong accessType);
+    void collapseRows(const QList<Target>& targets);
 
     AddonryController& m_controller;
     AddonryModel* m_model;

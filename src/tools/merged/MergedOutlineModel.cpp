@@ -31,6 +31,7 @@ constexpr int rowOf(quintptr clientId) {
 }
 
 constexpr qsizetype longestToolTip = 24;  // lines
+constexpr qsizetype mostNames = 20;
 
 QString hostName(const QVariantMap& client) {
     return client.value(QStringLiteral("hostname")).toString();
@@ -96,6 +97,22 @@ MergedOutlineModel::Place MergedOutlineModel::place(const QModelIndex& index) co
     return {row, index.row(), index.row() >= presentOn(row).size()};
 }
 
+QModelIndex MergedOutlineModel::indexOf(int row) const {
+    const int position = row < 0 || row >= int(m_position.size()) ? -1 : m_position[size_t(row)];
+    return position < 0 ? QModelIndex() : createIndex(position, 0, rowId);
+}
+
+/// The host's name, and of a further copy of the same host which one it is.
+QString MergedOutlineModel::clientKey(const Place& place) const {
+    const QString host = hostName(client(place));
+    int copy = 0;
+    for (int before = place.child - 1; before >= 0 && !place.isMissing; --before) {
+        if (hostName(presentOn(place.row).at(before).toMap()) != host) break;
+        ++copy;
+    }
+    return copy == 0 ? host : host + u'/' + QString::number(copy);
+}
+
 QVariantMap MergedOutlineModel::client(const Place& place) const {
     const qsizetype present = presentOn(place.row).size();
     return place.isMissing ? missingOn(place.row).value(place.child - present).toMap()
@@ -116,8 +133,8 @@ QVariant MergedOutlineModel::data(const QModelIndex& index, int role) const {
     if (at.row < 0) return {};
     if (at.child < 0)
         return role == KeyRole ? QVariant(rowKey(at.row)) : rowData(at.row, index.column(), role);
+    if (role == KeyRole) return clientKey(at);
     const QVariantMap shown = client(at);
-    if (role == KeyRole) return hostName(shown);
     if (index.column() == 0) return clientName(shown, at.isMissing, role);
     return clientData(shown, at.isMissing, index.column(), role);
 }
@@ -155,20 +172,35 @@ QString MergedOutlineModel::friendlyHost(const QVariantMap& client) const {
     return m_friendlyName ? m_friendlyName(host) : host;
 }
 
+int MergedOutlineModel::computersWith(int row) const {
+    int count = 0;
+    QString last;
+    for (const QVariant& entry : presentOn(row)) {
+        const QString host = hostName(entry.toMap());
+        if (count == 0 || host != last) ++count;
+        last = host;
+    }
+    return count;
+}
+
 QVariant MergedOutlineModel::countData(int row, int role) const {
-    if (role == Qt::DisplayRole)
-        return QStringLiteral("%1 of %2").arg(presentOn(row).size()).arg(clientCount(row));
+    if (role == Qt::DisplayRole) {
+        const int present = computersWith(row);
+        return QStringLiteral("%1 of %2").arg(present).arg(present + missingOn(row).size());
+    }
     if (role == Cell::ToneRole && missingOn(row).isEmpty()) return int(Cell::Tone::Secondary);
     return {};
 }
 
 QString MergedOutlineModel::missingText(int row) const {
+    const QVariantList& hosts = missingOn(row);
     QStringList names;
-    for (const QVariant& host : missingOn(row))
+    for (const QVariant& host : hosts.mid(0, mostNames))
         names << friendlyHost(host.toMap());
     std::sort(names.begin(), names.end());
     if (names.size() == 1) return QStringLiteral("Missing on %1").arg(names.first());
-    return QStringLiteral("Missing on %1: %2").arg(names.size()).arg(names.join(QStringLiteral(", ")));
+    if (hosts.size() > mostNames) names << QStringLiteral("…");
+    return QStringLiteral("Missing on %1: %2").arg(hosts.size()).arg(names.join(QStringLiteral(", ")));
 }
 
 void MergedOutlineModel::listClients(int row, const QString& title,
@@ -186,7 +218,7 @@ void MergedOutlineModel::listClients(int row, const QString& title,
 }
 
 QString MergedOutlineModel::alikeText(int row) const {
-    const qsizetype count = presentOn(row).size();
+    const int count = computersWith(row);
     return QStringLiteral("The same on %1")
         .arg(count == 1 ? QStringLiteral("1 computer") : QStringLiteral("%1 computers").arg(count));
 }

@@ -53,6 +53,8 @@ public:
     /// What the client in that place has, or the placeholder of one that lacks it.
     [[nodiscard]] QVariantMap client(const Place& place) const;
     [[nodiscard]] Place place(const QModelIndex& index) const;
+    /// Where a row is shown; invalid while the filter hides it.
+    [[nodiscard]] QModelIndex indexOf(int row) const;
 
     /// Shows the rows that match the text, or of them only those that differ.
     void setFilter(const QString& text, bool differencesOnly);
@@ -90,9 +92,11 @@ protected:
 
     // For the words of a subclass.
     [[nodiscard]] QString friendlyHost(const QVariantMap& client) const;
+    /// How many clients have it, be it more than once. The copies of a client follow one another.
+    [[nodiscard]] int computersWith(int row) const;
     /// "2 of 3": how many of the clients have it.
     [[nodiscard]] QVariant countData(int row, int role) const;
-    /// "Missing on Edit Bay" or "Missing on 2: Edit Bay, Sound".
+    /// "Missing on Edit Bay" or "Missing on 2: Edit Bay, Sound"; of many the first ones.
     [[nodiscard]] QString missingText(int row) const;
     /// Adds a title and what each client has, for a tooltip.
     void listClients(int row, const QString& title, const std::function<QString(const QVariantMap&)>& value,
@@ -101,6 +105,7 @@ protected:
 
 private:
     [[nodiscard]] int clientCount(int row) const;
+    [[nodiscard]] QString clientKey(const Place& place) const;
     [[nodiscard]] bool isShown(int row) const;
     [[nodiscard]] QVariant clientName(const QVariantMap& client, bool isMissing, int role) const;
     void arrange();

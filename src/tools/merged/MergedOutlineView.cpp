@@ -10,6 +10,7 @@
 #include "widgets/Theme.h"
 #include "widgets/ViewUtilities.h"
 
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -79,6 +80,7 @@ void MergedOutlineView::start() {
         m_differencesOnly->setChecked(false);
         m_search->clear();
     });
+    orderTabs();
     reload();
 }
 
@@ -109,8 +111,14 @@ void MergedOutlineView::buildBar() {
     connect(m_differencesOnly, &QToolButton::toggled, this, &MergedOutlineView::filter);
     connect(m_search, &QLineEdit::textChanged, this, &MergedOutlineView::filter);
     connect(m_search, &SearchField::moveToList, m_outline, qOverload<>(&QWidget::setFocus));
-    setTabOrder(m_differencesOnly, m_search);
-    setTabOrder(m_search, m_outline);
+}
+
+/// From the left to the right and then down, whatever was made first.
+void MergedOutlineView::orderTabs() {
+    QList<QWidget*> order(m_barButtons.begin() + 1, m_barButtons.end());
+    order << m_differencesOnly << m_search << m_outline;
+    for (qsizetype next = 1; next < order.size(); ++next)
+        setTabOrder(order.at(next - 1), order.at(next));
 }
 
 QToolButton* MergedOutlineView::addButton(const QString& name, const QString& symbol, const QString& text,
@@ -126,7 +134,6 @@ QToolButton* MergedOutlineView::addButton(const QString& name, const QString& sy
     button->setToolTip(toolTip);
     m_buttons->addWidget(button);
     m_barButtons.append(button);
-    setTabOrder(button, m_differencesOnly);
     connect(button, &QToolButton::clicked, this, std::move(action));
     return button;
 }
@@ -229,18 +236,21 @@ void MergedOutlineView::updateState() {
     updateActions();
 }
 
-/// Where the bar is too narrow for the words, the symbols remain.
+/// Where the bar is too narrow for the words, the symbols remain; the filter's word goes first.
 void MergedOutlineView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    const auto setStyle = [this](Qt::ToolButtonStyle style) {
-        for (QToolButton* button : std::as_const(m_barButtons))
-            button->setToolButtonStyle(style);
+    const auto needed = [this] {
+        int width = m_search->minimumWidth() + Metrics::unit * 8;
+        for (const QToolButton* button : std::as_const(m_barButtons))
+            width += button->sizeHint().width() + Metrics::unit / 2;
+        return width;
     };
-    setStyle(Qt::ToolButtonTextBesideIcon);
-    int needed = m_search->minimumWidth() + Metrics::unit * 8;
-    for (const QToolButton* button : std::as_const(m_barButtons))
-        needed += button->sizeHint().width() + Metrics::unit / 2;
-    if (needed > event->size().width()) setStyle(Qt::ToolButtonIconOnly);
+    for (QToolButton* button : std::as_const(m_barButtons))
+        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    if (needed() > event->size().width()) m_differencesOnly->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    if (needed() <= event->size().width()) return;
+    for (QToolButton* button : std::as_const(m_barButtons))
+        button->setToolButtonStyle(Qt::ToolButtonIconOnly);
 }
 
 // ---- Selection, keys and menus
@@ -266,22 +276,15 @@ QList<int> MergedOutlineView::selectedRows() const {
     return rows;
 }
 
-QModelIndex MergedOutlineView::indexOfRow(int row) const {
-    for (int shown = 0; shown < m_model->rowCount(); ++shown) {
-        const QModelIndex index = m_model->index(shown, 0);
-        if (m_model->place(index).row == row) return index;
-    }
-    return {};
-}
-
 void MergedOutlineView::collapse(int row) {
-    m_outline->collapse(indexOfRow(row));
+    m_outline->collapse(m_model->indexOf(row));
 }
 
 void MergedOutlineView::popUp(const Place&, int, const QPoint&) {}
 
 void MergedOutlineView::clicked(const QModelIndex& index) {
-    if (!index.data(Cell::PopUpRole).toBool()) return;
+    const bool isSelecting = QGuiApplication::keyboardModifiers() != Qt::NoModifier;
+    if (isSelecting || !index.data(Cell::PopUpRole).toBool()) return;
     const QRect cell = m_outline->visualRect(index);
     popUp(m_model->place(index), index.column(), m_outline->viewport()->mapToGlobal(cell.bottomLeft()));
 }
@@ -292,23 +295,26 @@ bool MergedOutlineView::eventFilter(QObject* object, QEvent* event) {
     const auto* key = static_cast<QKeyEvent*>(event);
     if (key->key() != Qt::Key_Space || key->modifiers() != Qt::NoModifier || keyboardColumn() < 0)
         return QWidget::eventFilter(object, event);
+    if (key->isAutoRepeat()) return true;  // a key that is held down turns it once
     const QModelIndex box = m_outline->currentIndex().siblingAtColumn(keyboardColumn());
     const bool isOn = box.data(Qt::CheckStateRole).toInt() == Qt::Checked;
     m_model->setData(box, int(isOn ? Qt::Unchecked : Qt::Checked), Qt::CheckStateRole);
     return true;
 }
 
+/// Does not wait for it to close: the rows may be replaced meanwhile, and the window may go.
 void MergedOutlineView::showContextMenu(const QPoint& position) {
-    QMenu menu(this);
-    addMenuItems(menu);
-    menu.addSeparator();
-    menu.addAction(symbolIcon(QStringLiteral("expand")), QStringLiteral("Expand All"), m_outline,
-                   &QTreeView::expandAll);
-    menu.addAction(symbolIcon(QStringLiteral("collapse")), QStringLiteral("Collapse All"), m_outline,
-                   &QTreeView::collapseAll);
-    menu.addSeparator();
-    QAction* copy = menu.addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("Copy"), this,
-                                   [this] { copySelectedRows(*m_outline); });
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    addMenuItems(*menu);
+    menu->addSeparator();
+    menu->addAction(symbolIcon(QStringLiteral("expand")), QStringLiteral("Expand All"), m_outline,
+                    &QTreeView::expandAll);
+    menu->addAction(symbolIcon(QStringLiteral("collapse")), QStringLiteral("Collapse All"), m_outline,
+                    &QTreeView::collapseAll);
+    menu->addSeparator();
+    QAction* const copy = menu->addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("Copy"), this,
+                                          [this] { copySelectedRows(*m_outline); });
     copy->setEnabled(m_outline->selectionModel()->hasSelection());
-    menu.exec(m_outline->viewport()->mapToGlobal(position));
+    menu->popup(m_outline->viewport()->mapToGlobal(position));
 }

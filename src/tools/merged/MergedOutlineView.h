@@ -67,6 +67,7 @@ private:
     void buildBar();
     void buildOutline();
     void buildFoot();
+    void orderTabs();
     void reload();
     void filter();
     void keepState(const std::function<void()>& change);
@@ -74,7 +75,6 @@ private:
     void updateSummary();
     void showContextMenu(const QPoint& position);
     void clicked(const QModelIndex& index);
-    [[nodiscard]] QModelIndex indexOfRow(int row) const;
     [[nodiscard]] QString named(const char* part) const { return m_words.tool + QLatin1String(part); }
 
     ToolController& m_controller;

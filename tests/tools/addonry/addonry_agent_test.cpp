@@ -1,33 +1,20 @@
 #include "agent/AgentRoot.h"
 #include "agent/TestFiles.h"
 #include "agent/tree/TreeArchive.h"
-#include "remote/authorization/VLEncryption.h"
+#include "support/Administrators.h"
+#include "support/FullDisk.h"
 #include "support/TestEnvironment.h"
 #include "system/VLException.h"
 
 #include <QDirIterator>
 #include <QScopeGuard>
 
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// "corvalin-sample"
-constexpr char administrators[] =
-    "admin:$6$corvalinsample$XHF/rPOAzUgHixb.cMHyJ8FSuk8T64N/4MxF5FNtWQEdQkgxoqMd/"
-    "zXweXVhO2VIY1Tw3O5x8JsZepo3EmOgN0\n";
-
-const QString enable = u"addonryEnablePlugin:settings:"_s;
-const QString changeAccess = u"addonryChangeAccess:settings:"_s;
-const QString update = u"addonryUpdatePlugin:settings:"_s;
-const QString install = u"addonryInstallPlugin:withData:"_s;
-const QString pluginData = u"addonryPluginData:"_s;
-const QString needsAdmin = u"addonryNeedsAdminAccess:settings:"_s;
 
 // Places on the workstation, shortened: U and u are the user's folders for enabled and disabled plug-ins, M
 // and m the machine's.
@@ -44,22 +31,28 @@ QString full(QString path) {
     return path;
 }
 
-QVariantMap credentials(const QString& password) {
-    return {{u"authUser"_s, u"admin"_s},
-            {u"authPass"_s, VLEncryption::AESEncryptData(password.toUtf8(), VLEncryption::hostPassphrase())}};
-}
-const QVariantMap right = credentials(u"corvalin-sample"_s), wrong = credentials(u"guess"_s);
-const QVariant plain;
-
 QVariantMap plugin(const QString& path, const QString& type = u"FxPlug"_s) {
     return {{u"name"_s, u"x"_s}, {u"fullPath"_s, full(path)}, {u"type"_s, type}};
 }
 QVariantMap objects(const QString& path, const QVariant& value) {
     return {{u"obj1"_s, full(path)}, {u"obj2"_s, value}};
 }
-QVariantMap everyPlugin(int value) {
-    return {{u"obj2"_s, value}};
-}
+
+/// The operations by the words of the tables.
+const QMap<QString, QString> selectors{{u"enable"_s, u"addonryEnablePlugin:settings:"_s},
+                                       {u"access"_s, u"addonryChangeAccess:settings:"_s},
+                                       {u"update"_s, u"addonryUpdatePlugin:settings:"_s},
+                                       {u"install"_s, u"addonryInstallPlugin:withData:"_s},
+                                       {u"data"_s, u"addonryPluginData:"_s},
+                                       {u"needs"_s, u"addonryNeedsAdminAccess:settings:"_s}};
+const QMap<QString, QVariant> credentials{
+    {u"plain"_s, {}},
+    {u"right"_s, administratorCredentials(u"corvalin-sample"_s)},
+    {u"wrong"_s, administratorCredentials(u"guess"_s)},
+    {u"rubbish"_s, QVariantMap{{u"authUser"_s, 7}}},
+};
+const QMap<QString, QVariant> values{
+    {u"0"_s, 0}, {u"1"_s, 1}, {u"true"_s, true}, {u"text"_s, u"1"_s}, {u"none"_s, {}}};
 
 }  // namespace
 
@@ -110,7 +103,7 @@ private Q_SLOTS:
         QVERIFY(addPlugin("M:Glow.fxplug", "2.0") && addPlugin("m:Blur.fxplug", "1.0"));
         QVERIFY(addPlugin("U:group/Mine.fxplug", "1.0") && addPlugin("u:Old.fxplug", "0.9"));
         QVERIFY(writeFile(m_folder->filePath(u"disk/Users/anna/secret.txt"_s), "secret"));
-        QVERIFY(writeFile(m_folder->filePath(u"admin"_s), administrators));
+        QVERIFY(writeFile(m_folder->filePath(u"admin"_s), sampleAdministrators));
         AgentSettings settings;
         settings.root = m_folder->filePath(u"disk"_s);
         settings.stateDirectory = m_folder->filePath(u"state"_s);
@@ -122,94 +115,83 @@ private Q_SLOTS:
     void cleanup() { m_agent->administrators.stop(); }
 
     void changes_data() {
-        QTest::addColumn<QString>("selector");
-        QTest::addColumn<QVariantList>("arguments");
         QTest::addColumn<QString>("failure");
         QTest::addColumn<QString>("differences");  // what goes, and what comes instead
-        const auto add = [](const char* name, const QString& selector, const QVariantList& arguments,
-                            const QString& failure, const QString& differences = {}) {
-            QTest::newRow(name) << selector << arguments << failure << differences;
+        const auto add = [](const char* call, const char* failure, const char* differences = "") {
+            QTest::newRow(call) << QString::fromLatin1(failure) << QString::fromLatin1(differences);
         };
-        const QString rights = u"1006"_s, none = u"There is no plug-in at"_s, fine;
-        const QByteArray glow = archive("Glow.fxplug", "3.0"), other = archive("Glow.component", "3.0");
-
-        add("disable the user's", enable, {plain, objects("U:group/Mine.fxplug", 1)}, fine,
-            "-U:group/Mine.fxplug 1.0|+u:group/Mine.fxplug 1.0");
-        add("already disabled", enable, {plain, objects("u:Old.fxplug", true)}, fine);
-        add("path from before", enable, {plain, objects("U:Old.fxplug", 0)}, fine,
-            "-u:Old.fxplug 0.9|+U:Old.fxplug 0.9");
-        add("home sign", enable, {plain, objects("~/Library/Plug-Ins/FxPlug/group/Mine.fxplug", 1)}, fine,
-            "-U:group/Mine.fxplug 1.0|+u:group/Mine.fxplug 1.0");
-        add("machine's, plain", enable, {plain, objects("m:Blur.fxplug", 0)}, rights);
-        add("machine's, wrong password", enable, {wrong, objects("m:Blur.fxplug", 0)}, rights);
-        add("machine's, rubbish", enable, {QVariantMap{{u"authUser"_s, 7}}, objects("m:Blur.fxplug", 0)},
-            rights);
-        add("machine's", enable, {right, objects("m:Blur.fxplug", 0)}, fine,
-            "-m:Blur.fxplug 1.0|+M:Blur.fxplug 1.0");
-        add("all, plain", enable, {plain, everyPlugin(1)}, rights);
-        add("all", enable, {right, everyPlugin(1)}, fine,
+        const char *rights = "1006", *none = "There is no plug-in at", *fine = "";
+        // Operation, credentials, plug-in ("*": all), value.
+        const char* mine = "-U:group/Mine.fxplug 1.0|+u:group/Mine.fxplug 1.0";
+        add("enable plain U:group/Mine.fxplug 1", fine, mine);
+        add("enable plain ~/Library/Plug-Ins/FxPlug/group/Mine.fxplug 1", fine, mine);
+        add("enable plain u:Old.fxplug true", fine);
+        add("enable plain U:Old.fxplug 0", fine, "-u:Old.fxplug 0.9|+U:Old.fxplug 0.9");  // moved meanwhile
+        add("enable plain m:Blur.fxplug 0", rights);
+        add("enable wrong m:Blur.fxplug 0", rights);
+        add("enable rubbish m:Blur.fxplug 0", rights);
+        add("enable right m:Blur.fxplug 0", fine, "-m:Blur.fxplug 1.0|+M:Blur.fxplug 1.0");
+        add("enable plain * 1", rights);
+        add("enable right * 1", fine,
             "-M:Glow.fxplug 2.0|-U:group/Mine.fxplug 1.0|+m:Glow.fxplug 2.0|+u:group/Mine.fxplug 1.0");
-        add("no number", enable, {plain, objects("U:group/Mine.fxplug", u"1"_s)}, u"no number"_s);
-        add("no value", enable, {plain, QVariantMap()}, u"no number"_s);
+        add("enable plain U:group/Mine.fxplug text", "no number");
+        add("enable plain * none", "no number");
+        add("access plain U:group/Mine.fxplug 0", rights);
+        add("access right U:group/Mine.fxplug 0", fine, "-U:group/Mine.fxplug 1.0|+M:group/Mine.fxplug 1.0");
+        add("access right m:Blur.fxplug 1", fine, "-m:Blur.fxplug 1.0|+u:Blur.fxplug 1.0");
+        add("access plain M:Glow.fxplug 1", rights);
+        add("access plain u:Old.fxplug 1", fine);
+        add("access plain M:group/Mine.fxplug 1", fine);  // moved already
+        add("access plain M:group/Mine.fxplug 0", none);  // not moved but gone
 
-        add("for all users, plain", changeAccess, {plain, objects("U:group/Mine.fxplug", 0)}, rights);
-        add("for all users", changeAccess, {right, objects("U:group/Mine.fxplug", 0)}, fine,
-            "-U:group/Mine.fxplug 1.0|+M:group/Mine.fxplug 1.0");
-        add("for the user, disabled", changeAccess, {right, objects("m:Blur.fxplug", 1)}, fine,
-            "-m:Blur.fxplug 1.0|+u:Blur.fxplug 1.0");
-        add("for the user, plain", changeAccess, {plain, objects("M:Glow.fxplug", 1)}, rights);
-        add("unchanged, plain", changeAccess, {plain, objects("u:Old.fxplug", 1)}, fine);
-
-        add("moved already", changeAccess, {plain, objects("M:group/Mine.fxplug", 1)}, fine);
-        add("not moved but gone", changeAccess, {plain, objects("M:group/Mine.fxplug", 0)}, none);
-
-        for (const char* path :
+        for (const QByteArray path :
              {"", "/", "/etc/passwd", "/Users/anna/secret.txt", "~/secret.txt", "U:../../../secret.txt",
               "~anna/Library/Plug-Ins/FxPlug/group/Mine.fxplug"}) {
-            add(qPrintable(u"no plug-in: "_s + path), enable, {right, objects(path, 1)}, none);
-            add(qPrintable(u"no data: "_s + path), pluginData, {full(path)}, none);
+            add(("enable right " + path + " 1").constData(), none);
+            add(("data plain " + path).constData(), none);
         }
+        add("enable plain M:None.fxplug 1", none);
+        add("enable plain U:group 1", none);
+        add("enable plain U:group/Mine.fxplug/Contents 1", none);
+        // What all selected computers are told is no fault on one that lacks it.
+        add("enable right /Users/bob/Library/Plug-Ins/FxPlug/B.fxplug 1", fine);
+        add("enable right ~/Library/Plug-Ins/FxPlug/B.fxplug 1", fine);
 
-        add("vanished", enable, {plain, objects("M:None.fxplug", 1)}, none);
-        add("group of plug-ins", enable, {plain, objects("U:group", 1)}, none);
-        add("inside a plug-in", enable, {plain, objects("U:group/Mine.fxplug/Contents", 1)}, none);
-        add("another computer's", enable, {right, objects("/Users/bob/Library/Plug-Ins/FxPlug/B.fxplug", 1)},
-            fine);
-        add("another computer's of its user", enable,
-            {right, objects("~/Library/Plug-Ins/FxPlug/B.fxplug", 1)}, fine);
+        add("update plain M:Glow.fxplug Glow.fxplug", rights);
+        add("update right M:Glow.fxplug Glow.fxplug", fine, "-M:Glow.fxplug 2.0|+M:Glow.fxplug 3.0");
+        add("update plain u:Old.fxplug Glow.fxplug", fine, "-u:Old.fxplug 0.9|+u:Old.fxplug 3.0");
+        add("update plain u:Old.fxplug rubbish", "archive");
+        add("update plain u:Old.fxplug Glow.component", "does not hold");
+        add("update plain u:Old.fxplug none", "no plug-in to install");
+        add("update right U:None.fxplug Glow.fxplug", none);
 
-        const auto updating = [](const QString& path, const QVariant& data) {
-            return QVariantMap{{u"obj1"_s, plugin(path)}, {u"obj2"_s, data}};
-        };
-        add("update, plain", update, {plain, updating("M:Glow.fxplug", glow)}, rights);
-        add("update", update, {right, updating("M:Glow.fxplug", glow)}, fine,
-            "-M:Glow.fxplug 2.0|+M:Glow.fxplug 3.0");
-        add("update the user's", update, {plain, updating("u:Old.fxplug", glow)}, fine,
-            "-u:Old.fxplug 0.9|+u:Old.fxplug 3.0");
-        add("update by rubbish", update, {plain, updating("u:Old.fxplug", QByteArray("rubbish"))},
-            u"archive"_s);
-        add("update by another type", update, {plain, updating("u:Old.fxplug", other)}, u"does not hold"_s);
-        add("update without data", update, {plain, updating("u:Old.fxplug", {})}, u"no plug-in to install"_s);
-        add("update what is not here", update, {right, updating("U:None.fxplug", glow)}, none);
-
-        add("install", install, {plugin("M:Glow.fxplug"), glow}, fine, "+U:Glow.fxplug 3.0");
-        add("install what was disabled", install, {plugin("U:Old.fxplug"), glow}, fine,
-            "-u:Old.fxplug 0.9|+U:Old.fxplug 3.0");
-        add("install another type", install, {plugin("U:X.fxplug", u"Theme"_s), glow},
-            u"no type of plug-in"_s);
-        add("install under a hidden name", install, {plugin("U:.x.fxplug"), glow}, u"can be called"_s);
-        add("install as a parent", install, {plugin("U:x/.."), glow}, u"can be called"_s);
-        add("install as something else", install, {plugin("U:x.component"), glow}, u"can be called"_s);
+        add("install FxPlug M:Glow.fxplug Glow.fxplug", fine, "+U:Glow.fxplug 3.0");
+        add("install FxPlug U:Old.fxplug Glow.fxplug", fine, "-u:Old.fxplug 0.9|+U:Old.fxplug 3.0");
+        add("install Theme U:X.fxplug Glow.fxplug", "no type of plug-in");
+        for (const char* call :
+             {"install FxPlug U:.x.fxplug Glow.fxplug", "install FxPlug U:x/.. Glow.fxplug",
+              "install FxPlug U:x.component Glow.fxplug"})
+            add(call, "can be called");
+    }
+    [[nodiscard]] QVariantList argumentsOf(const QStringList& words) const {
+        const QString path = words[2], value = words.value(3);
+        if (words[0] == "data") return {full(path)};
+        if (words[0] == "enable" || words[0] == "access")
+            return {credentials[words[1]],
+                    path == "*" ? QVariantMap{{u"obj2"_s, values[value]}} : objects(path, values[value])};
+        QVariant data = value == "rubbish" ? QVariant("rubbish"_ba) : QVariant();
+        if (value.contains(u'.')) data = archive(value, "3.0");
+        if (words[0] == "install") return {plugin(path, words[1]), data};
+        return {credentials[words[1]], QVariantMap{{u"obj1"_s, plugin(path)}, {u"obj2"_s, data}}};
     }
     void changes() {
-        QFETCH(QString, selector);
-        QFETCH(QVariantList, arguments);
+        const QStringList words = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
         QFETCH(QString, failure);
         QFETCH(QString, differences);
         QStringList expected = state();
         QString seen;
         try {
-            perform(selector, arguments);
+            perform(selectors[words[0]], argumentsOf(words));
         } catch (const VLException& error) {
             seen = error.reason() + u' ' + error.userInfo().value(u"code"_s).toString();
         }
@@ -226,15 +208,15 @@ private Q_SLOTS:
     }
 
     void archivesGoFromMachineToMachine() {
-        const QByteArray data = perform(pluginData, {full("M:Glow.fxplug")}).toByteArray();
+        const QByteArray data = perform(selectors[u"data"_s], {full("M:Glow.fxplug")}).toByteArray();
         QCOMPARE(TreeArchive::topLevelNames(data), QStringList("Glow.fxplug"));
         if (geteuid() == 0) QVERIFY(chown(qUtf8Printable(disk("U:")), 4242, 4242) == 0);
-        perform(install, {plugin("M:Glow.fxplug"), data});
+        perform(selectors[u"install"_s], {plugin("M:Glow.fxplug"), data});
         QVERIFY(state().contains("U:Glow.fxplug 2.0"));
-        perform(enable, {plain, objects("U:Glow.fxplug", 1)});
-        perform(changeAccess, {right, objects("M:Glow.fxplug", 1)});
+        perform(selectors[u"enable"_s], {QVariant(), objects("U:Glow.fxplug", 1)});
+        perform(selectors[u"access"_s], {credentials[u"right"_s], objects("M:Glow.fxplug", 1)});
         if (geteuid() == 0) QCOMPARE(QFileInfo(disk("U:Glow.fxplug/Contents/Info.plist")).ownerId(), 4242U);
-        perform(changeAccess, {right, objects("U:Glow.fxplug", 0)});
+        perform(selectors[u"access"_s], {credentials[u"right"_s], objects("U:Glow.fxplug", 0)});
         QCOMPARE(QFileInfo(disk("M:Glow.fxplug/Contents/Info.plist")).ownerId(), geteuid());
     }
 
@@ -242,7 +224,7 @@ private Q_SLOTS:
     void oneOfManyIsInTheWay() {
         QVERIFY(addPlugin("m:Glow.fxplug", "1.0"));
         try {
-            perform(enable, {right, everyPlugin(1)});
+            perform(selectors[u"enable"_s], {credentials[u"right"_s], QVariantMap{{u"obj2"_s, 1}}});
             QFAIL("two plug-ins of one name");
         } catch (const VLException& error) {
             QVERIFY2(error.reason().startsWith("1 of 2 plug-ins could not be changed."),
@@ -255,8 +237,8 @@ private Q_SLOTS:
     void linksLeadNowhere() {
         QVERIFY(addPlugin("/Users/anna/elsewhere/L.fxplug", "1.0"));
         QVERIFY(QFile::link(disk("/Users/anna/elsewhere/L.fxplug"), disk("U:L.fxplug")));
-        QVERIFY_EXCEPTION_THROWN(perform(pluginData, {full("U:L.fxplug")}), VLException);
-        perform(enable, {plain, objects("U:L.fxplug", 1)});
+        QVERIFY_EXCEPTION_THROWN(perform(selectors[u"data"_s], {full("U:L.fxplug")}), VLException);
+        perform(selectors[u"enable"_s], {QVariant(), objects("U:L.fxplug", 1)});
         QVERIFY(QFileInfo(disk("u:L.fxplug")).isSymLink());
         QVERIFY(QFileInfo::exists(disk("/Users/anna/elsewhere/L.fxplug/Contents")));
     }
@@ -264,46 +246,30 @@ private Q_SLOTS:
     void fullDisk() {
         const QByteArray data = archive("Old.fxplug", QString(60'000, u'7'));
         const QStringList before = state();
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        const rlimit small{20'000, limit.rlim_max};
-        ::signal(SIGXFSZ, SIG_IGN);
-        setrlimit(RLIMIT_FSIZE, &small);
         QString failure;
         try {
-            perform(update, {plain, QVariantMap{{u"obj1"_s, plugin("u:Old.fxplug")}, {u"obj2"_s, data}}});
+            const FullDisk full(20'000);
+            perform(selectors[u"update"_s],
+                    {QVariant(), QVariantMap{{u"obj1"_s, plugin("u:Old.fxplug")}, {u"obj2"_s, data}}});
         } catch (const VLException& error) {
             failure = error.reason();
         }
-        setrlimit(RLIMIT_FSIZE, &limit);
         QVERIFY2(failure.contains("no room left on the disk"), qPrintable(failure));
         QCOMPARE(state(), before);
     }
 
-    void administratorRights_data() {
-        QTest::addColumn<QVariantList>("plugins");
-        QTest::addColumn<QVariantMap>("settings");
-        QTest::addColumn<bool>("needed");
-        const QVariantMap disabling{{u"destDisabled"_s, 1}}, enabling{{u"destDisabled"_s, 0}};
+    void administratorRights() {
+        const QVariantMap disabling{{u"destDisabled"_s, 1}}, enabling{{u"destDisabled"_s, 0}}, updating;
         const QVariantMap forAll{{u"destAccess"_s, 0}}, forUser{{u"destAccess"_s, 1}};
         const QVariantList machine{plugin("M:Glow.fxplug")}, user{plugin("U:group/Mine.fxplug")};
-        QTest::newRow("disable the machine's") << machine << disabling << true;
-        QTest::newRow("is enabled") << machine << enabling << false;
-        QTest::newRow("disable the user's") << user << disabling << false;
-        QTest::newRow("any of them") << user + machine << disabling << true;
-        QTest::newRow("user's for all") << user << forAll << true;
-        QTest::newRow("is the user's") << user << forUser << false;
-        QTest::newRow("machine's for the user") << machine << forUser << true;
-        QTest::newRow("update the machine's") << machine << QVariantMap() << true;
-        QTest::newRow("update the user's") << user << QVariantMap() << false;
-        QTest::newRow("not here") << QVariantList{plugin("M:None.fxplug"), 3, u"x"_s} << disabling << false;
-        QTest::newRow("none") << QVariantList() << disabling << false;
-    }
-    void administratorRights() {
-        QFETCH(QVariantList, plugins);
-        QFETCH(QVariantMap, settings);
-        QFETCH(bool, needed);
-        QCOMPARE(perform(needsAdmin, {plugins, settings}), QVariant(needed));
+        const QVariantList notHere{plugin("M:None.fxplug"), 3, u"x"_s};
+        const auto needs = [this](const QVariantList& plugins, const QVariantMap& settings) {
+            return perform(selectors[u"needs"_s], {plugins, settings}).toBool();
+        };
+        QVERIFY(needs(machine, disabling) && needs(user + machine, disabling) && needs(machine, updating));
+        QVERIFY(needs(user, forAll) && needs(machine, forUser));
+        QVERIFY(!needs(machine, enabling) && !needs(user, disabling) && !needs(user, updating));
+        QVERIFY(!needs(user, forUser) && !needs(notHere, disabling) && !needs({}, disabling));
     }
 };
 

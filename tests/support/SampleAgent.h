@@ -1,0 +1,67 @@
+#pragma once
+
+#include "agent/AgentRoot.h"
+#include "agent/sample/SampleTree.h"
+#include "foundation/PropertyList.h"
+#include "support/TestFiles.h"
+#include "system/VLException.h"
+
+#include <QTemporaryDir>
+
+#include <utility>
+
+/// Where nothing waits for a disk.
+inline QString quickFolder() {
+    const QString memory = QStringLiteral("/dev/shm");
+    return (QFileInfo(memory).isWritable() ? memory : QDir::tempPath()) + QStringLiteral("/corvalin-XXXXXX");
+}
+
+/// A sample workstation with its agent, without the network, and a console that hears of refusals.
+class SampleAgent {
+public:
+    explicit SampleAgent(int profile) {
+        SampleTree::make(m_folder.path(), profile);
+        AgentSettings settings;
+        QString error;
+        settings.apply(PropertyList::readFile(m_folder.filePath(QStringLiteral("agent.conf"))).toMap(),
+                       m_folder.path(), &error);
+        settings.complete();
+        m_agent = std::make_shared<AgentContext>(settings);
+        m_root = std::make_unique<AgentRoot>(m_agent);
+        perform(QStringLiteral("setErrorCallback:"), {QVariant::fromValue<VLRemoteCallbackPtr>(m_console)});
+    }
+    QVariant perform(const QString& selector, const QVariantList& arguments = {}) const {
+        return m_root->perform(selector, arguments, 1);
+    }
+    /// What the console hears; empty when there is nothing to say. An agent that raises loses its console.
+    [[nodiscard]] QString refusal(const QString& selector, const QVariantList& arguments) const {
+        try {
+            perform(selector, arguments);
+        } catch (const VLException& error) {
+            return QStringLiteral("Raised: ") + error.reason();
+        }
+        return std::exchange(m_console->reason, {});
+    }
+    /// A file of the workstation, by its path there.
+    [[nodiscard]] QString disk(const QString& path) const {
+        return m_folder.filePath(QStringLiteral("disk")) + path;
+    }
+    [[nodiscard]] const WorkstationTree& tree() const { return m_agent->tree; }
+
+private:
+    struct Console : VLRemoteCallback {
+        void post(const QString&, const QVariantList& arguments) override {
+            reason = arguments.first().toMap().value(QStringLiteral("reason")).toString();
+        }
+        QVariant perform(const QString&, const QVariantList&, std::chrono::milliseconds) override {
+            return {};
+        }
+        [[nodiscard]] bool isConnected() const override { return true; }
+        QString reason;
+    };
+
+    QTemporaryDir m_folder{quickFolder()};
+    std::shared_ptr<Console> m_console = std::make_shared<Console>();
+    std::shared_ptr<AgentContext> m_agent;
+    std::unique_ptr<AgentRoot> m_root;
+};

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "app/TaskThreads.h"
+#include "remote/FakeRemote.h"
+#include "support/TestEnvironment.h"
+#include "tools/Tool.h"
+
+/// A client record whose agent is a function.
+class FakeService : public VLService {
+public:
+    FakeService(const QString& name, FakeProxy::Answer answer)
+        : proxy(std::make_shared<FakeProxy>(std::move(answer))) {
+        setName(name);
+        setHostName(name + QLatin1String(".local."));
+        m_isConnected = true;
+    }
+    VLProxyObjectPtr proxyObject() const override { return proxy; }
+    void connectOnThread(VLCallbackTargetPtr) override {}
+    void refreshServiceView() override {}
+
+    const std::shared_ptr<FakeProxy> proxy;
+};
+
+/// What a tool's controller needs, over clients in memory, named "one", "two" ... with the host names
+/// "one.local." ... All of them are selected.
+struct ToolBench {
+    QList<VLServicePtr> services;
+    TaskThreads progress{TaskThreads::Environment{[this] { return int(services.size()); }, [] {}, [] {}}};
+    RemoteRunner runner{runnerEnvironment()};
+    AuthorizedRunner authorizedRunner{authorizedEnvironment()};
+
+    ToolBench() { startNewLog(); }
+
+    FakeProxy& addClient(const QString& name, FakeProxy::Answer answer) {
+        const auto service = std::make_shared<FakeService>(name, std::move(answer));
+        services.append(service);
+        return *service->proxy;
+    }
+    bool run(std::function<void()> work) {
+        VLThread::detach(QStringLiteral("test"), std::move(work));
+        return VLThread::joinAll(patience);
+    }
+    ToolContext context() {
+        ToolContext context;
+        context.runner = &runner;
+        context.authorizedRunner = &authorizedRunner;
+        context.progress = &progress;
+        context.selectedServices = [this] { return services; };
+        context.serviceWithHostName = [this](const QString& hostName) -> VLServicePtr {
+            for (const VLServicePtr& service : services)
+                if (service->hostName() == hostName) return service;
+            return nullptr;
+        };
+        context.friendlyServiceName = [](const QString& hostName) { return hostName.section(u'.', 0, 0); };
+        return context;
+    }
+
+private:
+    [[nodiscard]] QList<RemoteClientPtr> clients() const { return {services.begin(), services.end()}; }
+    RemoteRunner::Environment runnerEnvironment() {
+        RemoteRunner::Environment environment;
+        environment.progress = &progress;
+        environment.selectedServices = [this] { return clients(); };
+        environment.processorCount = [this] { return int(services.size()); };  // nobody is left out
+        return environment;
+    }
+    AuthorizedRunner::Environment authorizedEnvironment() {
+        AuthorizedRunner::Environment environment;
+        environment.progress = &progress;
+        environment.selectedServices = [this] { return clients(); };
+        environment.runner = &runner;
+        environment.clearAuthSkipped = [] {};
+        environment.credentialsFor = [](const RemoteClientPtr&, int) {
+            return std::optional(HostCredentials{QStringLiteral("admin"), QByteArray("x"), {}});
+        };
+        return environment;
+    }
+};
