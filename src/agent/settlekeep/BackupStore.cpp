@@ -3,6 +3,7 @@
 #include "agent/tree/TreeArchive.h"
 #include "foundation/PropertyList.h"
 #include "logs/VLLog.h"
+#include "remote/RemoteLimits.h"
 #include "system/VLException.h"
 
 #include <QDateTime>
@@ -19,6 +20,10 @@ using PreferenceKeys::Group;
 constexpr qint64 largestInfo = 64 * 1024;
 constexpr int longestName = 255, longestFileName = 60;
 constexpr int mostNameAttempts = 1000;
+constexpr qint64 megabyte = qint64(1024) * 1024;
+
+// A backup is restored elsewhere as one message, which has an envelope.
+static_assert(BackupStore::largestData < qint64(RemoteLimits{}.messageBytes / 16 * 15));
 
 const QString extension = QStringLiteral(".backup");
 const QString infoFile = QStringLiteral("/Info.plist");
@@ -35,6 +40,17 @@ const QString keysKey = QStringLiteral("keys");
 /// Something that whoever asked for it can put right.
 [[noreturn]] void refuse(const QString& reason) {
     throw VLException(VLException::refused, reason);
+}
+
+/// It may have been damaged where it was kept.
+void refuseUnusable(const QByteArray& archive) {
+    QStringList names;
+    try {
+        names = TreeArchive::topLevelNames(archive);
+    } catch (const VLException& error) {
+        refuse(error.reason());
+    }
+    if (!names.contains(infoFile.mid(1))) refuse(QStringLiteral("This is no backup of preferences."));
 }
 
 /// Whatever was typed, as the beginning of a file name.
@@ -108,8 +124,8 @@ QByteArray BackupStore::data(const QString& path) const {
                           QStringLiteral("Not a backup of this computer: %1").arg(path.left(200)));
     }
     const auto archive = m_tree.entry(path + archiveFile, Links::Refuse);
-    if (!archive) fail(QStringLiteral("There is no backup at %1 any more.").arg(path));
-    if (archive->size > largestData) fail(QStringLiteral("The backup %1 is too large.").arg(path));
+    if (!archive) refuse(QStringLiteral("There is no backup at %1 any more.").arg(path));
+    if (archive->size > largestData) refuse(QStringLiteral("The backup %1 is too large.").arg(path));
     const auto contents = m_tree.read(path + archiveFile, largestData, Links::Refuse);
     if (!contents) fail(QStringLiteral("The backup %1 cannot be read.").arg(path));
     return *contents;
@@ -163,9 +179,23 @@ void BackupStore::pack(const QString& working, const QVariantMap& info, const QL
     QMap<QString, QString> items{{QStringLiteral("Info.plist"), working + infoFile}};
     for (const QString& file : PreferenceKeys::files(groups))
         items.insert(QStringLiteral("Library/") + file, absolute(file));
-    const QByteArray archive = TreeArchive::pack(m_tree, items);
-    if (archive.size() > largestData) fail(QStringLiteral("These preferences are too large for a backup."));
-    m_writer.write(working + archiveFile, archive);
+    m_writer.write(working + archiveFile, packed(items));
+}
+
+QByteArray BackupStore::packed(const QMap<QString, QString>& items) const {
+    QByteArray archive;
+    try {
+        archive = TreeArchive::pack(m_tree, items);
+    } catch (const VLException& error) {
+        refuse(error.reason());  // it is the user's own files that cannot be packed
+    }
+    if (archive.size() > largestData)
+        refuse(
+            QStringLiteral("These preferences are too large for a backup: they take %1 MB packed, and %2 MB "
+                           "can be kept.")
+                .arg(archive.size() / megabyte)
+                .arg(largestData / megabyte));
+    return archive;
 }
 
 /// Several may have the same name: they differ in their date.
@@ -186,6 +216,7 @@ QString BackupStore::keep(const QString& working, const QString& name, const QDa
 // ---- Restoring one
 
 QStringList BackupStore::restore(const QByteArray& archive) const {
+    refuseUnusable(archive);
     const QString working = newWorkingFolder();
     QList<PreferenceChange::Step> steps;
     QStringList keys;
@@ -196,7 +227,7 @@ QStringList BackupStore::restore(const QByteArray& archive) const {
         const QVariantMap info = PropertyList::fromData(written.value_or(QByteArray())).toMap();
         const QList<Group> groups = PreferenceKeys::knownGroups(keysOf(info));
         steps = restoringSteps(working, groups);
-        if (steps.isEmpty()) fail(QStringLiteral("This is no backup of preferences."));
+        if (steps.isEmpty()) refuse(QStringLiteral("This is no backup of preferences."));
         QStringList targets;
         for (const PreferenceChange::Step& step : std::as_const(steps))
             targets.append(step.target);

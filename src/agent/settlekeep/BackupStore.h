@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QVariant>
 
@@ -52,6 +53,7 @@ private:
     [[nodiscard]] QVariantMap describe(const QString& folder) const;
     void pack(const QString& working, const QVariantMap& info,
               const QList<PreferenceKeys::Group>& groups) const;
+    [[nodiscard]] QByteArray packed(const QMap<QString, QString>& items) const;
     [[nodiscard]] QString keep(const QString& working, const QString& name, const QDateTime& date) const;
     [[nodiscard]] QList<PreferenceChange::Step> restoringSteps(
         const QString& working, const QList<PreferenceKeys::Group>& groups) const;

@@ -91,7 +91,7 @@ QList<Group> PreferenceKeys::groups(const QString& keys) {
     const QStringList wanted = keys.split(u',', Qt::SkipEmptyParts);
     for (const QString& key : wanted) {
         if (isKnown(key)) continue;
-        throw VLException(VLException::invalidArgument,
+        throw VLException(VLException::refused,
                           QStringLiteral("There are no preferences “%1”.").arg(key.left(100)));
     }
     return knownGroups(wanted);

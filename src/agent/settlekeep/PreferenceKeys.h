@@ -15,7 +15,7 @@ struct Group {
 };
 
 /// The groups that keys joined by commas mean, each once and in the table's order. An application's key means
-/// all of its groups. Throws VLException for a key that is not known.
+/// all of its groups. Throws VLException::refused for a key that is not known.
 [[nodiscard]] QList<Group> groups(const QString& keys);
 /// Those of a list that may come from another version of the suite: what is not known is left out.
 [[nodiscard]] QList<Group> knownGroups(const QStringList& keys);

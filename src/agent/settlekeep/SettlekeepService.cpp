@@ -24,15 +24,17 @@ const QString bundleID = QStringLiteral("com.velmora.settlekeep");
 const QString quickTrashTask = QStringLiteral("0");
 
 [[noreturn]] void refuse(const QString& reason) {
-    throw VLException(VLException::invalidArgument, reason);
+    throw VLException(VLException::refused, reason);
 }
 
 QString checkedName(const QVariant& value) {
     const QString name = value.toString();
-    const bool isPrintable =
-        std::all_of(name.begin(), name.end(), [](QChar c) { return c.isPrint() || c.isSurrogate(); });
+    const bool isOneLine = std::none_of(name.begin(), name.end(), [](QChar c) {
+        return c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
+               c == QChar::ParagraphSeparator;
+    });
     if (value.typeId() != QMetaType::QString || name.isEmpty() || name == u"." || name.size() > longestName ||
-        !isPrintable)
+        !isOneLine)
         refuse(QStringLiteral("A backup cannot have this name."));
     return name;
 }
@@ -63,22 +65,19 @@ public:
     void backUp(quint64 peer, const QVariant& name, const QVariant& type, const QList<Group>& groups) {
         const QString checked = checkedName(name);
         const int checkedNumber = checkedType(type);
-        change(peer, [&] {
-            const QString path = store().create(checked, checkedNumber, groups);
-            m_agent.log.append(peer, QStringLiteral("Backed up preferences to %@"), path);
-        });
+        const auto lock = beginChange();
+        const QString path = store().create(checked, checkedNumber, groups);
+        m_agent.log.append(peer, QStringLiteral("Backed up preferences to %@"), path);
     }
     void restore(quint64 peer, const QByteArray& archive) {
-        change(peer, [&] {
-            const QStringList keys = store().restore(archive);
-            m_agent.log.append(peer, QStringLiteral("Restored preferences: %@"), keys.join(u','));
-        });
+        const auto lock = beginChange();
+        const QStringList keys = store().restore(archive);
+        m_agent.log.append(peer, QStringLiteral("Restored preferences: %@"), keys.join(u','));
     }
     void trash(quint64 peer, const QList<Group>& groups) {
-        change(peer, [&] {
-            const qsizetype count = store().trash(groups);
-            m_agent.log.append(peer, QStringLiteral("Preference files moved to the trash: %i"), int(count));
-        });
+        const auto lock = beginChange();
+        const qsizetype count = store().trash(groups);
+        m_agent.log.append(peer, QStringLiteral("Preference files moved to the trash: %i"), int(count));
     }
     QString quickTrash() {
         const auto lock = beginChange();
@@ -105,19 +104,6 @@ private:
             throw VLException(VLException::generic,
                               QStringLiteral("This computer has no user whose preferences there could be."));
         return {m_agent.tree, m_agent.settings.stateDirectory, user};
-    }
-    /// A refusal goes to the console's error queue and is no failure of the operation: a console takes leave
-    /// of a client whose operations fail, and connects anew.
-    template <typename Change>
-    void change(quint64 peer, const Change& work) {
-        const auto lock = beginChange();
-        try {
-            work();
-        } catch (const VLException& error) {
-            if (error.name() != VLException::refused) throw;
-            m_agent.log.append(peer, error.reason());
-            m_agent.consoles.postFailure(peer, error, m_agent.hostName.get());
-        }
     }
     /// Nothing is changed before what was begun earlier is completed.
     [[nodiscard]] std::unique_lock<std::mutex> beginChange() {

@@ -1,10 +1,13 @@
 #include "tools/settlekeep/BackupList.h"
 
 #include "foundation/VLFormat.h"
+#include "tools/settlekeep/PreferenceTree.h"
 
 #include <QDateTime>
+#include <QHash>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <tuple>
 
@@ -14,6 +17,7 @@ const QString pathKey = QStringLiteral("path");
 const QString nameKey = QStringLiteral("name");
 const QString hostNameKey = QStringLiteral("hostname");
 const QString dateKey = QStringLiteral("date");
+const QString keysKey = QStringLiteral("keys");
 
 bool isUsableText(const QVariant& value) {
     return value.typeId() == QMetaType::QString && value.toString().size() <= BackupList::maximumTextLength;
@@ -35,7 +39,7 @@ QVariant usableNumber(const QVariant& value) {
 }
 
 QVariant usable(const QString& key, const QVariant& value) {
-    if (key == nameKey || key == u"keys") return isUsableText(value) ? value : QVariant();
+    if (key == nameKey || key == keysKey) return isUsableText(value) ? value : QVariant();
     if (key == dateKey)
         return value.typeId() == QMetaType::QDateTime && value.toDateTime().isValid() ? value : QVariant();
     return usableNumber(value);
@@ -85,43 +89,75 @@ BackupList BackupList::fromAnswer(const QVariant& answer) {
 }
 
 const QStringList& backupColumnNames() {
-    static const QStringList names{nameKey,
-                                   hostNameKey,
-                                   QStringLiteral("type"),
-                                   dateKey,
-                                   QStringLiteral("size"),
-                                   QStringLiteral("keys")};
+    static const QStringList names{
+        nameKey, hostNameKey, QStringLiteral("type"), dateKey, QStringLiteral("size"), keysKey};
     return names;
 }
 
+QString backupName(const QVariantMap& backup) {
+    const QString name = backup.value(nameKey).toString();
+    return name.isEmpty() ? backup.value(pathKey).toString().section(u'/', -1) : name;
+}
+
+namespace {
+
+struct Keyed {
+    std::tuple<QString, qlonglong> first;
+    std::tuple<QString, QString, qlonglong> then;
+    QVariantMap backup;
+};
+
+class KeyMaker {
+public:
+    KeyMaker(const QString& column, const std::function<QString(const QString&)>& friendlyName)
+        : m_column(column),
+          m_isNumber(column == dateKey || column == u"type" || column == u"size"),
+          m_friendlyName(friendlyName) {}
+
+    [[nodiscard]] Keyed operator()(QVariantMap backup) {
+        const QString name = backupName(backup).toCaseFolded();
+        const QString client = m_friendlyName(backup.value(hostNameKey).toString()).toCaseFolded();
+        QString text;
+        if (m_column == nameKey) text = name;
+        if (m_column == hostNameKey) text = client;
+        if (m_column == keysKey) text = applications(backup.value(keysKey).toString());
+        return {{text, m_isNumber ? number(backup.value(m_column)) : 0},
+                {name, client, number(backup.value(dateKey))},
+                std::move(backup)};
+    }
+
+private:
+    [[nodiscard]] static qlonglong number(const QVariant& value) {
+        return value.typeId() == QMetaType::QDateTime ? value.toDateTime().toMSecsSinceEpoch()
+                                                      : value.toLongLong();
+    }
+    /// Most backups are about the same ones.
+    [[nodiscard]] QString applications(const QString& keys) {
+        const auto known = m_applications.constFind(keys);
+        if (known != m_applications.constEnd()) return *known;
+        return *m_applications.insert(keys, PreferenceTree::coveredApplications(keys).toCaseFolded());
+    }
+
+    const QString& m_column;
+    const bool m_isNumber;
+    const std::function<QString(const QString&)>& m_friendlyName;
+    QHash<QString, QString> m_applications;
+};
+
+}  // namespace
+
 void sortBackups(QList<QVariantMap>& backups, const QString& column, bool descending,
                  const std::function<QString(const QString& hostName)>& friendlyName) {
-    struct Keyed {
-        std::tuple<QString, qlonglong> first;
-        std::tuple<QString, QString, qlonglong> then;
-        QVariantMap backup;
-    };
     QList<Keyed> keyed;
     keyed.reserve(backups.size());
-    for (QVariantMap& backup : backups) {
-        const QString client = friendlyName(backup.value(hostNameKey).toString()).toCaseFolded();
-        const auto number = [](const QVariant& value) {
-            return value.typeId() == QMetaType::QDateTime ? value.toDateTime().toMSecsSinceEpoch()
-                                                          : value.toLongLong();
-        };
-        const bool isNumber = column == dateKey || column == u"type" || column == u"size";
-        const QString text = column == hostNameKey ? client : backup.value(column).toString().toCaseFolded();
-        Keyed entry{{isNumber ? QString() : text, isNumber ? number(backup.value(column)) : 0},
-                    {backup.value(nameKey).toString().toCaseFolded(), client, number(backup.value(dateKey))},
-                    std::move(backup)};
-        keyed.append(std::move(entry));
-    }
+    std::transform(backups.cbegin(), backups.cend(), std::back_inserter(keyed),
+                   KeyMaker(column, friendlyName));
     std::stable_sort(keyed.begin(), keyed.end(), [descending](const Keyed& a, const Keyed& b) {
         if (a.first != b.first) return descending ? b.first < a.first : a.first < b.first;
         return a.then < b.then;
     });
-    for (qsizetype row = 0; row < keyed.size(); ++row)
-        backups[row] = std::move(keyed[row].backup);
+    std::transform(keyed.begin(), keyed.end(), backups.begin(),
+                   [](Keyed& entry) { return std::move(entry.backup); });
 }
 
 const QStringList& backupTypeTitles() {

@@ -22,8 +22,10 @@ struct BackupList {
 
 /// Names of the columns in the stored sort settings: keys of a backup dictionary, in the order shown.
 [[nodiscard]] const QStringList& backupColumnNames();
-/// Orders backups by one of those keys, alike ones by name, client and date. `friendlyName` turns a host name
-/// into the name shown for its client.
+/// Its name, or that of its folder when it has none.
+[[nodiscard]] QString backupName(const QVariantMap& backup);
+/// Orders backups by what one of those columns shows, alike ones by name, client and date. `friendlyName`
+/// turns a host name into the name shown for its client.
 void sortBackups(QList<QVariantMap>& backups, const QString& column, bool descending,
                  const std::function<QString(const QString& hostName)>& friendlyName);
 

@@ -117,10 +117,8 @@ int BackupModel::columnCount(const QModelIndex& parent) const {
 
 QString BackupModel::text(const QVariantMap& backup, int column) const {
     switch (column) {
-        case Name: {
-            const QString name = backup.value(QStringLiteral("name")).toString();
-            return name.isEmpty() ? path(backup).section(u'/', -1) : name;
-        }
+        case Name:
+            return backupName(backup);
         case Computer:
             return m_friendlyName(hostName(backup));
         case Type:
@@ -149,7 +147,7 @@ QVariant BackupModel::data(const QModelIndex& index, int role) const {
         case KeyRole:
             return QString(hostName(backup) + u'\n' + path(backup));
         case Qt::ToolTipRole:
-            if (index.column() == Name) return literalText(path(backup));
+            if (index.column() == Name) return literalText(backupName(backup) + u'\n' + path(backup));
             if (index.column() == Computer) return literalText(hostName(backup));
             if (index.column() == Date)
                 return QLocale().toString(backup.value(QStringLiteral("date")).toDateTime().toLocalTime(),

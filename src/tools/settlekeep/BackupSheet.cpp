@@ -47,7 +47,7 @@ BackupSheet::BackupSheet(SettlekeepController& controller, QWidget* parent)
     add(QStringLiteral("Name"), m_name);
     add(QStringLiteral("Type"), m_type);
 
-    addCancelButton();
+    addCancelButton()->setObjectName(QStringLiteral("settlekeepCancelBackup"));
     addPrimaryButton(QStringLiteral("Back Up"))
         ->setObjectName(QStringLiteral("settlekeepBackupDialogBackupBtn"));
     setFixedWidth(440);

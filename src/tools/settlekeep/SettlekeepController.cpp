@@ -11,13 +11,10 @@
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/PreferenceTree.h"
 
-#include <QLocale>
-
 namespace {
 
 const QString hostNameKey = QStringLiteral("hostname");
 const QString pathKey = QStringLiteral("path");
-const QString nameKey = QStringLiteral("name");
 const QString backupNameKey = QStringLiteral("backupName");
 const QString backupTypeKey = QStringLiteral("backupType");
 const QString keysKey = QStringLiteral("keys");
@@ -120,29 +117,25 @@ void SettlekeepController::settlekeepQuickBackupOnThread(const QVariantMap& opti
 
 // ---- Lock, unlock, trash
 
-void SettlekeepController::sendKeys(const char* selector, const QString& worker) {
+void SettlekeepController::sendKeys(const QString& logLine, const QString& selector, const QString& worker) {
     const QString keys = settlekeepSelectedPrefKeys().join(u',');
-    startWorker(worker, [this, selector = QString::fromLatin1(selector), keys] {
-        context().runner->executeRemoteMethods(selector, keys);
-    });
+    VLLog::appendLog(logLine, keys);
+    startWorker(worker, [this, selector, keys] { context().runner->executeRemoteMethods(selector, keys); });
 }
 
 void SettlekeepController::settlekeepLock() {
-    VLLog::appendLog(QStringLiteral("Locking selected Settlekeep prefs: %@"),
-                     settlekeepSelectedPrefKeys().join(u','));
-    sendKeys("settlekeepLockSelected:", QStringLiteral("settlekeepLock:"));
+    sendKeys(QStringLiteral("Locking selected Settlekeep prefs: %@"),
+             QStringLiteral("settlekeepLockSelected:"), QStringLiteral("settlekeepLock:"));
 }
 
 void SettlekeepController::settlekeepUnlock() {
-    VLLog::appendLog(QStringLiteral("Unlocking selected Settlekeep prefs: %@"),
-                     settlekeepSelectedPrefKeys().join(u','));
-    sendKeys("settlekeepUnlockSelected:", QStringLiteral("settlekeepUnlock:"));
+    sendKeys(QStringLiteral("Unlocking selected Settlekeep prefs: %@"),
+             QStringLiteral("settlekeepUnlockSelected:"), QStringLiteral("settlekeepUnlock:"));
 }
 
 void SettlekeepController::settlekeepTrash() {
-    VLLog::appendLog(QStringLiteral("Trashing selected preferences: %@"),
-                     settlekeepSelectedPrefKeys().join(u','));
-    sendKeys("settlekeepTrashSelected:", QStringLiteral("settlekeepTrash:"));
+    sendKeys(QStringLiteral("Trashing selected preferences: %@"), QStringLiteral("settlekeepTrashSelected:"),
+             QStringLiteral("settlekeepTrash:"));
 }
 
 void SettlekeepController::settlekeepQuickTrash() {
@@ -222,7 +215,7 @@ ToolReport SettlekeepController::report() const {
     report.header = {QStringLiteral("Backup"), QStringLiteral("Computer"), QStringLiteral("Type"),
                      QStringLiteral("Date"),   QStringLiteral("Bytes"),    QStringLiteral("Preferences")};
     for (const QVariantMap& backup : m_settlekeepBackupArray) {
-        report.rows.append({backup.value(nameKey).toString(),
+        report.rows.append({backupName(backup),
                             context().friendlyServiceName(backup.value(hostNameKey).toString()),
                             backupTypeText(backup.value(QStringLiteral("type"))),
                             backup.value(QStringLiteral("date")).toDateTime().toUTC().toString(Qt::ISODate),
@@ -243,8 +236,7 @@ void SettlekeepController::settlekeepRestore(const QVariantMap& backup) {
 void SettlekeepController::settlekeepRestoreBackup(const QVariantMap& backup) {
     const VLCallLock lock;
     TaskProgress& progress = *context().progress;
-    VLLog::appendLog(QStringLiteral("Restoring Settlekeep backup %@..."),
-                     backup.value(nameKey, backup.value(pathKey)));
+    VLLog::appendLog(QStringLiteral("Restoring Settlekeep backup %@..."), backupName(backup));
     progress.startStatusProgress();
     progress.startProgress();
     const int run = progress.currentRun();

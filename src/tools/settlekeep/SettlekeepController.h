@@ -57,7 +57,7 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] static bool isValidName(const QString& name);
-    void sendKeys(const char* selector, const QString& worker);
+    void sendKeys(const QString& logLine, const QString& selector, const QString& worker);
     void startPopulating();
     void populate();
     void restore(const QVariantMap& backup, int run);

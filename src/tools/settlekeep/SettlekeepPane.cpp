@@ -175,7 +175,8 @@ QWidget* SettlekeepView::buildBackups() {
     m_restore->setToolTip(
         QStringLiteral("Puts the preferences of the selected backup in place on every selected computer,\n"
                        "at once. Those that are there now are replaced."));
-    connect(m_restore, &QAction::triggered, this, &SettlekeepView::restore);
+    connect(m_restore, &QAction::triggered, this,
+            [this] { m_controller.settlekeepRestore(selectedBackup()); });
     addButton(bar, m_restore);
     m_summary->setObjectName(QStringLiteral("settlekeepSummary"));
     m_search->setObjectName(QStringLiteral("settlekeepFilter"));
@@ -207,9 +208,9 @@ QWidget* SettlekeepView::buildBackups() {
     return part;
 }
 
-void SettlekeepView::restore() {
+QVariantMap SettlekeepView::selectedBackup() const {
     const QModelIndexList rows = m_backupView->selectionModel()->selectedRows();
-    m_controller.settlekeepRestore(rows.isEmpty() ? QVariantMap() : m_backups->backup(rows.first()));
+    return rows.isEmpty() ? QVariantMap() : m_backups->backup(rows.first());
 }
 
 void SettlekeepView::tickAll(int selected) {
@@ -304,7 +305,11 @@ void SettlekeepView::showPreferenceMenu(const QPoint& position) {
 void SettlekeepView::showBackupMenu(const QPoint& position) {
     QMenu menu(this);
     menu.setObjectName(QStringLiteral("settlekeepBackupMenu"));
-    menu.addAction(m_restore);
+    // While the menu is open a refresh may change what is selected; it is about what it was opened on.
+    QAction* restore =
+        menu.addAction(m_restore->icon(), m_restore->text(), this,
+                       [this, backup = selectedBackup()] { m_controller.settlekeepRestore(backup); });
+    restore->setEnabled(m_restore->isEnabled());
     menu.addSeparator();
     QAction* copy = menu.addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("Copy"), this,
                                    [this] { copySelectedRows(*m_backupView); });

@@ -35,7 +35,7 @@ private:
     void reloadPreferences();
     void reloadBackups(const std::function<void()>& change);
     void updateState();
-    void restore();
+    [[nodiscard]] QVariantMap selectedBackup() const;
     void tickAll(int selected);
     void showPreferenceMenu(const QPoint& position);
     void showBackupMenu(const QPoint& position);

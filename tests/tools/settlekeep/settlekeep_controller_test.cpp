@@ -1,6 +1,5 @@
-#include "app/TaskThreads.h"
-#include "remote/FakeRemote.h"
-#include "support/TestEnvironment.h"
+#include "support/TestTable.h"
+#include "support/ToolBench.h"
 #include "system/VLAlert.h"
 #include "system/VLException.h"
 #include "tools/settlekeep/SettlekeepController.h"
@@ -9,34 +8,10 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
 using Sent = QList<QPair<QString, QVariantList>>;
-
-class FakeService : public VLService {
-public:
-    FakeService(const QString& name, FakeProxy::Answer answer)
-        : proxy(std::make_shared<FakeProxy>(std::move(answer))) {
-        setName(name);
-        setHostName(name + ".local."_L1);
-        m_isConnected = true;
-    }
-    VLProxyObjectPtr proxyObject() const override { return proxy; }
-    void connectOnThread(VLCallbackTargetPtr) override {}
-    void refreshServiceView() override {}
-
-    std::shared_ptr<FakeProxy> proxy;
-};
-
-QVariantMap backup(const QString& host, const QString& path = u"/b"_s) {
-    return {{u"hostname"_s, QString(host + ".local."_L1)}, {u"path"_s, path}, {u"name"_s, u"Good"_s}};
-}
-
-QVariantMap answerWith(const QString& name) {
-    return {{name, QVariantMap{{u"path"_s, QString(u'/' + name)}, {u"name"_s, name}, {u"type"_s, 1}}}};
-}
 
 FakeProxy::Answer holding(const QVariant& backups, const QVariant& data = QByteArray("zip")) {
     return [=](const QString& selector, const QVariantList&) {
@@ -45,31 +20,36 @@ FakeProxy::Answer holding(const QVariant& backups, const QVariant& data = QByteA
     };
 }
 
+QVariant throwing(const QString&, const QVariantList&) {
+    throw VLException(VLException::inaccessible, u"gone"_s);
+}
+
+const QVariantMap oneBackup{{u"B"_s, QVariantMap{{u"path"_s, u"/B"_s}, {u"name"_s, u"B"_s}, {u"type"_s, 1}}}};
+
 }  // namespace
 
 class SettlekeepControllerTest : public QObject {
     Q_OBJECT
 
-    QList<std::shared_ptr<FakeService>> m_clients;
-    QList<VLServicePtr> m_selected;
     QStringList m_alerts;
-    std::unique_ptr<TaskThreads> m_progress;
-    std::unique_ptr<RemoteRunner> m_runner;
+    std::unique_ptr<ToolBench> m_bench;
     std::shared_ptr<SettlekeepController> m_controller;
 
-    std::shared_ptr<FakeService> addClient(const QString& name, FakeProxy::Answer answer = {}) {
-        const auto client = std::make_shared<FakeService>(name, std::move(answer));
-        m_clients.append(client);
-        m_selected.append(client);
-        return client;
+    FakeProxy& addClient(const QString& name, FakeProxy::Answer answer = {}) {
+        return m_bench->addClient(name, std::move(answer));
     }
-    /// What was sent to the client apart from requests for its list.
-    static Sent sentTo(const std::shared_ptr<FakeService>& client) {
-        Sent sent = client->proxy->sent();
-        sent.removeIf([](const auto& call) { return call.first == "settlekeepBackups"_L1; });
-        return sent;
+    static bool join() { return VLThread::joinAll(patience); }
+    bool refresh() { return m_bench->run(std::bind_front(&SettlekeepController::refresh, m_controller)); }
+    bool restore(const QString& host) {
+        m_controller->settlekeepRestore(
+            {{u"hostname"_s, QString(host + ".local."_L1)}, {u"path"_s, u"/b"_s}, {u"name"_s, u"Good"_s}});
+        return join();
     }
-    static bool join() { return VLThread::joinAll(30s); }
+    static bool isLogged(const QStringList& expected) {
+        const QStringList lines = logLines();
+        const auto isThere = [&](const QString& line) { return lines.contains(line); };
+        return std::all_of(expected.begin(), expected.end(), isThere);
+    }
     void untickAll() {
         for (int row = 0; row < m_controller->settlekeepPrefArray().size(); ++row)
             m_controller->setPrefSelected(row, -1, VLPrefItem::Off);
@@ -77,8 +57,6 @@ class SettlekeepControllerTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        m_clients.clear();
-        m_selected.clear();
         m_alerts.clear();
         VLAlert::setPresenter([this](const QVariantMap& description, QObject*, auto ended) {
             m_alerts << description.value(u"messageText"_s).toString() + u'|' +
@@ -86,225 +64,131 @@ private Q_SLOTS:
             ended(VLAlert::DefaultReturn);
             return [] {};
         });
-        m_progress = std::make_unique<TaskThreads>(
-            TaskThreads::Environment{[this] { return int(m_selected.size()); }, [] {}, [] {}});
-        RemoteRunner::Environment environment;
-        environment.progress = m_progress.get();
-        environment.processorCount = [] { return 4; };
-        environment.selectedServices = [this] {
-            return QList<RemoteClientPtr>(m_selected.begin(), m_selected.end());
-        };
-        m_runner = std::make_unique<RemoteRunner>(std::move(environment));
-        ToolContext context;
-        context.runner = m_runner.get();
-        context.progress = m_progress.get();
-        context.selectedServices = [this] { return m_selected; };
-        context.friendlyServiceName = [](const QString& hostName) { return hostName.section(u'.', 0, 0); };
-        context.serviceWithHostName = [this](const QString& hostName) -> VLServicePtr {
-            for (const auto& client : m_clients)
-                if (client->hostName() == hostName) return client;
-            return nullptr;
-        };
-        m_controller = std::make_shared<SettlekeepController>(context);
+        m_bench = std::make_unique<ToolBench>();
+        m_controller = std::make_shared<SettlekeepController>(m_bench->context());
         m_controller->becomesVisible();
-        startNewLog();
     }
     void cleanup() {
         VLAlert::setPresenter({});
         m_controller.reset();
-        m_runner.reset();
-        m_progress.reset();
+        m_bench.reset();
     }
 
-    void keysAreSentToAll_data() {
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("selector");
-        QTest::addColumn<QString>("line");
-        QTest::newRow("lock") << u"lock"_s << u"settlekeepLockSelected:"_s
-                              << u"Locking selected Settlekeep prefs: "_s;
-        QTest::newRow("unlock") << u"unlock"_s << u"settlekeepUnlockSelected:"_s
-                                << u"Unlocking selected Settlekeep prefs: "_s;
-        QTest::newRow("trash") << u"trash"_s << u"settlekeepTrashSelected:"_s
-                               << u"Trashing selected preferences: "_s;
-    }
-    void keysAreSentToAll() {
-        QFETCH(QString, action);
-        QFETCH(QString, selector);
-        QFETCH(QString, line);
-        const auto one = addClient(u"one"_s), two = addClient(u"two"_s);
-        const auto act = [&] {
-            if (action == "lock"_L1) m_controller->settlekeepLock();
-            if (action == "unlock"_L1) m_controller->settlekeepUnlock();
-            if (action == "trash"_L1) m_controller->settlekeepTrash();
-            return join();
-        };
+    void emptyKeysAreSentToo() {
+        const FakeProxy& one = addClient(u"one"_s);
         untickAll();
-        QVERIFY(act());
-        m_controller->setPrefSelected(0, 0, VLPrefItem::On);
-        m_controller->setPrefSelected(3, -1, VLPrefItem::On);
-        QVERIFY(act());
-        const Sent expected{{selector, {QString()}}, {selector, {u"fcpPrefs,motion"_s}}};
-        QCOMPARE(sentTo(one), expected);
-        QCOMPARE(sentTo(two), expected);
-        QVERIFY(logLines().contains(line) && logLines().contains(line + u"fcpPrefs,motion"_s));
-        QVERIFY(m_alerts.isEmpty());
-        QTRY_VERIFY(!m_progress->isProcessing());
-    }
-
-    void quickTrashIsATask() {
-        const auto one = addClient(u"one"_s);
+        m_controller->becomesVisible();  // ticks do not outlive the pane
+        QCOMPARE(m_controller->settlekeepSelectedPrefKeys().first(), u"fcpPrefs"_s);
+        untickAll();
+        m_controller->settlekeepLock();
+        m_controller->settlekeepUnlock();
+        m_controller->settlekeepTrash();
         m_controller->settlekeepQuickTrash();
-        QVERIFY(join());
-        const Sent expected{
-            {u"executeTask:bundleID:options:"_s, {u"0"_s, u"com.velmora.settlekeep"_s, QVariant()}}};
-        QCOMPARE(sentTo(one), expected);
-        QVERIFY(logLines().contains(u"Settlekeep quick trash..."_s));
+        QVERIFY(join() && m_alerts.isEmpty());
+        QStringList sent;
+        for (const auto& [selector, arguments] : one.sent())
+            sent << selector + arguments.at(0).toString() + arguments.value(1).toString();
+        sent.sort();  // each has a thread of its own
+        QCOMPARE(sent, QStringList({u"executeTask:bundleID:options:0com.velmora.settlekeep"_s,
+                                    u"settlekeepLockSelected:"_s, u"settlekeepTrashSelected:"_s,
+                                    u"settlekeepUnlockSelected:"_s}));
+        QVERIFY(
+            isLogged({u"Populating Settlekeep preference type list..."_s,
+                      u"Locking selected Settlekeep prefs: "_s, u"Unlocking selected Settlekeep prefs: "_s,
+                      u"Trashing selected preferences: "_s, u"Settlekeep quick trash..."_s}));
     }
 
-    void namedBackup() {
-        const auto one = addClient(u"one"_s, holding(answerWith(u"B"_s)));
+    void backups() {
+        const FakeProxy& one = addClient(u"one"_s, holding(oneBackup));
         QSignalSpy sheet(m_controller.get(), &SettlekeepController::backupSheetWanted);
         m_controller->settlekeepBackup();
-        QCOMPARE(sheet.size(), 1);
         m_controller->settlekeepBackupAction(u".."_s, 2);
         QVERIFY(join());
         const QString keys = m_controller->settlekeepSelectedPrefKeys().join(u',');
-        const QVariantMap options{{u"backupName"_s, u".."_s}, {u"backupType"_s, 2LL}, {u"keys"_s, keys}};
-        QCOMPARE(sentTo(one), Sent({{u"settlekeepBackupSelected:"_s, {options}}}));
-        QCOMPARE(m_controller->settlekeepBackupArray().size(), 1);
-        QVERIFY(logLines().contains(u"Showing backup dialog for selected preference backup..."_s));
-        QVERIFY(logLines().contains(u"Backing up selected Settlekeep preferences: "_s + keys));
-        untickAll();
-        m_controller->settlekeepBackup();
-        QCOMPARE(sheet.size(), 1);
-        QCOMPARE(m_alerts, QStringList(u"No items selected|You must select at least one item to backup."_s));
-    }
-
-    void quickBackupNeedsNoTicks() {
-        const auto one = addClient(u"one"_s, holding(answerWith(u"B"_s)));
-        untickAll();
-        QSignalSpy sheet(m_controller.get(), &SettlekeepController::backupSheetWanted);
-        m_controller->settlekeepQuickBackup();
-        QCOMPARE(sheet.size(), 1);
-        m_controller->settlekeepQuickBackupAction(u"Q"_s, 1);
-        QVERIFY(join());
-        QCOMPARE(sentTo(one), Sent({{u"settlekeepBackup:type:"_s, {u"Q"_s, 1LL}}}));
-        QVERIFY(logLines().contains(u"Performing quick backup to Q of type 1..."_s));
         QCOMPARE(m_controller->report().rows,
                  QList<QStringList>({{u"B"_s, u"one"_s, u"Known Good"_s, {}, {}, {}}}));
-    }
+        untickAll();
+        m_controller->settlekeepQuickBackup();
+        m_controller->settlekeepQuickBackupAction(u"Q"_s, 1);
+        QVERIFY(join());
+        QCOMPARE(sheet.size(), 2);
+        const QVariantMap options{{u"backupName"_s, u".."_s}, {u"backupType"_s, 2LL}, {u"keys"_s, keys}};
+        QCOMPARE(one.sent(), Sent({{u"settlekeepBackupSelected:"_s, {options}},
+                                   {u"settlekeepBackups"_s, {}},
+                                   {u"settlekeepBackup:type:"_s, {u"Q"_s, 1LL}},
+                                   {u"settlekeepBackups"_s, {}}}));
+        QVERIFY(isLogged({u"Showing backup dialog for selected preference backup..."_s,
+                          u"Backing up selected Settlekeep preferences: "_s + keys,
+                          u"Showing Settlekeep quick backup dialog..."_s,
+                          u"Performing quick backup to Q of type 1..."_s}));
 
-    void badNamesAreRefused() {
-        const auto one = addClient(u"one"_s);
+        m_controller->settlekeepBackup();
         m_controller->settlekeepBackupAction(u"."_s, 0);
         m_controller->settlekeepQuickBackupAction(QString(), 0);
         QVERIFY(join());
-        QVERIFY(sentTo(one).isEmpty());
-        const QString alert = u"You must enter a backup name|You must enter a valid name for this backup."_s;
-        QCOMPARE(m_alerts, QStringList({alert, alert}));
+        QCOMPARE(one.sent().size(), 4);
+        const QString badName =
+            u"You must enter a backup name|You must enter a valid name for this backup."_s;
+        QCOMPARE(m_alerts, QStringList({u"No items selected|You must select at least one item to backup."_s,
+                                        badName, badName}));
     }
 
     void listSurvivesWhatClientsDo() {
-        addClient(u"good"_s, holding(answerWith(u"B"_s)));
-        addClient(u"silent"_s, [](const QString&, const QVariantList&) -> QVariant {
-            throw VLException(VLException::inaccessible, u"gone"_s);
-        });
+        addClient(u"good"_s, holding(oneBackup));
+        addClient(u"silent"_s, throwing);
         addClient(u"list"_s, holding(QVariantList{1}));
         addClient(u"odd"_s, holding(QVariantMap{{u"x"_s, 1}}));
         QSignalSpy busy(m_controller.get(), &ToolController::busyChanged);
-        const auto refresh = [this] {
-            VLThread::detach(u"refresh"_s, [this] { m_controller->refresh(); });
-            return join();
-        };
         QVERIFY(refresh());
         QCOMPARE(m_controller->settlekeepBackupArray().size(), 1);
         QCOMPARE(m_controller->settlekeepBackupArray().first().value(u"hostname"_s), u"good.local."_s);
-        QCOMPARE(busy.size(), 2);
-        m_selected.clear();
-        QVERIFY(refresh());
-        QCOMPARE(m_controller->settlekeepBackupArray().size(), 1);
-        QCOMPARE(busy.size(), 2);  // the list is not empty
-        const QStringList lines = logLines();
-        for (const QString& line :
-             {u"Populating Settlekeep backups..."_s, u"Unable to get backup data."_s,
-              u"Backups of odd.local.: 1 of 1 entries left out, 0 values of a wrong kind ignored"_s})
-            QVERIFY2(lines.contains(line), qPrintable(line));
-    }
-
-    void cancellingKeepsTheList() {
-        m_controller->setSettlekeepBackupArray({backup(u"old"_s)});
+        m_bench->services.clear();
+        QVERIFY(refresh());  // of nobody
         addClient(u"one"_s, [this](const QString&, const QVariantList&) {
-            onMainThreadAndWait([this] { m_progress->cancelStatusProgress(); });
-            return QVariant(answerWith(u"B"_s));
+            onMainThreadAndWait([this] { m_bench->progress.cancelStatusProgress(); });
+            return QVariant(QVariantMap());
         });
-        VLThread::detach(u"refresh"_s, [this] { m_controller->refresh(); });
-        QVERIFY(join());
-        QCOMPARE(m_controller->settlekeepBackupArray(), QList<QVariantMap>{backup(u"old"_s)});
+        QVERIFY(refresh());  // half a run counts for nothing
+        QCOMPARE(m_controller->settlekeepBackupArray().size(), 1);
+        QCOMPARE(busy.size(), 2);  // not while there is a list
+        QVERIFY(isLogged(
+            {u"Populating Settlekeep backups..."_s, u"Unable to get backup data."_s,
+             u"Backups of odd.local.: 1 of 1 entries left out, 0 values of a wrong kind ignored"_s}));
     }
 
     void restoreSendsPathOrData() {
-        const auto one = addClient(u"one"_s);
-        const auto owner = addClient(u"owner"_s, holding({}));
-        const auto three = addClient(u"three"_s, [](const QString&, const QVariantList&) -> QVariant {
-            throw VLException(VLException::inaccessible, u"gone"_s);
-        });
-        const auto four = addClient(u"four"_s);
+        const FakeProxy &one = addClient(u"one"_s), &owner = addClient(u"owner"_s, holding({})),
+                        &three = addClient(u"three"_s, throwing), &four = addClient(u"four"_s);
         m_controller->settlekeepRestore({});
-        m_controller->settlekeepRestore(backup(u"owner"_s));
-        QVERIFY(join());
-        const Sent remote{{u"settlekeepRestoreRemoteBackup:"_s, {QByteArray("zip")}}};
-        QCOMPARE(sentTo(one), remote);
-        QCOMPARE(sentTo(four), remote);
-        QCOMPARE(sentTo(three), remote);  // its loss stops nobody else
-        QCOMPARE(sentTo(owner), Sent({{u"settlekeepBackupData:"_s, {u"/b"_s}},
-                                      {u"settlekeepRestoreLocalBackup:"_s, {u"/b"_s}}}));
-        const QStringList lines = logLines();
-        QCOMPARE(lines.filter(u"Restoring Settlekeep backup Good..."_s).size(), 1);
-        QVERIFY(lines.contains(u"Progress: Restoring backup on four..."_s));
-        QVERIFY(!m_progress->isProcessing());
+        QVERIFY(restore(u"owner"_s));
+        for (const FakeProxy* other : {&one, &three, &four})  // the loss of one stops nobody else
+            QCOMPARE(other->sent(), Sent({{u"settlekeepRestoreRemoteBackup:"_s, {QByteArray("zip")}}}));
+        QCOMPARE(owner.sent(), Sent({{u"settlekeepBackupData:"_s, {u"/b"_s}},
+                                     {u"settlekeepRestoreLocalBackup:"_s, {u"/b"_s}}}));
+        QVERIFY(
+            isLogged({u"Restoring Settlekeep backup Good..."_s, u"Progress: Restoring backup on four..."_s}));
     }
 
     void restoreThatTouchesNobody_data() {
-        QTest::addColumn<QString>("host");
-        QTest::addColumn<QVariant>("data");
-        QTest::addColumn<QString>("line");
-        QTest::newRow("client is gone")
-            << u"nobody"_s << QVariant() << u"Unable to get service for selected backup."_s;
-        QTest::newRow("no data") << u"owner"_s << QVariant() << u"Unable to get data for selected backup."_s;
-        QTest::newRow("data of a wrong kind")
-            << u"owner"_s << QVariant(u"text"_s) << u"Unable to get data for selected backup."_s;
+        const TestTable<QString, QVariant, QString> row("host", "data", "line");
+        const QString noData = u"Unable to get data for selected backup."_s;
+        row("client is gone", u"nobody"_s, {}, u"Unable to get service for selected backup."_s);
+        row("no data", u"owner"_s, {}, noData);
+        row("data of a wrong kind", u"owner"_s, u"text"_s, noData);
+        row("cancelled", u"owner"_s, QByteArray("cancel"), u"Restoring Settlekeep backup Good..."_s);
     }
     void restoreThatTouchesNobody() {
         QFETCH(QString, host);
         QFETCH(QVariant, data);
         QFETCH(QString, line);
-        addClient(u"owner"_s, holding({}, data));
-        const auto other = addClient(u"other"_s);
-        m_controller->settlekeepRestore(backup(host));
-        QVERIFY(join());
-        QVERIFY(sentTo(other).isEmpty());
-        QVERIFY(logLines().contains(line));
-        QVERIFY(!m_progress->isProcessing());
-    }
-
-    void cancelledRestoreStopsAtTheNextClient() {
-        addClient(u"one"_s, [this](const QString& selector, const QVariantList&) -> QVariant {
-            if (selector == "settlekeepBackupData:"_L1) return QByteArray("zip");
-            onMainThreadAndWait([this] { m_progress->cancelAllProgress(); });
-            return {};
+        const FakeProxy& other = addClient(u"other"_s);
+        addClient(u"owner"_s, [&](const QString&, const QVariantList&) -> QVariant {
+            if (data == QByteArray("cancel"))
+                onMainThreadAndWait([this] { m_bench->progress.cancelAllProgress(); });
+            return data;
         });
-        const auto two = addClient(u"two"_s);
-        m_controller->settlekeepRestore(backup(u"one"_s));
-        QVERIFY(join());
-        QVERIFY(sentTo(two).isEmpty());
-    }
-
-    void ticksDoNotOutliveThePane() {
-        untickAll();
-        QVERIFY(m_controller->settlekeepSelectedPrefKeys().isEmpty());
-        m_controller->becomesVisible();
-        QCOMPARE(m_controller->settlekeepSelectedPrefKeys().first(), u"fcpPrefs"_s);
-        QVERIFY(logLines().contains(u"Populating Settlekeep preference type list..."_s));
+        QVERIFY(restore(host) && isLogged({line}));
+        QVERIFY(other.sent().isEmpty() && !m_bench->progress.isProcessing());
     }
 };
 
