@@ -18,7 +18,7 @@ using VLCorvalinServerProtocol::integerValue;
 using VLCorvalinServerProtocol::Type;
 
 [[noreturn]] void refuse(const QString& reason) {
-    throw VLException(VLException::invalidArgument, reason);
+    throw VLException(VLException::refused, reason);
 }
 
 /// The settings of a task as a console sends them.
@@ -58,7 +58,8 @@ private:
 };
 
 /// The operations of one agent. One change is made at a time; reading is not held up by it, for every file is
-/// replaced whole.
+/// replaced whole. What this computer cannot do as it is asked is refused (see AgentRoot); missing rights and
+/// a disk that does not take a change are failures.
 class CronwellService {
 public:
     explicit CronwellService(AgentContext& agent) : m_agent(agent) {}
@@ -82,13 +83,15 @@ public:
         const bool isRoot = fillsIn ? call.arguments.at(0).isValid() : settings.flag("root");
         if (isRoot) requireAdministrator(call);
 
-        const OfferedTask task = OfferedTasks::require(m_agent.tree, bundleID, taskID);
+        const OfferedTask task = offered(bundleID, taskID);
         const std::lock_guard lock(m_mutex);
         auto entry = matching(task, isRoot, fillsIn ? std::nullopt : std::optional(schedule));
         if (!entry) {
             const QString label = jobs().freeLabel(task);
             entry = {label + QStringLiteral(".plist"), isRoot, LaunchJob::make(label, task)};
         }
+        // It may still have the words of an older version of the application.
+        if (entry->job.task() != task) entry->job.setTask(task);
         entry->job.setSchedule(schedule);
         entry->job.setEnabled(isEnabled);
         jobs().write(*entry);
@@ -103,7 +106,7 @@ public:
         change(call, settings.text("filename"), [&](LaunchJobs::Entry& entry) {
             // The application may be gone: a job that keeps its task can be changed all the same.
             if (const OfferedTask task = entry.job.task(); task.bundleID != bundleID || task.id != taskID)
-                entry.job.setTask(OfferedTasks::require(m_agent.tree, bundleID, taskID));
+                entry.job.setTask(offered(bundleID, taskID));
             entry.job.setSchedule(schedule);
             entry.job.setEnabled(isEnabled);
             jobs().write(entry);
@@ -182,8 +185,16 @@ private:
     }
 
     [[noreturn]] static void changedMeanwhile() {
-        throw VLException(VLException::generic,
-                          QStringLiteral("The scheduled tasks have changed meanwhile; please try again."));
+        refuse(QStringLiteral("The scheduled tasks have changed meanwhile; please try again."));
+    }
+
+    /// A computer that lacks the application has nothing wrong with it: that refuses the task.
+    [[nodiscard]] OfferedTask offered(const QString& bundleID, const QString& taskID) const {
+        try {
+            return OfferedTasks::require(m_agent.tree, bundleID, taskID);
+        } catch (const VLException& error) {
+            throw VLException(VLException::refused, error.reason(), error.userInfo());
+        }
     }
 
     /// Adding what is there already, perhaps once more after a lost answer, makes no second job of it.

@@ -35,7 +35,7 @@ QString LaunchJobs::folder(bool isRoot) const {
     if (isRoot) return QStringLiteral("/Library/LaunchDaemons");
     if (m_user.isEmpty())
         throw VLException(
-            VLException::generic,
+            VLException::refused,
             QStringLiteral("There is no user on this computer whose tasks could be scheduled."));
     return WorkstationTree::homePath(m_user) + QStringLiteral("/Library/LaunchAgents");
 }
@@ -66,20 +66,20 @@ QList<LaunchJobs::Entry> LaunchJobs::all() const {
 LaunchJobs::Entry LaunchJobs::require(const QString& fileName) const {
     if (!isJobFileName(fileName))
         throw VLException(
-            VLException::invalidArgument,
+            VLException::refused,
             QStringLiteral("“%1” is not the name of a scheduled task's file.").arg(fileName.left(255)));
     for (const bool isRoot : {true, false}) {
         if (!isRoot && m_user.isEmpty()) break;
         if (auto job = read(fileName, isRoot)) return {fileName, isRoot, *std::move(job)};
     }
-    throw VLException(VLException::generic,
+    throw VLException(VLException::refused,
                       QStringLiteral("There is no scheduled task in the file %1.").arg(fileName));
 }
 
 void LaunchJobs::write(const Entry& entry) const {
     const QByteArray data = entry.job.toData();
     if (data.isEmpty() || data.size() > LaunchJob::largestFile)
-        throw VLException(VLException::generic,
+        throw VLException(VLException::refused,
                           QStringLiteral("The file %1 would become too large.").arg(entry.fileName));
     const TreeWriter writer(m_tree);
     const QString path = folder(entry.isRoot);

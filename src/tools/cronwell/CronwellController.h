@@ -8,9 +8,16 @@
 #include <QVariant>
 
 #include <atomic>
+#include <optional>
 #include <variant>
 
+class ProgressSteps;
+
 /// The scheduled tasks of the selected clients, merged by tool and description.
+///
+/// Workers block. Each ends the status display and then refreshes the rows on a further thread; in this
+/// order, because the refresh starts a display of its own. A worker whose run is cancelled stops at its next
+/// client.
 class CronwellController : public ToolController {
     Q_OBJECT
 public:
@@ -33,7 +40,8 @@ public:
     /// one was installed is dropped.
     void refreshCronwellTasks();
     /// Gives every job of a row that differs the row's most common schedule and state, and adds it where it
-    /// is missing.
+    /// is missing. The common values have the keys of the row's first job only; where that one has another
+    /// kind of schedule, the value is the first job's that reads like the common schedule.
     void cronwellSyncTasks();
     /// What to enable or disable: every task of every client, one client's job, or a row with all its jobs.
     struct EnableRequest {
@@ -48,17 +56,24 @@ public:
     void populateCronwellAppList();
 
     // From the pane, on the main thread: each starts its worker and returns.
+    /// A row, or one client's job in it. By their names, because the rows are replaced while a menu or an
+    /// alert is open.
+    struct Target {
+        QString bundleID, description;
+        QString hostName = {}, fileName = {};  ///< empty: the whole row
+    };
     void cronwellSyncTasksAction();
     void cronwellEnableAllAction();
     void cronwellDisableAllAction();
-    /// Asks over `window` first. Rows as cronwellArray() has them.
-    void cronwellRemoveTaskAction(const QList<int>& rows, QObject* window);
+    /// Asks over `window` first, and then removes the jobs that those rows had when it asked, but none whose
+    /// file has become another task's meanwhile.
+    void cronwellRemoveTaskAction(const QList<Target>& rows, QObject* window);
     /// The pane shows the sheet meanwhile; newTaskAppsChanged() says when there is something to choose from.
     void cronwellAddTaskAction();
     void addCronwellTask(const QVariantMap& arguments);
-    /// A row (`child` below 0) or one client's job in it: writes the value into the row, into every job of a
-    /// merged one as well, and starts the worker.
-    void setEnabled(int row, int child, int enabled);
+    /// Writes the value into the rows (and their jobs) or jobs, and has the clients do it, one after the
+    /// other on one worker. Targets that are gone are skipped.
+    void setEnabled(const QList<Target>& targets, int enabled);
 
     /// The "scheduleType" of the first job whose schedule reads like this; invalid when there is none. Main
     /// thread.
@@ -76,26 +91,36 @@ Q_SIGNALS:
     void newTaskAppsChanged();  ///< the applications to choose from, or whether they are being read
 
 private:
-    class ProgressSteps;
+    /// What is sent to one client: on the authorised path when `root` is not 0; else on the plain one, where
+    /// `settings` travel under `plainKey`.
+    struct Message {
+        const char* selector;
+        QVariant settings;
+        qlonglong root = 0;
+        const char* plainKey = "obj1";
+    };
     using ScheduleTypes = QHash<QString, QVariant>;  ///< by schedule in words
 
+    // Main thread.
+    [[nodiscard]] static std::optional<EnableRequest> write(VLScheduledTask& row, const Target& target,
+                                                            int enabled);
+    void startEnabling(const QList<EnableRequest>& requests);
+    [[nodiscard]] QList<VLScheduledTask> withoutReplaced(QList<VLScheduledTask> rows) const;
+    void setReadingApps(int change);
+    void setupCronwellNewTaskApps(const QVariantList& applications);
+
+    // Workers. `run`: of TaskProgress.
     [[nodiscard]] bool isStopped(int run) const;
     [[nodiscard]] QList<VLScheduledTask> rows() const;  ///< any thread
     void populate();
     void install(QList<VLScheduledTask> rows, int refresh, int run);
-    void setupCronwellNewTaskApps(const QVariantList& applications);
-    void readApps();
-    void setReadingApps(int change);
-
     [[nodiscard]] static ScheduleTypes scheduleTypes(const QList<VLScheduledTask>& rows);
     void syncRow(const VLScheduledTask& row, const ScheduleTypes& types, ProgressSteps& progress);
-    void enableOnHost(const QVariantMap& instance, qlonglong enabled) const;
-    void enableOnAllHosts(const VLScheduledTask& row, qlonglong enabled);
+    void enableTasks(const QList<EnableRequest>& requests);
     void enableEverything(qlonglong enabled) const;
-    void startEnabling(EnableRequest request);
-    /// The authorised path when `root` is not 0; else the plain one, with `settings` under `plainKey`.
-    void send(const char* selector, const QVariant& settings, qlonglong root, const char* plainKey,
-              const QString& hostName) const;
+    void enableOnHost(const QVariantMap& instance, qlonglong enabled, ProgressSteps& progress) const;
+    void enableOnAllHosts(const VLScheduledTask& row, qlonglong enabled, ProgressSteps& progress) const;
+    void send(const Message& message, const QString& hostName) const;
     void sendToAll(const char* selector, const QVariantMap& settings, bool root) const;
     void delayedRefresh();
 

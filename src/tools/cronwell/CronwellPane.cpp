@@ -1,7 +1,6 @@
 #include "tools/cronwell/CronwellPane.h"
 
 #include "system/VLException.h"
-#include "tools/cronwell/CronwellController.h"
 #include "tools/cronwell/CronwellModel.h"
 #include "tools/cronwell/CronwellView.h"
 #include "tools/cronwell/NewTaskSheet.h"
@@ -9,10 +8,11 @@
 
 #include <QAction>
 #include <QMenu>
+#include <QSet>
 #include <QToolButton>
 #include <QTreeView>
 
-#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -40,26 +40,28 @@ CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
 }
 
 /// The tool's drawing and the status say the same as the columns that go first.
-void CronwellView::fitWidth() {
-    const Width fitting = width() >= spacious ? Spacious : width() >= narrow ? Narrow : Tight;
-    if (fitting == m_width) return;
-    m_width = fitting;
-    setColumnWidths(fitting == Spacious ? QList<int>{206, 176, 84, 96, 80, 80}
-                                        : QList<int>{190, 138, 84, 92, 74, 80});
-    outline().setColumnHidden(CronwellModel::Tool, fitting != Spacious);
-    outline().setColumnHidden(CronwellModel::Computers, fitting != Spacious);
+void CronwellView::fitColumns(Width width) {
+    setColumnWidths(width == Spacious ? QList<int>{206, 176, 84, 96, 80, 80}
+                                      : QList<int>{190, 138, 84, 92, 74, 80});
+    outline().setColumnHidden(CronwellModel::Tool, width != Spacious);
+    outline().setColumnHidden(CronwellModel::Computers, width != Spacious);
+}
+
+void CronwellView::fitButtons(Width width) {
     const auto showText = [](QToolButton* button, bool shown) {
         button->setToolButtonStyle(shown ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
     };
     for (QToolButton* button : {m_removeButton, m_enableAll, m_disableAll})
-        showText(button, fitting == Spacious);
+        showText(button, width == Spacious);
     for (QToolButton* button : {m_add, m_sync})
-        showText(button, fitting != Tight);
+        showText(button, width != Tight);
 }
 
 void CronwellView::resizeEvent(QResizeEvent* event) {
     MergedOutlineView::resizeEvent(event);
-    fitWidth();
+    const Width fitting = width() >= spacious ? Spacious : width() >= narrow ? Narrow : Tight;
+    fitButtons(fitting);
+    if (fitting != std::exchange(m_width, fitting)) fitColumns(fitting);
 }
 
 void CronwellView::buildButtons() {
@@ -69,7 +71,7 @@ void CronwellView::buildButtons() {
     m_removeButton =
         addButton(QStringLiteral("cronwellRemoveTaskBtn"), QStringLiteral("trash"), QStringLiteral("Remove…"),
                   QStringLiteral("Delete the selected tasks from every computer that has them"),
-                  [this] { removeSelected(); });
+                  [this] { remove(selectedTasks()); });
     m_sync =
         addButton(QStringLiteral("cronwellSyncBtn"), QStringLiteral("sync"), QStringLiteral("Synchronise"),
                   QStringLiteral("Give every task that differs the schedule that most computers have, "
@@ -87,7 +89,7 @@ void CronwellView::buildButtons() {
     m_remove->setShortcuts({QKeySequence(Qt::Key_Delete), QKeySequence(Qt::Key_Backspace)});
     m_remove->setShortcutContext(Qt::WidgetShortcut);
     outline().addAction(m_remove);
-    connect(m_remove, &QAction::triggered, this, &CronwellView::removeSelected);
+    connect(m_remove, &QAction::triggered, this, [this] { remove(selectedTasks()); });
 }
 
 void CronwellView::installRows() {
@@ -110,11 +112,6 @@ void CronwellView::updateActions() {
     m_removeButton->setEnabled(m_remove->isEnabled());
 }
 
-void CronwellView::check(const Place& place, int, bool on) {
-    if (place.child < 0) collapse(place.row);
-    m_controller.setEnabled(place.row, place.child, on ? 1 : 0);
-}
-
 void CronwellView::cronwellAddTaskAction() {
     try {
         m_controller.cronwellAddTaskAction();
@@ -126,29 +123,72 @@ void CronwellView::cronwellAddTaskAction() {
     }
 }
 
-void CronwellView::removeSelected() {
-    m_controller.cronwellRemoveTaskAction(selectedRows(), window());
+// ---- Changes. What is to be changed is named before a menu opens: the rows may be other ones when it
+// closes.
+
+CronwellView::Target CronwellView::target(const Place& place) const {
+    const VLScheduledTask& row = m_model->rows().at(place.row);
+    Target named{row.taskBundleID(), row.taskDescription()};
+    if (place.child < 0) return named;
+    const QVariantMap job = m_model->client(place);
+    named.hostName = job.value(QStringLiteral("hostname")).toString();
+    named.fileName = job.value(QStringLiteral("filename")).toString();
+    return named;
 }
 
-void CronwellView::enableSelected(bool on) {
-    for (const Place& place : selectedPlaces())
-        if (!place.isMissing) check(place, CronwellModel::Enabled, on);
+/// A row stands for all of its jobs.
+QList<CronwellView::Target> CronwellView::selectedTargets() const {
+    QList<Target> targets;
+    int row = -1;
+    for (const Place& place : selectedPlaces()) {
+        if (place.isMissing || (place.child >= 0 && place.row == row)) continue;
+        if (place.child < 0) row = place.row;
+        targets.append(target(place));
+    }
+    return targets;
+}
+
+QList<CronwellView::Target> CronwellView::selectedTasks() const {
+    QList<Target> rows;
+    for (const int row : selectedRows())
+        rows.append(target({row}));
+    return rows;
+}
+
+void CronwellView::remove(const QList<Target>& rows) {
+    m_controller.cronwellRemoveTaskAction(rows, window());
+}
+
+void CronwellView::setEnabled(const QList<Target>& targets, bool on) {
+    m_controller.setEnabled(targets, on ? 1 : 0);
+    QSet<std::pair<QString, QString>> changed;
+    for (const Target& target : targets)
+        if (target.hostName.isEmpty()) changed.insert({target.bundleID, target.description});
+    for (int row = 0; row < m_model->rowTotal() && !changed.isEmpty(); ++row) {
+        const VLScheduledTask& task = m_model->rows().at(row);
+        if (changed.contains({task.taskBundleID(), task.taskDescription()})) collapse(row);
+    }
+}
+
+void CronwellView::check(const Place& place, int, bool on) {
+    setEnabled({target(place)}, on);
 }
 
 void CronwellView::addMenuItems(QMenu& menu) {
-    const QList<Place> selected = selectedPlaces();
-    const bool any =
-        std::any_of(selected.begin(), selected.end(), [](const Place& p) { return !p.isMissing; });
-    const auto add = [&](const char* symbol, const QString& text, bool on) {
-        QAction* const action =
-            menu.addAction(symbolIcon(QLatin1String(symbol)), text, this, [this, on] { enableSelected(on); });
-        action->setEnabled(any);
-    };
-    add("on", QStringLiteral("Enable"), true);
-    add("off", QStringLiteral("Disable"), false);
+    const QList<Target> targets = selectedTargets();
+    for (const bool on : {true, false}) {
+        QAction* const change = menu.addAction(symbolIcon(on ? QStringLiteral("on") : QStringLiteral("off")),
+                                               on ? QStringLiteral("Enable") : QStringLiteral("Disable"),
+                                               this, [this, targets, on] { setEnabled(targets, on); });
+        change->setEnabled(!targets.isEmpty());
+    }
     menu.addSeparator();
     QAction* const addTask = menu.addAction(symbolIcon(QStringLiteral("add")), QStringLiteral("Add Task…"),
                                             this, &CronwellView::cronwellAddTaskAction);
     addTask->setEnabled(m_add->isEnabled());
-    menu.addAction(m_remove);
+    QAction* const removeTasks = menu.addAction(m_remove->icon(), m_remove->text(), this,
+                                                [this, rows = selectedTasks()] { remove(rows); });
+    removeTasks->setShortcut(m_remove->shortcut());
+    removeTasks->setShortcutContext(Qt::WidgetShortcut);
+    removeTasks->setEnabled(m_remove->isEnabled());
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "tools/cronwell/CronwellController.h"
 #include "tools/merged/MergedOutlineView.h"
 
-class CronwellController;
 class CronwellModel;
 class NewTaskSheet;
 class QAction;
@@ -22,12 +22,17 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    using Target = CronwellController::Target;
     enum Width { Unknown, Tight, Narrow, Spacious };
     void buildButtons();
-    void fitWidth();
+    void fitColumns(Width width);
+    void fitButtons(Width width);
     void cronwellAddTaskAction();
-    void removeSelected();
-    void enableSelected(bool on);
+    [[nodiscard]] Target target(const Place& place) const;
+    [[nodiscard]] QList<Target> selectedTargets() const;
+    [[nodiscard]] QList<Target> selectedTasks() const;  ///< rows only
+    void remove(const QList<Target>& rows);
+    void setEnabled(const QList<Target>& targets, bool on);
 
     CronwellController& m_controller;
     CronwellModel* m_model;

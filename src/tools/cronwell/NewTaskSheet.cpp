@@ -210,6 +210,7 @@ void NewTaskSheet::prepare() {
     m_root->setChecked(false);
     taskScheduleChanged(false);
     m_applications->setCurrentIndex(m_applications->count() > 0 ? 0 : -1);
+    m_tasks->clear();  // nothing to keep of the last time
     setupCronwellNewTaskApps();
     m_applications->setFocus();
 }

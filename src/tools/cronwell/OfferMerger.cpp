@@ -1,6 +1,6 @@
 #include "tools/cronwell/OfferMerger.h"
 
-#include "tools/cronwell/ScheduledTaskList.h"
+#include <QSet>
 
 #include <algorithm>
 
@@ -13,21 +13,35 @@ OfferMerger::Application& OfferMerger::application(const QVariantMap& offered) {
     return m_applications.last();
 }
 
-void OfferMerger::add(const QVariant& answer, const QString& hostName) {
+void OfferMerger::add(const QList<QVariantMap>& applications, const QString& hostName) {
     m_hostNames.append(hostName);
-    for (const QVariantMap& offered : offeredApplications(answer)) {
+    for (const QVariantMap& offered : applications) {
         QList<Task>& tasks = application(offered).tasks;
-        for (const QVariant& value : offered.value(QStringLiteral("tasks")).toList()) {
-            const QVariantMap task = value.toMap();
-            const QString id = task.value(QStringLiteral("taskID")).toString();
-            auto known =
-                std::find_if(tasks.begin(), tasks.end(), [&](const Task& other) { return other.id == id; });
-            if (known == tasks.end())
-                known = tasks.insert(tasks.end(),
-                                     {id, task.value(QStringLiteral("taskDescription")).toString(), {}});
-            if (!known->hostNames.contains(hostName)) known->hostNames.append(hostName);
-        }
+        for (const QVariant& task : offered.value(QStringLiteral("tasks")).toList())
+            addTask(tasks, task.toMap());
     }
+}
+
+/// Of the client that was added last.
+void OfferMerger::addTask(QList<Task>& tasks, const QVariantMap& offered) {
+    const QString id = offered.value(QStringLiteral("taskID")).toString();
+    auto known = std::find_if(tasks.begin(), tasks.end(), [&](const Task& other) { return other.id == id; });
+    if (known == tasks.end()) {
+        if (m_taskCount == maximumTasks) return;
+        ++m_taskCount;
+        tasks.append({id, offered.value(QStringLiteral("taskDescription")).toString(), {}});
+        known = tasks.end() - 1;
+    }
+    if (known->hostNames.isEmpty() || known->hostNames.last() != m_hostNames.last())
+        known->hostNames.append(m_hostNames.last());
+}
+
+QStringList OfferMerger::missingHosts(const Task& task) const {
+    const QSet<QString> present(task.hostNames.begin(), task.hostNames.end());
+    QStringList missing;
+    for (const QString& hostName : m_hostNames)
+        if (!present.contains(hostName)) missing.append(hostName);
+    return missing;
 }
 
 QVariantList OfferMerger::takeApplications() {
@@ -36,14 +50,12 @@ QVariantList OfferMerger::takeApplications() {
     });
     QVariantList applications;
     for (const Application& application : std::as_const(m_applications)) {
+        if (application.tasks.isEmpty()) continue;
         QVariantList tasks;
-        for (const Task& task : application.tasks) {
-            QStringList missing = m_hostNames;
-            missing.removeIf([&](const QString& hostName) { return task.hostNames.contains(hostName); });
+        for (const Task& task : application.tasks)
             tasks.append(QVariantMap{{QStringLiteral("taskID"), task.id},
                                      {QStringLiteral("taskDescription"), task.description},
-                                     {QStringLiteral("missingHosts"), missing}});
-        }
+                                     {QStringLiteral("missingHosts"), missingHosts(task)}});
         applications.append(QVariantMap{{QStringLiteral("taskBundleID"), application.bundleID},
                                         {QStringLiteral("name"), application.name},
                                         {QStringLiteral("tasks"), tasks}});

@@ -12,8 +12,10 @@
 /// it, and says which of them lack it.
 class OfferMerger {
 public:
-    /// One client's answer to vlAppTasks, as it came.
-    void add(const QVariant& answer, const QString& hostName);
+    static constexpr qsizetype maximumTasks = 2'000;  ///< of all together: further ones are left out
+
+    /// One client's applications, as OfferList has them.
+    void add(const QList<QVariantMap>& applications, const QString& hostName);
     /// By name: "taskBundleID", "name", and "tasks", each with "taskID", "taskDescription" and
     /// "missingHosts".
     [[nodiscard]] QVariantList takeApplications();
@@ -28,8 +30,11 @@ private:
         QList<Task> tasks;
     };
     [[nodiscard]] Application& application(const QVariantMap& offered);
+    void addTask(QList<Task>& tasks, const QVariantMap& offered);
+    [[nodiscard]] QStringList missingHosts(const Task& task) const;
 
     QStringList m_hostNames;
     QList<Application> m_applications;
     QHash<QString, qsizetype> m_places;
+    qsizetype m_taskCount = 0;
 };

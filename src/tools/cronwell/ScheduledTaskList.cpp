@@ -11,8 +11,6 @@ using VLCorvalinServerProtocol::accepts;
 using VLCorvalinServerProtocol::integerValue;
 using VLCorvalinServerProtocol::Type;
 
-constexpr qsizetype maximumOffers = 500;
-
 bool isUsableText(const QVariant& value) {
     return value.typeId() == QMetaType::QString &&
            value.toString().size() <= ScheduledTaskList::maximumTextLength;
@@ -93,7 +91,7 @@ std::optional<QVariantMap> cleanTask(const QString& fileName, const QVariant& va
 
 QVariantList cleanOffers(const QVariant& value) {
     QVariantList offers;
-    for (const QVariant& offer : value.toList().mid(0, maximumOffers)) {
+    for (const QVariant& offer : value.toList().mid(0, OfferList::maximumOffers)) {
         const QVariantMap received = offer.toMap();
         const QVariant id = received.value(QStringLiteral("taskID"));
         const QVariant description = received.value(QStringLiteral("taskDescription"));
@@ -104,16 +102,19 @@ QVariantList cleanOffers(const QVariant& value) {
     return offers;
 }
 
+/// Whether the answer is of that kind; the complaint when it isn't. No answer is none of a wrong kind.
+bool isOfType(const QVariant& answer, QMetaType::Type type, const char* kind, QString& complaint) {
+    if (answer.isValid() && answer.typeId() != type)
+        complaint =
+            vlFormat(QStringLiteral("not %@ but %@"), QLatin1String(kind), QLatin1String(answer.typeName()));
+    return answer.typeId() == type;
+}
+
 }  // namespace
 
 ScheduledTaskList ScheduledTaskList::fromAnswer(const QVariant& answer) {
     ScheduledTaskList list;
-    if (!answer.isValid()) return list;
-    if (answer.typeId() != QMetaType::QVariantMap) {
-        list.complaint =
-            vlFormat(QStringLiteral("not a dictionary but %@"), QLatin1String(answer.typeName()));
-        return list;
-    }
+    if (!isOfType(answer, QMetaType::QVariantMap, "a dictionary", list.complaint)) return list;
     const QVariantMap received = answer.toMap();
     int wrongValues = 0;
     for (auto entry = received.cbegin(); entry != received.cend() && list.tasks.size() < maximumTasks;
@@ -128,17 +129,23 @@ ScheduledTaskList ScheduledTaskList::fromAnswer(const QVariant& answer) {
     return list;
 }
 
-QList<QVariantMap> offeredApplications(const QVariant& answer) {
-    QList<QVariantMap> applications;
-    for (const QVariant& value : answer.toList().mid(0, maximumOffers)) {
-        const QVariantMap received = value.toMap();
-        const QVariant bundleID = received.value(QStringLiteral("taskBundleID"));
-        const QVariant name = received.value(QStringLiteral("name"));
-        const QVariantList tasks = cleanOffers(received.value(QStringLiteral("tasks")));
+OfferList OfferList::fromAnswer(const QVariant& answer) {
+    OfferList list;
+    if (!isOfType(answer, QMetaType::QVariantList, "an array", list.complaint)) return list;
+    const QVariantList received = answer.toList();
+    for (const QVariant& value : received.mid(0, maximumOffers)) {
+        const QVariantMap application = value.toMap();
+        const QVariant bundleID = application.value(QStringLiteral("taskBundleID"));
+        const QVariant name = application.value(QStringLiteral("name"));
+        const QVariantList tasks = cleanOffers(application.value(QStringLiteral("tasks")));
         if (!isFilledText(bundleID) || !isFilledText(name) || tasks.isEmpty()) continue;
-        applications.append({{QStringLiteral("taskBundleID"), bundleID},
-                             {QStringLiteral("name"), name},
-                             {QStringLiteral("tasks"), tasks}});
+        list.applications.append({{QStringLiteral("taskBundleID"), bundleID},
+                                  {QStringLiteral("name"), name},
+                                  {QStringLiteral("tasks"), tasks}});
     }
-    return applications;
+    const auto leftOut = int(received.size() - list.applications.size());
+    if (leftOut > 0)
+        list.complaint =
+            vlFormat(QStringLiteral("%i of %i applications left out"), leftOut, int(received.size()));
+    return list;
 }

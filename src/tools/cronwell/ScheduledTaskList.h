@@ -20,6 +20,13 @@ struct ScheduledTaskList {
     [[nodiscard]] static ScheduledTaskList fromAnswer(const QVariant& answer);
 };
 
-/// The applications that offer tasks, as an agent answers vlAppTasks, made safe: "taskBundleID" and "name",
+/// An agent's answer to vlAppTasks, made safe: applications that offer tasks, with "taskBundleID" and "name",
 /// and "tasks", dictionaries of "taskID" and "taskDescription"; all of them texts that are not empty.
-[[nodiscard]] QList<QVariantMap> offeredApplications(const QVariant& answer);
+struct OfferList {
+    QList<QVariantMap> applications;
+    QString complaint;  ///< as above
+
+    static constexpr qsizetype maximumOffers = 100;  ///< applications, and tasks of each
+
+    [[nodiscard]] static OfferList fromAnswer(const QVariant& answer);
+};

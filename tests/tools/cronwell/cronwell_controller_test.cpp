@@ -70,6 +70,18 @@ class CronwellControllerTest : public QObject {
         return run([this] { m_cronwell->refresh(); });
     }
 
+    [[nodiscard]] CronwellController::Target target(int row) const {
+        const VLScheduledTask& task = m_cronwell->cronwellArray().at(row);
+        return {task.taskBundleID(), task.taskDescription()};
+    }
+    [[nodiscard]] CronwellController::Target job(int row, const QString& hostName,
+                                                 const QString& file) const {
+        CronwellController::Target job = target(row);
+        job.hostName = hostName;
+        job.fileName = file;
+        return job;
+    }
+
 private Q_SLOTS:
     void init() {
         m_bench = std::make_unique<AddonryBench>();
@@ -166,7 +178,7 @@ private Q_SLOTS:
         FakeProxy& two = addClient(u"two"_s, {u"b|Clean|x|6|60|off|user"_s});
         QVERIFY(refresh());  // rows: Check, Clean
         QSignalSpy changed(m_cronwell.get(), &ToolController::changed);
-        m_cronwell->setEnabled(1, -1, 1);
+        m_cronwell->setEnabled({target(1)}, 1);
         QCOMPARE(m_cronwell->cronwellArray()[1].enabled(), 1);
         for (const QVariant& child : m_cronwell->cronwellArray()[1].children())
             QCOMPARE(child.toMap().value(u"enabled"_s), QVariant(1));
@@ -177,9 +189,9 @@ private Q_SLOTS:
         QCOMPARE(changed.size(), 2);  // the delayed refresh, which finds them as they were
         QCOMPARE(m_cronwell->cronwellArray()[1].enabled(), 0);
 
-        m_cronwell->setEnabled(0, 0, 1);
+        m_cronwell->setEnabled({job(0, u"one.local."_s, u"r"_s)}, 1);
         QCOMPARE(m_cronwell->cronwellArray()[0].enabled(), 0);
-        m_cronwell->setEnabled(0, 1, 1);  // nobody's
+        m_cronwell->setEnabled({job(0, u"two.local."_s, u"r"_s)}, 1);  // nobody's
         QVERIFY(VLThread::joinAll(patience));
         QCOMPARE(changes(one).last(), u"enable auth obj1 enabled=1 filename=r"_s);
         m_cronwell->cronwellDisableAllAction();
@@ -207,15 +219,16 @@ private Q_SLOTS:
         VLAlert::setPresenter(
             [&](const QVariantMap& description, QObject*, const std::function<void(int)>& ended) {
                 asked.append(description);
+                if (answer == VLAlert::DefaultReturn) m_cronwell->clearData();  // a change of the selection
                 ended(answer);
                 return [] {};
             });
         m_cronwell->cronwellRemoveTaskAction({}, nullptr);
-        m_cronwell->cronwellRemoveTaskAction({0}, nullptr);
+        m_cronwell->cronwellRemoveTaskAction({target(0)}, nullptr);
         QVERIFY(VLThread::joinAll(patience));
         QVERIFY(changes(one).isEmpty());
         answer = VLAlert::DefaultReturn;
-        m_cronwell->cronwellRemoveTaskAction({0, 1, 7}, nullptr);
+        m_cronwell->cronwellRemoveTaskAction({target(0), target(1), {u"x"_s, u"gone"_s}}, nullptr);
         QVERIFY(VLThread::joinAll(patience));
         VLAlert::setPresenter({});
         QCOMPARE(changes(one), (QStringList{u"remove auth obj1 r"_s, u"remove plain obj2 a"_s}));

@@ -38,6 +38,9 @@ class CronwellFleetTest : public QObject {
     [[nodiscard]] const VLScheduledTask& task(const QString& description) {
         return cronwell().cronwellArray().at(row(description));
     }
+    [[nodiscard]] CronwellController::Target target(const QString& description) {
+        return {task(description).taskBundleID(), description};
+    }
     /// A client counts as not connected after a failure, until it was connected anew.
     [[nodiscard]] bool isBack(int machine) {
         return QTest::qWaitFor([&] { return m_fleet->client(machine)->isConnected(); }, 30'000);
@@ -118,9 +121,12 @@ private Q_SLOTS:
             QCOMPARE(value(m_fleet->path(machine, added), "StartInterval"), QVariant(900LL));
         QCOMPARE(m_fleet->timesAsked, 4);  // each is another computer's administrator
 
-        cronwell().setEnabled(row(u"Clean everything"_s), -1, 0);
+        cronwell().setEnabled({target(u"Clean everything"_s)}, 0);
         QVERIFY(m_fleet->waitForWorkers());
-        cronwell().setEnabled(row(u"Back up preferences"_s), 2, 0);
+        CronwellController::Target ofOne = target(u"Back up preferences"_s);
+        ofOne.hostName = m_fleet->hostName(2);
+        ofOne.fileName = QFileInfo(agentFile(2, u"backup"_s)).fileName();
+        cronwell().setEnabled({ofOne}, 0);
         QVERIFY(m_fleet->waitForWorkers());
         for (int machine = 0; machine < 4; ++machine) {
             QCOMPARE(value(m_fleet->path(machine, added), "Disabled"), QVariant(true));
@@ -149,7 +155,7 @@ private Q_SLOTS:
     void refusedCredentials() {
         m_fleet->answer.password = u"guess"_s;
         const QStringList before = jobs(0);
-        cronwell().setEnabled(row(u"Check for updates"_s), -1, 0);
+        cronwell().setEnabled({target(u"Check for updates"_s)}, 0);
         QVERIFY(m_fleet->waitForWorkers());
         QVERIFY(m_fleet->refusals > 0);
         QCOMPARE(jobs(0), before);

@@ -183,7 +183,7 @@ private Q_SLOTS:
         for (const QVariantMap& task : list.tasks)
             QVERIFY(task.contains(u"filename"_s) && task.contains(u"enabled"_s));
         OfferMerger merger;  // the same rubbish as an answer to the other question
-        merger.add(answer, u"a."_s);
+        merger.add(OfferList::fromAnswer(answer).applications, u"a."_s);
         QVERIFY(merger.takeApplications().isEmpty());
     }
 
@@ -195,9 +195,11 @@ private Q_SLOTS:
             return QVariantMap{{u"taskBundleID"_s, bundleID}, {u"name"_s, bundleID}, {u"tasks"_s, tasks}};
         };
         OfferMerger merger;
-        merger.add(QVariantList{offers(u"Tidy"_s, {u"clean"_s}), offers(u"broken"_s, {u""_s})}, u"a."_s);
-        merger.add(QVariantList{offers(u"Check"_s, {u"check"_s}), offers(u"Tidy"_s, {u"all"_s, u"clean"_s})},
-                   u"b."_s);
+        const auto add = [&merger](const QVariantList& answer, const QString& hostName) {
+            merger.add(OfferList::fromAnswer(answer).applications, hostName);
+        };
+        add({offers(u"Tidy"_s, {u"clean"_s}), offers(u"broken"_s, {u""_s})}, u"a."_s);
+        add({offers(u"Check"_s, {u"check"_s}), offers(u"Tidy"_s, {u"all"_s, u"clean"_s})}, u"b."_s);
         QStringList found;
         for (const QVariant& value : merger.takeApplications()) {
             const QVariantMap application = value.toMap();
