@@ -200,7 +200,7 @@ private Q_SLOTS:
         const QStringList lines = logLines();
         QVERIFY(lines.contains("Syncing Addonry plugins...") && lines.contains("Progress: Syncing Echo..."));
         QCOMPARE(lines.filter("Populating Addonry plugins...").size(), 2);
-        QVERIFY(!m_bench->progress.isProcessing());
+        QTRY_VERIFY(!m_bench->progress.isProcessing());
     }
 
     void failuresStopOnlyTheirRow() {
