@@ -16,6 +16,18 @@ inline QString quickFolder() {
     return (QFileInfo(memory).isWritable() ? memory : QDir::tempPath()) + QStringLiteral("/corvalin-XXXXXX");
 }
 
+/// A console that keeps what an agent last told it of a refusal: the code of an error or the reason.
+struct RefusalListener : VLRemoteCallback {
+    void post(const QString&, const QVariantList& arguments) override {
+        const QVariantMap told = arguments.first().toMap();
+        reason =
+            told.value(QStringLiteral("code")).toString() + told.value(QStringLiteral("reason")).toString();
+    }
+    QVariant perform(const QString&, const QVariantList&, std::chrono::milliseconds) override { return {}; }
+    [[nodiscard]] bool isConnected() const override { return true; }
+    QString reason;
+};
+
 /// A sample workstation with its agent, without the network, and a console that hears of refusals.
 class SampleAgent {
 public:
@@ -49,19 +61,8 @@ public:
     [[nodiscard]] const WorkstationTree& tree() const { return m_agent->tree; }
 
 private:
-    struct Console : VLRemoteCallback {
-        void post(const QString&, const QVariantList& arguments) override {
-            reason = arguments.first().toMap().value(QStringLiteral("reason")).toString();
-        }
-        QVariant perform(const QString&, const QVariantList&, std::chrono::milliseconds) override {
-            return {};
-        }
-        [[nodiscard]] bool isConnected() const override { return true; }
-        QString reason;
-    };
-
     QTemporaryDir m_folder{quickFolder()};
-    std::shared_ptr<Console> m_console = std::make_shared<Console>();
+    std::shared_ptr<RefusalListener> m_console = std::make_shared<RefusalListener>();
     std::shared_ptr<AgentContext> m_agent;
     std::unique_ptr<AgentRoot> m_root;
 };

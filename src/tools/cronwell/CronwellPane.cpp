@@ -17,7 +17,7 @@
 namespace {
 
 // Pane widths below which the less telling columns and words step back.
-constexpr int spacious = 760, narrow = 560;
+constexpr int roomy = 960, spacious = 760, narrow = 560;
 
 }  // namespace
 
@@ -41,10 +41,10 @@ CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
 
 /// The tool's drawing and the status say the same as the columns that go first.
 void CronwellView::fitColumns(Width width) {
-    setColumnWidths(width == Spacious ? QList<int>{206, 176, 84, 96, 80, 80}
+    setColumnWidths(width >= Spacious ? QList<int>{216, 186, 84, 96, 80, 88}
                                       : QList<int>{190, 138, 84, 92, 74, 80});
-    outline().setColumnHidden(CronwellModel::Tool, width != Spacious);
-    outline().setColumnHidden(CronwellModel::Computers, width != Spacious);
+    outline().setColumnHidden(CronwellModel::Tool, width != Roomy);
+    outline().setColumnHidden(CronwellModel::Computers, width != Roomy);
 }
 
 void CronwellView::fitButtons(Width width) {
@@ -52,14 +52,17 @@ void CronwellView::fitButtons(Width width) {
         button->setToolButtonStyle(shown ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
     };
     for (QToolButton* button : {m_removeButton, m_enableAll, m_disableAll})
-        showText(button, width == Spacious);
+        showText(button, width >= Spacious);
     for (QToolButton* button : {m_add, m_sync})
-        showText(button, width != Tight);
+        showText(button, width >= Narrow);
 }
 
 void CronwellView::resizeEvent(QResizeEvent* event) {
     MergedOutlineView::resizeEvent(event);
-    const Width fitting = width() >= spacious ? Spacious : width() >= narrow ? Narrow : Tight;
+    const Width fitting = width() >= roomy      ? Roomy
+                          : width() >= spacious ? Spacious
+                          : width() >= narrow   ? Narrow
+                                                : Tight;
     fitButtons(fitting);
     if (fitting != std::exchange(m_width, fitting)) fitColumns(fitting);
 }

@@ -23,7 +23,7 @@ protected:
 
 private:
     using Target = CronwellController::Target;
-    enum Width { Unknown, Tight, Narrow, Spacious };
+    enum Width { Unknown, Tight, Narrow, Spacious, Roomy };
     void buildButtons();
     void fitColumns(Width width);
     void fitButtons(Width width);
