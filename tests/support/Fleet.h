@@ -44,6 +44,8 @@ public:
 
     /// True when `count` agents run and the console knows all of them.
     [[nodiscard]] bool start(int count) {
+        // A fleet before this one may have had an agent with another key on a port that comes up again.
+        QDir(VLLocalPaths::configDirectory() + QStringLiteral("/agents")).removeRecursively();
         ConsoleIdentity::exportCertificate(m_folder.filePath(QStringLiteral("console.crt")));
         for (int machine = 0; machine < count; ++machine) {
             const QStringList make{QStringLiteral("--make-sample"), folder(machine),

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QStringList>
 #include <QTest>
 
+#include <initializer_list>
 #include <type_traits>
 
 /// The columns of a data-driven test; each call adds a row:
@@ -17,3 +19,15 @@ public:
         (QTest::newRow(tag) << ... << values);
     }
 };
+
+/// A table of texts: a row in each line, its columns apart by "|". The whole line is the tag.
+inline void addTextRows(std::initializer_list<const char*> columns, const QString& table) {
+    for (const char* column : columns)
+        QTest::addColumn<QString>(column);
+    for (const QString& line : table.split(u'\n', Qt::SkipEmptyParts)) {
+        const QStringList texts = line.split(u'|');
+        QTestData& row = QTest::newRow(qPrintable(line.simplified()));
+        for (size_t column = 0; column < columns.size(); ++column)
+            row << texts.value(qsizetype(column)).trimmed();
+    }
+}

@@ -226,6 +226,7 @@ QList<VLScheduledTask> CronwellController::withoutReplaced(QList<VLScheduledTask
         });
         row.setChildren(children);
     }
+    rows.removeIf([](const VLScheduledTask& row) { return row.children().isEmpty(); });
     return rows;
 }
 

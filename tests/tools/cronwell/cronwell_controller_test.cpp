@@ -1,18 +1,21 @@
+#include "support/TestTable.h"
+#include "support/ToolBench.h"
 #include "system/VLAlert.h"
-#include "tools/addonry/AddonryBench.h"
 #include "tools/cronwell/CronwellController.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString tool = u"com.velmora.Tidyhand"_s;
+
 /// "File|description|schedule|type|value|on|root".
 QVariantMap task(const QStringList& words) {
-    QVariantMap task{{u"taskDescription"_s, words[1]},
-                     {u"taskBundleID"_s, u"com.velmora.Tidyhand"_s},
+    QVariantMap task{{u"filename"_s, words[0]},
+                     {u"taskDescription"_s, words[1]},
+                     {u"taskBundleID"_s, tool},
                      {u"taskID"_s, u"clean"_s},
                      {u"frequencyDescription"_s, words[2]},
                      {u"scheduleType"_s, words[3].toInt()},
@@ -34,22 +37,14 @@ FakeProxy::Answer having(const QStringList& tasks) {
     };
 }
 
-/// What was sent that changes something: "edit plain obj1 bundleid=…".
+/// What was sent that changes something: "edit plain {obj1 = {bundleid = …}}".
 QStringList changes(const FakeProxy& proxy) {
     QStringList lines;
     for (const auto& [selector, arguments] : proxy.sent()) {
-        if (!selector.startsWith(u"cronwell"_s) || selector == u"cronwellTaskDictionary"_s) continue;
-        const QVariantMap objects = arguments.value(1).toMap();
-        QStringList words{selector.mid(8).section(u"Task"_s, 0, 0).toLower(),
-                          arguments.value(0).isValid() ? u"auth"_s : u"plain"_s};
-        for (auto object = objects.cbegin(); object != objects.cend(); ++object) {
-            words.append(object.key());
-            const QVariantMap settings = object->toMap();
-            for (auto setting = settings.cbegin(); setting != settings.cend(); ++setting)
-                words.append(setting.key() + u'=' + setting->toString());
-            if (settings.isEmpty()) words.append(object->toString());
-        }
-        lines.append(words.join(u' '));
+        if (!selector.contains(u"Task:"_s)) continue;
+        const QString way = arguments.value(0).isValid() ? u"auth"_s : u"plain"_s;
+        lines.append(vlFormat(u"%@ %@ %@"_s, selector.mid(8).section(u"Task"_s, 0, 0).toLower(), way,
+                              arguments.value(1)));
     }
     return lines;
 }
@@ -59,7 +54,7 @@ QStringList changes(const FakeProxy& proxy) {
 class CronwellControllerTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<AddonryBench> m_bench;
+    std::unique_ptr<ToolBench> m_bench;
     std::shared_ptr<CronwellController> m_cronwell;
 
     FakeProxy& addClient(const QString& name, const QStringList& tasks) {
@@ -70,22 +65,10 @@ class CronwellControllerTest : public QObject {
         return run([this] { m_cronwell->refresh(); });
     }
 
-    [[nodiscard]] CronwellController::Target target(int row) const {
-        const VLScheduledTask& task = m_cronwell->cronwellArray().at(row);
-        return {task.taskBundleID(), task.taskDescription()};
-    }
-    [[nodiscard]] CronwellController::Target job(int row, const QString& hostName,
-                                                 const QString& file) const {
-        CronwellController::Target job = target(row);
-        job.hostName = hostName;
-        job.fileName = file;
-        return job;
-    }
-
 private Q_SLOTS:
     void init() {
-        m_bench = std::make_unique<AddonryBench>();
-        m_cronwell = std::make_shared<CronwellController>(m_bench->controller.context());
+        m_bench = std::make_unique<ToolBench>();
+        m_cronwell = std::make_shared<CronwellController>(m_bench->context());
     }
     void cleanup() {
         m_cronwell.reset();
@@ -111,64 +94,52 @@ private Q_SLOTS:
                               {u"enabled"_s, -1},
                               {u"frequencyDescription"_s, QString()},
                               {u"taskDescription"_s, u"Clean"_s}}));
-        QCOMPARE(m_cronwell->cronwellArray()[1].children()[1].toMap().value(u"filename"_s), QVariant(u"c"_s));
         QCOMPARE(m_cronwell->taskScheduleScheduleTypeForDescription(u"Every 60 seconds"_s), QVariant(6));
         QVERIFY(!m_cronwell->taskScheduleScheduleTypeForDescription(u"(various)"_s).isValid());
-        QVERIFY(!logLines().filter(u"Populating Cronwell tasks..."_s).isEmpty());
-        m_cronwell->clearData();
-        QVERIFY(m_cronwell->cronwellArray().isEmpty() && !m_cronwell->hasResult());
     }
 
     void synchronises_data() {
-        QTest::addColumn<QStringList>("tasks");  // one client each; empty: it has none
-        QTest::addColumn<QStringList>("sent");   // to each; empty: nothing
-        const QString settings = u"bundleid=com.velmora.Tidyhand "_s;
-        const QString three = u"a|Clean|Every day at 3:00|7|3|on|user"_s,
-                      four = u"b|Clean|Every day at 4:00|7|4|on|user"_s,
-                      often = u"c|Clean|Every 60 seconds|6|60|on|user"_s,
-                      off = u"d|Clean|Every day at 3:00|7|3|off|user"_s,
-                      rooted = u"e|Clean|Every 60 seconds|6|60|on|root"_s,
-                      watching = u"f|Clean|Whenever /a changes|8|/a|on|user"_s,
-                      other = u"g|Clean|Odd|0||on|user"_s;
-        const auto to = [&](const char* verb, const QString& fileName, const QString& value, int type,
-                            int enabled = 1) {
-            const QString file = fileName.isEmpty() ? QString() : u" filename="_s + fileName;
-            const QString interval = value.isEmpty() ? QString() : u" intervalval="_s + value;
-            return QString(QLatin1String(verb) + u" obj1 "_s + settings + u"enabled=%1"_s.arg(enabled) +
-                           file + interval + u" scheduletype=%1 taskid=clean"_s.arg(type));
-        };
-        QTest::newRow("alike") << QStringList{three, three} << QStringList{{}, {}};
-        QTest::newRow("most have it") << QStringList{four, three, three}
-                                      << QStringList{to("edit plain", u"b"_s, u"0,3,,,"_s, 7), {}, {}};
-        QTest::newRow("as many: the first")
-            << QStringList{three, four} << QStringList{{}, to("edit plain", u"b"_s, u"0,3,,,"_s, 7)};
-        QTest::newRow("enabled") << QStringList{off, three, three}
-                                 << QStringList{to("edit plain", u"d"_s, u"0,3,,,"_s, 7), {}, {}};
-        QTest::newRow("missing") << QStringList{three, {}, three}
-                                 << QStringList{{}, to("add plain", {}, u"0,3,,,"_s, 7), {}};
-        QTest::newRow("seconds") << QStringList{often, {}}
-                                 << QStringList{{}, to("add plain", {}, u"60"_s, 6)};
-        QTest::newRow("directory") << QStringList{watching, {}}
-                                   << QStringList{{}, to("add plain", {}, u"/a"_s, 8)};
-        QTest::newRow("no schedule") << QStringList{other, {}} << QStringList{{}, to("add plain", {}, {}, 0)};
-        QTest::newRow("administrator's")
-            << QStringList{rooted, {}} << QStringList{{}, to("add auth", {}, u"60"_s, 6)};
-        // The common values have the keys of the first, who has another kind of schedule.
-        QTest::newRow("first is of another kind")
-            << QStringList{often, three, three}
-            << QStringList{to("edit plain", u"c"_s, u"0,3,,,"_s, 7), {}, {}};
+        // The task of each client, if any, and what is sent to one of them: value and type, or only a type.
+        addTextRows({"clients", "receiver", "sent", "schedule"},
+                    uR"(
+three three
+four three three|0|edit plain b|0,3,,, 7
+three four|1|edit plain b|0,3,,, 7
+off three three|0|edit plain d|0,3,,, 7
+three - three|1|add plain|0,3,,, 7
+often -|1|add plain|60 6
+watching -|1|add plain|/a 8
+other -|1|add plain|0
+rooted -|1|add auth|60 6
+often three three|0|edit plain c|0,3,,, 7
+)"_s);  // the last: the common values have the keys of the first, who has another kind of schedule
     }
     void synchronises() {
-        QFETCH(QStringList, tasks);
-        QFETCH(QStringList, sent);
-        QList<FakeProxy*> clients;
-        for (qsizetype i = 0; i < tasks.size(); ++i)
-            clients.append(
-                &addClient(QString::number(i), tasks[i].isEmpty() ? QStringList() : QStringList{tasks[i]}));
+        QFETCH(QString, clients);
+        QFETCH(QString, receiver);
+        QFETCH(QString, sent);
+        QFETCH(QString, schedule);
+        const QHash<QString, QString> tasks{{u"three"_s, u"a|Clean|Every day at 3:00|7|3|on|user"_s},
+                                            {u"four"_s, u"b|Clean|Every day at 4:00|7|4|on|user"_s},
+                                            {u"often"_s, u"c|Clean|Every 60 seconds|6|60|on|user"_s},
+                                            {u"off"_s, u"d|Clean|Every day at 3:00|7|3|off|user"_s},
+                                            {u"rooted"_s, u"e|Clean|Every 60 seconds|6|60|on|root"_s},
+                                            {u"watching"_s, u"f|Clean|Whenever /a changes|8|/a|on|user"_s},
+                                            {u"other"_s, u"g|Clean|Odd|0||on|user"_s}};
+        QList<FakeProxy*> proxies;
+        for (const QString& name : clients.split(u' '))
+            proxies.append(&addClient(QString::number(proxies.size()),
+                                      tasks.contains(name) ? QStringList{tasks[name]} : QStringList()));
         QVERIFY(refresh());
         QVERIFY(run([this] { m_cronwell->cronwellSyncTasks(); }));
-        for (qsizetype i = 0; i < tasks.size(); ++i)
-            QCOMPARE(changes(*clients[i]).join(u'\n'), sent[i]);
+        const QString file = sent.section(u' ', 2), value = schedule.section(u' ', 0, -2);
+        const QString expected = sent.section(u' ', 0, 1) +
+                                 u" {obj1 = {bundleid = com.velmora.Tidyhand; enabled = 1; "_s +
+                                 (file.isEmpty() ? QString() : u"filename = %1; "_s.arg(file)) +
+                                 (value.isEmpty() ? QString() : u"intervalval = %1; "_s.arg(value)) +
+                                 u"scheduletype = %1; taskid = clean}}"_s.arg(schedule.section(u' ', -1));
+        for (qsizetype i = 0; i < proxies.size(); ++i)
+            QCOMPARE(changes(*proxies[i]).join(u'\n'), receiver == QString::number(i) ? expected : QString());
         QVERIFY(!logLines().filter(u"Syncing Cronwell tasks..."_s).isEmpty());
         QCOMPARE(logLines().filter(u"Populating Cronwell tasks..."_s).size(), 2);
     }
@@ -177,85 +148,80 @@ private Q_SLOTS:
         FakeProxy& one = addClient(u"one"_s, {u"a|Clean|x|6|60|off|user"_s, u"r|Check|x|6|60|off|root"_s});
         FakeProxy& two = addClient(u"two"_s, {u"b|Clean|x|6|60|off|user"_s});
         QVERIFY(refresh());  // rows: Check, Clean
+        const auto& rows = m_cronwell->cronwellArray();
         QSignalSpy changed(m_cronwell.get(), &ToolController::changed);
-        m_cronwell->setEnabled({target(1)}, 1);
-        QCOMPARE(m_cronwell->cronwellArray()[1].enabled(), 1);
-        for (const QVariant& child : m_cronwell->cronwellArray()[1].children())
+        m_cronwell->setEnabled({{tool, u"Clean"_s},
+                                {tool, u"Check"_s, u"one.local."_s, u"r"_s},
+                                {tool, u"Check"_s, u"two.local."_s, u"r"_s},  // nobody's
+                                {tool, u"gone"_s}},
+                               1);
+        QVERIFY(rows[1].enabled() == 1 && rows[0].enabled() == 0);
+        for (const QVariant& child : rows[0].children() + rows[1].children())
             QCOMPARE(child.toMap().value(u"enabled"_s), QVariant(1));
         QCOMPARE(changed.size(), 1);
         QVERIFY(VLThread::joinAll(patience));
-        QCOMPARE(changes(one), QStringList{u"enable plain obj1 enabled=1 filename=a"_s});
-        QCOMPARE(changes(two), QStringList{u"enable plain obj1 enabled=1 filename=b"_s});
-        QCOMPARE(changed.size(), 2);  // the delayed refresh, which finds them as they were
-        QCOMPARE(m_cronwell->cronwellArray()[1].enabled(), 0);
+        const auto enable = [](const char* way, const char* more) {
+            return u"enable %1 {obj1 = {enabled = %2}}"_s.arg(QLatin1String(way), QLatin1String(more));
+        };
+        QCOMPARE(changes(one),
+                 (QStringList{enable("plain", "1; filename = a"), enable("auth", "1; filename = r")}));
+        QCOMPARE(changes(two), QStringList{enable("plain", "1; filename = b")});
+        QCOMPARE(changed.size(), 2);  // the one delayed refresh, which finds them as they were
+        QCOMPARE(rows[1].enabled(), 0);
 
-        m_cronwell->setEnabled({job(0, u"one.local."_s, u"r"_s)}, 1);
-        QCOMPARE(m_cronwell->cronwellArray()[0].enabled(), 0);
-        m_cronwell->setEnabled({job(0, u"two.local."_s, u"r"_s)}, 1);  // nobody's
-        QVERIFY(VLThread::joinAll(patience));
-        QCOMPARE(changes(one).last(), u"enable auth obj1 enabled=1 filename=r"_s);
         m_cronwell->cronwellDisableAllAction();
         QVERIFY(VLThread::joinAll(patience));
         for (const FakeProxy* client : {&one, &two})
-            QCOMPARE(changes(*client).last(), u"enable auth obj1 enabled=0"_s);
+            QCOMPARE(changes(*client).last(), enable("auth", "0"));
         m_bench->services.removeFirst();
         QVERIFY(refresh());
         m_cronwell->cronwellEnableAllAction();
         QVERIFY(VLThread::joinAll(patience));
-        QCOMPARE(changes(two).last(), u"enable plain obj1 enabled=1"_s);
-        const QString log = logLines().join(u'\n');
+        QCOMPARE(changes(two).last(), enable("plain", "1"));
+        m_cronwell->addCronwellTask({{u"root"_s, 0}});
+        QVERIFY(VLThread::joinAll(patience));
+        QCOMPARE(changes(two).last(), u"add plain {obj1 = {root = 0}}"_s);
+        const QStringList log = logLines();
         for (const QString& line :
-             {u"Enabling Cronwell task on all hosts..."_s,
-              u"Enabling Cronwell task Check on host one.local...."_s, u"Disabling all Cronwell tasks..."_s,
-              u"Enabling all Cronwell tasks..."_s})
+             {u"Enabling Cronwell task on all hosts..."_s, u"Disabling all Cronwell tasks..."_s,
+              u"Enabling Cronwell task Check on host one.local...."_s, u"Enabling all Cronwell tasks..."_s})
             QVERIFY2(log.contains(line), qPrintable(line));
     }
 
+    /// A refresh while the alert is open changes nothing about what it asked.
     void removesWhatWasConfirmed() {
-        FakeProxy& one = addClient(u"one"_s, {u"a|Clean|x|6|60|on|user"_s, u"r|Check|x|6|60|on|root"_s});
+        const QStringList tasks{u"a|Clean|x|6|60|on|user"_s, u"r|Check|x|6|60|on|root"_s,
+                                u"o|Old|x|6|60|on|user"_s};
+        FakeProxy& one = addClient(u"one"_s, tasks);
         QVERIFY(refresh());
-        QList<QVariantMap> asked;
+        QStringList asked;
         int answer = VLAlert::AlternateReturn;
-        VLAlert::setPresenter(
-            [&](const QVariantMap& description, QObject*, const std::function<void(int)>& ended) {
-                asked.append(description);
-                if (answer == VLAlert::DefaultReturn) m_cronwell->clearData();  // a change of the selection
-                ended(answer);
-                return [] {};
-            });
+        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
+            for (const auto& key :
+                 {u"messageText"_s, u"informativeText"_s, u"defaultButtonTitle"_s, u"alternateButtonTitle"_s})
+                asked.append(alert.value(key).toString());
+            // The file of "Old" is another task's by now, and the others were not found this time.
+            m_cronwell->setCronwellArray({VLScheduledTask::scheduledTask(
+                task({u"o"_s, u"New"_s, u"x"_s, u"6"_s, u"60"_s, u"on"_s, u"user"_s}), u"one.local."_s)});
+            ended(answer);
+            return [] {};
+        });
         m_cronwell->cronwellRemoveTaskAction({}, nullptr);
-        m_cronwell->cronwellRemoveTaskAction({target(0)}, nullptr);
+        m_cronwell->cronwellRemoveTaskAction({{tool, u"Check"_s}}, nullptr);
         QVERIFY(VLThread::joinAll(patience));
         QVERIFY(changes(one).isEmpty());
         answer = VLAlert::DefaultReturn;
-        m_cronwell->cronwellRemoveTaskAction({target(0), target(1), {u"x"_s, u"gone"_s}}, nullptr);
+        QVERIFY(refresh());
+        const QList<CronwellController::Target> chosen{
+            {tool, u"Check"_s}, {tool, u"Clean"_s}, {tool, u"Old"_s}, {tool, u"gone"_s}};
+        m_cronwell->cronwellRemoveTaskAction(chosen, nullptr);
         QVERIFY(VLThread::joinAll(patience));
         VLAlert::setPresenter({});
-        QCOMPARE(changes(one), (QStringList{u"remove auth obj1 r"_s, u"remove plain obj2 a"_s}));
-        QCOMPARE(asked.size(), 2);
-        const auto text = [&](int alert, const char* key) {
-            return asked[alert].value(QLatin1String(key)).toString();
-        };
-        QCOMPARE(text(0, "messageText"), u"Are you sure you wish to delete this task?"_s);
-        QCOMPARE(text(1, "messageText"), u"Are you sure you wish to delete these tasks?"_s);
-        QCOMPARE(text(1, "informativeText"), u"This cannot be undone."_s);
-        QCOMPARE(text(1, "defaultButtonTitle"), u"Remove"_s);
-        QCOMPARE(text(1, "alternateButtonTitle"), u"Cancel"_s);
+        QCOMPARE(changes(one), (QStringList{u"remove auth {obj1 = r}"_s, u"remove plain {obj2 = a}"_s}));
+        const QStringList rest{u"This cannot be undone."_s, u"Remove"_s, u"Cancel"_s};
+        QCOMPARE(asked, QStringList{u"Are you sure you wish to delete this task?"_s} + rest +
+                            QStringList{u"Are you sure you wish to delete these tasks?"_s} + rest);
         QVERIFY(!logLines().filter(u"Removing Cronwell tasks: (Check, Clean)"_s).isEmpty());
-    }
-
-    void addsOnEveryClient() {
-        FakeProxy& one = addClient(u"one"_s, {});
-        FakeProxy& two = addClient(u"two"_s, {});
-        for (const int root : {0, 1}) {
-            m_cronwell->addCronwellTask({{u"bundleid"_s, u"x"_s}, {u"root"_s, root}});
-            QVERIFY(VLThread::joinAll(patience));
-        }
-        for (const FakeProxy* client : {&one, &two})
-            QCOMPARE(changes(*client), (QStringList{u"add plain obj1 bundleid=x root=0"_s,
-                                                    u"add auth obj1 bundleid=x root=1"_s}));
-        QVERIFY(
-            !logLines().filter(u"Adding Cronwell task with arguments: {bundleid = x; root = 0}"_s).isEmpty());
     }
 
     /// Cancelling in the middle leaves the clients that were not reached yet as they are.
@@ -270,7 +236,7 @@ private Q_SLOTS:
         QVERIFY(refresh());
         QVERIFY(run([this] { m_cronwell->cronwellSyncTasks(); }));
         QVERIFY(changes(three).isEmpty());
-        QVERIFY(!m_bench->progress.isProcessing() && !m_cronwell->isBusy());
+        QTRY_VERIFY(!m_bench->progress.isProcessing() && !m_cronwell->isBusy());
     }
 };
 

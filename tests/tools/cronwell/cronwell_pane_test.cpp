@@ -1,4 +1,5 @@
 #include "support/TestEnvironment.h"
+#include "support/TestTable.h"
 #include "system/VLAlert.h"
 #include "tools/cronwell/CronwellController.h"
 #include "ui/SampleConsole.h"
@@ -8,6 +9,7 @@
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QToolButton>
 #include <QTreeView>
@@ -16,23 +18,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QVariantMap application(const QString& name, const QStringList& tasks) {
-    QVariantList offered;
-    for (const QString& task : tasks)
-        offered.append(QVariantMap{{u"taskID"_s, task.toLower()}, {u"taskDescription"_s, task}});
-    return {{u"taskBundleID"_s, u"com.velmora."_s + name}, {u"name"_s, name}, {u"tasks"_s, offered}};
-}
+const QString tool = u"com.velmora.Tidyhand"_s;
 
-VLScheduledTask row(const QString& description, const QStringList& hostNames) {
-    VLScheduledTask row;
-    for (const QString& hostName : hostNames)
-        row.addChild({{u"taskDescription"_s, description},
-                      {u"taskBundleID"_s, u"com.velmora.Tidyhand"_s},
-                      {u"frequencyDescription"_s, u"Every day at 3:00"_s},
-                      {u"filename"_s, u"a.plist"_s},
-                      {u"enabled"_s, 1}},
-                     hostName);
-    return row;
+VLScheduledTask row(const QString& description, const QString& hostName) {
+    return VLScheduledTask::scheduledTask({{u"taskDescription"_s, description},
+                                           {u"taskBundleID"_s, tool},
+                                           {u"filename"_s, QString(description + u".plist"_s)},
+                                           {u"enabled"_s, 1}},
+                                          hostName);
 }
 
 }  // namespace
@@ -42,6 +35,7 @@ class CronwellPaneTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<SampleConsole> m_console;
+    QString m_host;
 
     [[nodiscard]] CronwellController& cronwell() {
         return *static_cast<CronwellController*>(m_console->controller->toolController(u"cronwell"_s));
@@ -63,7 +57,10 @@ private Q_SLOTS:
         m_console->window->resize(1400, 800);
         m_console->window->show();
         m_console->window->showTool(u"cronwell"_s);
+        m_host = m_console->add(u"One"_s, u"10.0.0.1"_s)->hostName();
+        m_console->controller->services().selectAll();
         QVERIFY(VLThread::joinAll(30s));
+        startNewLog();
     }
     void cleanup() {
         m_console->controller->shutDown();
@@ -73,44 +70,33 @@ private Q_SLOTS:
     }
 
     void newTask_data() {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("entries");  // "field text"; a menu's text is its index
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QString>("value");  // empty: cannot be added
-        QTest::newRow("as it comes") << 0 << QString() << u"Every day at 3:00"_s << u"0,3,,,"_s;
-        QTest::newRow("monday") << 0 << u"taskHourText 14,taskMinuteText 30,taskWeekdayMenu 1"_s
-                                << u"Every Monday at 14:30"_s << u"30,14,,1,"_s;
-        QTest::newRow("sunday") << 0 << u"taskHourText 9,taskMinuteText ,taskWeekdayMenu 7,taskMonthMenu 2"_s
-                                << u"Every February on every Sunday at 9:00"_s << u",9,,0,2"_s;
-        QTest::newRow("hour") << 0 << u"taskHourText 24"_s << u"The hour must be a number from 0 to 23."_s
-                              << QString();
-        QTest::newRow("nothing") << 0 << u"taskHourText ,taskMinuteText "_s << u"At least one of"_s
-                                 << QString();
-        QTest::newRow("two days") << 0 << u"taskDayText 5,taskWeekdayMenu 1"_s
-                                  << u"Choose either a day of the month or a weekday."_s << QString();
-        QTest::newRow("seconds") << 1 << u"taskSecondsText 90"_s << u"Every 90 seconds"_s << u"90"_s;
-        QTest::newRow("no number") << 1 << u"taskSecondsText soon"_s << u"The seconds must be"_s << QString();
-        QTest::newRow("no directory yet")
-            << 2 << QString() << u"A directory to watch is needed."_s << QString();
-        QTest::newRow("directory") << 2 << u"taskDirectoryText /Volumes"_s << u"Whenever /Volumes changes"_s
-                                   << u"/Volumes"_s;
+        // Entries: "field text", for a menu its index. What is shown, and the value; none: cannot be added.
+        const TestTable<int, QString, QString, QString> row("kind", "entries", "shown", "value");
+        row("as it comes", 0, {}, u"Every day at 3:00"_s, u"0,3,,,"_s);
+        row("sunday", 0, u"taskHourText 9,taskMinuteText ,taskWeekdayMenu 7,taskMonthMenu 2"_s,
+            u"Every February on every Sunday at 9:00"_s, u",9,,0,2"_s);
+        row("two days", 0, u"taskDayText 5,taskWeekdayMenu 1"_s,
+            u"Choose either a day of the month or a weekday."_s, {});
+        row("seconds", 1, u"taskSecondsText 90"_s, u"Every 90 seconds"_s, u"90"_s);
+        row("no directory yet", 2, {}, u"A directory to watch is needed."_s, {});
+        row("directory", 2, u"taskDirectoryText /Volumes"_s, u"Whenever /Volumes changes"_s, u"/Volumes"_s);
     }
     void newTask() {
         QFETCH(int, kind);
         QFETCH(QString, entries);
         QFETCH(QString, shown);
         QFETCH(QString, value);
-        m_console->add(u"One"_s, u"10.0.0.1"_s);
-        m_console->controller->services().selectAll();
-        QVERIFY(VLThread::joinAll(30s));
-        startNewLog();
         find<QToolButton>("cronwellAddTaskBtn")->click();
         QVERIFY(VLThread::joinAll(30s));
         auto* sheet = find<QDialog>("windowNewTask");
         QVERIFY(sheet->isVisible() && sheet->windowTitle() == u"Add Task"_s);
         QVERIFY(!find<QPushButton>("addTaskButton")->isEnabled());  // nothing is offered
-        cronwell().setNewTaskAppDataArray(
-            {application(u"Corvalin"_s, {u"Check"_s}), application(u"Tidyhand"_s, {u"Clean"_s, u"Sweep"_s})});
+        QVariantList tasks;
+        for (const QString& id : {u"clean"_s, u"sweep"_s})
+            tasks.append(QVariantMap{{u"taskID"_s, id}, {u"taskDescription"_s, id}});
+        const QVariantMap other{{u"taskBundleID"_s, u"x"_s}, {u"name"_s, u"Check"_s}},
+            tidyhand{{u"taskBundleID"_s, tool}, {u"name"_s, u"Tidyhand"_s}, {u"tasks"_s, tasks}};
+        cronwell().setNewTaskAppDataArray({other, tidyhand});
         Q_EMIT cronwell().newTaskAppsChanged();
         find<QComboBox>("newTaskArrayCont")->setCurrentIndex(1);  // the window's set-up watches it
         QCOMPARE(find<QComboBox>("newTaskMenu")->count(), 2);
@@ -144,11 +130,15 @@ private Q_SLOTS:
         sheet->reject();
     }
 
-    void keyboardAndRows() {
-        const auto one = m_console->add(u"One"_s, u"10.0.0.1"_s);
-        m_console->controller->services().selectAll();
-        QVERIFY(VLThread::joinAll(30s));
-        cronwell().setCronwellArray({row(u"Clean"_s, {one->hostName()}), row(u"Sweep"_s, {one->hostName()})});
+    /// What is changed is what was chosen, also when a refresh replaces the rows while a menu is open.
+    void keyboardAndMenu() {
+        const auto install = [this](const QStringList& descriptions) {
+            QList<VLScheduledTask> rows;
+            for (const QString& description : descriptions)
+                rows.append(row(description, m_host));
+            cronwell().setCronwellArray(rows);
+        };
+        install({u"Clean"_s, u"Sweep"_s});
         auto* outline = find<QTreeView>("cronwellOutline");
         const QAbstractItemModel& model = *outline->model();
         outline->expandAll();
@@ -156,14 +146,23 @@ private Q_SLOTS:
         m_console->window->activateWindow();
         outline->setFocus();
         QVERIFY(QTest::qWaitForWindowActive(m_console->window.get()));
-        startNewLog();
         QTest::keyClick(outline, Qt::Key_Space);
         QCOMPARE(cronwell().cronwellArray()[0].enabled(), 0);
         QVERIFY(!outline->isExpanded(model.index(0, 0)) && outline->isExpanded(model.index(1, 0)));
         QVERIFY(VLThread::joinAll(30s));
-        QVERIFY(logLines().contains(u"Disabling Cronwell task on all hosts..."_s));
-        cronwell().setCronwellArray({row(u"Clean"_s, {one->hostName()}), row(u"Sweep"_s, {one->hostName()})});
-        outline->expandAll();
+
+        install({u"Clean"_s, u"Sweep"_s});
+        outline->setCurrentIndex(model.index(1, 0));
+        Q_EMIT outline->customContextMenuRequested({});
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        install({u"Back up"_s, u"Clean"_s, u"Sweep"_s});
+        menu->actions().value(1)->trigger();  // Disable
+        menu->close();
+        QVERIFY(cronwell().cronwellArray()[1].enabled() == 1 && cronwell().cronwellArray()[2].enabled() == 0);
+        QVERIFY(VLThread::joinAll(30s));
+
+        install({u"Clean"_s, u"Sweep"_s});
         QStringList asked;
         VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
             asked.append(alert.value(u"messageText"_s).toString());
