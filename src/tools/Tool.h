@@ -10,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -26,7 +27,7 @@ struct ToolContext {
     std::function<void(const QString& hostName)> removeStoredPasswordForHost;  ///< on workers
 };
 
-/// A plain text table: what `orlendo --report TOOL` prints.
+/// A plain text table: what `orlendo --report TOOL` prints, by the first column.
 struct ToolReport {
     QStringList header;
     QList<QStringList> rows;
@@ -74,11 +75,36 @@ protected:
     void startRefresh(const QString& name) {
         startWorker(name, [this] { refresh(); });
     }
+
+    // For workers.
+    /// Whether a run of TaskProgress was cancelled, or the program quits.
+    [[nodiscard]] bool isStopped(int run) const;
+    /// One reading of what the tool shows, and the run of TaskProgress that it belongs to.
+    struct Reading {
+        int number, run;
+    };
+    enum class Display { None, StatusBar };
+    /// A refresh around `read`: log line, busy indicator where there is nothing to show yet, and what it
+    /// throws logged under `name`.
+    void runRefresh(const QString& name, const QString& logLine, Display display,
+                    const std::function<bool()>& isEmpty, const std::function<void(const Reading&)>& read);
+    /// Asks the selected clients one after the other, with a step of the status bar for each, and hands on
+    /// what they answer. False when the run was stopped on the way: half a run says nothing about the clients
+    /// that it did not come to.
+    [[nodiscard]] bool askEach(
+        const QString& selector, const Reading& reading,
+        const std::function<void(const VLService& client, const QVariant& answer)>& take);
+    /// Runs `install` on the main thread and waits, unless the run was cancelled or a later reading has been
+    /// installed already.
+    void install(const Reading& reading, const std::function<void()>& install);
+
     bool m_hasResult = false;
 
 private:
     ToolContext m_context;
     bool m_busy = false;
+    std::atomic<int> m_lastReading{0};
+    int m_installedReading = 0;  ///< main thread
 };
 
 /// One entry of the tool list. A tool without `makeController` is listed but not built yet.

@@ -5,6 +5,7 @@
 #include "logs/VLLog.h"
 #include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
+#include "tools/addonry/PluginKeys.h"
 
 #include <QHash>
 #include <QSet>
@@ -13,11 +14,8 @@
 
 namespace {
 
-const QString nameKey = QStringLiteral("name");
-const QString pathKey = QStringLiteral("fullPath");
-const QString disabledKey = QStringLiteral("disabled");
-const QString accessTypeKey = QStringLiteral("accessType");
-const QString hostNameKey = QStringLiteral("hostname");
+using namespace PluginKeys;
+
 const QString pluginKey = QStringLiteral("plugin");
 
 bool isRow(const QVariant& plugin) {

@@ -5,8 +5,6 @@
 
 #include <QList>
 
-#include <atomic>
-
 /// The plug-ins of the selected clients, merged by name, and what can be done with them.
 ///
 /// Workers block and log their own failures. Each ends the status display and then refreshes the rows on a
@@ -54,14 +52,11 @@ public:
                                                const QVariant& destAccess, const VLServicePtr& service) const;
 
     [[nodiscard]] const QList<VLPluginItem>& addonryArray() const { return m_addonryArray; }  ///< main thread
-    void setAddonryArray(QList<VLPluginItem> rows);  ///< main thread; in the order given
+    void setAddonryArray(QList<VLPluginItem> rows);                                           ///< main thread
 
     void refresh() override { refreshAddonryPlugins(); }
     void clearData() override;
     [[nodiscard]] ToolReport report() const override;
-
-    /// Orders rows by one of their values ("name", "version", "type", "disabled", "accessType", "state").
-    static void sortRows(QList<VLPluginItem>& rows, const QString& column, bool descending);
 
     /// Of one client's copies, or a row's: that with the newest "version", among alike ones with the newest
     /// "moddate". Empty for none.
@@ -80,7 +75,6 @@ private:
     void startChanges(const Change& change, const QList<QVariantMap>& requests);
 
     // Workers. `run`: of TaskProgress.
-    [[nodiscard]] bool isStopped(int run) const;
     [[nodiscard]] QList<VLPluginItem> copyOfRows() const;
     void runChanges(const Change& change, const QList<QVariantMap>& requests);
     void attempt(const Change& change, const QVariantMap& request, int run);
@@ -93,11 +87,7 @@ private:
     void updateInstances(const VLPluginItem& row, const QVariantMap& newest, const QVariant& data, int run);
     void installWhereMissing(VLPluginItem& row, const QVariantMap& newest, const QVariant& data, int run);
     void applyCommon(const Change& change, const VLPluginItem& row, const QVariant& common, int run);
-    void populate();
-    static void sortAsStored(QList<VLPluginItem>& rows);
-    void install(QList<VLPluginItem> rows, int refresh, int run);
+    void populate(const Reading& reading);
 
     QList<VLPluginItem> m_addonryArray;
-    std::atomic<int> m_lastRefresh{0};
-    int m_installedRefresh = 0;  ///< main thread
 };

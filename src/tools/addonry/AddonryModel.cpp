@@ -1,15 +1,16 @@
 #include "tools/addonry/AddonryModel.h"
 
-#include "widgets/PlainText.h"
+#include "remote/Aggregation.h"
+#include "tools/addonry/PluginKeys.h"
 
 namespace {
 
-constexpr qlonglong currentUser = 1;
-const QString various = QStringLiteral("(various)");
-const QString nothing = QStringLiteral("–");
+using namespace PluginKeys;
+
+const QString various = QLatin1String(Aggregation::various);
 
 QString versionText(const QString& version) {
-    return version.isEmpty() ? nothing : version;
+    return version.isEmpty() ? CellMark::nothing : version;
 }
 
 QString kindDrawing(const QString& type) {
@@ -32,7 +33,8 @@ CellMark enabledMark(int disabled) {
 CellMark accessMark(qlonglong accessType) {
     using enum Cell::Tone;
     if (accessType < 0) return {various, QStringLiteral("mixed"), Warning, Warning};
-    if (accessType == currentUser) return {QStringLiteral("Current User"), QStringLiteral("user")};
+    if (accessType == VLPluginItem::CurrentUser)
+        return {QStringLiteral("Current User"), QStringLiteral("user")};
     return {QStringLiteral("All Users"), QStringLiteral("users")};
 }
 
@@ -41,35 +43,21 @@ QVariant accessData(qlonglong accessType, int role) {
 }
 
 int disabledFlag(const QVariantMap& instance) {
-    return instance.value(QStringLiteral("disabled")).toInt();
+    return instance.value(disabledKey).toInt();
 }
 
 qlonglong accessType(const QVariantMap& instance) {
-    return instance.value(QStringLiteral("accessType")).toLongLong();
-}
-
-QVariant missingData(int column, int role) {
-    using enum Cell::Tone;
-    if (role == Cell::ToneRole) return int(column == AddonryModel::Status ? Warning : Faint);
-    if (column != AddonryModel::Status) {
-        const bool hasValue = column == AddonryModel::Version || column == AddonryModel::Enabled ||
-                              column == AddonryModel::Access;
-        return role == Qt::DisplayRole && hasValue ? QVariant(nothing) : QVariant();
-    }
-    if (role == Qt::DisplayRole) return QStringLiteral("Not installed");
-    if (role == Cell::SymbolRole) return QStringLiteral("missing");
-    if (role == Cell::SymbolToneRole) return int(Warning);
-    return {};
+    return instance.value(accessTypeKey).toLongLong();
 }
 
 }  // namespace
 
 AddonryModel::AddonryModel(std::function<QString(const QString&)> friendlyName, QObject* parent)
     : MergedOutlineModel({{"name", "Name"},
-                          {"version", "Version"},
+                          {"version", "Version", true},
                           {"type", "Type"},
-                          {"disabled", "Enabled"},
-                          {"accessType", "Access"},
+                          {"disabled", "Enabled", true},
+                          {"accessType", "Access", true},
                           {"computers", "Computers"},
                           {"state", "Status"}},
                          std::move(friendlyName), parent) {}
@@ -105,25 +93,6 @@ QVariant AddonryModel::rowData(int row, int column, int role) const {
     }
 }
 
-QVariant AddonryModel::statusData(int row, int role) const {
-    const bool alike = !differs(row);
-    switch (role) {
-        case Qt::DisplayRole:
-            return statusText(row);
-        case Qt::ToolTipRole:
-            return literalText(statusToolTip(row));
-        case Cell::ToneRole:
-            return int(alike ? Cell::Tone::Secondary : Cell::Tone::Plain);
-        case Cell::SymbolToneRole:
-            return int(alike ? Cell::Tone::Good : Cell::Tone::Warning);
-        case Cell::SymbolRole:
-            if (!m_rows.at(row).missingHosts().isEmpty()) return QStringLiteral("missing");
-            return alike ? QStringLiteral("check") : QStringLiteral("warning");
-        default:
-            return {};
-    }
-}
-
 QString AddonryModel::statusText(int row) const {
     const VLPluginItem& plugin = m_rows.at(row);
     const qsizetype count = plugin.children().size();
@@ -143,48 +112,42 @@ QString AddonryModel::statusText(int row) const {
     }
 }
 
-/// Every difference, not only the one that names the state.
-QString AddonryModel::statusToolTip(int row) const {
+QString AddonryModel::copyKey(const QVariantMap& client) const {
+    return client.value(pathKey).toString();
+}
+
+/// Also those that the state does not name.
+QStringList AddonryModel::differences(int row) const {
     const VLPluginItem& plugin = m_rows.at(row);
     QStringList lines;
     if (plugin.state() == VLPluginItem::Missing) lines << statusText(row);
-    if (plugin.version() == various) {
-        listClients(
-            row, QStringLiteral("Versions differ"),
-            [](const QVariantMap& instance) { return instance.value(QStringLiteral("version")).toString(); },
-            lines);
-    }
-    if (plugin.disabled() < 0) {
-        listClients(
-            row, QStringLiteral("Enabled on some only"),
-            [](const QVariantMap& instance) { return enabledMark(disabledFlag(instance)).text; }, lines);
-    }
-    if (plugin.accessType() < 0) {
-        listClients(
-            row, QStringLiteral("Access differs"),
-            [](const QVariantMap& instance) { return accessMark(accessType(instance)).text; }, lines);
-    }
-    if (lines.isEmpty()) lines << alikeText(row);
-    return lines.join(QLatin1Char('\n'));
+    if (plugin.version() == various)
+        lines += listOfClients(row, QStringLiteral("Versions differ"), [](const QVariantMap& instance) {
+            return instance.value(versionKey).toString();
+        });
+    if (plugin.disabled() < 0)
+        lines += listOfClients(row, QStringLiteral("Enabled on some only"), [](const QVariantMap& instance) {
+            return enabledMark(disabledFlag(instance)).text;
+        });
+    if (plugin.accessType() < 0)
+        lines += listOfClients(row, QStringLiteral("Access differs"), [](const QVariantMap& instance) {
+            return accessMark(accessType(instance)).text;
+        });
+    return lines;
 }
 
 QVariant AddonryModel::clientData(const QVariantMap& client, bool isMissing, int column, int role) const {
-    if (isMissing) return missingData(column, role);
+    if (isMissing) return missingData(column, role, QStringLiteral("Not installed"));
     switch (column) {
         case Version:
             if (role != Qt::DisplayRole) return {};
-            return versionText(client.value(QStringLiteral("version")).toString());
+            return versionText(client.value(versionKey).toString());
         case Enabled:
             return enabledMark(disabledFlag(client)).data(role);
         case Access:
             return accessData(accessType(client), role);
         case Status:
-            if (role == Qt::DisplayRole) return client.value(QStringLiteral("fullPath"));
-            if (role == Qt::ToolTipRole)
-                return literalText(client.value(QStringLiteral("fullPath")).toString());
-            if (role == Cell::ToneRole) return int(Cell::Tone::Secondary);
-            if (role == Cell::ElideMiddleRole) return true;
-            return {};
+            return placeData(client.value(pathKey).toString(), role);
         default:
             return {};
     }

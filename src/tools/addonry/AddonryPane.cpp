@@ -3,6 +3,8 @@
 #include "tools/addonry/AddonryController.h"
 #include "tools/addonry/AddonryModel.h"
 #include "tools/addonry/AddonryView.h"
+#include "tools/addonry/PluginKeys.h"
+#include "widgets/PaneParts.h"
 #include "widgets/SymbolIcon.h"
 
 #include <QAction>
@@ -11,13 +13,7 @@
 #include <QToolButton>
 #include <QTreeView>
 
-namespace {
-
-constexpr int spacious = 760;  // width of the pane that all columns need
-
-enum AccessType { AllUsers = 0, CurrentUser = 1 };
-
-}  // namespace
+using enum VLPluginItem::AccessType;
 
 QWidget* makeAddonryPane(ToolController& controller, QWidget* parent) {
     return new AddonryView(static_cast<AddonryController&>(controller), parent);
@@ -25,9 +21,9 @@ QWidget* makeAddonryPane(ToolController& controller, QWidget* parent) {
 
 AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
     : MergedOutlineView(controller, new AddonryModel(controller.context().friendlyServiceName),
-                        {QStringLiteral("addonry"), QStringLiteral("plug-in"), QStringLiteral("plug-ins"),
-                         QStringLiteral("Plug-ins"), QStringLiteral("plug"),
-                         QStringLiteral("Plug-ins are read as soon as a computer is connected.")},
+                        QStringLiteral("addonry"),
+                        {QStringLiteral("plug-in"), QStringLiteral("plug-ins"), QStringLiteral("Plug-ins"),
+                         QStringLiteral("plug")},
                         parent),
       m_controller(controller),
       m_model(static_cast<AddonryModel*>(outline().model())),
@@ -48,61 +44,37 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
                              QStringLiteral("Disable All"),
                              QStringLiteral("Disable every plug-in on all selected computers"),
                              [this] { m_controller.addonryDisableAllAction(); });
-    fitWidth(true);
-    start();
-}
-
-/// The drawing before the name and the status say the same as the columns that go first.
-void AddonryView::fitWidth(bool isSpacious) {
-    setColumnWidths(isSpacious ? QList<int>{172, 74, 78, 100, 140, 78}
-                               : QList<int>{160, 70, 78, 94, 126, 78});
-    outline().setColumnHidden(AddonryModel::Type, !isSpacious);
-    outline().setColumnHidden(AddonryModel::Computers, !isSpacious);
-}
-
-void AddonryView::resizeEvent(QResizeEvent* event) {
-    MergedOutlineView::resizeEvent(event);
-    const bool isSpacious = width() >= spacious;
-    if (isSpacious == outline().isColumnHidden(AddonryModel::Type)) fitWidth(isSpacious);
+    turnBoxesWithSpace(outline(), AddonryModel::Enabled);
+    // The drawing before the name and the status say the same as the columns that go first.
+    start({{760, {172, 74, 78, 100, 140, 78}, {}},
+           {0, {160, 70, 78, 94, 126, 78}, {AddonryModel::Type, AddonryModel::Computers}}});
 }
 
 void AddonryView::installRows() {
     m_model->setRows(m_controller.addonryArray());
 }
 
-int AddonryView::keyboardColumn() const {
-    return AddonryModel::Enabled;
-}
-
 void AddonryView::updateActions() {
-    bool anyDiffers = false;
-    for (int row = 0; row < m_model->rowTotal() && !anyDiffers; ++row)
-        anyDiffers = m_model->differs(row);
-    m_sync->setEnabled(anyDiffers);
+    m_sync->setEnabled(anyDiffers());
     m_enableAll->setEnabled(anyRows());
     m_disableAll->setEnabled(anyRows());
 }
 
-// ---- Edits. Whatever is changed is named before a menu opens: the rows may be other ones when it closes.
+// ---- Edits
 
 AddonryView::Target AddonryView::target(const Place& place) const {
     const QString& name = m_model->rows().at(place.row).name();
     if (place.child < 0) return {name};
     const QVariantMap copy = m_model->client(place);
-    const QString host = copy.value(QStringLiteral("hostname")).toString();
+    const QString host = ClientCopies::hostNameOf(copy);
     if (host.isEmpty()) return {};  // nobody could be told; and without a host all would be meant
-    return {name, host, copy.value(QStringLiteral("fullPath")).toString()};
+    return {name, host, copy.value(PluginKeys::pathKey).toString()};
 }
 
-/// Without the copies of a row that is selected itself.
 QList<AddonryView::Target> AddonryView::selectedTargets() const {
     QList<Target> targets;
-    int wholeRow = -1;
-    for (const Place& place : selectedPlaces()) {
-        if (place.child < 0) wholeRow = place.row;
-        const bool isCopy = place.child >= 0 && !place.isMissing && place.row != wholeRow;
-        if (place.child < 0 || isCopy) targets.append(target(place));
-    }
+    for (const Place& place : selectedPlaces())
+        targets.append(target(place));
     return targets;
 }
 
@@ -120,20 +92,18 @@ void AddonryView::collapseRows(const QList<Target>& targets) {
     QSet<QString> names;
     for (const Target& target : targets)
         if (target.hostName.isEmpty()) names.insert(target.name);
-    for (int row = 0; row < m_model->rowTotal() && !names.isEmpty(); ++row)
-        if (names.contains(m_model->rows().at(row).name())) collapse(row);
+    collapse(names);
 }
 
 void AddonryView::check(const Place& place, int, bool on) {
     setDisabled({target(place)}, !on);
 }
 
-void AddonryView::popUp(const Place& place, int, const QPoint& globalPosition) {
+void AddonryView::popUp(const Place& place, const QPoint& globalPosition) {
     const qlonglong shown = place.child < 0
                                 ? m_model->rows().at(place.row).accessType()
-                                : m_model->client(place).value(QStringLiteral("accessType")).toLongLong();
-    auto* const menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
+                                : m_model->client(place).value(PluginKeys::accessTypeKey).toLongLong();
+    QMenu* const menu = makeContextMenu(outline(), QStringLiteral("addonryAccessMenu"));
     for (const auto& [item, value] :
          {std::pair(m_allUsersItem, AllUsers), {m_currentUserItem, CurrentUser}}) {
         item->setCheckable(true);

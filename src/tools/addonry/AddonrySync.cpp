@@ -5,18 +5,13 @@
 #include "remote/Aggregation.h"
 #include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
+#include "tools/addonry/PluginKeys.h"
 
 #include <QDateTime>
 
 namespace {
 
-const QString nameKey = QStringLiteral("name");
-const QString pathKey = QStringLiteral("fullPath");
-const QString versionKey = QStringLiteral("version");
-const QString typeKey = QStringLiteral("type");
-const QString disabledKey = QStringLiteral("disabled");
-const QString accessTypeKey = QStringLiteral("accessType");
-const QString hostNameKey = QStringLiteral("hostname");
+using namespace PluginKeys;
 
 /// Where a client installs a plug-in of that type for its user.
 QString destination(const QString& type, const QString& fileName) {
@@ -33,8 +28,8 @@ int compareAge(const QVariantMap& a, const QVariantMap& b) {
     const int versions =
         Aggregation::compareVersionString(a.value(versionKey).toString(), b.value(versionKey).toString());
     if (versions != 0) return versions;
-    const QDateTime first = a.value(QStringLiteral("moddate")).toDateTime();
-    const QDateTime second = b.value(QStringLiteral("moddate")).toDateTime();
+    const QDateTime first = a.value(dateKey).toDateTime();
+    const QDateTime second = b.value(dateKey).toDateTime();
     if (first == second || !second.isValid()) return 0;
     return !first.isValid() || first < second ? -1 : 1;
 }

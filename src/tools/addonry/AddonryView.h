@@ -16,13 +16,10 @@ protected:
     void installRows() override;
     void addMenuItems(QMenu& menu) override;
     void updateActions() override;
-    [[nodiscard]] int keyboardColumn() const override;
     void check(const Place& place, int column, bool on) override;
-    void popUp(const Place& place, int column, const QPoint& globalPosition) override;
-    void resizeEvent(QResizeEvent* event) override;
+    void popUp(const Place& place, const QPoint& globalPosition) override;
 
 private:
-    void fitWidth(bool isSpacious);
     using Target = AddonryController::Target;
     [[nodiscard]] Target target(const Place& place) const;
     [[nodiscard]] QList<Target> selectedTargets() const;

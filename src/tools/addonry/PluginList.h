@@ -12,7 +12,6 @@ struct PluginList {
     QString complaint;  ///< what was wrong with the answer, in plain words; empty when nothing was
 
     static constexpr qsizetype maximumEntries = 20'000;
-    static constexpr qsizetype maximumTextLength = 4'096;
 
     /// No answer (invalid) is an empty list without a complaint.
     [[nodiscard]] static PluginList fromAnswer(const QVariant& answer);

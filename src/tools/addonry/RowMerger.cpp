@@ -1,30 +1,27 @@
 #include "tools/addonry/RowMerger.h"
 
-#include <QSet>
+#include "tools/addonry/PluginKeys.h"
 
 #include <utility>
 
 namespace {
 
-const QString hostNameKey = QStringLiteral("hostname");
+using namespace PluginKeys;
 
 QVariantMap placeholder(const VLPluginItem& row, const QString& hostName) {
     return {{hostNameKey, hostName},
-            {QStringLiteral("disabled"), -1},
-            {QStringLiteral("version"), QString()},
-            {QStringLiteral("type"), row.type()},
+            {disabledKey, -1},
+            {versionKey, QString()},
+            {typeKey, row.type()},
             {QStringLiteral("filename"), row.fileName()},
-            {QStringLiteral("name"), row.name()}};
+            {nameKey, row.name()}};
 }
 
 void markMissing(VLPluginItem& row, const QStringList& hostNames) {
     if (row.children().size() == hostNames.size()) return;
-    QSet<QString> present;
-    for (const QVariant& child : row.children())
-        present.insert(child.toMap().value(hostNameKey).toString());
     QVariantList missing;
-    for (const QString& hostName : hostNames)
-        if (!present.contains(hostName)) missing.append(placeholder(row, hostName));
+    for (const QString& hostName : ClientCopies::hostsWithout(row.children(), hostNames))
+        missing.append(placeholder(row, hostName));
     row.setMissingHosts(missing);
     row.setState(VLPluginItem::Missing);
 }
@@ -32,7 +29,7 @@ void markMissing(VLPluginItem& row, const QStringList& hostNames) {
 }  // namespace
 
 void RowMerger::add(const QVariantMap& instance, const QString& hostName) {
-    const QString name = instance.value(QStringLiteral("name")).toString();
+    const QString name = instance.value(nameKey).toString();
     if (const auto row = m_rowByName.constFind(name); row != m_rowByName.constEnd()) {
         m_rows[*row].addChild(instance, hostName);
         return;

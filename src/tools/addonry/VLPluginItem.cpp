@@ -1,16 +1,11 @@
 #include "tools/addonry/VLPluginItem.h"
 
 #include "remote/Aggregation.h"
+#include "tools/addonry/PluginKeys.h"
 
 namespace {
 
-const QString nameKey = QStringLiteral("name");
-const QString pathKey = QStringLiteral("fullPath");
-const QString versionKey = QStringLiteral("version");
-const QString typeKey = QStringLiteral("type");
-const QString disabledKey = QStringLiteral("disabled");
-const QString accessTypeKey = QStringLiteral("accessType");
-const QString hostNameKey = QStringLiteral("hostname");
+using namespace PluginKeys;
 
 constexpr int mixed = -1;
 

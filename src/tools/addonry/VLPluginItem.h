@@ -8,6 +8,7 @@
 /// One row of the plug-in outline: a plug-in by name, merged from the copies that the clients have.
 class VLPluginItem {
 public:
+    enum AccessType { AllUsers = 0, CurrentUser = 1 };
     enum State { Alike = 0, VersionsDiffer = 1, EnabledDiffers = 2, AccessTypeDiffers = 3, Missing = 4 };
 
     [[nodiscard]] static VLPluginItem pluginItem(const QVariantMap& instance, const QString& hostName);

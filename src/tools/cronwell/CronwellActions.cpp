@@ -10,6 +10,7 @@
 #include "tools/cronwell/OfferMerger.h"
 #include "tools/cronwell/ProgressSteps.h"
 #include "tools/cronwell/ScheduledTaskList.h"
+#include "tools/cronwell/TaskKeys.h"
 
 #include <QHash>
 #include <QPointer>
@@ -21,20 +22,16 @@
 
 namespace {
 
-constexpr int refreshDelay = 1;  // seconds: a client's launch service may still be busy with the change
+using namespace TaskKeys;
 
-const QString hostNameKey = QStringLiteral("hostname");
-const QString fileNameKey = QStringLiteral("filename");
-const QString enabledKey = QStringLiteral("enabled");
-const QString rootKey = QStringLiteral("root");
-const QString taskDescriptionKey = QStringLiteral("taskDescription");
+constexpr int refreshDelay = 1;  // seconds: a client's launch service may still be busy with the change
 
 constexpr char addSelector[] = "cronwellAddTask:settings:";
 constexpr char enableSelector[] = "cronwellEnableTask:settings:";
 constexpr char removeSelector[] = "cronwellRemoveTask:settings:";
 
 QString hostNameOf(const QVariant& instance) {
-    return instance.toMap().value(hostNameKey).toString();
+    return ClientCopies::hostNameOf(instance.toMap());
 }
 
 /// What names a row.

@@ -83,10 +83,6 @@ public:
     void clearData() override;
     [[nodiscard]] ToolReport report() const override;
 
-    /// Orders rows by one of their values ("taskDescription", "frequencyDescription", "taskBundleID",
-    /// "enabled", "root", "state").
-    static void sortRows(QList<VLScheduledTask>& rows, const QString& column, bool descending);
-
 Q_SIGNALS:
     void newTaskAppsChanged();  ///< the applications to choose from, or whether they are being read
 
@@ -110,10 +106,8 @@ private:
     void setupCronwellNewTaskApps(const QVariantList& applications);
 
     // Workers. `run`: of TaskProgress.
-    [[nodiscard]] bool isStopped(int run) const;
     [[nodiscard]] QList<VLScheduledTask> rows() const;  ///< any thread
-    void populate();
-    void install(QList<VLScheduledTask> rows, int refresh, int run);
+    void populate(const Reading& reading);
     [[nodiscard]] static ScheduleTypes scheduleTypes(const QList<VLScheduledTask>& rows);
     void syncRow(const VLScheduledTask& row, const ScheduleTypes& types, ProgressSteps& progress);
     void enableTasks(const QList<EnableRequest>& requests);
@@ -126,7 +120,5 @@ private:
 
     QList<VLScheduledTask> m_cronwellArray;
     QVariantList m_newTaskAppDataArray;
-    std::atomic<int> m_lastRefresh{0};
-    int m_installedRefresh = 0;  ///< main thread
-    int m_appReaders = 0;        ///< main thread
+    int m_appReaders = 0;  ///< main thread
 };

@@ -1,6 +1,7 @@
 #include "tools/cronwell/CronwellModel.h"
 
 #include "remote/Aggregation.h"
+#include "tools/cronwell/TaskKeys.h"
 #include "tools/cronwell/ToolNames.h"
 #include "widgets/PlainText.h"
 
@@ -8,8 +9,7 @@
 
 namespace {
 
-const QString frequencyKey = QStringLiteral("frequencyDescription");
-const QString nothing = QStringLiteral("–");
+using namespace TaskKeys;
 
 QString toolDrawing(const QString& bundleID) {
     const QString path = QStringLiteral(":/icons/tools/%1.svg").arg(toolName(bundleID).toLower());
@@ -21,7 +21,7 @@ CellMark enabledMark(int enabled) {
 }
 
 int enabledFlag(const QVariantMap& instance) {
-    return instance.value(QStringLiteral("enabled")).toInt();
+    return instance.value(enabledKey).toInt();
 }
 
 CellMark runsAsMark(qlonglong root) {
@@ -34,23 +34,9 @@ CellMark runsAsMark(qlonglong root) {
 
 QVariant scheduleData(const QString& schedule, int role) {
     const bool differs = schedule == QLatin1String(Aggregation::various);
-    if (role == Qt::DisplayRole) return schedule.isEmpty() ? nothing : schedule;
+    if (role == Qt::DisplayRole) return schedule.isEmpty() ? CellMark::nothing : schedule;
     if (role == Cell::ToneRole && differs) return int(Cell::Tone::Warning);
     if (role == Cell::ToneRole && schedule.isEmpty()) return int(Cell::Tone::Faint);
-    return {};
-}
-
-QVariant missingData(int column, int role) {
-    using enum Cell::Tone;
-    if (role == Cell::ToneRole) return int(column == CronwellModel::Status ? Warning : Faint);
-    if (column != CronwellModel::Status) {
-        const bool hasValue = column == CronwellModel::Schedule || column == CronwellModel::Enabled ||
-                              column == CronwellModel::RunsAs;
-        return role == Qt::DisplayRole && hasValue ? QVariant(nothing) : QVariant();
-    }
-    if (role == Qt::DisplayRole) return QStringLiteral("Not scheduled");
-    if (role == Cell::SymbolRole) return QStringLiteral("missing");
-    if (role == Cell::SymbolToneRole) return int(Warning);
     return {};
 }
 
@@ -58,10 +44,10 @@ QVariant missingData(int column, int role) {
 
 CronwellModel::CronwellModel(std::function<QString(const QString&)> friendlyName, QObject* parent)
     : MergedOutlineModel({{"taskDescription", "Task"},
-                          {"frequencyDescription", "Schedule"},
+                          {"frequencyDescription", "Schedule", true},
                           {"taskBundleID", "Tool"},
-                          {"enabled", "Enabled"},
-                          {"root", "Runs As"},
+                          {"enabled", "Enabled", true},
+                          {"root", "Runs As", true},
                           {"computers", "Computers"},
                           {"state", "Status"}},
                          std::move(friendlyName), parent) {}
@@ -71,7 +57,7 @@ void CronwellModel::setRows(QList<VLScheduledTask> rows) {
 }
 
 QString CronwellModel::rowKey(int row) const {
-    return m_rows.at(row).taskBundleID() + u'\n' + m_rows.at(row).taskDescription();
+    return keyFor(m_rows.at(row).taskBundleID(), m_rows.at(row).taskDescription());
 }
 
 QVariant CronwellModel::rowData(int row, int column, int role) const {
@@ -100,25 +86,6 @@ QVariant CronwellModel::rowData(int row, int column, int role) const {
     }
 }
 
-QVariant CronwellModel::statusData(int row, int role) const {
-    const bool alike = !differs(row);
-    switch (role) {
-        case Qt::DisplayRole:
-            return statusText(row);
-        case Qt::ToolTipRole:
-            return literalText(statusToolTip(row));
-        case Cell::ToneRole:
-            return int(alike ? Cell::Tone::Secondary : Cell::Tone::Plain);
-        case Cell::SymbolToneRole:
-            return int(alike ? Cell::Tone::Good : Cell::Tone::Warning);
-        case Cell::SymbolRole:
-            if (m_rows.at(row).state() == VLScheduledTask::Missing) return QStringLiteral("missing");
-            return alike ? QStringLiteral("check") : QStringLiteral("warning");
-        default:
-            return {};
-    }
-}
-
 QString CronwellModel::statusText(int row) const {
     const VLScheduledTask& task = m_rows.at(row);
     switch (task.state()) {
@@ -133,42 +100,37 @@ QString CronwellModel::statusText(int row) const {
     }
 }
 
-/// Every difference, not only the one that names the state.
-QString CronwellModel::statusToolTip(int row) const {
+QString CronwellModel::copyKey(const QVariantMap& client) const {
+    return client.value(fileNameKey).toString();
+}
+
+/// Also those that the state does not name.
+QStringList CronwellModel::differences(int row) const {
     const VLScheduledTask& task = m_rows.at(row);
     QStringList lines;
     if (!task.missingHosts().isEmpty()) lines << missingText(row);
-    if (task.frequencyDescription() == QLatin1String(Aggregation::various)) {
-        listClients(
-            row, QStringLiteral("Schedules differ"),
-            [](const QVariantMap& instance) { return instance.value(frequencyKey).toString(); }, lines);
-    }
-    if (task.enabled() < 0) {
-        listClients(
-            row, QStringLiteral("Enabled on some only"),
-            [](const QVariantMap& instance) { return enabledMark(enabledFlag(instance)).text; }, lines);
-    }
-    if (lines.isEmpty()) lines << alikeText(row);
-    return lines.join(QLatin1Char('\n'));
+    if (task.frequencyDescription() == QLatin1String(Aggregation::various))
+        lines += listOfClients(row, QStringLiteral("Schedules differ"), [](const QVariantMap& instance) {
+            return instance.value(frequencyKey).toString();
+        });
+    if (task.enabled() < 0)
+        lines += listOfClients(row, QStringLiteral("Enabled on some only"), [](const QVariantMap& instance) {
+            return enabledMark(enabledFlag(instance)).text;
+        });
+    return lines;
 }
 
 QVariant CronwellModel::clientData(const QVariantMap& client, bool isMissing, int column, int role) const {
-    if (isMissing) return missingData(column, role);
+    if (isMissing) return missingData(column, role, QStringLiteral("Not scheduled"));
     switch (column) {
         case Schedule:
             return scheduleData(client.value(frequencyKey).toString(), role);
         case Enabled:
             return enabledMark(enabledFlag(client)).data(role);
         case RunsAs:
-            return runsAsMark(client.value(QStringLiteral("root")).toLongLong()).data(role);
-        case Status: {
-            const QString fileName = client.value(QStringLiteral("filename")).toString();
-            if (role == Qt::DisplayRole) return fileName;
-            if (role == Qt::ToolTipRole) return literalText(fileName);
-            if (role == Cell::ToneRole) return int(Cell::Tone::Secondary);
-            if (role == Cell::ElideMiddleRole) return true;
-            return {};
-        }
+            return runsAsMark(client.value(rootKey).toLongLong()).data(role);
+        case Status:
+            return placeData(client.value(fileNameKey).toString(), role);
         default:
             return {};
     }
@@ -193,7 +155,7 @@ MergedOutlineModel::SortKey CronwellModel::sortKey(int row, int column) const {
         case RunsAs:
             return {.number = double(task.root())};
         case Computers:
-            return {.number = double(task.children().size())};
+            return {.number = double(computersWith(row))};
         case Status:
             return {.number = double(task.state())};
         default:

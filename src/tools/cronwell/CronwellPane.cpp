@@ -4,22 +4,14 @@
 #include "tools/cronwell/CronwellModel.h"
 #include "tools/cronwell/CronwellView.h"
 #include "tools/cronwell/NewTaskSheet.h"
+#include "tools/cronwell/TaskKeys.h"
+#include "widgets/PaneParts.h"
 #include "widgets/SymbolIcon.h"
 
 #include <QAction>
 #include <QMenu>
-#include <QSet>
 #include <QToolButton>
 #include <QTreeView>
-
-#include <utility>
-
-namespace {
-
-// Pane widths below which the less telling columns and words step back.
-constexpr int roomy = 960, spacious = 760, narrow = 560;
-
-}  // namespace
 
 QWidget* makeCronwellPane(ToolController& controller, QWidget* parent) {
     return new CronwellView(static_cast<CronwellController&>(controller), parent);
@@ -27,44 +19,21 @@ QWidget* makeCronwellPane(ToolController& controller, QWidget* parent) {
 
 CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
     : MergedOutlineView(controller, new CronwellModel(controller.context().friendlyServiceName),
-                        {QStringLiteral("cronwell"), QStringLiteral("task"), QStringLiteral("tasks"),
-                         QStringLiteral("Scheduled tasks"), QStringLiteral("clock"),
-                         QStringLiteral("Scheduled tasks are read as soon as a computer is connected.")},
+                        QStringLiteral("cronwell"),
+                        {QStringLiteral("task"), QStringLiteral("tasks"), QStringLiteral("Scheduled tasks"),
+                         QStringLiteral("clock")},
                         parent),
       m_controller(controller),
       m_model(static_cast<CronwellModel*>(outline().model())),
       m_newTask(new NewTaskSheet(controller, this)),
       m_remove(new QAction(symbolIcon(QStringLiteral("trash")), QStringLiteral("Remove…"), this)) {
     buildButtons();
-    start();
-}
-
-/// The tool's drawing and the status say the same as the columns that go first.
-void CronwellView::fitColumns(Width width) {
-    setColumnWidths(width >= Spacious ? QList<int>{216, 186, 84, 96, 80, 88}
-                                      : QList<int>{190, 138, 84, 92, 74, 80});
-    outline().setColumnHidden(CronwellModel::Tool, width != Roomy);
-    outline().setColumnHidden(CronwellModel::Computers, width != Roomy);
-}
-
-void CronwellView::fitButtons(Width width) {
-    const auto showText = [](QToolButton* button, bool shown) {
-        button->setToolButtonStyle(shown ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
-    };
-    for (QToolButton* button : {m_removeButton, m_enableAll, m_disableAll})
-        showText(button, width >= Spacious);
-    for (QToolButton* button : {m_add, m_sync})
-        showText(button, width >= Narrow);
-}
-
-void CronwellView::resizeEvent(QResizeEvent* event) {
-    MergedOutlineView::resizeEvent(event);
-    const Width fitting = width() >= roomy      ? Roomy
-                          : width() >= spacious ? Spacious
-                          : width() >= narrow   ? Narrow
-                                                : Tight;
-    fitButtons(fitting);
-    if (fitting != std::exchange(m_width, fitting)) fitColumns(fitting);
+    turnBoxesWithSpace(outline(), CronwellModel::Enabled);
+    // The tool's drawing and the status say the same as the columns that go first.
+    const QList<int> first{CronwellModel::Tool, CronwellModel::Computers};
+    start({{960, {216, 186, 84, 96, 80, 88}, {}},
+           {760, {216, 186, 84, 96, 80, 88}, first},
+           {0, {190, 138, 84, 92, 74, 80}, first}});
 }
 
 void CronwellView::buildButtons() {
@@ -99,19 +68,12 @@ void CronwellView::installRows() {
     m_model->setRows(m_controller.cronwellArray());
 }
 
-int CronwellView::keyboardColumn() const {
-    return CronwellModel::Enabled;
-}
-
 void CronwellView::updateActions() {
-    bool anyDiffers = false;
-    for (int row = 0; row < m_model->rowTotal() && !anyDiffers; ++row)
-        anyDiffers = m_model->differs(row);
     m_add->setEnabled(!m_controller.context().selectedServices().isEmpty());
-    m_sync->setEnabled(anyDiffers);
+    m_sync->setEnabled(anyDiffers());
     m_enableAll->setEnabled(anyRows());
     m_disableAll->setEnabled(anyRows());
-    m_remove->setEnabled(!selectedRows().isEmpty());
+    m_remove->setEnabled(!selectedTasks().isEmpty());
     m_removeButton->setEnabled(m_remove->isEnabled());
 }
 
@@ -126,35 +88,28 @@ void CronwellView::cronwellAddTaskAction() {
     }
 }
 
-// ---- Changes. What is to be changed is named before a menu opens: the rows may be other ones when it
-// closes.
+// ---- Changes
 
 CronwellView::Target CronwellView::target(const Place& place) const {
     const VLScheduledTask& row = m_model->rows().at(place.row);
     Target named{row.taskBundleID(), row.taskDescription()};
     if (place.child < 0) return named;
     const QVariantMap job = m_model->client(place);
-    named.hostName = job.value(QStringLiteral("hostname")).toString();
-    named.fileName = job.value(QStringLiteral("filename")).toString();
+    named.hostName = ClientCopies::hostNameOf(job);
+    named.fileName = job.value(TaskKeys::fileNameKey).toString();
     return named;
 }
 
-/// A row stands for all of its jobs.
 QList<CronwellView::Target> CronwellView::selectedTargets() const {
     QList<Target> targets;
-    int row = -1;
-    for (const Place& place : selectedPlaces()) {
-        if (place.isMissing || (place.child >= 0 && place.row == row)) continue;
-        if (place.child < 0) row = place.row;
+    for (const Place& place : selectedPlaces())
         targets.append(target(place));
-    }
     return targets;
 }
 
 QList<CronwellView::Target> CronwellView::selectedTasks() const {
-    QList<Target> rows;
-    for (const int row : selectedRows())
-        rows.append(target({row}));
+    QList<Target> rows = selectedTargets();
+    rows.removeIf([](const Target& target) { return !target.hostName.isEmpty(); });
     return rows;
 }
 
@@ -164,13 +119,11 @@ void CronwellView::remove(const QList<Target>& rows) {
 
 void CronwellView::setEnabled(const QList<Target>& targets, bool on) {
     m_controller.setEnabled(targets, on ? 1 : 0);
-    QSet<std::pair<QString, QString>> changed;
+    QSet<QString> changed;
     for (const Target& target : targets)
-        if (target.hostName.isEmpty()) changed.insert({target.bundleID, target.description});
-    for (int row = 0; row < m_model->rowTotal() && !changed.isEmpty(); ++row) {
-        const VLScheduledTask& task = m_model->rows().at(row);
-        if (changed.contains({task.taskBundleID(), task.taskDescription()})) collapse(row);
-    }
+        if (target.hostName.isEmpty())
+            changed.insert(CronwellModel::keyFor(target.bundleID, target.description));
+    collapse(changed);
 }
 
 void CronwellView::check(const Place& place, int, bool on) {

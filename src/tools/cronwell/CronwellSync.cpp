@@ -4,6 +4,7 @@
 #include "remote/Aggregation.h"
 #include "tools/cronwell/CronwellController.h"
 #include "tools/cronwell/ProgressSteps.h"
+#include "tools/cronwell/TaskKeys.h"
 #include "tools/cronwell/TaskSchedule.h"
 
 #include <QScopeGuard>
@@ -13,12 +14,8 @@
 
 namespace {
 
-const QString hostNameKey = QStringLiteral("hostname");
-const QString fileNameKey = QStringLiteral("filename");
-const QString enabledKey = QStringLiteral("enabled");
-const QString taskDescriptionKey = QStringLiteral("taskDescription");
-const QString frequencyKey = QStringLiteral("frequencyDescription");
-const QString bundleKey = QStringLiteral("taskBundleID");
+using namespace TaskKeys;
+
 const QString scheduleTypeKey = QStringLiteral("scheduleType");
 const QString intervalKey = QStringLiteral("interval");
 const QString secondsKey = QStringLiteral("intervalSeconds");

@@ -17,16 +17,11 @@ protected:
     void installRows() override;
     void addMenuItems(QMenu& menu) override;
     void updateActions() override;
-    [[nodiscard]] int keyboardColumn() const override;
     void check(const Place& place, int column, bool on) override;
-    void resizeEvent(QResizeEvent* event) override;
 
 private:
     using Target = CronwellController::Target;
-    enum Width { Unknown, Tight, Narrow, Spacious, Roomy };
     void buildButtons();
-    void fitColumns(Width width);
-    void fitButtons(Width width);
     void cronwellAddTaskAction();
     [[nodiscard]] Target target(const Place& place) const;
     [[nodiscard]] QList<Target> selectedTargets() const;
@@ -38,6 +33,5 @@ private:
     CronwellModel* m_model;
     NewTaskSheet* m_newTask;
     QAction* m_remove;
-    Width m_width = Unknown;
     QToolButton *m_add, *m_removeButton, *m_sync, *m_enableAll, *m_disableAll;
 };

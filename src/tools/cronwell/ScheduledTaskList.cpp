@@ -1,74 +1,49 @@
 #include "tools/cronwell/ScheduledTaskList.h"
 
-#include "foundation/VLFormat.h"
-#include "remote/VLCorvalinServerProtocol.h"
+#include "tools/AgentAnswer.h"
+#include "tools/cronwell/TaskSchedule.h"
 
 #include <optional>
 
 namespace {
 
-using VLCorvalinServerProtocol::accepts;
-using VLCorvalinServerProtocol::integerValue;
-using VLCorvalinServerProtocol::Type;
-
-bool isUsableText(const QVariant& value) {
-    return value.typeId() == QMetaType::QString &&
-           value.toString().size() <= ScheduledTaskList::maximumTextLength;
+bool isFilledText(const QVariant& value) {
+    return !AgentAnswer::text(value).toString().isEmpty();
 }
 
-bool isFilledText(const QVariant& value) {
-    return isUsableText(value) && !value.toString().isEmpty();
+QVariant filledText(const QVariant& value) {
+    return isFilledText(value) ? value : QVariant();
 }
 
 bool isFileName(const QString& name) {
     return isFilledText(name) && name.size() <= 255 && !name.contains(u'/') && !name.contains(QChar());
 }
 
-QVariant cleanInterval(const QVariant& value) {
+/// Texts, empty for what is none.
+QVariant interval(const QVariant& value) {
     if (value.typeId() != QMetaType::QVariantMap) return {};
     const QVariantMap received = value.toMap();
-    QVariantMap interval;
-    for (const char* key : {"Minute", "Hour", "Day", "Weekday", "Month"}) {
+    QVariantMap texts;
+    for (const char* key : TaskSchedule::intervalKeys) {
         const QVariant part = received.value(QLatin1String(key));
-        if (accepts(Type::Number, part))
-            interval.insert(QLatin1String(key), QString::number(integerValue(part)));
-        else
-            interval.insert(QLatin1String(key), isUsableText(part) ? part.toString().left(8) : QString());
+        const QVariant number = AgentAnswer::number(part);
+        const QVariant text = number.isValid() ? number : AgentAnswer::text(part);
+        texts.insert(QLatin1String(key), text.toString().left(8));
     }
-    return interval;
+    return texts;
 }
 
-/// What may be kept of the value; invalid for one of a wrong kind.
-using Clean = QVariant (*)(const QVariant&);
-struct OptionalKey {
-    const char* name;
-    Clean clean;
-};
-const OptionalKey optionalKeys[] = {
-    {"frequencyDescription", [](const QVariant& value) { return isUsableText(value) ? value : QVariant(); }},
-    {"taskID", [](const QVariant& value) { return isFilledText(value) ? value : QVariant(); }},
-    {"intervalDirectory", [](const QVariant& value) { return isUsableText(value) ? value : QVariant(); }},
-    {"enabled",
-     [](const QVariant& value) {
-         return accepts(Type::Number, value) ? QVariant(qlonglong(integerValue(value) != 0)) : QVariant();
-     }},
-    {"root",
-     [](const QVariant& value) {
-         return accepts(Type::Number, value) ? QVariant(qlonglong(integerValue(value) != 0)) : QVariant();
-     }},
-    {"scheduleType",
-     [](const QVariant& value) {
-         return accepts(Type::Number, value) ? QVariant(integerValue(value)) : QVariant();
-     }},
-    {"intervalSeconds",
-     [](const QVariant& value) {
-         return accepts(Type::Number, value) ? QVariant(integerValue(value)) : QVariant();
-     }},
-    {"interval", cleanInterval},
-};
+constexpr AgentAnswer::Key optionalKeys[] = {{"frequencyDescription", AgentAnswer::text},
+                                             {"taskID", filledText},
+                                             {"intervalDirectory", AgentAnswer::text},
+                                             {"enabled", AgentAnswer::flag},
+                                             {"root", AgentAnswer::flag},
+                                             {"scheduleType", AgentAnswer::number},
+                                             {"intervalSeconds", AgentAnswer::number},
+                                             {"interval", interval}};
 
 /// Nothing for a task that cannot become part of a row.
-std::optional<QVariantMap> cleanTask(const QString& fileName, const QVariant& value, int* wrongValues) {
+std::optional<QVariantMap> cleanTask(const QString& fileName, const QVariant& value, int& wrongValues) {
     const QVariantMap received = value.toMap();
     const QVariant description = received.value(QStringLiteral("taskDescription"));
     const QVariant bundleID = received.value(QStringLiteral("taskBundleID"));
@@ -77,15 +52,7 @@ std::optional<QVariantMap> cleanTask(const QString& fileName, const QVariant& va
         {QStringLiteral("filename"), fileName},     {QStringLiteral("taskDescription"), description},
         {QStringLiteral("taskBundleID"), bundleID}, {QStringLiteral("frequencyDescription"), QString()},
         {QStringLiteral("enabled"), 0LL},           {QStringLiteral("root"), 0LL}};
-    for (const OptionalKey& key : optionalKeys) {
-        const auto found = received.constFind(QLatin1String(key.name));
-        if (found == received.constEnd()) continue;
-        const QVariant kept = key.clean(*found);
-        if (kept.isValid())
-            task.insert(QLatin1String(key.name), kept);
-        else
-            ++*wrongValues;
-    }
+    wrongValues += AgentAnswer::copyKeys(received, optionalKeys, task);
     return task;
 }
 
@@ -102,36 +69,23 @@ QVariantList cleanOffers(const QVariant& value) {
     return offers;
 }
 
-/// Whether the answer is of that kind; the complaint when it isn't. No answer is none of a wrong kind.
-bool isOfType(const QVariant& answer, QMetaType::Type type, const char* kind, QString& complaint) {
-    if (answer.isValid() && answer.typeId() != type)
-        complaint =
-            vlFormat(QStringLiteral("not %@ but %@"), QLatin1String(kind), QLatin1String(answer.typeName()));
-    return answer.typeId() == type;
-}
-
 }  // namespace
 
 ScheduledTaskList ScheduledTaskList::fromAnswer(const QVariant& answer) {
     ScheduledTaskList list;
-    if (!isOfType(answer, QMetaType::QVariantMap, "a dictionary", list.complaint)) return list;
+    if (!AgentAnswer::isDictionary(answer, list.complaint)) return list;
     const QVariantMap received = answer.toMap();
     int wrongValues = 0;
     for (auto entry = received.cbegin(); entry != received.cend() && list.tasks.size() < maximumTasks;
          ++entry)
-        if (auto task = cleanTask(entry.key(), *entry, &wrongValues)) list.tasks.append(*std::move(task));
-
-    const auto leftOut = int(received.size() - list.tasks.size());
-    if (leftOut > 0 || wrongValues > 0)
-        list.complaint =
-            vlFormat(QStringLiteral("%i of %i tasks left out, %i values of a wrong kind ignored"), leftOut,
-                     int(received.size()), wrongValues);
+        if (auto task = cleanTask(entry.key(), *entry, wrongValues)) list.tasks.append(*std::move(task));
+    list.complaint = AgentAnswer::complaint(received.size(), list.tasks.size(), wrongValues);
     return list;
 }
 
 OfferList OfferList::fromAnswer(const QVariant& answer) {
     OfferList list;
-    if (!isOfType(answer, QMetaType::QVariantList, "an array", list.complaint)) return list;
+    if (!AgentAnswer::isList(answer, list.complaint)) return list;
     const QVariantList received = answer.toList();
     for (const QVariant& value : received.mid(0, maximumOffers)) {
         const QVariantMap application = value.toMap();
@@ -143,9 +97,6 @@ OfferList OfferList::fromAnswer(const QVariant& answer) {
                                   {QStringLiteral("name"), name},
                                   {QStringLiteral("tasks"), tasks}});
     }
-    const auto leftOut = int(received.size() - list.applications.size());
-    if (leftOut > 0)
-        list.complaint =
-            vlFormat(QStringLiteral("%i of %i applications left out"), leftOut, int(received.size()));
+    list.complaint = AgentAnswer::complaint(received.size(), list.applications.size(), 0);
     return list;
 }

@@ -14,7 +14,6 @@ struct ScheduledTaskList {
     QString complaint;  ///< what was wrong with the answer, in plain words; empty when nothing was
 
     static constexpr qsizetype maximumTasks = 5'000;
-    static constexpr qsizetype maximumTextLength = 4'096;
 
     /// No answer (invalid) is an empty list without a complaint.
     [[nodiscard]] static ScheduledTaskList fromAnswer(const QVariant& answer);

@@ -1,25 +1,19 @@
 #include "tools/cronwell/TaskRowMerger.h"
 
-#include <QSet>
+#include "tools/cronwell/TaskKeys.h"
 
 namespace {
 
-const QString hostNameKey = QStringLiteral("hostname");
-const QString descriptionKey = QStringLiteral("taskDescription");
+using namespace TaskKeys;
 
 void addMissingHosts(VLScheduledTask& row, const QStringList& hostNames) {
     if (row.children().size() >= hostNames.size()) return;
-    QSet<QString> present;
-    for (const QVariant& child : row.children())
-        present.insert(child.toMap().value(hostNameKey).toString());
     QVariantList missing;
-    for (const QString& hostName : hostNames) {
-        if (present.contains(hostName)) continue;
+    for (const QString& hostName : ClientCopies::hostsWithout(row.children(), hostNames))
         missing.append(QVariantMap{{hostNameKey, hostName},
-                                   {QStringLiteral("enabled"), -1},
-                                   {QStringLiteral("frequencyDescription"), QString()},
-                                   {descriptionKey, row.taskDescription()}});
-    }
+                                   {enabledKey, -1},
+                                   {frequencyKey, QString()},
+                                   {taskDescriptionKey, row.taskDescription()}});
     row.setMissingHosts(missing);
     row.setState(VLScheduledTask::Missing);
 }
@@ -27,8 +21,8 @@ void addMissingHosts(VLScheduledTask& row, const QStringList& hostNames) {
 }  // namespace
 
 void TaskRowMerger::add(const QVariantMap& instance, const QString& hostName) {
-    const auto key = std::pair(instance.value(QStringLiteral("taskBundleID")).toString(),
-                               instance.value(descriptionKey).toString());
+    const auto key =
+        std::pair(instance.value(bundleKey).toString(), instance.value(taskDescriptionKey).toString());
     const auto known = m_places.constFind(key);
     if (known != m_places.constEnd()) {
         m_rows[*known].addChild(instance, hostName);

@@ -1,16 +1,17 @@
 #include "tools/cronwell/VLScheduledTask.h"
 
 #include "remote/Aggregation.h"
+#include "tools/cronwell/TaskKeys.h"
 #include "tools/cronwell/TaskSchedule.h"
 
 namespace {
 
-const QString frequencyKey = QStringLiteral("frequencyDescription");
+using namespace TaskKeys;
 
 constexpr int mixed = -1;
 
 bool isEnabled(const QVariantMap& instance) {
-    return instance.value(QStringLiteral("enabled")).toLongLong() != 0;
+    return instance.value(enabledKey).toLongLong() != 0;
 }
 
 }  // namespace
@@ -22,7 +23,7 @@ VLScheduledTask VLScheduledTask::scheduledTask(const QVariantMap& instance, cons
 }
 
 void VLScheduledTask::addChild(QVariantMap instance, const QString& hostName) {
-    instance.insert(QStringLiteral("hostname"), hostName);
+    instance.insert(hostNameKey, hostName);
     m_children.append(instance);
     if (isEnabled(instance)) ++m_enabledCount;
     if (m_children.size() == 1) {
@@ -40,9 +41,9 @@ void VLScheduledTask::addChild(QVariantMap instance, const QString& hostName) {
 void VLScheduledTask::takeFirst(const QVariantMap& instance) {
     m_enabled = isEnabled(instance) ? 1 : 0;
     m_frequencyDescription = instance.value(frequencyKey).toString();
-    m_taskBundleID = instance.value(QStringLiteral("taskBundleID")).toString();
-    m_taskDescription = instance.value(QStringLiteral("taskDescription")).toString();
-    m_root = instance.value(QStringLiteral("root")).toLongLong();
+    m_taskBundleID = instance.value(bundleKey).toString();
+    m_taskDescription = instance.value(taskDescriptionKey).toString();
+    m_root = instance.value(rootKey).toLongLong();
 }
 
 QString VLScheduledTask::friendlyIntervalDescription(const QString& minute, const QString& hour,

@@ -1,10 +1,13 @@
 #include "tools/merged/MergedOutlineModel.h"
 
+#include "tools/ClientCopies.h"
 #include "widgets/PlainText.h"
 
 #include <algorithm>
 
 namespace {
+
+using ClientCopies::hostNameOf;
 
 // Internal ids: of the merged rows this one, of the rows below them one made of their row's number. Those are
 // spread over all numbers because Qt hashes an index by adding its row and its id: with small ones in a row,
@@ -30,12 +33,7 @@ constexpr int rowOf(quintptr clientId) {
     return int(clientId * gather - 1);
 }
 
-constexpr qsizetype longestToolTip = 24;  // lines
-constexpr qsizetype mostNames = 20;
-
-QString hostName(const QVariantMap& client) {
-    return client.value(QStringLiteral("hostname")).toString();
-}
+constexpr qsizetype mostNames = 20;  // of clients, in one text
 
 }  // namespace
 
@@ -54,8 +52,11 @@ void MergedOutlineModel::replaceRows(const std::function<void()>& replace) {
     beginResetModel();
     replace();
     m_firstKeys.clear();
-    for (int row = 0; row < rowTotal(); ++row)
+    m_differing = 0;
+    for (int row = 0; row < rowTotal(); ++row) {
         m_firstKeys.push_back(sortKey(row, 0));
+        if (differs(row)) ++m_differing;
+    }
     arrange();
     endResetModel();
 }
@@ -102,15 +103,14 @@ QModelIndex MergedOutlineModel::indexOf(int row) const {
     return position < 0 ? QModelIndex() : createIndex(position, 0, rowId);
 }
 
-/// The host's name, and of a further copy of the same host which one it is.
-QString MergedOutlineModel::clientKey(const Place& place) const {
-    const QString host = hostName(client(place));
-    int copy = 0;
-    for (int before = place.child - 1; before >= 0 && !place.isMissing; --before) {
-        if (hostName(presentOn(place.row).at(before).toMap()) != host) break;
-        ++copy;
-    }
-    return copy == 0 ? host : host + u'/' + QString::number(copy);
+/// The host's name, which stays when its copy is moved about; of several copies also which one it is.
+QString MergedOutlineModel::clientKey(const Place& place, const QVariantMap& client) const {
+    const QString host = hostNameOf(client);
+    const auto isOfHost = [&](int child) {
+        return !place.isMissing && hostNameOf(presentOn(place.row).value(child).toMap()) == host;
+    };
+    const bool isOnly = !isOfHost(place.child - 1) && !isOfHost(place.child + 1);
+    return isOnly ? host : host + u'\n' + copyKey(client);
 }
 
 QVariantMap MergedOutlineModel::client(const Place& place) const {
@@ -133,8 +133,8 @@ QVariant MergedOutlineModel::data(const QModelIndex& index, int role) const {
     if (at.row < 0) return {};
     if (at.child < 0)
         return role == KeyRole ? QVariant(rowKey(at.row)) : rowData(at.row, index.column(), role);
-    if (role == KeyRole) return clientKey(at);
     const QVariantMap shown = client(at);
+    if (role == KeyRole) return clientKey(at, shown);
     if (index.column() == 0) return clientName(shown, at.isMissing, role);
     return clientData(shown, at.isMissing, index.column(), role);
 }
@@ -144,7 +144,7 @@ QVariant MergedOutlineModel::clientName(const QVariantMap& client, bool isMissin
         case Qt::DisplayRole:
             return friendlyHost(client);
         case Qt::ToolTipRole:
-            return literalText(hostName(client));
+            return literalText(hostNameOf(client));
         case Cell::SymbolRole:
             return QStringLiteral("computer");
         case Cell::ToneRole:
@@ -168,7 +168,7 @@ bool MergedOutlineModel::setData(const QModelIndex& index, const QVariant& value
 }
 
 QString MergedOutlineModel::friendlyHost(const QVariantMap& client) const {
-    const QString host = hostName(client);
+    const QString host = hostNameOf(client);
     return m_friendlyName ? m_friendlyName(host) : host;
 }
 
@@ -176,7 +176,7 @@ int MergedOutlineModel::computersWith(int row) const {
     int count = 0;
     QString last;
     for (const QVariant& entry : presentOn(row)) {
-        const QString host = hostName(entry.toMap());
+        const QString host = hostNameOf(entry.toMap());
         if (count == 0 || host != last) ++count;
         last = host;
     }
@@ -203,24 +203,77 @@ QString MergedOutlineModel::missingText(int row) const {
     return QStringLiteral("Missing on %1: %2").arg(hosts.size()).arg(names.join(QStringLiteral(", ")));
 }
 
-void MergedOutlineModel::listClients(int row, const QString& title,
-                                     const std::function<QString(const QVariantMap&)>& value,
-                                     QStringList& lines) const {
-    lines << title;
+QStringList MergedOutlineModel::listOfClients(int row, const QString& title,
+                                              const std::function<QString(const QVariantMap&)>& value) const {
+    QStringList lines{title};
     for (const QVariant& entry : presentOn(row)) {
+        if (lines.size() > mostNames) {
+            lines << QStringLiteral("    …");
+            break;
+        }
         const QVariantMap client = entry.toMap();
         lines << QStringLiteral("    %1: %2").arg(friendlyHost(client), value(client));
-        if (lines.size() > longestToolTip) {
-            lines << QStringLiteral("    …");
-            return;
+    }
+    return lines;
+}
+
+QVariant MergedOutlineModel::statusData(int row, int role) const {
+    const bool alike = !differs(row);
+    switch (role) {
+        case Qt::DisplayRole:
+            return statusText(row);
+        case Qt::ToolTipRole: {
+            const int count = computersWith(row);
+            QStringList lines = differences(row);
+            if (lines.isEmpty())
+                lines << QStringLiteral("The same on %1")
+                             .arg(count == 1 ? QStringLiteral("1 computer")
+                                             : QStringLiteral("%1 computers").arg(count));
+            return literalText(lines.join(u'\n'));
         }
+        case Cell::ToneRole:
+            return int(alike ? Cell::Tone::Secondary : Cell::Tone::Plain);
+        case Cell::SymbolToneRole:
+            return int(alike ? Cell::Tone::Good : Cell::Tone::Warning);
+        case Cell::SymbolRole:
+            if (!missingOn(row).isEmpty()) return QStringLiteral("missing");
+            return alike ? QStringLiteral("check") : QStringLiteral("warning");
+        default:
+            return {};
     }
 }
 
-QString MergedOutlineModel::alikeText(int row) const {
-    const int count = computersWith(row);
-    return QStringLiteral("The same on %1")
-        .arg(count == 1 ? QStringLiteral("1 computer") : QStringLiteral("%1 computers").arg(count));
+QVariant MergedOutlineModel::placeData(const QString& place, int role) {
+    switch (role) {
+        case Qt::DisplayRole:
+            return place;
+        case Qt::ToolTipRole:
+            return literalText(place);
+        case Cell::ToneRole:
+            return int(Cell::Tone::Secondary);
+        case Cell::ElideMiddleRole:
+            return true;
+        default:
+            return {};
+    }
+}
+
+QVariant MergedOutlineModel::missingData(int column, int role, const QString& text) const {
+    using enum Cell::Tone;
+    const bool isStatus = column == columnCount() - 1;
+    switch (role) {
+        case Qt::DisplayRole:
+            if (isStatus) return text;
+            return m_columns[size_t(column)].hasValue ? QVariant(CellMark::nothing) : QVariant();
+        case Cell::ToneRole:
+            return int(isStatus ? Warning : Faint);
+        case Cell::SymbolRole:
+            return isStatus ? QVariant(QStringLiteral("missing")) : QVariant();
+        case Cell::SymbolToneRole:
+            return int(Warning);
+        default:
+            return {};
+    }
 }
 
 // ---- Sorting and filtering

@@ -14,7 +14,7 @@
 /// pair of indexes at a time. Main thread.
 ///
 /// A subclass keeps the rows and says what they show; rows are counted as it has them, before filtering and
-/// sorting. What a client has is a dictionary with the client's "hostname".
+/// sorting. The first column is the name, the last one the status. What a client has: see ClientCopies.
 class MergedOutlineModel : public QAbstractItemModel {
     Q_OBJECT
 public:
@@ -22,8 +22,9 @@ public:
         KeyRole = Qt::UserRole,  ///< names a row among its siblings, also after a refresh
     };
     struct Column {
-        const char* name;   ///< in the stored sort settings
-        const char* title;  ///< in the header
+        const char* name;       ///< in the stored sort settings
+        const char* title;      ///< in the header
+        bool hasValue = false;  ///< one that a client without the thing cannot have
     };
     /// What an index stands for.
     struct Place {
@@ -48,8 +49,9 @@ public:
 
     [[nodiscard]] QStringList columnNames() const;
     [[nodiscard]] virtual int rowTotal() const = 0;
-    /// Whether the clients disagree about this row, or some lack it.
-    [[nodiscard]] virtual bool differs(int row) const = 0;
+    [[nodiscard]] virtual QString rowKey(int row) const = 0;  ///< what KeyRole says of it
+    /// How many rows the clients disagree about or some lack.
+    [[nodiscard]] int differingTotal() const { return m_differing; }
     /// What the client in that place has, or the placeholder of one that lacks it.
     [[nodiscard]] QVariantMap client(const Place& place) const;
     [[nodiscard]] Place place(const QModelIndex& index) const;
@@ -78,7 +80,9 @@ Q_SIGNALS:
 protected:
     [[nodiscard]] virtual const QVariantList& presentOn(int row) const = 0;
     [[nodiscard]] virtual const QVariantList& missingOn(int row) const = 0;
-    [[nodiscard]] virtual QString rowKey(int row) const = 0;
+    [[nodiscard]] virtual bool differs(int row) const = 0;
+    /// Tells apart what one client has more than once of the same row.
+    [[nodiscard]] virtual QString copyKey(const QVariantMap& client) const = 0;
     [[nodiscard]] virtual QVariant rowData(int row, int column, int role) const = 0;
     /// KeyRole and the first column (the client's name) are answered already.
     [[nodiscard]] virtual QVariant clientData(const QVariantMap& client, bool isMissing, int column,
@@ -86,26 +90,33 @@ protected:
     [[nodiscard]] virtual bool matches(int row, const QString& text) const = 0;
     [[nodiscard]] virtual SortKey sortKey(int row, int column) const = 0;
     [[nodiscard]] virtual bool isCheckable(int column) const = 0;
+    /// For the status column: in a few words, and every difference in lines of its own (none: all alike).
+    [[nodiscard]] virtual QString statusText(int row) const = 0;
+    [[nodiscard]] virtual QStringList differences(int row) const = 0;
 
     /// Replaces the rows; filter and sorting stay as they are.
     void replaceRows(const std::function<void()>& replace);
 
-    // For the words of a subclass.
-    [[nodiscard]] QString friendlyHost(const QVariantMap& client) const;
+    // For the cells of a subclass.
+    [[nodiscard]] QVariant statusData(int row, int role) const;
+    /// The status cell of a client's own row: where what it has lies.
+    [[nodiscard]] static QVariant placeData(const QString& place, int role);
+    /// The cells of a client that lacks it: `text` in the status column, a dash in those with values.
+    [[nodiscard]] QVariant missingData(int column, int role, const QString& text) const;
     /// How many clients have it, be it more than once. The copies of a client follow one another.
     [[nodiscard]] int computersWith(int row) const;
     /// "2 of 3": how many of the clients have it.
     [[nodiscard]] QVariant countData(int row, int role) const;
     /// "Missing on Edit Bay" or "Missing on 2: Edit Bay, Sound"; of many the first ones.
     [[nodiscard]] QString missingText(int row) const;
-    /// Adds a title and what each client has, for a tooltip.
-    void listClients(int row, const QString& title, const std::function<QString(const QVariantMap&)>& value,
-                     QStringList& lines) const;
-    [[nodiscard]] QString alikeText(int row) const;
+    /// A title and what each client has, a line each.
+    [[nodiscard]] QStringList listOfClients(int row, const QString& title,
+                                            const std::function<QString(const QVariantMap&)>& value) const;
 
 private:
     [[nodiscard]] int clientCount(int row) const;
-    [[nodiscard]] QString clientKey(const Place& place) const;
+    [[nodiscard]] QString friendlyHost(const QVariantMap& client) const;
+    [[nodiscard]] QString clientKey(const Place& place, const QVariantMap& client) const;
     [[nodiscard]] bool isShown(int row) const;
     [[nodiscard]] QVariant clientName(const QVariantMap& client, bool isMissing, int role) const;
     void arrange();
@@ -118,6 +129,7 @@ private:
     std::vector<int> m_position;       ///< by row: its place in m_shown, or -1
     QString m_filterText;
     bool m_differencesOnly = false;
+    int m_differing = 0;
     int m_sortColumn = 0;
     Qt::SortOrder m_sortOrder = Qt::AscendingOrder;
 };
@@ -129,6 +141,9 @@ struct CellMark {
     Cell::Tone tone = Cell::Tone::Plain;
     Cell::Tone symbolTone = Cell::Tone::Secondary;
     QVariant check = {};  ///< Qt::CheckState: a check box instead of a symbol
+
+    /// Shown where there is no value.
+    static inline const QString nothing = QStringLiteral("–");
 
     /// On, off, or mixed (below 0), with the word for each.
     [[nodiscard]] static CellMark checkBox(int state, const QString& on, const QString& off);

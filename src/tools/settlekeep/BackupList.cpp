@@ -1,6 +1,7 @@
 #include "tools/settlekeep/BackupList.h"
 
-#include "foundation/VLFormat.h"
+#include "tools/AgentAnswer.h"
+#include "tools/ClientCopies.h"
 #include "tools/settlekeep/PreferenceTree.h"
 
 #include <QDateTime>
@@ -15,52 +16,30 @@ namespace {
 
 const QString pathKey = QStringLiteral("path");
 const QString nameKey = QStringLiteral("name");
-const QString hostNameKey = QStringLiteral("hostname");
+using ClientCopies::hostNameKey;
 const QString dateKey = QStringLiteral("date");
 const QString keysKey = QStringLiteral("keys");
+const QString typeKey = QStringLiteral("type");
+const QString sizeKey = QStringLiteral("size");
 
-bool isUsableText(const QVariant& value) {
-    return value.typeId() == QMetaType::QString && value.toString().size() <= BackupList::maximumTextLength;
+/// Not negative: an index or a size.
+QVariant count(const QVariant& value) {
+    const QVariant number = AgentAnswer::number(value);
+    return number.toLongLong() >= 0 ? number : QVariant();
 }
-
-/// A number that is no text, not negative, and small enough to be what it says it is.
-QVariant usableNumber(const QVariant& value) {
-    switch (value.typeId()) {
-        case QMetaType::Int:
-        case QMetaType::LongLong:
-            return value.toLongLong() >= 0 ? QVariant(value.toLongLong()) : QVariant();
-        case QMetaType::Double:
-            if (const double real = value.toDouble(); real >= 0 && real < 1e15)
-                return static_cast<qlonglong>(real);
-            return {};
-        default:
-            return {};
-    }
-}
-
-QVariant usable(const QString& key, const QVariant& value) {
-    if (key == nameKey || key == keysKey) return isUsableText(value) ? value : QVariant();
-    if (key == dateKey)
-        return value.typeId() == QMetaType::QDateTime && value.toDateTime().isValid() ? value : QVariant();
-    return usableNumber(value);
-}
+constexpr AgentAnswer::Key optionalKeys[] = {{"name", AgentAnswer::text},
+                                             {"type", count},
+                                             {"date", AgentAnswer::date},
+                                             {"size", count},
+                                             {"keys", AgentAnswer::text}};
 
 /// Nothing for an entry that could not be restored.
 std::optional<QVariantMap> clean(const QVariant& entry, int& wrongValues) {
-    if (entry.typeId() != QMetaType::QVariantMap) return std::nullopt;
     const QVariantMap received = entry.toMap();
-    const QVariant path = received.value(pathKey);
-    if (!isUsableText(path) || path.toString().isEmpty()) return std::nullopt;
+    const QVariant path = AgentAnswer::text(received.value(pathKey));
+    if (path.toString().isEmpty()) return std::nullopt;
     QVariantMap backup{{pathKey, path}};
-    for (const QString& key : backupColumnNames()) {
-        const auto value = received.constFind(key);
-        if (key == hostNameKey || value == received.constEnd()) continue;  // that one is ours to give
-        const QVariant kept = usable(key, *value);
-        if (kept.isValid())
-            backup.insert(key, kept);
-        else
-            ++wrongValues;
-    }
+    wrongValues += AgentAnswer::copyKeys(received, optionalKeys, backup);
     return backup;
 }
 
@@ -68,29 +47,19 @@ std::optional<QVariantMap> clean(const QVariant& entry, int& wrongValues) {
 
 BackupList BackupList::fromAnswer(const QVariant& answer) {
     BackupList list;
-    if (answer.typeId() != QMetaType::QVariantMap) {
-        list.complaint =
-            vlFormat(QStringLiteral("not a dictionary but %@"), QLatin1String(answer.typeName()));
-        return list;
-    }
+    if (!AgentAnswer::isDictionary(answer, list.complaint)) return list;
     const QVariantMap entries = answer.toMap();
     int wrongValues = 0;
     for (const QVariant& entry : entries) {
         if (list.backups.size() >= maximumEntries) break;
         if (auto backup = clean(entry, wrongValues)) list.backups.append(*std::move(backup));
     }
-    const auto leftOut = static_cast<int>(entries.size() - list.backups.size());
-    if (leftOut > 0 || wrongValues > 0) {
-        list.complaint =
-            vlFormat(QStringLiteral("%i of %i entries left out, %i values of a wrong kind ignored"), leftOut,
-                     static_cast<int>(entries.size()), wrongValues);
-    }
+    list.complaint = AgentAnswer::complaint(entries.size(), list.backups.size(), wrongValues);
     return list;
 }
 
 const QStringList& backupColumnNames() {
-    static const QStringList names{
-        nameKey, hostNameKey, QStringLiteral("type"), dateKey, QStringLiteral("size"), keysKey};
+    static const QStringList names{nameKey, hostNameKey, typeKey, dateKey, sizeKey, keysKey};
     return names;
 }
 
@@ -111,12 +80,12 @@ class KeyMaker {
 public:
     KeyMaker(const QString& column, const std::function<QString(const QString&)>& friendlyName)
         : m_column(column),
-          m_isNumber(column == dateKey || column == u"type" || column == u"size"),
+          m_isNumber(column == dateKey || column == typeKey || column == sizeKey),
           m_friendlyName(friendlyName) {}
 
     [[nodiscard]] Keyed operator()(QVariantMap backup) {
         const QString name = backupName(backup).toCaseFolded();
-        const QString client = m_friendlyName(backup.value(hostNameKey).toString()).toCaseFolded();
+        const QString client = m_friendlyName(ClientCopies::hostNameOf(backup)).toCaseFolded();
         QString text;
         if (m_column == nameKey) text = name;
         if (m_column == hostNameKey) text = client;

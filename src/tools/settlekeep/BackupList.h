@@ -15,7 +15,6 @@ struct BackupList {
     QString complaint;  ///< what was wrong with the answer, in plain words; empty when nothing was
 
     static constexpr qsizetype maximumEntries = 10'000;
-    static constexpr qsizetype maximumTextLength = 4'096;
 
     [[nodiscard]] static BackupList fromAnswer(const QVariant& answer);
 };

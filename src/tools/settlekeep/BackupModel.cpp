@@ -1,5 +1,6 @@
 #include "tools/settlekeep/BackupModel.h"
 
+#include "tools/ClientCopies.h"
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/PreferenceTree.h"
 #include "widgets/CellDelegate.h"
@@ -13,11 +14,9 @@
 
 namespace {
 
-const QString nothing = QStringLiteral("—");
+using ClientCopies::hostNameOf;
 
-QString hostName(const QVariantMap& backup) {
-    return backup.value(QStringLiteral("hostname")).toString();
-}
+const QString nothing = QStringLiteral("—");
 
 QString path(const QVariantMap& backup) {
     return backup.value(QStringLiteral("path")).toString();
@@ -61,7 +60,7 @@ void BackupModel::setFilter(const QString& text) {
 
 void BackupModel::sort(int column, Qt::SortOrder order) {
     if (column < 0 || column >= ColumnCount) return;
-    const auto keyOf = [](const QVariantMap& backup) { return std::pair(hostName(backup), path(backup)); };
+    const auto keyOf = [](const QVariantMap& backup) { return std::pair(hostNameOf(backup), path(backup)); };
     Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
     QList<std::pair<QString, QString>> keys;
     const QModelIndexList before = persistentIndexList();
@@ -98,7 +97,7 @@ QString BackupModel::summary() const {
     if (m_backups.isEmpty()) return {};
     QSet<QString> hosts;
     for (const QVariantMap& backup : m_backups)
-        hosts.insert(hostName(backup));
+        hosts.insert(hostNameOf(backup));
     const auto counted = [](qsizetype count, const char* word) {
         return QStringLiteral("%1 %2%3").arg(count).arg(QLatin1String(word),
                                                         QLatin1String(count == 1 ? "" : "s"));
@@ -120,7 +119,7 @@ QString BackupModel::text(const QVariantMap& backup, int column) const {
         case Name:
             return backupName(backup);
         case Computer:
-            return m_friendlyName(hostName(backup));
+            return m_friendlyName(hostNameOf(backup));
         case Type:
             return backupTypeText(backup.value(QStringLiteral("type")));
         case Date: {
@@ -145,10 +144,10 @@ QVariant BackupModel::data(const QModelIndex& index, int role) const {
         case Qt::DisplayRole:
             return text(backup, index.column());
         case KeyRole:
-            return QString(hostName(backup) + u'\n' + path(backup));
+            return QString(hostNameOf(backup) + u'\n' + path(backup));
         case Qt::ToolTipRole:
             if (index.column() == Name) return literalText(backupName(backup) + u'\n' + path(backup));
-            if (index.column() == Computer) return literalText(hostName(backup));
+            if (index.column() == Computer) return literalText(hostNameOf(backup));
             if (index.column() == Date)
                 return QLocale().toString(backup.value(QStringLiteral("date")).toDateTime().toLocalTime(),
                                           QLocale::LongFormat);

@@ -2,18 +2,16 @@
 
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
-#include "foundation/VLThread.h"
-#include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
 #include "system/VLAlert.h"
 #include "system/VLException.h"
 #include "system/VLLocalPaths.h"
+#include "tools/ClientCopies.h"
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/PreferenceTree.h"
 
 namespace {
 
-const QString hostNameKey = QStringLiteral("hostname");
 const QString pathKey = QStringLiteral("path");
 const QString backupNameKey = QStringLiteral("backupName");
 const QString backupTypeKey = QStringLiteral("backupType");
@@ -24,10 +22,6 @@ void showAlert(const QString& messageText, const QString& informativeText) {
 }
 
 }  // namespace
-
-bool SettlekeepController::isStopped(int run) const {
-    return context().progress->isCancelled(run) || VLThread::isCancelled();
-}
 
 void SettlekeepController::postProgress(std::function<void(TaskProgress&)> change) const {
     onMainThread([progress = context().progress, change = std::move(change)] { change(*progress); });
@@ -104,7 +98,7 @@ void SettlekeepController::settlekeepBackupOnThread(const QVariantMap& options) 
     VLLog::appendLog(QStringLiteral("Backing up selected Settlekeep preferences: %@"),
                      options.value(keysKey));
     context().runner->executeRemoteMethods(QStringLiteral("settlekeepBackupSelected:"), options);
-    startPopulating();
+    startRefresh(QStringLiteral("populateSettlekeepBackups"));
 }
 
 void SettlekeepController::settlekeepQuickBackupOnThread(const QVariantMap& options) {
@@ -112,7 +106,7 @@ void SettlekeepController::settlekeepQuickBackupOnThread(const QVariantMap& opti
     const QVariant type = options.value(backupTypeKey);
     VLLog::appendLog(QStringLiteral("Performing quick backup to %@ of type %i..."), name, type);
     context().runner->executeRemoteMethods(QStringLiteral("settlekeepBackup:type:"), name, type);
-    startPopulating();
+    startRefresh(QStringLiteral("populateSettlekeepBackups"));
 }
 
 // ---- Lock, unlock, trash
@@ -148,29 +142,16 @@ void SettlekeepController::settlekeepQuickTrash() {
 
 // ---- The list of backups
 
-void SettlekeepController::startPopulating() {
-    startWorker(QStringLiteral("populateSettlekeepBackups"), [this] { populateSettlekeepBackups(); });
-}
-
 void SettlekeepController::populateSettlekeepBackups() {
-    onMainThreadAndWait([this] {
-        if (m_settlekeepBackupArray.isEmpty()) setBusy(true);
-    });
-    VLLog::appendLog(QStringLiteral("Populating Settlekeep backups..."));
-    try {
-        populate();
-    } catch (const std::exception& exception) {
-        VLException::logException(exception, "-[AppController populateSettlekeepBackups]");
-    }
-    onMainThreadAndWait([this] { setBusy(false); });
+    runRefresh(
+        QStringLiteral("populateSettlekeepBackups"), QStringLiteral("Populating Settlekeep backups..."),
+        Display::None, [this] { return m_settlekeepBackupArray.isEmpty(); },
+        [this](const Reading& reading) { populate(reading); });
 }
 
-void SettlekeepController::populate() {
-    const int refresh = ++m_lastRefresh;
-    const int run = context().progress->beginRun();
+void SettlekeepController::populate(const Reading& reading) {
     const QVariant answers = context().runner->objectsFromRemoteMethod(QStringLiteral("settlekeepBackups"));
-    // Half a run says nothing about the clients that it did not come to.
-    if (isStopped(run)) return;
+    if (isStopped(reading.run)) return;  // what there is so far leaves clients out
     if (!answers.isValid()) {
         VLLog::appendLog(QStringLiteral("Unable to get backup data."));
         return;
@@ -182,24 +163,15 @@ void SettlekeepController::populate() {
         if (!list.complaint.isEmpty())
             VLLog::appendLog(QStringLiteral("Backups of %@: %@"), host.key(), list.complaint);
         for (QVariantMap backup : list.backups) {
-            backup.insert(hostNameKey, host.key());
+            backup.insert(ClientCopies::hostNameKey, host.key());
             backups.append(backup);
         }
     }
-    onMainThreadAndWait([this, backups, refresh, run] {
-        if (refresh < m_installedRefresh || context().progress->isCancelled(run)) return;
-        m_installedRefresh = refresh;
-        setSettlekeepBackupArray(backups);
-    });
+    install(reading, [&] { setSettlekeepBackupArray(backups); });
 }
 
 void SettlekeepController::setSettlekeepBackupArray(const QList<QVariantMap>& backups) {
-    const VLUserDefaults& defaults = VLUserDefaults::standardUserDefaults();
     m_settlekeepBackupArray = backups;
-    sortBackups(m_settlekeepBackupArray,
-                defaults.stringForKey(QStringLiteral("settlekeepBackupTableSortedColumn")),
-                defaults.boolForKey(QStringLiteral("settlekeepBackupTableSortedDescending")),
-                context().friendlyServiceName);
     m_hasResult = true;
     Q_EMIT changed();
 }
@@ -216,7 +188,7 @@ ToolReport SettlekeepController::report() const {
                      QStringLiteral("Date"),   QStringLiteral("Bytes"),    QStringLiteral("Preferences")};
     for (const QVariantMap& backup : m_settlekeepBackupArray) {
         report.rows.append({backupName(backup),
-                            context().friendlyServiceName(backup.value(hostNameKey).toString()),
+                            context().friendlyServiceName(ClientCopies::hostNameOf(backup)),
                             backupTypeText(backup.value(QStringLiteral("type"))),
                             backup.value(QStringLiteral("date")).toDateTime().toUTC().toString(Qt::ISODate),
                             backup.value(QStringLiteral("size")).toString(),
@@ -252,7 +224,7 @@ void SettlekeepController::settlekeepRestoreBackup(const QVariantMap& backup) {
 }
 
 void SettlekeepController::restore(const QVariantMap& backup, int run) {
-    const VLServicePtr owner = context().serviceWithHostName(backup.value(hostNameKey).toString());
+    const VLServicePtr owner = context().serviceWithHostName(ClientCopies::hostNameOf(backup));
     if (!owner) {
         VLLog::appendLog(QStringLiteral("Unable to get service for selected backup."));
         return;

@@ -6,8 +6,6 @@
 #include <QList>
 #include <QVariant>
 
-#include <atomic>
-
 /// Preference backups of the selected clients: what is ticked to act on, and the backups that there are.
 /// Actions and shown data are for the main thread, workers (the operations that say so) for their own.
 class SettlekeepController : public ToolController {
@@ -58,17 +56,13 @@ Q_SIGNALS:
 private:
     [[nodiscard]] static bool isValidName(const QString& name);
     void sendKeys(const QString& logLine, const QString& selector, const QString& worker);
-    void startPopulating();
-    void populate();
+    void populate(const Reading& reading);
     void restore(const QVariantMap& backup, int run);
     void restoreOn(const VLServicePtr& service, const VLServicePtr& owner, const QString& path,
                    const QByteArray& data) const;
     /// To the main thread, without waiting.
     void postProgress(std::function<void(TaskProgress&)> change) const;
-    [[nodiscard]] bool isStopped(int run) const;
 
     QList<VLPrefItem> m_settlekeepPrefArray;
     QList<QVariantMap> m_settlekeepBackupArray;
-    std::atomic<int> m_lastRefresh{0};
-    int m_installedRefresh = 0;  ///< main thread
 };

@@ -1,15 +1,15 @@
 #include "tools/settlekeep/SettlekeepPane.h"
 
+#include "tools/PaneState.h"
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/BackupModel.h"
 #include "tools/settlekeep/BackupSheet.h"
 #include "tools/settlekeep/PreferenceModel.h"
 #include "tools/settlekeep/SettlekeepView.h"
-#include "widgets/CellDelegate.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/EmptyState.h"
 #include "widgets/OutlineState.h"
-#include "widgets/RowCopy.h"
+#include "widgets/PaneParts.h"
 #include "widgets/SearchField.h"
 #include "widgets/Spinner.h"
 #include "widgets/SymbolIcon.h"
@@ -20,18 +20,11 @@
 #include <QAction>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QKeyEvent>
 #include <QMenu>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QTreeView>
-
-#include <algorithm>
-
-namespace {
-constexpr int smallSymbol = 14;
-}
 
 QWidget* makeSettlekeepPane(ToolController& controller, QWidget* parent) {
     return new SettlekeepView(static_cast<SettlekeepController&>(controller), parent);
@@ -75,21 +68,7 @@ SettlekeepView::SettlekeepView(SettlekeepController& controller, QWidget* parent
 
 QTreeView* SettlekeepView::makeView(const char* name, const QString& title) {
     auto* view = new QTreeView(this);
-    view->setObjectName(QLatin1String(name));
-    view->setAccessibleName(title);
-    view->setFrameShape(QFrame::NoFrame);
-    view->setUniformRowHeights(true);
-    view->setAlternatingRowColors(true);
-    view->setIndentation(20);
-    view->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    view->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    view->setContextMenuPolicy(Qt::CustomContextMenu);
-    view->setItemDelegate(new CellDelegate(view));
-    view->header()->setFont(themeFont(0.92, QFont::Medium));
-    view->header()->setSectionsMovable(false);
-    view->header()->setMinimumSectionSize(48);
-    view->header()->setStretchLastSection(true);
+    setUpPaneTable(*view, QLatin1String(name), title);
     return view;
 }
 
@@ -109,10 +88,7 @@ void SettlekeepView::addButton(QHBoxLayout* bar, QAction* action) {
     auto* button = new QToolButton(this);
     button->setDefaultAction(action);
     button->setObjectName(action->objectName() + QStringLiteral("Btn"));
-    button->setIconSize({smallSymbol, smallSymbol});
-    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    button->setAutoRaise(true);
-    button->setFocusPolicy(Qt::TabFocus);
+    setUpBarButton(*button);
     bar->addWidget(button);
 }
 
@@ -152,7 +128,7 @@ QWidget* SettlekeepView::buildPreferences() {
     layout->addLayout(bar);
 
     m_preferenceView->setModel(m_preferences);
-    m_preferenceView->installEventFilter(this);
+    turnBoxesWithSpace(*m_preferenceView, PreferenceModel::Name);
     m_preferenceView->header()->resizeSection(PreferenceModel::Name, 300);
     layout->addWidget(m_preferenceView, 1);
     connect(m_preferences, &PreferenceModel::ticked, &m_controller, &SettlekeepController::setPrefSelected);
@@ -234,35 +210,12 @@ void SettlekeepView::reloadBackups(const std::function<void()>& change) {
 }
 
 void SettlekeepView::updateState() {
-    const QList<VLServicePtr> selected = m_controller.context().selectedServices();
-    const bool anySelected = !selected.isEmpty();
-    const bool anyConnected = std::any_of(selected.begin(), selected.end(),
-                                          [](const VLServicePtr& service) { return service->isConnected(); });
+    static const PaneWords words{QStringLiteral("backup"), QStringLiteral("backups"),
+                                 QStringLiteral("Backups"), QStringLiteral("archive"),
+                                 QStringLiteral("Tick preferences above and choose Back Up.")};
+    const bool anySelected = !m_controller.context().selectedServices().isEmpty();
     const bool anyShown = m_backups->rowCount() > 0;
-    const QString symbol = QStringLiteral("archive");
-    m_empty->setButtonText({});
-    if (!m_backups->isEmpty() && !anyShown) {
-        m_empty->setContents(QStringLiteral("search"), QStringLiteral("No matching backup"),
-                             QStringLiteral("No backup passes the filter."));
-        m_empty->setButtonText(QStringLiteral("Show All Backups"));
-    } else if (anySelected && m_controller.isBusy()) {
-        m_empty->setBusy(QStringLiteral("Reading backups…"));
-    } else if (!anySelected) {
-        m_empty->setContents(symbol, QStringLiteral("Select computers to list their backups"),
-                             QStringLiteral("Select one or more in the list on the left, or All Computers."));
-    } else if (!anyConnected) {
-        m_empty->setContents(symbol,
-                             selected.size() == 1
-                                 ? QStringLiteral("The selected computer is not connected")
-                                 : QStringLiteral("The selected computers are not connected"),
-                             QStringLiteral("Backups are read as soon as a computer is connected."));
-    } else if (m_controller.hasResult()) {
-        m_empty->setContents(symbol, QStringLiteral("No backups on the selected computers"),
-                             QStringLiteral("Tick preferences above and choose Back Up."));
-    } else {
-        m_empty->setContents(symbol, QStringLiteral("Backups have not been read yet"),
-                             QStringLiteral("Choose Refresh to read them from the selected computers."));
-    }
+    if (!anyShown) showWhyEmpty(*m_empty, m_controller, words, !m_backups->isEmpty());
     m_stack->setCurrentWidget(anyShown ? static_cast<QWidget*>(m_backupView) : m_empty);
     m_search->setEnabled(!m_backups->isEmpty());
     for (QAction* action : std::as_const(m_actions))
@@ -270,49 +223,29 @@ void SettlekeepView::updateState() {
     m_restore->setEnabled(anySelected && anyShown && m_backupView->selectionModel()->hasSelection());
 }
 
-// ---- Keys and menus
-
-/// The box can be turned wherever in its row the keyboard stands.
-bool SettlekeepView::eventFilter(QObject* object, QEvent* event) {
-    if (object != m_preferenceView || event->type() != QEvent::KeyPress)
-        return QWidget::eventFilter(object, event);
-    const auto* key = static_cast<QKeyEvent*>(event);
-    const QModelIndex box = m_preferenceView->currentIndex().siblingAtColumn(PreferenceModel::Name);
-    if (key->key() != Qt::Key_Space || key->modifiers() != Qt::NoModifier || !box.isValid())
-        return QWidget::eventFilter(object, event);
-    const bool isOn = box.data(Qt::CheckStateRole).toInt() == Qt::Checked;
-    m_preferences->setData(box, int(isOn ? Qt::Unchecked : Qt::Checked), Qt::CheckStateRole);
-    return true;
-}
+// ---- Menus
 
 void SettlekeepView::showPreferenceMenu(const QPoint& position) {
-    QMenu menu(this);
-    menu.setObjectName(QStringLiteral("settlekeepPrefMenu"));
-    menu.addActions(m_actions);
-    menu.insertSeparator(m_actions.at(2));
-    menu.insertSeparator(m_actions.at(4));
-    menu.addSeparator();
-    menu.addAction(QStringLiteral("Tick All"), this, [this] { tickAll(VLPrefItem::On); });
-    menu.addAction(QStringLiteral("Untick All"), this, [this] { tickAll(VLPrefItem::Off); });
-    menu.addSeparator();
-    menu.addAction(symbolIcon(QStringLiteral("expand")), QStringLiteral("Expand All"), m_preferenceView,
-                   &QTreeView::expandAll);
-    menu.addAction(symbolIcon(QStringLiteral("collapse")), QStringLiteral("Collapse All"), m_preferenceView,
-                   &QTreeView::collapseAll);
-    menu.exec(m_preferenceView->viewport()->mapToGlobal(position));
+    QMenu* const menu = makeContextMenu(*m_preferenceView, QStringLiteral("settlekeepPrefMenu"));
+    menu->addActions(m_actions);
+    menu->insertSeparator(m_actions.at(2));
+    menu->insertSeparator(m_actions.at(4));
+    menu->addSeparator();
+    menu->addAction(QStringLiteral("Tick All"), this, [this] { tickAll(VLPrefItem::On); });
+    menu->addAction(QStringLiteral("Untick All"), this, [this] { tickAll(VLPrefItem::Off); });
+    menu->addSeparator();
+    addExpandItems(*menu, *m_preferenceView);
+    menu->popup(m_preferenceView->viewport()->mapToGlobal(position));
 }
 
 void SettlekeepView::showBackupMenu(const QPoint& position) {
-    QMenu menu(this);
-    menu.setObjectName(QStringLiteral("settlekeepBackupMenu"));
+    QMenu* const menu = makeContextMenu(*m_backupView, QStringLiteral("settlekeepBackupMenu"));
     // While the menu is open a refresh may change what is selected; it is about what it was opened on.
-    QAction* restore =
-        menu.addAction(m_restore->icon(), m_restore->text(), this,
-                       [this, backup = selectedBackup()] { m_controller.settlekeepRestore(backup); });
+    QAction* const restore =
+        menu->addAction(m_restore->icon(), m_restore->text(), this,
+                        [this, backup = selectedBackup()] { m_controller.settlekeepRestore(backup); });
     restore->setEnabled(m_restore->isEnabled());
-    menu.addSeparator();
-    QAction* copy = menu.addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("Copy"), this,
-                                   [this] { copySelectedRows(*m_backupView); });
-    copy->setEnabled(m_backupView->selectionModel()->hasSelection());
-    menu.exec(m_backupView->viewport()->mapToGlobal(position));
+    menu->addSeparator();
+    addCopyItem(*menu, *m_backupView);
+    menu->popup(m_backupView->viewport()->mapToGlobal(position));
 }

@@ -22,9 +22,6 @@ class SettlekeepView : public QWidget {
 public:
     SettlekeepView(SettlekeepController& controller, QWidget* parent);
 
-protected:
-    bool eventFilter(QObject* object, QEvent* event) override;
-
 private:
     QWidget* buildPreferences();
     QWidget* buildBackups();
