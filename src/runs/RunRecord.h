@@ -1,0 +1,46 @@
+#pragma once
+
+#include "runs/Outcome.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QMetaType>
+#include <QString>
+#include <QVariant>
+
+/// What became of a run on one computer.
+struct HostOutcome {
+    QString hostName;
+    QString name;  ///< under which the console showed the computer
+    Outcome outcome;
+    /// What the tool needs to take the change back on this computer; empty where it can't be taken back, or
+    /// nothing was changed. Property-list values; no password and no contents of files.
+    QVariantMap undo;
+
+    bool operator==(const HostOutcome&) const = default;
+};
+
+/// One action of the user on any number of computers, when it has ended: what the status line sums up and
+/// Activity keeps.
+struct RunRecord {
+    QString id;  ///< a UUID without braces
+    QDateTime started, ended;  ///< UTC
+    QString user;              ///< login name of the person at the console
+    QString tool;              ///< identifier of the tool, "addonry"; empty for the console's own
+    QString action;            ///< "Disable"
+    QString actionDone;        ///< "Disabled", for the sentence that sums it up
+    QString subject;           ///< what it was about: "Film Grain", "18 plug-ins"; may be empty
+    bool isChange = false;     ///< false: it only read
+    QList<HostOutcome> outcomes;  ///< in the order of the selection
+    QString undoOf, retryOf;      ///< id of the run that this one takes back or repeats
+
+    [[nodiscard]] int count(Outcome::Kind kind) const;
+    [[nodiscard]] int successCount() const;
+    /// Whether anything of it can be taken back.
+    [[nodiscard]] bool isUndoable() const;
+    /// "Disabled on 46 of 50 computers, 3 failed, 1 skipped".
+    [[nodiscard]] QString summary() const;
+
+    bool operator==(const RunRecord&) const = default;
+};
+Q_DECLARE_METATYPE(RunRecord)
