@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <array>
 #include <optional>
 
 /// When a scheduled task runs, as the console and the agents tell each other. A plain value.
@@ -9,6 +10,8 @@ struct TaskSchedule {
     enum Type { Unknown = 0, Seconds = 6, Calendar = 7, Directory = 8 };
     static constexpr qlonglong mostSeconds = 2'147'483'647;
     static constexpr qsizetype longestDirectory = 1024;
+    /// The keys of a calendar interval where it travels as a dictionary.
+    static constexpr std::array intervalKeys{"Minute", "Hour", "Day", "Weekday", "Month"};
 
     Type type = Unknown;
     qlonglong seconds = 0;                      ///< Seconds: every so many
