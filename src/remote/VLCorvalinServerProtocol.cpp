@@ -209,13 +209,17 @@ constexpr Entry entries[] = {
     settings.run("setNetworkClientSettings:", clientSettings, "Changes them; -1 leaves a setting as it is."),
 
     settlekeep.read("settlekeepBackups", {}, Type::Dictionary,
-                    "The client's preference backups; each is a dictionary with at least \"path\"."),
+                    "The client's preference backups; each is a dictionary with at least \"path\". One "
+                    "that the client made before a change has \"origin\": \"restore\" or \"trash\"."),
     settlekeep.run("settlekeepBackup:type:", backupNameType, "Quick backup under a name, with a type."),
     settlekeep.run("settlekeepBackupSelected:", backupSelection,
                    "Backup of chosen preferences: \"backupName\", \"backupType\", \"keys\"."),
     settlekeep.read("settlekeepBackupData:", path, Type::Data, "Contents of one backup."),
     settlekeep.run("settlekeepRestoreLocalBackup:", path, "Restores a backup that the client holds."),
     settlekeep.run("settlekeepRestoreRemoteBackup:", backupData, "Restores a backup from its contents."),
+    settlekeep.read("settlekeepLastUndo", {}, Type::Dictionary,
+                    "The backup that the client made before the console's last restore or trash; empty when "
+                    "that replaced nothing."),
     settlekeep.run("settlekeepTrashSelected:", prefKeys, "Trashes preferences; keys joined by commas."),
     settlekeep.run("settlekeepLockSelected:", prefKeys, "Makes preference files immutable."),
     settlekeep.run("settlekeepUnlockSelected:", prefKeys, "Makes them writable again."),
@@ -318,8 +322,11 @@ constexpr Entry entries[] = {
     callback.post("incrementProgress", {}, "A task of the client has advanced."),
     callback.post("addErrorToQueue:hostname:", errorHost,
                   "An error: \"domain\", \"code\", and where given \"description\", \"info\"."),
-    callback.post("addErrorToQueue:userInfo:", errorUserInfo,
-                  "The same; \"hostname\" and \"appName\" in the second dictionary."),
+    callback.post(
+        "addErrorToQueue:userInfo:", errorUserInfo,
+        "The same; \"hostname\" and \"appName\" in the second dictionary. Of an operation that the "
+        "client would not do it has \"refused\" = 1 and the selector under \"operation\", and is sent "
+        "before the answer."),
     callback.post("addStringToQueue:hostname:", stringHost, "An error in words."),
     callback.post("addStringToQueue:userInfo:", stringUserInfo, "The same."),
     callback.post("addExceptionToQueue:hostname:", exceptionHost, "An exception: \"name\", \"reason\"."),

@@ -15,10 +15,11 @@ namespace {
 
 }  // namespace
 
-QString AgentTasks::run(const QString& task, const QString& bundleID, const QVariantMap& options) const {
+QString AgentTasks::run(quint64 peer, const QString& task, const QString& bundleID,
+                        const QVariantMap& options) const {
     const auto application = m_applications.constFind(bundleID);
     if (application == m_applications.constEnd()) fail(CorvalinError::ApplicationNotFound, bundleID);
-    return (*application)(task, options);
+    return (*application)(peer, task, options);
 }
 
 void AgentTasks::taskNotFound(const QString& bundleID) {

@@ -11,13 +11,14 @@
 class AgentTasks {
 public:
     /// Does the task and returns what there is to say about it. Throws VLException, taskNotFound() for a task
-    /// that the application does not have. Any thread.
-    using Run = std::function<QString(const QString& task, const QVariantMap& options)>;
+    /// that the application does not have. `peer`: the console that asks. Any thread.
+    using Run = std::function<QString(quint64 peer, const QString& task, const QVariantMap& options)>;
 
     void add(const QString& bundleID, Run run) { m_applications.insert(bundleID, std::move(run)); }
     [[nodiscard]] bool contains(const QString& bundleID) const { return m_applications.contains(bundleID); }
     /// Throws the error 1000 for an application that this agent knows no tasks of.
-    [[nodiscard]] QString run(const QString& task, const QString& bundleID, const QVariantMap& options) const;
+    [[nodiscard]] QString run(quint64 peer, const QString& task, const QString& bundleID,
+                              const QVariantMap& options) const;
 
     [[noreturn]] static void taskNotFound(const QString& bundleID);
 

@@ -34,7 +34,7 @@ void answer(const VLRemoteCallbackPtr& callback, const QString& output) {
 void runAndAnswer(AgentContext& agent, const TaskCall& call, quint64 peer,
                   const VLRemoteCallbackPtr& callback) {
     try {
-        answer(callback, agent.tasks.run(call.task, call.bundleID, call.options));
+        answer(callback, agent.tasks.run(peer, call.task, call.bundleID, call.options));
     } catch (const VLException& error) {
         agent.consoles.postFailure(peer, error, agent.hostName.get());
         answer(callback, error.reason());
@@ -69,7 +69,7 @@ void addAuthorizationOperations(OperationTable& table, AgentContext& agent) {
               [&agent](const OperationCall& operation) {
                   requireAdministrator(agent, operation);
                   const TaskCall call(operation.arguments);
-                  static_cast<void>(agent.tasks.run(call.task, call.bundleID, call.options));
+                  static_cast<void>(agent.tasks.run(operation.peer, call.task, call.bundleID, call.options));
                   return QVariant();
               });
     table.add(QStringLiteral("authExecuteTask:bundleID:options:username:password:callback:callbackName:"),

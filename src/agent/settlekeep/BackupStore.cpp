@@ -1,5 +1,6 @@
 #include "agent/settlekeep/BackupStore.h"
 
+#include "agent/settlekeep/BackupInfo.h"
 #include "agent/tree/TreeArchive.h"
 #include "foundation/PropertyList.h"
 #include "logs/VLLog.h"
@@ -17,21 +18,14 @@ using Links = WorkstationTree::Links;
 using Kind = WorkstationTree::Kind;
 using PreferenceKeys::Group;
 
-constexpr qint64 largestInfo = 64 * 1024;
-constexpr int longestName = 255, longestFileName = 60;
-constexpr int mostNameAttempts = 1000;
+constexpr int longestNamedName = 200;
 constexpr qint64 megabyte = qint64(1024) * 1024;
 
 // A backup is restored elsewhere as one message, which has an envelope.
 static_assert(BackupStore::largestData < qint64(RemoteLimits{}.messageBytes / 16 * 15));
 
-const QString extension = QStringLiteral(".backup");
-const QString infoFile = QStringLiteral("/Info.plist");
+const QString newFolder = QStringLiteral("/new");  ///< in a working folder
 const QString archiveFile = QStringLiteral("/Preferences.zip");
-const QString nameKey = QStringLiteral("name");
-const QString typeKey = QStringLiteral("type");
-const QString dateKey = QStringLiteral("date");
-const QString keysKey = QStringLiteral("keys");
 
 [[noreturn]] void fail(const QString& reason) {
     throw VLException(VLException::generic, reason);
@@ -42,6 +36,10 @@ const QString keysKey = QStringLiteral("keys");
     throw VLException(VLException::refused, reason);
 }
 
+[[noreturn]] void refuseVanished(const QString& path) {
+    refuse(QStringLiteral("There is no backup at %1 any more.").arg(path));
+}
+
 /// It may have been damaged where it was kept.
 void refuseUnusable(const QByteArray& archive) {
     QStringList names;
@@ -50,28 +48,17 @@ void refuseUnusable(const QByteArray& archive) {
     } catch (const VLException& error) {
         refuse(error.reason());
     }
-    if (!names.contains(infoFile.mid(1))) refuse(QStringLiteral("This is no backup of preferences."));
+    if (!names.contains(BackupInfo::file.mid(1))) refuse(QStringLiteral("This is no backup of preferences."));
 }
 
-/// Whatever was typed, as the beginning of a file name.
-QString fileNameFor(const QString& name) {
-    QString fileName = name.left(longestFileName);
-    for (QChar& character : fileName)
-        if (!character.isPrint() || character == u'/' || character == u':' || character.isSurrogate())
-            character = u'-';
-    if (fileName.startsWith(u'.')) fileName[0] = u'-';
-    return fileName;
-}
-
-QStringList keysOf(const QVariantMap& info) {
-    return info.value(keysKey).toString().split(u',', Qt::SkipEmptyParts);
-}
-
-QString joinedKeys(const QList<Group>& groups) {
-    QStringList keys;
-    for (const Group& group : groups)
-        keys.append(group.key);
-    return keys.join(u',');
+/// What a backup of what a restore replaces is called.
+QString nameBefore(const QVariantMap& restored) {
+    if (!BackupInfo::isAutomatic(restored))
+        return QStringLiteral("Before restoring “%1”")
+            .arg(restored.value(BackupInfo::nameKey).toString().simplified().left(longestNamedName));
+    return restored.value(BackupInfo::originKey).toString() == u"trash"
+               ? QStringLiteral("Before bringing back what was trashed")
+               : QStringLiteral("Before undoing a restore");
 }
 
 }  // namespace
@@ -81,34 +68,34 @@ BackupStore::BackupStore(const WorkstationTree& tree, const QString& stateDirect
       m_writer(tree),
       m_change(tree, stateDirectory),
       m_user(user),
-      m_library(WorkstationTree::homePath(user) + QStringLiteral("/Library/")) {
-    const QString base = m_library + QStringLiteral("Application Support/Velmora/Settlekeep/");
-    m_backups = base + QStringLiteral("Backups");
-    m_working = base + QStringLiteral("Working");
-}
+      m_library(WorkstationTree::homePath(user) + QStringLiteral("/Library/")),
+      m_base(m_library + QStringLiteral("Application Support/Velmora/Settlekeep/")),
+      m_backups(m_base + QStringLiteral("Backups")),
+      m_working(m_base + QStringLiteral("Working")),
+      m_automatic(tree, user, m_base, m_library) {}
 
 // ---- The backups that there are
 
 /// Empty when the folder holds no backup. The user may have written anything into it.
 QVariantMap BackupStore::describe(const QString& folder) const {
     const auto archive = m_tree.entry(folder + archiveFile, Links::Refuse);
-    const auto written = m_tree.read(folder + infoFile, largestInfo, Links::Refuse);
-    if (!archive || archive->kind != Kind::File || !written) return {};
-    const QVariantMap info = PropertyList::fromData(*written).toMap();
-    const QVariant date = info.value(dateKey);
-    return {{QStringLiteral("path"), folder},
-            {nameKey, info.value(nameKey).toString().left(longestName)},
-            {typeKey, info.value(typeKey).toLongLong()},
-            {dateKey, date.typeId() == QMetaType::QDateTime ? date : archive->modified},
-            {keysKey, joinedKeys(PreferenceKeys::knownGroups(keysOf(info)))},
-            {QStringLiteral("size"), archive->size}};
+    if (!archive || archive->kind != Kind::File || !m_tree.entry(folder + BackupInfo::file, Links::Refuse))
+        return {};
+    const QVariantMap noted = BackupInfo::read(m_tree, folder);
+    QVariantMap described = BackupInfo::describe(noted, folder, archive->modified);
+    described.insert(BackupInfo::typeKey, noted.value(BackupInfo::typeKey).toLongLong());
+    described.insert(BackupInfo::sizeKey, archive->size);
+    return described;
 }
 
 QVariantMap BackupStore::list() const {
     QVariantMap found;
+    const QList<QVariantMap> automatic = m_automatic.list();
+    for (const QVariantMap& backup : automatic)
+        found.insert(backup.value(BackupInfo::pathKey).toString().mid(m_base.size()), backup);
     const auto entries = m_tree.entries(m_backups, Links::Refuse);
     for (const auto& entry : entries) {
-        if (entry.kind != Kind::Folder || !entry.name.endsWith(extension)) continue;
+        if (entry.kind != Kind::Folder || !entry.name.endsWith(BackupInfo::extension)) continue;
         if (found.size() >= mostListed) break;
         const QVariantMap backup = describe(m_backups + u'/' + entry.name);
         if (!backup.isEmpty()) found.insert(entry.name, backup);
@@ -116,19 +103,38 @@ QVariantMap BackupStore::list() const {
     return found;
 }
 
+QVariantMap BackupStore::info(const QString& path) const {
+    requirePossible(path);
+    return m_automatic.isPossible(path) ? m_automatic.describe(path) : describe(path);
+}
+
+void BackupStore::requirePossible(const QString& path) const {
+    const QString folder = path.section(u'/', 0, -2), name = path.section(u'/', -1);
+    const bool isInPlace = folder == m_backups || m_automatic.isPossible(folder + u'/');
+    if (isInPlace && name.endsWith(BackupInfo::extension) && WorkstationTree::isAcceptablePath(path)) return;
+    throw VLException(VLException::invalidArgument,
+                      QStringLiteral("Not a backup of this computer: %1").arg(path.left(200)));
+}
+
 QByteArray BackupStore::data(const QString& path) const {
-    const QString name = path.section(u'/', -1);
-    if (path != m_backups + u'/' + name || !name.endsWith(extension) ||
-        !WorkstationTree::isAcceptablePath(path)) {
-        throw VLException(VLException::invalidArgument,
-                          QStringLiteral("Not a backup of this computer: %1").arg(path.left(200)));
-    }
+    requirePossible(path);
+    if (m_automatic.isPossible(path)) return packedAutomatic(path);
     const auto archive = m_tree.entry(path + archiveFile, Links::Refuse);
-    if (!archive) refuse(QStringLiteral("There is no backup at %1 any more.").arg(path));
+    if (!archive) refuseVanished(path);
     if (archive->size > largestData) refuse(QStringLiteral("The backup %1 is too large.").arg(path));
     const auto contents = m_tree.read(path + archiveFile, largestData, Links::Refuse);
     if (!contents) fail(QStringLiteral("The backup %1 cannot be read.").arg(path));
     return *contents;
+}
+
+QByteArray BackupStore::packedAutomatic(const QString& path) const {
+    const QVariantMap backup = m_automatic.describe(path);
+    if (backup.isEmpty()) refuseVanished(path);
+    QMap<QString, QString> items{{BackupInfo::file.mid(1), path + BackupInfo::file}};
+    for (const QString& file : PreferenceKeys::files(BackupInfo::groupsOf(backup)))
+        if (const QString copy = AutomaticBackups::copiesIn(path) + u'/' + file; isThere(copy))
+            items.insert(QStringLiteral("Library/") + file, copy);
+    return packed(items);
 }
 
 // ---- Making one
@@ -159,15 +165,14 @@ QString BackupStore::create(const QString& name, int type, const QList<Group>& g
     if (present.isEmpty())
         refuse(QStringLiteral("There is nothing to back up: this computer has none of these preferences."));
     const QDateTime date = QDateTime::currentDateTimeUtc();
-    const QVariantMap info{{nameKey, name},
-                           {typeKey, qlonglong(type)},
-                           {dateKey, date},
-                           {keysKey, joinedKeys(present)},
-                           {QStringLiteral("user"), m_user}};
+    QVariantMap info = BackupInfo::make(name, m_user, present, date);
+    info.insert(BackupInfo::typeKey, qlonglong(type));
     const QString working = newWorkingFolder();
     try {
         pack(working, info, present);
-        return keep(working, name, date);
+        const QString path = BackupInfo::freePath(m_writer, m_backups, name, date);
+        m_writer.move(working, path);
+        return path;
     } catch (const VLException&) {
         removeWorkingFolder(working);
         throw;
@@ -175,8 +180,8 @@ QString BackupStore::create(const QString& name, int type, const QList<Group>& g
 }
 
 void BackupStore::pack(const QString& working, const QVariantMap& info, const QList<Group>& groups) const {
-    m_writer.write(working + infoFile, PropertyList::toData(info));
-    QMap<QString, QString> items{{QStringLiteral("Info.plist"), working + infoFile}};
+    m_writer.write(working + BackupInfo::file, PropertyList::toData(info));
+    QMap<QString, QString> items{{BackupInfo::file.mid(1), working + BackupInfo::file}};
     for (const QString& file : PreferenceKeys::files(groups))
         items.insert(QStringLiteral("Library/") + file, absolute(file));
     m_writer.write(working + archiveFile, packed(items));
@@ -198,66 +203,77 @@ QByteArray BackupStore::packed(const QMap<QString, QString>& items) const {
     return archive;
 }
 
-/// Several may have the same name: they differ in their date.
-QString BackupStore::keep(const QString& working, const QString& name, const QDateTime& date) const {
-    const QString base =
-        QStringLiteral("%1/%2 %3")
-            .arg(m_backups, fileNameFor(name), date.toString(QStringLiteral("yyyy-MM-dd HH.mm.ss")));
-    for (int attempt = 1; attempt <= mostNameAttempts; ++attempt) {
-        const QString path =
-            (attempt == 1 ? base : QStringLiteral("%1 %2").arg(base).arg(attempt)) + extension;
-        if (isThere(path)) continue;
-        m_writer.move(working, path);
-        return path;
-    }
-    fail(QStringLiteral("There are too many backups named “%1”.").arg(name));
+// ---- Changes, each with the backup of what it replaces
+
+BackupStore::Change BackupStore::restore(const QByteArray& archive) const {
+    refuseUnusable(archive);
+    return restoreWith([&](const QString& folder) {
+        TreeArchive::unpack(m_tree, archive, folder);
+        return BackupInfo::read(m_tree, folder);
+    });
 }
 
-// ---- Restoring one
+BackupStore::Change BackupStore::restoreFrom(const QString& path) const {
+    requirePossible(path);
+    if (!m_automatic.isPossible(path)) return restore(data(path));
+    if (m_automatic.describe(path).isEmpty()) refuseVanished(path);
+    return restoreWith([&](const QString& folder) {
+        m_writer.copyAll({{AutomaticBackups::copiesIn(path), AutomaticBackups::copiesIn(folder)}});
+        return BackupInfo::read(m_tree, path);
+    });
+}
 
-QStringList BackupStore::restore(const QByteArray& archive) const {
-    refuseUnusable(archive);
-    const QString working = newWorkingFolder();
+BackupStore::Change BackupStore::restoreWith(
+    const std::function<QVariantMap(const QString& folder)>& unpack) const {
+    const QString working = newWorkingFolder(), unpacked = working + newFolder;
     QList<PreferenceChange::Step> steps;
-    QStringList keys;
+    PreferenceChange::Step backup;
+    Change change;
     try {
-        const QString unpacked = working + QStringLiteral("/new");
-        TreeArchive::unpack(m_tree, archive, unpacked);
-        const auto written = m_tree.read(unpacked + infoFile, largestInfo, Links::Refuse);
-        const QVariantMap info = PropertyList::fromData(written.value_or(QByteArray())).toMap();
-        const QList<Group> groups = PreferenceKeys::knownGroups(keysOf(info));
-        steps = restoringSteps(working, groups);
-        if (steps.isEmpty()) refuse(QStringLiteral("This is no backup of preferences."));
-        QStringList targets;
-        for (const PreferenceChange::Step& step : std::as_const(steps))
-            targets.append(step.target);
-        refuseLocked(targets, QStringLiteral("restored"));
+        const QVariantMap info = unpack(unpacked);
+        const QList<Group> groups = groupsIn(unpacked, info);
+        if (groups.isEmpty()) refuse(QStringLiteral("This is no backup of preferences."));
+        steps = restoringSteps(working, info, groups);
+        refuseLocked(steps, QStringLiteral("restored"));
         for (const Group& group : groups)
-            keys.append(group.key);
+            change.keys.append(group.key);
+        if (!steps.isEmpty())
+            backup = m_automatic.stage(m_change, working, groups, AutomaticBackups::Before::Restore,
+                                       nameBefore(info));
     } catch (const VLException&) {
         removeWorkingFolder(working);
         throw;
     }
-    m_change.commit(working, steps, PreferenceChange::Former::Removed, m_user);
-    return keys;
+    change.kept = commit(working, std::move(steps), backup, PreferenceChange::Former::Removed);
+    return change;
 }
 
-QList<PreferenceChange::Step> BackupStore::restoringSteps(const QString& working,
-                                                          const QList<Group>& groups) const {
-    const QString unpacked = working + QStringLiteral("/new/Library/");
-    const auto isInBackup = [&](const QString& file) {
-        const auto entry = m_tree.entry(unpacked + file, Links::Refuse);
-        return entry && (entry->kind == Kind::File || entry->kind == Kind::Folder);
-    };
-    QList<PreferenceChange::Step> steps;
-    QList<Group> present;
-    std::copy_if(groups.begin(), groups.end(), std::back_inserter(present), [&](const Group& group) {
-        return std::any_of(group.files.begin(), group.files.end(), isInBackup);
+/// A link only where this program copied it: what an archive has in place of a file leads nowhere.
+bool BackupStore::holds(const QString& unpacked, const QString& file, const QVariantMap& info) const {
+    const QString path = AutomaticBackups::copiesIn(unpacked) + u'/' + file;
+    return m_tree.entry(path, Links::Refuse) || (BackupInfo::isAutomatic(info) && isThere(path));
+}
+
+/// What the backup is about. One that knows what was missing is about that too.
+QList<Group> BackupStore::groupsIn(const QString& unpacked, const QVariantMap& info) const {
+    QList<Group> groups = BackupInfo::groupsOf(info);
+    if (BackupInfo::isAutomatic(info)) return groups;
+    groups.removeIf([&](const Group& group) {
+        return std::none_of(group.files.begin(), group.files.end(),
+                            [&](const QString& file) { return holds(unpacked, file, info); });
     });
-    for (const QString& file : PreferenceKeys::files(present)) {
-        if (isInBackup(file)) {
-            m_writer.setLocked(unpacked + file, false);  // read-only may have stood for locked
-            steps.append(m_change.putting(unpacked + file, absolute(file)));
+    return groups;
+}
+
+QList<PreferenceChange::Step> BackupStore::restoringSteps(const QString& working, const QVariantMap& info,
+                                                          const QList<Group>& groups) const {
+    const QString unpacked = working + newFolder;
+    QList<PreferenceChange::Step> steps;
+    for (const QString& file : PreferenceKeys::files(groups)) {
+        const QString former = AutomaticBackups::copiesIn(unpacked) + u'/' + file;
+        if (holds(unpacked, file, info)) {
+            m_writer.setLocked(former, false);  // read-only may have stood for locked
+            steps.append(m_change.putting(former, absolute(file)));
         } else if (isThere(absolute(file))) {
             steps.append({absolute(file), QStringLiteral("%1/old-%2").arg(working).arg(steps.size())});
         }
@@ -265,33 +281,52 @@ QList<PreferenceChange::Step> BackupStore::restoringSteps(const QString& working
     return steps;
 }
 
-void BackupStore::refuseLocked(const QStringList& targets, const QString& what) const {
-    for (const QString& target : targets) {
-        if (!isThere(target) || !m_writer.isLocked(target)) continue;
-        refuse(
-            QStringLiteral("Nothing was %1: %2 is locked. Unlock the preferences first.").arg(what, target));
-    }
-}
-
-// ---- Trash and locks
-
-qsizetype BackupStore::trash(const QList<Group>& groups) const {
+BackupStore::Change BackupStore::trash(const QList<Group>& groups) const {
     QStringList targets;
     for (const QString& file : PreferenceKeys::files(groups))
         if (isThere(absolute(file))) targets.append(absolute(file));
-    if (targets.isEmpty()) return 0;
-    refuseLocked(targets, QStringLiteral("trashed"));
+    if (targets.isEmpty()) return {};
     const QString working = newWorkingFolder();
     QList<PreferenceChange::Step> steps;
-    for (const QString& target : std::as_const(targets)) {
-        // In the trash it is found under its own name.
-        const QString place =
-            QStringLiteral("%1/%2/%3").arg(working).arg(steps.size()).arg(target.section(u'/', -1));
-        steps.append({target, place});
+    PreferenceChange::Step backup;
+    try {
+        for (const QString& target : std::as_const(targets)) {
+            // In the trash it is found under its own name.
+            const QString place =
+                QStringLiteral("%1/%2/%3").arg(working).arg(steps.size()).arg(target.section(u'/', -1));
+            steps.append({target, place});
+        }
+        refuseLocked(steps, QStringLiteral("trashed"));
+        backup = m_automatic.stage(m_change, working, groups, AutomaticBackups::Before::Trash,
+                                   QStringLiteral("Before trashing"));
+    } catch (const VLException&) {
+        removeWorkingFolder(working);
+        throw;
     }
-    m_change.commit(working, steps, PreferenceChange::Former::Trashed, m_user);
-    return targets.size();
+    return {{}, targets.size(), commit(working, std::move(steps), backup, PreferenceChange::Former::Trashed)};
 }
+
+QString BackupStore::commit(const QString& working, QList<PreferenceChange::Step> steps,
+                            const PreferenceChange::Step& backup, PreferenceChange::Former former) const {
+    if (steps.isEmpty()) {
+        removeWorkingFolder(working);
+        return {};
+    }
+    steps.prepend(backup);
+    m_change.commit(working, steps, former, m_user);
+    m_automatic.makeRoom(backup.target, m_working);
+    return backup.target;
+}
+
+void BackupStore::refuseLocked(const QList<PreferenceChange::Step>& steps, const QString& what) const {
+    for (const PreferenceChange::Step& step : steps) {
+        if (!isThere(step.target) || !m_writer.isLocked(step.target)) continue;
+        refuse(QStringLiteral("Nothing was %1: %2 is locked. Unlock the preferences first.")
+                   .arg(what, step.target));
+    }
+}
+
+// ---- Locks
 
 qsizetype BackupStore::setLocked(const QList<Group>& groups, bool locked, bool* couldBeImmutable) const {
     qsizetype count = 0;

@@ -7,6 +7,8 @@
 #include "remote/VLCorvalinServerProtocol.h"
 #include "system/VLException.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <memory>
 #include <mutex>
@@ -69,20 +71,31 @@ public:
         const QString path = store().create(checked, checkedNumber, groups);
         m_agent.log.append(peer, QStringLiteral("Backed up preferences to %@"), path);
     }
-    void restore(quint64 peer, const QByteArray& archive) {
+    /// `restore` does it, and returns what was done.
+    template <typename Restore>
+    void restore(quint64 peer, const Restore& restore) {
         const auto lock = beginChange();
-        const QStringList keys = store().restore(archive);
-        m_agent.log.append(peer, QStringLiteral("Restored preferences: %@"), keys.join(u','));
+        const BackupStore::Change change = noteKept(peer, restore);
+        m_agent.log.append(peer, QStringLiteral("Restored preferences: %@"), change.keys.join(u','));
     }
-    void trash(quint64 peer, const QList<Group>& groups) {
+    /// How many files and folders it were.
+    qsizetype trash(quint64 peer, const QList<Group>& groups) {
         const auto lock = beginChange();
-        const qsizetype count = store().trash(groups);
-        m_agent.log.append(peer, QStringLiteral("Preference files moved to the trash: %i"), int(count));
+        const BackupStore::Change change =
+            noteKept(peer, [&](const BackupStore& store) { return store.trash(groups); });
+        m_agent.log.append(peer, QStringLiteral("Preference files moved to the trash: %i"),
+                           int(change.count));
+        return change.count;
     }
-    QString quickTrash() {
-        const auto lock = beginChange();
-        return QStringLiteral("%1 preference files moved to the trash.")
-            .arg(store().trash(PreferenceKeys::mainGroups()));
+    /// The backup of what the last change of this console replaced; empty when that changed nothing, or was
+    /// made before this program started.
+    [[nodiscard]] QVariantMap lastUndo(quint64 peer) {
+        QString path;
+        {
+            const std::lock_guard lock(m_keptMutex);
+            path = m_kept.value(m_agent.consoles.consoleOf(peer));
+        }
+        return path.isEmpty() ? QVariantMap() : store().info(path);
     }
     void setLocked(quint64 peer, const QList<Group>& groups, bool locked) {
         const auto lock = beginChange();
@@ -112,8 +125,26 @@ private:
         return lock;
     }
 
+    template <typename Work>
+    BackupStore::Change noteKept(quint64 peer, const Work& work) {
+        const QString console = m_agent.consoles.consoleOf(peer);
+        const auto note = [&](const QString& path) {
+            const std::lock_guard lock(m_keptMutex);
+            if (path.isEmpty())
+                m_kept.remove(console);
+            else
+                m_kept.insert(console, path);
+        };
+        note({});
+        BackupStore::Change change = work(store());
+        note(change.kept);
+        return change;
+    }
+
     AgentContext& m_agent;
     std::mutex m_mutex;
+    std::mutex m_keptMutex;
+    QHash<QString, QString> m_kept;  ///< by console, of which this computer knows but a few
 };
 
 void addBackupOperations(OperationTable& table, const std::shared_ptr<SettlekeepService>& service) {
@@ -137,13 +168,19 @@ void addBackupOperations(OperationTable& table, const std::shared_ptr<Settlekeep
         return QVariant();
     });
     table.add(QStringLiteral("settlekeepRestoreLocalBackup:"), [service](const OperationCall& call) {
-        service->restore(call.peer, service->data(call.arguments.at(0).toString()));
+        service->restore(call.peer, [&](const BackupStore& store) {
+            return store.restoreFrom(call.arguments.at(0).toString());
+        });
         return QVariant();
     });
     table.add(QStringLiteral("settlekeepRestoreRemoteBackup:"), [service](const OperationCall& call) {
-        service->restore(call.peer, call.arguments.at(0).toByteArray());
+        service->restore(call.peer, [&](const BackupStore& store) {
+            return store.restore(call.arguments.at(0).toByteArray());
+        });
         return QVariant();
     });
+    table.add(QStringLiteral("settlekeepLastUndo"),
+              [service](const OperationCall& call) { return QVariant(service->lastUndo(call.peer)); });
 }
 
 }  // namespace
@@ -167,8 +204,9 @@ void addSettlekeepOperations(OperationTable& table, AgentContext& agent) {
     add("settlekeepUnlockSelected:", [](SettlekeepService& settlekeep, quint64 peer, const Groups& groups) {
         settlekeep.setLocked(peer, groups, false);
     });
-    agent.userTasks.add(bundleID, [service](const QString& task, const QVariantMap&) {
+    agent.userTasks.add(bundleID, [service](quint64 peer, const QString& task, const QVariantMap&) {
         if (task != quickTrashTask) AgentTasks::taskNotFound(bundleID);
-        return service->quickTrash();
+        return QStringLiteral("%1 preference files moved to the trash.")
+            .arg(service->trash(peer, PreferenceKeys::mainGroups()));
     });
 }

@@ -38,7 +38,7 @@ void TreeCopier::copy(int fromFolder, const QByteArray& from, int toFolder, cons
     if (depth == 0) TreeAccess::refuse(copyWord, m_path, QStringLiteral("it is neither a file nor a folder"));
 }
 
-void TreeCopier::copyFile(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to) const {
+void TreeCopier::copyFile(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to) {
     const auto source = TreeAccess::openFile(fromFolder, from);
     if (source.get() < 0) TreeAccess::fail(copyWord, m_path);
     const kj::AutoCloseFd target(openat(toFolder, to.constData(), newFileFlags, 0600));
@@ -48,7 +48,7 @@ void TreeCopier::copyFile(int fromFolder, const QByteArray& from, int toFolder, 
     setAttributes(target, toFolder, statusOf(source, m_path));
 }
 
-void TreeCopier::copyContents(int source, int target) const {
+void TreeCopier::copyContents(int source, int target) {
     std::array<char, 128 * 1024> buffer;
     while (true) {
         const auto count = read(source, buffer.data(), buffer.size());
@@ -56,6 +56,7 @@ void TreeCopier::copyContents(int source, int target) const {
         if (count < 0) TreeAccess::fail(copyWord, m_path);
         if (count == 0) return;
         TreeAccess::writeAll(target, buffer.data(), count, m_path);
+        m_bytes += count;
     }
 }
 

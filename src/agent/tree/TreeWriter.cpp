@@ -258,6 +258,23 @@ void TreeWriter::copy(const QString& from, const QString& to) const {
     copyTo(source, TreeAccess::makePlace(m_tree, to), TreeCopier::Owners::OfNewFolder);
 }
 
+qint64 TreeWriter::copyAll(const QList<Copy>& copies) const {
+    qint64 bytes = 0;
+    for (const Copy& copy : copies) {
+        const auto source = TreeAccess::placeOf(m_tree, copy.from);
+        requireThere(source, QStringLiteral("copy"));
+        const auto target = TreeAccess::makePlace(m_tree, copy.to);
+        TreeCopier copier(source.path, TreeCopier::Owners::OfNewFolder);
+        copier.copy(source.folder, source.name, target.folder, target.name);
+        bytes += copier.bytes();
+    }
+    if (!copies.isEmpty()) {
+        const auto last = TreeAccess::placeOf(m_tree, copies.last().to);
+        syncContents(last.folder, last.path);
+    }
+    return bytes;
+}
+
 void TreeWriter::remove(const QString& path) const {
     const auto place = TreeAccess::placeOf(m_tree, path);
     TreeAccess::removeAll(place.folder, place.name, path);

@@ -3,6 +3,7 @@
 #include "agent/tree/WorkstationTree.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 /// Changes to the disk of a workstation. Paths are those of WorkstationTree; no part of one below its first
@@ -10,8 +11,8 @@
 /// anew belongs to whom the folder that it lies in belongs to.
 ///
 /// Everything throws VLException, with the path and the reason in plain words, and then the disk is as it was
-/// before, except where remove() or the locking of a folder stopped half way. Any thread; two changes of one
-/// path need a lock outside.
+/// before, except where remove(), copyAll() or the locking of a folder stopped half way. Any thread; two
+/// changes of one path need a lock outside.
 class TreeWriter {
 public:
     explicit TreeWriter(const WorkstationTree& tree) : m_tree(tree) {}
@@ -37,6 +38,13 @@ public:
     /// A copy of a file or of a folder with all that is in it; dates and permissions are kept, links copied
     /// as links. Refuses to replace anything.
     void copy(const QString& from, const QString& to) const;
+    struct Copy {
+        QString from, to;
+    };
+    /// The same for many, with the folders that lead to them. They do not appear complete, so they go where
+    /// nobody looks yet, and are on the disk afterwards. What was made so far is the caller's when it throws.
+    /// How many bytes the files have.
+    qint64 copyAll(const QList<Copy>& copies) const;
     /// Also a folder with all that is in it; never what a link leads to. Nothing to do when it is gone.
     void remove(const QString& path) const;
     /// Moves it to the user's trash under its name, or a name made unique. Returns where it lies now.

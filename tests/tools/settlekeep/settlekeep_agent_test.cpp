@@ -24,7 +24,8 @@ const QString anna = u"/Users/anna/Library/"_s;
 const QString editorData = u"Preferences/Final Cut Pro User Data/"_s;
 const QString editorList = u"Preferences/com.apple.FinalCutPro.plist"_s;
 const QString motionList = u"Preferences/com.apple.motion.plist"_s;
-const QString backups = anna + u"Application Support/Velmora/Settlekeep/Backups"_s;
+const QString settlekeep = anna + u"Application Support/Velmora/Settlekeep/"_s;
+const QString backups = settlekeep + u"Backups"_s, automatic = settlekeep + u"Automatic"_s;
 
 const std::pair<QString, QVariantList> quickTrash{u"executeTask:bundleID:options:"_s,
                                                   {u"0"_s, u"com.velmora.settlekeep"_s, QVariant()}};
@@ -54,7 +55,6 @@ struct ChangedHome {
         writeFile(preferences + u"com.apple.color.plist"_s, "color");
         writeFile(preferences + u"com.apple.motion.plist"_s, "motion");
         writeFile(preferences + u"Final Cut Pro User Data/Button Bars/Old.layout"_s, QByteArray(3000, 'x'));
-        const WorkstationTree tree(folder.filePath(u"disk"_s));
         const BackupStore store(tree, folder.filePath(u"state"_s), u"anna"_s);
         const QString path = store.create(u"B"_s, 0, PreferenceKeys::groups(keys));
         writeFile(folder.filePath(u"archive.zip"_s), store.data(path));
@@ -62,16 +62,37 @@ struct ChangedHome {
         writeFile(preferences + u"Color/Preferences.prf"_s, "new");  // was not there
         QFile::remove(preferences + u"com.apple.motion.plist"_s);
         writeFile(preferences + u"Final Cut Pro User Data/Button Bars/New.layout"_s, "new");
+        for (int age = 1; age <= AutomaticBackups::most; ++age) {  // room has to be made
+            const QString backup = folder.filePath(u"disk"_s) + automatic + u"/%1.backup"_s.arg(age);
+            writeFile(backup + u"/Library/Preferences/com.apple.motion.plist"_s, "older");
+            writeFile(backup + u"/Info.plist"_s,
+                      PropertyList::toData(QVariantMap{{u"origin"_s, u"trash"_s},
+                                                       {u"keys"_s, u"motion"_s},
+                                                       {u"date"_s, QDateTime::fromSecsSinceEpoch(age)}}));
+        }
     }
     /// What the next start of the agent does.
-    void recover() const {
-        const WorkstationTree tree(folder.filePath(u"disk"_s));
-        BackupStore(tree, folder.filePath(u"state"_s), u"anna"_s).recover();
+    void recover() const { BackupStore(tree, folder.filePath(u"state"_s), u"anna"_s).recover(); }
+    /// The backups that are listed as made before a change; empty when one is there by half.
+    [[nodiscard]] QList<QVariantMap> automaticBackups() const {
+        const auto listed = AutomaticBackups(tree, u"anna"_s, settlekeep, anna).list();
+        const QDir onDisk(folder.filePath(u"disk"_s) + automatic);
+        return onDisk.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size() == listed.size()
+                   ? listed
+                   : QList<QVariantMap>();
     }
     [[nodiscard]] QStringList files() const { return everything(folder.filePath(u"disk"_s)); }
 
     static inline const QString keys = u"color,motion,fcpButton"_s;
     QTemporaryDir folder{quickFolder()};
+    const WorkstationTree tree{madeIn(folder)};
+
+private:
+    static QString madeIn(const QTemporaryDir& folder) {
+        const QString disk = folder.filePath(u"disk"_s);
+        QDir().mkpath(disk);
+        return disk;
+    }
 };
 
 /// What goes wrong in a child; 0: nothing.
@@ -159,7 +180,64 @@ private Q_SLOTS:
         QCOMPARE(preferences(machine.home()), before);
 
         machine.perform(backUp, {selection(u"fcp"_s, name, 1)});
-        QCOMPARE(machine.perform(u"settlekeepBackups"_s).toMap().size(), 2);  // under the same name
+        QCOMPARE(machine.perform(u"settlekeepBackups"_s).toMap().size(), 3);  // under the same name
+    }
+
+    /// What a trash and a restore took, and no more, comes back exactly; and so does what that took.
+    void waysBack() {
+        const Machine machine(1);
+        const auto lastUndo = [&] { return machine.perform(u"settlekeepLastUndo"_s).toMap(); };
+        const auto shown = [&] {
+            return machine.home().filter(QRegularExpression(u"^/Library/Preferences/.*(: | -> )"_s));
+        };
+        const QString keys = u"fcpPrefs,fcpBoris,fcpButton,stp"_s;
+        const QFileInfo list(machine.disk(anna + editorList));
+        QVERIFY(QFile::setPermissions(list.filePath(), QFile::Permissions(0x6626)));
+        const QString link = machine.disk(anna + u"Preferences/com.borisfx.Text Scrambler"_s);
+        QVERIFY(QFile::remove(link) && QFile::link(u"/elsewhere"_s, link));
+        QFile::remove(machine.disk(anna + u"Preferences/com.apple.soundtrackpro.plist"_s));
+        const auto before = shown();
+        const auto date = list.lastModified();
+        machine.perform(trash, {keys});
+        const QVariantMap trashed = lastUndo();
+        QCOMPARE(trashed.value(u"name"_s), u"Before trashing"_s);
+        QCOMPARE(trashed.value(u"origin"_s), u"trash"_s);
+        QCOMPARE(trashed.value(u"keys"_s), keys + u"Prefs"_s);
+        QCOMPARE(machine.onlyBackup(), trashed);
+        machine.perform(trash, {keys});
+        QVERIFY(lastUndo().isEmpty());  // there was nothing left
+
+        const auto afterTrash = shown();
+        writeFile(machine.disk(anna + u"Preferences/com.apple.soundtrackpro.plist"_s), "new");
+        const auto withNew = shown();
+        for (const bool isRemote : {false, true}) {
+            const QVariant path = trashed.value(u"path"_s);
+            if (isRemote)
+                machine.perform(restoreRemote, {machine.perform(u"settlekeepBackupData:"_s, {path})});
+            else
+                machine.perform(restoreLocal, {path});
+            // A link that leads out does not travel.
+            QCOMPARE(shown().filter(u"elsewhere"_s).size(), isRemote ? 0 : 1);
+            if (isRemote) continue;
+            QCOMPARE(shown(), before);
+            const QFileInfo now(list.filePath());
+            QCOMPARE(now.permissions(), QFile::Permissions(0x6626));
+            QCOMPARE(now.lastModified(), date);
+            QCOMPARE(lastUndo().value(u"name"_s), u"Before bringing back what was trashed"_s);
+            machine.perform(restoreLocal, {lastUndo().value(u"path"_s)});
+            QCOMPARE(shown(), withNew);
+        }
+        QVERIFY(afterTrash != withNew);
+    }
+
+    void onlySoManyAreKept() {
+        const Machine machine(1);
+        machine.perform(backUp, {selection(u"motion"_s)});
+        const QString path = machine.onlyBackup().value(u"path"_s).toString();
+        for (int time = 0; time < AutomaticBackups::most + 2; ++time)
+            machine.perform(restoreLocal, {path});
+        QCOMPARE(machine.perform(u"settlekeepBackups"_s).toMap().size(), AutomaticBackups::most + 1);
+        machine.perform(restoreLocal, {path});  // the user's own is never what goes
     }
 
     void lockedPreferencesStayAsTheyAre() {
@@ -265,6 +343,11 @@ private Q_SLOTS:
             const bool isNew = now == changed;
             QVERIFY2(isNew || now == old, qPrintable(u"a mixture after call %1"_s.arg(call)));
             QVERIFY(isKilled || isNew == succeeds);
+            // The way back is there with the change, and only with it.
+            const auto backups = home.automaticBackups();
+            QVERIFY2(backups.size() >= AutomaticBackups::most && backups.size() <= AutomaticBackups::most + 1,
+                     qPrintable(u"call %1: %2 backups"_s.arg(call).arg(backups.size())));
+            QCOMPARE(backups.first().value(u"date"_s).toDateTime().toSecsSinceEpoch() > 1000, isNew);
             ++(isNew ? news : olds);
             if (!isKilled) continue;
             QVERIFY(QDir(home.folder.filePath(u"state/settlekeep"_s)).isEmpty());
@@ -276,7 +359,7 @@ private Q_SLOTS:
     void fullDisk() {
         const ChangedHome home;
         const auto before = home.files();
-        for (const QString& operation : {u"backup"_s, u"restore"_s}) {
+        for (const QString& operation : {u"backup"_s, u"restore"_s, u"trash"_s}) {
             const ProgramResult result = child(operation, home, {0, 0, 0, 300});
             QVERIFY2(result.exitCode == 1 && result.output.contains(u"there is no room left on the disk"_s),
                      qPrintable(result.output));
