@@ -37,7 +37,7 @@ QVariant AgentRoot::perform(const QString& selector, const QVariantList& argumen
     try {
         return m_operations.perform(selector, {arguments, peer});
     } catch (const VLException& error) {
-        if (error.name() == VLException::refused) return reportRefusal(error, peer);
+        if (error.name() == VLException::refused) return reportRefusal(selector, error, peer);
         reportFailure(selector, error, peer);
         throw;
     } catch (const std::exception& error) {
@@ -58,10 +58,10 @@ void AgentRoot::reportFailure(const QString& selector, const VLException& error,
 }
 
 /// A console takes leave of a client whose operations fail, and connects anew. Where nothing is wrong with
-/// the workstation it only hears why nothing was done.
-QVariant AgentRoot::reportRefusal(const VLException& error, quint64 peer) {
+/// the workstation it only hears why nothing was done, and that before the answer.
+QVariant AgentRoot::reportRefusal(const QString& selector, const VLException& error, quint64 peer) {
     m_agent->log.append(peer, QStringLiteral("%@"), error.reason().left(1000));
-    m_agent->consoles.postFailure(peer, error, m_agent->hostName.get());
+    m_agent->consoles.postRefusal(peer, error, selector);
     return {};
 }
 

@@ -23,7 +23,7 @@ public:
 
 private:
     void reportFailure(const QString& selector, const VLException& error, quint64 peer);
-    QVariant reportRefusal(const VLException& error, quint64 peer);
+    QVariant reportRefusal(const QString& selector, const VLException& error, quint64 peer);
 
     std::shared_ptr<AgentContext> m_agent;
     OperationTable m_operations;

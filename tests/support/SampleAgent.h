@@ -19,13 +19,14 @@ inline QString quickFolder() {
 /// A console that keeps what an agent last told it of a refusal: the code of an error or the reason.
 struct RefusalListener : VLRemoteCallback {
     void post(const QString&, const QVariantList& arguments) override {
-        const QVariantMap told = arguments.first().toMap();
-        reason =
-            told.value(QStringLiteral("code")).toString() + told.value(QStringLiteral("reason")).toString();
+        const QVariant& told = arguments.first();
+        reason = told.toMap().value(QStringLiteral("code")).toString() + told.toString();
+        about = arguments.last().toMap();
     }
     QVariant perform(const QString&, const QVariantList&, std::chrono::milliseconds) override { return {}; }
     [[nodiscard]] bool isConnected() const override { return true; }
     QString reason;
+    QVariantMap about;
 };
 
 /// A sample workstation with its agent, without the network, and a console that hears of refusals.
@@ -52,7 +53,11 @@ public:
         } catch (const VLException& error) {
             return QStringLiteral("Raised: ") + error.reason();
         }
-        return std::exchange(m_console->reason, {});
+        const QString reason = std::exchange(m_console->reason, {});
+        const QVariantMap about = std::exchange(m_console->about, {});
+        const bool isMarked = about.value(QStringLiteral("refused")).toInt() == 1 &&
+                              about.value(QStringLiteral("operation")) == selector;
+        return reason.isEmpty() || isMarked ? reason : QStringLiteral("Not marked: ") + reason;
     }
     /// A file of the workstation, by its path there.
     [[nodiscard]] QString disk(const QString& path) const {

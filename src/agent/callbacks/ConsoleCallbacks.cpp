@@ -135,3 +135,10 @@ void ConsoleCallbacks::postFailure(quint64 peer, const VLException& error, const
         {QVariantMap{{QStringLiteral("name"), error.name()}, {QStringLiteral("reason"), error.reason()}},
          hostName});
 }
+
+void ConsoleCallbacks::postRefusal(quint64 peer, const VLException& error, const QString& selector) {
+    const QVariantMap userInfo{{QStringLiteral("refused"), 1LL}, {QStringLiteral("operation"), selector}};
+    if (error.userInfo().contains(QStringLiteral("code")))
+        return postToCaller(peer, QStringLiteral("addErrorToQueue:userInfo:"), {error.userInfo(), userInfo});
+    postToCaller(peer, QStringLiteral("addStringToQueue:userInfo:"), {error.reason(), userInfo});
+}

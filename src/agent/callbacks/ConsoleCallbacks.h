@@ -45,6 +45,9 @@ public:
     /// A failure for the error queue of the console behind `peer`: as an error when it has a code, else as an
     /// exception.
     void postFailure(quint64 peer, const VLException& error, const QString& hostName);
+    /// Why an operation was not done, for the error queue: an error when it has a code, else a text. What
+    /// goes with it has "refused" = 1 and the operation's selector under "operation".
+    void postRefusal(quint64 peer, const VLException& error, const QString& selector);
 
     /// After a silence of that length a callback is preceded by "ping", which shows what is dead.
     void setLongSilence(std::chrono::milliseconds silence);
