@@ -253,9 +253,16 @@ constexpr Entry entries[] = {
 
     cronwell.read("cronwellTaskDictionary", {}, Type::Dictionary,
                   "Scheduled tasks: file name to task dictionary."),
-    cronwell.run("cronwellAddTask:settings:", authorizedOrPlain, "Adds a task: \"obj1\" its settings.")
+    cronwell
+        .run("cronwellAddTask:settings:", authorizedOrPlain,
+             "Adds a task: \"obj1\" its settings. With \"former\" = 1 one that was removed comes back as it "
+             "was, under "
+             "its \"filename\".")
         .withCredentials(),
-    cronwell.run("cronwellEditTask:settings:", authorizedOrPlain, "Changes a task: \"obj1\" its settings.")
+    cronwell
+        .run("cronwellEditTask:settings:", authorizedOrPlain,
+             "Changes a task: \"obj1\" its settings. With \"former\" = 1 it becomes what it was when it had "
+             "them.")
         .withCredentials(),
     cronwell
         .run("cronwellRemoveTask:settings:", authorizedOrPlain,

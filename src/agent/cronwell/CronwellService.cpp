@@ -1,6 +1,7 @@
 #include "agent/cronwell/CronwellService.h"
 
 #include "agent/AgentContext.h"
+#include "agent/cronwell/FormerJobs.h"
 #include "agent/cronwell/LaunchJobs.h"
 #include "agent/cronwell/OfferedTasks.h"
 #include "agent/dispatch/OperationTable.h"
@@ -40,7 +41,11 @@ public:
         if (!accepts(Type::Number, value)) wrong(key, "number");
         return integerValue(value) != 0;
     }
+    /// The console takes a change back: the task is to be again what it was in its file.
+    [[nodiscard]] bool isFormer() const { return contains("former") && flag("former"); }
     [[nodiscard]] TaskSchedule schedule() const {
+        const bool isOneThatCannotBeSaid = text("scheduletype") == QString::number(TaskSchedule::Unknown);
+        if (isFormer() && isOneThatCannotBeSaid) return {};
         QString problem;
         const auto schedule =
             TaskSchedule::fromValue(text("scheduletype").toLongLong(),
@@ -83,6 +88,8 @@ public:
         const bool isRoot = fillsIn ? call.arguments.at(0).isValid() : settings.flag("root");
         if (isRoot) requireAdministrator(call);
 
+        if (settings.isFormer() && putBack(call, settings, isRoot)) return;
+        requireKnown(schedule);
         const OfferedTask task = offered(bundleID, taskID);
         const std::lock_guard lock(m_mutex);
         auto entry = matching(task, isRoot, fillsIn ? std::nullopt : std::optional(schedule));
@@ -94,7 +101,7 @@ public:
         if (entry->job.task() != task) entry->job.setTask(task);
         entry->job.setSchedule(schedule);
         entry->job.setEnabled(isEnabled);
-        jobs().write(*entry);
+        write(*entry);
         log(call, QStringLiteral("Scheduled task %@: %@"), entry->fileName, schedule.description());
     }
 
@@ -104,12 +111,19 @@ public:
         const QString bundleID = settings.text("bundleid"), taskID = settings.text("taskid");
         const bool isEnabled = settings.flag("enabled");
         change(call, settings.text("filename"), [&](LaunchJobs::Entry& entry) {
+            if (settings.isFormer()) {
+                if (auto job = former(settings, entry.fileName, entry.isRoot)) {
+                    write({entry.fileName, entry.isRoot, *std::move(job)});
+                    return log(call, QStringLiteral("Put back task %@"), entry.fileName);
+                }
+            }
+            requireKnown(schedule);
             // The application may be gone: a job that keeps its task can be changed all the same.
             if (const OfferedTask task = entry.job.task(); task.bundleID != bundleID || task.id != taskID)
                 entry.job.setTask(offered(bundleID, taskID));
             entry.job.setSchedule(schedule);
             entry.job.setEnabled(isEnabled);
-            jobs().write(entry);
+            write(entry);
             log(call, QStringLiteral("Changed task %@: %@"), entry.fileName, schedule.description());
         });
     }
@@ -128,6 +142,7 @@ public:
         const QVariant name = second.isValid() ? second : object(call, "obj1");
         if (name.typeId() != QMetaType::QString) refuse(QStringLiteral("The task's file name is missing."));
         change(call, name.toString(), [&](LaunchJobs::Entry& entry) {
+            keepFormer(entry);
             jobs().remove(entry);
             log(call, QStringLiteral("Removed task %@"), entry.fileName);
         });
@@ -135,6 +150,45 @@ public:
 
 private:
     [[nodiscard]] LaunchJobs jobs() const { return {m_agent.tree, m_agent.consoleUser()}; }
+    [[nodiscard]] FormerJobs formerJobs() const {
+        return {m_agent.settings.stateDirectory, m_agent.consoleUser()};
+    }
+
+    void keepFormer(const LaunchJobs::Entry& entry) const {
+        const QByteArray content = jobs().content(entry);
+        if (!content.isEmpty()) formerJobs().keep(entry.fileName, entry.isRoot, content);
+    }
+    void write(const LaunchJobs::Entry& entry) const {
+        keepFormer(entry);
+        jobs().write(entry);
+    }
+
+    static void requireKnown(const TaskSchedule& schedule) {
+        if (const QString problem = schedule.problem(); !problem.isEmpty()) refuse(problem);
+    }
+
+    /// What the file held when the task was as the settings say.
+    [[nodiscard]] std::optional<LaunchJob> former(const Settings& settings, const QString& fileName,
+                                                  bool isRoot) const {
+        auto job = formerJobs().find(fileName, isRoot, settings.text("bundleid"), settings.text("taskid"),
+                                     settings.schedule());
+        const bool isEnabled = settings.flag("enabled");
+        if (job && job->isEnabled() != isEnabled) job->setEnabled(isEnabled);
+        return job;
+    }
+
+    /// A removed task comes back under its own name. False when it is not known any more, or the name is
+    /// another's by now.
+    [[nodiscard]] bool putBack(const OperationCall& call, const Settings& settings, bool isRoot) {
+        const QString fileName = settings.text("filename");
+        const std::lock_guard lock(m_mutex);
+        if (!LaunchJobs::isFileName(fileName) || jobs().isTaken(fileName)) return false;
+        auto job = former(settings, fileName, isRoot);
+        if (!job) return false;
+        jobs().write({fileName, isRoot, *std::move(job)});
+        log(call, QStringLiteral("Put back task %@"), fileName);
+        return true;
+    }
 
     [[nodiscard]] static QVariant object(const OperationCall& call, const char* key) {
         return call.arguments.at(1).toMap().value(QLatin1String(key));

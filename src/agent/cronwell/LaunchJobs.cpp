@@ -3,8 +3,6 @@
 #include "agent/tree/TreeWriter.h"
 #include "system/VLException.h"
 
-#include <QSet>
-
 #include <algorithm>
 
 namespace {
@@ -12,11 +10,6 @@ namespace {
 using Links = WorkstationTree::Links;
 
 const QString extension = QStringLiteral(".plist");
-
-bool isJobFileName(const QString& name) {
-    const bool isPlain = !name.contains(u'/') && !name.contains(QChar(u'\0')) && !name.startsWith(u'.');
-    return isPlain && name.endsWith(extension) && name.toUtf8().size() <= 255;
-}
 
 /// What may stand in a label.
 QString labelPart(const QString& text) {
@@ -40,6 +33,16 @@ QString LaunchJobs::folder(bool isRoot) const {
     return WorkstationTree::homePath(m_user) + QStringLiteral("/Library/LaunchAgents");
 }
 
+bool LaunchJobs::isFileName(const QString& name) {
+    const bool isPlain = !name.contains(u'/') && !name.contains(QChar(u'\0')) && !name.startsWith(u'.');
+    return isPlain && name.endsWith(extension) && name.toUtf8().size() <= 255;
+}
+
+QByteArray LaunchJobs::content(const Entry& entry) const {
+    return m_tree.read(folder(entry.isRoot) + u'/' + entry.fileName, LaunchJob::largestFile, Links::Refuse)
+        .value_or(QByteArray());
+}
+
 std::optional<LaunchJob> LaunchJobs::read(const QString& fileName, bool isRoot) const {
     const auto data = m_tree.read(folder(isRoot) + u'/' + fileName, LaunchJob::largestFile, Links::Refuse);
     return data ? LaunchJob::fromData(*data) : std::nullopt;
@@ -52,7 +55,7 @@ QList<LaunchJobs::Entry> LaunchJobs::all() const {
         if (!isRoot && m_user.isEmpty()) break;
         int filesRead = 0;
         for (const auto& file : m_tree.entries(folder(isRoot), Links::Refuse)) {
-            if (!isJobFileName(file.name) || names.contains(file.name)) continue;
+            if (!isFileName(file.name) || names.contains(file.name)) continue;
             if (++filesRead > mostJobs) break;
             auto job = read(file.name, isRoot);
             if (!job) continue;
@@ -64,7 +67,7 @@ QList<LaunchJobs::Entry> LaunchJobs::all() const {
 }
 
 LaunchJobs::Entry LaunchJobs::require(const QString& fileName) const {
-    if (!isJobFileName(fileName))
+    if (!isFileName(fileName))
         throw VLException(
             VLException::refused,
             QStringLiteral("“%1” is not the name of a scheduled task's file.").arg(fileName.left(255)));
@@ -91,13 +94,22 @@ void LaunchJobs::remove(const Entry& entry) const {
     TreeWriter(m_tree).remove(folder(entry.isRoot) + u'/' + entry.fileName);
 }
 
-QString LaunchJobs::freeLabel(const OfferedTask& task) const {
+QSet<QString> LaunchJobs::takenNames() const {
     QSet<QString> taken;
     for (const bool isRoot : {true, false}) {
         if (!isRoot && m_user.isEmpty()) break;
         for (const auto& file : m_tree.entries(folder(isRoot), Links::Refuse))
             taken.insert(file.name.toCaseFolded());
     }
+    return taken;
+}
+
+bool LaunchJobs::isTaken(const QString& fileName) const {
+    return takenNames().contains(fileName.toCaseFolded());
+}
+
+QString LaunchJobs::freeLabel(const OfferedTask& task) const {
+    const QSet<QString> taken = takenNames();
     const QString wanted = QStringLiteral("com.velmora.cronwell.%1.%2")
                                .arg(labelPart(task.bundleID.section(u'.', -1)), labelPart(task.id));
     QString label = wanted;

@@ -29,7 +29,7 @@ std::pair<QString, QVariantMap> callOf(QString text) {
     QVariantMap values;
     for (const QString& word : words) {
         const QString key = word.section(u'=', 0, 0), value = word.section(u'=', 1);
-        const bool isNumber = key == u"enabled"_s || key == u"root"_s;
+        const bool isNumber = key == u"enabled"_s || key == u"root"_s || key == u"former"_s;
         values.insert(key, isNumber ? QVariant(value.toLongLong()) : QVariant(value));
     }
     return {u"cronwell%1Task:settings:"_s.arg(verb),
@@ -214,10 +214,28 @@ right|Remove root=1|file name is missing
         content.insert({{u"Nice"_s, 5}, {u"Data"_s, QByteArray("x")}, {u"List"_s, QVariantList{nested}}});
         const QString file = disk(agents + u"a.plist"_s);
         QVERIFY(writeFile(file, PropertyList::toData(content, PropertyList::Format::Binary)));
+        const QVariant before = PropertyList::readFile(file);
         QCOMPARE(refusal(plain, u"Edit tidy filename=a.plist scheduletype=7 intervalval=,4,,,"_s), QString());
         content.insert(u"StartCalendarInterval"_s, QVariantMap{{u"Hour"_s, 4}, {u"Minute"_s, 0}});
         QCOMPARE(PropertyList::readFile(file), PropertyList::normalized(content));
         QVERIFY(contentsOf(file).startsWith("bplist"));
+
+        // Whoever takes it back gets all of it, once it is removed too.
+        const QString former = u" tidy former=1 root=0 filename=a.plist scheduletype=7 intervalval=,%1,,,"_s;
+        QCOMPARE(refusal(plain, u"Edit"_s + former.arg(3)), QString());
+        QCOMPARE(PropertyList::readFile(file), before);
+        QCOMPARE(refusal(plain, u"Remove obj2=a.plist"_s), QString());
+        QCOMPARE(refusal(plain, u"Add"_s + former.arg(3)), QString());
+        QCOMPARE(PropertyList::readFile(file), before);
+        QCOMPARE(refusal(plain, u"Edit"_s + former.arg(4)), QString());
+        QCOMPARE(PropertyList::readFile(file), PropertyList::normalized(content));
+        // One schedule among several cannot be said, but it was there.
+        QVERIFY(addJob(agents + u"a.plist"_s, at(QVariantList{QVariantMap(), QVariantMap()})));
+        const QVariant several = PropertyList::readFile(file);
+        QCOMPARE(refusal(plain, u"Edit tidy every90 filename=a.plist"_s), QString());
+        QVERIFY(refusal(plain, u"Edit tidy filename=a.plist scheduletype=0"_s).contains(u"unknown"_s));
+        QCOMPARE(refusal(plain, u"Edit tidy former=1 filename=a.plist scheduletype=0"_s), QString());
+        QCOMPARE(PropertyList::readFile(file), several);
     }
 
     void makesWhatTheLaunchServiceReads() {
