@@ -19,9 +19,11 @@ constexpr char farmArgument[] = "--agents";
 class BenchRoot final : public VLRootObject {
 public:
     bool respondsToSelector(const QString& selector) const override {
-        return selector == QLatin1String("addonryPluginList") ||
-               selector == QLatin1String("fetchInitialConfiguration:") ||
-               selector == QLatin1String("setErrorCallback:");
+        return selectors().contains(selector);
+    }
+    QStringList selectors() const override {
+        return {QStringLiteral("addonryPluginList"), QStringLiteral("fetchInitialConfiguration:"),
+                QStringLiteral("setErrorCallback:")};
     }
     QVariant perform(const QString& selector, const QVariantList&, quint64) override {
         if (selector == QLatin1String("addonryPluginList")) return AgentFarm::plugins();

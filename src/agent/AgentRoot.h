@@ -19,7 +19,7 @@ public:
     void peerOpened(quint64 peer, const QString& console) override;
     void peerClosed(quint64 peer) override;
 
-    [[nodiscard]] QStringList selectors() const { return m_operations.selectors(); }
+    [[nodiscard]] QStringList selectors() const override { return m_operations.selectors(); }
 
 private:
     void reportFailure(const QString& selector, const VLException& error, quint64 peer);

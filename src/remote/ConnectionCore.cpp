@@ -1,5 +1,6 @@
 #include "remote/ConnectionCore.h"
 
+#include "remote/CallScope.h"
 #include "remote/ConnectionLoop.h"
 #include "remote/KjQuiet.h"
 #include "remote/VLCorvalinServerProtocol.h"
@@ -56,14 +57,25 @@ ConnectionCore::Call ConnectionCore::makeCall(PendingCall::Kind kind, const QStr
 }
 
 bool ConnectionCore::respondsToSelector(const QString& selector, std::chrono::milliseconds limit) {
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_valid && m_answeredSelectors.contains(selector)) return true;
-    }
-    if (!callAndWait(makeCall(PendingCall::Kind::Responds, selector, {}), limit).toBool()) return false;
+    if (const auto known = knownResponse(selector)) return *known;
+    const bool responds = callAndWait(makeCall(PendingCall::Kind::Responds, selector, {}), limit).toBool();
     const std::lock_guard lock(m_mutex);
-    m_answeredSelectors.insert(selector);
-    return true;
+    m_answeredSelectors.insert(selector, responds);
+    return responds;
+}
+
+void ConnectionCore::learnSelectors(QSet<QString> selectors) {
+    const std::lock_guard lock(m_mutex);
+    m_selectors = std::move(selectors);
+}
+
+std::optional<bool> ConnectionCore::knownResponse(const QString& selector) const {
+    using namespace VLCorvalinServerProtocol;
+    const std::lock_guard lock(m_mutex);
+    if (!m_valid) return std::nullopt;  // the call will say why
+    if (m_selectors && operation(Side::Agent, selector)) return m_selectors->contains(selector);
+    const auto answered = m_answeredSelectors.constFind(selector);
+    return answered == m_answeredSelectors.constEnd() ? std::nullopt : std::optional(*answered);
 }
 
 QVariant ConnectionCore::perform(const QString& selector, const QVariantList& arguments,
@@ -90,7 +102,10 @@ QVariant ConnectionCore::callAndWait(const Call& call, std::chrono::milliseconds
         if (m_valid) m_calls.insert(call);
     }
     if (!isValid()) throw lossException();
-    wait(call, limit);
+    {
+        const CallScope::Entry entry([self = shared_from_this(), call] { self->giveUp(call); });
+        wait(call, limit);
+    }
     {
         const std::lock_guard lock(m_mutex);
         m_calls.erase(call);
@@ -100,6 +115,13 @@ QVariant ConnectionCore::callAndWait(const Call& call, std::chrono::milliseconds
             VLException::portTimeout,
             QStringLiteral("There was no reply to %1 in %2 ms.").arg(call->selector()).arg(limit.count()));
     return call->takeResult();
+}
+
+void ConnectionCore::giveUp(const Call& call) {
+    call->fail(CallScope::exception());
+    m_queue->post([self = shared_from_this(), call] {
+        if (self->m_loop) self->m_loop->cancel(call);
+    });
 }
 
 void ConnectionCore::wait(const Call& call, std::chrono::milliseconds limit) {

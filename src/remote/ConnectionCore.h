@@ -5,11 +5,13 @@
 #include "remote/VLConnection.h"
 #include "remote/VLProxyObject.h"
 
+#include <QHash>
 #include <QSet>
 
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <unordered_set>
 
@@ -40,6 +42,8 @@ public:
     // The connection's thread.
     void setLoop(ConnectionLoop* loop) { m_loop = loop; }
     [[nodiscard]] EventLoopQueue& queue() { return *m_queue; }
+    /// What the agent says that it responds to, as far as the protocol has it.
+    void learnSelectors(QSet<QString> selectors);
     /// True once for each wake().
     [[nodiscard]] bool takeWake() { return m_wake.exchange(false); }
 
@@ -48,6 +52,8 @@ private:
 
     [[nodiscard]] bool isOwner() const { return std::this_thread::get_id() == m_owner; }
     [[nodiscard]] VLException lossException() const;
+    [[nodiscard]] std::optional<bool> knownResponse(const QString& selector) const;
+    void giveUp(const Call& call);
     [[nodiscard]] Call makeCall(PendingCall::Kind kind, const QString& selector,
                                 const QVariantList& arguments) const;
     void sendOneway(const Call& call);
@@ -65,6 +71,8 @@ private:
     QString m_lossReason;
     ConnectionFailure m_lossFailure = ConnectionFailure::None;
     std::unordered_set<Call> m_calls;  ///< that somebody waits for
-    /// What the agent responds to; that stays so while the connection lasts, so it is asked once.
-    QSet<QString> m_answeredSelectors;
+    // What the agent responds to stays so while the connection lasts, so it is asked once: for all that the
+    // protocol has, and one by one for what an agent has not listed.
+    std::optional<QSet<QString>> m_selectors;
+    QHash<QString, bool> m_answeredSelectors;
 };

@@ -2,6 +2,7 @@
 
 #include "foundation/VLThread.h"
 #include "remote/EventLoop.h"
+#include "remote/VLCorvalinServerProtocol.h"
 #include "remote/WireValue.h"
 
 #include <kj/debug.h>
@@ -15,6 +16,8 @@ namespace {
 constexpr auto lastWordsTime = 500 * kj::MILLISECONDS;
 constexpr auto flushTime = 200 * kj::MILLISECONDS;
 constexpr std::size_t longTransfer = 64 * 1024;
+constexpr unsigned int mostSelectors = 4'096;
+constexpr std::size_t longestSelector = 200;
 
 kj::Duration toKj(std::chrono::milliseconds duration) {
     return duration.count() * kj::MILLISECONDS;
@@ -92,12 +95,30 @@ void ConnectionLoop::open(const Deadline& deadline) {
     server.setSide(capnp::rpc::twoparty::Side::SERVER);
     auto root = m_rpc->bootstrap(server).castAs<wire::Root>();
     m_root = root;
+    // Answered before the heartbeat, so the first operation needs not wait for it. An older agent says that
+    // it has no such method, and is asked selector by selector.
+    m_tasks->add(root.selectorsRequest()
+                     .send()
+                     .then([this](auto&& response) { learnSelectors(response.getSelectors()); })
+                     .catch_([](kj::Exception&&) {}));
     waitWithin(root.heartbeatRequest().send().ignoreResult(), deadline,
                QStringLiteral("The client did not answer in time."));
 
     m_tasks->add(m_core->queue().run(m_io.unixEventPort));
     m_tasks->add(m_network->onDisconnect().then([this] { lose(m_wire->connectionEnd()); }));
     m_tasks->add(watchLife());
+}
+
+void ConnectionLoop::learnSelectors(capnp::List<capnp::Text>::Reader selectors) {
+    using namespace VLCorvalinServerProtocol;
+    if (selectors.size() > mostSelectors) return;
+    QSet<QString> known;
+    for (const capnp::Text::Reader name : selectors) {
+        if (name.size() > longestSelector) continue;
+        const QString selector = fromKj(name);
+        if (operation(Side::Agent, selector)) known.insert(selector);
+    }
+    m_core->learnSelectors(std::move(known));
 }
 
 QString ConnectionLoop::lastWords() {
@@ -209,7 +230,11 @@ void ConnectionLoop::sendAndWait(const Call& call, std::chrono::milliseconds lim
     if (m_callbacks->receiving)
         return call->fail(VLException(
             VLException::generic, QStringLiteral("A callback must hand its work over, not call and wait.")));
-    auto end = start(call).exclusiveJoin(m_stop.addBranch());
+    if (call->isDone()) return;  // given up
+    auto cancelled = kj::newPromiseAndFulfiller<void>();
+    m_cancels.insert_or_assign(call.get(), kj::mv(cancelled.fulfiller));
+    KJ_DEFER(m_cancels.erase(call.get()));
+    auto end = start(call).exclusiveJoin(m_stop.addBranch()).exclusiveJoin(kj::mv(cancelled.promise));
     if (limit > noTimeLimit) end = end.exclusiveJoin(timer().afterDelay(toKj(limit)));
     end.wait(m_io.waitScope);
 }

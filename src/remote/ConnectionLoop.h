@@ -50,6 +50,8 @@ private:
     /// Sends; resolves when the call has ended, and never fails.
     [[nodiscard]] kj::Promise<void> start(const Call& call);
     [[nodiscard]] kj::Promise<void> startPerform(const Call& call);
+    /// As an agent's answer lists them: what the protocol doesn't have is left out.
+    void learnSelectors(capnp::List<capnp::Text>::Reader selectors);
     void lose(const ConnectionEnd& end);
     [[nodiscard]] kj::Promise<void> watchLife();
     [[nodiscard]] bool isDead();

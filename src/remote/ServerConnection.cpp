@@ -41,6 +41,17 @@ protected:
 
     kj::Promise<void> heartbeat(HeartbeatContext) override { return kj::READY_NOW; }
 
+    kj::Promise<void> selectors(SelectorsContext context) override {
+        const QStringList known = m_connection.m_environment.root->selectors();
+        auto list = context.getResults().initSelectors(static_cast<unsigned int>(known.size()));
+        unsigned int index = 0;
+        for (const QString& selector : known) {
+            const QByteArray name = selector.toUtf8();
+            list.set(index++, {name.constData(), std::size_t(name.size())});
+        }
+        return kj::READY_NOW;
+    }
+
     kj::Promise<void> perform(PerformContext context) override {
         using namespace VLCorvalinServerProtocol;
         const auto& limits = m_connection.m_environment.limits;

@@ -20,7 +20,8 @@ public:
 
 /// The agent's root object as the console sees it. Any thread may call; calls block. A lost connection fails
 /// every call under way at once with VLException::inaccessible; a missed time limit raises
-/// VLException::portTimeout; an exception raised by the agent arrives with its own name and reason.
+/// VLException::portTimeout; a CallScope that is given up raises VLException::givenUp; an exception raised by
+/// the agent arrives with its own name and reason.
 ///
 /// Arguments and results are property-list values. An argument may also hold a VLCallbackTargetPtr: the
 /// agent then gets a reference to that object. Results come from an untrusted peer: their types are whatever

@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <chrono>
 #include <functional>
@@ -19,6 +20,8 @@ public:
     virtual ~VLRootObject() = default;
     /// Answered at once, on the server's own thread, also while an operation runs: a look-up, nothing more.
     [[nodiscard]] virtual bool respondsToSelector(const QString& selector) const = 0;
+    /// All that it responds to, which a console asks for once. In the same way, and constant.
+    [[nodiscard]] virtual QStringList selectors() const = 0;
     /// A console is let in: called on the server's thread before any call of it. `console` names it by its
     /// certificate's subject and its address, and stays the same when it connects anew.
     virtual void peerOpened(quint64 peer, const QString& console) {

@@ -56,4 +56,5 @@ interface Root {
   respondsToSelector @0 (selector :Text) -> (responds :Bool);
   perform @1 (selector :Text, arguments :List(Argument)) -> (outcome :Outcome);
   heartbeat @2 () -> ();
+  selectors @3 () -> (selectors :List(Text));  # all that it responds to; an older agent has no such answer
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <typeinfo>
 
+const QString VLException::givenUp = QStringLiteral("VLGivenUpException");
 const QString VLException::portTimeout = QStringLiteral("NSPortTimeoutException");
 const QString VLException::inaccessible = QStringLiteral("NSObjectInaccessibleException");
 const QString VLException::invalidArgument = QStringLiteral("NSInvalidArgumentException");

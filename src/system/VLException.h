@@ -28,6 +28,7 @@ public:
     static const QString portTimeout;      ///< "NSPortTimeoutException": no reply in time
     static const QString inaccessible;     ///< "NSObjectInaccessibleException": the peer is gone
     static const QString invalidArgument;  ///< "NSInvalidArgumentException": wrong type, size or number
+    static const QString givenUp;          ///< "VLGivenUpException": whoever waited gave up (CallScope)
     static const QString changedKey;       ///< "VLChangedKeyException": the peer's pinned key has changed
     static const QString refused;          ///< "VLRefusedException": the peer refused us
     static const QString generic;          ///< "NSGenericException"

@@ -87,6 +87,35 @@ private Q_SLOTS:
         QVERIFY(answersOtherwise(*fixture.connect()));
     }
 
+    void what_an_agent_responds_to_is_learnt_once_data() {
+        const TestTable<Fault, QString, std::optional<QStringList>, int> row("fault", "trigger", "selectors",
+                                                                             "asked");
+        row("listed", Fault::None, fatal, QStringList{u"systemSpecs"_s, u"qmasterJobs:"_s}, 0);
+        row("an older agent", Fault::None, fatal, std::nullopt, 2);
+        row("names that nobody knows", Fault::None, fatal,
+            QStringList{u"qmasterJobs"_s.repeated(5'000), u"systemSpecs"_s, u"nonsense"_s}, 0);
+        row("more than there can be", Fault::None, fatal, QStringList(5'000, u"systemSpecs"_s), 2);
+        row("the list never comes", Fault::NoAnswer, u"selectors"_s, std::nullopt, 2);
+    }
+    void what_an_agent_responds_to_is_learnt_once() {
+        QFETCH(Fault, fault);
+        QFETCH(QString, trigger);
+        QFETCH(std::optional<QStringList>, selectors);
+        QFETCH(int, asked);
+        const TransportFixture fixture;
+        HostileAgent::Options options{fault, trigger, {}, selectors};
+        const HostileAgent agent(options);
+        const auto client = fixture.connect(agent.port());
+        for (int time = 0; time < 3; ++time) {
+            QVERIFY(client->proxy().respondsToSelector(u"systemSpecs"_s, 10s));
+            QVERIFY(!client->proxy().respondsToSelector(u"qmasterJobs"_s, 10s));
+        }
+        QCOMPARE(agent.asked(), asked);
+        client->control().invalidate();
+        QCOMPARE(raisedBy([&] { (void)client->proxy().respondsToSelector(u"systemSpecs"_s); }).name(),
+                 VLException::inaccessible);
+    }
+
     void no_answer_at_all_is_the_callers_time_limit() {
         const HostileFixture fixture(Fault::NoAnswer);
         const auto client = fixture.connect();

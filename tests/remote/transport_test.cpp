@@ -1,3 +1,4 @@
+#include "remote/CallScope.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -235,6 +236,35 @@ private Q_SLOTS:
             QVERIFY(client->ends(promptly));
             QVERIFY(client->lossReason().isEmpty());
             fixture.root->release.open();
+        }
+    }
+
+    void giving_up_ends_the_calls_of_a_scope_and_nothing_else() {
+        for (const bool onTheConnectionThread : {false, true}) {
+            const TransportFixture fixture;
+            const auto server = fixture.serve();
+            const auto scope = std::make_shared<CallScope>();
+            QStringList raised;
+            const auto call = [&](VLProxyObject& proxy) {
+                const CallScope::Current outer(scope);
+                const CallScope::Current inner(std::make_shared<CallScope>());
+                raised.append(raisedByWait(proxy).name());
+                raised.append(raisedBy([&] { proxy.perform(u"echo:"_s, {1}); }).name());
+            };
+            std::thread other([&] {
+                fixture.root->arrived.wait();
+                scope->giveUp();
+            });
+            const auto client = fixture.connect(server->port(), [&](VLConnection& connection) {
+                if (onTheConnectionThread) call(*connection.rootProxy());
+            });
+            if (!onTheConnectionThread) call(client->proxy());
+            other.join();
+            QCOMPARE(raised, QStringList(2, VLException::givenUp));
+            QCOMPARE(fixture.root->calls(u"echo:"_s), 0);
+            fixture.root->release.open();  // the late answer
+            QVERIFY(works(*client));
+            QVERIFY(client->control().isValid());
         }
     }
 

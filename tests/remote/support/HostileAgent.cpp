@@ -110,10 +110,8 @@ public:
     explicit HostileRoot(Link& link) : m_link(link) {}
 
 protected:
-    kj::Promise<void> respondsToSelector(RespondsToSelectorContext context) override {
-        context.getResults().setResponds(true);
-        return kj::READY_NOW;
-    }
+    kj::Promise<void> respondsToSelector(RespondsToSelectorContext context) override;
+    kj::Promise<void> selectors(SelectorsContext context) override;
     kj::Promise<void> heartbeat(HeartbeatContext) override { return kj::READY_NOW; }
     kj::Promise<void> perform(PerformContext context) override;
 
@@ -125,6 +123,7 @@ private:
 struct Shared {
     const HostileAgent::Options& options;
     std::atomic_int& triggered;
+    std::atomic_int& asked;
 };
 
 /// One console's connection.
@@ -139,6 +138,7 @@ public:
               capnp::makeRpcServer(*m_network, wire::Root::Client(kj::heap<HostileRoot>(*this))))),
           m_tasks(kj::heap<kj::TaskSet>(*this)) {}
 
+    [[nodiscard]] Shared& shared() { return m_shared; }
     [[nodiscard]] kj::Promise<void> onDisconnect() { return m_network->onDisconnect(); }
 
     kj::Promise<void> perform(PerformContext context) {
@@ -226,6 +226,23 @@ kj::Promise<void> HostileRoot::perform(PerformContext context) {
     return m_link.perform(context);
 }
 
+kj::Promise<void> HostileRoot::respondsToSelector(RespondsToSelectorContext context) {
+    ++m_link.shared().asked;
+    context.getResults().setResponds(context.getParams().getSelector() != "qmasterJobs");
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> HostileRoot::selectors(SelectorsContext context) {
+    const auto& options = m_link.shared().options;
+    if (options.fault == Fault::NoAnswer && options.trigger == u"selectors") return kj::NEVER_DONE;
+    if (!options.selectors) return wire::Root::Server::selectors(context);
+    auto list = context.getResults().initSelectors(static_cast<unsigned int>(options.selectors->size()));
+    unsigned int index = 0;
+    for (const QString& selector : *options.selectors)
+        list.set(index++, selector.toUtf8().constData());
+    return kj::READY_NOW;
+}
+
 /// Its listener and connections.
 class AgentLoop final : public TaskErrorHandler {
 public:
@@ -284,7 +301,7 @@ kj::Own<kj::TlsContext> tlsContext(const TlsIdentity& identity) {
 
 struct HostileAgent::Private {
     Options options;
-    std::atomic_int triggered = 0;
+    std::atomic_int triggered = 0, asked = 0;
     std::shared_ptr<EventLoopQueue> queue = std::make_shared<EventLoopQueue>();
     kj::Own<kj::PromiseFulfiller<void>> stop;  // its thread's only
     quint16 port = 0;
@@ -296,7 +313,7 @@ struct HostileAgent::Private {
         auto tls = tlsContext(options.identity);
         auto stopped = kj::newPromiseAndFulfiller<void>();
         stop = kj::mv(stopped.fulfiller);
-        AgentLoop loop(io, {options, triggered}, *tls);
+        AgentLoop loop(io, {options, triggered, asked}, *tls);
         loop.run(kj::mv(listener), *queue, kj::mv(stopped.promise));
         stop = nullptr;
     }
@@ -323,4 +340,7 @@ QByteArray HostileAgent::certificate() const {
 }
 int HostileAgent::triggered() const {
     return d->triggered;
+}
+int HostileAgent::asked() const {
+    return d->asked;
 }

@@ -3,10 +3,12 @@
 #include "remote/TlsIdentity.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 /// What a HostileAgent does when it is asked for its trigger. Up to then it is a client like any other.
 enum class Fault {
@@ -39,6 +41,9 @@ public:
         QString trigger;
         /// What it answers to other operations, as an honest agent would. Called on the agent's thread.
         std::function<QVariant(const QString& selector)> answer;
+        /// What it lists as the selectors that it responds to; it has no such answer, as older agents have
+        /// none, without. Asked one by one it responds to all but qmasterJobs.
+        std::optional<QStringList> selectors = std::nullopt;
         TlsIdentity identity = TlsIdentity::create(QStringLiteral("hostile agent"));
     };
     explicit HostileAgent(Options options);
@@ -50,6 +55,8 @@ public:
     [[nodiscard]] QByteArray certificate() const;
     /// How often it was set off.
     [[nodiscard]] int triggered() const;
+    /// How often it was asked for a single selector.
+    [[nodiscard]] int asked() const;
 
 private:
     struct Private;

@@ -87,6 +87,10 @@ public:
         const std::lock_guard lock(m_mutex);
         return m_operations.contains(selector);
     }
+    QStringList selectors() const override {
+        const std::lock_guard lock(m_mutex);
+        return m_operations.keys();
+    }
     QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) override {
         Operation operation;
         {
