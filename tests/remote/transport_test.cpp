@@ -245,6 +245,8 @@ private Q_SLOTS:
             const auto server = fixture.serve();
             const auto scope = std::make_shared<CallScope>();
             QStringList raised;
+            QElapsedTimer timer;
+            timer.start();
             const auto call = [&](VLProxyObject& proxy) {
                 const CallScope::Current outer(scope);
                 const CallScope::Current inner(std::make_shared<CallScope>());
@@ -261,6 +263,7 @@ private Q_SLOTS:
             if (!onTheConnectionThread) call(client->proxy());
             other.join();
             QCOMPARE(raised, QStringList(2, VLException::givenUp));
+            QVERIFY(timer.elapsed() < 10'000);
             QCOMPARE(fixture.root->calls(u"echo:"_s), 0);
             fixture.root->release.open();  // the late answer
             QVERIFY(works(*client));
