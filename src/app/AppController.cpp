@@ -54,6 +54,7 @@ AppController::AppController(QList<Tool> tools, AppServices appServices, QObject
                 controller->stopSpinner();
         },
     });
+    m_runStatus = std::make_unique<RunStatus>(m_taskThreads->runs());
     m_autoRefresh = std::make_unique<AutoRefresh>(AutoRefresh::Environment{
         [this] { return m_taskThreads->isProcessing(); },
         [this] { return m_taskThreads->isInstallingUpdate(); },
@@ -104,9 +105,9 @@ void AppController::createRunner() {
     environment.progress = m_taskThreads.get();
     environment.selectedServices = [this] { return selectedClients(); };
     environment.errorCallback = m_errorCallback;
-    environment.clientsLeftOut = [this](int count) {
-        m_taskThreads->setStatusRemark(vlFormat(QStringLiteral("%i selected computer%@ left out of this run"),
-                                                count, count == 1 ? QString() : QStringLiteral("s")));
+    environment.followsUp = [] {
+        const QString key = QLatin1String(RunList::followUpKey);
+        return !defaults().objectForKey(key).isValid() || defaults().boolForKey(key);
     };
     environment.clientFailed = [callback = m_errorCallback](const QString& hostName, const QString& reason) {
         callback->addStringToQueue(reason, hostName);
@@ -257,12 +258,21 @@ const Tool* AppController::tool(const QString& identifier) const {
     return found == m_tools.end() ? nullptr : &*found;
 }
 
-ToolContext AppController::toolContext() {
+ToolContext AppController::toolContext(const QString& identifier) {
     ToolContext context;
+    context.tool = identifier;
     context.runner = m_runner.get();
     context.authorizedRunner = m_authorizedRunner.get();
     context.progress = m_taskThreads.get();
-    context.selectedServices = [this] { return m_services->selectedServices(); };
+    // A worker works for the computers that were selected when its run began.
+    context.selectedServices = [this] {
+        const RunPtr run = Run::current();
+        if (!run || run->clients().isEmpty()) return m_services->selectedServices();
+        QList<VLServicePtr> services;
+        for (const RemoteClientPtr& client : run->clients())
+            if (auto service = std::dynamic_pointer_cast<VLService>(client)) services.append(service);
+        return services;
+    };
     context.serviceWithHostName = [this](const QString& hostName) {
         return m_services->serviceWithHostName(hostName);
     };
@@ -280,7 +290,7 @@ ToolController* AppController::toolController(const QString& identifier) {
         return made->get();
     const Tool* const found = tool(identifier);
     if (!found || !found->makeController) return nullptr;
-    std::shared_ptr<ToolController> controller = found->makeController(toolContext());
+    std::shared_ptr<ToolController> controller = found->makeController(toolContext(identifier));
     m_toolControllers.insert(identifier, controller);
     return controller.get();
 }

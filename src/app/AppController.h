@@ -3,6 +3,7 @@
 #include "app/AppServices.h"
 #include "app/AutoRefresh.h"
 #include "app/RefreshRequest.h"
+#include "app/RunStatus.h"
 #include "app/TaskThreads.h"
 #include "clients/ClientInfo.h"
 #include "clients/Discovery.h"
@@ -65,6 +66,15 @@ public:
     [[nodiscard]] int awakeCount() const noexcept { return static_cast<int>(m_awakeCount); }
 
     [[nodiscard]] TaskThreads& taskThreads() { return *m_taskThreads; }
+    [[nodiscard]] RunStatus& runStatus() { return *m_runStatus; }
+    /// Whether the run can be done again where it was not done: it is one of this session, and the computers
+    /// are known.
+    [[nodiscard]] bool canRetry(const RunRecord& record) const;
+    void retryRun(const RunRecord& record);
+    /// Whether the run's tool can take it back on computers that are known.
+    [[nodiscard]] bool canUndo(const RunRecord& record) const;
+    /// Takes it back on each of them, as a run of its own.
+    void undoRun(const RunRecord& record);
     [[nodiscard]] ServiceList& services() { return *m_services; }
     [[nodiscard]] Discovery& discovery() { return *m_discovery; }
     [[nodiscard]] AutoRefresh& autoRefresh() { return *m_autoRefresh; }
@@ -205,10 +215,13 @@ private:
     void serviceAdded(const VLServicePtr& service);
     void serviceRemoved(const VLServicePtr& service);
     void endTasksOf(const VLServicePtr& service);
+    [[nodiscard]] QList<RemoteClientPtr> clientsOf(
+        const RunRecord& record, const std::function<bool(const HostOutcome&)>& wanted) const;
+    [[nodiscard]] QList<RemoteClientPtr> clientsToRetry(const RunRecord& record) const;
     void selectionChanged();
     void refreshVisibleTool();
     [[nodiscard]] const Tool* tool(const QString& identifier) const;
-    [[nodiscard]] ToolContext toolContext();
+    [[nodiscard]] ToolContext toolContext(const QString& identifier);
 
     const QList<Tool> m_tools;
     const AppServices m_appServices;
@@ -231,6 +244,8 @@ private:
     std::unique_ptr<ServiceGroupStore> m_groupStore;
     FailingClientsModel m_failingClients;
     std::unique_ptr<TaskThreads> m_taskThreads;
+    std::unique_ptr<RunStatus> m_runStatus;
+    QString m_userName;  ///< of the person at the console
     std::shared_ptr<VLErrorCallback> m_errorCallback;
     std::unique_ptr<RemoteRunner> m_runner;
     std::unique_ptr<AuthorizationController> m_authorization;

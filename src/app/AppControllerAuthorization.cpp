@@ -31,7 +31,6 @@ void AppController::createAuthorization() {
                            [&](const VLServicePtr& service) { return service == client; });
     };
     TaskThreads* const progress = m_taskThreads.get();
-    environment.isCancelled = [progress](int run) { return progress->isCancelled(run); };
     environment.setProcessingCancelled = [progress](bool cancelled) {
         progress->setProcessingCancelled(cancelled);
     };
@@ -47,8 +46,11 @@ void AppController::createAuthorization() {
     runs.runner = m_runner.get();
     runs.selectedServices = [this] { return selectedClients(); };
     runs.clearAuthSkipped = [this] { m_authorization->clearAuthSkipped(); };
-    runs.credentialsFor = [this](const RemoteClientPtr& client, int run) {
-        return m_authorization->credentialsFor(client, run);
+    runs.prepareCredentials = [this](const RemoteClientPtr& client) {
+        return m_authorization->prepareCredentials(client);
+    };
+    runs.acceptedCredentials = [this](const RemoteClientPtr& client, const HostCredentials& credentials) {
+        return m_authorization->acceptedCredentials(client, credentials);
     };
     m_authorizedRunner = std::make_unique<AuthorizedRunner>(std::move(runs));
 }

@@ -31,5 +31,5 @@ void AppController::objectDidPostCallback(const std::shared_ptr<VLCallback>& cal
     if (!isRefused || hostName.isEmpty()) return;
     // The keychain may be slow.
     VLThread::detach(QStringLiteral("removeStoredPasswordForHost:"),
-                     [forget = toolContext().removeStoredPasswordForHost, hostName] { forget(hostName); });
+                     [forget = toolContext({}).removeStoredPasswordForHost, hostName] { forget(hostName); });
 }

@@ -149,6 +149,10 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
         // Before its first configuration it may use any name that is not another client's.
         return service->configDict().isEmpty() && !m_services->serviceWithHostName(hostName);
     };
+    parent.errorReported = [runs = &m_taskThreads->runs()](const QString& hostName, const QString& text,
+                                                           bool isRefusal) {
+        runs->noteReport(hostName, {isRefusal ? Outcome::Refused : Outcome::Failed, text});
+    };
     parent.faultscopeAddLogs = [budget = LogBudget()](const QVariantList& logs,
                                                       const QString& hostName) mutable {
         if (!budget.take()) return;

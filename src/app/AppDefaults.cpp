@@ -1,5 +1,7 @@
 #include "app/AppDefaults.h"
 
+#include "runs/RunList.h"
+
 namespace {
 
 bool isNumber(const QVariant& value) {
@@ -33,6 +35,8 @@ QVariantMap registeredDefaults() {
         {QStringLiteral("errorLogTableSortedDescending"), true},
         {QStringLiteral("authAddKeychain"), qlonglong{1}},
         {QStringLiteral("autoRefresh"), qlonglong{1}},
+        {QLatin1String(RunList::inFlightKey), qlonglong{RunList::usuallyInFlight}},
+        {QLatin1String(RunList::followUpKey), true},
     };
 }
 

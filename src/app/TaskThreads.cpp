@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -56,83 +57,157 @@ void TaskThreads::reportProcessing() {
 
 // ---- Counting and waiting
 
+int TaskThreads::Counting::total() const {
+    return std::accumulate(counts.begin(), counts.end(), 0,
+                           [](int sum, const Count& count) { return sum + count.units; });
+}
+
+/// The run that this thread works for; 0 for none.
+int TaskThreads::runHere() {
+    const RunPtr run = Run::current();
+    return run ? run->number() : 0;
+}
+
 int TaskThreads::taskThreadCount() const {
     const std::lock_guard lock(m_countingMutex);
-    return m_counting.count;
+    return m_counting.total();
 }
 
 void TaskThreads::setTaskThreadCount(int count) {
     const std::lock_guard lock(m_countingMutex);
-    m_counting.count = count;
+    m_counting.counts.clear();
+    m_counting.counts.insert(0, {count, ++m_counting.lastToken});
 }
 
 int TaskThreads::incrementTaskThreadCount() {
     const std::lock_guard lock(m_countingMutex);
-    VLLog::appendLog(QStringLiteral("Task threads: %i"), ++m_counting.count);
-    return m_counting.counting;
+    Count& count = m_counting.counts[runHere()];
+    if (count.token == 0) count.token = ++m_counting.lastToken;
+    ++count.units;
+    VLLog::appendLog(QStringLiteral("Task threads: %i"), m_counting.total());
+    return count.token;
 }
 
 void TaskThreads::decrementTaskThreadCount() {
-    countOut({});
+    const int run = runHere();
+    {
+        const std::lock_guard lock(m_countingMutex);
+        Count& count = m_counting.counts[run];
+        --count.units;
+        VLLog::appendLog(QStringLiteral("Task threads: %i"), m_counting.total());
+        if (count.units > 0) return;
+    }
+    countedOut(run);
 }
 
 void TaskThreads::decrementTaskThreadCount(int counting) {
-    countOut(counting);
-}
-
-void TaskThreads::countOut(std::optional<int> counting) {
+    int run = 0;
     {
         const std::lock_guard lock(m_countingMutex);
-        if (counting && *counting != m_counting.counting) return;
-        VLLog::appendLog(QStringLiteral("Task threads: %i"), --m_counting.count);
-        if (m_counting.count > 0) return;
+        const auto found = std::find_if(m_counting.counts.begin(), m_counting.counts.end(),
+                                        [&](const Count& count) { return count.token == counting; });
+        if (found == m_counting.counts.end()) return;
+        --found->units;
+        VLLog::appendLog(QStringLiteral("Task threads: %i"), m_counting.total());
+        if (found->units > 0) return;
+        run = found.key();
     }
-    cancelTaskThreads();
+    countedOut(run);
 }
 
+/// Agents may say so whenever they like, and as often: it can end nothing but what is counted or shown
+/// outside of any run.
 void TaskThreads::remoteTaskFinished() {
-    if (m_isProcessing || taskThreadCount() > 0) decrementTaskThreadCount();
+    {
+        const std::lock_guard lock(m_countingMutex);
+        if (m_counting.counts.value(0).units <= 0 && !m_counting.parts.contains(0)) return;
+    }
+    decrementTaskThreadCount();
 }
 
-void TaskThreads::setProcessingCancelled(bool cancelled) {
-    const std::lock_guard lock(m_countingMutex);
-    m_processingCancelled = cancelled;
-    if (cancelled)
-        m_counting.lastCancelledRun = m_counting.run;
-    else if (m_counting.run <= m_counting.lastCancelledRun)
-        ++m_counting.run;  // what starts from here on is no part of what was cancelled
-}
-
-int TaskThreads::beginRun() {
-    const std::lock_guard lock(m_countingMutex);
-    return ++m_counting.run;
-}
-
-int TaskThreads::currentRun() const {
-    const std::lock_guard lock(m_countingMutex);
-    return m_counting.run;
-}
-
-bool TaskThreads::isCancelled(int run) const {
-    const std::lock_guard lock(m_countingMutex);
-    return run <= m_counting.lastCancelledRun;
+void TaskThreads::countedOut(int run) {
+    const VLCallLock lock;
+    {
+        const std::lock_guard guard(m_countingMutex);
+        m_counting.counts.remove(run);
+    }
+    endPart(run, !m_isInstallingUpdate);
 }
 
 void TaskThreads::cancelTaskThreads() {
     const VLCallLock lock;
-    // From the moment processing ends, a waiter may go on to its next run, which neither the count nor the
-    // end of this run's display may reach any more.
-    const int run = m_statusRun;
+    QList<int> runs;
     {
         const std::lock_guard guard(m_countingMutex);
-        m_counting.count = 0;
-        ++m_counting.counting;
+        m_counting.counts.clear();
+        runs = m_counting.parts.keys();
     }
+    for (const int run : std::as_const(runs))
+        endPart(run, !m_isInstallingUpdate);
     setIsProcessing(false);
     broadcast();
     if (m_isInstallingUpdate) return;
-    onMainThread([this, run, alive = std::weak_ptr(m_alive)] {
-        if (!alive.expired() && run == m_statusRun) endStatusDisplay();
+    onMainThread([this, alive = std::weak_ptr(m_alive)] {
+        if (!alive.expired() && m_bars.isEmpty()) endStatusDisplay();
+    });
+}
+
+void TaskThreads::setProcessingCancelled(bool cancelled) {
+    m_processingCancelled = cancelled;
+    if (!cancelled) return;
+    const std::lock_guard lock(m_countingMutex);
+    m_counting.lastCancelledRun = m_runs.lastNumber();
+    m_runs.cancelAll();
+}
+
+int TaskThreads::beginRun() {
+    return m_runs.begin({}, {})->number();
+}
+
+int TaskThreads::currentRun() const {
+    const int run = runHere();
+    return run != 0 ? run : m_runs.lastNumber();
+}
+
+bool TaskThreads::isCancelled(int run) const {
+    if (const RunPtr here = Run::current(); here && here->number() == run) return here->isCancelled();
+    const std::lock_guard lock(m_countingMutex);
+    return run <= m_counting.lastCancelledRun;
+}
+
+// ---- Processing
+
+bool TaskThreads::isProcessingPart(int run) const {
+    const std::lock_guard lock(m_countingMutex);
+    return m_counting.parts.contains(run);
+}
+
+int TaskThreads::startPart(int run) {
+    int start = 0;
+    {
+        const std::lock_guard lock(m_countingMutex);
+        start = ++m_counting.lastStart;
+        m_counting.parts.insert(run, start);
+        m_isProcessing = true;
+    }
+    post([this] { reportProcessing(); });
+    return start;
+}
+
+/// From the moment its part ends, whoever waited for the run may go on to the next display, which the end of
+/// this one's may not reach any more.
+void TaskThreads::endPart(int run, bool withBar) {
+    int start = 0;
+    {
+        const std::lock_guard lock(m_countingMutex);
+        start = m_counting.parts.take(run);
+        if (m_counting.parts.isEmpty()) m_isProcessing = false;
+    }
+    post([this] { reportProcessing(); });
+    broadcast();
+    if (!withBar) return;
+    onMainThread([this, run, start, alive = std::weak_ptr(m_alive)] {
+        if (!alive.expired()) removeBar(run, start);
     });
 }
 
@@ -148,18 +223,23 @@ void TaskThreads::waitOnProcessingWithTimeout([[maybe_unused]] double seconds) {
         VLLog::appendLog(QStringLiteral("Error: trying to wait on main thread. Aborting..."));
         return;
     }
-    const int run = currentRun();
+    const int run = runHere();
+    const int begun = currentRun();
     const auto condition = std::make_shared<Condition>();
     m_condition.set(condition);
     std::unique_lock lock(condition->mutex);
     // A waiter whose condition another one has replaced gets no broadcast; it looks for itself. The next run
     // may have started before it does.
-    while (m_isProcessing && !m_processingCancelled && !isCancelled(run) && !VLThread::isCancelled())
+    while (isProcessingPart(run) && !m_processingCancelled && !isCancelled(begun) && !VLThread::isCancelled())
         condition->changed.wait_for(lock, lookAgain);
 }
 
 void TaskThreads::abandon() {
     setProcessingCancelled(true);
+    {
+        const std::lock_guard lock(m_countingMutex);
+        m_counting.parts.clear();
+    }
     setTaskThreadCount(0);
     setIsProcessing(false);
     broadcast();
@@ -168,35 +248,77 @@ void TaskThreads::abandon() {
 // ---- Status bar
 
 void TaskThreads::startStatusProgress() {
-    onMainThreadAndWait([this] {
-        const int count = m_environment.selectedServiceCount();
-        ++m_statusRun;
-        setProcessingCancelled(false);
-        beginRun();
+    const RunPtr run = Run::current();
+    if (!run) static_cast<void>(beginRun());
+    onMainThreadAndWait([this, run] {
+        const qsizetype clients = run ? run->clients().size() : 0;
+        const double count = clients > 0 ? double(clients) : m_environment.selectedServiceCount();
+        m_processingCancelled = false;
         m_statusRemark.clear();
-        m_status.value = 0;
-        m_status.maximum = count;
-        m_status.indeterminate = count <= 1;
-        m_status.running = true;
-        setIsProcessing(true);
-        m_status.cancelVisible = true;
+        const int number = run ? run->number() : 0;
+        m_bars.insert(number, {startPart(number), 0, count, count <= 1});
+        showBars();
         updateSelectedComputerStatus(false);
     });
 }
 
 void TaskThreads::incrementStatusProgress() {
-    onMainThreadAndWait([this] {
-        m_status.value = std::min(m_status.value + 1, m_status.maximum);
-        Q_EMIT statusChanged();
-    });
+    {
+        const std::lock_guard lock(m_stepsMutex);
+        const bool isUnderWay = !m_steps.isEmpty();
+        ++m_steps[runHere()];
+        if (isUnderWay) return;
+    }
+    post([this] { takeSteps(); });
+}
+
+/// Many clients may be done with in one turn of the event loop.
+void TaskThreads::takeSteps() {
+    QHash<int, int> steps;
+    {
+        const std::lock_guard lock(m_stepsMutex);
+        steps.swap(m_steps);
+    }
+    for (auto step = steps.cbegin(); step != steps.cend(); ++step) {
+        const auto bar = m_bars.find(step.key());
+        if (bar != m_bars.end()) bar->value = std::min(bar->value + *step, bar->maximum);
+    }
+    showBars();
+    Q_EMIT statusChanged();
 }
 
 void TaskThreads::endStatusProgress() {
-    post([this] {
-        setIsProcessing(false);
-        broadcast();
-        endStatusDisplay();
+    const int run = runHere();
+    post([this, run] {
+        int start = 0;
+        {
+            const std::lock_guard lock(m_countingMutex);
+            start = m_counting.parts.value(run);
+        }
+        endPart(run, false);
+        removeBar(run, start);
     });
+}
+
+void TaskThreads::removeBar(int run, int start) {
+    const auto bar = m_bars.find(run);
+    if (bar != m_bars.end() && (start == 0 || bar->start == start)) m_bars.erase(bar);
+    if (m_bars.isEmpty()) return endStatusDisplay();
+    showBars();
+    updateSelectedComputerStatus(false);
+}
+
+/// One bar for all: the steps of all runs that show.
+void TaskThreads::showBars() {
+    if (m_bars.isEmpty()) return;
+    m_status.value = m_status.maximum = 0;
+    m_status.indeterminate = true;
+    for (const Bar& bar : std::as_const(m_bars)) {
+        m_status.value += bar.value;
+        m_status.maximum += bar.maximum;
+        m_status.indeterminate = m_status.indeterminate && bar.indeterminate;
+    }
+    m_status.running = m_status.cancelVisible = true;
 }
 
 void TaskThreads::endStatusDisplay() {
@@ -206,10 +328,9 @@ void TaskThreads::endStatusDisplay() {
 }
 
 void TaskThreads::showIndeterminateStatusProgress() {
-    post([this] {
-        m_status.indeterminate = true;
-        m_status.running = true;
-        m_status.cancelVisible = true;
+    post([this, run = runHere()] {
+        m_bars[run].indeterminate = true;
+        showBars();
         Q_EMIT statusChanged();
     });
 }
@@ -262,10 +383,11 @@ void TaskThreads::setStatusRemark(const QString& remark) {
 // ---- Progress sheet
 
 void TaskThreads::startProgressForWindow(QObject* window) {
-    onMainThreadAndWait([this, window] {
+    const int run = runHere();
+    if (run == 0) static_cast<void>(beginRun());
+    onMainThreadAndWait([this, window, run] {
         m_progressHidden = false;
-        setProcessingCancelled(false);
-        beginRun();
+        m_processingCancelled = false;
         updateProgressStatus(QStringLiteral("Initializing..."));
         restartSheetBar(true);
         m_sheet.cancelEnabled = true;
@@ -273,19 +395,20 @@ void TaskThreads::startProgressForWindow(QObject* window) {
             m_sheet.visible = true;
             m_progressParentWindow = window;
         }
-        setIsProcessing(true);
+        m_sheetRun = run;
+        static_cast<void>(startPart(run));
         Q_EMIT sheetChanged();
     });
 }
 
 void TaskThreads::endProgress() {
-    onMainThreadAndWait([this] {
+    onMainThreadAndWait([this, run = runHere()] {
+        endPart(run, false);
+        if (m_sheet.visible && run != m_sheetRun && isProcessingPart(m_sheetRun)) return;  // another's
         m_progressHidden = false;
-        setIsProcessing(false);
         m_sheet.running = false;
         m_sheet.visible = false;
         m_progressParentWindow.clear();
-        broadcast();
         Q_EMIT sheetChanged();
     });
 }

@@ -2,7 +2,10 @@
 
 #include "foundation/Snapshot.h"
 #include "remote/TaskProgress.h"
+#include "runs/RunList.h"
 
+#include <QHash>
+#include <QMap>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -37,6 +40,10 @@ struct SheetProgress {
 /// Counts the running work, lets workers wait for its end, and keeps the state of both progress displays
 /// (the window draws them). Counting and waiting are for any thread; the displays change on the main thread,
 /// operations called elsewhere are handed over.
+///
+/// All of this is the view over the runs under way. What a worker of a run counts and shows is kept by run;
+/// the count is the sum, and processing lasts until nothing of any run is left. What is done outside of a
+/// run has a place of its own, under the number 0.
 class TaskThreads : public QObject, public TaskProgress {
     Q_OBJECT
 public:
@@ -67,6 +74,7 @@ public:
     void waitOnProcessingWithTimeout(double seconds) override;
     [[nodiscard]] bool processingCancelled() const override { return m_processingCancelled; }
     void setProcessingCancelled(bool cancelled) override;
+    [[nodiscard]] RunList& runs() override { return m_runs; }
     int beginRun() override;
     [[nodiscard]] int currentRun() const override;
     [[nodiscard]] bool isCancelled(int run) const override;
@@ -116,24 +124,50 @@ Q_SIGNALS:
 
 private:
     struct Condition;
-    /// The count of running work and the numbers of the runs.
-    struct Counting {
-        int count = 0;
-        int counting = 0;  ///< how often the count was set back
-        int run = 0;
-        int lastCancelledRun = -1;
+    /// Work that was counted in for one run. `token` names the counting: it changes when the count is set
+    /// back, so that late workers do not count out what was counted in after that.
+    struct Count {
+        int units = 0, token = 0;
     };
+    /// What runs, by run.
+    struct Counting {
+        QHash<int, Count> counts;
+        QHash<int, int> parts;  ///< those that are processing; which start of a display it was
+        int lastToken = 0, lastStart = 0;
+        int lastCancelledRun = -1;
+
+        [[nodiscard]] int total() const;
+    };
+    /// What one run shows in the status bar.
+    struct Bar {
+        int start = 0;
+        double value = 0, maximum = 0;
+        bool indeterminate = false;
+    };
+    [[nodiscard]] static int runHere();
+    [[nodiscard]] bool isProcessingPart(int run) const;
+    /// Main thread: the run is processing from here on. Which start this is.
+    int startPart(int run);
+    /// Ends the run's part in processing; its bar too, unless it was started again since.
+    void endPart(int run, bool withBar);
+    void removeBar(int run, int start);
+    void countedOut(int run);
     void broadcast();
-    void countOut(std::optional<int> counting);
     void post(std::function<void()> function);
     void reportProcessing();
+    void showBars();
+    void takeSteps();
     void endStatusDisplay();
     void restartSheetBar(bool indeterminate);
 
     Environment m_environment;
+    RunList m_runs;
     mutable std::mutex m_countingMutex;
     Counting m_counting;
-    std::atomic<int> m_statusRun{0};  ///< how often the status bar was started
+    std::mutex m_stepsMutex;
+    QHash<int, int> m_steps;  ///< of the status bar, by run, not yet handed over
+    QMap<int, Bar> m_bars;    ///< main thread: of the runs that show in the status bar
+    int m_sheetRun = 0;       ///< main thread: whose the sheet is
     std::atomic<bool> m_isProcessing{false}, m_processingCancelled{false}, m_isInstallingUpdate{false},
         m_progressHidden{false};
     Snapshot<std::shared_ptr<Condition>> m_condition;  ///< of the current waiter; replaced by every wait

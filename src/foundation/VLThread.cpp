@@ -11,22 +11,36 @@
 #include <condition_variable>
 #include <list>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace {
 
-struct Worker {
+// A fan-out starts a thread for each operation under way, so one that has ended waits a while for the next
+// body: that is much cheaper than a new one.
+constexpr std::chrono::seconds longestRest{5};
+constexpr std::size_t mostResting = 64;
+
+struct Body {
     QString name;
-    std::thread thread;
+    std::function<void()> function;
 };
-using Threads = std::list<Worker>;
+
+struct Worker {
+    std::thread thread;
+    std::condition_variable given;
+    std::optional<Body> next;  ///< given to one that rests
+    QString name;              ///< of the body that it runs
+};
+using Workers = std::list<Worker>;
 
 struct Registry {
     std::mutex mutex;
-    std::condition_variable changed;  // a worker ended, or all were cancelled
-    Threads running;
-    Threads ended;  // returned from their body, not joined yet
+    std::condition_variable changed;  // a body ended, or all were cancelled
+    Workers running, resting;
+    Workers ended;  // not joined yet
     std::atomic<bool> cancelled = false;
 };
 
@@ -37,7 +51,7 @@ Registry& registry() {
 }
 
 void joinEnded() {
-    Threads ended;
+    Workers ended;
     {
         const std::lock_guard lock(registry().mutex);
         ended.swap(registry().ended);
@@ -46,29 +60,62 @@ void joinEnded() {
         worker.thread.join();
 }
 
-void runBody(const QByteArray& name, const std::function<void()>& body) {
+void run(Body body) {
+    const QByteArray name = body.name.toUtf8();
+    pthread_setname_np(pthread_self(), name.left(15).constData());  // the kernel's own limit
     try {
-        body();
+        body.function();
     } catch (const std::exception& exception) {
         VLException::logException(exception, name.constData());
     } catch (...) {
         VLException::logException(VLException(VLException::generic, QStringLiteral("unknown exception")),
                                   name.constData());
     }
+    // What the body holds is released here, while the worker still counts.
 }
 
-void markEnded(Threads::iterator self) {
+/// The next body for a worker whose last one has ended; none when it is to end itself.
+std::optional<Body> nextBody(Workers::iterator self) {
     Registry& r = registry();
-    const std::lock_guard lock(r.mutex);
-    r.ended.splice(r.ended.end(), r.running, self);
+    std::unique_lock lock(r.mutex);
+    r.resting.splice(r.resting.end(), r.running, self);
     r.changed.notify_all();
+    if (r.resting.size() <= mostResting)
+        self->given.wait_for(lock, longestRest, [&] { return self->next || r.cancelled; });
+    if (self->next) return std::exchange(self->next, std::nullopt);
+    r.ended.splice(r.ended.end(), r.resting, self);
+    r.changed.notify_all();
+    return std::nullopt;
 }
 
-void runWorker(Threads::iterator self, const QByteArray& name, std::function<void()> body) {
-    pthread_setname_np(pthread_self(), name.left(15).constData());  // the kernel's own limit
-    runBody(name, body);
-    body = nullptr;  // what it holds is released while the worker still counts
-    markEnded(self);
+void work(Workers::iterator self, Body first) {
+    std::optional<Body> body(std::move(first));
+    while (body) {
+        run(std::move(*body));
+        body.reset();
+        body = nextBody(self);
+    }
+}
+
+/// Under the registry's lock. Throws std::system_error when there is no thread to be had.
+void start(Registry& r, Body body) {
+    if (!r.resting.empty()) {
+        const auto rested = std::prev(r.resting.end());  // the one that rests for the shortest time
+        rested->name = body.name;
+        rested->next = std::move(body);
+        r.running.splice(r.running.end(), r.resting, rested);
+        rested->given.notify_one();
+        return;
+    }
+    r.running.emplace_back();
+    const auto self = std::prev(r.running.end());
+    self->name = body.name;
+    try {
+        self->thread = std::thread(work, self, std::move(body));
+    } catch (const std::system_error&) {
+        r.running.erase(self);
+        throw;
+    }
 }
 
 }  // namespace
@@ -82,12 +129,10 @@ bool VLThread::detach(const QString& name, std::function<void()> body) {
         if (r.cancelled) {
             refusal = QStringLiteral("the program is quitting");
         } else {
-            const auto self = r.running.insert(r.running.end(), Worker{name, {}});
             try {
-                self->thread = std::thread(runWorker, self, name.toUtf8(), std::move(body));
+                start(r, {name, std::move(body)});
             } catch (const std::system_error& error) {
                 refusal = QString::fromLocal8Bit(error.what());
-                r.running.erase(self);
             }
         }
     }
@@ -103,7 +148,7 @@ int VLThread::activeCount() {
 
 int VLThread::activeCountWithout(const QString& prefix) {
     const std::lock_guard lock(registry().mutex);
-    const Threads& running = registry().running;
+    const Workers& running = registry().running;
     return static_cast<int>(std::count_if(running.begin(), running.end(), [&](const Worker& worker) {
         return !worker.name.startsWith(prefix);
     }));
@@ -114,6 +159,8 @@ void VLThread::cancelAll() {
     const std::lock_guard lock(r.mutex);
     r.cancelled = true;
     r.changed.notify_all();
+    for (Worker& worker : r.resting)
+        worker.given.notify_one();
 }
 
 bool VLThread::isCancelled() noexcept {
@@ -121,7 +168,12 @@ bool VLThread::isCancelled() noexcept {
 }
 
 bool VLThread::joinAll(std::chrono::milliseconds limit) {
-    const bool ended = MainThread::waitUntil([] { return activeCount() == 0; }, limit);
+    const auto isQuiet = [] {
+        Registry& r = registry();
+        const std::lock_guard lock(r.mutex);
+        return r.running.empty() && (!r.cancelled || r.resting.empty());
+    };
+    const bool ended = MainThread::waitUntil(isQuiet, limit);
     joinEnded();
     return ended;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "remote/VLProxyObject.h"
+#include "runs/ChangeTurn.h"
 
 #include <QList>
 #include <QString>
@@ -27,5 +28,10 @@ public:
     /// Names the key by which the agent behind this record is known; empty where it has none. A host name
     /// anybody may claim; a password is given only to the agent that it was typed for.
     [[nodiscard]] virtual QString identity() const { return {}; }
+    /// Runs that change something on it wait for one another here.
+    [[nodiscard]] ChangeTurn& changeTurn() { return m_changeTurn; }
+
+private:
+    ChangeTurn m_changeTurn;
 };
 using RemoteClientPtr = std::shared_ptr<RemoteClient>;

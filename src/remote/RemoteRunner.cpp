@@ -5,6 +5,9 @@
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "remote/VLCorvalinServerProtocol.h"
+#include "runs/InFlight.h"
+#include "runs/RunList.h"
+#include "runs/Wave.h"
 #include "system/VLException.h"
 
 #include <QThread>
@@ -52,12 +55,27 @@ QString queueName(const RemoteClient& service) {
 QString plainWords(const std::exception& exception) {
     const auto* own = dynamic_cast<const VLException*>(&exception);
     if (!own) return QString::fromLocal8Bit(exception.what());
+    if (own->name() == VLException::givenUp)
+        return QStringLiteral("Nobody waited for the answer any longer.");
     if (VLException::didTimeout(exception)) return QStringLiteral("The computer did not answer in time.");
     if (own->name() == VLException::inaccessible)
         return QStringLiteral("The connection to the computer was lost.");
     if (const qlonglong code = corvalinCode(exception); code != CorvalinError::None)
         return CorvalinError::message(code, own->userInfo().value(QStringLiteral("info")).toString());
     return own->reason().isEmpty() ? own->name() : own->reason();
+}
+
+/// What the run of this thread, if it works for one, hears of an operation.
+void noteOutcome(const RemoteClient& client, Outcome::Kind kind, const QString& reason = {}) {
+    if (const RunPtr run = Run::current()) run->note(client, {kind, reason});
+}
+
+/// How an operation that raised this ended.
+Outcome::Kind kindOf(const std::exception& exception) {
+    const auto* own = dynamic_cast<const VLException*>(&exception);
+    if (own && (VLException::didTimeout(exception) || own->name() == VLException::givenUp))
+        return Outcome::NoAnswer;
+    return own && own->name() == VLException::refused ? Outcome::Refused : Outcome::Failed;
 }
 
 /// Counts one unit of work in, and out when it goes away: at the end of the worker, after an exception, and
@@ -110,12 +128,52 @@ private:
 struct RemoteRunner::Split {
     Groups groups;
     int processors = 1;
-    int leftOut = 0;
+    QList<RemoteClientPtr> leftOut;
+};
+
+/// The answers of one many-client read. Should reads overlap, or a cancelled one end late, the answers stay
+/// apart; threadedObjectDict() shows those of the read that started last. What comes in quick succession is
+/// handed to the main thread together: each time the dictionary is made anew.
+class RemoteRunner::Read {
+public:
+    /// True when the main thread is to be told.
+    [[nodiscard]] bool add(const QString& hostName, const QVariant& object) {
+        const std::lock_guard lock(m_mutex);
+        m_answers.emplace_back(hostName, object);
+        const auto now = std::chrono::steady_clock::now();
+        if (now - m_lastHandOver < handOverInterval) return false;
+        m_lastHandOver = now;
+        return true;
+    }
+    [[nodiscard]] QVariantMap answers() const {
+        const std::lock_guard lock(m_mutex);
+        QVariantMap all;
+        for (const auto& [hostName, object] : m_answers)
+            all.insert(hostName, object);
+        return all;
+    }
+
+private:
+    static constexpr std::chrono::milliseconds handOverInterval{50};
+    mutable std::mutex m_mutex;
+    std::vector<std::pair<QString, QVariant>> m_answers;
+    std::chrono::steady_clock::time_point m_lastHandOver = std::chrono::steady_clock::now();
 };
 
 RemoteRunner::RemoteRunner(Environment environment) : m_environment(std::move(environment)) {}
 
 // One client
+
+void RemoteRunner::noteSkipped(const RemoteClient& service) {
+    noteOutcome(service, Outcome::Skipped,
+                service.enabled() ? QStringLiteral("the computer is in error") : QStringLiteral("disabled"));
+}
+
+std::unique_ptr<ChangeTurn::Taken> RemoteRunner::turnOf(RemoteClient& service) {
+    const RunPtr run = Run::current();
+    if (!run || !run->description().isChange) return nullptr;
+    return std::make_unique<ChangeTurn::Taken>(service.changeTurn(), Run::shallStop);
+}
 
 VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) const {
     if (!service->isConnected() || !service->proxyObject())
@@ -133,35 +191,54 @@ std::chrono::milliseconds RemoteRunner::replyLimitOf(const QString& selector) co
     return fetchesData || fetchesLogs ? m_environment.dataReplyLimit : m_environment.replyLimit;
 }
 
-QVariant RemoteRunner::sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
-                                  const RemoteClientPtr& service, std::chrono::milliseconds limit) const {
+/// The answer, or nothing where it was not sent.
+std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const QVariant& obj1,
+                                                 const QVariant& obj2, const RemoteClientPtr& service,
+                                                 std::chrono::milliseconds limit, bool isExecution) const {
     const VLProxyObjectPtr proxy = connectedProxy(service);
     if (!proxy) {
         VLLog::appendLog(QStringLiteral("Unable to connect to server %@"), service->name());
-        return {};
+        noteOutcome(*service, Outcome::NotConnected);
+        return std::nullopt;
     }
+    const auto turn = isExecution ? turnOf(*service) : nullptr;
+    if (turn && !*turn) return std::nullopt;
     const Processing processing(*service);
     if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) {
         VLLog::appendLog(QStringLiteral("Proxy object doesn't respond to selector %@"), selector);
-        return {};
+        noteOutcome(*service, Outcome::Failed, QStringLiteral("its agent does not know this operation"));
+        return std::nullopt;
     }
     VLLog::appendLog(QStringLiteral("Performing method on remote object..."));
-    return proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
+    QVariant answer = proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
+    if (isExecution) noteOutcome(*service, Outcome::Done);
+    return answer;
 }
 
 QVariant RemoteRunner::checkedAnswer(const QString& selector, const QVariant& answer,
                                      const RemoteClientPtr& service) const {
     using namespace VLCorvalinServerProtocol;
     const Operation* declared = protocolOf(selector);
-    if (!declared || !answer.isValid()) return answer;
-    if (declared->result == Result::Nothing) return {};
-    if (accepts(declared->resultType, answer)) return answer;
+    if (declared && declared->result == Result::Nothing) {
+        noteOutcome(*service, Outcome::Done);
+        return {};
+    }
+    if (!answer.isValid()) {
+        noteOutcome(*service, Outcome::NoAnswer, QStringLiteral("it answered with nothing"));
+        return answer;
+    }
+    if (!declared || accepts(declared->resultType, answer)) {
+        noteOutcome(*service, Outcome::Answered);
+        return answer;
+    }
     const QString expected = typeName(declared->resultType), received = typeName(answer);
     VLLog::appendLog(QStringLiteral("Client %@ answered %@ with the wrong type: expected %@, received %@."),
                      service->name(), selector, expected, received);
-    reportFailure(service,
-                  QStringLiteral("The answer to \"%1\" has the wrong type: expected %2, received %3.")
-                      .arg(selector, expected, received));
+    const QString reason =
+        QStringLiteral("The answer to \"%1\" has the wrong type: expected %2, received %3.")
+            .arg(selector, expected, received);
+    noteOutcome(*service, Outcome::Failed, reason);
+    reportFailure(service, reason);
     return {};
 }
 
@@ -182,8 +259,12 @@ QVariant RemoteRunner::guarded(const char* method, const QString& selector, cons
 void RemoteRunner::operationFailed(const std::exception& exception, const char* method,
                                    const QString& selector, const RemoteClientPtr& service) const {
     VLException::logException(exception, method);
-    // Arguments that cannot be sent are this side's fault: the client is well.
-    if (!dynamic_cast<const VLUnsentCallException*>(&exception)) service->setIsConnected(false);
+    noteOutcome(*service, kindOf(exception), plainWords(exception));
+    // Arguments that cannot be sent are this side's fault, and so is it when nobody waits: the client is
+    // well.
+    const auto* own = dynamic_cast<const VLException*>(&exception);
+    const bool isGivenUp = own && own->name() == VLException::givenUp;
+    if (!isGivenUp && !dynamic_cast<const VLUnsentCallException*>(&exception)) service->setIsConnected(false);
     if (corvalinCode(exception) != CorvalinError::None && m_environment.clientReportedError) {
         // Its agent leaves that to whoever waits for the operation.
         const QVariantMap error = dynamic_cast<const VLException&>(exception).userInfo();
@@ -202,8 +283,11 @@ void RemoteRunner::executeRemoteMethod(const QString& selector, const QVariant& 
         return;
     }
     guarded("-[AppController executeRemoteMethod:withObject:withObject:service:]", selector, service, [&] {
-        return mayExecute(selector, *service) ? sendMethod(selector, obj1, obj2, service, noTimeLimit)
-                                              : QVariant();
+        if (mayExecute(selector, *service))
+            static_cast<void>(sendMethod(selector, obj1, obj2, service, noTimeLimit, true));
+        else
+            noteSkipped(*service);
+        return QVariant();
     });
 }
 
@@ -224,10 +308,15 @@ QVariant RemoteRunner::objectFromRemoteMethod(const QString& selector, const QVa
     }
     const auto body = [&]() -> QVariant {
         const Protocol* declared = protocolOf(selector);
-        if (service->errorCode() > 0 && !(declared && declared->readOnErrorClient)) return {};
-        if (!service->enabled() && !(declared && declared->readOnDisabledClient)) return {};
-        const std::chrono::milliseconds limit = replyLimitOf(selector);
-        return checkedAnswer(selector, sendMethod(selector, obj1, obj2, service, limit), service);
+        const bool isBarred = (service->errorCode() > 0 && !(declared && declared->readOnErrorClient)) ||
+                              (!service->enabled() && !(declared && declared->readOnDisabledClient));
+        if (isBarred) {
+            noteSkipped(*service);
+            return {};
+        }
+        const std::optional<QVariant> answer =
+            sendMethod(selector, obj1, obj2, service, replyLimitOf(selector), false);
+        return answer ? checkedAnswer(selector, *answer, service) : QVariant();
     };
     return guarded("-[AppController objectFromRemoteMethod:withObject:withObject:service:]", selector,
                    service, body);
@@ -243,15 +332,24 @@ QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& 
     if (!service) return {};
     const QString selector = QStringLiteral("executeTask:bundleID:options:");
     const auto body = [&]() -> QVariant {
-        if (service->errorCode() > 0 || !service->enabled()) return {};
+        if (service->errorCode() > 0 || !service->enabled()) {
+            noteSkipped(*service);
+            return {};
+        }
         const VLProxyObjectPtr proxy = connectedProxy(service);
         if (!proxy) {
             VLLog::appendLog(QStringLiteral("Unable to connect to %@"), service->name());
+            noteOutcome(*service, Outcome::NotConnected);
             return {};
         }
+        const auto turn = turnOf(*service);
+        if (turn && !*turn) return {};
         VLLog::appendLog(QStringLiteral("Launching task..."));
         const Processing processing(*service);
-        if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) return {};
+        if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) {
+            noteOutcome(*service, Outcome::Failed, QStringLiteral("its agent runs no tasks"));
+            return {};
+        }
         return checkedAnswer(selector, proxy->perform(selector, {task, bundleID, optionsOrNone}), service);
     };
     return guarded("-[AppController objectFromRemoteTask:bundleID:options:forService:]", selector, service,
@@ -270,109 +368,140 @@ void RemoteRunner::executeRemoteTask(const QString& task, const QString& bundleI
 
 // All selected clients
 
-RemoteRunner::Split RemoteRunner::split() const {
+QList<RemoteClientPtr> RemoteRunner::clientsOfRun() const {
+    const RunPtr run = Run::current();
+    return run && !run->clients().isEmpty() ? run->clients() : m_environment.selectedServices();
+}
+
+RemoteRunner::Split RemoteRunner::split(const QList<RemoteClientPtr>& services) const {
     const VLCallLock lock;
-    const QList<RemoteClientPtr> services = m_environment.selectedServices();
     const int processors = std::max(
         1, m_environment.processorCount ? m_environment.processorCount() : QThread::idealThreadCount());
-    Split split{{}, processors, 0};
+    Split split{{}, processors, {}};
     if (services.isEmpty()) return split;
 
     const qsizetype groupCount = std::min<qsizetype>(processors, services.size());
     const qsizetype groupSize = services.size() / groupCount;
     for (qsizetype i = 0; i < groupCount; ++i)
         split.groups.append(services.sliced(i * groupSize, groupSize));
-    split.leftOut = static_cast<int>(services.size() - groupCount * groupSize);
+    split.leftOut = services.sliced(groupCount * groupSize);
     return split;
 }
 
 QList<QList<RemoteClientPtr>> RemoteRunner::selectedServicesForCores() const {
-    return split().groups;
+    return split(clientsOfRun()).groups;
 }
 
-/// Starts the progress display of a waiting run. The number of the run.
-int RemoteRunner::startRun() const {
-    TaskProgress* const progress = m_environment.progress;
-    progress->setProcessingCancelled(false);
-    progress->startStatusProgress();
-    return progress->currentRun();
+RunPtr RemoteRunner::runHere() const {
+    const RunPtr run = Run::current();
+    return run ? run : m_environment.progress->runs().begin({}, clientsOfRun());
 }
 
-/// Says how many clients will not be worked. In the run that it is about, so that the next one clears it.
-void RemoteRunner::sayLeftOut(const Split& split) const {
-    if (split.leftOut == 0) return;
+void RemoteRunner::noteLeftOut(const Split& split, const RunPtr& run) const {
+    if (split.leftOut.isEmpty()) return;
     VLLog::appendLog(QStringLiteral("%i of the selected clients are left out: their number is no multiple of "
                                     "the %i processors."),
-                     split.leftOut, split.processors);
-    if (m_environment.clientsLeftOut) m_environment.clientsLeftOut(split.leftOut);
+                     split.leftOut.size(), split.processors);
+    for (const RemoteClientPtr& service : split.leftOut)
+        run->note(*service, {Outcome::LeftOut, {}});
+}
+
+/// One group's thread: keeps as many operations under way as the run has places for.
+void RemoteRunner::workGroup(const QList<RemoteClientPtr>& services, const QString& threadName,
+                             const RunPtr& run, const ClientWork& work) const {
+    InFlight inFlight(run, threadName);
+    for (const RemoteClientPtr& service : services) {
+        const auto step = [progress = m_environment.progress, work, service] {
+            work(service);
+            progress->incrementStatusProgress();
+        };
+        if (!inFlight.start(service, step)) break;
+    }
 }
 
 /// Starts one counted thread per group.
-void RemoteRunner::runOnGroups(const Split& split, const QString& threadName, int run,
-                               const ClientWork& work) const {
+std::shared_ptr<Wave> RemoteRunner::startGroups(const Groups& groups, const QString& threadName,
+                                                const RunPtr& run, const ClientWork& work) const {
     TaskProgress* const progress = m_environment.progress;
-    sayLeftOut(split);
+    auto wave = std::make_shared<Wave>();
     const StartGate gate;
-    for (const QList<RemoteClientPtr>& services : split.groups) {
-        if (progress->isCancelled(run)) break;
+    for (const QList<RemoteClientPtr>& services : groups) {
+        if (run->isCancelled()) break;
         if (services.isEmpty()) continue;
         auto counted = std::make_shared<CountedWork>(progress);
-        auto body = [progress, threadName, run, work, services, allCountedIn = gate.latch(),
-                     counted = std::move(counted)]() mutable {
-            const std::shared_ptr<CountedWork> last = std::move(counted);
+        VLThread::detach(threadName, [this, threadName, run, work, services, allCountedIn = gate.latch(),
+                                      part = Wave::part(wave), counted = std::move(counted)]() mutable {
+            const std::shared_ptr<void> last = std::move(part);
+            const RunScope scope(run);
+            const std::shared_ptr<CountedWork> counting = std::move(counted);
             allCountedIn->wait();
-            try {
-                for (const RemoteClientPtr& service : services) {
-                    if (progress->isCancelled(run)) break;
-                    work(service);
-                    progress->incrementStatusProgress();
-                }
-            } catch (const std::exception& exception) {
-                const QByteArray method = QStringLiteral("-[AppController %1]").arg(threadName).toUtf8();
-                VLException::logException(exception, method.constData());
-            }
-        };
-        VLThread::detach(threadName, std::move(body));
+            workGroup(services, threadName, run, work);
+        });
     }
+    return wave;
+}
+
+/// The clients that the split leaves out are fewer than the processors, so one more round takes them all.
+void RemoteRunner::runOnAll(const QString& threadName, const ClientWork& work, double seconds) const {
+    const RunPtr run = Run::current();
+    const Split all = split(clientsOfRun());
+    const bool hasRest = !all.leftOut.isEmpty() && followsUp();
+    std::optional<CountedWork> restToCome;
+    if (hasRest) restToCome.emplace(m_environment.progress);
+    startGroups(all.groups, threadName, run, work)->waitOnProcessingWithTimeout(seconds, *run);
+    if (run->isCancelled()) return;
+    if (!hasRest) return noteLeftOut(all, run);
+    const Split rest = split(all.leftOut);
+    startGroups(rest.groups, threadName, run, work)->waitOnProcessingWithTimeout(seconds, *run);
 }
 
 QVariant RemoteRunner::objectsFromRemoteMethod(const QString& selector, const QVariant& obj1,
                                                const QVariant& obj2) {
-    const Split work = split();
-    if (work.groups.isEmpty()) return {};
-    const int run = startRun();
+    if (clientsOfRun().isEmpty()) return {};
+    const RunScope scope(runHere());
+    m_environment.progress->setProcessingCancelled(false);
+    m_environment.progress->startStatusProgress();
     const auto read = std::make_shared<Read>();
     resetThreadedObjectDict(read);
-    runOnGroups(work, QStringLiteral("objectsFromRemoteMethodOnThread:"), run,
-                [this, selector, obj1, obj2, read](const RemoteClientPtr& service) {
-                    const QVariant object = objectFromRemoteMethod(selector, obj1, obj2, service);
-                    const QString hostName = service->hostName();
-                    if (object.isValid() && !hostName.isEmpty())
-                        threadedObjectDictSetObject(object, hostName, read);
-                });
-    m_environment.progress->waitOnProcessingWithTimeout(300);
-    return read->answers.get();
+    const auto work = [this, selector, obj1, obj2, read](const RemoteClientPtr& service) {
+        const QVariant object = objectFromRemoteMethod(selector, obj1, obj2, service);
+        const QString hostName = service->hostName();
+        if (object.isValid() && !hostName.isEmpty()) threadedObjectDictSetObject(object, hostName, read);
+    };
+    runOnAll(QStringLiteral("objectsFromRemoteMethodOnThread:"), work, 300);
+    install(read);
+    return read->answers();
 }
 
 void RemoteRunner::executeRemoteMethods(const QString& selector, const QVariant& obj1, const QVariant& obj2) {
-    const Split work = split();
-    if (work.groups.isEmpty()) return;
-    const int run = startRun();
-    runOnGroups(work, QStringLiteral("executeRemoteMethodsOnThread:"), run,
-                [this, selector, obj1, obj2](const RemoteClientPtr& service) {
-                    executeRemoteMethod(selector, obj1, obj2, service);
-                });
-    m_environment.progress->waitOnProcessing();
+    if (clientsOfRun().isEmpty()) return;
+    const RunScope scope(runHere());
+    m_environment.progress->setProcessingCancelled(false);
+    m_environment.progress->startStatusProgress();
+    const auto work = [this, selector, obj1, obj2](const RemoteClientPtr& service) {
+        executeRemoteMethod(selector, obj1, obj2, service);
+    };
+    runOnAll(QStringLiteral("executeRemoteMethodsOnThread:"), work, 0);
 }
 
 void RemoteRunner::executeRemoteTasks(const QString& task, const QString& bundleID,
                                       const QVariantMap& options) {
-    // A run of its own: what cancelled an earlier one must not stop these tasks, a later cancel must.
-    const int run = m_environment.progress->beginRun();
-    runOnGroups(split(), QStringLiteral("executeRemoteTasksOnThread:"), run,
-                [this, task, bundleID, options](const RemoteClientPtr& service) {
-                    executeRemoteTask(task, bundleID, options, service);
-                });
+    const RunPtr run = runHere();
+    const RunScope scope(run);
+    const QString threadName = QStringLiteral("executeRemoteTasksOnThread:");
+    const auto work = [this, task, bundleID, options](const RemoteClientPtr& service) {
+        executeRemoteTask(task, bundleID, options, service);
+    };
+    const Split all = split(clientsOfRun());
+    const std::shared_ptr<Wave> wave = startGroups(all.groups, threadName, run, work);
+    if (all.leftOut.isEmpty()) return;
+    if (!followsUp()) return noteLeftOut(all, run);
+    VLThread::detach(threadName, [this, threadName, run, work, wave, leftOut = all.leftOut,
+                                  counted = std::make_shared<CountedWork>(m_environment.progress)] {
+        const RunScope scope(run);
+        wave->waitOnProcessingWithTimeout(0, *run);
+        workGroup(leftOut, threadName, run, work);
+    });
 }
 
 // Answers
@@ -391,14 +520,14 @@ void RemoteRunner::resetThreadedObjectDict(const ReadPtr& read) {
     });
 }
 
+/// Main thread: what has come so far is shown.
+void RemoteRunner::install(const ReadPtr& read) {
+    onMainThreadAndWait([this, read] {
+        if (read == m_currentRead) setThreadedObjectDict(read->answers());
+    });
+}
+
 void RemoteRunner::threadedObjectDictSetObject(const QVariant& object, const QString& key,
                                                const ReadPtr& read) {
-    // The copy is made on the main thread too: the hand-off is what keeps two workers from losing each
-    // other's entry.
-    onMainThreadAndWait([this, object, key, read] {
-        QVariantMap answers = read->answers.get();
-        answers.insert(key, object);
-        read->answers.set(answers);
-        if (read == m_currentRead) setThreadedObjectDict(answers);
-    });
+    if (read->add(key, object)) install(read);
 }

@@ -3,6 +3,7 @@
 #include "foundation/Snapshot.h"
 #include "remote/RemoteClient.h"
 #include "remote/TaskProgress.h"
+#include "runs/Run.h"
 
 #include <QList>
 #include <QString>
@@ -11,12 +12,20 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
+
+class Wave;
 
 /// Runs one operation of the agents' protocol on one client or on all selected clients.
 ///
 /// Called from worker threads only: on the main thread the single-client primitives do nothing, with a log
 /// line, and the fan-outs do not wait (as TaskProgress says). Nothing here throws: failures are logged, the
 /// client concerned is marked not connected, and the others go on.
+///
+/// Everything belongs to the run that the calling thread works for (RunScope): it hears how each operation
+/// ended, it bounds how many are under way at once, and where it names clients, "all selected clients" are
+/// those. A fan-out of a thread that works for no run is one of its own. A fan-out returns when its own work
+/// is done or its run is cancelled, whatever else runs.
 class RemoteRunner {
 public:
     struct Environment {
@@ -25,8 +34,9 @@ public:
         VLCallbackTargetPtr errorCallback;                         ///< handed to agents on connecting
         /// Number of processors that the fan-out splits over; QThread::idealThreadCount() when empty.
         std::function<int()> processorCount;
-        /// Told, on the worker, how many selected clients the split over processors left out (never 0).
-        std::function<void(int count)> clientsLeftOut;
+        /// Whether the clients that the split over processors leaves out are worked after the others. They
+        /// are when this is empty.
+        std::function<bool()> followsUp;
         /// A client's failure, for the error queue: `reason` in plain words. Any thread. May be empty.
         std::function<void(const QString& hostName, const QString& reason)> clientFailed;
         /// The same for an error of the agent's own, with "domain", "code" and "info".
@@ -67,7 +77,13 @@ public:
     // For the runs that AuthorizedRunner makes.
     /// Starts connecting where needed; null while there is no connection.
     [[nodiscard]] VLProxyObjectPtr connectedProxy(const RemoteClientPtr& service) const;
+    /// The client's turn, where this thread's run changes something; null where it does not. One that did not
+    /// come, because the run goes no further, is false.
+    [[nodiscard]] static std::unique_ptr<ChangeTurn::Taken> turnOf(RemoteClient& service);
+    /// Tells the run of this thread that the client was not asked.
+    static void noteSkipped(const RemoteClient& service);
     /// Logs and reports what ended an operation, and marks the client not connected if it may be the cause.
+    /// The run of this thread hears of it.
     void operationFailed(const std::exception& exception, const char* method, const QString& selector,
                          const RemoteClientPtr& service) const;
 
@@ -75,22 +91,27 @@ public:
     [[nodiscard]] QVariantMap threadedObjectDict() const { return m_threadedObjectDict.get(); }
 
 private:
-    /// The answers of one many-client read. Should reads overlap, or a cancelled one end late, the answers
-    /// stay apart; threadedObjectDict() shows those of the read that started last.
-    struct Read {
-        Snapshot<QVariantMap> answers;
-    };
+    class Read;
     using ReadPtr = std::shared_ptr<Read>;
     struct Split;
     using ClientWork = std::function<void(const RemoteClientPtr&)>;
 
-    [[nodiscard]] Split split() const;
-    [[nodiscard]] int startRun() const;
-    void sayLeftOut(const Split& split) const;
-    void runOnGroups(const Split& split, const QString& threadName, int run, const ClientWork& work) const;
+    [[nodiscard]] QList<RemoteClientPtr> clientsOfRun() const;
+    [[nodiscard]] Split split(const QList<RemoteClientPtr>& services) const;
+    [[nodiscard]] RunPtr runHere() const;
+    [[nodiscard]] bool followsUp() const { return !m_environment.followsUp || m_environment.followsUp(); }
+    /// Works all groups and then those that the split left out. Waits where `seconds` are given.
+    void runOnAll(const QString& threadName, const ClientWork& work, double seconds) const;
+    [[nodiscard]] std::shared_ptr<Wave> startGroups(const QList<QList<RemoteClientPtr>>& groups,
+                                                    const QString& threadName, const RunPtr& run,
+                                                    const ClientWork& work) const;
+    void workGroup(const QList<RemoteClientPtr>& services, const QString& threadName, const RunPtr& run,
+                   const ClientWork& work) const;
+    void noteLeftOut(const Split& split, const RunPtr& run) const;
 
-    QVariant sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
-                        const RemoteClientPtr& service, std::chrono::milliseconds limit) const;
+    std::optional<QVariant> sendMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
+                                       const RemoteClientPtr& service, std::chrono::milliseconds limit,
+                                       bool isExecution) const;
     [[nodiscard]] std::chrono::milliseconds replyLimitOf(const QString& selector) const;
     [[nodiscard]] QVariant checkedAnswer(const QString& selector, const QVariant& answer,
                                          const RemoteClientPtr& service) const;
@@ -102,6 +123,7 @@ private:
     void setThreadedObjectDict(const QVariantMap& dictionary);
     void resetThreadedObjectDict(const ReadPtr& read);
     void threadedObjectDictSetObject(const QVariant& object, const QString& key, const ReadPtr& read);
+    void install(const ReadPtr& read);
 
     Environment m_environment;
     Snapshot<QVariantMap> m_threadedObjectDict;

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class RunList;
+
 /// The accounting of running work that the runners and tools report to. Any thread; what touches the window
 /// is handed to the main thread as each operation says.
 class TaskProgress {
@@ -23,14 +25,17 @@ public:
     [[nodiscard]] virtual bool processingCancelled() const = 0;
     virtual void setProcessingCancelled(bool cancelled) = 0;
 
-    /// Runs are numbered: each start of a progress display begins one, and so does beginRun(), for work
-    /// without a display. Cancelling cancels every run begun so far, for good. Workers ask about their own
-    /// run: processingCancelled() is cleared by whichever starts next.
+    /// What runs. A thread that works for a run (RunScope) counts and shows progress for that one: its end
+    /// ends nothing of another's.
+    [[nodiscard]] virtual RunList& runs() = 0;
+    // By number, for those without a scope: each start of a progress display begins a run then, and so does
+    // beginRun(). Cancelling cancels every run begun so far, for good.
     virtual int beginRun() = 0;
     [[nodiscard]] virtual int currentRun() const = 0;
     [[nodiscard]] virtual bool isCancelled(int run) const = 0;
 
-    /// Status bar of the main window. Start and increment wait for the main thread; end does not.
+    /// Status bar of the main window. Start waits for the main thread; the steps are handed over together,
+    /// and they and the end without waiting.
     virtual void startStatusProgress() = 0;
     virtual void incrementStatusProgress() = 0;
     virtual void endStatusProgress() = 0;

@@ -263,16 +263,23 @@ void VLErrorCallback::receiveError(const QString& selector, const QVariantList& 
     userInfo.insert(ErrorKey::hostName, sender);
 
     const QVariant& subject = arguments.first();
+    QString text;
     if (selector.startsWith(QLatin1String("addErrorToQueue:"))) {
+        text = descriptionForError(subject.toMap());
         addErrorToQueue(subject.toMap(), userInfo);
     } else if (selector.startsWith(QLatin1String("addStringToQueue:"))) {
-        addStringToQueue(subject.toString(), userInfo);
+        text = subject.toString();
+        addStringToQueue(text, userInfo);
     } else {
         const QVariantMap exception = subject.toMap();
-        const QString reason = textUnder(QLatin1StringView("reason"), exception);
-        addExceptionToQueue(reason.isEmpty() ? textUnder(QLatin1StringView("name"), exception) : reason,
-                            sender);
+        text = textUnder(QLatin1StringView("reason"), exception);
+        if (text.isEmpty()) text = textUnder(QLatin1StringView("name"), exception);
+        addExceptionToQueue(text, sender);
     }
+    const ParentPtr parent = m_parent.shared();
+    const bool isRefusal =
+        VLCorvalinServerProtocol::integerValue(userInfo.value(QStringLiteral("refused"))) != 0;
+    if (parent->errorReported) parent->errorReported(sender, text, isRefusal);
 }
 
 bool VLErrorCallback::knows(const QString& sender) const {

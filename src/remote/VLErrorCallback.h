@@ -37,6 +37,9 @@ public:
         /// True when the client of the connection `sender` is also known as `hostName`. Any thread. Without
         /// it an agent has the one name of its connection, with or without a dot at the end.
         std::function<bool(const QString& sender, const QString& hostName)> isNameOfClient;
+        /// The thread of the connection, before any answer that the agent gives after it: the agent reports
+        /// an error, in plain words; or that it would not do something though nothing is wrong with it.
+        std::function<void(const QString& hostName, const QString& text, bool isRefusal)> errorReported;
         /// Main thread.
         std::function<void(const QVariantList& logs, const QString& hostName)> faultscopeAddLogs;
         std::function<void(qlonglong count, const QString& hostName)> setSoftwareUpdateCount;

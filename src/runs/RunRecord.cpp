@@ -3,14 +3,14 @@
 #include <algorithm>
 
 int RunRecord::count(Outcome::Kind kind) const {
-    return static_cast<int>(std::count_if(outcomes.begin(), outcomes.end(),
-                                          [&](const HostOutcome& host) { return host.outcome.kind == kind; }));
+    return static_cast<int>(std::count_if(outcomes.begin(), outcomes.end(), [&](const HostOutcome& host) {
+        return host.outcome.kind == kind;
+    }));
 }
 
 int RunRecord::successCount() const {
-    return static_cast<int>(std::count_if(outcomes.begin(), outcomes.end(), [](const HostOutcome& host) {
-        return host.outcome.isSuccess();
-    }));
+    return static_cast<int>(std::count_if(outcomes.begin(), outcomes.end(),
+                                          [](const HostOutcome& host) { return host.outcome.isSuccess(); }));
 }
 
 bool RunRecord::isUndoable() const {
@@ -26,7 +26,7 @@ QString RunRecord::summary() const {
     text += outcomes.size() == 1 ? QStringLiteral(" computer") : QStringLiteral(" computers");
     for (int kind = Outcome::Failed; kind >= Outcome::LeftOut; --kind)
         if (const int number = count(static_cast<Outcome::Kind>(kind)); number > 0)
-            text += QStringLiteral(", %1 %2").arg(number).arg(
-                Outcome::word(static_cast<Outcome::Kind>(kind)));
+            text +=
+                QStringLiteral(", %1 %2").arg(number).arg(Outcome::word(static_cast<Outcome::Kind>(kind)));
     return text;
 }

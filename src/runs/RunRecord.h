@@ -23,14 +23,14 @@ struct HostOutcome {
 /// One action of the user on any number of computers, when it has ended: what the status line sums up and
 /// Activity keeps.
 struct RunRecord {
-    QString id;  ///< a UUID without braces
-    QDateTime started, ended;  ///< UTC
-    QString user;              ///< login name of the person at the console
-    QString tool;              ///< identifier of the tool, "addonry"; empty for the console's own
-    QString action;            ///< "Disable"
-    QString actionDone;        ///< "Disabled", for the sentence that sums it up
-    QString subject;           ///< what it was about: "Film Grain", "18 plug-ins"; may be empty
-    bool isChange = false;     ///< false: it only read
+    QString id;                   ///< a UUID without braces
+    QDateTime started, ended;     ///< UTC
+    QString user;                 ///< login name of the person at the console
+    QString tool;                 ///< identifier of the tool, "addonry"; empty for the console's own
+    QString action;               ///< "Disable"
+    QString actionDone;           ///< "Disabled", for the sentence that sums it up
+    QString subject;              ///< what it was about: "Film Grain", "18 plug-ins"; may be empty
+    bool isChange = false;        ///< false: it only read
     QList<HostOutcome> outcomes;  ///< in the order of the selection
     QString undoOf, retryOf;      ///< id of the run that this one takes back or repeats
 

@@ -4,6 +4,7 @@
 #include "remote/RemoteRunner.h"
 #include "remote/TaskProgress.h"
 #include "remote/authorization/AuthorizedRunner.h"
+#include "runs/RunList.h"
 
 #include <QList>
 #include <QObject>
@@ -18,6 +19,7 @@ class QWidget;
 
 /// What a tool may use of the rest of the console.
 struct ToolContext {
+    QString tool;  ///< its identifier
     RemoteRunner* runner = nullptr;
     AuthorizedRunner* authorizedRunner = nullptr;  ///< for what needs an administrator of the client
     TaskProgress* progress = nullptr;
@@ -56,6 +58,17 @@ public:
     void stopSpinner() { setBusy(false); }
     [[nodiscard]] const ToolContext& context() const { return m_context; }
 
+    /// Takes a change back on those clients, as a run of its own, and reads again. Main thread.
+    void startUndo(const RunRecord& record, const QList<RemoteClientPtr>& clients);
+    /// Takes one client's change back: `undo` is what the run kept of it (Run::keepUndo). False, or an
+    /// exception, is a failure; what the runners say of their operations counts as well. On a worker, for
+    /// several clients at once.
+    [[nodiscard]] virtual bool takeBack(const VLServicePtr& client, const QVariantMap& undo) {
+        Q_UNUSED(client)
+        Q_UNUSED(undo)
+        return false;
+    }
+
 Q_SIGNALS:
     void changed();
     void busyChanged(bool busy);
@@ -71,6 +84,9 @@ protected:
     /// under `name`, the operation's. A controller that is not held by a shared pointer outlives it. Any
     /// thread.
     void startWorker(const QString& name, std::function<void()> work);
+    /// The same as a run for the selected clients, which can be done again: `description` says what it is,
+    /// the tool and its computers are filled in. Any thread.
+    void startRun(const QString& name, const Run::Description& description, std::function<void()> work);
     /// Runs refresh() that way.
     void startRefresh(const QString& name) {
         startWorker(name, [this] { refresh(); });
@@ -101,6 +117,9 @@ protected:
     bool m_hasResult = false;
 
 private:
+    void startRunOn(const QString& name, Run::Description description, const QList<RemoteClientPtr>& clients,
+                    const std::function<void()>& work);
+
     ToolContext m_context;
     bool m_busy = false;
     std::atomic<int> m_lastReading{0};

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "app/TaskThreads.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
+#include "foundation/VLUserDefaults.h"
 #include "remote/RemoteClient.h"
 #include "remote/RemoteRunner.h"
-#include "remote/TaskProgress.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 
@@ -74,95 +74,25 @@ private:
 };
 using FakeClientPtr = std::shared_ptr<FakeClient>;
 
-/// Counts like the console does: processing ends when the count falls below 1.
-class FakeProgress : public TaskProgress {
+/// The console's own counting, and how often it was asked for.
+class CountingThreads : public TaskThreads {
 public:
+    using TaskThreads::TaskThreads;
     int incrementTaskThreadCount() override {
-        const std::lock_guard lock(m_mutex);
-        ++m_count;
-        ++open;
-        if (++counted == cancelWhenCounted) markCancelled();
-        return m_counting;
+        ++counted;
+        return TaskThreads::incrementTaskThreadCount();
     }
-    void decrementTaskThreadCount() override {
-        const std::lock_guard lock(m_mutex);
-        countOut();
-    }
-    void decrementTaskThreadCount(int counting) override {
-        const std::lock_guard lock(m_mutex);
-        if (counting == m_counting)
-            countOut();
-        else
-            --open;
-    }
-    void waitOnProcessingWithTimeout(double seconds) override {
-        waitedSeconds = seconds;
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return !m_isProcessing || cancelled; });
-    }
-    bool processingCancelled() const override { return cancelled; }
-    void setProcessingCancelled(bool value) override {
-        const std::lock_guard lock(m_mutex);
-        if (value) return markCancelled();
-        cancelled = false;
-    }
-    int beginRun() override { return ++m_run; }
-    int currentRun() const override { return m_run; }
-    bool isCancelled(int run) const override { return run <= m_lastCancelledRun; }
     void startStatusProgress() override {
-        onMainThreadAndWait([this] {
-            const std::lock_guard lock(m_mutex);
-            m_isProcessing = true;
-            cancelled = false;
-            ++m_run;
-            ++starts;
-        });
+        ++starts;
+        TaskThreads::startStatusProgress();
     }
-    void incrementStatusProgress() override { ++statusSteps; }
-    void endStatusProgress() override {}
-    void startProgress() override {}
-    void endProgress() override {}
-    void updateProgressStatus(const QString&) override {}
-    void progressBarSetMaxValue(double) override {}
-    void incrementProgress() override {}
+    void incrementStatusProgress() override {
+        ++statusSteps;
+        TaskThreads::incrementStatusProgress();
+    }
+    void cancel() { cancelProgress(); }
 
-    void cancel() {
-        const std::lock_guard lock(m_mutex);
-        markCancelled();
-        end();
-    }
-
-    [[nodiscard]] bool isProcessing() const {
-        const std::lock_guard lock(m_mutex);
-        return m_isProcessing;
-    }
-
-    std::atomic<bool> cancelled{false};
-    std::atomic<int> starts{0}, statusSteps{0}, cancelWhenCounted{0};
-    std::atomic<int> counted{0}, open{0};  ///< units that were counted in, and of these those not yet out
-    std::atomic<double> waitedSeconds{-1};
-
-private:
-    void markCancelled() {
-        cancelled = true;
-        m_lastCancelledRun = m_run.load();
-    }
-    void countOut() {
-        --open;
-        if (--m_count < 1) end();
-    }
-    void end() {
-        m_count = 0;
-        ++m_counting;
-        m_isProcessing = false;
-        m_changed.notify_all();
-    }
-
-    mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_count = 0, m_counting = 0;
-    std::atomic<int> m_run{0}, m_lastCancelledRun{-1};
-    bool m_isProcessing = false;
+    std::atomic<int> counted{0}, starts{0}, statusSteps{0};
 };
 
 inline constexpr std::chrono::seconds patience{30};  ///< never reached unless something is broken
@@ -177,12 +107,22 @@ inline bool onWorker(std::function<void()> body) {
     return MainThread::waitUntil([done] { return done->load(); }, patience);
 }
 
+/// While it exists, runs begin with that many operations at once.
+struct OperationsInFlight {
+    explicit OperationsInFlight(int count) {
+        VLUserDefaults::standardUserDefaults().setObject(count, QLatin1String(RunList::inFlightKey));
+    }
+    ~OperationsInFlight() {
+        VLUserDefaults::standardUserDefaults().removeObjectForKey(QLatin1String(RunList::inFlightKey));
+    }
+};
+
 /// A runner over clients in memory, and what it reported.
 struct Bench {
-    FakeProgress progress;
     QList<FakeClientPtr> clients;
+    CountingThreads progress{{[this] { return int(clients.size()); }, [] {}, [] {}}};
     int processors = 4;
-    std::atomic<int> leftOut{0};
+    bool followsUp = true;
     std::mutex mutex;
     QStringList failures;
     RemoteRunner runner{environment()};
@@ -193,7 +133,7 @@ struct Bench {
             .selectedServices = [this] { return QList<RemoteClientPtr>(clients.cbegin(), clients.cend()); },
             .errorCallback = nullptr,
             .processorCount = [this] { return processors; },
-            .clientsLeftOut = [this](int count) { leftOut = count; },
+            .followsUp = [this] { return followsUp; },
             .clientFailed =
                 [this](const QString& hostName, const QString& reason) {
                     const std::lock_guard lock(mutex);
@@ -204,6 +144,18 @@ struct Bench {
     void addClients(int count, const FakeProxy::Answer& answer = {}) {
         for (int i = 0; i < count; ++i)
             clients.append(std::make_shared<FakeClient>(QStringLiteral("c%1").arg(clients.size()), answer));
+    }
+    /// Works `body` on behalf of a run for all clients; how that ended.
+    RunRecord runFor(Run::Description description, const std::function<void()>& body) {
+        if (description.action.isEmpty()) description.action = QStringLiteral("Try");
+        const RunPtr run =
+            progress.runs().begin(description, QList<RemoteClientPtr>(clients.cbegin(), clients.cend()));
+        const bool isDone = onWorker([&] {
+            const RunScope scope(run);
+            body();
+        });
+        if (isDone) MainThread::waitUntil([&] { return run->hasEnded(); }, patience);
+        return run->record();
     }
     /// What the many-client read of the plug-in lists gave.
     QVariant readAll(const QString& selector = QStringLiteral("addonryPluginList")) {

@@ -63,7 +63,9 @@ struct Console {
          .selectedServices = bench.environment().selectedServices,
          .runner = &bench.runner,
          .clearAuthSkipped = [this] { controller.clearAuthSkipped(); },
-         .credentialsFor = [this](const auto& c, int run) { return controller.credentialsFor(c, run); }}};
+         .prepareCredentials = [this](const auto& c) { return controller.prepareCredentials(c); },
+         .acceptedCredentials =
+             [this](const auto& c, const auto& tried) { return controller.acceptedCredentials(c, tried); }}};
 
     explicit Console(int clients) {
         bench.addClients(clients, agentAnswer);
@@ -81,7 +83,6 @@ struct Console {
             .passwords = PasswordStore::keychain(),
             .selectedServices = bench.environment().selectedServices,
             .isKnown = [this](const RemoteClientPtr&) { return knowsClients.load(); },
-            .isCancelled = [this](int run) { return bench.progress.isCancelled(run); },
             .setProcessingCancelled = [this](bool value) { bench.progress.setProcessingCancelled(value); },
             .cancelAllProgress = [this] { ++progressCancels, bench.progress.cancel(); },
             .putProgressAway = [this] { ++away; },
@@ -193,7 +194,7 @@ private Q_SLOTS:
         QTRY_COMPARE(console.storedPasswords(), 3);
         QCOMPARE(VLUserDefaults::standardUserDefaults().dictionaryForKey(u"users"_s).size(), 3);
         QCOMPARE(console.bench.progress.statusSteps.load(), 3);
-        QCOMPARE(console.bench.progress.open.load(), 0);
+        QCOMPARE(console.bench.progress.taskThreadCount(), 0);
         QCOMPARE((std::tuple{console.away, console.back}), (std::tuple{1, 1}));
 
         // After the time-out the keychain has them still.

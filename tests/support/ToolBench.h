@@ -70,8 +70,11 @@ private:
         environment.selectedServices = [this] { return clients(); };
         environment.runner = &runner;
         environment.clearAuthSkipped = [] {};
-        environment.credentialsFor = [](const RemoteClientPtr&, int) {
+        environment.prepareCredentials = [](const RemoteClientPtr&) {
             return std::optional(HostCredentials{QStringLiteral("admin"), QByteArray("x"), {}});
+        };
+        environment.acceptedCredentials = [](const RemoteClientPtr&, const HostCredentials& credentials) {
+            return std::optional(credentials);
         };
         return environment;
     }

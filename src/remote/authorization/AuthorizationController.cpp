@@ -9,6 +9,7 @@
 #include "remote/RemoteRunner.h"
 #include "remote/authorization/VLEncryption.h"
 #include "remote/authorization/VLKeychain.h"
+#include "runs/Run.h"
 
 namespace {
 
@@ -55,35 +56,42 @@ AuthorizationController::~AuthorizationController() = default;
 
 // ---- Credentials
 
-std::optional<HostCredentials> AuthorizationController::credentialsFor(const RemoteClientPtr& service,
-                                                                       int run) {
-    for (;;) {
-        if (entered(*service).authName.isEmpty() && !takeFromKeychain(*service)) {
-            const SheetPtr sheet = showAuthDialogAndLoop(service, run);
-            const bool isOwn = !sheet || sheet->service == service;
-            if (!sheet || (isOwn && sheet->code == Skipped)) {
-                VLLog::appendLog(QStringLiteral("User skipped authorization dialog."));
-                m_authSkipped = false;
-                return std::nullopt;
-            }
-            if (sheet->code == Canceled) return std::nullopt;
-            // A sheet about another client may have been answered for this one as well, or not.
-            if (!isOwn && !shallStop(service, run) && entered(*service).authName.isEmpty()) continue;
+std::optional<HostCredentials> AuthorizationController::prepareCredentials(const RemoteClientPtr& service) {
+    while (entered(*service).authName.isEmpty() && !takeFromKeychain(*service)) {
+        if (shallStop(service)) return std::nullopt;
+        const SheetPtr sheet = showAuthDialogAndLoop(service);
+        const bool isOwn = !sheet || sheet->service == service;
+        if (!sheet || (isOwn && sheet->code == Skipped)) {
+            VLLog::appendLog(QStringLiteral("User skipped authorization dialog."));
+            m_authSkipped = false;
+            return std::nullopt;
         }
-        if (shallStop(service, run)) return std::nullopt;
-        HostCredentials credentials = entered(*service);
-        if (credentials.authName.isEmpty()) return std::nullopt;
+        if (sheet->code == Canceled || shallStop(service)) return std::nullopt;
+        // A sheet about another client may have been answered for this one as well, or not.
+        if (isOwn) break;
+    }
+    HostCredentials credentials = entered(*service);
+    if (credentials.authName.isEmpty() || shallStop(service)) return std::nullopt;
+    return credentials;
+}
+
+std::optional<HostCredentials> AuthorizationController::acceptedCredentials(const RemoteClientPtr& service,
+                                                                            HostCredentials credentials) {
+    for (;;) {
         switch (ask(credentials, service)) {
             case Verdict::Accepted:
                 return credentials;
-            case Verdict::Refused:
-                forgetRefused(*service);
-                break;
             case Verdict::NoAnswer:
                 VLLog::appendLog(QStringLiteral("%@ did not say whether it accepts the password."),
                                  service->name());
                 return std::nullopt;
+            case Verdict::Refused:
+                forgetRefused(*service);
+                break;
         }
+        std::optional<HostCredentials> others = prepareCredentials(service);
+        if (!others) return std::nullopt;
+        credentials = std::move(*others);
     }
 }
 
@@ -92,8 +100,8 @@ HostCredentials AuthorizationController::entered(const RemoteClient& service) co
     return credentials.identity == service.identity() ? credentials : HostCredentials();
 }
 
-bool AuthorizationController::shallStop(const RemoteClientPtr& service, int run) const {
-    return m_environment.isCancelled(run) || VLThread::isCancelled() || MainThread::isQuitting() ||
+bool AuthorizationController::shallStop(const RemoteClientPtr& service) const {
+    return Run::shallStop() || VLThread::isCancelled() || MainThread::isQuitting() ||
            !m_environment.isKnown(service);
 }
 
@@ -171,12 +179,12 @@ void AuthorizationController::setAuthorizationDict(const std::function<void(Cred
 // ---- Waiting for the sheet
 
 AuthorizationController::SheetPtr AuthorizationController::showAuthDialogAndLoop(
-    const RemoteClientPtr& service, int run) {
+    const RemoteClientPtr& service) {
     const VLCallLock lock;
     VLLog::appendLog(QStringLiteral("Preparing to show authorization dialog..."));
     SheetPtr sheet;
     onMainThreadAndWait([&] { sheet = showAuthForHostname(service); });
-    while (sheet && sheet->code == Unanswered && !shallStop(service, run))
+    while (sheet && sheet->code == Unanswered && !shallStop(service))
         VLThread::sleepFor(m_environment.lookInterval);
     return sheet;
 }

@@ -51,7 +51,6 @@ public:
         std::function<QList<RemoteClientPtr>()> selectedServices;  ///< any thread
         /// False once a client was removed from the list. Any thread.
         std::function<bool(const RemoteClientPtr&)> isKnown;
-        std::function<bool(int run)> isCancelled;                    ///< TaskProgress's; any thread
         std::function<void(bool cancelled)> setProcessingCancelled;  ///< any thread
         std::function<void()> cancelAllProgress;                     ///< main thread
         /// Main thread: takes the progress sheet away if it shows, and brings back one that was taken away.
@@ -69,10 +68,14 @@ public:
     /// The sheet; null takes it away. Not owned. Without one nobody is asked, as if skipped.
     void setView(AuthorizationView* view);
 
-    // Workers.
-    /// Credentials that the client has just accepted; none when the user skipped or cancelled, when the
-    /// client is gone or does not answer, when `run` (of TaskProgress) is over or the program quits.
-    [[nodiscard]] std::optional<HostCredentials> credentialsFor(const RemoteClientPtr& service, int run);
+    // Workers, on behalf of the run that their thread works for.
+    /// Credentials to try: entered before, stored, or given by the user now. None when the user skipped or
+    /// cancelled, when the client is gone, the run goes no further or the program quits.
+    [[nodiscard]] std::optional<HostCredentials> prepareCredentials(const RemoteClientPtr& service);
+    /// Credentials that the client has just accepted: those, or others where it refuses them. None as above,
+    /// and when the client does not answer.
+    [[nodiscard]] std::optional<HostCredentials> acceptedCredentials(const RemoteClientPtr& service,
+                                                                     HostCredentials credentials);
     /// What the client says; one that does not know the question is taken to accept.
     [[nodiscard]] bool validateAuthorization(const QString& userName, const QByteArray& password,
                                              const RemoteClientPtr& service);
@@ -123,9 +126,9 @@ private:
     [[nodiscard]] HostCredentials entered(const RemoteClient& service) const;
     [[nodiscard]] bool takeFromKeychain(const RemoteClient& service);
     void forgetRefused(const RemoteClient& service);
-    [[nodiscard]] bool shallStop(const RemoteClientPtr& service, int run) const;
+    [[nodiscard]] bool shallStop(const RemoteClientPtr& service) const;
 
-    [[nodiscard]] SheetPtr showAuthDialogAndLoop(const RemoteClientPtr& service, int run);
+    [[nodiscard]] SheetPtr showAuthDialogAndLoop(const RemoteClientPtr& service);
     [[nodiscard]] SheetPtr showAuthForHostname(const RemoteClientPtr& service);
     void answered(const SheetPtr& sheet, Verdict verdict, const EntryPtr& entry);
     void endAuth();

@@ -4,6 +4,7 @@
 #include "remote/TaskProgress.h"
 #include "remote/VLCallback.h"
 #include "remote/authorization/HostCredentials.h"
+#include "runs/Run.h"
 
 #include <QList>
 #include <QString>
@@ -24,14 +25,17 @@ public:
         TaskProgress* progress = nullptr;                          ///< outlives the runner
         std::function<QList<RemoteClientPtr>()> selectedServices;  ///< any thread
         RemoteRunner* runner = nullptr;                            ///< outlives this one
-        /// AuthorizationController's two: forgets that somebody skipped, and obtains checked credentials.
+        // AuthorizationController's: forgets that somebody skipped, finds credentials to try, and has the
+        // client accept them or others.
         std::function<void()> clearAuthSkipped;
-        std::function<std::optional<HostCredentials>(const RemoteClientPtr&, int run)> credentialsFor;
+        std::function<std::optional<HostCredentials>(const RemoteClientPtr&)> prepareCredentials;
+        std::function<std::optional<HostCredentials>(const RemoteClientPtr&, const HostCredentials&)>
+            acceptedCredentials;
         std::chrono::milliseconds probeLimit{std::chrono::seconds(10)};
     };
     explicit AuthorizedRunner(Environment environment) : m_environment(std::move(environment)) {}
 
-    // One client. Part of TaskProgress's present run: nobody is asked for a password once that is cancelled.
+    // One client. Nobody is asked for a password once the run of this thread is cancelled.
     void authExecuteRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
                                  const RemoteClientPtr& service) const;
     /// With a callback the agent answers through it later, else this waits for the end of the task.
@@ -45,20 +49,33 @@ public:
         QString selector;
         QVariant obj1, obj2;
         bool shouldDecrementTaskCount = true;  ///< the worker counts itself out
-        int run = 0, counting = 0;  ///< of TaskProgress: the run it belongs to, how it was counted in
+        int counting = 0;                      ///< of TaskProgress: how it was counted in
     };
-    /// The worker itself; whoever starts it counts it in.
+    /// The worker itself; whoever starts it counts it in. It sees to the credentials of one client after the
+    /// other, and keeps as many of the operations themselves under way as the run has places for.
     void authExecuteRemoteMethodsOnThread(const WorkOrder& order) const;
-    /// On all selected clients, one after the other; waits until done or cancelled.
+    /// On all selected clients; waits until done or cancelled.
     void authExecuteRemoteMethods(const QString& selector, const QVariant& obj1 = {},
                                   const QVariant& obj2 = {}) const;
 
 private:
     using Send = std::function<void(VLProxyObject& proxy, const HostCredentials& credentials)>;
-    void authExecuteRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
-                                 const RemoteClientPtr& service, int run) const;
-    void perform(const char* method, const QString& selector, const RemoteClientPtr& service, int run,
-                 const Send& send) const;
+    /// An operation on one client, in its two steps.
+    struct Operation {
+        QString selector;
+        const char* method;  ///< names it in the log
+        Send send;
+    };
+    [[nodiscard]] Operation methodOperation(const QString& selector, const QVariant& obj1,
+                                            const QVariant& obj2) const;
+    /// Credentials to try, where there is a connection and an operation of that name.
+    [[nodiscard]] std::optional<HostCredentials> prepare(const Operation& operation,
+                                                         const RemoteClientPtr& service) const;
+    void carryOut(const Operation& operation, const RemoteClientPtr& service,
+                  const HostCredentials& prepared) const;
+    void perform(const Operation& operation, const RemoteClientPtr& service) const;
+    [[nodiscard]] RunPtr runHere() const;
+    [[nodiscard]] QList<RemoteClientPtr> clientsOfRun() const;
     [[nodiscard]] VLProxyObjectPtr proxyFor(const QString& selector, const RemoteClientPtr& service) const;
 
     Environment m_environment;

@@ -1,0 +1,75 @@
+#include "app/RunStatus.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds lookInterval{500};
+constexpr std::chrono::seconds patience{2};  ///< before a computer is named that keeps the others waiting
+constexpr qsizetype mostNames = 2;
+
+QString titleOf(const Run& run) {
+    const Run::Description& description = run.description();
+    const auto [ended, all] = run.progress();
+    QString title = description.action;
+    if (!description.subject.isEmpty()) title += u' ' + description.subject;
+    return QStringLiteral("%1 (%2 of %3)").arg(title).arg(ended).arg(all);
+}
+
+bool isWhole(const RunRecord& record) {
+    return record.successCount() == record.outcomes.size();
+}
+
+}  // namespace
+
+RunStatus::RunStatus(RunList& runs, QObject* parent) : QObject(parent), m_runs(runs) {
+    m_look.setInterval(lookInterval);
+    connect(&m_look, &QTimer::timeout, this, &RunStatus::renew);
+    connect(&runs, &RunList::changed, this, &RunStatus::renew);
+    connect(&runs, &RunList::ended, this, &RunStatus::ended);
+}
+
+void RunStatus::renew() {
+    QStringList titles, awaited;
+    for (const RunPtr& run : m_runs.active()) {
+        if (run->description().action.isEmpty()) continue;
+        titles.append(titleOf(*run));
+        awaited += run->awaited(patience);
+    }
+    awaited.removeDuplicates();
+    QString underWay = titles.join(QStringLiteral(" · "));
+    if (!awaited.isEmpty()) underWay += QStringLiteral(" · waiting for ") + shortList(awaited);
+    if (titles.isEmpty())
+        m_look.stop();
+    else if (!m_look.isActive())
+        m_look.start();
+    if (underWay == m_underWay && awaited == m_awaited) return;
+    m_underWay = underWay;
+    m_awaited = awaited;
+    Q_EMIT changed();
+}
+
+QString RunStatus::shortList(const QStringList& names) {
+    if (names.size() <= mostNames) return names.join(QStringLiteral(" and "));
+    return QStringLiteral("%1 and %2 more")
+        .arg(QStringList(names.first(mostNames)).join(QStringLiteral(", ")))
+        .arg(names.size() - mostNames);
+}
+
+void RunStatus::stopWaiting() {
+    for (const RunPtr& run : m_runs.active())
+        if (!run->awaited(patience).isEmpty()) run->stopWaiting();
+}
+
+/// A change is followed by a reading of what it has changed, which must not hide what became of it.
+void RunStatus::ended(const RunRecord& record) {
+    const bool isReadingShown = m_last && !m_last->isChange;
+    if (record.isChange || (!isWhole(record) && (!m_last || isReadingShown)))
+        m_last = record;
+    else if (isReadingShown && m_last->tool == record.tool)
+        m_last.reset();
+    Q_EMIT changed();
+}
+
+void RunStatus::forgetLast() {
+    m_last.reset();
+    Q_EMIT changed();
+}

@@ -1,0 +1,169 @@
+#pragma once
+
+#include "remote/CallScope.h"
+#include "remote/RemoteClient.h"
+#include "runs/RunRecord.h"
+
+#include <QDateTime>
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+class Run;
+using RunPtr = std::shared_ptr<Run>;
+
+/// One action of the user, or one reading, on some computers: what is under way for it, whether it was
+/// cancelled, and how it ended on each computer. Any thread.
+///
+/// A worker says on whose behalf it works with a RunScope; everything that it asks of clients then belongs to
+/// that run, also on the threads that InFlight starts for it.
+class Run : public std::enable_shared_from_this<Run> {
+public:
+    struct Description {
+        QString tool = {};        ///< identifier; empty for the console's own
+        QString action = {};      ///< "Disable"; a run without one is not kept in Activity
+        QString actionDone = {};  ///< "Disabled"
+        QString subject = {};     ///< "Film Grain"; may be empty
+        bool isChange = false;    ///< it changes something on the computers
+        QString undoOf = {}, retryOf = {};
+    };
+
+    /// `clients`: whom it is for, in the order of the selection. `inFlight`: how many operations may be under
+    /// way at once. `ended` is called once, on whichever thread works for it last.
+    Run(int number, Description description, QList<RemoteClientPtr> clients, int inFlight,
+        std::function<void(Run&)> ended);
+    ~Run();
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    /// The run that this thread works for; null when it works for none.
+    [[nodiscard]] static RunPtr current();
+    /// Whether this thread is to go no further: its run was cancelled, or its client was given up on.
+    [[nodiscard]] static bool shallStop();
+
+    [[nodiscard]] int number() const { return m_number; }
+    [[nodiscard]] const QString& id() const { return m_id; }
+    [[nodiscard]] const Description& description() const { return m_description; }
+    [[nodiscard]] const QList<RemoteClientPtr>& clients() const { return m_clients; }
+
+    /// Whether the computer is one of those that it is for; every one is while it names none.
+    [[nodiscard]] bool isFor(const QString& key) const;
+
+    /// Nothing more is started for it; what is under way goes on to its end.
+    void cancel();
+    [[nodiscard]] bool isCancelled() const { return m_isCancelled; }
+    /// Gives up on the computers whose answer is awaited at this moment. Everything else goes on.
+    void stopWaiting();
+    /// The names of the computers that have kept it waiting for longer than that.
+    [[nodiscard]] QStringList awaited(std::chrono::milliseconds longerThan) const;
+    [[nodiscard]] bool isUnderWayOn(const QString& hostName) const;
+    /// On how many computers it has ended, of how many.
+    [[nodiscard]] std::pair<qsizetype, qsizetype> progress() const;
+
+    /// Under which outcomes of a client are kept: its host name, or its name while it has none.
+    [[nodiscard]] static QString keyOf(const RemoteClient& client);
+    /// How an operation ended on this client; the worst one counts.
+    void note(const RemoteClient& client, const Outcome& outcome);
+    void note(const QString& key, const Outcome& outcome);
+    /// What takes back the change on this computer. Replaces what was kept before.
+    void keepUndo(const QString& key, const QVariantMap& undo);
+    [[nodiscard]] QVariantMap undo(const QString& key) const;
+    /// As noted so far; nothing for a computer of which nothing is known yet.
+    [[nodiscard]] std::optional<Outcome> outcome(const QString& key) const;
+    /// What became of it, complete once it has ended.
+    [[nodiscard]] RunRecord record() const;
+
+    /// While one exists, something works for the run; with the last of them it ends.
+    class Hold {
+    public:
+        explicit Hold(RunPtr run);
+        ~Hold();
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+    private:
+        const RunPtr m_run;
+    };
+    [[nodiscard]] bool hasEnded() const;
+
+    /// One operation under way on a client: a place among those that may be.
+    class Place {
+    public:
+        Place(RunPtr run, RemoteClientPtr client);
+        ~Place();
+        Place(const Place&) = delete;
+        Place& operator=(const Place&) = delete;
+
+        [[nodiscard]] const RunPtr& run() const { return m_run; }
+        [[nodiscard]] const RemoteClientPtr& client() const { return m_client; }
+
+    private:
+        friend class Run;
+        friend class RunScope;
+        const RunPtr m_run;
+        const RemoteClientPtr m_client;
+        const std::chrono::steady_clock::time_point m_started = std::chrono::steady_clock::now();
+        const std::shared_ptr<CallScope> m_calls;
+    };
+    using PlacePtr = std::shared_ptr<Place>;
+    /// Waits for a place. None when the run was cancelled.
+    [[nodiscard]] PlacePtr takePlace(const RemoteClientPtr& client);
+    /// None when the run was cancelled, or all places are taken.
+    [[nodiscard]] PlacePtr tryTakePlace(const RemoteClientPtr& client);
+
+private:
+    friend class RunScope;
+    struct Notes {
+        QString name;
+        std::optional<Outcome> outcome;
+        QVariantMap undo;
+    };
+    [[nodiscard]] Outcome endOn(const Notes& notes) const;
+    [[nodiscard]] Notes& notesOf(const QString& key);
+    [[nodiscard]] PlacePtr place(const RemoteClientPtr& client);
+    void leave(Place& place);
+    void release();
+
+    const int m_number;
+    const QString m_id;
+    const Description m_description;
+    const QList<RemoteClientPtr> m_clients;
+    const qsizetype m_inFlight;
+    const std::function<void(Run&)> m_ended;
+    const QDateTime m_started;
+
+    std::atomic<bool> m_isCancelled{false};
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;  ///< a place was left, or the run was cancelled
+    QList<Place*> m_places;             ///< that are taken, in the order in which they were
+    QStringList m_keys;                 ///< of those that it is for, and of others that it came to
+    QHash<QString, Notes> m_notes;
+    int m_holds = 0;
+    QDateTime m_endedAt;  ///< invalid while it has not ended
+};
+
+/// While it exists, this thread works for the run, at `place` if one is given, and keeps the run from ending.
+/// Scopes may lie within one another; a null run means none.
+class RunScope {
+public:
+    explicit RunScope(RunPtr run, Run::PlacePtr place = {});
+    ~RunScope();
+    RunScope(const RunScope&) = delete;
+    RunScope& operator=(const RunScope&) = delete;
+
+private:
+    std::optional<Run::Hold> m_hold;
+    std::optional<CallScope::Current> m_calls;
+    RunPtr m_outerRun;
+    Run::PlacePtr m_outerPlace;
+};
