@@ -210,8 +210,11 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
         return std::nullopt;
     }
     VLLog::appendLog(QStringLiteral("Performing method on remote object..."));
+    if (!isExecution) return proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
+    Run::Change change(service);
     QVariant answer = proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
-    if (isExecution) noteOutcome(*service, Outcome::Done);
+    change.done();
+    noteOutcome(*service, Outcome::Done);
     return answer;
 }
 
@@ -350,7 +353,10 @@ QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& 
             noteOutcome(*service, Outcome::Failed, QStringLiteral("its agent runs no tasks"));
             return {};
         }
-        return checkedAnswer(selector, proxy->perform(selector, {task, bundleID, optionsOrNone}), service);
+        Run::Change change(service);
+        const QVariant answer = proxy->perform(selector, {task, bundleID, optionsOrNone});
+        change.done();
+        return checkedAnswer(selector, answer, service);
     };
     return guarded("-[AppController objectFromRemoteTask:bundleID:options:forService:]", selector, service,
                    body);

@@ -111,7 +111,9 @@ void Run::note(const RemoteClient& client, const Outcome& outcome) {
 
 void Run::note(const QString& key, const Outcome& outcome) {
     const std::lock_guard lock(m_mutex);
-    std::optional<Outcome>& noted = notesOf(key).outcome;
+    Notes& notes = notesOf(key);
+    if (outcome.kind == Outcome::Refused) ++notes.refusals;
+    std::optional<Outcome>& noted = notes.outcome;
     if (noted && noted->kind >= outcome.kind) return;
     noted = {outcome.kind, outcome.reason.left(longestReason)};
 }
@@ -124,6 +126,56 @@ void Run::keepUndo(const QString& key, const QVariantMap& undo) {
 QVariantMap Run::undo(const QString& key) const {
     const std::lock_guard lock(m_mutex);
     return m_notes.value(key).undo;
+}
+
+Run::Change::Change(RemoteClientPtr client) : m_run(current()), m_client(std::move(client)) {
+    if (!m_run) return;
+    const Keeping& keeping = m_run->m_description.keeping;
+    if (!keeping.before && !keeping.after) {
+        m_run.reset();
+        return;
+    }
+    m_key = keyOf(*m_client);
+    {
+        const std::lock_guard lock(m_run->m_mutex);
+        const Notes& notes = m_run->notesOf(m_key);
+        m_refusalsBefore = notes.refusals;
+        if (notes.former) return;
+    }
+    QVariantMap former;
+    if (keeping.before) {
+        const RunScope notOfTheRun({});
+        former = keeping.before(m_client);
+    }
+    const std::lock_guard lock(m_run->m_mutex);
+    m_run->notesOf(m_key).former = former;
+}
+
+Run::Change::~Change() {
+    if (!m_run || m_isDone) return;
+    const std::lock_guard lock(m_run->m_mutex);
+    Notes& notes = m_run->notesOf(m_key);
+    if (notes.undo.isEmpty() && !m_run->m_description.keeping.after)
+        notes.undo = notes.former.value_or(QVariantMap());
+}
+
+void Run::Change::done() {
+    m_isDone = true;
+    if (!m_run) return;
+    QVariantMap former;
+    {
+        const std::lock_guard lock(m_run->m_mutex);
+        const Notes& notes = m_run->notesOf(m_key);
+        if (notes.refusals > m_refusalsBefore) return;
+        former = notes.former.value_or(QVariantMap());
+    }
+    const Keeping& keeping = m_run->m_description.keeping;
+    QVariantMap undo = former;
+    if (keeping.after) {
+        const RunScope notOfTheRun({});
+        undo = keeping.after(m_client, former);
+    }
+    m_run->keepUndo(m_key, undo);
 }
 
 std::optional<Outcome> Run::outcome(const QString& key) const {

@@ -29,6 +29,16 @@ using RunPtr = std::shared_ptr<Run>;
 /// that run, also on the threads that InFlight starts for it.
 class Run : public std::enable_shared_from_this<Run> {
 public:
+    /// How a change is kept so that it can be taken back. Called on the thread that makes the change, in the
+    /// client's turn: nobody else's change comes between. May ask the client; what that gives is not part of
+    /// the run's outcome.
+    struct Keeping {
+        /// Before the first change of a client: what it is like.
+        std::function<QVariantMap(const RemoteClientPtr&)> before = {};
+        /// After each of them: what takes back all so far (see HostOutcome::undo). Without this it is what
+        /// `before` gave.
+        std::function<QVariantMap(const RemoteClientPtr&, const QVariantMap& before)> after = {};
+    };
     struct Description {
         QString tool = {};        ///< identifier; empty for the console's own
         QString action = {};      ///< "Disable"; a run without one is not kept in Activity
@@ -36,6 +46,7 @@ public:
         QString subject = {};     ///< "Film Grain"; may be empty
         bool isChange = false;    ///< it changes something on the computers
         QString undoOf = {}, retryOf = {};
+        Keeping keeping = {};
     };
 
     /// `clients`: whom it is for, in the order of the selection. `inFlight`: how many operations may be under
@@ -78,6 +89,24 @@ public:
     /// What takes back the change on this computer. Replaces what was kept before.
     void keepUndo(const QString& key, const QVariantMap& undo);
     [[nodiscard]] QVariantMap undo(const QString& key) const;
+    /// Around one operation of this thread's run that changes something on the client, in that one's turn:
+    /// sees to what is kept to take it back. Without a run, or one that keeps something, it does nothing.
+    class Change {
+    public:
+        explicit Change(RemoteClientPtr client);
+        /// An operation that failed may have changed something all the same.
+        ~Change();
+        Change(const Change&) = delete;
+        Change& operator=(const Change&) = delete;
+        void done();
+
+    private:
+        RunPtr m_run;
+        const RemoteClientPtr m_client;
+        QString m_key;
+        int m_refusalsBefore = 0;
+        bool m_isDone = false;
+    };
     /// As noted so far; nothing for a computer of which nothing is known yet.
     [[nodiscard]] std::optional<Outcome> outcome(const QString& key) const;
     /// What became of it, complete once it has ended.
@@ -126,6 +155,8 @@ private:
     struct Notes {
         QString name;
         std::optional<Outcome> outcome;
+        int refusals = 0;
+        std::optional<QVariantMap> former;
         QVariantMap undo;
     };
     [[nodiscard]] Outcome endOn(const Notes& notes) const;

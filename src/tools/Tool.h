@@ -69,6 +69,9 @@ public:
         return false;
     }
 
+    /// What takeBack() keeps so that it can be taken back in its turn, unless it does so itself.
+    [[nodiscard]] virtual Run::Keeping keepingOfUndo() { return {}; }
+
 Q_SIGNALS:
     void changed();
     void busyChanged(bool busy);

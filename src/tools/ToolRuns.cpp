@@ -37,6 +37,7 @@ void ToolController::startUndo(const RunRecord& record, const QList<RemoteClient
     description.subject = record.subject;
     description.isChange = true;
     description.undoOf = record.id;
+    description.keeping = keepingOfUndo();
     const QString name = QStringLiteral("undoRun");
     startRunOn(name, description, clients, [this, name, undoByHost] {
         const RunPtr run = Run::current();

@@ -101,7 +101,9 @@ void AuthorizedRunner::carryOut(const Operation& operation, const RemoteClientPt
         VLLog::appendLog(QStringLiteral("Launching auth task..."));
         service->setIsProcessing(true);
         const auto done = qScopeGuard([&] { service->setIsProcessing(false); });
+        Run::Change change(service);
         operation.send(*proxy, *credentials);
+        change.done();
         runHere()->note(*service, {Outcome::Done, {}});
     } catch (const std::exception& exception) {
         m_environment.runner->operationFailed(exception, operation.method, operation.selector, service);
