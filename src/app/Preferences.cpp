@@ -3,11 +3,19 @@
 #include "app/AppDefaults.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLUserDefaults.h"
+#include "runs/RunList.h"
 
 namespace {
 
 bool isBoolean(const QString& key) {
-    return key == QLatin1String("SUCheckAtStartup") || key == QLatin1String("firstRun");
+    return key == QLatin1String("SUCheckAtStartup") || key == QLatin1String("firstRun") ||
+           key == QLatin1String(RunList::followUpKey);
+}
+
+void store(const QString& key, const QVariant& value) {
+    VLUserDefaults::standardUserDefaults().setObject(value, key);
+    VLNotificationCenter::defaultCenter().postNotification(QLatin1String(Preferences::changedNotification),
+                                                           {}, {{QStringLiteral("key"), key}});
 }
 
 }  // namespace
@@ -20,9 +28,13 @@ bool Preferences::isOn(const QString& key) {
 }
 
 void Preferences::setOn(const QString& key, bool on) {
-    if (isOn(key) == on) return;
-    const QVariant value = isBoolean(key) ? QVariant(on) : QVariant(qlonglong{on});
-    VLUserDefaults::standardUserDefaults().setObject(value, key);
-    VLNotificationCenter::defaultCenter().postNotification(QLatin1String(changedNotification), {},
-                                                           {{QStringLiteral("key"), key}});
+    if (isOn(key) != on) store(key, isBoolean(key) ? QVariant(on) : QVariant(qlonglong{on}));
+}
+
+qlonglong Preferences::number(const QString& key) {
+    return VLUserDefaults::standardUserDefaults().integerForKey(key);
+}
+
+void Preferences::setNumber(const QString& key, qlonglong number) {
+    if (Preferences::number(key) != number) store(key, number);
 }

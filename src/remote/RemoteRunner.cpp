@@ -172,7 +172,10 @@ void RemoteRunner::noteSkipped(const RemoteClient& service) {
 std::unique_ptr<ChangeTurn::Taken> RemoteRunner::turnOf(RemoteClient& service) {
     const RunPtr run = Run::current();
     if (!run || !run->description().isChange) return nullptr;
-    return std::make_unique<ChangeTurn::Taken>(service.changeTurn(), Run::shallStop);
+    auto turn = std::make_unique<ChangeTurn::Taken>(service.changeTurn(), Run::shallStop);
+    if (!*turn && !run->isCancelled())
+        run->note(service, {Outcome::NoAnswer, QStringLiteral("another change is under way there")});
+    return turn;
 }
 
 VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) const {
@@ -396,6 +399,14 @@ RemoteRunner::Split RemoteRunner::split(const QList<RemoteClientPtr>& services) 
 
 QList<QList<RemoteClientPtr>> RemoteRunner::selectedServicesForCores() const {
     return split(clientsOfRun()).groups;
+}
+
+QStringList RemoteRunner::leftOutNames() const {
+    QStringList names;
+    if (followsUp()) return names;
+    for (const RemoteClientPtr& service : split(clientsOfRun()).leftOut)
+        names.append(service->name());
+    return names;
 }
 
 RunPtr RemoteRunner::runHere() const {

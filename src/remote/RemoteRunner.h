@@ -7,6 +7,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <chrono>
@@ -73,6 +74,9 @@ public:
 
     /// The selected clients in groups, one per thread.
     [[nodiscard]] QList<QList<RemoteClientPtr>> selectedServicesForCores() const;
+    /// The names of the selected clients that a fan-out would not work: none where it follows up on them.
+    /// Any thread.
+    [[nodiscard]] QStringList leftOutNames() const;
 
     // For the runs that AuthorizedRunner makes.
     /// Starts connecting where needed; null while there is no connection.

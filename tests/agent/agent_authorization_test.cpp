@@ -49,10 +49,11 @@ struct Agent {
         AdministratorGuard::Limits limits;
         limits.pause = pause;
         context = std::make_shared<AgentContext>(settings, limits);
-        context->tasks.add(u"com.velmora.Encodemend"_s, [this](const QString& name, const QVariantMap&) {
-            ++runs;
-            return u"ran "_s + name;
-        });
+        context->tasks.add(u"com.velmora.Encodemend"_s,
+                           [this](quint64, const QString& name, const QVariantMap&) {
+                               ++runs;
+                               return u"ran "_s + name;
+                           });
         context->installUpdate = [this](quint64, const QVariantMap&, const QVariant&) { ++installs; };
         server = std::make_unique<VLServer>(std::make_shared<AgentRoot>(context), transport.serverOptions());
     }
