@@ -8,7 +8,7 @@ namespace AddonryUndo {
 
 namespace {
 
-const QString pluginsKey = QStringLiteral("plugins");
+const QString pluginsKey = QStringLiteral("plugins"), changedKey = QStringLiteral("changed");
 const QString nameKey = QStringLiteral("name"), typeKey = QStringLiteral("type"),
               pathKey = QStringLiteral("fullPath"), disabledKey = QStringLiteral("disabled"),
               accessTypeKey = QStringLiteral("accessType");
@@ -27,8 +27,9 @@ qlonglong accessOf(const QVariantMap& plugin) {
     return plugin.value(accessTypeKey).toLongLong() == currentUser;
 }
 
+/// The folder that it lies in, whether that is for enabled plug-ins or not.
 QString folderOf(const QVariantMap& plugin) {
-    return textOf(plugin, pathKey).section(u'/', -2, -2);
+    return textOf(plugin, pathKey).section(u'/', -2, -2).remove(QStringLiteral(" (Disabled)"));
 }
 
 bool isSameBundle(const QVariantMap& a, const QVariantMap& b) {
@@ -36,9 +37,12 @@ bool isSameBundle(const QVariantMap& a, const QVariantMap& b) {
            textOf(a, pathKey).section(u'/', -1) == textOf(b, pathKey).section(u'/', -1);
 }
 
-/// One client may have the same plug-in twice, for its user and for all: the likelier one counts.
-int likeness(const QVariantMap& former, const QVariantMap& present) {
-    return int(accessOf(former) == accessOf(present)) + int(disabledOf(former) == disabledOf(present)) +
+/// One client may have the same plug-in twice, for its user and for all: the likelier one counts. What was
+/// not changed is as it was.
+int likeness(const QVariantMap& former, const QVariantMap& present, const QString& changedKey) {
+    const int access = accessOf(former) == accessOf(present) ? 1 : 0;
+    const int disabled = disabledOf(former) == disabledOf(present) ? 1 : 0;
+    return (changedKey == accessTypeKey ? 0 : 2 * access) + (changedKey == disabledKey ? 0 : 2 * disabled) +
            int(folderOf(former) == folderOf(present));
 }
 
@@ -49,8 +53,8 @@ QVariantMap remembered(const QVariantMap& plugin) {
     return kept;
 }
 
-QVariantMap asUndo(const QVariantList& plugins) {
-    return plugins.isEmpty() ? QVariantMap() : QVariantMap{{pluginsKey, plugins}};
+QVariantMap asUndo(const QVariantList& plugins, const QString& changed) {
+    return plugins.isEmpty() ? QVariantMap() : QVariantMap{{pluginsKey, plugins}, {changedKey, changed}};
 }
 
 /// The present plug-ins that formers have become, each at most once.
@@ -63,8 +67,8 @@ public:
             return textOf(plugin, pathKey) == textOf(former, pathKey) ? 1 : -1;
         });
     }
-    [[nodiscard]] qsizetype takeLikeliest(const QVariantMap& former) {
-        return take(former, [&](const QVariantMap& plugin) { return likeness(former, plugin); });
+    [[nodiscard]] qsizetype takeLikeliest(const QVariantMap& former, const QString& changed) {
+        return take(former, [&](const QVariantMap& plugin) { return likeness(former, plugin, changed); });
     }
 
 private:
@@ -90,24 +94,25 @@ private:
 
 }  // namespace
 
-QVariantMap former(const QList<QVariantMap>& plugins,
+QVariantMap former(const QList<QVariantMap>& plugins, const QString& changed,
                    const std::function<bool(const QVariantMap& plugin)>& isMeant) {
     QVariantList kept;
     for (const QVariantMap& plugin : plugins)
         if (isMeant(plugin)) kept.append(remembered(plugin));
-    return asUndo(kept);
+    return asUndo(kept, changed);
 }
 
 Plan plan(const QVariantMap& undo, const QList<QVariantMap>& present) {
     Plan plan;
+    const QString changed = textOf(undo, changedKey);
     Matcher matcher(present);
     QList<QVariantMap> moved;
     const QVariantList formers = undo.value(pluginsKey).toList();
     for (const QVariant& former : formers)
         if (matcher.takeAtItsPlace(former.toMap()) < 0) moved.append(former.toMap());
-    QVariantList changed;
+    QVariantList found;
     for (const QVariantMap& former : std::as_const(moved)) {
-        const qsizetype place = matcher.takeLikeliest(former);
+        const qsizetype place = matcher.takeLikeliest(former, changed);
         if (place < 0) {
             plan.missing.append(textOf(former, nameKey));
             continue;
@@ -115,9 +120,9 @@ Plan plan(const QVariantMap& undo, const QList<QVariantMap>& present) {
         const QVariantMap& plugin = present.at(place);
         if (disabledOf(plugin) != disabledOf(former)) plan.enabling.append({plugin, disabledOf(former)});
         if (accessOf(plugin) != accessOf(former)) plan.access.append({plugin, accessOf(former)});
-        changed.append(remembered(plugin));
+        found.append(remembered(plugin));
     }
-    plan.undo = asUndo(changed);
+    plan.undo = asUndo(found, changed);
     return plan;
 }
 

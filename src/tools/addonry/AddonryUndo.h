@@ -12,8 +12,9 @@
 /// entries of an answer to addonryPluginList. Pure functions; any thread.
 namespace AddonryUndo {
 
-/// What a run keeps of a client: how those that are meant were set. Empty for none.
-[[nodiscard]] QVariantMap former(const QList<QVariantMap>& plugins,
+/// What a run keeps of a client: how those that are meant were set. Empty for none. `changed`: the key of
+/// what the run changes; empty: of both.
+[[nodiscard]] QVariantMap former(const QList<QVariantMap>& plugins, const QString& changed,
                                  const std::function<bool(const QVariantMap& plugin)>& isMeant);
 
 /// What is to be done on the client.
