@@ -1,5 +1,6 @@
 #pragma once
 
+#include "clients/ClientDirectory.h"
 #include "clients/VLServiceGroup.h"
 #include "foundation/Snapshot.h"
 
@@ -14,7 +15,7 @@
 /// The known clients and the groups, and which of them are selected.
 ///
 /// Everything that changes the list runs on the main thread; the look-ups and selectedServices() are for any
-/// thread (they read an index that is replaced whole). Signals come on the main thread.
+/// thread. Signals come on the main thread.
 class ServiceList : public QObject {
     Q_OBJECT
 public:
@@ -22,7 +23,7 @@ public:
     ~ServiceList() override;
 
     /// Every known client, sorted by name. Any thread.
-    [[nodiscard]] QList<VLServicePtr> serviceArray() const;
+    [[nodiscard]] QList<VLServicePtr> serviceArray() const { return m_services.services(); }
 
     // Groups: main thread, in the order in which they were made.
     [[nodiscard]] QList<VLServiceGroupPtr> groups() const;
@@ -49,13 +50,15 @@ public:
     /// The first record whose host name, or one of its other names, is `hostName` (a missing trailing dot is
     /// added); null when there is none. A host name counts before another client's other names, which are
     /// what agents call themselves. Any thread, constant time.
-    [[nodiscard]] VLServicePtr serviceWithHostName(const QString& hostName) const;
+    [[nodiscard]] VLServicePtr serviceWithHostName(const QString& hostName) const {
+        return m_services.withHostName(hostName);
+    }
     [[nodiscard]] VLServicePtr serviceWithIPAddress(const QString& address) const;
     /// The name shown for a client: its record's name, else the host name itself. Any thread.
     [[nodiscard]] QString friendlyServiceName(const QString& hostName) const;
 
     /// The clients selected in the client list, in list order. Any thread.
-    [[nodiscard]] QList<VLServicePtr> selectedServices() const { return m_selected.get(); }
+    [[nodiscard]] QList<VLServicePtr> selectedServices() const;
     void setSelectedServices(const QList<VLServicePtr>& services) { setSelection(services, {}); }
     /// These clients, and whichever the groups hold at any time.
     void setSelection(const QList<VLServicePtr>& services, const QList<VLServiceGroupPtr>& groups);
@@ -78,28 +81,19 @@ Q_SIGNALS:
     void storedGroupsChanged();  ///< so that they must be stored: not when a client only comes or goes
 
 private:
-    /// Which client a name leads to. Agents choose their other names themselves, so these come second: they
-    /// must not hide the client that has the name for real.
-    struct Index {
-        QHash<QString, VLServicePtr> byHostName;
-        QHash<QString, VLServicePtr> byOtherName;
+    /// The selection as other threads see it: all clients, whichever those are, or these.
+    struct Selected {
+        bool all = true;
+        QList<VLServicePtr> services;
     };
-    struct Names {
-        QString hostName;
-        QStringList others;
-    };
-    static void enter(Index& index, const Names& names, const VLServicePtr& service);
-    void rebuildIndex();
     void joinRememberedGroup(const VLServicePtr& service);
     void noteHost(const VLService& service);
-    [[nodiscard]] QList<VLServicePtr> selectionNow() const;
+    [[nodiscard]] QList<VLServicePtr> chosenNow() const;
+    bool updateSelected();
     void updateSelection();
-    [[nodiscard]] bool isIndexed(const VLServicePtr& service) const;
 
-    Snapshot<QList<VLServicePtr>> m_services;
-    Snapshot<QList<VLServicePtr>> m_selected;
-    Snapshot<Index> m_index;
-    QHash<const VLService*, Names> m_indexedNames;  ///< what the index was made from
+    ClientDirectory m_services;
+    Snapshot<Selected> m_selected;
     QList<VLServiceGroupPtr> m_groups;
     QHash<QString, QString> m_hostNames;  ///< the client first seen on an advertised host
     QSet<QString> m_sharedHosts;          ///< from which several agents advertise

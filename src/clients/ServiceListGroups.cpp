@@ -22,7 +22,7 @@ VLServiceGroupPtr ServiceList::addGroup(const QString& name, const QList<Remembe
     }
     m_groups.append(group);
     if (!absent.isEmpty()) {
-        const QList<VLServicePtr> services = m_services.get();
+        const QList<VLServicePtr> services = m_services.services();
         for (const VLServicePtr& service : services)
             joinRememberedGroup(service);
     }

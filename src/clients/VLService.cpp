@@ -4,14 +4,13 @@
 
 #include "clients/MachineIcons.h"
 #include "clients/ServiceSession.h"
+#include "clients/TitleOrder.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLNotificationCenter.h"
 #include "logs/VLLog.h"
 #include "remote/TlsIdentity.h"
 
-#include <QCollator>
 #include <QImageReader>
-#include <QLocale>
 
 namespace {
 
@@ -22,18 +21,6 @@ constexpr int pictureMemoryLimit = 64;     ///< MiB that one picture of an agent
 Snapshot<VLServiceEnvironment>& environmentStore() {
     static Snapshot<VLServiceEnvironment> store;
     return store;
-}
-
-/// "Edit Bay 2" before "Edit Bay 10", whatever the case.
-int compareNames(const QString& a, const QString& b) {
-    static thread_local const QCollator collator = [] {
-        const bool hasRules = QLocale().language() != QLocale::C;
-        QCollator made(hasRules ? QLocale() : QLocale(QLocale::English));
-        made.setNumericMode(true);
-        made.setCaseSensitivity(Qt::CaseInsensitive);
-        return made;
-    }();
-    return collator.compare(a, b);
 }
 
 }  // namespace
@@ -94,7 +81,7 @@ QString VLService::ipAddress() const {
 }
 
 int VLService::compareTitle(const VLService& other) const {
-    return compareNames(name(), other.name());
+    return TitleOrder::compare(name(), other.name());
 }
 
 QString VLService::pinName() const {
