@@ -9,30 +9,42 @@
 
 #include <unistd.h>
 
+#include <future>
 #include <memory>
+#include <thread>
 #include <vector>
 
 namespace {
 
 constexpr char farmArgument[] = "--agents";
 
+/// One agent. A connection has a thread for its operations anyway, which sleeps while an answer is due.
 class BenchRoot final : public VLRootObject {
 public:
-    bool respondsToSelector(const QString& selector) const override {
-        return selectors().contains(selector);
-    }
+    BenchRoot(std::chrono::milliseconds delay, std::shared_future<void> silence)
+        : m_delay(delay), m_silence(std::move(silence)) {}
+
+    bool respondsToSelector(const QString& selector) const override { return selectors().contains(selector); }
     QStringList selectors() const override {
         return {QStringLiteral("addonryPluginList"), QStringLiteral("fetchInitialConfiguration:"),
                 QStringLiteral("setErrorCallback:")};
     }
     QVariant perform(const QString& selector, const QVariantList&, quint64) override {
-        if (selector == QLatin1String("addonryPluginList")) return AgentFarm::plugins();
+        if (selector == QLatin1String("addonryPluginList")) {
+            if (m_silence.valid()) m_silence.wait();
+            if (m_delay.count() > 0) std::this_thread::sleep_for(m_delay);
+            return AgentFarm::plugins();
+        }
         if (selector == QLatin1String("setErrorCallback:")) return {};
         if (selector == QLatin1String("fetchInitialConfiguration:"))
             return QVariantMap{{QStringLiteral("version"), 1'000'000LL},
                                {QStringLiteral("corvalinVersion"), 1'000'000LL}};
         throw VLException(VLException::invalidArgument, QStringLiteral("not part of the benchmark"));
     }
+
+private:
+    const std::chrono::milliseconds m_delay;
+    const std::shared_future<void> m_silence;  ///< of a mute agent: ends with the farm
 };
 
 }  // namespace
@@ -55,18 +67,19 @@ QVariantList AgentFarm::plugins() {
     return list;
 }
 
-AgentFarm::AgentFarm(int count, const QByteArray& consoleCertificate, PingPongSizes floor) {
+AgentFarm::AgentFarm(const Options& options, const QByteArray& consoleCertificate) {
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.start(QCoreApplication::applicationFilePath(),
-                    {QLatin1String(farmArgument), QString::number(count),
-                     QString::fromLatin1(consoleCertificate.toBase64()), QString::number(floor.request),
-                     QString::number(floor.answer)});
+                    {QLatin1String(farmArgument), QString::number(options.count),
+                     QString::fromLatin1(consoleCertificate.toBase64()),
+                     QString::number(options.floor.request), QString::number(options.floor.answer),
+                     QString::number(options.delay.count()), QString::number(options.mute)});
     const auto nextPort = [this]() -> quint16 {
         while (!m_process.canReadLine())
             if (!m_process.waitForReadyRead(30'000)) return 0;
         return m_process.readLine().trimmed().toUShort();
     };
-    for (int index = 0; index < count; ++index)
+    for (int index = 0; index < options.count; ++index)
         m_ports.append(nextPort());
     m_pingPongPort = nextPort();
 }
@@ -77,13 +90,17 @@ AgentFarm::~AgentFarm() {
 }
 
 bool AgentFarm::isFarm(const QStringList& arguments) {
-    return arguments.size() == 6 && arguments[1] == QLatin1String(farmArgument);
+    return arguments.size() == 8 && arguments[1] == QLatin1String(farmArgument);
 }
 
 int AgentFarm::run(const QStringList& arguments) {
     const QByteArray console = QByteArray::fromBase64(arguments[3].toLatin1());
     const PingPongServer pingPong({arguments[4].toULongLong(), arguments[5].toULongLong()});
-    auto root = std::make_shared<BenchRoot>();
+    const std::chrono::milliseconds delay(arguments[6].toInt());
+    const int count = arguments[2].toInt(), mute = arguments[7].toInt();
+    std::promise<void> farmEnds;
+    const auto answering = std::make_shared<BenchRoot>(delay, std::shared_future<void>());
+    const auto silent = std::make_shared<BenchRoot>(delay, farmEnds.get_future().share());
     VLServerOptions options;
     options.identity = TlsIdentity::create(QStringLiteral("bench"));
     options.authorizedCertificates = [console] { return QList{console}; };
@@ -91,13 +108,15 @@ int AgentFarm::run(const QStringList& arguments) {
 
     std::vector<std::unique_ptr<VLServer>> agents;
     QTextStream out(stdout);
-    for (int index = 0; index < arguments[2].toInt(); ++index) {
-        agents.push_back(std::make_unique<VLServer>(root, options));
+    for (int index = 0; index < count; ++index) {
+        const bool isMute = (index + 1) * mute / count > index * mute / count;
+        agents.push_back(std::make_unique<VLServer>(isMute ? silent : answering, options));
         out << agents.back()->port() << Qt::endl;
     }
     out << pingPong.port() << Qt::endl;
     char end = 0;
     while (::read(STDIN_FILENO, &end, 1) > 0)
         continue;
+    farmEnds.set_value();
     return 0;
 }

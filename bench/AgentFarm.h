@@ -7,12 +7,20 @@
 #include <QProcess>
 #include <QVariant>
 
+#include <chrono>
+
 /// Simulated agents, many in one process of their own, so that memory and threads of the measuring process
 /// are the console's. Each is a real server with TLS; what it lists is made up.
 class AgentFarm {
 public:
-    /// Starts this program again with `count` agents that serve the console of that certificate.
-    AgentFarm(int count, const QByteArray& consoleCertificate, PingPongSizes floor);
+    struct Options {
+        int count = 1;
+        std::chrono::milliseconds delay{0};  ///< that each agent needs for its answer
+        int mute = 0;                        ///< agents that live but never answer, spread over the others
+        PingPongSizes floor = {};
+    };
+    /// Starts this program again with agents that serve the console of that certificate.
+    AgentFarm(const Options& options, const QByteArray& consoleCertificate);
     ~AgentFarm();
     AgentFarm(const AgentFarm&) = delete;
     AgentFarm& operator=(const AgentFarm&) = delete;

@@ -11,6 +11,7 @@
 #include "remote/RemoteRunner.h"
 #include "remote/WireValue.h"
 #include "system/VLLocalPaths.h"
+#include "tools/addonry/AddonryController.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -28,6 +29,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -37,12 +39,28 @@ namespace {
 
 const QString selector = QStringLiteral("addonryPluginList");
 
+struct Options {
+    int rounds = 15;
+    bool usesTool = false;
+    std::chrono::milliseconds replyLimit{60'000};
+};
+
+/// What one read of all clients costs: the medians of all rounds.
+struct Cost {
+    qsizetype answers = 0;
+    double wallMilliseconds = 0;
+    double processorMicroseconds = 0;  ///< of the console, on all its threads
+
+    [[nodiscard]] double wallPerClient(int clients) const { return wallMilliseconds * 1'000 / clients; }
+    [[nodiscard]] double processorPerClient(int clients) const { return processorMicroseconds / clients; }
+};
+
 struct Measurement {
     int clients = 0;
-    int answers = 0;
     double connectMilliseconds = 0;
-    double readMicroseconds = 0;   ///< per client, the median of all rounds
-    double floorMicroseconds = 0;  ///< the same for a bare TCP ping-pong of the same bytes
+    Cost fanOut;
+    Cost tool;                     ///< the plug-in list through its controller's own loop, merged
+    double floorMicroseconds = 0;  ///< per client, for a bare TCP ping-pong of the same bytes
     double callMicroseconds = 0;   ///< one call to one client, without the runner: the transport alone
     double memoryKilobytes = 0;    ///< per client
     double memoryMegabytes = 0;    ///< of the whole console
@@ -63,6 +81,16 @@ double processStatus(const QByteArray& key) {
     return 0;
 }
 
+/// That this process has used so far, on all its threads.
+double processorMicroseconds() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    const auto microseconds = [](const timeval& time) {
+        return double(time.tv_sec) * 1e6 + double(time.tv_usec);
+    };
+    return microseconds(usage.ru_utime) + microseconds(usage.ru_stime);
+}
+
 double median(std::vector<double> values) {
     if (values.empty()) return 0;
     std::sort(values.begin(), values.end());
@@ -80,9 +108,10 @@ PingPongSizes encodedSizes() {
 /// The console as far as a fan-out needs it.
 class Console {
 public:
-    Console(const TlsIdentity& identity, const QString& folder) : m_identity(identity), m_folder(folder) {}
+    Console(const TlsIdentity& identity, const QString& folder, const Options& options)
+        : m_identity(identity), m_folder(folder), m_options(options) {}
 
-    [[nodiscard]] Measurement measure(const AgentFarm& farm, int rounds, PingPongSizes sizes) {
+    [[nodiscard]] Measurement measure(const AgentFarm& farm, PingPongSizes sizes) {
         setEnvironment();
         Measurement result;
         result.clients = int(farm.ports().size());
@@ -91,21 +120,13 @@ public:
         connect(farm);
         result.connectMilliseconds = millisecondsSince(start);
 
-        std::vector<double> reads;
-        for (int round = 0; round < rounds + 1; ++round) {
-            const auto readStart = Clock::now();
-            const qsizetype answers = m_runner.objectsFromRemoteMethod(selector).toMap().size();
-            if (round > 0)
-                reads.push_back(millisecondsSince(readStart) * 1'000 /
-                                double(std::max<qsizetype>(1, answers)));
-            result.answers = int(answers);
-        }
-        result.readMicroseconds = median(reads);
+        result.fanOut = cost([this] { return m_runner.objectsFromRemoteMethod(selector).toMap().size(); });
+        if (m_options.usesTool) result.tool = toolCost();
         result.callMicroseconds = calls(*clients().first());
         result.memoryMegabytes = processStatus("VmRSS") / 1'024;
         result.memoryKilobytes = (processStatus("VmRSS") - memoryBefore) / result.clients;
         result.threads = int(processStatus("Threads"));
-        result.floorMicroseconds = floor(farm, rounds, sizes);
+        result.floorMicroseconds = floor(farm, m_options.rounds, sizes);
         for (const RemoteClientPtr& client : clients())
             std::static_pointer_cast<VLService>(client)->invalidate(false);
         setClients({});
@@ -141,6 +162,57 @@ private:
             std::this_thread::sleep_for(500us);
         setClients(services);
     }
+    /// Reads, once more than is measured, and counts the answers.
+    [[nodiscard]] Cost cost(const std::function<qsizetype()>& read) const {
+        Cost result;
+        std::vector<double> walls, processors;
+        for (int round = 0; round < m_options.rounds + 1; ++round) {
+            const double processorBefore = processorMicroseconds();
+            const auto start = Clock::now();
+            result.answers = read();
+            if (round == 0) continue;
+            walls.push_back(millisecondsSince(start));
+            processors.push_back(processorMicroseconds() - processorBefore);
+        }
+        result.wallMilliseconds = median(walls);
+        result.processorMicroseconds = median(processors);
+        return result;
+    }
+    [[nodiscard]] Cost toolCost() {
+        std::shared_ptr<AddonryController> tool;
+        onMainThreadAndWait([&] { tool = std::make_shared<AddonryController>(toolContext()); });
+        const Cost result = cost([&] {
+            tool->refresh();
+            qsizetype answers = 0;
+            onMainThreadAndWait([&] {
+                for (const VLPluginItem& row : tool->addonryArray())
+                    answers = std::max(answers, row.children().size());
+            });
+            return answers;
+        });
+        onMainThreadAndWait([&] { tool.reset(); });
+        return result;
+    }
+    [[nodiscard]] ToolContext toolContext() {
+        ToolContext context;
+        context.runner = &m_runner;
+        context.progress = &m_progress;
+        context.selectedServices = [this] {
+            QList<VLServicePtr> services;
+            for (const RemoteClientPtr& client : clients())
+                services.append(std::static_pointer_cast<VLService>(client));
+            return services;
+        };
+        context.friendlyServiceName = [](const QString& hostName) { return hostName; };
+        return context;
+    }
+    [[nodiscard]] RemoteRunner::Environment runnerEnvironment() {
+        RemoteRunner::Environment environment;
+        environment.progress = &m_progress;
+        environment.selectedServices = [this] { return clients(); };
+        environment.replyLimit = m_options.replyLimit;
+        return environment;
+    }
     static double calls(const RemoteClient& client) {
         std::vector<double> times;
         for (int call = 0; call < 300; ++call) {
@@ -164,36 +236,65 @@ private:
 
     const TlsIdentity m_identity;
     const QString m_folder;
+    const Options m_options;
     int m_farms = 0;
     Snapshot<QList<RemoteClientPtr>> m_clients;
     TaskThreads m_progress{{[this] { return int(clients().size()); }, [] {}, [] {}}};
-    RemoteRunner m_runner{{&m_progress, [this] { return clients(); }, nullptr, {}, {}, {}, {}}};
+    RemoteRunner m_runner{runnerEnvironment()};
 };
 
-void printTable(const QList<Measurement>& measurements) {
-    QTextStream out(stdout);
-    out << "clients  answers  connect ms  read us/client  floor us/client  ratio  one call us  console MB  "
-           "KB/client  "
-           "threads\n";
-    for (const Measurement& m : measurements)
-        out << QString::asprintf("%7d  %7d  %10.1f  %14.1f  %15.1f  %5.1f  %11.1f  %10.1f  %9.1f  %7d\n",
-                                 m.clients, m.answers, m.connectMilliseconds, m.readMicroseconds,
-                                 m.floorMicroseconds, m.readMicroseconds / m.floorMicroseconds,
-                                 m.callMicroseconds, m.memoryMegabytes, m.memoryKilobytes, m.threads);
+struct Column {
+    const char* title;
+    int decimals;
+    std::function<double(const Measurement&)> value;
+};
+
+QList<Column> columns(bool usesTool) {
+    using M = Measurement;
+    QList<Column> all{
+        {"clients", 0, [](const M& m) { return double(m.clients); }},
+        {"answers", 0, [](const M& m) { return double(m.fanOut.answers); }},
+        {"connect ms", 1, [](const M& m) { return m.connectMilliseconds; }},
+        {"read ms", 1, [](const M& m) { return m.fanOut.wallMilliseconds; }},
+        {"read us/client", 1, [](const M& m) { return m.fanOut.wallPerClient(m.clients); }},
+        {"CPU us/client", 1, [](const M& m) { return m.fanOut.processorPerClient(m.clients); }},
+        {"floor us/client", 1, [](const M& m) { return m.floorMicroseconds; }},
+        {"one call us", 1, [](const M& m) { return m.callMicroseconds; }},
+        {"console MB", 1, [](const M& m) { return m.memoryMegabytes; }},
+        {"KB/client", 1, [](const M& m) { return m.memoryKilobytes; }},
+        {"threads", 0, [](const M& m) { return double(m.threads); }},
+    };
+    if (usesTool)
+        all += {{"tool answers", 0, [](const M& m) { return double(m.tool.answers); }},
+                {"tool ms", 1, [](const M& m) { return m.tool.wallMilliseconds; }},
+                {"tool us/client", 1, [](const M& m) { return m.tool.wallPerClient(m.clients); }},
+                {"tool CPU us/client", 1, [](const M& m) { return m.tool.processorPerClient(m.clients); }}};
+    return all;
 }
 
-void printJson(const QList<Measurement>& measurements) {
+void printTable(const QList<Measurement>& measurements, bool usesTool) {
+    QTextStream out(stdout);
+    const QList<Column> all = columns(usesTool);
+    for (const Column& column : all)
+        out << column.title << "  ";
+    out << '\n';
+    for (const Measurement& measurement : measurements) {
+        for (const Column& column : all)
+            out << QString::asprintf("%*.*f  ", int(qstrlen(column.title)), column.decimals,
+                                     column.value(measurement));
+        out << '\n';
+    }
+}
+
+/// The columns by their titles.
+void printJson(const QList<Measurement>& measurements, bool usesTool) {
     QJsonArray array;
-    for (const Measurement& m : measurements)
-        array.append(QJsonObject{{QStringLiteral("clients"), m.clients},
-                                 {QStringLiteral("answers"), m.answers},
-                                 {QStringLiteral("connectMilliseconds"), m.connectMilliseconds},
-                                 {QStringLiteral("readMicrosecondsPerClient"), m.readMicroseconds},
-                                 {QStringLiteral("floorMicrosecondsPerClient"), m.floorMicroseconds},
-                                 {QStringLiteral("oneCallMicroseconds"), m.callMicroseconds},
-                                 {QStringLiteral("consoleMegabytes"), m.memoryMegabytes},
-                                 {QStringLiteral("kilobytesPerClient"), m.memoryKilobytes},
-                                 {QStringLiteral("consoleThreads"), m.threads}});
+    for (const Measurement& measurement : measurements) {
+        QJsonObject object;
+        for (const Column& column : columns(usesTool))
+            object.insert(QLatin1String(column.title), column.value(measurement));
+        array.append(object);
+    }
     QTextStream(stdout) << QJsonDocument(array).toJson();
 }
 
@@ -228,9 +329,24 @@ int main(int argc, char** argv) {
     const QCommandLineOption roundsOption(QStringLiteral("rounds"),
                                           QStringLiteral("Reads per number of clients."),
                                           QStringLiteral("number"), QStringLiteral("15"));
+    const QCommandLineOption delayOption(QStringLiteral("delay"),
+                                         QStringLiteral("What each agent needs for its answer."),
+                                         QStringLiteral("ms"), QStringLiteral("0"));
+    const QCommandLineOption muteOption(QStringLiteral("mute"),
+                                        QStringLiteral("Agents that live but never answer, of a hundred."),
+                                        QStringLiteral("percent"), QStringLiteral("0"));
+    const QCommandLineOption limitOption(QStringLiteral("reply-limit"),
+                                         QStringLiteral("How long an answer may take."), QStringLiteral("ms"),
+                                         QStringLiteral("60000"));
+    const QCommandLineOption inFlightOption(QStringLiteral("in-flight"),
+                                            QStringLiteral("Operations under way at once, of a read."),
+                                            QStringLiteral("number"), QStringLiteral("64"));
+    const QCommandLineOption toolOption(QStringLiteral("tool"),
+                                        QStringLiteral("Reads the plug-in list through its tool too."));
     const QCommandLineOption jsonOption(QStringLiteral("json"),
                                         QStringLiteral("Prints JSON in place of a table."));
-    parser.addOptions({clientsOption, roundsOption, jsonOption});
+    parser.addOptions({clientsOption, roundsOption, delayOption, muteOption, limitOption, inFlightOption,
+                       toolOption, jsonOption});
     parser.process(application);
 
     const QTemporaryDir folder;
@@ -241,14 +357,22 @@ int main(int argc, char** argv) {
 
     const TlsIdentity identity = TlsIdentity::create(QStringLiteral("bench"));
     const PingPongSizes sizes = encodedSizes();
-    const int rounds = std::max(1, parser.value(roundsOption).toInt());
-    Console console(identity, folder.path());
+    VLUserDefaults::standardUserDefaults().setObject(std::max(1, parser.value(inFlightOption).toInt()),
+                                                     QStringLiteral("runOperationsInFlight"));
+    const Options options{std::max(1, parser.value(roundsOption).toInt()), parser.isSet(toolOption),
+                          std::chrono::milliseconds(parser.value(limitOption).toInt())};
+    AgentFarm::Options agents;
+    agents.delay = std::chrono::milliseconds(parser.value(delayOption).toInt());
+    agents.floor = sizes;
+    Console console(identity, folder.path(), options);
     QList<Measurement> measurements;
     // The runner blocks, so it runs on a worker; the main thread serves what the worker hands over.
     for (const int count : numbers(parser.value(clientsOption))) {
-        const AgentFarm farm(count, identity.certificate, sizes);
+        agents.count = count;
+        agents.mute = count * parser.value(muteOption).toInt() / 100;
+        const AgentFarm farm(agents, identity.certificate);
         VLThread::detach(QStringLiteral("fanout"), [&] {
-            const Measurement measurement = console.measure(farm, rounds, sizes);
+            const Measurement measurement = console.measure(farm, sizes);
             onMainThread([&measurements, measurement] {
                 measurements.append(measurement);
                 QCoreApplication::quit();
@@ -258,13 +382,13 @@ int main(int argc, char** argv) {
         VLThread::joinAll(30s);
     }
     if (parser.isSet(jsonOption))
-        printJson(measurements);
+        printJson(measurements, options.usesTool);
     else
-        printTable(measurements);
+        printTable(measurements, options.usesTool);
     VLLog::finishWriting();
     VLService::setEnvironment({});
     return std::all_of(measurements.cbegin(), measurements.cend(),
-                       [](const Measurement& m) { return m.answers > 0; })
+                       [](const Measurement& m) { return m.fanOut.answers > 0; })
                ? 0
                : 1;
 }
