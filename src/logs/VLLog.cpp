@@ -15,17 +15,20 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <deque>
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
 constexpr quint32 lastByteCount = 499'999;  // a file with more than this is full
 constexpr int oldestNumber = 5;
+constexpr std::chrono::milliseconds gatherTime(5);
 
 QString executableName() {
     return QFileInfo(VLLocalPaths::executablePath()).completeBaseName();
@@ -86,19 +89,30 @@ struct VLLog::Private {
     // The serial queue.
     std::mutex queueMutex;
     std::condition_variable queueChanged;
-    std::deque<QString> writeQueue;
+    struct Line {
+        qint64 milliseconds;  ///< since 1970, when it was queued
+        QString text;
+    };
+    std::vector<Line> writeQueue;
     quint64 queuedLines = 0;   // since the start of the program
     quint64 writtenLines = 0;  // of those; a lost line counts
+    int waiters = 0;           // for what is queued to be written
     bool isStopped = false;
     std::thread worker;
+
+    // The writer's: a time in words, for the lines of one second.
+    qint64 wordedSecond = -1;
+    QString wordedTime;
 
     [[nodiscard]] QString baseName() const { return appName.isEmpty() ? executableName() : appName; }
     [[nodiscard]] QString currentPath() const { return pathOf(baseName(), 1); }
 
     void startNewLog(const QString& name);
     bool openFile(const QString& message);
-    bool appendLogOnThread(const QString& message);
-    void queue(const QString& line);
+    void write(const std::vector<Line>& lines);
+    bool flush(QByteArray& lines);
+    [[nodiscard]] QByteArray formatted(const Line& line);
+    void queue(const QString& text);
     bool hasWorker();
     void workLoop();
     void stop();
@@ -134,34 +148,53 @@ bool VLLog::Private::openFile(const QString& message) {
     return false;
 }
 
-/// True when the file was full and a new one was started.
-bool VLLog::Private::appendLogOnThread(const QString& message) {
-    const std::lock_guard lock(fileMutex);
-    if (!openFile(message)) return false;
-    const QByteArray line =
-        vlFormat(QStringLiteral("%@ - %@\n"), QDateTime::currentDateTime(), printableLine(message)).toUtf8();
-    if (fileHandle->write(line) != line.size()) {
-        printToSystemLog(vlFormat(QStringLiteral("Exception writing to log: %@"), fileHandle->errorString()));
-        fileHandle.reset();  // the next write tries again
-        return false;
+QByteArray VLLog::Private::formatted(const Line& line) {
+    if (const qint64 second = line.milliseconds / 1'000; second != wordedSecond) {
+        wordedSecond = second;
+        wordedTime = vlFormat(QStringLiteral("%@"), QDateTime::fromMSecsSinceEpoch(second * 1'000));
     }
-    bytesWritten += static_cast<quint32>(line.size());
-    if (bytesWritten <= lastByteCount) return false;
-    startNewLog(appName);
-    return true;
+    return (wordedTime + QStringLiteral(" - ") + printableLine(line.text) + u'\n').toUtf8();
 }
 
-void VLLog::Private::queue(const QString& line) {
+/// Empties it. False when it could not be written.
+bool VLLog::Private::flush(QByteArray& lines) {
+    const QByteArray bytes = std::exchange(lines, {});
+    if (bytes.isEmpty() || fileHandle->write(bytes) == bytes.size()) return true;
+    printToSystemLog(vlFormat(QStringLiteral("Exception writing to log: %@"), fileHandle->errorString()));
+    fileHandle.reset();  // the next write tries again
+    return false;
+}
+
+/// Those that are there together go out together.
+void VLLog::Private::write(const std::vector<Line>& lines) {
+    const std::lock_guard lock(fileMutex);
+    QByteArray gathered;
+    for (const Line& line : lines) {
+        if (!openFile(line.text)) continue;
+        const QByteArray bytes = formatted(line);
+        gathered += bytes;
+        bytesWritten += static_cast<quint32>(bytes.size());
+        if (bytesWritten <= lastByteCount || !flush(gathered)) continue;
+        startNewLog(appName);
+        gathered += formatted({line.milliseconds, QStringLiteral("Log truncated at 500KB")});
+        bytesWritten += static_cast<quint32>(gathered.size());
+    }
+    if (fileHandle) flush(gathered);
+}
+
+void VLLog::Private::queue(const QString& text) {
+    const Line line{QDateTime::currentMSecsSinceEpoch(), text};
     {
         const std::lock_guard lock(queueMutex);
         if (!isStopped && hasWorker()) {
             writeQueue.push_back(line);
             ++queuedLines;
+            if (writeQueue.size() > 1) return;  // it is awake already
             queueChanged.notify_all();
             return;
         }
     }
-    appendLogOnThread(line);  // the process is ending and the queue is gone, or there is no thread to be had
+    write({line});  // the process is ending and the queue is gone, or there is no thread to be had
 }
 
 /// Called with the queue's lock held.
@@ -179,14 +212,14 @@ void VLLog::Private::workLoop() {
     for (;;) {
         queueChanged.wait(lock, [this] { return !writeQueue.empty() || isStopped; });
         if (writeQueue.empty()) return;
-        const QString line = std::move(writeQueue.front());
-        writeQueue.pop_front();
+        // What comes in quick succession is written at one go.
+        queueChanged.wait_for(lock, gatherTime, [this] { return waiters > 0 || isStopped; });
+        const std::vector<Line> lines = std::exchange(writeQueue, {});
         lock.unlock();
-        // Before what waits already: the note comes first in the new file.
-        if (appendLogOnThread(line)) appendLogOnThread(QStringLiteral("Log truncated at 500KB"));
+        write(lines);
         lock.lock();
-        ++writtenLines;
-        queueChanged.notify_all();
+        writtenLines += lines.size();
+        if (waiters > 0) queueChanged.notify_all();
     }
 }
 
@@ -247,7 +280,10 @@ void VLLog::finishWriting() {
     Private& log = *sharedController().d;
     std::unique_lock lock(log.queueMutex);
     const quint64 last = log.queuedLines;
+    ++log.waiters;
+    log.queueChanged.notify_all();
     log.queueChanged.wait(lock, [&log, last] { return log.writtenLines >= last; });
+    --log.waiters;
 }
 
 QString VLLog::currentLogPath() {

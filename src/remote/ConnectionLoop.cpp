@@ -191,8 +191,12 @@ kj::Promise<void> ConnectionLoop::start(const Call& call) {
 }
 
 kj::Promise<void> ConnectionLoop::startPerform(const Call& call) {
-    auto request = KJ_ASSERT_NONNULL(m_root).performRequest();
     const auto params = call->params();
+    // Without it, every request takes several KB.
+    const auto size = params.totalSize();
+    const auto references = static_cast<unsigned int>(call->references().size());
+    auto request = KJ_ASSERT_NONNULL(m_root).performRequest(
+        capnp::MessageSize{size.wordCount + 4, size.capCount + references});
     request.setSelector(params.getSelector());
     request.setArguments(params.getArguments());
     for (const auto& [index, target] : call->references())

@@ -5,7 +5,7 @@
 PendingCall::PendingCall(Kind kind, const QString& selector, const QVariantList& arguments,
                          const RemoteLimits& limits)
     : m_kind(kind), m_selector(selector) {
-    m_message.emplace();
+    m_message.emplace(kj::arrayPtr(m_room.data(), m_room.size()));
     auto params = m_message->initRoot<wire::Root::PerformParams>();
     WireWriter writer(limits);
     const QByteArray name = writer.text(selector);

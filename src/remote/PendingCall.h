@@ -11,6 +11,7 @@
 
 #include <capnp/message.h>
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -54,6 +55,7 @@ public:
 private:
     const Kind m_kind;
     const QString m_selector;
+    std::array<capnp::word, 64> m_room{};  ///< for what most calls have, without a block of the heap
     std::optional<capnp::MallocMessageBuilder> m_message;
     QList<std::pair<unsigned int, VLCallbackTargetPtr>> m_references;
 

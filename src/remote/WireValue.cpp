@@ -6,7 +6,10 @@
 
 #include <kj/exception.h>
 
+#include <cstdint>
+#include <cstring>
 #include <limits>
+#include <map>
 
 namespace {
 
@@ -16,11 +19,23 @@ constexpr std::size_t entryBytes = valueBytes + 16;
 constexpr std::size_t pointerBytes = 8;
 // Of an exception that a peer raises: it goes to the log.
 constexpr qsizetype longestName = 200, longestReason = 4'000;
+constexpr std::size_t mostSharedKeys = 128;
 // QDateTime's own arithmetic is exact far beyond this; 100 million days on either side of 1970 are enough.
 constexpr qint64 furthestDate = 8'640'000'000'000'000;
 
 [[noreturn]] void refuse(const QString& reason) {
     throw VLException(VLException::invalidArgument, reason);
+}
+
+bool isAscii(const char* text, std::size_t size) {
+    std::uint64_t all = 0, part = 0;
+    for (; size >= sizeof part; text += sizeof part, size -= sizeof part) {
+        std::memcpy(&part, text, sizeof part);
+        all |= part;
+    }
+    for (; size > 0; ++text, --size)
+        all |= static_cast<unsigned char>(*text);
+    return (all & 0x8080'8080'8080'8080) == 0;
 }
 
 }  // namespace
@@ -145,6 +160,8 @@ void WireReader::count(std::size_t values) {
 }
 
 QString WireReader::text(capnp::Text::Reader source) {
+    if (isAscii(source.begin(), source.size()))
+        return QString::fromLatin1(source.begin(), qsizetype(source.size()));
     // Not QString::fromUtf8: it repairs what it should refuse, and swallows a leading U+FEFF.
     QStringDecoder decoder(QStringConverter::Utf8,
                            QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
@@ -197,16 +214,27 @@ QVariant WireReader::read(wire::Value::Reader source, int depth) {
                 list.append(read(item, depth + 1));
             return list;
         }
-        case wire::Value::DICTIONARY: {
-            const auto entries = source.getDictionary();
-            count(entries.size());
-            QVariantMap map;
-            for (const auto entry : entries)
-                map.insert(text(entry.getKey()), read(entry.getValue(), depth + 1));
-            return map;
-        }
+        case wire::Value::DICTIONARY:
+            return readDictionary(source.getDictionary(), depth);
     }
     refuse(QStringLiteral("The message holds a value of an unknown kind (%1).").arg(int(source.which())));
+}
+
+QVariant WireReader::readDictionary(capnp::List<wire::Value::Entry>::Reader source, int depth) {
+    count(source.size());
+    std::map<QString, QVariant> entries;
+    for (const auto entry : source)  // sorted, unless the peer is an odd one
+        entries.insert_or_assign(entries.cend(), key(entry.getKey()), read(entry.getValue(), depth + 1));
+    return QVariantMap(std::move(entries));
+}
+
+QString WireReader::key(capnp::Text::Reader source) {
+    const std::string_view bytes(source.begin(), source.size());
+    const auto known = m_keys.find(bytes);
+    if (known != m_keys.end()) return known->second;
+    QString made = text(source);
+    if (m_keys.size() < mostSharedKeys) m_keys.emplace(bytes, made);
+    return made;
 }
 
 VLException WireReader::readException(wire::Outcome::Exception::Reader source) {

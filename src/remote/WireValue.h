@@ -8,6 +8,8 @@
 #include <QVariant>
 
 #include <cstddef>
+#include <string_view>
+#include <unordered_map>
 
 /// Property-list values to and from the wire. One reader or writer serves one message: the limits on the
 /// number of values and on the size hold for the message as a whole. Both throw VLException::invalidArgument.
@@ -49,11 +51,15 @@ public:
 
 private:
     [[nodiscard]] QVariant read(wire::Value::Reader source, int depth);
+    [[nodiscard]] QVariant readDictionary(capnp::List<wire::Value::Entry>::Reader source, int depth);
+    [[nodiscard]] QString key(capnp::Text::Reader source);
     [[nodiscard]] VLException readException(wire::Outcome::Exception::Reader source);
     void count(std::size_t values);
 
     const RemoteLimits& m_limits;
     std::size_t m_values = 0;
+    /// Of dictionaries: the lists that agents send repeat them in every entry. They lie in the message.
+    std::unordered_map<std::string_view, QString> m_keys;
 };
 
 /// kj and Cap'n Proto keep their words in char arrays; this makes ours of them.
