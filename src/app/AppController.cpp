@@ -89,6 +89,7 @@ bool AppController::init() {
     createRunner();
     createAuthorization();
     registerDefaults();
+    m_activity = std::make_unique<ActivityStore>();
     VLLog::appendLog(QStringLiteral("Searching for services..."));
     populateServiceGroups();
     if (!startDiscovery()) return false;
@@ -344,6 +345,7 @@ bool AppController::shutDown() {
     m_refreshedFor.clear();
     m_autoRefresh->setupAutoRefresh({}, 0);
     VLNotificationCenter::defaultCenter().removeObserver(this);
+    if (m_activity) m_activity->close();
 
     m_endedCleanly = VLThread::joinAll(longestEnd);
     if (!m_endedCleanly) {

@@ -14,6 +14,7 @@
 #include "remote/VLErrorCallback.h"
 #include "remote/authorization/AuthorizationController.h"
 #include "remote/authorization/AuthorizedRunner.h"
+#include "runs/ActivityStore.h"
 #include "tools/Tool.h"
 
 #include <QDateTime>
@@ -82,6 +83,8 @@ public:
     [[nodiscard]] AuthorizationController& authorization() { return *m_authorization; }
     [[nodiscard]] AuthorizedRunner& authorizedRunner() { return *m_authorizedRunner; }
     [[nodiscard]] const std::shared_ptr<VLErrorCallback>& errorCallback() const { return m_errorCallback; }
+    /// What was done: whoever ends a run adds it here.
+    [[nodiscard]] ActivityStore& activity() { return *m_activity; }
     [[nodiscard]] QDateTime launchDate() const { return m_launchDate; }
     /// The clients in the order in which the service menu lists them.
     [[nodiscard]] const QList<VLServicePtr>& serviceMenu() const { return m_serviceMenu; }
@@ -253,6 +256,7 @@ private:
     std::unique_ptr<AutoRefresh> m_autoRefresh;
     std::unique_ptr<RefreshRequest> m_refreshRequest;
     std::unique_ptr<Discovery> m_discovery;
+    std::unique_ptr<ActivityStore> m_activity;
     QList<VLServicePtr> m_serviceMenu;
     std::set<VLServicePtr> m_refreshedFor;  ///< the selection that the visible pane was last refreshed for
     QHash<QString, qlonglong> m_updateCounts;

@@ -1,16 +1,34 @@
 #include "runs/RunRecord.h"
 
 #include <algorithm>
+#include <numeric>
 
-int RunRecord::count(Outcome::Kind kind) const {
-    return static_cast<int>(std::count_if(outcomes.begin(), outcomes.end(), [&](const HostOutcome& host) {
-        return host.outcome.kind == kind;
-    }));
+int OutcomeCounts::total() const {
+    return std::accumulate(m_counts.begin(), m_counts.end(), 0);
 }
 
-int RunRecord::successCount() const {
-    return static_cast<int>(std::count_if(outcomes.begin(), outcomes.end(),
-                                          [](const HostOutcome& host) { return host.outcome.isSuccess(); }));
+Outcome::Kind OutcomeCounts::worst() const {
+    for (int kind = Outcome::Failed; kind > Outcome::Answered; --kind)
+        if (of(static_cast<Outcome::Kind>(kind)) > 0) return static_cast<Outcome::Kind>(kind);
+    return Outcome::Answered;
+}
+
+QString OutcomeCounts::sentence(const QString& actionDone) const {
+    QString text = QStringLiteral("%1 on %2").arg(actionDone).arg(successes());
+    if (successes() != total()) text += QStringLiteral(" of %1").arg(total());
+    text += total() == 1 ? QStringLiteral(" computer") : QStringLiteral(" computers");
+    for (int kind = Outcome::Failed; kind >= Outcome::LeftOut; --kind)
+        if (const int number = of(static_cast<Outcome::Kind>(kind)); number > 0)
+            text +=
+                QStringLiteral(", %1 %2").arg(number).arg(Outcome::word(static_cast<Outcome::Kind>(kind)));
+    return text;
+}
+
+OutcomeCounts RunRecord::counts() const {
+    OutcomeCounts counts;
+    for (const HostOutcome& host : outcomes)
+        counts.add(host.outcome.kind);
+    return counts;
 }
 
 bool RunRecord::isUndoable() const {
@@ -19,14 +37,5 @@ bool RunRecord::isUndoable() const {
 }
 
 QString RunRecord::summary() const {
-    const int succeeded = successCount();
-    const bool isWhole = succeeded == outcomes.size();
-    QString text = QStringLiteral("%1 on %2").arg(actionDone.isEmpty() ? action : actionDone).arg(succeeded);
-    if (!isWhole) text += QStringLiteral(" of %1").arg(outcomes.size());
-    text += outcomes.size() == 1 ? QStringLiteral(" computer") : QStringLiteral(" computers");
-    for (int kind = Outcome::Failed; kind >= Outcome::LeftOut; --kind)
-        if (const int number = count(static_cast<Outcome::Kind>(kind)); number > 0)
-            text +=
-                QStringLiteral(", %1 %2").arg(number).arg(Outcome::word(static_cast<Outcome::Kind>(kind)));
-    return text;
+    return counts().sentence(actionDone.isEmpty() ? action : actionDone);
 }

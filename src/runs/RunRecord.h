@@ -8,6 +8,25 @@
 #include <QString>
 #include <QVariant>
 
+#include <array>
+
+/// How many computers ended how.
+class OutcomeCounts {
+public:
+    void add(Outcome::Kind kind, int number = 1) { m_counts.at(static_cast<std::size_t>(kind)) += number; }
+    [[nodiscard]] int of(Outcome::Kind kind) const { return m_counts.at(static_cast<std::size_t>(kind)); }
+    [[nodiscard]] int total() const;
+    [[nodiscard]] int successes() const { return of(Outcome::Answered) + of(Outcome::Done); }
+    [[nodiscard]] Outcome::Kind worst() const;  ///< Answered when there is none
+    /// "Disabled on 46 of 50 computers, 3 failed, 1 skipped".
+    [[nodiscard]] QString sentence(const QString& actionDone) const;
+
+    bool operator==(const OutcomeCounts&) const = default;
+
+private:
+    std::array<int, Outcome::Failed + 1> m_counts{};
+};
+
 /// What became of a run on one computer.
 struct HostOutcome {
     QString hostName;
@@ -34,12 +53,12 @@ struct RunRecord {
     QList<HostOutcome> outcomes;  ///< in the order of the selection
     QString undoOf, retryOf;      ///< id of the run that this one takes back or repeats
 
-    [[nodiscard]] int count(Outcome::Kind kind) const;
-    [[nodiscard]] int successCount() const;
+    [[nodiscard]] OutcomeCounts counts() const;
+    [[nodiscard]] int count(Outcome::Kind kind) const { return counts().of(kind); }
+    [[nodiscard]] int successCount() const { return counts().successes(); }
     /// Whether anything of it can be taken back.
     [[nodiscard]] bool isUndoable() const;
-    /// "Disabled on 46 of 50 computers, 3 failed, 1 skipped".
-    [[nodiscard]] QString summary() const;
+    [[nodiscard]] QString summary() const;  ///< the sentence of its counts
 
     bool operator==(const RunRecord&) const = default;
 };
