@@ -1,4 +1,5 @@
 // Draws the windows with sample data into PNG files, light and dark: ui_pictures [FOLDER]
+#include "app/window/ActivityWindow.h"
 #include "app/window/AuthSheet.h"
 #include "app/window/ErrorLogWindow.h"
 #include "app/window/LogWindow.h"
@@ -356,6 +357,97 @@ void drawPreferences(SampleConsole& console) {
     VLUserDefaults::standardUserDefaults().removeObjectForKey(u"manualConnections"_s);
 }
 
+/// Runs of every kind of end, on some computers each.
+QList<RunRecord> sampleRuns() {
+    const QStringList bays{u"Edit Bay 1"_s, u"Edit Bay 2"_s,
+                           u"Grading Suite on the second floor, left door"_s, u"Sound"_s, u"Render Node A"_s};
+    struct Sample {
+        QString tool, action, done, subject;
+        QList<Outcome> ends;
+    };
+    const Outcome done{Outcome::Done, {}}, answered{Outcome::Answered, {}};
+    const Outcome failed{Outcome::Failed, u"The plug-in folder could not be read: permission denied"_s};
+    const QList<Sample> samples{
+        {u"addonry"_s, u"Disable"_s, u"Disabled"_s, u"Film Grain"_s, {done, done, failed, done, done}},
+        {u"addonry"_s, u"Refresh"_s, u"Read"_s, {}, {answered, answered, answered, answered, answered}},
+        {u"settlekeep"_s,
+         u"Restore"_s,
+         u"Restored"_s,
+         u"Monday evening"_s,
+         {done, {Outcome::Refused, u"The preferences are locked"_s}}},
+        {u"cronwell"_s,
+         u"Remove"_s,
+         u"Removed"_s,
+         u"Clean caches"_s,
+         {done, {Outcome::NoAnswer, u"Gave up after 60 s"_s}, {Outcome::NotConnected, {}}}},
+        {u"addonry"_s,
+         u"Enable All"_s,
+         u"Enabled"_s,
+         u"18 plug-ins"_s,
+         {done, done, {Outcome::Skipped, u"Disabled in this console"_s}}},
+        {{}, u"Restart Client"_s, u"Restarted"_s, {}, {{Outcome::Cancelled, {}}, {Outcome::Cancelled, {}}}},
+        {u"settlekeep"_s,
+         u"Back Up"_s,
+         u"Backed up"_s,
+         u"A backup with an extraordinarily long name that fits nowhere"_s,
+         {done, {Outcome::LeftOut, {}}}}};
+    QList<RunRecord> runs;
+    for (int number = 0; number < 40; ++number) {
+        const Sample& sample = samples[number % samples.size()];
+        RunRecord run;
+        run.id = QString::number(number);
+        run.started = QDateTime::currentDateTimeUtc().addSecs(-number * 1'900 - 60);
+        run.ended = run.started.addMSecs(420 + number * 37);
+        run.user = u"anna"_s;
+        run.tool = sample.tool;
+        run.action = sample.action;
+        run.actionDone = sample.done;
+        run.subject = sample.subject;
+        run.isChange = sample.action != u"Refresh"_s;
+        for (qsizetype host = 0; host < sample.ends.size(); ++host)
+            run.outcomes << HostOutcome{bays[host].toLower(), bays[host], sample.ends[host], {}};
+        runs << run;
+    }
+    return runs;
+}
+
+void drawActivity(SampleConsole& console) {
+    ActivityStore& store = console.controller->activity();
+    QFile::remove(store.path());
+    const auto can = [](const RunRecord&) { return true; };
+    console.window->setActivityActions({can, can, {}, {}});
+    console.window->showActivity();
+    ActivityWindow& window = *console.window->activityWindow();
+    QTest::qWait(600);
+    save(window, u"activity-empty"_s);
+    for (const RunRecord& run : sampleRuns())
+        store.add(run);
+    store.flush(std::chrono::seconds(10));
+    window.showRun(u"0"_s);
+    QTest::qWait(1'500);
+    window.findChild<QTreeView*>(u"activityList"_s)->setFocus();
+    save(window, u"activity"_s);
+    window.resize(1024, 700);
+    auto* search = window.findChild<QLineEdit*>(u"activitySearch"_s);
+    search->setText(u"grading disable"_s);
+    QTest::qWait(1'000);
+    save(window, u"activity-search"_s);
+    search->setText(u"nowhere"_s);
+    QTest::qWait(1'000);
+    save(window, u"activity-none"_s);
+    search->clear();
+    // A folder in the place of the file is what cannot be written.
+    const QString folder = QFileInfo(store.path()).absolutePath();
+    QDir(folder).removeRecursively();
+    QDir().mkpath(store.path());
+    store.add(sampleRuns().first());
+    QTest::qWait(1'500);
+    window.resize(760, 520);
+    save(window, u"activity-problem"_s);
+    window.close();
+    QDir(folder).removeRecursively();
+}
+
 void drawClientWindows(SampleConsole& console, const QByteArray& certificate) {
     const auto lock = console.add("Lock-Up Room", "192.168.1.71", "iMac9,1");
     const auto dubbing = console.add("Dubbing <b>1</b>", "192.168.1.72", "MacPro4,1");
@@ -410,6 +502,7 @@ int main(int argc, char** argv) {
         SampleConsole console;
         if (!console.start()) return 1;
         drawAll(console, certificate);
+        drawActivity(console);
         drawPreferences(console);
         drawClientWindows(console, certificate);
         console.end();

@@ -239,6 +239,18 @@ void MainWindow::openAddComputer(QWidget* over) {
     (new AddComputerSheet(submit, over))->open();
 }
 
+void MainWindow::showActivity() {
+    if (!m_activity)
+        m_activity =
+            new ActivityWindow(m_controller.activity(), m_controller.tools(), m_activityActions, this);
+    bringToFront(m_activity.data());
+}
+
+void MainWindow::showActivityOf(const QString& runId) {
+    showActivity();
+    m_activity->showRun(runId);
+}
+
 void MainWindow::showErrorLog() {
     if (!m_errorLog) m_errorLog = new ErrorLogWindow(m_controller, this);
     bringToFront(m_errorLog.data());
@@ -336,8 +348,9 @@ void MainWindow::copy() {
 void MainWindow::closeEvent(QCloseEvent* event) {
     saveLayout();
     m_clientWindows->closeAll();
-    for (QWidget* window : {static_cast<QWidget*>(m_errorLog.data()), static_cast<QWidget*>(m_log.data()),
-                            static_cast<QWidget*>(m_preferences.data())}) {
+    for (QWidget* window :
+         {static_cast<QWidget*>(m_activity.data()), static_cast<QWidget*>(m_errorLog.data()),
+          static_cast<QWidget*>(m_log.data()), static_cast<QWidget*>(m_preferences.data())}) {
         if (window) window->close();
     }
     QMainWindow::closeEvent(event);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/window/ActivityWindow.h"
 #include "clients/VLService.h"
 
 #include <QHash>
@@ -32,9 +33,16 @@ public:
     ~MainWindow() override;
 
     void showTool(const QString& identifier);
+    /// What the window of what was done offers for a run; set before it is first shown.
+    void setActivityActions(ActivityActions actions) { m_activityActions = std::move(actions); }
+    /// Null until it was shown.
+    [[nodiscard]] ActivityWindow* activityWindow() const { return m_activity; }
 
 public Q_SLOTS:
     void showAddComputer();
+    void showActivity();
+    /// With that run chosen.
+    void showActivityOf(const QString& runId);
     void showErrorLog();
     void showErrorsOf(const VLServicePtr& service);
     void showLog();
@@ -77,6 +85,8 @@ private:
     GroupActions* m_groupActions = nullptr;
     ClientWindows* m_clientWindows = nullptr;
     EndBadge* m_updateBadge = nullptr;
+    ActivityActions m_activityActions;
+    QPointer<ActivityWindow> m_activity;
     QPointer<ErrorLogWindow> m_errorLog;
     QPointer<LogWindow> m_log;
     QPointer<PreferencesWindow> m_preferences;
@@ -85,6 +95,7 @@ private:
     QAction* m_addComputer = nullptr;
     QAction* m_refresh = nullptr;
     QAction* m_softwareUpdate = nullptr;
+    QAction* m_showActivity = nullptr;
     QAction* m_showLog = nullptr;
     QAction* m_showErrors = nullptr;
 };

@@ -51,6 +51,10 @@ void MainWindow::buildActions() {
     m_softwareUpdate = makeAction(QStringLiteral("Software Update"), "software-update", {}, {});
     m_softwareUpdate->setObjectName(QStringLiteral("softwareUpdateAction"));
     m_softwareUpdate->setEnabled(false);
+    m_showActivity = makeAction(QStringLiteral("Activity"), "activity",
+                                QStringLiteral("Show what was done, and what became of it on each computer"),
+                                QKeySequence(Qt::CTRL | Qt::Key_Y));
+    m_showActivity->setObjectName(QStringLiteral("activityAction"));
     m_showLog = makeAction(QStringLiteral("Logs"), "logs", QStringLiteral("Show the console's own log"),
                            QKeySequence(Qt::CTRL | Qt::Key_L));
     m_showErrors =
@@ -58,6 +62,7 @@ void MainWindow::buildActions() {
                    QStringLiteral("Show the errors of all computers"), QKeySequence(Qt::CTRL | Qt::Key_E));
     connect(m_addComputer, &QAction::triggered, this, &MainWindow::showAddComputer);
     connect(m_refresh, &QAction::triggered, this, [this] { m_controller.refresh(); });
+    connect(m_showActivity, &QAction::triggered, this, &MainWindow::showActivity);
     connect(m_showLog, &QAction::triggered, this, &MainWindow::showLog);
     connect(m_showErrors, &QAction::triggered, this, &MainWindow::showErrorLog);
 }
@@ -78,9 +83,11 @@ void MainWindow::buildToolBar() {
     bar->addAction(m_refresh);
     bar->addAction(m_softwareUpdate);
     bar->addWidget(space);
+    bar->addAction(m_showActivity);
     bar->addAction(m_showLog);
     bar->addAction(m_showErrors);
-    for (QAction* action : {m_addComputer, m_refresh, m_softwareUpdate, m_showLog, m_showErrors}) {
+    for (QAction* action :
+         {m_addComputer, m_refresh, m_softwareUpdate, m_showActivity, m_showLog, m_showErrors}) {
         QWidget* button = bar->widgetForAction(action);
         button->setFocusPolicy(Qt::TabFocus);
         button->setMinimumHeight(32);
@@ -159,6 +166,7 @@ void MainWindow::buildMenus() {
     removePasswords->setObjectName(QStringLiteral("securityRemovePasswordsAction"));
 
     QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
+    window->addAction(m_showActivity);
     window->addAction(m_showLog);
     window->addAction(m_showErrors);
     buildHelpMenu(menuBar()->addMenu(QStringLiteral("&Help")));

@@ -1,0 +1,516 @@
+#include "app/window/ActivityWindow.h"
+
+#include "app/window/ActivityFilterBar.h"
+#include "app/window/OutcomeLook.h"
+#include "foundation/MainThread.h"
+#include "foundation/VLThread.h"
+#include "runs/ActivityDetailsModel.h"
+#include "runs/ActivityModel.h"
+#include "system/VLAlert.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/EmptyState.h"
+#include "widgets/PaneParts.h"
+#include "widgets/RowCopy.h"
+#include "widgets/SearchField.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/TableSorting.h"
+#include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
+
+#include <QClipboard>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLocale>
+#include <QMenu>
+#include <QPushButton>
+#include <QShortcut>
+#include <QSortFilterProxyModel>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QStandardPaths>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::chrono::milliseconds facetsPause{1'000};
+constexpr int warningSymbolSize = 16;
+
+QString toolTitle(const QList<Tool>& tools, const QString& identifier) {
+    const auto found = std::find_if(tools.begin(), tools.end(),
+                                    [&](const Tool& tool) { return tool.identifier == identifier; });
+    if (found != tools.end()) return found->title;
+    return identifier.isEmpty() ? QStringLiteral("Console") : identifier;
+}
+
+QString countOf(qint64 count) {
+    return QStringLiteral("%1 %2").arg(QLocale().toString(count),
+                                       count == 1 ? QStringLiteral("run") : QStringLiteral("runs"));
+}
+
+QString durationText(const RunRecord& run) {
+    const qint64 milliseconds = std::max<qint64>(0, run.started.msecsTo(run.ended));
+    if (milliseconds < 60'000) return QStringLiteral("%1 s").arg(double(milliseconds) / 1000, 0, 'f', 1);
+    return QStringLiteral("%1 min %2 s").arg(milliseconds / 60'000).arg(milliseconds / 1000 % 60);
+}
+
+/// One line of tab-separated text.
+QString lineOf(QStringList cells) {
+    for (QString& cell : cells)
+        cell = cell.simplified();
+    return cells.join(QLatin1Char('\t'));
+}
+
+void setUpTable(QTreeView& table, const char* objectName, const QString& accessibleName) {
+    setUpPaneTable(table, QLatin1String(objectName), accessibleName);
+    table.setRootIsDecorated(false);
+    table.setItemsExpandable(false);
+    table.setSelectionMode(QAbstractItemView::ExtendedSelection);
+}
+
+}  // namespace
+
+ActivityWindow::ActivityWindow(ActivityStore& store, const QList<::Tool>& tools, ActivityActions actions,
+                               QWidget* parent)
+    : QWidget(parent, Qt::Window),
+      m_store(store),
+      m_actions(std::move(actions)),
+      m_model(new ActivityModel(
+          store, [tools](const QString& identifier) { return toolTitle(tools, identifier); }, this)),
+      m_detailsModel(new ActivityDetailsModel(this)),
+      m_filters(new ActivityFilterBar(
+          [tools](const QString& identifier) { return toolTitle(tools, identifier); }, this)),
+      m_list(new QTreeView(this)),
+      m_details(new QTreeView(this)),
+      m_stack(new QStackedWidget(this)),
+      m_empty(new EmptyState(this)),
+      m_title(new ElidedLabel(this)),
+      m_subtitle(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
+      m_warningSymbol(new QLabel(this)),
+      m_warning(new ElidedLabel(this)),
+      m_status(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
+      m_copy(new QPushButton(QStringLiteral("Copy"), this)),
+      m_export(new QPushButton(QStringLiteral("Export"), this)),
+      m_stopExport(new QPushButton(QStringLiteral("Stop Export"), this)),
+      m_retry(new QPushButton(QStringLiteral("Retry Failed"), this)),
+      m_undo(new QPushButton(QStringLiteral("Undo"), this)) {
+    setObjectName(QStringLiteral("activityWindow"));
+    setWindowTitle(QStringLiteral("Activity"));
+    resize(980, 660);
+    buildList();
+    auto* splitter = new QSplitter(Qt::Vertical, this);
+    splitter->setChildrenCollapsible(false);
+    splitter->addWidget(m_stack);
+    splitter->addWidget(buildDetails());
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 2);
+    splitter->setSizes({340, 220});
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_filters);
+    layout->addWidget(hairline(this));
+    layout->addWidget(splitter, 1);
+    layout->addWidget(hairline(this));
+    layout->addWidget(buildWarning());
+    layout->addWidget(buildButtons());
+    connectParts();
+    showRecord(nullptr);
+    rowsLoaded();
+    updateWarning();
+}
+
+ActivityWindow::~ActivityWindow() {
+    if (m_exportStops) *m_exportStops = true;
+}
+
+// MARK: Parts
+
+void ActivityWindow::buildList() {
+    auto* look = new OutcomeLook(ActivityModel::KindRole, ActivityModel::Summary,
+                                 {ActivityModel::Time, ActivityModel::User}, this);
+    look->setSourceModel(m_model);
+    setUpTable(*m_list, "activityList", QStringLiteral("Runs"));
+    m_list->setModel(look);
+    QHeaderView* header = m_list->header();
+    header->setStretchLastSection(false);
+    header->setSectionsClickable(false);
+    const std::pair<int, int> widths[] = {{ActivityModel::Time, 168},
+                                          {ActivityModel::Tool, 104},
+                                          {ActivityModel::Action, 116},
+                                          {ActivityModel::Subject, 176},
+                                          {ActivityModel::User, 76}};
+    for (const auto& [column, width] : widths)
+        header->resizeSection(column, width);
+    header->setSectionResizeMode(ActivityModel::Summary, QHeaderView::Stretch);
+    m_stack->addWidget(m_list);
+    m_stack->addWidget(m_empty);
+    m_stack->setMinimumHeight(160);
+}
+
+QWidget* ActivityWindow::buildDetails() {
+    auto* sorted = new QSortFilterProxyModel(this);
+    sorted->setSourceModel(m_detailsModel);
+    sorted->setSortRole(ActivityDetailsModel::SortRole);
+    sorted->setSortCaseSensitivity(Qt::CaseInsensitive);
+    auto* look = new OutcomeLook(ActivityDetailsModel::KindRole, ActivityDetailsModel::Result, {}, this);
+    look->setSourceModel(sorted);
+    setUpTable(*m_details, "activityDetails", QStringLiteral("Computers of the chosen run"));
+    m_details->setModel(look);
+    m_details->setSortingEnabled(true);
+    QHeaderView* header = m_details->header();
+    rememberSorting(header, QStringLiteral("activityDetailsTable"),
+                    {QStringLiteral("computer"), QStringLiteral("outcome"), QStringLiteral("reason")});
+    look->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
+    header->resizeSection(ActivityDetailsModel::Computer, 246);
+    header->resizeSection(ActivityDetailsModel::Result, 150);
+
+    m_title->setFont(themeFont(1.05, QFont::DemiBold));
+    m_title->setObjectName(QStringLiteral("activityTitle"));
+    auto* head = new QVBoxLayout;
+    head->setContentsMargins(Metrics::unit * 1.5, Metrics::unit * 1.25, Metrics::unit * 1.5, Metrics::unit);
+    head->setSpacing(2);
+    head->addWidget(m_title);
+    head->addWidget(m_subtitle);
+    auto* details = new QWidget(this);
+    auto* layout = new QVBoxLayout(details);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(head);
+    layout->addWidget(hairline(details));
+    layout->addWidget(m_details, 1);
+    details->setMinimumHeight(130);
+    return details;
+}
+
+QWidget* ActivityWindow::buildWarning() {
+    auto* line = new QWidget(this);
+    auto* layout = new QHBoxLayout(line);
+    layout->setContentsMargins(Metrics::unit * 1.5, Metrics::unit, Metrics::unit * 1.5, 0);
+    layout->setSpacing(Metrics::unit);
+    layout->addWidget(m_warningSymbol);
+    layout->addWidget(m_warning, 1);
+    m_warning->setObjectName(QStringLiteral("activityWarning"));
+    return line;
+}
+
+QWidget* ActivityWindow::buildButtons() {
+    const std::tuple<QPushButton*, const char*, QString> buttons[] = {
+        {m_copy, "activityCopy", QStringLiteral("Copy the selected runs as text")},
+        {m_export, "activityExport", QStringLiteral("Write all runs that are listed into a file")},
+        {m_stopExport, "activityStopExport", QStringLiteral("Give up writing the file")},
+        {m_retry, "activityRetry", QStringLiteral("Do it again on the computers where it was not done")},
+        {m_undo, "activityUndo", QStringLiteral("Take it back on the computers where it was done")}};
+    auto* bar = new QWidget(this);
+    auto* layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(Metrics::unit * 1.5, Metrics::unit * 1.5, Metrics::unit * 1.5,
+                               Metrics::unit * 1.5);
+    layout->setSpacing(Metrics::unit);
+    layout->addWidget(m_status, 1);
+    for (const auto& [button, objectName, help] : buttons) {
+        button->setObjectName(QLatin1String(objectName));
+        button->setToolTip(help);
+        layout->addWidget(button);
+    }
+    m_stopExport->hide();
+    auto* menu = new QMenu(m_export);
+    menu->addAction(QStringLiteral("As &CSV…"), this, [this] { chooseExport(ActivityExport::Format::Csv); });
+    menu->addAction(QStringLiteral("As &JSON…"), this,
+                    [this] { chooseExport(ActivityExport::Format::Json); });
+    m_export->setMenu(menu);
+    m_status->setObjectName(QStringLiteral("activityStatus"));
+    return bar;
+}
+
+void ActivityWindow::connectParts() {
+    connect(m_filters, &ActivityFilterBar::filterChanged, this, [this] {
+        m_model->setFilter(m_filters->filter());
+        updateStatus();
+    });
+    connect(m_filters->searchField(), &SearchField::moveToList, m_list, qOverload<>(&QWidget::setFocus));
+    connect(m_empty, &EmptyState::buttonClicked, m_filters, &ActivityFilterBar::clear);
+    connect(m_model, &ActivityModel::loaded, this, &ActivityWindow::rowsLoaded);
+    connect(m_list->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &ActivityWindow::currentChanged);
+    connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &ActivityWindow::updateActions);
+    connect(&m_store, &ActivityStore::problemChanged, this, &ActivityWindow::updateWarning);
+    m_facetsTimer.setSingleShot(true);
+    m_facetsTimer.setInterval(facetsPause);
+    connect(&m_facetsTimer, &QTimer::timeout, this, &ActivityWindow::readFacets);
+    connect(&m_store, &ActivityStore::changed, this, [this] {
+        if (isVisible() && !m_facetsTimer.isActive()) m_facetsTimer.start();
+    });
+
+    connect(m_copy, &QPushButton::clicked, this, &ActivityWindow::copyRuns);
+    connect(m_stopExport, &QPushButton::clicked, this, [this] {
+        if (m_exportStops) *m_exportStops = true;
+    });
+    connect(m_retry, &QPushButton::clicked, this, [this] { act(m_actions.retry); });
+    connect(m_undo, &QPushButton::clicked, this, [this] { act(m_actions.undo); });
+    connect(new QShortcut(QKeySequence::Copy, this), &QShortcut::activated, this, &ActivityWindow::copy);
+    connect(new QShortcut(QKeySequence::Find, this), &QShortcut::activated, this, [this] {
+        m_filters->searchField()->setFocus();
+        m_filters->searchField()->selectAll();
+    });
+    connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
+    for (QTreeView* table : {m_list, m_details})
+        connect(table, &QWidget::customContextMenuRequested, this, [this, table](const QPoint& position) {
+            QMenu* const menu = makeContextMenu(*table, QStringLiteral("activityMenu"));
+            QAction* const copies = menu->addAction(symbolIcon(QStringLiteral("copy")),
+                                                    QStringLiteral("Copy"), this, &ActivityWindow::copy);
+            copies->setEnabled(table->selectionModel()->hasSelection());
+            menu->popup(table->viewport()->mapToGlobal(position));
+        });
+}
+
+// MARK: Events
+
+void ActivityWindow::showEvent(QShowEvent* event) {
+    m_model->setActive(true);
+    readFacets();
+    QWidget::showEvent(event);
+}
+
+void ActivityWindow::hideEvent(QHideEvent* event) {
+    m_model->setActive(false);
+    QWidget::hideEvent(event);
+}
+
+void ActivityWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape) {
+        close();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void ActivityWindow::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) updateWarning();
+    QWidget::changeEvent(event);
+}
+
+// MARK: The list
+
+void ActivityWindow::readFacets() {
+    m_store.read(
+        this, [](ActivityDatabase& database) { return database.facets(); },
+        [this](const ActivityAnswer<ActivityFacets>& answer) {
+            if (answer.error.isEmpty()) m_filters->setFacets(answer.value);
+        });
+}
+
+void ActivityWindow::rowsLoaded() {
+    const bool any = m_model->rowCount() > 0;
+    m_empty->setButtonText({});
+    if (!m_model->error().isEmpty()) {
+        m_empty->setContents(QStringLiteral("error"), QStringLiteral("Activity cannot be read"),
+                             m_model->error());
+    } else if (m_model->isLoading()) {
+        m_empty->setBusy(QStringLiteral("Reading what was done"));
+    } else if (!m_model->filter().isEmpty()) {
+        m_empty->setContents(QStringLiteral("search"), QStringLiteral("Nothing like that was done"),
+                             QStringLiteral("No run passes the filters above."));
+        m_empty->setButtonText(QStringLiteral("Show All Runs"));
+    } else {
+        m_empty->setContents(QStringLiteral("activity"), QStringLiteral("Nothing was done yet"),
+                             QStringLiteral("Whatever the tools do on computers is listed here, with what "
+                                            "became of it on each of them."));
+    }
+    m_stack->setCurrentWidget(any ? static_cast<QWidget*>(m_list) : m_empty);
+    const qint64 wanted = m_wantedKey != 0 ? m_wantedKey : m_recordKey;
+    if (m_model->rowOf(m_wantedKey) >= 0) m_wantedKey = 0;
+    if (any && (currentKey() == 0 || currentKey() != wanted)) select(wanted);
+    if (!any) currentChanged();
+    updateStatus();
+    updateActions();
+}
+
+qint64 ActivityWindow::currentKey() const {
+    return m_list->currentIndex().data(ActivityModel::KeyRole).toLongLong();
+}
+
+/// That run, or the newest one when it is not in the list.
+void ActivityWindow::select(qint64 key) {
+    const QModelIndex index = m_list->model()->index(std::max(0, m_model->rowOf(key)), 0);
+    m_list->selectionModel()->setCurrentIndex(
+        index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    m_list->scrollTo(index);
+}
+
+void ActivityWindow::showRun(const QString& runId) {
+    m_store.read(
+        this, [runId](ActivityDatabase& database) { return database.keyOf(runId); },
+        [this](const ActivityAnswer<std::optional<qint64>>& answer) {
+            if (!answer.value) return;
+            m_wantedKey = *answer.value;
+            if (!m_filters->filter().isEmpty()) return m_filters->clear();
+            if (m_model->rowOf(m_wantedKey) >= 0) select(std::exchange(m_wantedKey, 0));
+        });
+}
+
+void ActivityWindow::updateStatus() {
+    const qint64 count = m_model->rowCount();
+    QString text = m_model->isLoading()          ? QStringLiteral("Reading…")
+                   : m_model->filter().isEmpty() ? countOf(count)
+                                                 : QStringLiteral("%1 found").arg(countOf(count));
+    if (!m_exportText.isEmpty()) text = m_exportText;
+    m_status->setText(text);
+    m_export->setVisible(!m_exportStops);
+    m_export->setEnabled(count > 0);
+    m_stopExport->setVisible(bool(m_exportStops));
+}
+
+void ActivityWindow::updateWarning() {
+    const QString problem = m_store.problem();
+    m_warning->parentWidget()->setVisible(!problem.isEmpty());
+    m_warning->setText(QStringLiteral("What is done now is not kept: %1").arg(problem));
+    m_warningSymbol->setPixmap(symbolPixmap(QStringLiteral("warning"), themeColors().warning,
+                                            warningSymbolSize, devicePixelRatioF()));
+}
+
+// MARK: The chosen run
+
+void ActivityWindow::currentChanged() {
+    m_exportText = m_exportStops ? m_exportText : QString();
+    if (currentKey() == 0) return showRecord(nullptr);
+    if (currentKey() != m_recordKey) readRecord();
+}
+
+/// One at a time, whatever was passed over with the arrow keys.
+void ActivityWindow::readRecord() {
+    if (m_isReadingRecord) return;
+    m_isReadingRecord = true;
+    const qint64 key = currentKey();
+    m_store.read(
+        this, [key](ActivityDatabase& database) { return database.record(key); },
+        [this, key](const ActivityAnswer<std::optional<RunRecord>>& answer) {
+            m_isReadingRecord = false;
+            if (currentKey() != 0 && currentKey() != key) return readRecord();
+            m_recordKey = key;
+            showRecord(answer.value ? &*answer.value : nullptr);
+        });
+}
+
+void ActivityWindow::showRecord(const RunRecord* record) {
+    m_record = record ? std::optional(*record) : std::nullopt;
+    if (!record) m_recordKey = 0;
+    m_detailsModel->setRecord(record ? *record : RunRecord());
+    m_details->setEnabled(record != nullptr);
+    m_title->setText(record ? record->summary() : QStringLiteral("No run is chosen"));
+    QStringList parts;
+    if (record) {
+        parts << m_model->toolTitle(record->tool) << record->action << record->subject
+              << QLocale().toString(record->started.toLocalTime(), QLocale::ShortFormat)
+              << QStringLiteral("took %1").arg(durationText(*record)) << record->user;
+        if (!record->undoOf.isEmpty()) parts << QStringLiteral("took an earlier run back");
+        if (!record->retryOf.isEmpty()) parts << QStringLiteral("repeated an earlier run");
+        if (const int row = m_model->rowOf(m_recordKey); row >= 0)
+            if (const RunSummary* summary = m_model->summaryAt(row); summary && summary->isTakenBack)
+                parts << QStringLiteral("was taken back");
+        parts.removeAll(QString());
+    }
+    m_subtitle->setText(record ? parts.join(QStringLiteral(" · "))
+                               : QStringLiteral("What became of it on each computer is shown here."));
+    updateActions();
+}
+
+void ActivityWindow::updateActions() {
+    const bool hasSelection = m_list->selectionModel()->hasSelection();
+    m_copy->setEnabled(hasSelection && m_model->rowCount() > 0);
+    const bool isOne =
+        m_record && currentKey() == m_recordKey && m_list->selectionModel()->selectedRows().size() == 1;
+    m_retry->setEnabled(isOne && m_actions.canRetry && m_actions.canRetry(*m_record));
+    m_undo->setEnabled(isOne && m_actions.canUndo && m_actions.canUndo(*m_record));
+}
+
+void ActivityWindow::act(const std::function<void(const RunRecord&)>& action) {
+    if (!m_record || !action) return;
+    action(RunRecord(*m_record));  // the window may show another one before it returns
+    updateActions();
+}
+
+// MARK: Copying and exporting
+
+void ActivityWindow::copy() {
+    if (m_details->hasFocus()) return copySelectedRows(*m_details);
+    copyRuns();
+}
+
+/// What is not read yet is read first.
+void ActivityWindow::copyRuns() {
+    ActivityKeys keys;
+    for (const QModelIndex& index : m_list->selectionModel()->selectedRows())
+        keys.push_back(index.data(ActivityModel::KeyRole).toLongLong());
+    if (keys.empty()) return;
+    std::sort(keys.begin(), keys.end(), std::greater<>());
+    m_store.read(
+        this, [keys = std::move(keys)](ActivityDatabase& database) { return database.summaries(keys); },
+        [this](const ActivityAnswer<QList<RunSummary>>& answer) {
+            QStringList lines;
+            for (const RunSummary& summary : answer.value)
+                lines << lineOf(m_model->cellsOf(summary));
+            if (!lines.isEmpty()) QGuiApplication::clipboard()->setText(lines.join(QLatin1Char('\n')));
+        });
+}
+
+void ActivityWindow::chooseExport(ActivityExport::Format format) {
+    const QString suffix =
+        format == ActivityExport::Format::Csv ? QStringLiteral("csv") : QStringLiteral("json");
+    auto* dialog = new QFileDialog(this, QStringLiteral("Export Activity"),
+                                   QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation),
+                                   QStringLiteral("%1 (*.%2)").arg(suffix.toUpper(), suffix));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix(suffix);
+    dialog->selectFile(
+        QStringLiteral("Activity %1.%2").arg(QDate::currentDate().toString(Qt::ISODate), suffix));
+    connect(dialog, &QFileDialog::fileSelected, this,
+            [this, format](const QString& path) { exportTo(path, format); });
+    dialog->open();
+}
+
+void ActivityWindow::exportTo(const QString& path, ActivityExport::Format format) {
+    if (m_exportStops) return;
+    m_exportStops = std::make_shared<std::atomic<bool>>(false);
+    const QPointer window(this);
+    const auto work = [window, path, format, stops = m_exportStops, file = m_store.path(),
+                       keys = m_model->keys()] {
+        const auto goesOn = [&](int done) {
+            onMainThread([window, done, total = keys.size()] {
+                if (!window || !window->m_exportStops) return;
+                window->m_exportText = QStringLiteral("Exporting: %1 of %2")
+                                           .arg(QLocale().toString(done), countOf(qint64(total)));
+                window->updateStatus();
+            });
+            return !*stops && !VLThread::isCancelled();
+        };
+        const ActivityExport::Result result = ActivityExport::write(file, keys, format, path, goesOn);
+        onMainThread([window, result, path] {
+            if (window) window->exportEnded(result, path);
+        });
+    };
+    m_exportText = QStringLiteral("Exporting…");
+    if (!VLThread::detach(QStringLiteral("activity export"), work))
+        exportEnded({0, QStringLiteral("There is no thread to be had.")}, path);
+    updateStatus();
+}
+
+void ActivityWindow::exportEnded(const ActivityExport::Result& result, const QString& path) {
+    const bool wasStopped = m_exportStops && *m_exportStops;
+    m_exportStops.reset();
+    m_exportText = result.error.isEmpty()
+                       ? QStringLiteral("Exported %1 to %2").arg(countOf(result.runs), path)
+                   : wasStopped ? QStringLiteral("The export was stopped; nothing is written.")
+                                : QString();
+    updateStatus();
+    if (result.error.isEmpty() || wasStopped) return;
+    VLAlert::alertSheetWithMessageText(QStringLiteral("Unable to export the activity"), {}, {}, {},
+                                       result.error, this, false);
+}
