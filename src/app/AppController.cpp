@@ -90,6 +90,8 @@ bool AppController::init() {
     createAuthorization();
     registerDefaults();
     m_activity = std::make_unique<ActivityStore>();
+    connect(&m_taskThreads->runs(), &RunList::ended, this,
+            [this](const RunRecord& record) { m_activity->add(record); });
     VLLog::appendLog(QStringLiteral("Searching for services..."));
     populateServiceGroups();
     if (!startDiscovery()) return false;

@@ -6,11 +6,11 @@
 struct Outcome {
     /// From the best to the worst; where several operations of a run went to one computer, the worst counts.
     enum Kind {
-        Answered,      ///< told what it was asked
-        Done,          ///< did what it was told
-        LeftOut,       ///< selected, but not worked: see RunOptions
-        Skipped,       ///< not asked: disabled, in error, nothing to do there, or the user skipped the password
-        Cancelled,     ///< the user cancelled before its turn
+        Answered,   ///< told what it was asked
+        Done,       ///< did what it was told
+        LeftOut,    ///< selected, but not worked: see RunOptions
+        Skipped,    ///< not asked: disabled, in error, nothing to do there, or the user skipped the password
+        Cancelled,  ///< the user cancelled before its turn
         NotConnected,  ///< no connection when its turn came
         NoAnswer,      ///< asked, and given up on: too slow, or the user stopped waiting
         Refused,       ///< would not: locked, missing, not allowed

@@ -57,7 +57,12 @@ void bringToFront(Window* window) {
 }  // namespace
 
 MainWindow::MainWindow(AppController& controller, QWidget* parent)
-    : QMainWindow(parent), m_controller(controller) {
+    : QMainWindow(parent),
+      m_controller(controller),
+      m_activityActions{[&controller](const RunRecord& run) { return controller.canRetry(run); },
+                        [&controller](const RunRecord& run) { return controller.canUndo(run); },
+                        [&controller](const RunRecord& run) { controller.retryRun(run); },
+                        [&controller](const RunRecord& run) { controller.undoRun(run); }} {
     setObjectName(QStringLiteral("mainWindow"));
     setWindowTitle(QStringLiteral("Orlendo"));
     setWindowIcon(drawingIcon(QStringLiteral(":/icons/orlendo.svg")));

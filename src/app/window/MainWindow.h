@@ -33,7 +33,8 @@ public:
     ~MainWindow() override;
 
     void showTool(const QString& identifier);
-    /// What the window of what was done offers for a run; set before it is first shown.
+    /// What the window of what was done offers for a run: what the controller can do, unless this was called
+    /// before the window was first shown.
     void setActivityActions(ActivityActions actions) { m_activityActions = std::move(actions); }
     /// Null until it was shown.
     [[nodiscard]] ActivityWindow* activityWindow() const { return m_activity; }
