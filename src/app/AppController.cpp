@@ -21,6 +21,7 @@
 namespace {
 
 constexpr std::chrono::seconds longestEnd{10};
+constexpr std::chrono::seconds longestRunEnd{2};
 constexpr quint32 interfaceFileCount = 1;  // the main window, which holds every view
 
 /// In the order in which results are forgotten.
@@ -89,9 +90,7 @@ bool AppController::init() {
     createRunner();
     createAuthorization();
     registerDefaults();
-    m_activity = std::make_unique<ActivityStore>();
-    connect(&m_taskThreads->runs(), &RunList::ended, this,
-            [this](const RunRecord& record) { m_activity->add(record); });
+    createActivity();
     VLLog::appendLog(QStringLiteral("Searching for services..."));
     populateServiceGroups();
     if (!startDiscovery()) return false;
@@ -347,7 +346,11 @@ bool AppController::shutDown() {
     m_refreshedFor.clear();
     m_autoRefresh->setupAutoRefresh({}, 0);
     VLNotificationCenter::defaultCenter().removeObserver(this);
-    if (m_activity) m_activity->close();
+    if (m_activity) {
+        // What the end has cut short is kept as well.
+        MainThread::waitUntil([this] { return m_taskThreads->runs().active().isEmpty(); }, longestRunEnd);
+        m_activity->close();
+    }
 
     m_endedCleanly = VLThread::joinAll(longestEnd);
     if (!m_endedCleanly) {

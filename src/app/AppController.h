@@ -196,6 +196,7 @@ private:
     void createErrorCallback();
     void createRunner();
     void createAuthorization();
+    void createActivity();
     [[nodiscard]] QList<RemoteClientPtr> selectedClients() const;
     [[nodiscard]] VLErrorCallback::Parent errorCallbackParent();
 
@@ -248,7 +249,6 @@ private:
     FailingClientsModel m_failingClients;
     std::unique_ptr<TaskThreads> m_taskThreads;
     std::unique_ptr<RunStatus> m_runStatus;
-    QString m_userName;  ///< of the person at the console
     std::shared_ptr<VLErrorCallback> m_errorCallback;
     std::unique_ptr<RemoteRunner> m_runner;
     std::unique_ptr<AuthorizationController> m_authorization;

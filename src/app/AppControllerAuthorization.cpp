@@ -1,4 +1,4 @@
-// How the authorised runs are tied to the rest of the console.
+// How authorised runs, and the record of all runs, are tied to the rest of the console.
 #include "app/AppController.h"
 
 #include <pwd.h>
@@ -18,6 +18,12 @@ QString consoleUserName() {
 QList<RemoteClientPtr> AppController::selectedClients() const {
     const QList<VLServicePtr> selected = m_services->selectedServices();
     return {selected.begin(), selected.end()};
+}
+
+void AppController::createActivity() {
+    m_activity = std::make_unique<ActivityStore>();
+    m_taskThreads->runs().keepRecords(
+        consoleUserName(), [store = m_activity.get()](const RunRecord& record) { store->add(record); });
 }
 
 void AppController::createAuthorization() {

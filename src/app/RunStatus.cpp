@@ -56,7 +56,7 @@ QString RunStatus::shortList(const QStringList& names) {
 
 void RunStatus::stopWaiting() {
     for (const RunPtr& run : m_runs.active())
-        if (!run->awaited(patience).isEmpty()) run->stopWaiting();
+        run->stopWaiting(patience);
 }
 
 /// A change is followed by a reading of what it has changed, which must not hide what became of it.

@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::chrono::milliseconds refreshDelay{1500};
 constexpr std::chrono::milliseconds lookAgain{500};
+constexpr std::chrono::milliseconds gatherTime{30};  ///< of the steps of the bar
 constexpr auto relaunchText = "Waiting for clients to relaunch...";
 
 QString plural(int count) {
@@ -269,7 +270,8 @@ void TaskThreads::incrementStatusProgress() {
         ++m_steps[runHere()];
         if (isUnderWay) return;
     }
-    post([this] { takeSteps(); });
+    if (MainThread::isCurrent()) return takeSteps();
+    post([this] { QTimer::singleShot(gatherTime, this, [this] { takeSteps(); }); });
 }
 
 /// Many clients may be done with in one turn of the event loop.

@@ -447,7 +447,8 @@ std::shared_ptr<Wave> RemoteRunner::startGroups(const Groups& groups, const QStr
         if (services.isEmpty()) continue;
         auto counted = std::make_shared<CountedWork>(progress);
         VLThread::detach(threadName, [this, threadName, run, work, services, allCountedIn = gate.latch(),
-                                      part = Wave::part(wave), counted = std::move(counted)]() mutable {
+                                      hold = std::make_shared<Run::Hold>(run), part = Wave::part(wave),
+                                      counted = std::move(counted)]() mutable {
             const std::shared_ptr<void> last = std::move(part);
             const RunScope scope(run);
             const std::shared_ptr<CountedWork> counting = std::move(counted);
@@ -479,6 +480,7 @@ QVariant RemoteRunner::objectsFromRemoteMethod(const QString& selector, const QV
     m_environment.progress->setProcessingCancelled(false);
     m_environment.progress->startStatusProgress();
     const auto read = std::make_shared<Read>();
+    const auto former = m_threadedObjectDict.shared();  // let go of on this thread, which takes a while
     resetThreadedObjectDict(read);
     const auto work = [this, selector, obj1, obj2, read](const RemoteClientPtr& service) {
         const QVariant object = objectFromRemoteMethod(selector, obj1, obj2, service);
@@ -514,6 +516,7 @@ void RemoteRunner::executeRemoteTasks(const QString& task, const QString& bundle
     if (all.leftOut.isEmpty()) return;
     if (!followsUp()) return noteLeftOut(all, run);
     VLThread::detach(threadName, [this, threadName, run, work, wave, leftOut = all.leftOut,
+                                  hold = std::make_shared<Run::Hold>(run),
                                   counted = std::make_shared<CountedWork>(m_environment.progress)] {
         const RunScope scope(run);
         wave->waitOnProcessingWithTimeout(0, *run);

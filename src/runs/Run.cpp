@@ -1,6 +1,5 @@
 #include "runs/Run.h"
 
-#include <QSet>
 #include <QUuid>
 
 #include <algorithm>
@@ -61,12 +60,16 @@ void Run::cancel() {
     m_changed.notify_all();
 }
 
-void Run::stopWaiting() {
+void Run::stopWaiting(std::chrono::milliseconds longerThan) {
+    const auto before = std::chrono::steady_clock::now() - longerThan;
     QList<std::shared_ptr<CallScope>> calls;
     {
         const std::lock_guard lock(m_mutex);
-        for (const Place* const place : std::as_const(m_places))
+        for (const Place* const place : std::as_const(m_places)) {
+            if (place->m_started > before) continue;
+            m_givenUp.insert(keyOf(*place->client()));
             calls.append(place->m_calls);
+        }
     }
     for (const auto& call : std::as_const(calls))
         call->giveUp();
@@ -229,6 +232,7 @@ RunRecord Run::record() const {
 Run::PlacePtr Run::place(const RemoteClientPtr& client) {
     auto place = std::make_shared<Place>(shared_from_this(), client);
     m_places.append(place.get());
+    if (m_givenUp.contains(keyOf(*client))) place->m_calls->giveUp();
     return place;
 }
 
@@ -236,11 +240,6 @@ Run::PlacePtr Run::takePlace(const RemoteClientPtr& client) {
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return m_isCancelled || m_places.size() < m_inFlight; });
     return m_isCancelled ? nullptr : place(client);
-}
-
-Run::PlacePtr Run::tryTakePlace(const RemoteClientPtr& client) {
-    const std::lock_guard lock(m_mutex);
-    return m_isCancelled || m_places.size() >= m_inFlight ? nullptr : place(client);
 }
 
 void Run::leave(Place& place) {

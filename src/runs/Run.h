@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -66,6 +67,8 @@ public:
     [[nodiscard]] const QString& id() const { return m_id; }
     [[nodiscard]] const Description& description() const { return m_description; }
     [[nodiscard]] const QList<RemoteClientPtr>& clients() const { return m_clients; }
+    /// How many operations may be under way at once.
+    [[nodiscard]] int mostInFlight() const { return m_inFlight; }
 
     /// Whether the computer is one of those that it is for; every one is while it names none.
     [[nodiscard]] bool isFor(const QString& key) const;
@@ -73,8 +76,9 @@ public:
     /// Nothing more is started for it; what is under way goes on to its end.
     void cancel();
     [[nodiscard]] bool isCancelled() const { return m_isCancelled; }
-    /// Gives up on the computers whose answer is awaited at this moment. Everything else goes on.
-    void stopWaiting();
+    /// Gives up on the computers that have kept it waiting for longer than that, for the rest of the run.
+    /// Everything else goes on.
+    void stopWaiting(std::chrono::milliseconds longerThan = {});
     /// The names of the computers that have kept it waiting for longer than that.
     [[nodiscard]] QStringList awaited(std::chrono::milliseconds longerThan) const;
     [[nodiscard]] bool isUnderWayOn(const QString& hostName) const;
@@ -147,8 +151,6 @@ public:
     using PlacePtr = std::shared_ptr<Place>;
     /// Waits for a place. None when the run was cancelled.
     [[nodiscard]] PlacePtr takePlace(const RemoteClientPtr& client);
-    /// None when the run was cancelled, or all places are taken.
-    [[nodiscard]] PlacePtr tryTakePlace(const RemoteClientPtr& client);
 
 private:
     friend class RunScope;
@@ -169,7 +171,7 @@ private:
     const QString m_id;
     const Description m_description;
     const QList<RemoteClientPtr> m_clients;
-    const qsizetype m_inFlight;
+    const int m_inFlight;
     const std::function<void(Run&)> m_ended;
     const QDateTime m_started;
 
@@ -179,6 +181,7 @@ private:
     QList<Place*> m_places;             ///< that are taken, in the order in which they were
     QStringList m_keys;                 ///< of those that it is for, and of others that it came to
     QHash<QString, Notes> m_notes;
+    QSet<QString> m_givenUp;  ///< keys
     int m_holds = 0;
     QDateTime m_endedAt;  ///< invalid while it has not ended
 };

@@ -11,6 +11,8 @@ struct RunList::Shared {
     QList<std::weak_ptr<Run>> active;
     QList<QString> redoOrder;
     QHash<QString, Redo> redos;
+    QString userName;
+    std::function<void(const RunRecord&)> keep;
     RunList* list = nullptr;  ///< main thread; null once it is gone
 };
 
@@ -34,6 +36,12 @@ RunList::~RunList() {
     m_shared->list = nullptr;
 }
 
+void RunList::keepRecords(const QString& userName, std::function<void(const RunRecord&)> keep) {
+    const std::lock_guard lock(m_shared->mutex);
+    m_shared->userName = userName;
+    m_shared->keep = std::move(keep);
+}
+
 RunPtr RunList::begin(Run::Description description, QList<RemoteClientPtr> clients) {
     const auto tell = [](const std::shared_ptr<Shared>& shared, std::function<void(RunList&)> how) {
         onMainThread([shared, how = std::move(how)] {
@@ -41,6 +49,15 @@ RunPtr RunList::begin(Run::Description description, QList<RemoteClientPtr> clien
         });
     };
     const auto hasEnded = [shared = m_shared, tell](Run& run) {
+        const bool isNamed = !run.description().action.isEmpty();
+        RunRecord record = isNamed ? run.record() : RunRecord();
+        std::function<void(const RunRecord&)> keep;
+        {
+            const std::lock_guard lock(shared->mutex);
+            record.user = shared->userName;
+            keep = shared->keep;
+        }
+        if (isNamed && keep) keep(record);
         {
             const std::lock_guard lock(shared->mutex);
             shared->active.removeIf([&](const std::weak_ptr<Run>& other) {
@@ -48,9 +65,8 @@ RunPtr RunList::begin(Run::Description description, QList<RemoteClientPtr> clien
                 return !present || present.get() == &run;
             });
         }
-        const RunRecord record = run.description().action.isEmpty() ? RunRecord() : run.record();
-        tell(shared, [record](RunList& list) {
-            if (!record.id.isEmpty()) Q_EMIT list.ended(record);
+        tell(shared, [record, isNamed](RunList& list) {
+            if (isNamed) Q_EMIT list.ended(record);
             Q_EMIT list.changed();
         });
     };

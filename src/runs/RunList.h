@@ -22,6 +22,9 @@ public:
     explicit RunList(QObject* parent = nullptr);
     ~RunList() override;
 
+    /// `userName`: of the person at the console, for the records. `keep` gets the record of every run that
+    /// has a name, on the thread that ends it; also of those that end while the program quits.
+    void keepRecords(const QString& userName, std::function<void(const RunRecord&)> keep);
     /// A run that begins now; it ends when the last who works for it lets go of it.
     [[nodiscard]] RunPtr begin(Run::Description description, QList<RemoteClientPtr> clients);
     /// The number of the run that was begun last.

@@ -86,7 +86,7 @@ class RunTest : public QObject {
                     return !active.isEmpty() && active.first()->awaited(350ms) == QStringList{u"c2"_s};
                 },
                 patience);
-            runs.active().first()->stopWaiting();
+            runs.active().first()->stopWaiting(350ms);
         });
     }
 
@@ -127,6 +127,27 @@ private Q_SLOTS:
                                        : record.summary());
         QTRY_COMPARE(ended.size(), 1);
         QVERIFY(!bench.progress.isProcessing());
+    }
+
+    /// A run does not come back to a computer that it gave up on, and waits for the others as before.
+    void givenUpForTheRestOfTheRun() {
+        Bench bench;
+        std::atomic<int> asked{0};
+        bench.addClients(1, [&](const QString&, const QVariantList&) { return ++asked, neverAnswer(); });
+        bench.addClients(1, answerAfter(600ms, QVariantList{1}));
+        const RunRecord record = bench.runFor({}, [&] {
+            const RunPtr run = Run::current();
+            VLThread::detach(u"impatient"_s, [run] {
+                std::this_thread::sleep_for(100ms);
+                run->stopWaiting(1h);  // nobody has waited that long
+                MainThread::waitUntil([run] { return run->awaited(0ms).size() == 1; }, patience);
+                run->stopWaiting();
+            });
+            (void)bench.runner.objectsFromRemoteMethod(list);
+            (void)bench.runner.objectsFromRemoteMethod(list);
+        });
+        QCOMPARE(words(record), (QStringList{u"no answer"_s, u"answered"_s}));
+        QCOMPARE(asked.load(), 2);  // in memory it is asked, though nobody waits
     }
 
     /// Whichever answers first, what is taken comes in the order of the selection, and while the slow one is

@@ -95,7 +95,11 @@ void MainWindow::buildContents() {
     m_panes =
         new ToolPanes([this](const QString& identifier) { return m_controller.toolController(identifier); });
     m_panes->setMinimumWidth(420);
-    m_status = new StatusPanel(m_controller.taskThreads());
+    const ActivityActions& actions = m_activityActions;
+    const auto showDetails = [this](const RunRecord& record) { showActivityOf(record.id); };
+    m_status = new StatusPanel(
+        m_controller.taskThreads(), m_controller.runStatus(),
+        {actions.canRetry, actions.canUndo, actions.retry, actions.undo, showDetails});
 
     m_splitter = new QSplitter(Qt::Horizontal);
     m_splitter->setObjectName(QStringLiteral("mainSplitter"));

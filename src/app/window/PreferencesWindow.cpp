@@ -6,6 +6,7 @@
 #include "foundation/VLFormat.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLUserDefaults.h"
+#include "runs/RunList.h"
 #include "system/VLAlert.h"
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
@@ -18,6 +19,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QShortcut>
+#include <QSpinBox>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -51,6 +53,7 @@ PreferencesWindow::PreferencesWindow(AppController& controller, QWidget* parent)
     buildGeneral(addSection(QStringLiteral("toolbox"), QStringLiteral("General")));
     buildSecurity(addSection(QStringLiteral("identity"), QStringLiteral("Security")));
     buildNetwork(addSection(QStringLiteral("computers"), QStringLiteral("Network")));
+    buildRuns(addSection(QStringLiteral("activity"), QStringLiteral("Runs")));
     bar->addStretch();
     m_sections->button(0)->setChecked(true);
     connect(m_sections, &QButtonGroup::idClicked, m_stack, &QStackedWidget::setCurrentIndex);
@@ -168,6 +171,44 @@ void PreferencesWindow::buildNetwork(QVBoxLayout* page) {
             &PreferencesWindow::addComputerRequested);
 }
 
+void PreferencesWindow::buildRuns(QVBoxLayout* page) {
+    addNumber(page, QLatin1String(RunList::inFlightKey), QStringLiteral("&Computers worked at once:"),
+              {RunList::fewestInFlight, RunList::mostInFlight}, {},
+              QStringLiteral("More get a large fleet done sooner and load the network more. Holds from the "
+                             "next run on."));
+    const QString followUp = QLatin1String(RunList::followUpKey);
+    const QCheckBox* rest = addSwitch(
+        page, followUp, QStringLiteral("Work the computers that are left over"),
+        QStringLiteral("A run divides the selected computers evenly among this machine's processors. Those "
+                       "that are left over follow by themselves; otherwise you are told which they are."));
+    connect(rest, &QCheckBox::clicked, this, [followUp](bool on) { Preferences::setOn(followUp, on); });
+    addNumber(page, QStringLiteral("activityDays"), QStringLiteral("Keep &Activity for:"), {1, 3'650},
+              QStringLiteral(" days"), {});
+    addNumber(page, QStringLiteral("activityMegabytes"), QStringLiteral("Use at &most:"), {1, 10'000},
+              QStringLiteral(" MB"), QStringLiteral("What is older goes first."));
+    page->addStretch();
+}
+
+void PreferencesWindow::addNumber(QVBoxLayout* page, const QString& key, const QString& caption, Range range,
+                                  const QString& unit, const QString& help) {
+    auto* const number = new QSpinBox(this);
+    number->setObjectName(key);
+    number->setRange(range.least, range.most);
+    number->setSuffix(unit);
+    number->setAccessibleDescription(help);
+    auto* const label = new QLabel(caption, this);
+    label->setBuddy(number);
+    auto* const row = new QHBoxLayout;
+    row->addWidget(label);
+    row->addWidget(number);
+    row->addStretch();
+    page->addLayout(row);
+    if (!help.isEmpty()) addHelp(page, help, 0);
+    m_numbers.insert(key, number);
+    connect(number, &QSpinBox::editingFinished, this,
+            [number, key] { Preferences::setNumber(key, number->value()); });
+}
+
 // ---- Changes
 
 /// Without a way to ask for the password the next start would end at once.
@@ -194,6 +235,8 @@ void PreferencesWindow::passwordToggled(bool on) {
 void PreferencesWindow::renew() {
     for (auto box = m_switches.cbegin(); box != m_switches.cend(); ++box)
         box.value()->setChecked(Preferences::isOn(box.key()));
+    for (auto number = m_numbers.cbegin(); number != m_numbers.cend(); ++number)
+        number.value()->setValue(static_cast<int>(Preferences::number(number.key())));
     m_theme->setCurrentIndex(m_theme->findData(int(currentTheme())));
 }
 

@@ -8,6 +8,7 @@ class QButtonGroup;
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QSpinBox;
 class QStackedWidget;
 class QVBoxLayout;
 
@@ -29,7 +30,13 @@ private:
     void buildGeneral(QVBoxLayout* page);
     void buildSecurity(QVBoxLayout* page);
     void buildNetwork(QVBoxLayout* page);
+    void buildRuns(QVBoxLayout* page);
     QCheckBox* addSwitch(QVBoxLayout* page, const QString& key, const QString& text, const QString& help);
+    struct Range {
+        int least, most;
+    };
+    void addNumber(QVBoxLayout* page, const QString& key, const QString& caption, Range range,
+                   const QString& unit, const QString& help);
     static QLabel* addHelp(QVBoxLayout* page, const QString& text, int indent);
     void passwordToggled(bool on);
     void renew();
@@ -40,4 +47,5 @@ private:
     QStackedWidget* m_stack;
     QComboBox* m_theme = nullptr;
     QHash<QString, QCheckBox*> m_switches;  ///< by the key of the preference
+    QHash<QString, QSpinBox*> m_numbers;    ///< the same
 };

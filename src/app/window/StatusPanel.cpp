@@ -1,5 +1,6 @@
 #include "app/window/StatusPanel.h"
 
+#include "app/RunStatus.h"
 #include "app/TaskThreads.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/ProgressLine.h"
@@ -12,13 +13,23 @@
 #include <QPushButton>
 #include <QToolButton>
 
-StatusPanel::StatusPanel(TaskThreads& taskThreads, QWidget* parent)
+StatusPanel::StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions actions, QWidget* parent)
     : QWidget(parent),
       m_taskThreads(taskThreads),
+      m_runs(runs),
+      m_actions(std::move(actions)),
       m_text(new ElidedLabel(this)),
       m_remark(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
       m_progress(new ProgressLine(this)),
       m_cancel(new QPushButton(QStringLiteral("Cancel"), this)),
+      m_stopWaiting(addAction("stopWaitingBtn", QStringLiteral("Stop Waiting"),
+                              QStringLiteral("Give up on the computers that have not answered yet"))),
+      m_details(addAction("runDetailsBtn", QStringLiteral("Details"),
+                          QStringLiteral("Show what became of it on each computer"))),
+      m_retry(addAction("runRetryBtn", QStringLiteral("Retry Failed"),
+                        QStringLiteral("Do it again on the computers where it was not done"))),
+      m_undo(addAction("runUndoBtn", QStringLiteral("Undo"),
+                       QStringLiteral("Take it back on the computers where it was done"))),
       m_errors(new QToolButton(this)) {
     m_text->setObjectName(QStringLiteral("statusText"));
     m_remark->setObjectName(QStringLiteral("statusRemark"));
@@ -44,6 +55,8 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, QWidget* parent)
     layout->setSpacing(Metrics::unit * 1.5);
     layout->addWidget(m_text);
     layout->addWidget(m_remark, 1);
+    for (QToolButton* const action : {m_stopWaiting, m_details, m_retry, m_undo})
+        layout->addWidget(action);
     layout->addWidget(m_progress);
     layout->addWidget(m_cancel);
     layout->addWidget(m_errors);
@@ -52,8 +65,30 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, QWidget* parent)
 
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_taskThreads.cancelStatusProgress(); });
     connect(m_errors, &QToolButton::clicked, this, &StatusPanel::errorsClicked);
+    connect(m_stopWaiting, &QToolButton::clicked, this, [this] { m_runs.stopWaiting(); });
+    const auto onClick = [this](QToolButton* button, const std::function<void(const RunRecord&)>& action) {
+        connect(button, &QToolButton::clicked, this, [this, action] {
+            if (const std::optional<RunRecord> record = m_runs.last()) action(*record);
+        });
+    };
+    onClick(m_details, m_actions.showDetails);
+    onClick(m_retry, m_actions.retry);
+    onClick(m_undo, m_actions.undo);
     connect(&taskThreads, &TaskThreads::statusChanged, this, &StatusPanel::renew);
+    connect(&runs, &RunStatus::changed, this, &StatusPanel::renewRuns);
     renew();
+    renewRuns();
+}
+
+QToolButton* StatusPanel::addAction(const char* objectName, const QString& title, const QString& toolTip) {
+    auto* const button = new QToolButton(this);
+    button->setObjectName(QLatin1String(objectName));
+    button->setText(title);
+    button->setToolTip(toolTip);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    button->hide();
+    return button;
 }
 
 void StatusPanel::setContentBorderThickness(int points) {
@@ -63,11 +98,24 @@ void StatusPanel::setContentBorderThickness(int points) {
 void StatusPanel::renew() {
     const StatusProgress& status = m_taskThreads.status();
     m_text->setText(status.text);
-    const QString remark = m_taskThreads.statusRemark();
-    m_remark->setText(remark.isEmpty() ? QString() : QStringLiteral("· %1").arg(remark));
     m_progress->showProgress(status.indeterminate, status.value, status.maximum);
     m_progress->setVisible(status.running);
     m_cancel->setVisible(status.cancelVisible);
+}
+
+void StatusPanel::renewRuns() {
+    const std::optional<RunRecord>& last = m_runs.last();
+    const QString underWay = m_runs.underWay();
+    const bool showsLast = underWay.isEmpty() && last;
+    const QString remark = showsLast ? last->summary() : underWay;
+    m_remark->setText(remark.isEmpty() ? QString() : QStringLiteral("· %1").arg(remark));
+    m_stopWaiting->setVisible(!m_runs.awaited().isEmpty());
+    m_details->setVisible(showsLast);
+    const bool isMerelyRest =
+        showsLast && last->successCount() + last->count(Outcome::LeftOut) == last->outcomes.size();
+    m_retry->setText(isMerelyRest ? QStringLiteral("Run on the Rest") : QStringLiteral("Retry Failed"));
+    m_retry->setVisible(showsLast && m_actions.canRetry(*last));
+    m_undo->setVisible(showsLast && m_actions.canUndo(*last));
 }
 
 void StatusPanel::setErrorLabel(const QString& label) {

@@ -2,18 +2,28 @@
 
 #include <QWidget>
 
+#include <functional>
+
 class ElidedLabel;
 class ProgressLine;
 class QPushButton;
 class QToolButton;
+class RunStatus;
 class TaskThreads;
+struct RunRecord;
 
-/// The bar at the bottom of the window: what is going on, how far it is, Cancel, and the count of errors.
+/// The bar at the bottom of the window: what is going on, how far it is, Cancel, and the count of errors; and
+/// how the last run ended, with what can be done about it.
 class StatusPanel : public QWidget {
     Q_OBJECT
 public:
-    /// `taskThreads` outlives the panel.
-    explicit StatusPanel(TaskThreads& taskThreads, QWidget* parent = nullptr);
+    /// What may be done about a run that has ended.
+    struct RunActions {
+        std::function<bool(const RunRecord&)> canRetry, canUndo;
+        std::function<void(const RunRecord&)> retry, undo, showDetails;
+    };
+    /// All that is given outlives the panel.
+    StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions actions, QWidget* parent = nullptr);
 
     /// Height of the bar; more where the font needs it.
     void setContentBorderThickness(int points);
@@ -28,12 +38,21 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    [[nodiscard]] QToolButton* addAction(const char* objectName, const QString& title,
+                                         const QString& toolTip);
     void renew();
+    void renewRuns();
 
     TaskThreads& m_taskThreads;
+    RunStatus& m_runs;
+    const RunActions m_actions;
     ElidedLabel* m_text;
     ElidedLabel* m_remark;
     ProgressLine* m_progress;
     QPushButton* m_cancel;
+    QToolButton* m_stopWaiting;
+    QToolButton* m_details;
+    QToolButton* m_retry;
+    QToolButton* m_undo;
     QToolButton* m_errors;
 };
