@@ -432,7 +432,7 @@ void drawActivity(SampleConsole& console) {
     search->setText(u"grading disable"_s);
     QTest::qWait(1'000);
     save(window, u"activity-search"_s);
-    search->setText(u"nowhere"_s);
+    search->setText(u"no such thing"_s);
     QTest::qWait(1'000);
     save(window, u"activity-none"_s);
     search->clear();
