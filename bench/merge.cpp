@@ -1,7 +1,7 @@
 // How long the answers of many clients take to be merged: plug-ins into rows, and the general merge rules.
 #include "remote/Aggregation.h"
-#include "tools/addonry/PluginList.h"
-#include "tools/addonry/RowMerger.h"
+#include "tools/addonry/VLPluginItem.h"
+#include "tools/merged/RowMerger.h"
 
 #include <QElapsedTimer>
 #include <QTextStream>
@@ -83,11 +83,10 @@ int main() {
     for (int client = 0; client < clients; ++client)
         hostNames.append(hostName(client));
     measure(QStringLiteral("plug-in lists checked and merged into rows"), [&] {
-        RowMerger merger;
+        RowMerger<VLPluginItem> merger;
         for (int client = 0; client < clients; ++client)
-            for (const QVariantMap& instance : PluginList::fromAnswer(answers.at(client)).instances)
-                merger.add(instance, hostNames.at(client));
-        static_cast<void>(merger.takeRows(hostNames));
+            merger.add(hostNames.at(client), VLPluginItem::checked(answers.at(client)).entries);
+        static_cast<void>(merger.takeRows());
     });
 
     const QVariantList all = dictionaries();

@@ -16,10 +16,11 @@
 #include "support/TestEnvironment.h"
 #include "system/VLAlert.h"
 #include "tools/cronwell/CronwellController.h"
-#include "tools/cronwell/TaskRowMerger.h"
+#include "tools/merged/RowMerger.h"
 #include "tools/settlekeep/SettlekeepController.h"
 #include "ui/SampleConsole.h"
 #include "widgets/AlertSheet.h"
+#include "widgets/SearchField.h"
 #include "widgets/Theme.h"
 
 #include <QAction>
@@ -160,17 +161,16 @@ void drawCronwell(SampleConsole& console, const QStringList& hosts) {
     auto& cronwell = *static_cast<CronwellController*>(console.controller->toolController(u"cronwell"_s));
     if (QTest::qWaitFor([&] { return cronwell.hasResult() && !cronwell.isBusy(); }))
         save(*console.window, u"cronwell-empty"_s);
-    TaskRowMerger merger;
+    QList<QList<QVariantMap>> jobs(hosts.size());
     const auto add = [&](const QString& tool, const QString& task, const QStringList& schedules, int root) {
         for (qsizetype host = 0; host < schedules.size(); ++host) {
             if (schedules[host].isEmpty()) continue;
-            merger.add({{u"taskDescription"_s, task},
-                        {u"taskBundleID"_s, QString(u"com.velmora."_s + tool)},
-                        {u"frequencyDescription"_s, schedules[host].section(u'|', 0, 0)},
-                        {u"filename"_s, QString(u"com.velmora.cronwell."_s + tool + u".plist"_s)},
-                        {u"enabled"_s, schedules[host].endsWith(u"|off"_s) ? 0 : 1},
-                        {u"root"_s, root}},
-                       hosts[host]);
+            jobs[host].append({{u"taskDescription"_s, task},
+                               {u"taskBundleID"_s, QString(u"com.velmora."_s + tool)},
+                               {u"frequencyDescription"_s, schedules[host].section(u'|', 0, 0)},
+                               {u"filename"_s, QString(u"com.velmora.cronwell."_s + tool + u".plist"_s)},
+                               {u"enabled"_s, schedules[host].endsWith(u"|off"_s) ? 0 : 1},
+                               {u"root"_s, root}});
         }
     };
     const QString three = u"Every day at 3:00"_s, monday = u"Every Monday at 14:30"_s;
@@ -180,7 +180,12 @@ void drawCronwell(SampleConsole& console, const QStringList& hosts) {
     add(u"Routemark"_s, u"Check scratch disks"_s, {u"Whenever /Volumes changes"_s, {}, {}, {}}, 0);
     add(u"Snapmend"_s, u"Repair disk permissions with an extraordinarily long task name"_s,
         {u"Every month on day 5 Every hour at minute 00"_s, u"Every 3600 seconds"_s, {}, three}, 1);
-    cronwell.setCronwellArray(merger.takeRows(hosts));
+    RowMerger<VLScheduledTask> merger;
+    for (qsizetype host = 0; host < hosts.size(); ++host)
+        merger.add(hosts[host], jobs[host]);
+    merger.addUnanswered(u"far.local."_s);
+    cronwell.setUnanswered({{u"far.local."_s, u"connection lost"_s}});
+    cronwell.setCronwellArray(merger.takeRows());
     auto* tree = console.find<QTreeView>("cronwellOutline");
     tree->expand(tree->model()->index(0, 0));
     tree->setCurrentIndex(tree->model()->index(2, 0));
@@ -220,6 +225,42 @@ void drawCronwell(SampleConsole& console, const QStringList& hosts) {
     sheet->reject();
 }
 
+/// Computers without an answer, a filter, and a search that hides selected computers.
+void drawNoAnswer(SampleConsole& console, const QStringList& hosts) {
+    QList<VLPluginItem> rows = samplePlugins(hosts);
+    for (VLPluginItem& row : rows) {
+        QList<AskedClient> asked;
+        for (const QString& host : hosts)
+            asked.append({host});
+        row.complete(asked << AskedClient{u"far.local."_s, false});
+    }
+    console.addonry().setUnanswered({{u"far.local."_s, u"Not connected"_s}});
+    console.addonry().setAddonryArray(rows);
+    auto* tree = console.find<QTreeView>("addonryOutline");
+    tree->expand(tree->model()->index(1, 0));
+    console.find<QLineEdit>("addonryFilter")->setText(u"ra"_s);
+    auto* search = console.window->findChild<ClientOutline*>()->searchField();
+    search->setText(u"edit"_s);
+    for (const QSize size : {QSize(1024, 700), QSize(1280, 800)}) {
+        console.window->resize(size);
+        save(*console.window, u"no-answer-%1"_s.arg(size.width()));
+    }
+    console.find<QToolButton>("addonryDisableAllBtn")->click();
+    if (auto* const question = console.window->findChild<AlertSheet*>()) {
+        save(*question, u"disable-all"_s);
+        question->orderOut();
+    }
+    console.find<QToolButton>("paneTargetsBtn")->click();
+    if (QWidget* const menu = QApplication::activePopupWidget()) {
+        save(*menu, u"targets"_s);
+        menu->close();
+    }
+    console.find<QLineEdit>("addonryFilter")->clear();
+    search->clear();
+    console.addonry().setUnanswered({});
+    console.addonry().setAddonryArray(samplePlugins(hosts));
+}
+
 void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.window->show();
     QTest::qWait(100);
@@ -253,6 +294,7 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.addonry().setAddonryArray(samplePlugins(hosts));
     outline->view()->setFocus();
     save(*console.window, u"main"_s);
+    drawNoAnswer(console, hosts);
     drawGroups(console, {one, three, seven});
 
     auto* tree = console.find<QTreeView>("addonryOutline");

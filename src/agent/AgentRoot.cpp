@@ -1,17 +1,20 @@
 #include "agent/AgentRoot.h"
 
-#include "agent/addonry/AddonryService.h"
 #include "agent/authorization/AuthorizationService.h"
 #include "agent/callbacks/CallbackService.h"
-#include "agent/cronwell/CronwellService.h"
 #include "agent/faultscope/FaultscopeService.h"
 #include "agent/identity/IdentityService.h"
 #include "agent/logs/LogService.h"
-#include "agent/settlekeep/SettlekeepService.h"
 #include "agent/tasks/TaskService.h"
 #include "agent/updates/UpdateService.h"
 #include "agent/varispot/VarispotService.h"
 #include "system/VLException.h"
+
+#define PLANNED(word, title, subtitle, interval)
+#define BUILT(word, name) void add##name##Operations(OperationTable& table, AgentContext& agent);
+#include "tools/ToolList.inc"
+#undef BUILT
+#define BUILT(word, name) add##name##Operations(m_operations, *m_agent);
 
 using namespace VLCorvalinServerProtocol;
 
@@ -20,13 +23,11 @@ AgentRoot::AgentRoot(std::shared_ptr<AgentContext> agent) : m_agent(std::move(ag
     addCallbackOperations(m_operations, *m_agent);
     addAuthorizationOperations(m_operations, *m_agent);
     addLogOperations(m_operations, *m_agent);
-    addAddonryOperations(m_operations, *m_agent);
-    addCronwellOperations(m_operations, *m_agent);
     addVarispotOperations(m_operations, *m_agent);
     addFaultscopeOperations(m_operations, *m_agent);
     addUpdateOperations(m_operations, *m_agent);
-    addSettlekeepOperations(m_operations, *m_agent);
     addTaskOperations(m_operations, *m_agent);
+#include "tools/ToolList.inc"
 }
 
 bool AgentRoot::respondsToSelector(const QString& selector) const {

@@ -24,10 +24,6 @@ constexpr std::chrono::seconds longestEnd{10};
 constexpr std::chrono::seconds longestRunEnd{2};
 constexpr quint32 interfaceFileCount = 1;  // the main window, which holds every view
 
-/// In the order in which results are forgotten.
-constexpr const char* clearingOrder[] = {"faultscope", "varispot", "applications", "studio",    "settlekeep",
-                                         "routemark",  "addonry",  "qmaster",      "hostbench", "cronwell"};
-
 VLUserDefaults& defaults() {
     return VLUserDefaults::standardUserDefaults();
 }
@@ -122,7 +118,7 @@ void AppController::createRunner() {
 }
 
 void AppController::registerDefaults() {
-    defaults().registerDefaults(registeredDefaults());
+    defaults().registerDefaults(registeredDefaults(m_tools));
 }
 
 void AppController::populateServiceGroups() {
@@ -321,9 +317,11 @@ void AppController::refreshVisibleTool() {
 
 void AppController::clearData() {
     m_taskThreads->setProcessingCancelled(true);
-    for (const char* identifier : clearingOrder)
-        if (const auto controller = m_toolControllers.value(QLatin1String(identifier)))
-            controller->clearData();
+    QList<Tool> tools = m_tools;
+    std::stable_sort(tools.begin(), tools.end(),
+                     [](const Tool& a, const Tool& b) { return a.clearingPlace < b.clearingPlace; });
+    for (const Tool& tool : std::as_const(tools))
+        if (const auto controller = m_toolControllers.value(tool.identifier)) controller->clearData();
 }
 
 // ---- Shutdown

@@ -20,17 +20,11 @@ bool isNumber(const QVariant& value) {
 
 }  // namespace
 
-QVariantMap registeredDefaults() {
-    return {
+QVariantMap registeredDefaults(const QList<Tool>& tools) {
+    QVariantMap settings{
         {QStringLiteral("SUCheckAtStartup"), true},
         {QStringLiteral("faultscopeLogTableSortedColumn"), QStringLiteral("date")},
         {QStringLiteral("faultscopeLogTableSortedDescending"), true},
-        {QStringLiteral("settlekeepBackupTableSortedColumn"), QStringLiteral("name")},
-        {QStringLiteral("settlekeepBackupTableSortedDescending"), false},
-        {QStringLiteral("addonryOutlineSortedColumn"), QStringLiteral("name")},
-        {QStringLiteral("addonryOutlineSortedDescending"), false},
-        {QStringLiteral("cronwellOutlineSortedColumn"), QStringLiteral("taskDescription")},
-        {QStringLiteral("cronwellOutlineSortedDescending"), false},
         {QStringLiteral("errorLogTableSortedColumn"), QStringLiteral("date")},
         {QStringLiteral("errorLogTableSortedDescending"), true},
         {QStringLiteral("activityDetailsTableSortedColumn"), QStringLiteral("outcome")},
@@ -42,6 +36,9 @@ QVariantMap registeredDefaults() {
         {QLatin1String(RunList::inFlightKey), qlonglong{RunList::usuallyInFlight}},
         {QLatin1String(RunList::followUpKey), true},
     };
+    for (const Tool& tool : tools)
+        settings.insert(tool.settings);
+    return settings;
 }
 
 bool isBooleanNo(const QVariant& value) {

@@ -136,6 +136,7 @@ void BatchRun::deliver() {
         const ToolController* const tool = m_controller.toolController(m_commandLine.reportTool);
         if (tool && tool->hasResult()) {
             m_output.report(reportTable(tool->report()));
+            nameUnanswered(*tool);
         } else {
             m_output.message(QStringLiteral("The report could not be made; the log says why."));
             m_exitCode = 1;
@@ -144,6 +145,16 @@ void BatchRun::deliver() {
     if (m_commandLine.screenshotFile.isEmpty()) return Q_EMIT finished(m_exitCode);
     m_waiting.restart();
     callLater(paintTime, &BatchRun::takePicture);
+}
+
+void BatchRun::nameUnanswered(const ToolController& tool) {
+    for (const UnansweredClient& client : tool.unanswered()) {
+        const QString name = tool.context().friendlyServiceName(client.hostName);
+        m_output.message(
+            printableText(QStringLiteral("No answer from ") + name +
+                          (client.reason.isEmpty() ? QString() : QStringLiteral(": ") + client.reason)));
+        m_exitCode = 1;
+    }
 }
 
 void BatchRun::takePicture() {

@@ -34,6 +34,7 @@ private:
     void waitForIdle();
     void refreshTool();
     void deliver();
+    void nameUnanswered(const ToolController& tool);
     void takePicture();
     [[nodiscard]] QList<VLServicePtr> connectedClients() const;
     [[nodiscard]] QString toolInWork() const;

@@ -33,12 +33,7 @@ QString reportTable(const ToolReport& report) {
     for (const qsizetype width : widths)
         rules.append(QString(width, QLatin1Char('-')));
     QString text = line(report.header, widths) + line(rules, widths);
-    QList<QStringList> rows = report.rows;
-    std::sort(rows.begin(), rows.end(), [](const QStringList& a, const QStringList& b) {
-        const int order = a.value(0).compare(b.value(0), Qt::CaseInsensitive);
-        return order != 0 ? order < 0 : a < b;
-    });
-    for (const QStringList& row : std::as_const(rows))
+    for (const QStringList& row : report.rows)
         text += line(row, widths);
     return text;
 }

@@ -161,19 +161,14 @@ void TaskThreads::setProcessingCancelled(bool cancelled) {
     m_runs.cancelAll();
 }
 
-int TaskThreads::beginRun() {
-    return m_runs.begin({}, {})->number();
+void TaskThreads::beginUnnamed() {
+    static_cast<void>(m_runs.begin({}, {}));
 }
 
-int TaskThreads::currentRun() const {
-    const int run = runHere();
-    return run != 0 ? run : m_runs.lastNumber();
-}
-
-bool TaskThreads::isCancelled(int run) const {
-    if (const RunPtr here = Run::current(); here && here->number() == run) return here->isCancelled();
+bool TaskThreads::isCancelledSince(int begun) const {
+    if (const RunPtr here = Run::current()) return here->isCancelled();
     const std::lock_guard lock(m_countingMutex);
-    return run <= m_counting.lastCancelledRun;
+    return begun <= m_counting.lastCancelledRun;
 }
 
 // ---- Processing
@@ -225,13 +220,14 @@ void TaskThreads::waitOnProcessingWithTimeout([[maybe_unused]] double seconds) {
         return;
     }
     const int run = runHere();
-    const int begun = currentRun();
+    const int begun = m_runs.lastNumber();
     const auto condition = std::make_shared<Condition>();
     m_condition.set(condition);
     std::unique_lock lock(condition->mutex);
     // A waiter whose condition another one has replaced gets no broadcast; it looks for itself. The next run
     // may have started before it does.
-    while (isProcessingPart(run) && !m_processingCancelled && !isCancelled(begun) && !VLThread::isCancelled())
+    while (isProcessingPart(run) && !m_processingCancelled && !isCancelledSince(begun) &&
+           !VLThread::isCancelled())
         condition->changed.wait_for(lock, lookAgain);
 }
 
@@ -250,7 +246,7 @@ void TaskThreads::abandon() {
 
 void TaskThreads::startStatusProgress() {
     const RunPtr run = Run::current();
-    if (!run) static_cast<void>(beginRun());
+    if (!run) beginUnnamed();
     onMainThreadAndWait([this, run] {
         const qsizetype clients = run ? run->clients().size() : 0;
         const double count = clients > 0 ? double(clients) : m_environment.selectedServiceCount();
@@ -386,7 +382,7 @@ void TaskThreads::setStatusRemark(const QString& remark) {
 
 void TaskThreads::startProgressForWindow(QObject* window) {
     const int run = runHere();
-    if (run == 0) static_cast<void>(beginRun());
+    if (run == 0) beginUnnamed();
     onMainThreadAndWait([this, window, run] {
         m_progressHidden = false;
         m_processingCancelled = false;

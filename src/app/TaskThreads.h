@@ -75,9 +75,6 @@ public:
     [[nodiscard]] bool processingCancelled() const override { return m_processingCancelled; }
     void setProcessingCancelled(bool cancelled) override;
     [[nodiscard]] RunList& runs() override { return m_runs; }
-    int beginRun() override;
-    [[nodiscard]] int currentRun() const override;
-    [[nodiscard]] bool isCancelled(int run) const override;
 
     void startStatusProgress() override;
     void incrementStatusProgress() override;
@@ -145,6 +142,9 @@ private:
         bool indeterminate = false;
     };
     [[nodiscard]] static int runHere();
+    // For those without a run: each start of a display counts as the begin of one.
+    void beginUnnamed();
+    [[nodiscard]] bool isCancelledSince(int begun) const;
     [[nodiscard]] bool isProcessingPart(int run) const;
     /// Main thread: the run is processing from here on. Which start this is.
     int startPart(int run);

@@ -28,11 +28,6 @@ public:
     /// What runs. A thread that works for a run (RunScope) counts and shows progress for that one: its end
     /// ends nothing of another's.
     [[nodiscard]] virtual RunList& runs() = 0;
-    // By number, for those without a scope: each start of a progress display begins a run then, and so does
-    // beginRun(). Cancelling cancels every run begun so far, for good.
-    virtual int beginRun() = 0;
-    [[nodiscard]] virtual int currentRun() const = 0;
-    [[nodiscard]] virtual bool isCancelled(int run) const = 0;
 
     /// Status bar of the main window. Start waits for the main thread; the steps are handed over together,
     /// and they and the end without waiting.

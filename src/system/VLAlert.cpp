@@ -95,6 +95,17 @@ int VLAlert::alertSheetWithMessageText(const QString& messageText, const QString
     return alertSheetWithMessageText(messageText, {}, {}, {}, informativeText, parentWindow, true);
 }
 
+void VLAlert::ask(const QString& messageText, const QString& confirm, const QString& informativeText,
+                  QObject* parentWindow, std::function<void()> confirmed, const QString& didEndSelector) {
+    const auto ended = [confirmed = std::move(confirmed)](int returnCode) {
+        if (returnCode == DefaultReturn) confirmed();
+    };
+    alertSheetWithMessageText(
+        messageText, confirm, QStringLiteral("Cancel"), {}, informativeText, parentWindow,
+        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{didEndSelector, ended}}),
+        didEndSelector, false);
+}
+
 int VLAlert::timedAlertSheetWithMessageText(const QString& messageText, const QString& defaultButton,
                                             const QString& alternateButton, const QString& otherButton,
                                             const QString& informativeText, QObject* parentWindow,

@@ -70,6 +70,12 @@ public:
                                          const QString& informativeText, QObject* parentWindow, bool block);
     static int alertSheetWithMessageText(const QString& messageText, const QString& informativeText,
                                          QObject* parentWindow);
+    /// Asks before something is done: `confirm` is what the button that goes on says, beside "Cancel".
+    /// Returns at once; `confirmed` runs on the main thread. `didEndSelector`: the name of the answer's
+    /// selector.
+    static void ask(const QString& messageText, const QString& confirm, const QString& informativeText,
+                    QObject* parentWindow, std::function<void()> confirmed,
+                    const QString& didEndSelector = QLatin1String(defaultSelector));
     /// Blocks; answered with the default button when `interval` passes first.
     static int timedAlertSheetWithMessageText(const QString& messageText, const QString& defaultButton,
                                               const QString& alternateButton, const QString& otherButton,

@@ -1,36 +1,55 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QVariant>
 
 #include <span>
 
-/// What the tools check of the answers that agents give. Any thread.
+/// What the tools keep of the answers that agents give. A tool says in a small table which keys its entries
+/// may have and of which kind; whatever else an agent sends is left out. Any thread.
 namespace AgentAnswer {
 
 inline constexpr qsizetype longestText = 4'096;
 
-/// The value where it is a text of a bearable length, else invalid.
-[[nodiscard]] QVariant text(const QVariant& value);
-/// The value as a whole number where it is a number or a truth value, else invalid.
-[[nodiscard]] QVariant number(const QVariant& value);
-/// 0 or 1 where it is one of those, else invalid.
-[[nodiscard]] QVariant flag(const QVariant& value);
-[[nodiscard]] QVariant date(const QVariant& value);
+/// A kind of value.
+struct Kind {
+    bool (*isRight)(const QVariant&);                  ///< kept as it is
+    QVariant (*mended)(const QVariant&);               ///< what may be kept of another one; invalid: nothing
+    QVariant (*absent)() = [] { return QVariant(); };  ///< stands for none; invalid: the key is left out
+};
+extern const Kind text;        ///< of a bearable length
+extern const Kind filledText;  ///< one that is not empty
+extern const Kind lineOfText;  ///< a filled one without control characters
+extern const Kind number;      ///< whole; truth values count
+extern const Kind count;       ///< a number that is not negative
+extern const Kind flag;        ///< 0 or 1
+extern const Kind date;
+extern const Kind textOrEmpty;  ///< an empty text stands for none
+extern const Kind flagOrZero;
 
-/// A key that an entry may have, and what may be kept of its value; invalid for one of a wrong kind.
+/// A key that entries may have. Without a value of the right kind under a required one an entry is left out.
 struct Key {
     const char* name;
-    QVariant (*clean)(const QVariant&);
+    const Kind& kind;
+    bool isRequired = false;
 };
-/// Copies what the entry has under those keys. Returns how many values were of a wrong kind.
-[[nodiscard]] int copyKeys(const QVariantMap& received, std::span<const Key> keys, QVariantMap& entry);
+/// The keys of an answer's entries, in the order of their names, and how many entries are kept.
+struct Table {
+    std::span<const Key> keys;
+    qsizetype mostEntries;
+};
+struct Entries {
+    QList<QVariantMap> entries;  ///< they share what was received wherever that was right
+    QString complaint;           ///< what was wrong, in plain words; empty when nothing was
+};
+/// Of an array of dictionaries. No answer at all is nothing to complain about.
+[[nodiscard]] Entries fromArray(const QVariant& answer, const Table& table);
+/// Of a dictionary of dictionaries, each of which gets its key under `nameKey` unless that is null.
+[[nodiscard]] Entries fromDictionary(const QVariant& answer, const Table& table,
+                                     const char* nameKey = nullptr);
 
-/// Whether the answer is a list or a dictionary, whichever is wanted. If not, `complaint` says so in plain
-/// words; no answer at all is nothing to complain about.
-[[nodiscard]] bool isList(const QVariant& answer, QString& complaint);
-[[nodiscard]] bool isDictionary(const QVariant& answer, QString& complaint);
-/// What else there was to complain about; empty when all was usable.
-[[nodiscard]] QString complaint(qsizetype received, qsizetype kept, int wrongValues);
+/// The dictionary in a value, without a copy; null for any other value.
+[[nodiscard]] const QVariantMap* dictionaryIn(const QVariant& value);
 
 }  // namespace AgentAnswer

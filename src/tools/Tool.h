@@ -6,6 +6,7 @@
 #include "remote/authorization/AuthorizedRunner.h"
 #include "runs/RunList.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -14,6 +15,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <type_traits>
 
 class QWidget;
 
@@ -29,10 +31,16 @@ struct ToolContext {
     std::function<void(const QString& hostName)> removeStoredPasswordForHost;  ///< on workers
 };
 
-/// A plain text table: what `orlendo --report TOOL` prints, by the first column.
+/// A plain text table: what `orlendo --report TOOL` prints, in the order in which the window has the rows.
 struct ToolReport {
     QStringList header;
     QList<QStringList> rows;
+};
+
+/// A client of which nothing is known, though it was asked.
+struct UnansweredClient {
+    QString hostName;
+    QString reason;  ///< in plain words; may be empty
 };
 
 /// The working half of a tool, without widgets: its workers, and its results as they stand.
@@ -54,6 +62,10 @@ public:
     [[nodiscard]] bool isBusy() const { return m_busy; }
     /// True once a refresh has delivered, also an empty result.
     [[nodiscard]] bool hasResult() const { return m_hasResult; }
+    /// The clients that gave no answer when the results were read. Main thread.
+    [[nodiscard]] const QList<UnansweredClient>& unanswered() const { return m_unanswered; }
+    void setUnanswered(const QList<UnansweredClient>& clients) { m_unanswered = clients; }
+    [[nodiscard]] bool isUnanswered(const QString& hostName) const;
     /// The user cancelled: the busy indicator stops, though the worker may still be on its way out.
     void stopSpinner() { setBusy(false); }
     [[nodiscard]] const ToolContext& context() const { return m_context; }
@@ -90,55 +102,123 @@ protected:
     /// The same as a run for the selected clients, which can be done again: `description` says what it is,
     /// the tool and its computers are filled in. Any thread.
     void startRun(const QString& name, const Run::Description& description, std::function<void()> work);
+    /// The same for these clients.
+    void startRunOn(const QString& name, Run::Description description, const QList<RemoteClientPtr>& clients,
+                    const std::function<void()>& work);
     /// Runs refresh() that way.
     void startRefresh(const QString& name) {
         startWorker(name, [this] { refresh(); });
     }
 
     // For workers.
-    /// Whether a run of TaskProgress was cancelled, or the program quits.
-    [[nodiscard]] bool isStopped(int run) const;
-    /// One reading of what the tool shows, and the run of TaskProgress that it belongs to.
+    /// The run that this thread works for; a new one, for the selected clients, where it works for none.
+    [[nodiscard]] RunPtr runHere() const;
+    /// Whether to go no further: the run was cancelled, this thread's client was given up on, or the program
+    /// quits.
+    [[nodiscard]] static bool isStopped();
+    /// One reading of what the tool shows.
     struct Reading {
-        int number, run;
+        int number;
+        RunPtr run;
+        QList<UnansweredClient> unanswered = {};
     };
     enum class Display { None, StatusBar };
     /// A refresh around `read`: log line, busy indicator where there is nothing to show yet, and what it
     /// throws logged under `name`.
     void runRefresh(const QString& name, const QString& logLine, Display display,
-                    const std::function<bool()>& isEmpty, const std::function<void(const Reading&)>& read);
-    /// Asks the selected clients one after the other, with a step of the status bar for each, and hands on
-    /// what they answer. False when the run was stopped on the way: half a run says nothing about the clients
-    /// that it did not come to.
+                    const std::function<bool()>& isEmpty, const std::function<void(Reading&)>& read);
+    /// Asks the clients of the run, as many at once as it may, and hands on what they answer in their order,
+    /// with a step of the status bar for each: an invalid answer is none, and noted. False when the run was
+    /// stopped on the way: half a run says nothing about the clients that it did not come to.
     [[nodiscard]] bool askEach(
-        const QString& selector, const Reading& reading,
-        const std::function<void(const VLService& client, const QVariant& answer)>& take);
+        const QString& selector, Reading& reading,
+        const std::function<void(const RemoteClient& client, const QVariant& answer)>& take);
+    /// What one client answers; stopping to wait for it is possible.
+    [[nodiscard]] QVariant ask(const QString& selector, const QVariant& argument,
+                               const RemoteClientPtr& client) const;
+    /// Works those of the clients that the run is for in `body`, as many at once as it may, with a step of
+    /// the status bar for each. `name`: of the threads.
+    void forEachClient(const QString& name, const QList<RemoteClientPtr>& clients,
+                       const std::function<void(const RemoteClientPtr& client)>& body) const;
+    /// Works jobs (with a `hostName`) in `body`, those of one client in their order on one thread. Clients
+    /// that are gone are skipped.
+    template <typename Job>
+    void forEachJob(const QString& name, const QList<Job>& jobs,
+                    const std::function<void(const RemoteClientPtr& client,
+                                             const std::type_identity_t<Job>& job)>& body) const {
+        QList<RemoteClientPtr> clients;
+        QHash<const RemoteClient*, QList<Job>> jobsOf;
+        for (const Job& job : jobs) {
+            const RemoteClientPtr client = context().serviceWithHostName(job.hostName);
+            if (!client) continue;
+            QList<Job>& own = jobsOf[client.get()];
+            if (own.isEmpty()) clients.append(client);
+            own.append(job);
+        }
+        forEachClient(name, clients, [&](const RemoteClientPtr& client) {
+            for (const Job& job : *jobsOf.constFind(client.get())) {
+                if (isStopped()) return;
+                body(client, job);
+            }
+        });
+    }
+    /// The client gave no answer: why, as far as the run knows.
+    static void noteUnanswered(const RemoteClient& client, Reading& reading);
+    /// Why a computer that gave no answer is skipped, in plain words.
+    [[nodiscard]] static QString leftAloneText();
+    /// Tells the run which computers it leaves alone, because they gave no answer when they were read.
+    void noteLeftAlone() const;
+    /// The clients of those host names that are known.
+    [[nodiscard]] QList<RemoteClientPtr> clientsNamed(const QStringList& hostNames) const;
     /// Runs `install` on the main thread and waits, unless the run was cancelled or a later reading has been
     /// installed already.
     void install(const Reading& reading, const std::function<void()>& install);
 
+    /// Forgets what was read. Main thread.
+    void forgetResult() {
+        m_hasResult = false;
+        m_unanswered.clear();
+        Q_EMIT changed();
+    }
+
     bool m_hasResult = false;
 
 private:
-    void startRunOn(const QString& name, Run::Description description, const QList<RemoteClientPtr>& clients,
-                    const std::function<void()>& work);
-
     ToolContext m_context;
     bool m_busy = false;
+    QList<UnansweredClient> m_unanswered;
     std::atomic<int> m_lastReading{0};
     int m_installedReading = 0;  ///< main thread
 };
 
-/// One entry of the tool list. A tool without `makeController` is listed but not built yet.
+/// One entry of the tool list: everything that the console knows of a tool. One without `makeController` is
+/// listed but not built yet.
 struct Tool {
-    QString identifier;  ///< "addonry"; also the word for `--report`
+    QString identifier;  ///< "addonry"; also the word for `--report`, and of the drawing
+                         ///< ":/icons/tools/addonry.svg"
     QString title;
-    QString subtitle;         ///< one line on what it does
-    QString iconName;         ///< resource ":/icons/tools/<iconName>.svg"
-    int refreshInterval = 0;  ///< seconds; 0: only when asked to
-    std::function<std::unique_ptr<ToolController>(const ToolContext&)> makeController;
-    std::function<QWidget*(ToolController&, QWidget* parent)> makePane;
+    QString subtitle;           ///< one line on what it does
+    int refreshInterval = 0;    ///< seconds; 0: only when asked to
+    int clearingPlace = 0;      ///< the order in which tools forget their results
+    QVariantMap settings = {};  ///< that it registers, with the values they have until the user changes them
+    std::function<std::unique_ptr<ToolController>(const ToolContext&)> makeController = {};
+    std::function<QWidget*(ToolController&, QWidget* parent)> makePane = {};
 };
 
-/// Every tool in the order of the tool list. A new tool is one line in ToolRegistry.cpp.
+template <typename Controller>
+[[nodiscard]] auto controllerMaker() {
+    return [](const ToolContext& context) -> std::unique_ptr<ToolController> {
+        return std::make_unique<Controller>(context);
+    };
+}
+template <typename Pane, typename Controller>
+[[nodiscard]] auto paneMaker() {
+    return [](ToolController& controller, QWidget* parent) -> QWidget* {
+        return new Pane(static_cast<Controller&>(controller), parent);
+    };
+}
+/// The two settings of a table's sorting.
+[[nodiscard]] QVariantMap sortSettings(const QString& table, const QString& column, bool descending = false);
+
+/// Every tool in the order of the tool list. A new tool is one line in ToolList.inc.
 [[nodiscard]] const QList<Tool>& toolRegistry();

@@ -1,9 +1,13 @@
 #include "foundation/MainThread.h"
+#include "foundation/StoredSorting.h"
 #include "foundation/VLCallLock.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
+#include "runs/InFlight.h"
 #include "system/VLException.h"
 #include "tools/Tool.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -27,44 +31,115 @@ void ToolController::startWorker(const QString& name, std::function<void()> work
     });
 }
 
-bool ToolController::isStopped(int run) const {
-    return context().progress->isCancelled(run) || VLThread::isCancelled();
+bool ToolController::isUnanswered(const QString& hostName) const {
+    return std::any_of(m_unanswered.cbegin(), m_unanswered.cend(),
+                       [&](const UnansweredClient& client) { return client.hostName == hostName; });
+}
+
+RunPtr ToolController::runHere() const {
+    if (RunPtr run = Run::current()) return run;
+    const QList<VLServicePtr> selected = context().selectedServices();
+    return context().progress->runs().begin({.tool = context().tool}, {selected.begin(), selected.end()});
+}
+
+bool ToolController::isStopped() {
+    return Run::shallStop() || VLThread::isCancelled();
 }
 
 void ToolController::runRefresh(const QString& name, const QString& logLine, Display display,
                                 const std::function<bool()>& isEmpty,
-                                const std::function<void(const Reading&)>& read) {
+                                const std::function<void(Reading&)>& read) {
     const VLCallLock lock;
-    TaskProgress& progress = *context().progress;
+    const RunPtr run = runHere();
+    const RunScope scope(run);
     onMainThreadAndWait([&] {
         if (isEmpty()) setBusy(true);
     });
     VLLog::appendLog(logLine);
     const int number = ++m_lastReading;
-    if (display == Display::StatusBar) progress.startStatusProgress();
+    if (display == Display::StatusBar) context().progress->startStatusProgress();
     try {
-        read({number, display == Display::StatusBar ? progress.currentRun() : progress.beginRun()});
+        Reading reading{number, run};
+        read(reading);
     } catch (const std::exception& exception) {
         logExceptionOf(name, exception);
     }
     onMainThreadAndWait([this] { setBusy(false); });
-    if (display == Display::StatusBar) progress.endStatusProgress();
+    if (display == Display::StatusBar) context().progress->endStatusProgress();
 }
 
-bool ToolController::askEach(const QString& selector, const Reading& reading,
-                             const std::function<void(const VLService&, const QVariant&)>& take) {
-    for (const VLServicePtr& service : context().selectedServices()) {
-        if (isStopped(reading.run)) return false;
-        take(*service, context().runner->objectFromRemoteMethod(selector, {}, {}, service));
+bool ToolController::askEach(const QString& selector, Reading& reading,
+                             const std::function<void(const RemoteClient&, const QVariant&)>& take) {
+    const auto fetch = [&](const RemoteClientPtr& client) {
+        QVariant answer = context().runner->objectFromRemoteMethod(selector, {}, {}, client);
         context().progress->incrementStatusProgress();
+        return answer;
+    };
+    const auto hand = [&](const RemoteClientPtr& client, const QVariant& answer) {
+        if (!answer.isValid()) noteUnanswered(*client, reading);
+        take(*client, answer);
+    };
+    InFlight::readAhead<QVariant, RemoteClient>(reading.run, selector, reading.run->clients(), fetch, hand);
+    return !isStopped();
+}
+
+void ToolController::noteUnanswered(const RemoteClient& client, Reading& reading) {
+    const auto outcome = reading.run->outcome(Run::keyOf(client));
+    reading.unanswered.append({client.hostName(), outcome ? outcome->text() : QString()});
+}
+
+QVariant ToolController::ask(const QString& selector, const QVariant& argument,
+                             const RemoteClientPtr& client) const {
+    QVariant answer;
+    InFlight inFlight(runHere(), selector);
+    inFlight.start(
+        client, [&] { answer = context().runner->objectFromRemoteMethod(selector, argument, {}, client); });
+    inFlight.wait();
+    return answer;
+}
+
+void ToolController::forEachClient(const QString& name, const QList<RemoteClientPtr>& clients,
+                                   const std::function<void(const RemoteClientPtr&)>& body) const {
+    const RunPtr run = runHere();
+    InFlight inFlight(run, name);
+    for (const RemoteClientPtr& client : clients) {
+        if (!run->isFor(Run::keyOf(*client))) continue;
+        const auto work = [this, &body, client] {
+            body(client);
+            context().progress->incrementStatusProgress();
+        };
+        if (isStopped() || !inFlight.start(client, work)) return;
     }
-    return !isStopped(reading.run);
+}
+
+QString ToolController::leftAloneText() {
+    return QStringLiteral("it gave no answer, so it was left alone");
+}
+
+void ToolController::noteLeftAlone() const {
+    QList<UnansweredClient> alone;
+    onMainThreadAndWait([&] { alone = m_unanswered; });
+    const RunPtr run = runHere();
+    for (const UnansweredClient& client : std::as_const(alone))
+        if (run->isFor(client.hostName)) run->note(client.hostName, {Outcome::Skipped, leftAloneText()});
+}
+
+QList<RemoteClientPtr> ToolController::clientsNamed(const QStringList& hostNames) const {
+    QList<RemoteClientPtr> clients;
+    for (const QString& hostName : hostNames)
+        if (const VLServicePtr client = context().serviceWithHostName(hostName)) clients.append(client);
+    return clients;
 }
 
 void ToolController::install(const Reading& reading, const std::function<void()>& install) {
     onMainThreadAndWait([&] {
-        if (reading.number < m_installedReading || context().progress->isCancelled(reading.run)) return;
+        if (reading.number < m_installedReading || reading.run->isCancelled()) return;
         m_installedReading = reading.number;
+        m_unanswered = reading.unanswered;
         install();
     });
+}
+
+QVariantMap sortSettings(const QString& table, const QString& column, bool descending) {
+    return {{sortedColumnKey(table), column}, {sortedDescendingKey(table), descending}};
 }

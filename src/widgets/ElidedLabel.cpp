@@ -29,8 +29,9 @@ QSize ElidedLabel::minimumSizeHint() const {
 
 void ElidedLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    const bool dimmed = m_tone == Tone::Secondary;
-    painter.setPen(dimmed ? themeColors().secondaryText : palette().color(foregroundRole()));
+    painter.setPen(m_tone == Tone::Normal      ? palette().color(foregroundRole())
+                   : m_tone == Tone::Secondary ? themeColors().secondaryText
+                                               : themeColors().warning);
     painter.drawText(rect(), Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
                      fontMetrics().elidedText(m_text, m_mode, width()));
 }

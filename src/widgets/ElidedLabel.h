@@ -6,7 +6,7 @@
 class ElidedLabel : public QWidget {
     Q_OBJECT
 public:
-    enum class Tone { Normal, Secondary };
+    enum class Tone { Normal, Secondary, Warning };
     explicit ElidedLabel(QWidget* parent = nullptr, Tone tone = Tone::Normal);
 
     void setText(const QString& text);

@@ -22,7 +22,7 @@ private Q_SLOTS:
         m_processing = m_installing = false;
         m_active = true;
         m_started = 0;
-        VLUserDefaults::standardUserDefaults().registerDefaults(registeredDefaults());
+        VLUserDefaults::standardUserDefaults().registerDefaults(registeredDefaults({}));
         VLUserDefaults::standardUserDefaults().removeObjectForKey(u"autoRefresh"_s);
         m_refresh = std::make_unique<AutoRefresh>(AutoRefresh::Environment{
             [this] { return m_processing; }, [this] { return m_installing; }, [this] { return m_active; },

@@ -107,17 +107,14 @@ private Q_SLOTS:
     /// Whatever starts next, what was cancelled stays so, and its workers do not count in the new run.
     void cancelledRunsStayCancelled() {
         apply(start);
-        const int run = m_threads->currentRun();
+        const RunPtr run = m_threads->runs().begin({}, {});
         const int late = m_threads->incrementTaskThreadCount();
-        const int withoutDisplay = m_threads->beginRun();
         apply(cancel);
-        QVERIFY(m_threads->isCancelled(run) && m_threads->isCancelled(withoutDisplay));
-        const int afterCancel = m_threads->beginRun();
-        QVERIFY(!m_threads->isCancelled(afterCancel));
+        QVERIFY(run->isCancelled() && !m_threads->runs().begin({}, {})->isCancelled());
 
         apply(start);
         QVERIFY(!m_threads->processingCancelled());
-        QVERIFY(m_threads->isCancelled(run) && !m_threads->isCancelled(m_threads->currentRun()));
+        QVERIFY(run->isCancelled());
         const int counting = m_threads->incrementTaskThreadCount();
         m_threads->decrementTaskThreadCount(late);
         QCOMPARE(m_threads->taskThreadCount(), 1);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/TaskThreads.h"
+#include "foundation/VLUserDefaults.h"
 #include "remote/FakeRemote.h"
 #include "support/TestEnvironment.h"
 #include "tools/Tool.h"
@@ -29,7 +30,14 @@ struct ToolBench {
     RemoteRunner runner{runnerEnvironment()};
     AuthorizedRunner authorizedRunner{authorizedEnvironment()};
 
-    ToolBench() { startNewLog(); }
+    ToolBench() {
+        startNewLog();
+        VLUserDefaults::standardUserDefaults().removeObjectForKey(QLatin1String(RunList::inFlightKey));
+    }
+    /// Clients are worked one after the other, so that it is known who comes before a cancel.
+    static void workOneAtATime() {
+        VLUserDefaults::standardUserDefaults().setObject(1LL, QLatin1String(RunList::inFlightKey));
+    }
 
     FakeProxy& addClient(const QString& name, FakeProxy::Answer answer) {
         const auto service = std::make_shared<FakeService>(name, std::move(answer));
@@ -61,7 +69,6 @@ private:
         RemoteRunner::Environment environment;
         environment.progress = &progress;
         environment.selectedServices = [this] { return clients(); };
-        environment.processorCount = [this] { return int(services.size()); };  // nobody is left out
         return environment;
     }
     AuthorizedRunner::Environment authorizedEnvironment() {

@@ -10,6 +10,7 @@
 #include "support/TestEnvironment.h"
 #include "widgets/AlertSheet.h"
 #include "widgets/ElidedLabel.h"
+#include "widgets/SearchField.h"
 #include "widgets/Theme.h"
 
 #include <QApplication>
@@ -18,6 +19,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -212,6 +214,23 @@ private Q_SLOTS:
         QCOMPARE(outline()->selectionModel()->selectedRows().size(), 1);
         QCOMPARE(outline()->currentIndex().data().toString(), child);
         QCOMPARE(outline()->currentIndex().parent(), moved);
+    }
+
+    void headNamesTheComputers() {
+        addClients();
+        controller().services().setSelectedServices({m_one, m_sound});
+        auto* button = find<QToolButton>("paneTargetsBtn");
+        QTRY_COMPARE(button->text(), u"Edit Bay 1, Sound"_s);
+        controller().services().selectAll();
+        QTRY_COMPARE(button->text(), u"3 computers"_s);
+        QVERIFY(!find<QWidget>("paneTargetsHidden")->isVisible());
+        window().findChild<ClientOutline*>()->searchField()->setText(u"sound"_s);
+        QTRY_VERIFY(find<QWidget>("paneTargetsHidden")->isVisible());
+        QCOMPARE(find<ElidedLabel>("paneTargetsHidden")->text(), u"2 hidden by the search"_s);
+        button->click();
+        const auto* list = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(list && list->actions().size() == 3);
+        QCOMPARE(list->actions().first()->text(), u"Edit Bay 1 – hidden by the search"_s);
     }
 
     void statusPanelAndProgressSheet() {

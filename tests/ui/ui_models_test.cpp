@@ -2,7 +2,7 @@
 #include "app/window/ErrorLogModel.h"
 #include "clients/view/ClientOutlineModel.h"
 #include "support/TestEnvironment.h"
-#include "tools/addonry/AddonryModel.h"
+#include "tools/addonry/AddonryView.h"
 #include "widgets/CellDelegate.h"
 #include "widgets/PlainText.h"
 
@@ -13,6 +13,8 @@
 #include <QTextDocument>
 
 namespace {
+
+using AddonryModel = MergedRowsModel<VLPluginItem>;
 
 constexpr auto failing = QAbstractItemModelTester::FailureReportingMode::QtTest;
 
@@ -40,6 +42,12 @@ VLPluginItem plugin(const QString& name, const QStringList& versions, const QStr
     }
     for (const QString& host : missing)
         addMissing(row, host);
+    return row;
+}
+
+/// The same among three clients, the last of which gave no answer.
+VLPluginItem unanswered(VLPluginItem row) {
+    row.complete({{u"host0.local."_s}, {u"host1.local."_s}, {u"host2.local."_s, false}});
     return row;
 }
 
@@ -76,11 +84,13 @@ private Q_SLOTS:
             {plugin("P", {"1.0", "1.0", "1.0"}, {}, {0, 1, 0}), "Enabled on 2 of 3", "host1: Disabled"},
             {plugin("P", {"1.0", "1.0"}, {}, {}, {0, 1}), "Access differs", "host1: Current User"},
             {plugin("P", {"1.0"}, {"z.local.", "far.local."}), "Missing on 2: far, z", "far, z"},
-            {plugin("P", {"1.0", "2.0"}, {"far.local."}), "Missing on far", "Versions differ"}};
+            {plugin("P", {"1.0", "2.0"}, {"far.local."}), "Missing on far", "Versions differ"},
+            {unanswered(plugin("P", {"1.0", "1.0"})), "No differences", "The same on 2"},
+            {unanswered(plugin("P", {"1.0", "2.0"})), "Versions differ", "host1: 2.0"}};
         for (const auto& [item, status, inToolTip] : rows) {
-            AddonryModel model(friendly);
+            AddonryModel model(addonryLook(), friendly);
             model.setRows({item});
-            const QModelIndex index = model.index(0, AddonryModel::Status);
+            const QModelIndex index = model.index(0, VLPluginItem::Status);
             QCOMPARE(index.data().toString(), status);
             const QString toolTip = index.data(Qt::ToolTipRole).toString();
             QVERIFY2(toolTip.contains(inToolTip), qPrintable(toolTip));
@@ -88,18 +98,18 @@ private Q_SLOTS:
     }
 
     void addonrySortsAndFilters() {
-        AddonryModel model(friendly);
+        AddonryModel model(addonryLook(), friendly);
         const QAbstractItemModelTester tester(&model, failing);
         model.setRows({plugin("beta", {"1.10"}), plugin("Alpha", {"1.9"}), plugin("gamma", {"1.9", "2.0"})});
         const QPersistentModelIndex gamma = model.index(2, 0);
         const QPersistentModelIndex child = model.index(1, 0, gamma);
 
         QCOMPARE(shownNames(model), (QStringList{"Alpha", "beta", "gamma"}));
-        model.sort(AddonryModel::Name, Qt::DescendingOrder);
+        model.sort(VLPluginItem::Name, Qt::DescendingOrder);
         QCOMPARE(shownNames(model), (QStringList{"gamma", "beta", "Alpha"}));
         QCOMPARE(gamma.row(), 0);
         QCOMPARE(child.parent(), QModelIndex(gamma));
-        model.sort(AddonryModel::Version);  // by number: 1.9 before 1.10
+        model.sort(VLPluginItem::Version);  // by number: 1.9 before 1.10
         QCOMPARE(shownNames(model), (QStringList{"gamma", "Alpha", "beta"}));
 
         model.setFilter(u" ALPH"_s, false);
@@ -107,8 +117,15 @@ private Q_SLOTS:
         model.setFilter({}, true);
         QCOMPARE(shownNames(model), QStringList{u"gamma"_s});
         QCOMPARE(shownNames(model, model.index(0, 0)), (QStringList{"host0", "host1"}));
-        model.setRows({plugin("delta", {"1"}, {"far.local."}), plugin("epsilon", {"1"})});
+        const VLPluginItem unknown = unanswered(plugin("zeta", {"1", "1"}));
+        model.setRows({unknown, plugin("delta", {"1"}, {"far.local."}), plugin("epsilon", {"1"})});
         QCOMPARE(shownNames(model), QStringList{u"delta"_s});
+        model.setFilter({}, false);
+        model.sort(
+            VLPluginItem::Status);  // what differs comes first, a client without an answer is no difference
+        QCOMPARE(shownNames(model), (QStringList{"delta", "epsilon", "zeta"}));
+        QCOMPARE(model.index(2, VLPluginItem::Computers).data().toString(), u"2 of 2"_s);
+        QCOMPARE(model.index(2, VLPluginItem::Status, model.index(2, 0)).data().toString(), u"No answer"_s);
     }
 
     void errorLogKeepsRowsWhenOneIsAdded() {
@@ -144,14 +161,14 @@ private Q_SLOTS:
         services.addServiceToList(sample(markup));
         QVERIFY(isLiteral(outline.index(0, 0, outline.allComputersIndex()).data(Qt::ToolTipRole).toString()));
 
-        AddonryModel addonry(friendly);
+        AddonryModel addonry(addonryLook(), friendly);
         VLPluginItem row = plugin(u"P"_s, {markup, u"1"_s});
         row.addChild(pluginInstance(u"P"_s, u"FxPlug"_s, markup), markup);
         addonry.setRows({row});
-        const QModelIndex shown = addonry.index(0, AddonryModel::Status);
+        const QModelIndex shown = addonry.index(0, VLPluginItem::Status);
         QVERIFY(isLiteral(shown.data(Qt::ToolTipRole).toString()));
         QVERIFY(isLiteral(
-            addonry.index(2, AddonryModel::Name, addonry.index(0, 0)).data(Qt::ToolTipRole).toString()));
+            addonry.index(2, VLPluginItem::Name, addonry.index(0, 0)).data(Qt::ToolTipRole).toString()));
 
         ErrorLogModel errors(friendly);
         errors.setQueue({std::make_shared<const ErrorRecord>(

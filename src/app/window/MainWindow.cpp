@@ -12,6 +12,7 @@
 #include "app/window/PreferencesWindow.h"
 #include "app/window/ProgressSheet.h"
 #include "app/window/StatusPanel.h"
+#include "app/window/TargetsView.h"
 #include "app/window/ToolList.h"
 #include "app/window/ToolPanes.h"
 #include "app/window/WelcomeSheet.h"
@@ -95,6 +96,7 @@ void MainWindow::buildContents() {
     m_panes =
         new ToolPanes([this](const QString& identifier) { return m_controller.toolController(identifier); });
     m_panes->setMinimumWidth(420);
+    m_panes->addToHead(new TargetsView(m_controller.services(), *m_outline));
     const ActivityActions& actions = m_activityActions;
     const auto showDetails = [this](const RunRecord& record) { showActivityOf(record.id); };
     m_status = new StatusPanel(

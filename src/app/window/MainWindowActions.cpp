@@ -140,7 +140,7 @@ void MainWindow::buildMenus() {
     for (const Tool& tool : m_controller.tools()) {
         ++number;
         QAction* action =
-            view->addAction(drawingIcon(QStringLiteral(":/icons/tools/%1.svg").arg(tool.iconName)),
+            view->addAction(drawingIcon(QStringLiteral(":/icons/tools/%1.svg").arg(tool.identifier)),
                             tool.title, this, [this, identifier = tool.identifier] { showTool(identifier); });
         if (number <= 9) action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_0 + number)));
     }

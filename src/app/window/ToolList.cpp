@@ -40,7 +40,7 @@ QVariant ToolListModel::data(const QModelIndex& index, int role) const {
         case IdentifierRole:
             return tool.identifier;
         case IconPathRole:
-            return QStringLiteral(":/icons/tools/%1.svg").arg(tool.iconName);
+            return QStringLiteral(":/icons/tools/%1.svg").arg(tool.identifier);
         case IsBuiltRole:
             return bool(tool.makeController);
         default:

@@ -16,6 +16,7 @@ constexpr int iconSize = 40;
 ToolPanes::ToolPanes(ControllerOf controllerOf, QWidget* parent)
     : QWidget(parent),
       m_controllerOf(std::move(controllerOf)),
+      m_head(new QHBoxLayout),
       m_icon(new QLabel(this)),
       m_title(new ElidedLabel(this)),
       m_subtitle(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
@@ -27,25 +28,28 @@ ToolPanes::ToolPanes(ControllerOf controllerOf, QWidget* parent)
     m_title->setFont(themeFont(1.45, QFont::DemiBold));
     m_icon->setFixedSize(iconSize, iconSize);
 
-    auto* header = new QHBoxLayout;
-    header->setContentsMargins(Metrics::unit * 2, Metrics::unit * 2, Metrics::unit * 2, Metrics::unit * 2);
-    header->setSpacing(Metrics::unit * 1.5);
-    header->addWidget(m_icon);
+    m_head->setContentsMargins(Metrics::unit * 2, Metrics::unit * 2, Metrics::unit * 2, Metrics::unit * 2);
+    m_head->setSpacing(Metrics::unit * 1.5);
+    m_head->addWidget(m_icon);
     auto* texts = new QVBoxLayout;
     texts->setSpacing(2);
     texts->addWidget(m_title);
     texts->addWidget(m_subtitle);
-    header->addLayout(texts, 1);
+    m_head->addLayout(texts, 1);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addLayout(header);
+    layout->addLayout(m_head);
     layout->addWidget(m_stack, 1);
 }
 
+void ToolPanes::addToHead(QWidget* widget) {
+    m_head->addWidget(widget);
+}
+
 void ToolPanes::show(const Tool& tool) {
-    m_icon->setPixmap(drawingIcon(QStringLiteral(":/icons/tools/%1.svg").arg(tool.iconName))
+    m_icon->setPixmap(drawingIcon(QStringLiteral(":/icons/tools/%1.svg").arg(tool.identifier))
                           .pixmap(QSize(iconSize, iconSize), devicePixelRatioF()));
     m_title->setText(tool.title);
     m_subtitle->setText(tool.subtitle);

@@ -8,6 +8,7 @@
 #include <functional>
 
 class ElidedLabel;
+class QHBoxLayout;
 class QLabel;
 class QStackedWidget;
 
@@ -19,6 +20,8 @@ public:
     using ControllerOf = std::function<ToolController*(const QString& identifier)>;
     explicit ToolPanes(ControllerOf controllerOf, QWidget* parent = nullptr);
 
+    /// At the right end of the head, whichever tool is shown.
+    void addToHead(QWidget* widget);
     void show(const Tool& tool);
     using QWidget::show;
     /// Null before a tool was shown.
@@ -33,6 +36,7 @@ private:
 
     ControllerOf m_controllerOf;
     QHash<QString, QWidget*> m_panes;
+    QHBoxLayout* m_head;
     QLabel* m_icon;
     ElidedLabel* m_title;
     ElidedLabel* m_subtitle;

@@ -1,70 +1,38 @@
 // What the pane's buttons and boxes do: enabling, disabling, and changing for whom a plug-in is installed.
 
-#include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
 #include "logs/VLLog.h"
-#include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
-#include "tools/addonry/PluginKeys.h"
 
-#include <QHash>
+#include <QScopeGuard>
 #include <QSet>
 
 #include <algorithm>
+#include <mutex>
+#include <utility>
 
 namespace {
 
 using namespace PluginKeys;
 
-const QString pluginKey = QStringLiteral("plugin");
-
-bool isRow(const QVariant& plugin) {
-    return plugin.metaType() == QMetaType::fromType<VLPluginItem>();
-}
-
-QVariantMap objects(const QVariant& path, const QVariant& value) {
+QVariantMap objects(const QVariant& path, qlonglong value) {
     QVariantMap result{{QStringLiteral("obj2"), value}};
     if (path.isValid()) result.insert(QStringLiteral("obj1"), path);
     return result;
 }
 
-/// The copies that rows and copies amount to, without those that say nothing new.
-QVariantList flattened(const QVariantList& plugins) {
+/// The copies as they are sent, without those that say nothing new.
+QVariantList flattened(const QList<ClientCopy>& copies) {
     QVariantList instances;
     QSet<QString> seen;
-    const auto add = [&](const QVariant& instance) {
-        const QVariantMap values = instance.toMap();
-        const QString place = values.value(disabledKey).toString() + u' ' +
-                              values.value(accessTypeKey).toString() + u' ' +
-                              values.value(pathKey).toString();
-        if (seen.contains(place)) return;
+    for (const ClientCopy& copy : copies) {
+        const QString place =
+            copy.text(disabledKey) + u' ' + copy.text(accessTypeKey) + u' ' + copy.text(pathKey);
+        if (seen.contains(place)) continue;
         seen.insert(place);
-        instances.append(instance);
-    };
-    for (const QVariant& plugin : plugins) {
-        if (!isRow(plugin)) {
-            add(plugin);
-            continue;
-        }
-        const QVariantList children = plugin.value<VLPluginItem>().children();
-        std::for_each(children.begin(), children.end(), add);
+        instances.append(copy.dictionary());
     }
     return instances;
-}
-
-/// Index of the row's child that is meant; -1 when it is gone. A copy that was moved meanwhile is still meant
-/// where its client has no other.
-qsizetype childFor(const AddonryController::Target& target, const QVariantList& children) {
-    qsizetype found = -1;
-    int copies = 0;
-    for (qsizetype i = 0; i < children.size(); ++i) {
-        const QVariantMap copy = children.at(i).toMap();
-        if (copy.value(hostNameKey).toString() != target.hostName) continue;
-        if (copy.value(pathKey).toString() == target.fullPath) return i;
-        found = i;
-        ++copies;
-    }
-    return copies == 1 ? found : -1;
 }
 
 bool isYes(const QVariant& answer) {
@@ -87,14 +55,16 @@ struct AddonryController::Change {
     QString selector;   ///< of the agent
     QString key;
     QString all[2], oneHost[2], allHosts[2];
+    QString action[2], done[2];
 
-    [[nodiscard]] static const QString& textFor(const QString (&texts)[2], const QVariant& value) {
-        return texts[value.toLongLong() == 1 ? 0 : 1];
+    [[nodiscard]] static const QString& textFor(const QString (&texts)[2], qlonglong value) {
+        return texts[value == 1 ? 0 : 1];
     }
-    [[nodiscard]] bool isNeededFor(const AddonryController& controller, const QVariantList& plugins,
-                                   const QVariant& value, const VLServicePtr& service) const {
+    [[nodiscard]] bool needsAdministrator(const AddonryController& controller,
+                                          const QList<ClientCopy>& copies, qlonglong value,
+                                          const RemoteClientPtr& service) const {
         const bool isAccess = key == accessTypeKey;
-        return controller.addonryNeedsAdminAccess(plugins, isAccess ? QVariant() : value,
+        return controller.addonryNeedsAdminAccess(copies, isAccess ? QVariant() : value,
                                                   isAccess ? value : QVariant(), service);
     }
 };
@@ -108,7 +78,9 @@ const AddonryController::Change& AddonryController::enabling() {
                                {QStringLiteral("Disabling Addonry plugin %@ on host %@..."),
                                 QStringLiteral("Enabling Addonry plugin %@ on host %@...")},
                                {QStringLiteral("Disabling Addonry plugin on all hosts..."),
-                                QStringLiteral("Enabling Addonry plugin on all hosts...")}};
+                                QStringLiteral("Enabling Addonry plugin on all hosts...")},
+                               {QStringLiteral("Disable"), QStringLiteral("Enable")},
+                               {QStringLiteral("Disabled"), QStringLiteral("Enabled")}};
     return change;
 }
 
@@ -122,7 +94,9 @@ const AddonryController::Change& AddonryController::changingAccess() {
         {QStringLiteral("Change access type of plugin %@ on host %@ to Current User..."),
          QStringLiteral("Change access type of plugin %@ on host %@ to All Users...")},
         {QStringLiteral("Setting access type of Addonry plugin to Current User on all hosts..."),
-         QStringLiteral("Setting access type of Addonry plugin to All Users on all hosts...")}};
+         QStringLiteral("Setting access type of Addonry plugin to All Users on all hosts...")},
+        {QStringLiteral("Install for Current User"), QStringLiteral("Install for All Users")},
+        {QStringLiteral("Installed for the current user"), QStringLiteral("Installed for all users")}};
     return change;
 }
 
@@ -133,161 +107,128 @@ const QString& AddonryController::keyOf(const Change& change) {
 // ---- What the pane calls
 
 void AddonryController::addonrySyncAction() {
-    startWorker(QStringLiteral("addonrySyncPlugins"), [this] { addonrySyncPlugins(); });
+    startRun(QStringLiteral("addonrySyncPlugins"),
+             {.action = QStringLiteral("Synchronise"),
+              .actionDone = QStringLiteral("Synchronised"),
+              .subject = QStringLiteral("plug-ins"),
+              .isChange = true},
+             [this] { addonrySyncPlugins(); });
 }
 
 void AddonryController::addonryEnableAllAction() {
-    startChanges(enabling(), {{{disabledKey, 0}}});
+    startChanges(enabling(), {Edit{{}, 0}});
 }
 
 void AddonryController::addonryDisableAllAction() {
-    startChanges(enabling(), {{{disabledKey, 1}}});
+    startChanges(enabling(), {Edit{{}, 1}});
 }
 
-void AddonryController::setDisabled(const QList<Target>& targets, bool disabled) {
-    edit(enabling(), targets, qlonglong(disabled));
+void AddonryController::setDisabled(const QList<RowTarget>& targets, bool disabled) {
+    startChanges(enabling(), write(targets, disabledKey, disabled));
 }
 
-void AddonryController::setAccessType(const QList<Target>& targets, qlonglong accessType) {
-    edit(changingAccess(), targets, accessType);
+void AddonryController::setAccessType(const QList<RowTarget>& targets, qlonglong accessType) {
+    startChanges(changingAccess(), write(targets, accessTypeKey, accessType));
 }
 
-void AddonryController::edit(const Change& change, const QList<Target>& targets, qlonglong value) {
-    QHash<QString, VLPluginItem*> rowByName;
-    for (VLPluginItem& row : m_addonryArray)
-        rowByName.insert(row.name(), &row);
-    QList<QVariantMap> requests;
-    for (const Target& target : targets) {
-        VLPluginItem* const row = rowByName.value(target.name);
-        const QVariant plugin = row ? write(change, *row, target, value) : QVariant();
-        if (plugin.isValid()) requests.append({{pluginKey, plugin}, {change.key, value}});
-    }
-    if (requests.isEmpty()) return;
-    startChanges(change, requests);
-    Q_EMIT changed();
-}
-
-/// The row or copy with the new value in it; invalid when it is gone.
-QVariant AddonryController::write(const Change& change, VLPluginItem& row, const Target& target,
-                                  qlonglong value) {
-    QVariantList children = row.children();
-    const auto writeChild = [&](qsizetype child) {
-        QVariantMap copy = children.at(child).toMap();
-        copy.insert(change.key, value);
-        children[child] = copy;
-    };
-    if (!target.hostName.isEmpty()) {
-        const qsizetype child = childFor(target, children);
-        if (child < 0) return {};
-        writeChild(child);
-        row.setChildren(children);
-        return children.at(child);
-    }
-    for (qsizetype child = 0; child < children.size(); ++child)
-        writeChild(child);
-    row.setChildren(children);
-    if (change.key == disabledKey) row.setDisabled(static_cast<int>(value));
-    if (change.key == accessTypeKey) row.setAccessType(value);
-    return QVariant::fromValue(row);
-}
-
-void AddonryController::startChanges(const Change& change, const QList<QVariantMap>& requests) {
-    startWorker(change.operation, [this, &change, requests] { runChanges(change, requests); });
+void AddonryController::startChanges(const Change& change, const QList<Edit>& edits) {
+    if (edits.isEmpty()) return;
+    const qlonglong value = edits.first().value;
+    startRunOn(change.operation,
+               {.action = Change::textFor(change.action, value),
+                .actionDone = Change::textFor(change.done, value),
+                .subject = subjectOf(edits, QStringLiteral("plug-ins")),
+                .isChange = true},
+               clientsOf(edits), [this, &change, edits] { runChanges(change, edits); });
 }
 
 // ---- Workers
 
-void AddonryController::addonryEnablePlugin(const QVariantMap& request) {
-    runChanges(enabling(), {request});
+void AddonryController::addonryEnablePlugin(const Edit& disabled) {
+    runChanges(enabling(), {disabled});
 }
 
-void AddonryController::addonryChangeAccessType(const QVariantMap& request) {
-    runChanges(changingAccess(), {request});
+void AddonryController::addonryChangeAccessType(const Edit& accessType) {
+    runChanges(changingAccess(), {accessType});
 }
 
-void AddonryController::runChanges(const Change& change, const QList<QVariantMap>& requests) {
+void AddonryController::runChanges(const Change& change, const QList<Edit>& edits) {
     const VLCallLock lock;
-    const int run = context().progress->beginRun();
-    for (const QVariantMap& request : requests)
-        if (!isStopped(run)) attempt(change, request, run);
-    context().progress->endStatusProgress();
-    startRefresh(QStringLiteral("refreshAddonryPlugins"));
-}
-
-/// One that fails does not keep the next from being done.
-void AddonryController::attempt(const Change& change, const QVariantMap& request, int run) {
-    try {
-        apply(change, request, run);
-    } catch (const std::exception& exception) {
-        const QByteArray method = QStringLiteral("-[AppController %1]").arg(change.operation).toUtf8();
-        VLException::logException(exception, method.constData());
+    const RunScope scope(runHere());
+    // The refresh starts a display of its own.
+    const auto refreshAfterwards = qScopeGuard([this] {
+        context().progress->endStatusProgress();
+        startRefresh(QStringLiteral("refreshAddonryPlugins"));
+    });
+    const qlonglong value = edits.first().value;
+    QList<ClientCopy> ofRows;
+    for (const Edit& edit : edits) {
+        if (isStopped()) return;
+        if (const auto* row = std::get_if<VLPluginItem>(&edit.subject)) {
+            VLLog::appendLog(Change::textFor(change.allHosts, value));
+            ofRows += row->copies();
+            continue;
+        }
+        applyToRows(change, std::exchange(ofRows, {}), value);
+        if (const auto* copy = std::get_if<ClientCopy>(&edit.subject))
+            applyToCopies(change, {*copy}, value);
+        else
+            applyToAll(change, value);
     }
+    applyToRows(change, ofRows, value);
 }
 
-void AddonryController::apply(const Change& change, const QVariantMap& request, int run) {
-    const QVariant plugin = request.value(pluginKey);
-    const QVariant value = request.value(change.key);
-    if (!plugin.isValid()) return applyToAll(change, value, run);
-    if (isRow(plugin)) return applyToRow(change, plugin.value<VLPluginItem>(), value);
-    applyToInstance(change, plugin.toMap(), value, run);
-}
-
-void AddonryController::applyToAll(const Change& change, const QVariant& value, int run) {
+void AddonryController::applyToAll(const Change& change, qlonglong value) {
     VLLog::appendLog(Change::textFor(change.all, value));
-    QVariantList rows;
-    const QList<VLPluginItem> present = copyOfRows();
-    for (const VLPluginItem& row : present)
-        rows.append(QVariant::fromValue(row));
-    const bool needsAdmin = change.isNeededFor(*this, rows, value, nullptr);
-    if (isStopped(run)) return;
+    QList<ClientCopy> copies;
+    for (const VLPluginItem& row : copyOfRows())
+        copies += row.copies();
+    const bool needsAdmin = change.needsAdministrator(*this, copies, value, nullptr);
+    if (isStopped()) return;
     if (needsAdmin)
         context().authorizedRunner->authExecuteRemoteMethods(change.selector, {}, value);
     else
         context().runner->executeRemoteMethods(change.selector, {}, objects({}, value));
 }
 
-void AddonryController::applyToInstance(const Change& change, const QVariantMap& instance,
-                                        const QVariant& value, int run) {
-    const QString hostName = instance.value(hostNameKey).toString();
-    VLLog::appendLog(Change::textFor(change.oneHost, value), instance.value(nameKey).toString(), hostName);
-    const VLServicePtr service = context().serviceWithHostName(hostName);
-    if (!service) return;  // gone meanwhile; without a client all would be asked
-    const bool needsAdmin = change.isNeededFor(*this, {instance}, value, service);
-    if (isStopped(run)) return;
-    const QVariant path = instance.value(pathKey);
-    // With administrator rights every selected client is told, not this one alone.
-    if (needsAdmin)
-        context().authorizedRunner->authExecuteRemoteMethods(change.selector, path, value);
-    else
-        context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), service);
+/// With administrator rights every client of the run is told, not the one alone.
+void AddonryController::applyToCopies(const Change& change, const QList<ClientCopy>& copies,
+                                      qlonglong value) {
+    std::mutex mutex;
+    QVariantList restricted;  // paths
+    forEachJob(change.operation, copies, [&](const RemoteClientPtr& client, const ClientCopy& copy) {
+        VLLog::appendLog(Change::textFor(change.oneHost, value), copy.text(nameKey), copy.hostName);
+        const QVariant path = copy.values.value(pathKey);
+        const bool needsAdmin = change.needsAdministrator(*this, {copy}, value, client);
+        if (isStopped()) return;
+        if (!needsAdmin)
+            return context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), client);
+        const std::lock_guard lock(mutex);
+        restricted.append(path);
+    });
+    for (const QVariant& path : std::as_const(restricted))
+        if (!isStopped()) context().authorizedRunner->authExecuteRemoteMethods(change.selector, path, value);
 }
 
-void AddonryController::applyToRow(const Change& change, const VLPluginItem& row, const QVariant& value) {
+void AddonryController::applyToRows(const Change& change, const QList<ClientCopy>& copies, qlonglong value) {
+    if (copies.isEmpty()) return;
     context().progress->startStatusProgress();
-    const int run = context().progress->currentRun();
-    VLLog::appendLog(Change::textFor(change.allHosts, value));
-    for (const QVariant& child : row.children()) {
-        if (isStopped(run)) return;
-        const QVariantMap instance = child.toMap();
-        if (const VLServicePtr service =
-                context().serviceWithHostName(instance.value(hostNameKey).toString())) {
-            const QVariant path = instance.value(pathKey);
-            const bool needsAdmin = change.isNeededFor(*this, {instance}, value, service);
-            if (isStopped(run)) return;
-            if (needsAdmin)
-                context().authorizedRunner->authExecuteRemoteMethod(change.selector, path, value, service);
-            else
-                context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), service);
-        }
-        context().progress->incrementStatusProgress();
-    }
+    forEachJob(change.operation, copies, [&](const RemoteClientPtr& client, const ClientCopy& copy) {
+        const QVariant path = copy.values.value(pathKey);
+        const bool needsAdmin = change.needsAdministrator(*this, {copy}, value, client);
+        if (isStopped()) return;
+        if (needsAdmin)
+            context().authorizedRunner->authExecuteRemoteMethod(change.selector, path, value, client);
+        else
+            context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), client);
+    });
 }
 
-bool AddonryController::addonryNeedsAdminAccess(const QVariantList& plugins, const QVariant& destDisabled,
+bool AddonryController::addonryNeedsAdminAccess(const QList<ClientCopy>& copies, const QVariant& destDisabled,
                                                 const QVariant& destAccess,
-                                                const VLServicePtr& service) const {
+                                                const RemoteClientPtr& service) const {
     const QString selector = QStringLiteral("addonryNeedsAdminAccess:settings:");
-    const QVariantList instances = flattened(plugins);
+    const QVariantList instances = flattened(copies);
     QVariantMap settings;
     if (destDisabled.isValid()) settings.insert(QStringLiteral("destDisabled"), destDisabled);
     if (destAccess.isValid()) settings.insert(QStringLiteral("destAccess"), destAccess);
@@ -296,10 +237,4 @@ bool AddonryController::addonryNeedsAdminAccess(const QVariantList& plugins, con
     const QVariantMap answers =
         context().runner->objectsFromRemoteMethod(selector, instances, settings).toMap();
     return std::any_of(answers.begin(), answers.end(), isYes);
-}
-
-QList<VLPluginItem> AddonryController::copyOfRows() const {
-    QList<VLPluginItem> rows;
-    onMainThreadAndWait([&] { rows = m_addonryArray; });
-    return rows;
 }

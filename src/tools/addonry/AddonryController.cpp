@@ -1,11 +1,5 @@
+// Reading the plug-ins, and the report.
 #include "tools/addonry/AddonryController.h"
-
-#include "logs/VLLog.h"
-#include "tools/ClientCopies.h"
-#include "tools/addonry/PluginList.h"
-#include "tools/addonry/RowMerger.h"
-
-#include <utility>
 
 namespace {
 
@@ -19,8 +13,26 @@ QString accessText(qlonglong accessType) {
     return accessType == 1 ? QStringLiteral("current user") : QStringLiteral("all users");
 }
 
-QString differenceText(int state) {
-    switch (state) {
+}  // namespace
+
+void AddonryController::refreshAddonryPlugins() {
+    refreshRows({.operation = "refreshAddonryPlugins",
+                 .logLine = "Populating Addonry plugins...",
+                 .selector = "addonryPluginList",
+                 .complaint = "Plug-in list of %@: %@"});
+}
+
+QStringList AddonryController::reportTitles() const {
+    return {QStringLiteral("Plug-in"), QStringLiteral("Type"), QStringLiteral("Version"),
+            QStringLiteral("Enabled"), QStringLiteral("Access")};
+}
+
+QStringList AddonryController::reportCells(const VLPluginItem& row) const {
+    return {row.name(), row.type(), row.version(), enabledText(row.disabled()), accessText(row.accessType())};
+}
+
+QString AddonryController::differenceWord(const VLPluginItem& row) const {
+    switch (row.difference()) {
         case VLPluginItem::VersionsDiffer:
             return QStringLiteral("version");
         case VLPluginItem::EnabledDiffers:
@@ -32,57 +44,4 @@ QString differenceText(int state) {
         default:
             return QStringLiteral("none");
     }
-}
-
-}  // namespace
-
-void AddonryController::refreshAddonryPlugins() {
-    runRefresh(
-        QStringLiteral("refreshAddonryPlugins"), QStringLiteral("Populating Addonry plugins..."),
-        Display::StatusBar, [this] { return m_addonryArray.isEmpty(); },
-        [this](const Reading& reading) { populate(reading); });
-}
-
-void AddonryController::populate(const Reading& reading) {
-    RowMerger merger;
-    QStringList hostNames;
-    const auto take = [&](const VLService& client, const QVariant& answer) {
-        hostNames.append(client.hostName());
-        const PluginList list = PluginList::fromAnswer(answer);
-        if (!list.complaint.isEmpty())
-            VLLog::appendLog(QStringLiteral("Plug-in list of %@: %@"), client.name(), list.complaint);
-        for (const QVariantMap& instance : list.instances)
-            merger.add(instance, hostNames.last());
-    };
-    if (!askEach(QStringLiteral("addonryPluginList"), reading, take)) return;
-    QList<VLPluginItem> rows = merger.takeRows(hostNames);
-    install(reading, [&] { setAddonryArray(std::move(rows)); });
-}
-
-void AddonryController::setAddonryArray(QList<VLPluginItem> rows) {
-    m_addonryArray = std::move(rows);
-    m_hasResult = true;
-    Q_EMIT changed();
-}
-
-void AddonryController::clearData() {
-    m_addonryArray.clear();
-    m_hasResult = false;
-    Q_EMIT changed();
-}
-
-ToolReport AddonryController::report() const {
-    ToolReport report;
-    report.header = {QStringLiteral("Plug-in"), QStringLiteral("Type"),      QStringLiteral("Version"),
-                     QStringLiteral("Enabled"), QStringLiteral("Access"),    QStringLiteral("Computers"),
-                     QStringLiteral("Differs"), QStringLiteral("Missing on")};
-    for (const VLPluginItem& row : m_addonryArray) {
-        QStringList missing;
-        for (const QVariant& host : row.missingHosts())
-            missing.append(context().friendlyServiceName(ClientCopies::hostNameOf(host.toMap())));
-        report.rows.append({row.name(), row.type(), row.version(), enabledText(row.disabled()),
-                            accessText(row.accessType()), QString::number(row.children().size()),
-                            differenceText(row.state()), missing.join(QStringLiteral(", "))});
-    }
-    return report;
 }

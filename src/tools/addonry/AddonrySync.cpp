@@ -5,9 +5,11 @@
 #include "remote/Aggregation.h"
 #include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
-#include "tools/addonry/PluginKeys.h"
 
 #include <QDateTime>
+
+#include <algorithm>
+#include <mutex>
 
 namespace {
 
@@ -24,43 +26,37 @@ QString destination(const QString& type, const QString& fileName) {
 }
 
 /// Below 0 when `a` is the older one.
-int compareAge(const QVariantMap& a, const QVariantMap& b) {
-    const int versions =
-        Aggregation::compareVersionString(a.value(versionKey).toString(), b.value(versionKey).toString());
+int compareAge(const ClientCopy& a, const ClientCopy& b) {
+    const int versions = Aggregation::compareVersionString(a.text(versionKey), b.text(versionKey));
     if (versions != 0) return versions;
-    const QDateTime first = a.value(dateKey).toDateTime();
-    const QDateTime second = b.value(dateKey).toDateTime();
+    const QDateTime first = a.values.value(dateKey).toDateTime();
+    const QDateTime second = b.values.value(dateKey).toDateTime();
     if (first == second || !second.isValid()) return 0;
     return !first.isValid() || first < second ? -1 : 1;
 }
 
-QVariantMap firstInstance(const VLPluginItem& row) {
-    return row.children().value(0).toMap();
-}
-
 }  // namespace
 
-QVariantMap AddonryController::newestPlugin(const QVariantList& plugins) {
-    QVariantMap newest;
-    for (const QVariant& plugin : plugins) {
-        const QVariantMap candidate = plugin.toMap();
-        if (newest.isEmpty() || compareAge(newest, candidate) < 0) newest = candidate;
-    }
-    return newest;
+std::optional<ClientCopy> AddonryController::newestPlugin(const QList<ClientCopy>& plugins) {
+    const auto newest =
+        std::max_element(plugins.cbegin(), plugins.cend(),
+                         [](const ClientCopy& a, const ClientCopy& b) { return compareAge(a, b) < 0; });
+    return newest == plugins.cend() ? std::nullopt : std::optional(*newest);
 }
 
 void AddonryController::addonrySyncPlugins() {
     const VLCallLock lock;
+    const RunScope scope(runHere());
     VLLog::appendLog(QStringLiteral("Syncing Addonry plugins..."));
     TaskProgress& progress = *context().progress;
     QList<VLPluginItem> rows = copyOfRows();
+    noteLeftAlone();
     progress.startProgress();
-    const int run = progress.currentRun();
     progress.progressBarSetMaxValue(static_cast<double>(rows.size()));
     for (VLPluginItem& row : rows) {
-        if (isStopped(run)) break;
+        if (isStopped()) break;
         try {
-            if (row.state() >= VLPluginItem::VersionsDiffer) syncRow(row, run);
+            if (row.difference() >= VLPluginItem::VersionsDiffer) syncRow(row);
         } catch (const std::exception& exception) {
             VLException::logException(exception, "-[AppController addonrySyncPlugins]");
         }
@@ -70,89 +66,86 @@ void AddonryController::addonrySyncPlugins() {
     startRefresh(QStringLiteral("refreshAddonryPlugins"));
 }
 
-void AddonryController::syncRow(VLPluginItem& row, int run) {
+void AddonryController::syncRow(VLPluginItem& row) {
     context().progress->updateProgressStatus(vlFormat(QStringLiteral("Syncing %@..."), row.name()));
     const QVariantMap common = Aggregation::commonValuesForDictArray(row.children());
     const bool needsTransfer =
-        row.state() == VLPluginItem::VersionsDiffer || row.state() == VLPluginItem::Missing;
-    if (needsTransfer && !transferNewest(row, run)) return;
-    applyCommon(enabling(), row, common.value(disabledKey), run);
-    applyCommon(changingAccess(), row, common.value(accessTypeKey), run);
+        row.difference() == VLPluginItem::VersionsDiffer || row.difference() == VLPluginItem::Missing;
+    if (needsTransfer && !transferNewest(row)) return;
+    applyCommon(enabling(), row, common.value(disabledKey));
+    applyCommon(changingAccess(), row, common.value(accessTypeKey));
 }
 
-bool AddonryController::transferNewest(VLPluginItem& row, int run) {
-    const QVariantMap newest = newestPlugin(row.children());
-    if (newest.isEmpty()) {
+bool AddonryController::transferNewest(VLPluginItem& row) {
+    const std::optional<ClientCopy> newest = newestPlugin(row.copies());
+    if (!newest) {
         VLLog::appendLog(QStringLiteral("Unable to locate most recent plugin version for plugin %@"),
                          row.name());
         return false;
     }
-    const QVariant data = context().runner->objectFromRemoteMethod(
-        QStringLiteral("addonryPluginData:"), newest.value(pathKey), {},
-        context().serviceWithHostName(newest.value(hostNameKey).toString()));
+    const QVariant data = ask(QStringLiteral("addonryPluginData:"), newest->values.value(pathKey),
+                              context().serviceWithHostName(newest->hostName));
     if (data.typeId() != QMetaType::QByteArray || data.toByteArray().isEmpty()) {
         VLLog::appendLog(QStringLiteral("Unable to get plugin data representation."));
         return false;
     }
-    updateInstances(row, newest, data, run);
-    installWhereMissing(row, newest, data, run);
+    updateInstances(row, *newest, data);
+    installWhereMissing(row, *newest, data);
     return true;
 }
 
-void AddonryController::updateInstances(const VLPluginItem& row, const QVariantMap& newest,
-                                        const QVariant& data, int run) {
+void AddonryController::updateInstances(const VLPluginItem& row, const ClientCopy& newest,
+                                        const QVariant& data) {
     const QString selector = QStringLiteral("addonryUpdatePlugin:settings:");
-    for (const QVariant& child : row.children()) {
-        if (isStopped(run)) return;
-        const QVariantMap instance = child.toMap();
-        if (Aggregation::sameValue(instance.value(versionKey), newest.value(versionKey))) continue;
-        const VLServicePtr service = context().serviceWithHostName(instance.value(hostNameKey).toString());
-        if (!service) continue;
-        const bool needsAdmin = addonryNeedsAdminAccess({QVariant::fromValue(row)}, {}, {}, service);
-        if (isStopped(run)) return;
+    const QVariant version = newest.values.value(versionKey);
+    forEachJob(selector, row.copies(), [&](const RemoteClientPtr& client, const ClientCopy& copy) {
+        if (Aggregation::sameValue(copy.values.value(versionKey), version)) return;
+        const bool needsAdmin = addonryNeedsAdminAccess(row.copies(), {}, {}, client);
+        if (isStopped()) return;
+        const QVariantMap instance = copy.dictionary();
         if (needsAdmin)
-            context().authorizedRunner->authExecuteRemoteMethod(selector, instance, data, service);
+            context().authorizedRunner->authExecuteRemoteMethod(selector, instance, data, client);
         else
             context().runner->executeRemoteMethod(
                 selector, {}, QVariantMap{{QStringLiteral("obj1"), instance}, {QStringLiteral("obj2"), data}},
-                service);
-    }
+                client);
+    });
 }
 
-void AddonryController::installWhereMissing(VLPluginItem& row, const QVariantMap& newest,
-                                            const QVariant& data, int run) {
-    const QVariantMap first = firstInstance(row);
-    const QString fileName = first.value(pathKey).toString().section(u'/', -1);
-    const QString type = first.value(typeKey).toString();
-    const QString path = destination(type, fileName);
-    for (const QVariant& placeholder : row.missingHosts()) {
-        if (isStopped(run)) return;
-        const QString hostName = placeholder.toMap().value(hostNameKey).toString();
-        const VLServicePtr service = context().serviceWithHostName(hostName);
-        if (!service) continue;
-        // The client is told the name under which it is looked for from here on.
-        QVariantMap description = newest;
-        description.insert(typeKey, type);
-        description.insert(pathKey, path);
-        context().runner->executeRemoteMethod(QStringLiteral("addonryInstallPlugin:withData:"), description,
-                                              data, service);
+/// A client that gave no answer may have it: it is left alone.
+void AddonryController::installWhereMissing(VLPluginItem& row, const ClientCopy& newest,
+                                            const QVariant& data) {
+    const QString selector = QStringLiteral("addonryInstallPlugin:withData:");
+    const ClientCopy first = row.copies().value(0);
+    const QString type = first.text(typeKey);
+    const QString path = destination(type, first.text(pathKey).section(u'/', -1));
+    // The client is told the name under which it is looked for from here on.
+    QVariantMap description = newest.dictionary();
+    description.insert(typeKey, type);
+    description.insert(pathKey, path);
+    QList<AskedClient> lacking = row.absent();
+    lacking.removeIf([](const AskedClient& client) { return !client.hasAnswered; });
+    std::mutex mutex;
+    QStringList reached;
+    forEachJob(selector, lacking, [&](const RemoteClientPtr& client, const AskedClient& asked) {
+        context().runner->executeRemoteMethod(selector, description, data, client);
+        const std::lock_guard lock(mutex);
+        reached.append(asked.hostName);
+    });
+    for (const QString& hostName : std::as_const(reached))
         row.addChild({{nameKey, row.name()},
                       {disabledKey, qlonglong{0}},
                       {accessTypeKey, qlonglong{1}},
                       {typeKey, type},
                       {pathKey, path}},
                      hostName);
-    }
 }
 
-void AddonryController::applyCommon(const Change& change, const VLPluginItem& row, const QVariant& common,
-                                    int run) {
+void AddonryController::applyCommon(const Change& change, const VLPluginItem& row, const QVariant& common) {
     if (!common.isValid()) return;
-    const QString& key = keyOf(change);
-    for (const QVariant& child : row.children()) {
-        if (isStopped(run)) return;
-        const QVariantMap instance = child.toMap();
-        if (!Aggregation::sameValue(instance.value(key), common))
-            attempt(change, {{QStringLiteral("plugin"), instance}, {key, common}}, run);
-    }
+    QList<ClientCopy> differing = row.copies();
+    differing.removeIf([&](const ClientCopy& copy) {
+        return Aggregation::sameValue(copy.values.value(keyOf(change)), common);
+    });
+    applyToCopies(change, differing, common.toLongLong());
 }

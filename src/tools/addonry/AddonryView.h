@@ -3,8 +3,9 @@
 #include "tools/addonry/AddonryController.h"
 #include "tools/merged/MergedOutlineView.h"
 
-class AddonryModel;
 class QAction;
+
+[[nodiscard]] const RowsLook<VLPluginItem>& addonryLook();
 
 /// Shows the merged plug-ins, and enables, moves and synchronises them.
 class AddonryView : public MergedOutlineView {
@@ -16,19 +17,16 @@ protected:
     void installRows() override;
     void addMenuItems(QMenu& menu) override;
     void updateActions() override;
-    void check(const Place& place, int column, bool on) override;
+    void check(const RowTarget& target, int column, bool on) override;
     void popUp(const Place& place, const QPoint& globalPosition) override;
 
 private:
-    using Target = AddonryController::Target;
-    [[nodiscard]] Target target(const Place& place) const;
-    [[nodiscard]] QList<Target> selectedTargets() const;
-    void setDisabled(const QList<Target>& targets, bool disabled);
-    void setAccessType(const QList<Target>& targets, qlonglong accessType);
-    void collapseRows(const QList<Target>& targets);
+    using Model = MergedRowsModel<VLPluginItem>;
+    void setDisabled(const QList<RowTarget>& targets, bool disabled);
+    void setAccessType(const QList<RowTarget>& targets, qlonglong accessType);
 
     AddonryController& m_controller;
-    AddonryModel* m_model;
+    Model* m_model;
     QAction *m_allUsersItem, *m_currentUserItem;
-    QToolButton *m_sync, *m_enableAll, *m_disableAll;
+    QToolButton* m_sync;
 };

@@ -1,16 +1,12 @@
 // What changes tasks on the clients, and the tasks that can be scheduled.
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
-#include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "remote/DelayedRefresh.h"
 #include "system/VLAlert.h"
 #include "system/VLException.h"
 #include "tools/cronwell/CronwellController.h"
 #include "tools/cronwell/OfferMerger.h"
-#include "tools/cronwell/ProgressSteps.h"
-#include "tools/cronwell/ScheduledTaskList.h"
-#include "tools/cronwell/TaskKeys.h"
 
 #include <QHash>
 #include <QPointer>
@@ -30,30 +26,27 @@ constexpr char addSelector[] = "cronwellAddTask:settings:";
 constexpr char enableSelector[] = "cronwellEnableTask:settings:";
 constexpr char removeSelector[] = "cronwellRemoveTask:settings:";
 
-QString hostNameOf(const QVariant& instance) {
-    return ClientCopies::hostNameOf(instance.toMap());
-}
-
-/// What names a row.
-std::pair<QString, QString> keyOf(const VLScheduledTask& row) {
-    return {row.taskBundleID(), row.taskDescription()};
-}
-
 /// Whose file it is on which client.
-std::pair<QString, QString> fileOf(const QVariant& instance) {
-    return {hostNameOf(instance), instance.toMap().value(fileNameKey).toString()};
+std::pair<QString, QString> fileOf(const ClientCopy& job) {
+    return {job.hostName, job.text(fileNameKey)};
+}
+
+QString plural() {
+    return QStringLiteral("tasks");
 }
 
 }  // namespace
 
-void CronwellController::send(const Message& message, const QString& hostName) const {
-    const VLServicePtr service = context().serviceWithHostName(hostName);
-    const QLatin1String selector(message.selector);
-    if (message.root != 0)
-        context().authorizedRunner->authExecuteRemoteMethod(selector, message.settings, {}, service);
-    else
-        context().runner->executeRemoteMethod(
-            selector, {}, QVariantMap{{QLatin1String(message.plainKey), message.settings}}, service);
+void CronwellController::send(const QString& name, const QList<Message>& messages) const {
+    forEachJob(name, messages, [&](const RemoteClientPtr& client, const Message& message) {
+        if (!message.logLine.isEmpty()) VLLog::appendLog(QStringLiteral("%@"), message.logLine);
+        const QLatin1String selector(message.selector);
+        if (message.root != 0)
+            context().authorizedRunner->authExecuteRemoteMethod(selector, message.settings, {}, client);
+        else
+            context().runner->executeRemoteMethod(
+                selector, {}, QVariantMap{{QLatin1String(message.plainKey), message.settings}}, client);
+    });
 }
 
 void CronwellController::sendToAll(const char* selector, const QVariantMap& settings, bool root) const {
@@ -62,6 +55,12 @@ void CronwellController::sendToAll(const char* selector, const QVariantMap& sett
     else
         context().runner->executeRemoteMethods(QLatin1String(selector), {},
                                                QVariantMap{{QStringLiteral("obj1"), settings}});
+}
+
+/// In this order: the refresh starts a display of its own.
+void CronwellController::endAndRefresh() {
+    context().progress->endStatusProgress();
+    startRefresh(QStringLiteral("refreshCronwellTasks"));
 }
 
 /// This thread may be the last to hold the controller, which ends on the main thread.
@@ -76,178 +75,146 @@ void CronwellController::delayedRefresh() {
 // ---- Enable and disable
 
 void CronwellController::cronwellEnableAllAction() {
-    startEnabling({EnableRequest{{}, 1}});
+    startEnabling({Edit{{}, 1}});
 }
 
 void CronwellController::cronwellDisableAllAction() {
-    startEnabling({EnableRequest{{}, 0}});
+    startEnabling({Edit{{}, 0}});
 }
 
-void CronwellController::startEnabling(const QList<EnableRequest>& requests) {
-    startWorker(QStringLiteral("cronwellEnableTask:"), [this, requests] { enableTasks(requests); });
+void CronwellController::setEnabled(const QList<RowTarget>& targets, int enabled) {
+    startEnabling(write(targets, enabledKey, enabled));
 }
 
-void CronwellController::setEnabled(const QList<Target>& targets, int enabled) {
-    QHash<std::pair<QString, QString>, qsizetype> places;
-    for (qsizetype row = 0; row < m_cronwellArray.size(); ++row)
-        places.insert(keyOf(m_cronwellArray.at(row)), row);
-    QList<EnableRequest> requests;
-    for (const Target& target : targets) {
-        const auto row = places.constFind({target.bundleID, target.description});
-        if (row == places.constEnd()) continue;
-        if (auto request = write(m_cronwellArray[*row], target, enabled)) requests.append(*request);
-    }
-    if (requests.isEmpty()) return;
-    Q_EMIT changed();
-    startEnabling(requests);
+void CronwellController::startEnabling(const QList<Edit>& edits) {
+    if (edits.isEmpty()) return;
+    const bool isOn = edits.first().value == 1;
+    startRunOn(QStringLiteral("cronwellEnableTask:"),
+               {.action = isOn ? QStringLiteral("Enable") : QStringLiteral("Disable"),
+                .actionDone = isOn ? QStringLiteral("Enabled") : QStringLiteral("Disabled"),
+                .subject = subjectOf(edits, plural()),
+                .isChange = true},
+               clientsOf(edits), [this, edits] { enableTasks(edits); });
 }
 
-std::optional<CronwellController::EnableRequest> CronwellController::write(VLScheduledTask& row,
-                                                                           const Target& target,
-                                                                           int enabled) {
-    const bool isWholeRow = target.hostName.isEmpty();
-    QVariantList children = row.children();
-    QVariantMap written;
-    for (QVariant& child : children) {
-        if (!isWholeRow && fileOf(child) != std::pair(target.hostName, target.fileName)) continue;
-        written = child.toMap();
-        written.insert(enabledKey, qlonglong{enabled});
-        child = written;
-    }
-    if (written.isEmpty()) return std::nullopt;
-    row.setChildren(children);
-    if (!isWholeRow) return EnableRequest{written, enabled};
-    row.setEnabled(enabled);
-    return EnableRequest{row, enabled};
+void CronwellController::cronwellEnableTask(const Edit& enabled) {
+    enableTasks({enabled});
 }
 
-void CronwellController::cronwellEnableTask(const EnableRequest& request) {
-    enableTasks({request});
-}
-
-void CronwellController::enableTasks(const QList<EnableRequest>& requests) {
+void CronwellController::enableTasks(const QList<Edit>& edits) {
     const VLCallLock lock;
-    const auto refreshAfterwards = qScopeGuard([this] { delayedRefresh(); });
-    qsizetype total = 0;
-    for (const EnableRequest& request : requests) {
-        const auto* const row = std::get_if<VLScheduledTask>(&request.task);
-        total += row ? row->children().size() : 1;
+    const RunScope scope(runHere());
+    const auto refreshAfterwards = qScopeGuard([this] {
+        context().progress->endStatusProgress();
+        delayedRefresh();
+    });
+    QList<Message> messages;
+    bool anyRow = false;
+    for (const Edit& edit : edits) {
+        if (const auto* row = std::get_if<VLScheduledTask>(&edit.subject)) {
+            anyRow = true;
+            VLLog::appendLog(edit.value == 1 ? QStringLiteral("Enabling Cronwell task on all hosts...")
+                                             : QStringLiteral("Disabling Cronwell task on all hosts..."));
+            for (const ClientCopy& job : row->copies())
+                messages.append(enabling(job, edit.value));
+        } else if (const auto* job = std::get_if<ClientCopy>(&edit.subject)) {
+            messages.append(enabling(*job, edit.value));
+        } else {
+            enableEverything(edit.value);
+        }
     }
-    const bool isBrief = requests.size() == 1 && !std::holds_alternative<VLScheduledTask>(requests[0].task);
-    ProgressSteps progress(context(), isBrief ? 0 : total);
-    for (const EnableRequest& request : requests) {
-        if (progress.isStopped()) return;
-        if (const auto* row = std::get_if<VLScheduledTask>(&request.task))
-            enableOnAllHosts(*row, request.enabled, progress);
-        else if (const auto* instance = std::get_if<QVariantMap>(&request.task))
-            enableOnHost(*instance, request.enabled, progress);
-        else
-            enableEverything(request.enabled);
-    }
+    if (anyRow) context().progress->startStatusProgress();
+    send(QStringLiteral("cronwellEnableTask:"), messages);
+}
+
+CronwellController::Message CronwellController::enabling(const ClientCopy& job, qlonglong enabled) {
+    const QString line = enabled == 1 ? QStringLiteral("Enabling Cronwell task %@ on host %@...")
+                                      : QStringLiteral("Disabling Cronwell task %@ on host %@...");
+    return {.hostName = job.hostName,
+            .selector = enableSelector,
+            .settings = QVariantMap{{fileNameKey, job.values.value(fileNameKey)}, {enabledKey, enabled}},
+            .root = job.number(rootKey),
+            .logLine = vlFormat(line, job.text(taskDescriptionKey), job.hostName)};
 }
 
 void CronwellController::enableEverything(qlonglong enabled) const {
     VLLog::appendLog(enabled == 1 ? QStringLiteral("Enabling all Cronwell tasks...")
                                   : QStringLiteral("Disabling all Cronwell tasks..."));
     // The agents change all of a client's tasks at once: with one of root's among them it takes the rights.
-    const QList<VLScheduledTask> all = rows();
+    const QList<VLScheduledTask> all = copyOfRows();
     const bool anyRoot = std::any_of(all.cbegin(), all.cend(), [](const VLScheduledTask& row) {
-        return std::any_of(row.children().cbegin(), row.children().cend(), [](const QVariant& instance) {
-            return instance.toMap().value(rootKey).toLongLong() != 0;
-        });
+        return std::any_of(row.copies().cbegin(), row.copies().cend(),
+                           [](const ClientCopy& job) { return job.number(rootKey) != 0; });
     });
     sendToAll(enableSelector, {{enabledKey, enabled}}, anyRoot);
 }
 
-void CronwellController::enableOnAllHosts(const VLScheduledTask& row, qlonglong enabled,
-                                          ProgressSteps& progress) const {
-    VLLog::appendLog(enabled == 1 ? QStringLiteral("Enabling Cronwell task on all hosts...")
-                                  : QStringLiteral("Disabling Cronwell task on all hosts..."));
-    for (const QVariant& child : row.children()) {
-        if (progress.isStopped()) return;
-        enableOnHost(child.toMap(), enabled, progress);
-    }
-}
-
-void CronwellController::enableOnHost(const QVariantMap& instance, qlonglong enabled,
-                                      ProgressSteps& progress) const {
-    const QString hostName = hostNameOf(instance);
-    VLLog::appendLog(enabled == 1 ? QStringLiteral("Enabling Cronwell task %@ on host %@...")
-                                  : QStringLiteral("Disabling Cronwell task %@ on host %@..."),
-                     instance.value(taskDescriptionKey), hostName);
-    const QVariantMap settings{{fileNameKey, instance.value(fileNameKey)}, {enabledKey, enabled}};
-    send({enableSelector, settings, instance.value(rootKey).toLongLong()}, hostName);
-    progress.step();
-}
-
 // ---- Remove
 
-void CronwellController::cronwellRemoveTaskAction(const QList<Target>& rows, QObject* window) {
-    QSet<std::pair<QString, QString>> chosen;
-    for (const Target& row : rows)
-        chosen.insert({row.bundleID, row.description});
-    QList<VLScheduledTask> tasks = m_cronwellArray;
-    tasks.removeIf([&](const VLScheduledTask& row) { return !chosen.contains(keyOf(row)); });
+void CronwellController::cronwellRemoveTaskAction(const QList<RowTarget>& targets, QObject* window) {
+    QSet<QString> chosen;
+    for (const RowTarget& target : targets)
+        chosen.insert(target.row);
+    QList<VLScheduledTask> tasks = rows();
+    tasks.removeIf([&](const VLScheduledTask& row) { return !chosen.contains(row.key()); });
     if (tasks.isEmpty()) return;
     const bool isOne = tasks.size() == 1;
     const QString question = vlFormat(QStringLiteral("Are you sure you wish to delete %@ task%@?"),
                                       isOne ? QStringLiteral("this") : QStringLiteral("these"),
                                       isOne ? QString() : QStringLiteral("s"));
-    const QString ended = QStringLiteral("cronwellRemoveTaskAlertDidEnd:returnCode:contextInfo:");
     // The answer may come when this controller is gone.
-    const auto remove = [controller = QPointer(this), tasks](int returnCode) {
-        if (returnCode != VLAlert::DefaultReturn || !controller) return;
-        controller->startWorker(QStringLiteral("cronwellRemoveTasks:"),
-                                [controller = controller.data(), rows = controller->withoutReplaced(tasks)] {
-                                    controller->cronwellRemoveTasks(rows);
-                                });
+    const auto remove = [controller = QPointer(this), tasks] {
+        if (controller) controller->startRemoving(controller->withoutReplaced(tasks));
     };
-    VLAlert::alertSheetWithMessageText(
-        question, QStringLiteral("Remove"), QStringLiteral("Cancel"), {},
-        QStringLiteral("This cannot be undone."), window,
-        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{ended, remove}}), ended,
-        false);
+    VLAlert::ask(question, QStringLiteral("Remove"), QStringLiteral("This cannot be undone."), window, remove,
+                 QStringLiteral("cronwellRemoveTaskAlertDidEnd:returnCode:contextInfo:"));
+}
+
+void CronwellController::startRemoving(const QList<VLScheduledTask>& rows) {
+    QList<Edit> edits;
+    for (const VLScheduledTask& row : rows)
+        edits.append({row, 0});
+    startRunOn(QStringLiteral("cronwellRemoveTasks:"),
+               {.action = QStringLiteral("Remove"),
+                .actionDone = QStringLiteral("Removed"),
+                .subject = subjectOf(edits, plural()),
+                .isChange = true},
+               clientsOf(edits), [this, rows] { cronwellRemoveTasks(rows); });
 }
 
 /// Names of files are used again: the job that is in one now may not be the one that was asked about.
-QList<VLScheduledTask> CronwellController::withoutReplaced(QList<VLScheduledTask> rows) const {
-    QHash<std::pair<QString, QString>, const VLScheduledTask*> rowByFile;
-    for (const VLScheduledTask& row : m_cronwellArray)
-        for (const QVariant& child : row.children())
-            rowByFile.insert(fileOf(child), &row);
-    for (VLScheduledTask& row : rows) {
-        QVariantList children = row.children();
-        children.removeIf([&](const QVariant& child) {
-            const VLScheduledTask* const now = rowByFile.value(fileOf(child));
-            return now && keyOf(*now) != keyOf(row);
+QList<VLScheduledTask> CronwellController::withoutReplaced(QList<VLScheduledTask> asked) const {
+    QHash<std::pair<QString, QString>, QString> keyByFile;
+    for (const VLScheduledTask& row : rows())
+        for (const ClientCopy& job : row.copies())
+            keyByFile.insert(fileOf(job), row.key());
+    for (VLScheduledTask& row : asked)
+        row.removeCopies([&](const ClientCopy& job) {
+            const auto now = keyByFile.constFind(fileOf(job));
+            return now != keyByFile.cend() && *now != row.key();
         });
-        row.setChildren(children);
-    }
-    rows.removeIf([](const VLScheduledTask& row) { return row.children().isEmpty(); });
-    return rows;
+    asked.removeIf([](const VLScheduledTask& row) { return row.copies().isEmpty(); });
+    return asked;
 }
 
 void CronwellController::cronwellRemoveTasks(const QList<VLScheduledTask>& rows) {
     const VLCallLock lock;
+    const RunScope scope(runHere());
     QStringList descriptions;
-    qsizetype total = 0;
-    for (const VLScheduledTask& row : rows) {
+    for (const VLScheduledTask& row : rows)
         descriptions.append(row.taskDescription());
-        total += row.children().size();
-    }
     VLLog::appendLog(QStringLiteral("Removing Cronwell tasks: %@"), descriptions);
-    const auto refreshAfterwards =
-        qScopeGuard([this] { startRefresh(QStringLiteral("refreshCronwellTasks")); });
-    ProgressSteps progress(context(), total);
-    for (const VLScheduledTask& row : rows) {
-        for (const QVariant& child : row.children()) {
-            if (progress.isStopped()) return;
-            const QVariantMap instance = child.toMap();
-            send({removeSelector, instance.value(fileNameKey), instance.value(rootKey).toLongLong(), "obj2"},
-                 hostNameOf(child));
-            progress.step();
-        }
-    }
+    const auto refreshAfterwards = qScopeGuard([this] { endAndRefresh(); });
+    QList<Message> messages;
+    for (const VLScheduledTask& row : rows)
+        for (const ClientCopy& job : row.copies())
+            messages.append({.hostName = job.hostName,
+                             .selector = removeSelector,
+                             .settings = job.values.value(fileNameKey),
+                             .root = job.number(rootKey),
+                             .plainKey = "obj2"});
+    context().progress->startStatusProgress();
+    send(QStringLiteral("cronwellRemoveTasks:"), messages);
 }
 
 // ---- Add
@@ -268,38 +235,54 @@ void CronwellController::setReadingApps(int change) {
 
 void CronwellController::populateCronwellAppList() {
     const VLCallLock lock;
-    const QList<VLServicePtr> services = context().selectedServices();
-    ProgressSteps progress(context(), services.size());
+    Reading reading{0, runHere()};
+    const RunScope scope(reading.run);
+    context().progress->startStatusProgress();
+    const auto endAfterwards = qScopeGuard([this] { context().progress->endStatusProgress(); });
     OfferMerger merger;
-    for (const VLServicePtr& service : services) {
-        if (progress.isStopped()) return;
-        const OfferList offers = OfferList::fromAnswer(
-            context().runner->objectFromRemoteMethod(QStringLiteral("vlAppTasks"), {}, {}, service));
+    const auto take = [&](const RemoteClient& client, const QVariant& answer) {
+        if (!answer.isValid()) return;
+        const AgentAnswer::Entries offers = OfferMerger::checked(answer);
         if (!offers.complaint.isEmpty())
-            VLLog::appendLog(QStringLiteral("Tasks offered by %@: %@"), service->name(), offers.complaint);
-        merger.add(offers.applications, service->hostName());
-        progress.step();
-    }
+            VLLog::appendLog(QStringLiteral("Tasks offered by %@: %@"), client.name(), offers.complaint);
+        merger.add(offers.entries, client.hostName());
+    };
+    if (!askEach(QStringLiteral("vlAppTasks"), reading, take)) return;
     const QVariantList applications = merger.takeApplications();
-    if (progress.isStopped()) return;
-    onMainThreadAndWait([&] { setupCronwellNewTaskApps(applications); });
+    QStringList unanswered;
+    for (const UnansweredClient& client : std::as_const(reading.unanswered))
+        unanswered.append(client.hostName);
+    onMainThreadAndWait([&] { setupCronwellNewTaskApps(applications, unanswered); });
 }
 
-void CronwellController::setupCronwellNewTaskApps(const QVariantList& applications) {
-    setNewTaskAppDataArray(applications);
+void CronwellController::setupCronwellNewTaskApps(const QVariantList& applications,
+                                                  const QStringList& unanswered) {
+    setNewTaskAppDataArray(applications, unanswered);
     Q_EMIT newTaskAppsChanged();
 }
 
+/// What those have that gave no answer is not known, so nothing is added there; the sheet said so.
 void CronwellController::addCronwellTask(const QVariantMap& arguments) {
-    startWorker(QStringLiteral("addCronwellTaskOnThread:"),
-                [this, arguments] { addCronwellTaskOnThread(arguments); });
+    QList<RemoteClientPtr> clients;
+    for (const VLServicePtr& service : context().selectedServices())
+        if (!m_newTaskUnanswered.contains(service->hostName())) clients.append(service);
+    if (clients.isEmpty()) return;
+    startRunOn(QStringLiteral("addCronwellTaskOnThread:"),
+               {.action = QStringLiteral("Add"),
+                .actionDone = QStringLiteral("Added"),
+                .subject = arguments.value(QStringLiteral("taskid")).toString(),
+                .isChange = true},
+               clients, [this, arguments, alone = m_newTaskUnanswered] {
+                   for (const QString& hostName : alone)
+                       Run::current()->note(hostName, {Outcome::Skipped, leftAloneText()});
+                   addCronwellTaskOnThread(arguments);
+               });
 }
 
 void CronwellController::addCronwellTaskOnThread(const QVariantMap& arguments) {
     const VLCallLock lock;
+    const RunScope scope(runHere());
     VLLog::appendLog(QStringLiteral("Adding Cronwell task with arguments: %@"), arguments);
-    const auto refreshAfterwards =
-        qScopeGuard([this] { startRefresh(QStringLiteral("refreshCronwellTasks")); });
-    const ProgressSteps progress(context(), 0);
+    const auto refreshAfterwards = qScopeGuard([this] { endAndRefresh(); });
     sendToAll(addSelector, arguments, arguments.value(rootKey).toLongLong() != 0);
 }

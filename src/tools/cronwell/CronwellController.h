@@ -1,37 +1,29 @@
 #pragma once
 
-#include "tools/Tool.h"
 #include "tools/cronwell/VLScheduledTask.h"
-
-#include <QHash>
-#include <QList>
-#include <QVariant>
-
-#include <atomic>
-#include <optional>
-#include <variant>
-
-class ProgressSteps;
+#include "tools/merged/MergedController.h"
 
 /// The scheduled tasks of the selected clients, merged by tool and description.
 ///
-/// Workers block. Each ends the status display and then refreshes the rows on a further thread; in this
-/// order, because the refresh starts a display of its own. A worker whose run is cancelled stops at its next
-/// client.
-class CronwellController : public ToolController {
+/// Workers block. Each works for one run, on as many clients at once as that may; one that was cancelled
+/// starts nothing more. Then it refreshes the rows on a further thread.
+class CronwellController : public MergedController<VLScheduledTask> {
     Q_OBJECT
 public:
-    using ToolController::ToolController;
+    using MergedController::MergedController;
 
-    [[nodiscard]] const QList<VLScheduledTask>& cronwellArray() const {
-        return m_cronwellArray;
-    }                                                    ///< main thread
-    void setCronwellArray(QList<VLScheduledTask> rows);  ///< main thread; in the order given
+    [[nodiscard]] const QList<VLScheduledTask>& cronwellArray() const { return rows(); }  ///< main thread
+    void setCronwellArray(QList<VLScheduledTask> rows) { setRows(std::move(rows)); }      ///< main thread
 
     /// The applications whose tasks can be scheduled, by name: "taskBundleID", "name", and "tasks", each with
     /// "taskID", "taskDescription" and "missingHosts" (selected clients that do not offer it). Main thread.
     [[nodiscard]] const QVariantList& newTaskAppDataArray() const { return m_newTaskAppDataArray; }
-    void setNewTaskAppDataArray(const QVariantList& applications) { m_newTaskAppDataArray = applications; }
+    void setNewTaskAppDataArray(const QVariantList& applications, const QStringList& unanswered = {}) {
+        m_newTaskAppDataArray = applications;
+        m_newTaskUnanswered = unanswered;
+    }
+    /// The host names of the clients that did not say what they offer: nothing is added there. Main thread.
+    [[nodiscard]] const QStringList& newTaskUnanswered() const { return m_newTaskUnanswered; }
     /// True while they are being read. Main thread.
     [[nodiscard]] bool isReadingApps() const { return m_appReaders > 0; }
 
@@ -43,37 +35,26 @@ public:
     /// is missing. The common values have the keys of the row's first job only; where that one has another
     /// kind of schedule, the value is the first job's that reads like the common schedule.
     void cronwellSyncTasks();
-    /// What to enable or disable: every task of every client, one client's job, or a row with all its jobs.
-    struct EnableRequest {
-        std::variant<std::monostate, QVariantMap, VLScheduledTask> task;
-        qlonglong enabled = 0;
-    };
-    void cronwellEnableTask(const EnableRequest& request);
+    void cronwellEnableTask(const Edit& enabled);
     void cronwellRemoveTasks(const QList<VLScheduledTask>& rows);
-    /// Adds a task on all selected clients: "bundleid", "taskid", "scheduletype" and "intervalval" (texts),
-    /// "enabled" and "root" (numbers).
+    /// Adds a task on all selected clients but those of newTaskUnanswered(): "bundleid", "taskid",
+    /// "scheduletype" and "intervalval" (texts), "enabled" and "root" (numbers).
     void addCronwellTaskOnThread(const QVariantMap& arguments);
     void populateCronwellAppList();
 
     // From the pane, on the main thread: each starts its worker and returns.
-    /// A row, or one client's job in it. By their names, because the rows are replaced while a menu or an
-    /// alert is open.
-    struct Target {
-        QString bundleID, description;
-        QString hostName = {}, fileName = {};  ///< empty: the whole row
-    };
     void cronwellSyncTasksAction();
     void cronwellEnableAllAction();
     void cronwellDisableAllAction();
     /// Asks over `window` first, and then removes the jobs that those rows had when it asked, but none whose
     /// file has become another task's meanwhile.
-    void cronwellRemoveTaskAction(const QList<Target>& rows, QObject* window);
+    void cronwellRemoveTaskAction(const QList<RowTarget>& targets, QObject* window);
     /// The pane shows the sheet meanwhile; newTaskAppsChanged() says when there is something to choose from.
     void cronwellAddTaskAction();
     void addCronwellTask(const QVariantMap& arguments);
     /// Writes the value into the rows (and their jobs) or jobs, and has the clients do it, one after the
     /// other on one worker. Targets that are gone are skipped.
-    void setEnabled(const QList<Target>& targets, int enabled);
+    void setEnabled(const QList<RowTarget>& targets, int enabled);
 
     /// The "scheduleType" of the first job whose schedule reads like this; invalid when there is none. Main
     /// thread.
@@ -81,7 +62,12 @@ public:
 
     void refresh() override { refreshCronwellTasks(); }
     void clearData() override;
-    [[nodiscard]] ToolReport report() const override;
+
+protected:
+    [[nodiscard]] QString table() const override { return QStringLiteral("cronwellOutline"); }
+    [[nodiscard]] QStringList reportTitles() const override;
+    [[nodiscard]] QStringList reportCells(const VLScheduledTask& row) const override;
+    [[nodiscard]] QString differenceWord(const VLScheduledTask& row) const override;
 
 Q_SIGNALS:
     void newTaskAppsChanged();  ///< the applications to choose from, or whether they are being read
@@ -90,35 +76,36 @@ private:
     /// What is sent to one client: on the authorised path when `root` is not 0; else on the plain one, where
     /// `settings` travel under `plainKey`.
     struct Message {
+        QString hostName;
         const char* selector;
         QVariant settings;
         qlonglong root = 0;
         const char* plainKey = "obj1";
+        QString logLine = {};
     };
     using ScheduleTypes = QHash<QString, QVariant>;  ///< by schedule in words
 
     // Main thread.
-    [[nodiscard]] static std::optional<EnableRequest> write(VLScheduledTask& row, const Target& target,
-                                                            int enabled);
-    void startEnabling(const QList<EnableRequest>& requests);
-    [[nodiscard]] QList<VLScheduledTask> withoutReplaced(QList<VLScheduledTask> rows) const;
+    void startEnabling(const QList<Edit>& edits);
+    void startRemoving(const QList<VLScheduledTask>& rows);
+    [[nodiscard]] QList<VLScheduledTask> withoutReplaced(QList<VLScheduledTask> asked) const;
     void setReadingApps(int change);
-    void setupCronwellNewTaskApps(const QVariantList& applications);
+    void setupCronwellNewTaskApps(const QVariantList& applications, const QStringList& unanswered);
 
-    // Workers. `run`: of TaskProgress.
-    [[nodiscard]] QList<VLScheduledTask> rows() const;  ///< any thread
-    void populate(const Reading& reading);
+    // Workers.
     [[nodiscard]] static ScheduleTypes scheduleTypes(const QList<VLScheduledTask>& rows);
-    void syncRow(const VLScheduledTask& row, const ScheduleTypes& types, ProgressSteps& progress);
-    void enableTasks(const QList<EnableRequest>& requests);
+    static void addSyncMessages(const VLScheduledTask& row, const ScheduleTypes& types,
+                                QList<Message>& messages);
+    [[nodiscard]] static Message enabling(const ClientCopy& job, qlonglong enabled);
+    void enableTasks(const QList<Edit>& edits);
     void enableEverything(qlonglong enabled) const;
-    void enableOnHost(const QVariantMap& instance, qlonglong enabled, ProgressSteps& progress) const;
-    void enableOnAllHosts(const VLScheduledTask& row, qlonglong enabled, ProgressSteps& progress) const;
-    void send(const Message& message, const QString& hostName) const;
+    /// Each client gets its messages in their order.
+    void send(const QString& name, const QList<Message>& messages) const;
     void sendToAll(const char* selector, const QVariantMap& settings, bool root) const;
     void delayedRefresh();
+    void endAndRefresh();
 
-    QList<VLScheduledTask> m_cronwellArray;
     QVariantList m_newTaskAppDataArray;
+    QStringList m_newTaskUnanswered;
     int m_appReaders = 0;  ///< main thread
 };

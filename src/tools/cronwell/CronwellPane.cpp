@@ -1,10 +1,7 @@
-#include "tools/cronwell/CronwellPane.h"
-
 #include "system/VLException.h"
-#include "tools/cronwell/CronwellModel.h"
 #include "tools/cronwell/CronwellView.h"
 #include "tools/cronwell/NewTaskSheet.h"
-#include "tools/cronwell/TaskKeys.h"
+#include "widgets/PaneBar.h"
 #include "widgets/PaneParts.h"
 #include "widgets/SymbolIcon.h"
 
@@ -13,54 +10,59 @@
 #include <QToolButton>
 #include <QTreeView>
 
-QWidget* makeCronwellPane(ToolController& controller, QWidget* parent) {
-    return new CronwellView(static_cast<CronwellController&>(controller), parent);
+Tool cronwellTool() {
+    return {.identifier = QStringLiteral("cronwell"),
+            .title = QStringLiteral("Cronwell"),
+            .subtitle = QStringLiteral("Schedule maintenance tasks"),
+            .clearingPlace = 10,
+            .settings = sortSettings(QStringLiteral("cronwellOutline"), QStringLiteral("taskDescription")),
+            .makeController = controllerMaker<CronwellController>(),
+            .makePane = paneMaker<CronwellView, CronwellController>()};
 }
 
 CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
-    : MergedOutlineView(controller, new CronwellModel(controller.context().friendlyServiceName),
+    : MergedOutlineView(controller, new Model(cronwellLook(), controller.context().friendlyServiceName),
                         QStringLiteral("cronwell"),
-                        {QStringLiteral("task"), QStringLiteral("tasks"), QStringLiteral("Scheduled tasks"),
-                         QStringLiteral("clock")},
+                        {.singular = QStringLiteral("task"),
+                         .plural = QStringLiteral("tasks"),
+                         .title = QStringLiteral("Scheduled tasks"),
+                         .symbol = QStringLiteral("clock"),
+                         .unansweredAlone = QStringLiteral("Nothing is added there.")},
                         parent),
       m_controller(controller),
-      m_model(static_cast<CronwellModel*>(outline().model())),
+      m_model(static_cast<Model*>(model())),
       m_newTask(new NewTaskSheet(controller, this)),
       m_remove(new QAction(symbolIcon(QStringLiteral("trash")), QStringLiteral("Remove…"), this)) {
     buildButtons();
-    turnBoxesWithSpace(outline(), CronwellModel::Enabled);
+    turnBoxesWithSpace(view(), VLScheduledTask::Enabled);
     // The tool's drawing and the status say the same as the columns that go first.
-    const QList<int> first{CronwellModel::Tool, CronwellModel::Computers};
-    start({{960, {216, 186, 84, 96, 80, 88}, {}},
+    const QList<int> first{VLScheduledTask::Tool, VLScheduledTask::Computers};
+    start({{960, {216, 186, 84, 96, 80, 88}},
            {760, {216, 186, 84, 96, 80, 88}, first},
            {0, {190, 138, 84, 92, 74, 80}, first}});
 }
 
 void CronwellView::buildButtons() {
-    m_add = addButton(QStringLiteral("cronwellAddTaskBtn"), QStringLiteral("add"), QStringLiteral("Add…"),
-                      QStringLiteral("Schedule a task on all selected computers"),
-                      [this] { cronwellAddTaskAction(); });
-    m_removeButton =
-        addButton(QStringLiteral("cronwellRemoveTaskBtn"), QStringLiteral("trash"), QStringLiteral("Remove…"),
-                  QStringLiteral("Delete the selected tasks from every computer that has them"),
-                  [this] { remove(selectedTasks()); });
-    m_sync =
-        addButton(QStringLiteral("cronwellSyncBtn"), QStringLiteral("sync"), QStringLiteral("Synchronise"),
-                  QStringLiteral("Give every task that differs the schedule that most computers have, "
-                                 "and add it where it is missing"),
-                  [this] { m_controller.cronwellSyncTasksAction(); });
-    m_enableAll =
-        addButton(QStringLiteral("cronwellEnableAllBtn"), QStringLiteral("on"), QStringLiteral("Enable All"),
-                  QStringLiteral("Enable every scheduled task on all selected computers"),
-                  [this] { m_controller.cronwellEnableAllAction(); });
-    m_disableAll = addButton(QStringLiteral("cronwellDisableAllBtn"), QStringLiteral("off"),
-                             QStringLiteral("Disable All"),
-                             QStringLiteral("Disable every scheduled task on all selected computers"),
-                             [this] { m_controller.cronwellDisableAllAction(); });
+    m_add = bar().addButton(
+        QStringLiteral("cronwellAddTaskBtn"), QStringLiteral("add"), QStringLiteral("Add…"),
+        QStringLiteral("Schedule a task on all selected computers"), [this] { cronwellAddTaskAction(); });
+    m_removeButton = bar().addButton(
+        QStringLiteral("cronwellRemoveTaskBtn"), QStringLiteral("trash"), QStringLiteral("Remove…"),
+        QStringLiteral("Delete the selected tasks from every computer that has them"),
+        [this] { remove(selectedTasks()); });
+    m_sync = bar().addButton(
+        QStringLiteral("cronwellSyncBtn"), QStringLiteral("sync"), QStringLiteral("Synchronise"),
+        QStringLiteral("Give every task that differs the schedule that most computers have, "
+                       "and add it where it is missing"),
+        [this] { m_controller.cronwellSyncTasksAction(); });
+    addButtonForAll(QStringLiteral("cronwellEnableAllBtn"), QStringLiteral("on"), QStringLiteral("Enable"),
+                    [this] { m_controller.cronwellEnableAllAction(); });
+    addButtonForAll(QStringLiteral("cronwellDisableAllBtn"), QStringLiteral("off"), QStringLiteral("Disable"),
+                    [this] { m_controller.cronwellDisableAllAction(); });
     m_remove->setObjectName(QStringLiteral("cronwellRemoveTask"));
     m_remove->setShortcuts({QKeySequence(Qt::Key_Delete), QKeySequence(Qt::Key_Backspace)});
     m_remove->setShortcutContext(Qt::WidgetShortcut);
-    outline().addAction(m_remove);
+    view().addAction(m_remove);
     connect(m_remove, &QAction::triggered, this, [this] { remove(selectedTasks()); });
 }
 
@@ -71,8 +73,6 @@ void CronwellView::installRows() {
 void CronwellView::updateActions() {
     m_add->setEnabled(!m_controller.context().selectedServices().isEmpty());
     m_sync->setEnabled(anyDiffers());
-    m_enableAll->setEnabled(anyRows());
-    m_disableAll->setEnabled(anyRows());
     m_remove->setEnabled(!selectedTasks().isEmpty());
     m_removeButton->setEnabled(m_remove->isEnabled());
 }
@@ -90,54 +90,31 @@ void CronwellView::cronwellAddTaskAction() {
 
 // ---- Changes
 
-CronwellView::Target CronwellView::target(const Place& place) const {
-    const VLScheduledTask& row = m_model->rows().at(place.row);
-    Target named{row.taskBundleID(), row.taskDescription()};
-    if (place.child < 0) return named;
-    const QVariantMap job = m_model->client(place);
-    named.hostName = ClientCopies::hostNameOf(job);
-    named.fileName = job.value(TaskKeys::fileNameKey).toString();
-    return named;
-}
-
-QList<CronwellView::Target> CronwellView::selectedTargets() const {
-    QList<Target> targets;
-    for (const Place& place : selectedPlaces())
-        targets.append(target(place));
-    return targets;
-}
-
-QList<CronwellView::Target> CronwellView::selectedTasks() const {
-    QList<Target> rows = selectedTargets();
-    rows.removeIf([](const Target& target) { return !target.hostName.isEmpty(); });
+QList<RowTarget> CronwellView::selectedTasks() const {
+    QList<RowTarget> rows = selectedTargets();
+    rows.removeIf([](const RowTarget& target) { return !target.isWholeRow(); });
     return rows;
 }
 
-void CronwellView::remove(const QList<Target>& rows) {
+void CronwellView::remove(const QList<RowTarget>& rows) {
     m_controller.cronwellRemoveTaskAction(rows, window());
 }
 
-void CronwellView::setEnabled(const QList<Target>& targets, bool on) {
+void CronwellView::setEnabled(const QList<RowTarget>& targets, bool on) {
     m_controller.setEnabled(targets, on ? 1 : 0);
-    QSet<QString> changed;
-    for (const Target& target : targets)
-        if (target.hostName.isEmpty())
-            changed.insert(CronwellModel::keyFor(target.bundleID, target.description));
-    collapse(changed);
+    collapse(targets);
 }
 
-void CronwellView::check(const Place& place, int, bool on) {
-    setEnabled({target(place)}, on);
+void CronwellView::check(const RowTarget& target, int, bool on) {
+    setEnabled({target}, on);
 }
 
 void CronwellView::addMenuItems(QMenu& menu) {
-    const QList<Target> targets = selectedTargets();
-    for (const bool on : {true, false}) {
-        QAction* const change = menu.addAction(symbolIcon(on ? QStringLiteral("on") : QStringLiteral("off")),
-                                               on ? QStringLiteral("Enable") : QStringLiteral("Disable"),
-                                               this, [this, targets, on] { setEnabled(targets, on); });
-        change->setEnabled(!targets.isEmpty());
-    }
+    using Targets = QList<RowTarget>;
+    addChangeItem(menu, "on", QStringLiteral("Enable"),
+                  [this](const Targets& targets) { setEnabled(targets, true); });
+    addChangeItem(menu, "off", QStringLiteral("Disable"),
+                  [this](const Targets& targets) { setEnabled(targets, false); });
     menu.addSeparator();
     QAction* const addTask = menu.addAction(symbolIcon(QStringLiteral("add")), QStringLiteral("Add Task…"),
                                             this, &CronwellView::cronwellAddTaskAction);

@@ -3,8 +3,6 @@
 #include "logs/VLLog.h"
 #include "remote/Aggregation.h"
 #include "tools/cronwell/CronwellController.h"
-#include "tools/cronwell/ProgressSteps.h"
-#include "tools/cronwell/TaskKeys.h"
 #include "tools/cronwell/TaskSchedule.h"
 
 #include <QScopeGuard>
@@ -33,19 +31,17 @@ QString calendarValue(const QVariantMap& interval) {
 
 /// The common values hold only what the first client has: where that one has another kind of schedule, the
 /// common schedule is taken from the first that has it.
-QVariant scheduleValueFor(const QString& key, const QVariantMap& common, const QVariantList& instances) {
+QVariant scheduleValueFor(const QString& key, const QVariantMap& common, const QList<ClientCopy>& jobs) {
     if (common.contains(key)) return common.value(key);
-    for (const QVariant& value : instances) {
-        const QVariantMap instance = value.toMap();
-        if (instance.contains(key) && instance.value(frequencyKey) == common.value(frequencyKey))
-            return instance.value(key);
-    }
+    for (const ClientCopy& job : jobs)
+        if (job.values.contains(key) && job.values.value(frequencyKey) == common.value(frequencyKey))
+            return job.values.value(key);
     return {};
 }
 
 /// As it travels; invalid where there is none.
-QVariant scheduleValue(const QVariantMap& common, const QVariantList& instances) {
-    const auto value = [&](const QString& key) { return scheduleValueFor(key, common, instances); };
+QVariant scheduleValue(const QVariantMap& common, const QList<ClientCopy>& jobs) {
+    const auto value = [&](const QString& key) { return scheduleValueFor(key, common, jobs); };
     switch (common.value(scheduleTypeKey).toLongLong()) {
         case TaskSchedule::Seconds:
             return QString::number(value(secondsKey).toLongLong());
@@ -82,45 +78,43 @@ bool differsFrom(const QVariantMap& common, const QVariantMap& instance) {
 }  // namespace
 
 void CronwellController::cronwellSyncTasksAction() {
-    startWorker(QStringLiteral("cronwellSyncTasks"), [this] { cronwellSyncTasks(); });
+    startRun(QStringLiteral("cronwellSyncTasks"),
+             {.action = QStringLiteral("Synchronise"),
+              .actionDone = QStringLiteral("Synchronised"),
+              .subject = QStringLiteral("tasks"),
+              .isChange = true},
+             [this] { cronwellSyncTasks(); });
 }
 
 void CronwellController::cronwellSyncTasks() {
     const VLCallLock lock;
+    const RunScope scope(runHere());
     VLLog::appendLog(QStringLiteral("Syncing Cronwell tasks..."));
-    const auto refreshAfterwards =
-        qScopeGuard([this] { startRefresh(QStringLiteral("refreshCronwellTasks")); });
-    QList<VLScheduledTask> differing = rows();
-    const ScheduleTypes types = scheduleTypes(differing);
-    differing.removeIf([](const VLScheduledTask& row) { return row.state() == VLScheduledTask::Alike; });
-    if (differing.isEmpty()) return;
-    qsizetype total = 0;
-    for (const VLScheduledTask& row : std::as_const(differing))
-        total += row.children().size() + row.missingHosts().size();
-    ProgressSteps progress(context(), total);
-    for (const VLScheduledTask& row : std::as_const(differing))
-        syncRow(row, types, progress);
+    const auto refreshAfterwards = qScopeGuard([this] { endAndRefresh(); });
+    const QList<VLScheduledTask> rows = copyOfRows();
+    const ScheduleTypes types = scheduleTypes(rows);
+    QList<Message> messages;
+    for (const VLScheduledTask& row : rows)
+        if (row.difference() != VLScheduledTask::Alike) addSyncMessages(row, types, messages);
+    noteLeftAlone();
+    if (messages.isEmpty()) return;
+    context().progress->startStatusProgress();
+    send(QStringLiteral("cronwellSyncTasks"), messages);
 }
 
-void CronwellController::syncRow(const VLScheduledTask& row, const ScheduleTypes& types,
-                                 ProgressSteps& progress) {
+/// A client that gave no answer may have it: it is left alone.
+void CronwellController::addSyncMessages(const VLScheduledTask& row, const ScheduleTypes& types,
+                                         QList<Message>& messages) {
     QVariantMap common = Aggregation::commonValuesForDictArray(row.children());
     const QVariant type = types.value(common.value(frequencyKey).toString());
     if (type.isValid()) common.insert(scheduleTypeKey, type);
-    const QVariantMap settings = commonSettings(common, scheduleValue(common, row.children()));
-    for (const QVariant& child : row.children()) {
-        if (progress.isStopped()) return;
-        const QVariantMap instance = child.toMap();
-        if (differsFrom(common, instance)) {
-            QVariantMap changed = settings;
-            changed.insert(fileNameKey, instance.value(fileNameKey));
-            send({editSelector, changed, row.root()}, instance.value(hostNameKey).toString());
-        }
-        progress.step();
+    const QVariantMap settings = commonSettings(common, scheduleValue(common, row.copies()));
+    for (const ClientCopy& job : row.copies()) {
+        if (!differsFrom(common, job.values)) continue;
+        QVariantMap changed = settings;
+        changed.insert(fileNameKey, job.values.value(fileNameKey));
+        messages.append({job.hostName, editSelector, changed, row.root()});
     }
-    for (const QVariant& missing : row.missingHosts()) {
-        if (progress.isStopped()) return;
-        send({addSelector, settings, row.root()}, missing.toMap().value(hostNameKey).toString());
-        progress.step();
-    }
+    for (const AskedClient& client : row.absent())
+        if (client.hasAnswered) messages.append({client.hostName, addSelector, settings, row.root()});
 }

@@ -3,9 +3,10 @@
 #include "tools/cronwell/CronwellController.h"
 #include "tools/merged/MergedOutlineView.h"
 
-class CronwellModel;
 class NewTaskSheet;
 class QAction;
+
+[[nodiscard]] const RowsLook<VLScheduledTask>& cronwellLook();
 
 /// Shows the merged scheduled tasks; adds, removes, enables and synchronises them.
 class CronwellView : public MergedOutlineView {
@@ -17,21 +18,19 @@ protected:
     void installRows() override;
     void addMenuItems(QMenu& menu) override;
     void updateActions() override;
-    void check(const Place& place, int column, bool on) override;
+    void check(const RowTarget& target, int column, bool on) override;
 
 private:
-    using Target = CronwellController::Target;
+    using Model = MergedRowsModel<VLScheduledTask>;
     void buildButtons();
     void cronwellAddTaskAction();
-    [[nodiscard]] Target target(const Place& place) const;
-    [[nodiscard]] QList<Target> selectedTargets() const;
-    [[nodiscard]] QList<Target> selectedTasks() const;  ///< rows only
-    void remove(const QList<Target>& rows);
-    void setEnabled(const QList<Target>& targets, bool on);
+    [[nodiscard]] QList<RowTarget> selectedTasks() const;  ///< rows only
+    void remove(const QList<RowTarget>& rows);
+    void setEnabled(const QList<RowTarget>& targets, bool on);
 
     CronwellController& m_controller;
-    CronwellModel* m_model;
+    Model* m_model;
     NewTaskSheet* m_newTask;
     QAction* m_remove;
-    QToolButton *m_add, *m_removeButton, *m_sync, *m_enableAll, *m_disableAll;
+    QToolButton *m_add, *m_removeButton, *m_sync;
 };

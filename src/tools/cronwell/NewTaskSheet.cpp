@@ -338,6 +338,13 @@ void NewTaskSheet::updateForm() {
     m_addButton->setEnabled(m_tasks->count() > 0 && scheduleProblem().isEmpty());
 }
 
+QString NewTaskSheet::friendlyNames(const QStringList& hostNames) const {
+    QStringList names;
+    for (const QString& hostName : hostNames)
+        names.append(m_controller.context().friendlyServiceName(hostName));
+    return names.join(QStringLiteral(", "));
+}
+
 void NewTaskSheet::showOffer() {
     const QStringList missing = task().value(QStringLiteral("missingHosts")).toStringList();
     if (m_tasks->count() == 0) {
@@ -345,13 +352,16 @@ void NewTaskSheet::showOffer() {
                              ? QStringLiteral("Reading the tools of the selected computers…")
                              : QStringLiteral("No tool on the selected computers has tasks to schedule."));
     } else if (missing.isEmpty()) {
-        m_offer->setText(QStringLiteral("All selected computers have this tool."));
+        m_offer->setText(m_controller.newTaskUnanswered().isEmpty()
+                             ? QStringLiteral("All selected computers have this tool.")
+                             : QStringLiteral("All computers that answered have this tool."));
     } else {
-        QStringList names;
-        for (const QString& hostName : missing)
-            names.append(m_controller.context().friendlyServiceName(hostName));
-        m_offer->setText(QStringLiteral("Not available on %1").arg(names.join(QStringLiteral(", "))));
+        m_offer->setText(QStringLiteral("Not available on %1.").arg(friendlyNames(missing)));
     }
+    if (const QStringList& silent = m_controller.newTaskUnanswered(); !silent.isEmpty())
+        m_offer->setText(
+            m_offer->text() +
+            QStringLiteral(" No answer from %1: nothing is added there.").arg(friendlyNames(silent)));
 }
 
 /// What is not filled in yet is no mistake.

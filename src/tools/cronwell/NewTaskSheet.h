@@ -44,6 +44,7 @@ private:
     void edited();
     void updateForm();
     void showOffer();
+    [[nodiscard]] QString friendlyNames(const QStringList& hostNames) const;
     void showSchedule();
 
     [[nodiscard]] Kind kind() const;

@@ -4,6 +4,29 @@
 
 #include <algorithm>
 
+namespace {
+
+constexpr AgentAnswer::Key taskKeys[] = {{"taskDescription", AgentAnswer::filledText, true},
+                                         {"taskID", AgentAnswer::filledText, true}};
+
+QVariant tasks(const QVariant& value) {
+    const QList<QVariantMap> kept =
+        AgentAnswer::fromArray(value, {taskKeys, OfferMerger::mostOffers}).entries;
+    return kept.isEmpty() ? QVariant() : QVariantList(kept.begin(), kept.end());
+}
+
+constexpr AgentAnswer::Kind filledTasks{[](const QVariant&) { return false; }, tasks};
+
+constexpr AgentAnswer::Key applicationKeys[] = {{"name", AgentAnswer::filledText, true},
+                                                {"taskBundleID", AgentAnswer::lineOfText, true},
+                                                {"tasks", filledTasks, true}};
+
+}  // namespace
+
+AgentAnswer::Entries OfferMerger::checked(const QVariant& answer) {
+    return AgentAnswer::fromArray(answer, {applicationKeys, mostOffers});
+}
+
 OfferMerger::Application& OfferMerger::application(const QVariantMap& offered) {
     const QString bundleID = offered.value(QStringLiteral("taskBundleID")).toString();
     const auto known = m_places.constFind(bundleID);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/AgentAnswer.h"
+
 #include <QHash>
 #include <QList>
 #include <QString>
@@ -12,9 +14,13 @@
 /// it, and says which of them lack it.
 class OfferMerger {
 public:
+    /// An agent's answer to vlAppTasks: applications that offer tasks, with "taskBundleID" and "name", and
+    /// "tasks", dictionaries of "taskID" and "taskDescription"; all of them texts that are not empty.
+    [[nodiscard]] static AgentAnswer::Entries checked(const QVariant& answer);
+    static constexpr qsizetype mostOffers = 100;      ///< applications, and tasks of each
     static constexpr qsizetype maximumTasks = 2'000;  ///< of all together: further ones are left out
 
-    /// One client's applications, as OfferList has them.
+    /// One client's applications.
     void add(const QList<QVariantMap>& applications, const QString& hostName);
     /// By name: "taskBundleID", "name", and "tasks", each with "taskID", "taskDescription" and
     /// "missingHosts".

@@ -1,13 +1,10 @@
 #include "tools/merged/MergedOutlineModel.h"
 
-#include "tools/ClientCopies.h"
 #include "widgets/PlainText.h"
 
 #include <algorithm>
 
 namespace {
-
-using ClientCopies::hostNameOf;
 
 // Internal ids: of the merged rows this one, of the rows below them one made of their row's number. Those are
 // spread over all numbers because Qt hashes an index by adding its row and its id: with small ones in a row,
@@ -37,23 +34,23 @@ constexpr qsizetype mostNames = 20;  // of clients, in one text
 
 }  // namespace
 
-MergedOutlineModel::MergedOutlineModel(std::vector<Column> columns,
-                                       std::function<QString(const QString&)> friendlyName, QObject* parent)
-    : QAbstractItemModel(parent), m_columns(std::move(columns)), m_friendlyName(std::move(friendlyName)) {}
+MergedOutlineModel::MergedOutlineModel(std::vector<Heading> headings, const char* absentText,
+                                       FriendlyName friendlyName)
+    : m_headings([&] {
+          headings.push_back({"Computers"});
+          headings.push_back({"Status"});
+          return std::move(headings);
+      }()),
+      m_absentText(absentText),
+      m_friendlyName(std::move(friendlyName)) {}
 
-QStringList MergedOutlineModel::columnNames() const {
-    QStringList names;
-    for (const Column& column : m_columns)
-        names.append(QLatin1String(column.name));
-    return names;
-}
-
-void MergedOutlineModel::replaceRows(const std::function<void()>& replace) {
+void MergedOutlineModel::replaceRows(const std::function<int()>& replace) {
     beginResetModel();
-    replace();
+    const int total = replace();
     m_firstKeys.clear();
+    m_firstKeys.reserve(size_t(total));
     m_differing = 0;
-    for (int row = 0; row < rowTotal(); ++row) {
+    for (int row = 0; row < total; ++row) {
         m_firstKeys.push_back(sortKey(row, 0));
         if (differs(row)) ++m_differing;
     }
@@ -76,26 +73,23 @@ QModelIndex MergedOutlineModel::parent(const QModelIndex& child) const {
 int MergedOutlineModel::rowCount(const QModelIndex& parent) const {
     if (!parent.isValid()) return int(m_shown.size());
     if (parent.internalId() != rowId || parent.column() != 0) return 0;
-    return clientCount(m_shown[size_t(parent.row())]);
+    const MergedRow& shown = row(m_shown[size_t(parent.row())]);
+    return int(shown.copies().size() + shown.absent().size());
 }
 
 int MergedOutlineModel::columnCount(const QModelIndex&) const {
-    return int(m_columns.size());
+    return int(m_headings.size());
 }
 
 bool MergedOutlineModel::hasChildren(const QModelIndex& parent) const {
     return rowCount(parent) > 0;
 }
 
-int MergedOutlineModel::clientCount(int row) const {
-    return int(presentOn(row).size() + missingOn(row).size());
-}
-
 MergedOutlineModel::Place MergedOutlineModel::place(const QModelIndex& index) const {
     if (!index.isValid()) return {};
     if (index.internalId() == rowId) return {m_shown[size_t(index.row())], -1, false};
     const int row = rowOf(index.internalId());
-    return {row, index.row(), index.row() >= presentOn(row).size()};
+    return {row, index.row(), index.row() >= this->row(row).copies().size()};
 }
 
 QModelIndex MergedOutlineModel::indexOf(int row) const {
@@ -103,27 +97,41 @@ QModelIndex MergedOutlineModel::indexOf(int row) const {
     return position < 0 ? QModelIndex() : createIndex(position, 0, rowId);
 }
 
-/// The host's name, which stays when its copy is moved about; of several copies also which one it is.
-QString MergedOutlineModel::clientKey(const Place& place, const QVariantMap& client) const {
-    const QString host = hostNameOf(client);
-    const auto isOfHost = [&](int child) {
-        return !place.isMissing && hostNameOf(presentOn(place.row).value(child).toMap()) == host;
-    };
-    const bool isOnly = !isOfHost(place.child - 1) && !isOfHost(place.child + 1);
-    return isOnly ? host : host + u'\n' + copyKey(client);
+const ClientCopy* MergedOutlineModel::copy(const Place& place) const {
+    if (place.row < 0 || place.child < 0) return nullptr;
+    const QList<ClientCopy>& copies = row(place.row).copies();
+    return place.child < copies.size() ? &copies.at(place.child) : nullptr;
 }
 
-QVariantMap MergedOutlineModel::client(const Place& place) const {
-    const qsizetype present = presentOn(place.row).size();
-    return place.isMissing ? missingOn(place.row).value(place.child - present).toMap()
-                           : presentOn(place.row).value(place.child).toMap();
+const QString& MergedOutlineModel::hostName(const Place& place) const {
+    const ClientCopy* const present = copy(place);
+    const MergedRow& row = this->row(place.row);
+    return present ? present->hostName : row.absent().at(place.child - row.copies().size()).hostName;
+}
+
+RowTarget MergedOutlineModel::target(const Place& place) const {
+    if (place.child < 0) return {rowKey(place.row)};
+    const ClientCopy* const present = copy(place);
+    if (!present || present->hostName.isEmpty()) return {};  // without a host the whole row would be meant
+    return {rowKey(place.row), present->hostName, present->text(copyKey())};
+}
+
+/// The host's name, which stays when its copy is moved about; of several copies also which one it is.
+QString MergedOutlineModel::clientKey(const Place& place) const {
+    const QString& host = hostName(place);
+    const auto isOfHost = [&](int child) {
+        const ClientCopy* const other = copy({place.row, child, false});
+        return !place.isMissing && other && other->hostName == host;
+    };
+    const bool isOnly = !isOfHost(place.child - 1) && !isOfHost(place.child + 1);
+    return isOnly ? host : host + u'\n' + copy(place)->text(copyKey());
 }
 
 // ---- Contents
 
 QVariant MergedOutlineModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
-    if (role == Qt::DisplayRole) return QLatin1String(m_columns[size_t(section)].title);
+    if (role == Qt::DisplayRole) return QLatin1String(m_headings[size_t(section)].title);
     if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
     return {};
 }
@@ -131,24 +139,30 @@ QVariant MergedOutlineModel::headerData(int section, Qt::Orientation orientation
 QVariant MergedOutlineModel::data(const QModelIndex& index, int role) const {
     const Place at = place(index);
     if (at.row < 0) return {};
-    if (at.child < 0)
-        return role == KeyRole ? QVariant(rowKey(at.row)) : rowData(at.row, index.column(), role);
-    const QVariantMap shown = client(at);
-    if (role == KeyRole) return clientKey(at, shown);
-    if (index.column() == 0) return clientName(shown, at.isMissing, role);
-    return clientData(shown, at.isMissing, index.column(), role);
+    const int column = index.column();
+    const bool isStatus = column == columnCount() - 1;
+    if (at.child < 0) {
+        if (role == KeyRole) return rowKey(at.row);
+        if (isStatus) return statusData(at.row, role);
+        return column == columnCount() - 2 ? countData(at.row, role) : rowData(at.row, column, role);
+    }
+    if (role == KeyRole) return clientKey(at);
+    if (column == 0) return clientName(at, role);
+    if (at.isMissing) return absentData(at, column, role);
+    const ClientCopy& present = *copy(at);
+    return isStatus ? placeData(present.text(copyKey()), role) : copyData(present, column, role);
 }
 
-QVariant MergedOutlineModel::clientName(const QVariantMap& client, bool isMissing, int role) const {
+QVariant MergedOutlineModel::clientName(const Place& place, int role) const {
     switch (role) {
         case Qt::DisplayRole:
-            return friendlyHost(client);
+            return friendlyHost(hostName(place));
         case Qt::ToolTipRole:
-            return literalText(hostNameOf(client));
+            return literalText(hostName(place));
         case Cell::SymbolRole:
             return QStringLiteral("computer");
         case Cell::ToneRole:
-            return int(isMissing ? Cell::Tone::Secondary : Cell::Tone::Plain);
+            return int(place.isMissing ? Cell::Tone::Secondary : Cell::Tone::Plain);
         default:
             return {};
     }
@@ -167,83 +181,81 @@ bool MergedOutlineModel::setData(const QModelIndex& index, const QVariant& value
     return true;
 }
 
-QString MergedOutlineModel::friendlyHost(const QVariantMap& client) const {
-    const QString host = hostNameOf(client);
-    return m_friendlyName ? m_friendlyName(host) : host;
+QString MergedOutlineModel::friendlyHost(const QString& hostName) const {
+    return m_friendlyName ? m_friendlyName(hostName) : hostName;
 }
 
-int MergedOutlineModel::computersWith(int row) const {
-    int count = 0;
-    QString last;
-    for (const QVariant& entry : presentOn(row)) {
-        const QString host = hostNameOf(entry.toMap());
-        if (count == 0 || host != last) ++count;
-        last = host;
-    }
-    return count;
-}
-
+/// "2 of 3": how many of the clients that answered have it.
 QVariant MergedOutlineModel::countData(int row, int role) const {
+    const MergedRow& merged = this->row(row);
     if (role == Qt::DisplayRole) {
-        const int present = computersWith(row);
-        return QStringLiteral("%1 of %2").arg(present).arg(present + missingOn(row).size());
+        const int present = merged.computersWith();
+        return QStringLiteral("%1 of %2").arg(present).arg(present + merged.computersWithout());
     }
-    if (role == Cell::ToneRole && missingOn(row).isEmpty()) return int(Cell::Tone::Secondary);
+    if (role == Cell::ToneRole && merged.computersWithout() == 0) return int(Cell::Tone::Secondary);
     return {};
 }
 
-QString MergedOutlineModel::missingText(int row) const {
-    const QVariantList& hosts = missingOn(row);
+/// "Missing on Edit Bay" or "Missing on 2: Edit Bay, Sound"; of many the first ones.
+QString MergedOutlineModel::statusText(int row) const {
+    const MergedRow& merged = this->row(row);
+    const int count = merged.computersWithout();
+    if (count == 0) return differenceText(row);
     QStringList names;
-    for (const QVariant& host : hosts.mid(0, mostNames))
-        names << friendlyHost(host.toMap());
+    for (const AskedClient& client : merged.absent())
+        if (client.hasAnswered && names.size() < mostNames) names << friendlyHost(client.hostName);
     std::sort(names.begin(), names.end());
-    if (names.size() == 1) return QStringLiteral("Missing on %1").arg(names.first());
-    if (hosts.size() > mostNames) names << QStringLiteral("…");
-    return QStringLiteral("Missing on %1: %2").arg(hosts.size()).arg(names.join(QStringLiteral(", ")));
+    if (count == 1) return QStringLiteral("Missing on %1").arg(names.first());
+    if (count > mostNames) names << QStringLiteral("…");
+    return QStringLiteral("Missing on %1: %2").arg(count).arg(names.join(QStringLiteral(", ")));
 }
 
 QStringList MergedOutlineModel::listOfClients(int row, const QString& title,
-                                              const std::function<QString(const QVariantMap&)>& value) const {
+                                              const std::function<QString(const ClientCopy&)>& value) const {
     QStringList lines{title};
-    for (const QVariant& entry : presentOn(row)) {
+    for (const ClientCopy& copy : this->row(row).copies()) {
         if (lines.size() > mostNames) {
             lines << QStringLiteral("    …");
             break;
         }
-        const QVariantMap client = entry.toMap();
-        lines << QStringLiteral("    %1: %2").arg(friendlyHost(client), value(client));
+        lines << QStringLiteral("    %1: %2").arg(friendlyHost(copy.hostName), value(copy));
     }
     return lines;
+}
+
+QString MergedOutlineModel::statusToolTip(int row) const {
+    QStringList lines = differences(row);
+    if (this->row(row).computersWithout() > 0) lines.prepend(statusText(row));
+    if (lines.isEmpty() && differs(row)) lines << differenceText(row);
+    const int count = this->row(row).computersWith();
+    if (lines.isEmpty())
+        lines << QStringLiteral("The same on %1")
+                     .arg(count == 1 ? QStringLiteral("1 computer")
+                                     : QStringLiteral("%1 computers").arg(count));
+    return literalText(lines.join(u'\n'));
 }
 
 QVariant MergedOutlineModel::statusData(int row, int role) const {
     const bool alike = !differs(row);
     switch (role) {
         case Qt::DisplayRole:
-            return statusText(row);
-        case Qt::ToolTipRole: {
-            const int count = computersWith(row);
-            QStringList lines = differences(row);
-            if (lines.isEmpty())
-                lines << QStringLiteral("The same on %1")
-                             .arg(count == 1 ? QStringLiteral("1 computer")
-                                             : QStringLiteral("%1 computers").arg(count));
-            return literalText(lines.join(u'\n'));
-        }
+            return alike ? QStringLiteral("No differences") : statusText(row);
+        case Qt::ToolTipRole:
+            return statusToolTip(row);
         case Cell::ToneRole:
             return int(alike ? Cell::Tone::Secondary : Cell::Tone::Plain);
         case Cell::SymbolToneRole:
             return int(alike ? Cell::Tone::Good : Cell::Tone::Warning);
         case Cell::SymbolRole:
-            if (!missingOn(row).isEmpty()) return QStringLiteral("missing");
+            if (this->row(row).computersWithout() > 0) return QStringLiteral("missing");
             return alike ? QStringLiteral("check") : QStringLiteral("warning");
         default:
             return {};
     }
 }
 
-QVariant MergedOutlineModel::placeData(const QString& place, int role) {
+/// The status cell of a client's own row: where what it has lies.
+QVariant MergedOutlineModel::placeData(const QString& place, int role) const {
     switch (role) {
         case Qt::DisplayRole:
             return place;
@@ -258,19 +270,23 @@ QVariant MergedOutlineModel::placeData(const QString& place, int role) {
     }
 }
 
-QVariant MergedOutlineModel::missingData(int column, int role, const QString& text) const {
+/// The cells of a client without it: why in the status column, a dash in those with values.
+QVariant MergedOutlineModel::absentData(const Place& place, int column, int role) const {
     using enum Cell::Tone;
+    const MergedRow& row = this->row(place.row);
+    const bool isKnown = row.absent().at(place.child - row.copies().size()).hasAnswered;
     const bool isStatus = column == columnCount() - 1;
     switch (role) {
         case Qt::DisplayRole:
-            if (isStatus) return text;
-            return m_columns[size_t(column)].hasValue ? QVariant(CellMark::nothing) : QVariant();
+            if (isStatus) return isKnown ? QLatin1String(m_absentText) : QLatin1String("No answer");
+            return m_headings[size_t(column)].hasValue ? QVariant(CellMark::nothing) : QVariant();
         case Cell::ToneRole:
-            return int(isStatus ? Warning : Faint);
+            return int(!isStatus ? Faint : isKnown ? Warning : Secondary);
         case Cell::SymbolRole:
-            return isStatus ? QVariant(QStringLiteral("missing")) : QVariant();
+            if (!isStatus) return {};
+            return isKnown ? QStringLiteral("missing") : QStringLiteral("disconnect");
         case Cell::SymbolToneRole:
-            return int(Warning);
+            return int(isKnown ? Warning : Secondary);
         default:
             return {};
     }
@@ -320,20 +336,13 @@ void MergedOutlineModel::arrange() {
 
 /// Every key is made once, not once per comparison.
 void MergedOutlineModel::sortShown() {
-    const bool descending = m_sortOrder == Qt::DescendingOrder;
     std::vector<SortKey> other;
     if (m_sortColumn != 0) {
         other.resize(m_firstKeys.size());
         for (const int row : m_shown)
             other[size_t(row)] = sortKey(row, m_sortColumn);
     }
-    const std::vector<SortKey>& keys = m_sortColumn == 0 ? m_firstKeys : other;
-    std::stable_sort(m_shown.begin(), m_shown.end(), [&](int left, int right) {
-        const SortKey &a = keys[size_t(descending ? right : left)],
-                      &b = keys[size_t(descending ? left : right)];
-        if (a < b) return true;
-        return !(b < a) && m_firstKeys[size_t(left)] < m_firstKeys[size_t(right)];
-    });
+    sortPlaces(m_shown, m_sortColumn == 0 ? m_firstKeys : other, m_firstKeys, m_sortOrder);
     m_position.assign(m_firstKeys.size(), -1);
     for (size_t place = 0; place < m_shown.size(); ++place)
         m_position[size_t(m_shown[place])] = int(place);
@@ -363,4 +372,11 @@ QVariant CellMark::data(int role) const {
         default:
             return {};
     }
+}
+
+QVariant CellMark::valueOf(const QString& text, bool differs, int role) {
+    if (role == Qt::DisplayRole) return text.isEmpty() ? nothing : text;
+    if (role == Cell::ToneRole && differs) return int(Cell::Tone::Warning);
+    if (role == Cell::ToneRole && text.isEmpty()) return int(Cell::Tone::Faint);
+    return {};
 }

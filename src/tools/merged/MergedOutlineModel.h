@@ -1,30 +1,26 @@
 #pragma once
 
+#include "tools/merged/MergedRow.h"
+#include "tools/merged/RowOrder.h"
 #include "widgets/CellDelegate.h"
 
 #include <QAbstractItemModel>
-#include <QVersionNumber>
 
 #include <functional>
-#include <tuple>
 #include <vector>
 
 /// Things that several clients have, merged: one row per thing, below it one per client that has it and one
 /// per client that lacks it. Filters and sorts by itself: a proxy would compare a hundred thousand rows one
 /// pair of indexes at a time. Main thread.
 ///
-/// A subclass keeps the rows and says what they show; rows are counted as it has them, before filtering and
-/// sorting. The first column is the name, the last one the status. What a client has: see ClientCopies.
+/// A subclass keeps the rows and says what they show (see MergedRowsModel); rows are counted as it has them,
+/// before filtering and sorting. The first column is the name; the last two say how many clients have it, and
+/// what differs.
 class MergedOutlineModel : public QAbstractItemModel {
     Q_OBJECT
 public:
     enum Role {
         KeyRole = Qt::UserRole,  ///< names a row among its siblings, also after a refresh
-    };
-    struct Column {
-        const char* name;       ///< in the stored sort settings
-        const char* title;      ///< in the header
-        bool hasValue = false;  ///< one that a client without the thing cannot have
     };
     /// What an index stands for.
     struct Place {
@@ -33,27 +29,19 @@ public:
         bool isMissing = false;
         friend bool operator==(const Place&, const Place&) = default;
     };
-    /// What a row is sorted by in one column: usually one of the three.
-    struct SortKey {
-        QString text = {};
-        double number = 0;
-        QVersionNumber version = {};
-        friend bool operator<(const SortKey& a, const SortKey& b) {
-            return std::tie(a.version, a.number, a.text) < std::tie(b.version, b.number, b.text);
-        }
-    };
+    using FriendlyName = std::function<QString(const QString& hostName)>;
 
-    /// `friendlyName` turns a host name into the name shown for its client.
-    MergedOutlineModel(std::vector<Column> columns,
-                       std::function<QString(const QString& hostName)> friendlyName, QObject* parent);
-
-    [[nodiscard]] QStringList columnNames() const;
-    [[nodiscard]] virtual int rowTotal() const = 0;
+    [[nodiscard]] int rowTotal() const { return int(m_firstKeys.size()); }
+    [[nodiscard]] virtual const MergedRow& row(int row) const = 0;
     [[nodiscard]] virtual QString rowKey(int row) const = 0;  ///< what KeyRole says of it
-    /// How many rows the clients disagree about or some lack.
+    /// Names of the columns in the stored sort settings.
+    [[nodiscard]] virtual const QStringList& columnNames() const = 0;
+    /// What names the row or the client's copy in that place; nobody, for a copy that has no host.
+    [[nodiscard]] RowTarget target(const Place& place) const;
+    /// How many rows the clients that answered disagree about, or some of them lack.
     [[nodiscard]] int differingTotal() const { return m_differing; }
-    /// What the client in that place has, or the placeholder of one that lacks it.
-    [[nodiscard]] QVariantMap client(const Place& place) const;
+    /// What the client in that place has; null for one that lacks it.
+    [[nodiscard]] const ClientCopy* copy(const Place& place) const;
     [[nodiscard]] Place place(const QModelIndex& index) const;
     /// Where a row is shown; invalid while the filter hides it.
     [[nodiscard]] QModelIndex indexOf(int row) const;
@@ -78,52 +66,53 @@ Q_SIGNALS:
     void checked(const MergedOutlineModel::Place& place, int column, bool on);
 
 protected:
-    [[nodiscard]] virtual const QVariantList& presentOn(int row) const = 0;
-    [[nodiscard]] virtual const QVariantList& missingOn(int row) const = 0;
-    [[nodiscard]] virtual bool differs(int row) const = 0;
+    /// What the columns before "Computers" and "Status" are called; `hasValue`: those that a client without
+    /// the thing cannot have.
+    struct Heading {
+        const char* title;
+        bool hasValue = false;
+    };
+    /// `absentText`: the status of a client without the thing. `friendlyName` turns a host name into the name
+    /// shown for its client.
+    MergedOutlineModel(std::vector<Heading> headings, const char* absentText, FriendlyName friendlyName);
+
     /// Tells apart what one client has more than once of the same row.
-    [[nodiscard]] virtual QString copyKey(const QVariantMap& client) const = 0;
+    [[nodiscard]] virtual const QString& copyKey() const = 0;
     [[nodiscard]] virtual QVariant rowData(int row, int column, int role) const = 0;
-    /// KeyRole and the first column (the client's name) are answered already.
-    [[nodiscard]] virtual QVariant clientData(const QVariantMap& client, bool isMissing, int column,
-                                              int role) const = 0;
+    /// KeyRole, the name and the status are answered already.
+    [[nodiscard]] virtual QVariant copyData(const ClientCopy& copy, int column, int role) const = 0;
     [[nodiscard]] virtual bool matches(int row, const QString& text) const = 0;
     [[nodiscard]] virtual SortKey sortKey(int row, int column) const = 0;
     [[nodiscard]] virtual bool isCheckable(int column) const = 0;
-    /// For the status column: in a few words, and every difference in lines of its own (none: all alike).
-    [[nodiscard]] virtual QString statusText(int row) const = 0;
+    /// In a few words; and what of it each client has, in lines (none: all alike, or only missing).
+    [[nodiscard]] virtual QString differenceText(int row) const = 0;
     [[nodiscard]] virtual QStringList differences(int row) const = 0;
 
     /// Replaces the rows; filter and sorting stay as they are.
-    void replaceRows(const std::function<void()>& replace);
-
-    // For the cells of a subclass.
-    [[nodiscard]] QVariant statusData(int row, int role) const;
-    /// The status cell of a client's own row: where what it has lies.
-    [[nodiscard]] static QVariant placeData(const QString& place, int role);
-    /// The cells of a client that lacks it: `text` in the status column, a dash in those with values.
-    [[nodiscard]] QVariant missingData(int column, int role, const QString& text) const;
-    /// How many clients have it, be it more than once. The copies of a client follow one another.
-    [[nodiscard]] int computersWith(int row) const;
-    /// "2 of 3": how many of the clients have it.
-    [[nodiscard]] QVariant countData(int row, int role) const;
-    /// "Missing on Edit Bay" or "Missing on 2: Edit Bay, Sound"; of many the first ones.
-    [[nodiscard]] QString missingText(int row) const;
+    void replaceRows(const std::function<int()>& replace);
     /// A title and what each client has, a line each.
     [[nodiscard]] QStringList listOfClients(int row, const QString& title,
-                                            const std::function<QString(const QVariantMap&)>& value) const;
+                                            const std::function<QString(const ClientCopy&)>& value) const;
 
 private:
-    [[nodiscard]] int clientCount(int row) const;
-    [[nodiscard]] QString friendlyHost(const QVariantMap& client) const;
-    [[nodiscard]] QString clientKey(const Place& place, const QVariantMap& client) const;
+    [[nodiscard]] bool differs(int row) const { return this->row(row).difference() != MergedRow::Alike; }
+    [[nodiscard]] const QString& hostName(const Place& place) const;
+    [[nodiscard]] QString friendlyHost(const QString& hostName) const;
+    [[nodiscard]] QString clientKey(const Place& place) const;
     [[nodiscard]] bool isShown(int row) const;
-    [[nodiscard]] QVariant clientName(const QVariantMap& client, bool isMissing, int role) const;
+    [[nodiscard]] QVariant clientName(const Place& place, int role) const;
+    [[nodiscard]] QVariant absentData(const Place& place, int column, int role) const;
+    [[nodiscard]] QVariant placeData(const QString& place, int role) const;
+    [[nodiscard]] QVariant countData(int row, int role) const;
+    [[nodiscard]] QVariant statusData(int row, int role) const;
+    [[nodiscard]] QString statusText(int row) const;
+    [[nodiscard]] QString statusToolTip(int row) const;
     void arrange();
     void sortShown();
 
-    const std::vector<Column> m_columns;
-    std::function<QString(const QString&)> m_friendlyName;
+    const std::vector<Heading> m_headings;
+    const char* const m_absentText;
+    const FriendlyName m_friendlyName;
     std::vector<SortKey> m_firstKeys;  ///< by row: of the first column
     std::vector<int> m_shown;          ///< the rows that pass the filter, in order
     std::vector<int> m_position;       ///< by row: its place in m_shown, or -1
@@ -148,4 +137,6 @@ struct CellMark {
     /// On, off, or mixed (below 0), with the word for each.
     [[nodiscard]] static CellMark checkBox(int state, const QString& on, const QString& off);
     [[nodiscard]] QVariant data(int role) const;
+    /// A text as a cell, a dash for an empty one.
+    [[nodiscard]] static QVariant valueOf(const QString& text, bool differs, int role);
 };

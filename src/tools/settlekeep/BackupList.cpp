@@ -1,7 +1,6 @@
 #include "tools/settlekeep/BackupList.h"
 
-#include "tools/AgentAnswer.h"
-#include "tools/ClientCopies.h"
+#include "tools/merged/MergedRow.h"
 #include "tools/settlekeep/PreferenceTree.h"
 
 #include <QDateTime>
@@ -9,53 +8,25 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 #include <tuple>
 
 namespace {
 
-const QString pathKey = QStringLiteral("path");
 const QString nameKey = QStringLiteral("name");
-using ClientCopies::hostNameKey;
+const QString& hostNameKey = ClientCopy::hostNameKey;
 const QString dateKey = QStringLiteral("date");
 const QString keysKey = QStringLiteral("keys");
 const QString typeKey = QStringLiteral("type");
 const QString sizeKey = QStringLiteral("size");
 
-/// Not negative: an index or a size.
-QVariant count(const QVariant& value) {
-    const QVariant number = AgentAnswer::number(value);
-    return number.toLongLong() >= 0 ? number : QVariant();
-}
-constexpr AgentAnswer::Key optionalKeys[] = {{"name", AgentAnswer::text},
-                                             {"type", count},
-                                             {"date", AgentAnswer::date},
-                                             {"size", count},
-                                             {"keys", AgentAnswer::text}};
-
-/// Nothing for an entry that could not be restored.
-std::optional<QVariantMap> clean(const QVariant& entry, int& wrongValues) {
-    const QVariantMap received = entry.toMap();
-    const QVariant path = AgentAnswer::text(received.value(pathKey));
-    if (path.toString().isEmpty()) return std::nullopt;
-    QVariantMap backup{{pathKey, path}};
-    wrongValues += AgentAnswer::copyKeys(received, optionalKeys, backup);
-    return backup;
-}
+constexpr AgentAnswer::Key keys[] = {{"date", AgentAnswer::date},  {"keys", AgentAnswer::text},
+                                     {"name", AgentAnswer::text},  {"path", AgentAnswer::filledText, true},
+                                     {"size", AgentAnswer::count}, {"type", AgentAnswer::count}};
 
 }  // namespace
 
-BackupList BackupList::fromAnswer(const QVariant& answer) {
-    BackupList list;
-    if (!AgentAnswer::isDictionary(answer, list.complaint)) return list;
-    const QVariantMap entries = answer.toMap();
-    int wrongValues = 0;
-    for (const QVariant& entry : entries) {
-        if (list.backups.size() >= maximumEntries) break;
-        if (auto backup = clean(entry, wrongValues)) list.backups.append(*std::move(backup));
-    }
-    list.complaint = AgentAnswer::complaint(entries.size(), list.backups.size(), wrongValues);
-    return list;
+AgentAnswer::Entries checkedBackups(const QVariant& answer) {
+    return AgentAnswer::fromDictionary(answer, {keys, mostBackups});
 }
 
 const QStringList& backupColumnNames() {
@@ -65,7 +36,7 @@ const QStringList& backupColumnNames() {
 
 QString backupName(const QVariantMap& backup) {
     const QString name = backup.value(nameKey).toString();
-    return name.isEmpty() ? backup.value(pathKey).toString().section(u'/', -1) : name;
+    return name.isEmpty() ? backup.value(QStringLiteral("path")).toString().section(u'/', -1) : name;
 }
 
 namespace {
@@ -85,7 +56,7 @@ public:
 
     [[nodiscard]] Keyed operator()(QVariantMap backup) {
         const QString name = backupName(backup).toCaseFolded();
-        const QString client = m_friendlyName(ClientCopies::hostNameOf(backup)).toCaseFolded();
+        const QString client = m_friendlyName(backup.value(hostNameKey).toString()).toCaseFolded();
         QString text;
         if (m_column == nameKey) text = name;
         if (m_column == hostNameKey) text = client;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/AgentAnswer.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -7,17 +9,10 @@
 
 #include <functional>
 
-/// The backups of one client, from its answer to settlekeepBackups, made safe to work with: every entry has a
-/// "path"; "name" and "keys" (joined by commas) are texts, "type" and "size" numbers, "date" is a date
-/// wherever they are there. Nothing else is kept.
-struct BackupList {
-    QList<QVariantMap> backups;
-    QString complaint;  ///< what was wrong with the answer, in plain words; empty when nothing was
-
-    static constexpr qsizetype maximumEntries = 10'000;
-
-    [[nodiscard]] static BackupList fromAnswer(const QVariant& answer);
-};
+/// The backups of one client, from its answer to settlekeepBackups. Every entry has a "path"; "name" and
+/// "keys" (joined by commas) are texts, "type" and "size" numbers, "date" is a date wherever they are there.
+[[nodiscard]] AgentAnswer::Entries checkedBackups(const QVariant& answer);
+inline constexpr qsizetype mostBackups = 10'000;
 
 /// Names of the columns in the stored sort settings: keys of a backup dictionary, in the order shown.
 [[nodiscard]] const QStringList& backupColumnNames();

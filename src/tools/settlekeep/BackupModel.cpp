@@ -1,6 +1,6 @@
 #include "tools/settlekeep/BackupModel.h"
 
-#include "tools/ClientCopies.h"
+#include "tools/merged/MergedRow.h"
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/PreferenceTree.h"
 #include "widgets/CellDelegate.h"
@@ -14,7 +14,9 @@
 
 namespace {
 
-using ClientCopies::hostNameOf;
+QString hostNameOf(const QVariantMap& backup) {
+    return backup.value(ClientCopy::hostNameKey).toString();
+}
 
 const QString nothing = QStringLiteral("—");
 
@@ -93,17 +95,11 @@ QVariantMap BackupModel::backup(const QModelIndex& index) const {
     return index.isValid() ? m_shown.at(index.row()) : QVariantMap();
 }
 
-QString BackupModel::summary() const {
-    if (m_backups.isEmpty()) return {};
+int BackupModel::computerCount() const {
     QSet<QString> hosts;
     for (const QVariantMap& backup : m_backups)
         hosts.insert(hostNameOf(backup));
-    const auto counted = [](qsizetype count, const char* word) {
-        return QStringLiteral("%1 %2%3").arg(count).arg(QLatin1String(word),
-                                                        QLatin1String(count == 1 ? "" : "s"));
-    };
-    return QStringLiteral("%1 on %2")
-        .arg(counted(m_backups.size(), "backup"), counted(hosts.size(), "computer"));
+    return int(hosts.size());
 }
 
 int BackupModel::rowCount(const QModelIndex& parent) const {

@@ -22,8 +22,8 @@ public:
     void setBackups(const QList<QVariantMap>& backups);
     void setFilter(const QString& text);
     [[nodiscard]] QVariantMap backup(const QModelIndex& index) const;
-    [[nodiscard]] bool isEmpty() const { return m_backups.isEmpty(); }  ///< without the filter
-    [[nodiscard]] QString summary() const;                              ///< "3 backups on 2 computers"
+    [[nodiscard]] int rowTotal() const { return int(m_backups.size()); }  ///< without the filter
+    [[nodiscard]] int computerCount() const;                              ///< that have any
 
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;

@@ -1,12 +1,13 @@
 #include "tools/settlekeep/SettlekeepController.h"
 
 #include "foundation/MainThread.h"
+#include "foundation/StoredSorting.h"
 #include "foundation/VLCallLock.h"
 #include "logs/VLLog.h"
 #include "system/VLAlert.h"
 #include "system/VLException.h"
 #include "system/VLLocalPaths.h"
-#include "tools/ClientCopies.h"
+#include "tools/merged/MergedRow.h"
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/PreferenceTree.h"
 
@@ -16,6 +17,10 @@ const QString pathKey = QStringLiteral("path");
 const QString backupNameKey = QStringLiteral("backupName");
 const QString backupTypeKey = QStringLiteral("backupType");
 const QString keysKey = QStringLiteral("keys");
+
+Run::Description change(const QString& action, const QString& done, const QString& subject = {}) {
+    return {.action = action, .actionDone = done, .subject = subject, .isChange = true};
+}
 
 void showAlert(const QString& messageText, const QString& informativeText) {
     VLAlert::alertSheetWithMessageText(messageText, {}, {}, {}, informativeText, nullptr, false);
@@ -78,8 +83,9 @@ void SettlekeepController::settlekeepBackupAction(const QString& name, int type)
     const QVariantMap options{{backupNameKey, name},
                               {backupTypeKey, qlonglong(type)},
                               {keysKey, settlekeepSelectedPrefKeys().join(u',')}};
-    startWorker(QStringLiteral("settlekeepBackupOnThread:"),
-                [this, options] { settlekeepBackupOnThread(options); });
+    startRun(QStringLiteral("settlekeepBackupOnThread:"),
+             change(QStringLiteral("Back Up"), QStringLiteral("Backed up"), name),
+             [this, options] { settlekeepBackupOnThread(options); });
 }
 
 void SettlekeepController::settlekeepQuickBackup() {
@@ -90,8 +96,9 @@ void SettlekeepController::settlekeepQuickBackup() {
 void SettlekeepController::settlekeepQuickBackupAction(const QString& name, int type) {
     if (!isValidName(name)) return;
     const QVariantMap options{{backupNameKey, name}, {backupTypeKey, qlonglong(type)}};
-    startWorker(QStringLiteral("settlekeepQuickBackupOnThread:"),
-                [this, options] { settlekeepQuickBackupOnThread(options); });
+    startRun(QStringLiteral("settlekeepQuickBackupOnThread:"),
+             change(QStringLiteral("Quick Backup"), QStringLiteral("Backed up"), name),
+             [this, options] { settlekeepQuickBackupOnThread(options); });
 }
 
 void SettlekeepController::settlekeepBackupOnThread(const QVariantMap& options) {
@@ -111,33 +118,41 @@ void SettlekeepController::settlekeepQuickBackupOnThread(const QVariantMap& opti
 
 // ---- Lock, unlock, trash
 
-void SettlekeepController::sendKeys(const QString& logLine, const QString& selector, const QString& worker) {
+void SettlekeepController::sendKeys(const QString& logLine, const QString& selector, const QString& worker,
+                                    Run::Description description) {
     const QString keys = settlekeepSelectedPrefKeys().join(u',');
     VLLog::appendLog(logLine, keys);
-    startWorker(worker, [this, selector, keys] { context().runner->executeRemoteMethods(selector, keys); });
+    description.subject = PreferenceTree::coveredApplications(keys);
+    startRun(worker, description,
+             [this, selector, keys] { context().runner->executeRemoteMethods(selector, keys); });
 }
 
 void SettlekeepController::settlekeepLock() {
     sendKeys(QStringLiteral("Locking selected Settlekeep prefs: %@"),
-             QStringLiteral("settlekeepLockSelected:"), QStringLiteral("settlekeepLock:"));
+             QStringLiteral("settlekeepLockSelected:"), QStringLiteral("settlekeepLock:"),
+             change(QStringLiteral("Lock"), QStringLiteral("Locked")));
 }
 
 void SettlekeepController::settlekeepUnlock() {
     sendKeys(QStringLiteral("Unlocking selected Settlekeep prefs: %@"),
-             QStringLiteral("settlekeepUnlockSelected:"), QStringLiteral("settlekeepUnlock:"));
+             QStringLiteral("settlekeepUnlockSelected:"), QStringLiteral("settlekeepUnlock:"),
+             change(QStringLiteral("Unlock"), QStringLiteral("Unlocked")));
 }
 
 void SettlekeepController::settlekeepTrash() {
     sendKeys(QStringLiteral("Trashing selected preferences: %@"), QStringLiteral("settlekeepTrashSelected:"),
-             QStringLiteral("settlekeepTrash:"));
+             QStringLiteral("settlekeepTrash:"), change(QStringLiteral("Trash"), QStringLiteral("Trashed")));
 }
 
 void SettlekeepController::settlekeepQuickTrash() {
     VLLog::appendLog(QStringLiteral("Settlekeep quick trash..."));
-    startWorker(QStringLiteral("settlekeepQuickTrash:"), [this] {
-        context().runner->executeRemoteTasks(QStringLiteral("0"), QStringLiteral("com.velmora.settlekeep"),
-                                             {});
-    });
+    startRun(
+        QStringLiteral("settlekeepQuickTrash:"),
+        change(QStringLiteral("Quick Trash"), QStringLiteral("Trashed"), QStringLiteral("main preferences")),
+        [this] {
+            context().runner->executeRemoteTasks(QStringLiteral("0"),
+                                                 QStringLiteral("com.velmora.settlekeep"), {});
+        });
 }
 
 // ---- The list of backups
@@ -146,12 +161,12 @@ void SettlekeepController::populateSettlekeepBackups() {
     runRefresh(
         QStringLiteral("populateSettlekeepBackups"), QStringLiteral("Populating Settlekeep backups..."),
         Display::None, [this] { return m_settlekeepBackupArray.isEmpty(); },
-        [this](const Reading& reading) { populate(reading); });
+        [this](Reading& reading) { populate(reading); });
 }
 
-void SettlekeepController::populate(const Reading& reading) {
+void SettlekeepController::populate(Reading& reading) {
     const QVariant answers = context().runner->objectsFromRemoteMethod(QStringLiteral("settlekeepBackups"));
-    if (isStopped(reading.run)) return;  // what there is so far leaves clients out
+    if (isStopped()) return;  // what there is so far leaves clients out
     if (!answers.isValid()) {
         VLLog::appendLog(QStringLiteral("Unable to get backup data."));
         return;
@@ -159,14 +174,16 @@ void SettlekeepController::populate(const Reading& reading) {
     QList<QVariantMap> backups;
     const QVariantMap hosts = answers.toMap();
     for (auto host = hosts.begin(); host != hosts.end(); ++host) {
-        const BackupList list = BackupList::fromAnswer(*host);
+        const AgentAnswer::Entries list = checkedBackups(*host);
         if (!list.complaint.isEmpty())
             VLLog::appendLog(QStringLiteral("Backups of %@: %@"), host.key(), list.complaint);
-        for (QVariantMap backup : list.backups) {
-            backup.insert(ClientCopies::hostNameKey, host.key());
+        for (QVariantMap backup : list.entries) {
+            backup.insert(ClientCopy::hostNameKey, host.key());
             backups.append(backup);
         }
     }
+    for (const RemoteClientPtr& client : reading.run->clients())
+        if (!hosts.contains(client->hostName())) noteUnanswered(*client, reading);
     install(reading, [&] { setSettlekeepBackupArray(backups); });
 }
 
@@ -178,17 +195,20 @@ void SettlekeepController::setSettlekeepBackupArray(const QList<QVariantMap>& ba
 
 void SettlekeepController::clearData() {
     m_settlekeepBackupArray.clear();
-    m_hasResult = false;
-    Q_EMIT changed();
+    forgetResult();
 }
 
 ToolReport SettlekeepController::report() const {
     ToolReport report;
     report.header = {QStringLiteral("Backup"), QStringLiteral("Computer"), QStringLiteral("Type"),
                      QStringLiteral("Date"),   QStringLiteral("Bytes"),    QStringLiteral("Preferences")};
-    for (const QVariantMap& backup : m_settlekeepBackupArray) {
+    QList<QVariantMap> backups = m_settlekeepBackupArray;
+    const StoredSorting sorting = storedSorting(QStringLiteral("settlekeepBackupTable"), backupColumnNames());
+    sortBackups(backups, backupColumnNames().at(sorting.column), sorting.order == Qt::DescendingOrder,
+                context().friendlyServiceName);
+    for (const QVariantMap& backup : std::as_const(backups)) {
         report.rows.append({backupName(backup),
-                            context().friendlyServiceName(ClientCopies::hostNameOf(backup)),
+                            context().friendlyServiceName(backup.value(ClientCopy::hostNameKey).toString()),
                             backupTypeText(backup.value(QStringLiteral("type"))),
                             backup.value(QStringLiteral("date")).toDateTime().toUTC().toString(Qt::ISODate),
                             backup.value(QStringLiteral("size")).toString(),
@@ -199,65 +219,59 @@ ToolReport SettlekeepController::report() const {
 
 // ---- Restoring
 
-void SettlekeepController::settlekeepRestore(const QVariantMap& backup) {
+void SettlekeepController::settlekeepRestore(const QVariantMap& backup, const QList<VLServicePtr>& services) {
     if (backup.isEmpty()) return;
-    startWorker(QStringLiteral("settlekeepRestoreBackup:"),
-                [this, backup] { settlekeepRestoreBackup(backup); });
+    startRunOn(QStringLiteral("settlekeepRestoreBackup:"),
+               change(QStringLiteral("Restore"), QStringLiteral("Restored"), backupName(backup)),
+               {services.begin(), services.end()}, [this, backup] { settlekeepRestoreBackup(backup); });
 }
 
 void SettlekeepController::settlekeepRestoreBackup(const QVariantMap& backup) {
     const VLCallLock lock;
+    const RunScope scope(runHere());
     TaskProgress& progress = *context().progress;
     VLLog::appendLog(QStringLiteral("Restoring Settlekeep backup %@..."), backupName(backup));
     progress.startStatusProgress();
     progress.startProgress();
-    const int run = progress.currentRun();
     try {
-        restore(backup, run);
+        restore(backup);
     } catch (const std::exception& exception) {
         VLException::logException(exception, "-[AppController settlekeepRestoreBackup:]");
     }
-    onMainThreadAndWait([&progress] {
-        progress.endStatusProgress();
-        progress.endProgress();
-    });
+    progress.endStatusProgress();
+    progress.endProgress();
 }
 
-void SettlekeepController::restore(const QVariantMap& backup, int run) {
-    const VLServicePtr owner = context().serviceWithHostName(ClientCopies::hostNameOf(backup));
+void SettlekeepController::restore(const QVariantMap& backup) {
+    const VLServicePtr owner =
+        context().serviceWithHostName(backup.value(ClientCopy::hostNameKey).toString());
     if (!owner) {
         VLLog::appendLog(QStringLiteral("Unable to get service for selected backup."));
         return;
     }
     const QString path = backup.value(pathKey).toString();
-    const QVariant data =
-        context().runner->objectFromRemoteMethod(QStringLiteral("settlekeepBackupData:"), path, {}, owner);
+    const QVariant data = ask(QStringLiteral("settlekeepBackupData:"), path, owner);
     if (data.typeId() != QMetaType::QByteArray) {
         VLLog::appendLog(QStringLiteral("Unable to get data for selected backup."));
         return;
     }
-    const QList<VLServicePtr> services = context().selectedServices();
-    context().progress->progressBarSetMaxValue(double(services.size()));
-    for (const VLServicePtr& service : services) {
-        if (isStopped(run)) return;
-        restoreOn(service, owner, path, data.toByteArray());
-    }
+    const QList<RemoteClientPtr> clients = Run::current()->clients();
+    context().progress->progressBarSetMaxValue(double(clients.size()));
+    forEachClient(QStringLiteral("settlekeepRestoreBackup:"), clients, [&](const RemoteClientPtr& client) {
+        restoreOn(client, *owner, path, data.toByteArray());
+    });
 }
 
-void SettlekeepController::restoreOn(const VLServicePtr& service, const VLServicePtr& owner,
+void SettlekeepController::restoreOn(const RemoteClientPtr& client, const RemoteClient& owner,
                                      const QString& path, const QByteArray& data) const {
-    postProgress([name = service->name()](TaskProgress& progress) {
+    postProgress([name = client->name()](TaskProgress& progress) {
         progress.updateProgressStatus(QStringLiteral("Restoring backup on %1...").arg(name));
     });
-    if (service->hostName() == owner->hostName()) {
+    if (client->hostName() == owner.hostName())
         context().runner->executeRemoteMethod(QStringLiteral("settlekeepRestoreLocalBackup:"), path, {},
-                                              service);
-    } else {
+                                              client);
+    else
         context().runner->executeRemoteMethod(QStringLiteral("settlekeepRestoreRemoteBackup:"), data, {},
-                                              service);
-    }
-    postProgress([](TaskProgress& progress) {
-        progress.incrementProgress();
-        progress.incrementStatusProgress();
-    });
+                                              client);
+    postProgress([](TaskProgress& progress) { progress.incrementProgress(); });
 }

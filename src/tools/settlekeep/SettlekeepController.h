@@ -19,9 +19,12 @@ public:
     void settlekeepBackupAction(const QString& name, int type);
     void settlekeepQuickBackup();
     void settlekeepQuickBackupAction(const QString& name, int type);
-    /// Restores one of the listed backups onto all selected clients; an empty dictionary (no row is selected)
-    /// does nothing.
-    void settlekeepRestore(const QVariantMap& backup);
+    /// Restores one of the listed backups onto these clients, which the user was asked about; an empty
+    /// dictionary (no row is selected) does nothing.
+    void settlekeepRestore(const QVariantMap& backup, const QList<VLServicePtr>& services);
+    void settlekeepRestore(const QVariantMap& backup) {  ///< onto all selected ones
+        settlekeepRestore(backup, context().selectedServices());
+    }
     void settlekeepLock();
     void settlekeepUnlock();
     void settlekeepTrash();
@@ -38,7 +41,7 @@ public:
     // Workers.
     void settlekeepBackupOnThread(const QVariantMap& options);
     void settlekeepQuickBackupOnThread(const QVariantMap& options);
-    void settlekeepRestoreBackup(const QVariantMap& backup);
+    void settlekeepRestoreBackup(const QVariantMap& backup);  ///< onto the clients of the run
     void populateSettlekeepBackups();
 
     [[nodiscard]] const QList<QVariantMap>& settlekeepBackupArray() const { return m_settlekeepBackupArray; }
@@ -55,10 +58,11 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] static bool isValidName(const QString& name);
-    void sendKeys(const QString& logLine, const QString& selector, const QString& worker);
-    void populate(const Reading& reading);
-    void restore(const QVariantMap& backup, int run);
-    void restoreOn(const VLServicePtr& service, const VLServicePtr& owner, const QString& path,
+    void sendKeys(const QString& logLine, const QString& selector, const QString& worker,
+                  Run::Description description);
+    void populate(Reading& reading);
+    void restore(const QVariantMap& backup);
+    void restoreOn(const RemoteClientPtr& client, const RemoteClient& owner, const QString& path,
                    const QByteArray& data) const;
     /// To the main thread, without waiting.
     void postProgress(std::function<void(TaskProgress&)> change) const;

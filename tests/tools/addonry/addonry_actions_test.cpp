@@ -97,9 +97,9 @@ private Q_SLOTS:
                                        &m_bench->addClient("two", agent({plugin("Glow")}))};
         QVERIFY(m_bench->refresh());
         const VLPluginItem row = controller().addonryArray().first();
-        QVariantMap request{{key, value.toInt()}};
-        if (what == "row") request.insert(u"plugin"_s, QVariant::fromValue(row));
-        if (what == "instance") request.insert(u"plugin"_s, row.children().first());
+        AddonryController::Edit request{{}, value.toInt()};
+        if (what == "row") request.subject = row;
+        if (what == "instance") request.subject = row.copies().first();
         QVERIFY(m_bench->run([&] {
             isAccess ? controller().addonryChangeAccessType(request)
                      : controller().addonryEnablePlugin(request);
@@ -166,8 +166,12 @@ private Q_SLOTS:
             {{dated("1.0", 1), dated("1.0", 1)}, 0},                     // the first of alike ones
             {{dated("", 9), dated("0.1", 1)}, 1},
         };
-        for (const auto& [plugins, expected] : cases)
-            QCOMPARE(AddonryController::newestPlugin(plugins), plugins.value(expected).toMap());
+        for (const auto& [plugins, expected] : cases) {
+            VLPluginItem row;
+            row.setChildren(plugins);
+            const auto newest = AddonryController::newestPlugin(row.copies());
+            QCOMPARE(newest ? newest->values : QVariantMap(), plugins.value(expected).toMap());
+        }
     }
 
     void syncs() {

@@ -92,7 +92,7 @@ private Q_SLOTS:
     }
 
     void boxesMoveFiles() {
-        using Targets = QList<AddonryController::Target>;
+        using Targets = QList<RowTarget>;
         m_fleet->answer.isForAll = true;
         const QList<Disk> before = disks();
         // A copy that is its user's needs nobody's password, and the other machines are left alone.

@@ -1,5 +1,5 @@
 #include "support/TestEnvironment.h"
-#include "tools/addonry/AddonryModel.h"
+#include "system/VLAlert.h"
 #include "ui/SampleConsole.h"
 
 #include <QApplication>
@@ -70,8 +70,8 @@ private Q_SLOTS:
     void cleanupTestCase() { QVERIFY(m_console.end()); }
 
     void boxes() {
-        QCOMPARE(cell(0, AddonryModel::Enabled).data(Qt::CheckStateRole).toInt(), int(Qt::PartiallyChecked));
-        click(cell(0, AddonryModel::Enabled));
+        QCOMPARE(cell(0, VLPluginItem::Enabled).data(Qt::CheckStateRole).toInt(), int(Qt::PartiallyChecked));
+        click(cell(0, VLPluginItem::Enabled));
         QCOMPARE(m_console.addonry().addonryArray()[0].disabled(), 0);
         QVERIFY(!outline().isExpanded(cell(0, 0)) && outline().isExpanded(cell(1, 0)));
         QCOMPARE(begun(), QStringList{u"Enabling Addonry plugin on all hosts..."_s});
@@ -87,7 +87,7 @@ private Q_SLOTS:
 
     /// The rows are replaced while the menu is open.
     void accessOfARowThatMoved() {
-        click(cell(0, AddonryModel::Access));
+        click(cell(0, VLPluginItem::Access));
         show({u"Echo"_s, u"Alpha"_s, u"Blur"_s});
         choose(u"Current User"_s);
         for (const VLPluginItem& row : m_console.addonry().addonryArray())
@@ -96,7 +96,7 @@ private Q_SLOTS:
                  QStringList{u"Setting access type of Addonry plugin to Current User on all hosts..."_s});
 
         outline().expandAll();
-        click(cell(1, AddonryModel::Access, 0));
+        click(cell(1, VLPluginItem::Access, 0));
         show({u"Echo"_s});
         choose(u"Current User"_s);
         QCOMPARE(begun(), QStringList());
@@ -132,6 +132,28 @@ private Q_SLOTS:
             m_console.find<QToolButton>(name)->click();
             QVERIFY2(begun().contains(line), name);
         }
+        // The filter does not narrow what is about all: it says so, and asks.
+        auto* enableAll = m_console.find<QToolButton>("addonryEnableAllBtn");
+        QCOMPARE(enableAll->text(), u"Enable All 3"_s);
+        m_console.find<QLineEdit>("addonryFilter")->setText(u"Echo"_s);
+        QCOMPARE(enableAll->text(), u"Enable All 3"_s);
+        QVERIFY2(enableAll->toolTip().contains(u"also the 2 that the filter hides"_s),
+                 qPrintable(enableAll->toolTip()));
+        QStringList asked;
+        int answer = VLAlert::AlternateReturn;
+        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
+            asked << alert.value(u"messageText"_s).toString();
+            ended(answer);
+            return [] {};
+        });
+        enableAll->click();
+        QCOMPARE(begun(), QStringList());
+        answer = VLAlert::DefaultReturn;
+        enableAll->click();
+        VLAlert::setPresenter({});
+        QVERIFY(begun().contains(u"Enabling all Addonry plugins..."_s));
+        QCOMPARE(asked.value(1), u"Enable all 3 plug-ins on 2 computers?"_s);
+        m_console.find<QLineEdit>("addonryFilter")->clear();
         show({u"Echo"_s});
         QVERIFY(!m_console.find<QToolButton>("addonrySyncBtn")->isEnabled());
         m_console.addonry().clearData();
@@ -146,8 +168,8 @@ private Q_SLOTS:
         row.addChild(pluginInstance(u"Blur"_s, u"FxPlug"_s, u"1.0"_s), m_two);
         row.setState(VLPluginItem::Missing);
         m_console.addonry().setAddonryArray({row});
-        QCOMPARE(cell(0, AddonryModel::Computers).data().toString(), u"2 of 2"_s);
-        QCOMPARE(cell(0, AddonryModel::Status).data().toString(), u"Several copies on one computer"_s);
+        QCOMPARE(cell(0, VLPluginItem::Computers).data().toString(), u"2 of 2"_s);
+        QCOMPARE(cell(0, VLPluginItem::Status).data().toString(), u"Several copies on one computer"_s);
         outline().expandAll();
         outline().setCurrentIndex(cell(0, 0, 1));
         QTest::keyClick(&outline(), Qt::Key_Space);

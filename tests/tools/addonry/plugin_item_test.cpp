@@ -1,4 +1,3 @@
-#include "tools/addonry/PluginList.h"
 #include "tools/addonry/VLPluginItem.h"
 
 #include <QTest>
@@ -74,69 +73,6 @@ private Q_SLOTS:
         for (const QVariant& child : item.children())
             hosts << child.toMap().value(u"hostname"_s).toString();
         QCOMPARE(hosts, QStringList({"a.", "b.", "c."}));
-    }
-
-    void answersOfAnyKind_data() {
-        QTest::addColumn<QVariant>("answer");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QString>("complaint");
-        const auto named = [](const QVariant& name) { return QVariant(QVariantMap({{"name", name}})); };
-        const QVariant good = named(u"Blur"_s);
-        const auto row = [](const char* name, const QVariant& answer, int count,
-                            const QString& complaint = {}) {
-            QTest::newRow(name) << answer << count << complaint;
-        };
-        const auto incomplete = [&](const char* name, const QVariantList& answer, int count, int wrong = 0) {
-            row(name, answer, count,
-                u"%1 of %2 entries left out, %3 values of a wrong kind ignored"_s.arg(answer.size() - count)
-                    .arg(answer.size())
-                    .arg(wrong));
-        };
-        row("no answer", {}, 0);
-        row("good", QVariantList{good, good}, 2);
-        row("text", "x", 0, "not an array but QString");
-        row("dictionary", QVariantMap(), 0, "not an array but QVariantMap");
-        incomplete("list of texts", {"x", good}, 1);
-        incomplete("name is a number", {named(7), good}, 1);
-        incomplete("no name", {QVariantMap(), named("")}, 0);
-        incomplete("huge name", {named(QString(1 << 20, u'x'))}, 0);
-        const QVariantMap wrong{{"name", "Blur"},
-                                {"version", 1.5},
-                                {"fullPath", QVariantList()},
-                                {"disabled", "maybe"},
-                                {"accessType", QVariantMap()}};
-        incomplete("wrong values", {wrong}, 1, 4);
-        incomplete("too many", QVariantList(1'000'000, good), int(PluginList::maximumEntries));
-    }
-    void answersOfAnyKind() {
-        QFETCH(QVariant, answer);
-        const PluginList list = PluginList::fromAnswer(answer);
-        QTEST(int(list.instances.size()), "count");
-        QTEST(list.complaint, "complaint");
-    }
-
-    /// Whatever else an agent sends would be kept once for every client.
-    void onlyWhatIsUsedIsKept() {
-        const QVariantMap used{{"name", "x"}, {"moddate", QDateTime::currentDateTimeUtc()}};
-        QVariantMap sent = used;
-        sent.insert({{"hostname", "other.local."}, {"ballast", QString(1000, u'b')}});
-        const PluginList list = PluginList::fromAnswer(QVariantList{sent});
-        QCOMPARE(list.instances, QList{used});
-        QVERIFY(list.complaint.isEmpty());
-    }
-
-    void numbers() {
-        struct Case {
-            QVariant value, disabled, accessType;
-        };
-        const QList<Case> cases{{true, 1, 1}, {7, 1, 7},       {u"1"_s, 1, 1},    {u"one"_s, {}, {}},
-                                {2.9, 1, 2},  {1e300, {}, {}}, {qQNaN(), {}, {}}, {QByteArray("1"), {}, {}}};
-        for (const auto& [value, disabled, accessType] : cases) {
-            const QVariantMap plugin{{"name", "x"}, {"disabled", value}, {"accessType", value}};
-            const QVariantMap kept = PluginList::fromAnswer(QVariantList{plugin}).instances.value(0);
-            QCOMPARE(kept.value(u"disabled"_s), disabled);
-            QCOMPARE(kept.value(u"accessType"_s), accessType);
-        }
     }
 };
 

@@ -11,6 +11,10 @@ namespace {
 
 const QString tool = u"com.velmora.Tidyhand"_s;
 
+QString key(const QString& description) {
+    return VLScheduledTask::keyFor(tool, description);
+}
+
 /// "File|description|schedule|type|value|on|root".
 QVariantMap task(const QStringList& words) {
     QVariantMap task{{u"filename"_s, words[0]},
@@ -85,13 +89,14 @@ private Q_SLOTS:
         });
         QVERIFY(refresh());
         const auto line = [](const char* text) { return QString::fromLatin1(text).split(u'|'); };
-        QCOMPARE(
-            m_cronwell->report().rows,
-            (QList<QStringList>{line("Check|Every 60 seconds|Tidyhand|yes|root|1|missing|two, bad, gone"),
-                                line("Clean|(various)|Tidyhand|mixed|user|2|missing|bad, gone")}));
+        QCOMPARE(m_cronwell->report().rows,
+                 (QList<QStringList>{line("Check|Every 60 seconds|Tidyhand|yes|root|1|missing|two"),
+                                     line("Clean|(various)|Tidyhand|mixed|user|2|enabled|")}));
+        QCOMPARE(m_cronwell->cronwellArray()[1].state(), int(VLScheduledTask::Missing));
         QCOMPARE(m_cronwell->cronwellArray()[1].missingHosts().first().toMap(),
                  (QVariantMap{{u"hostname"_s, u"bad.local."_s},
                               {u"enabled"_s, -1},
+                              {u"unanswered"_s, 1},
                               {u"frequencyDescription"_s, QString()},
                               {u"taskDescription"_s, u"Clean"_s}}));
         QCOMPARE(m_cronwell->taskScheduleScheduleTypeForDescription(u"Every 60 seconds"_s), QVariant(6));
@@ -150,10 +155,10 @@ often three three|0|edit plain c|0,3,,, 7
         QVERIFY(refresh());  // rows: Check, Clean
         const auto& rows = m_cronwell->cronwellArray();
         QSignalSpy changed(m_cronwell.get(), &ToolController::changed);
-        m_cronwell->setEnabled({{tool, u"Clean"_s},
-                                {tool, u"Check"_s, u"one.local."_s, u"r"_s},
-                                {tool, u"Check"_s, u"two.local."_s, u"r"_s},  // nobody's
-                                {tool, u"gone"_s}},
+        m_cronwell->setEnabled({{key(u"Clean"_s)},
+                                {key(u"Check"_s), u"one.local."_s, u"r"_s},
+                                {key(u"Check"_s), u"two.local."_s, u"r"_s},  // nobody's
+                                {key(u"gone"_s)}},
                                1);
         QVERIFY(rows[1].enabled() == 1 && rows[0].enabled() == 0);
         for (const QVariant& child : rows[0].children() + rows[1].children())
@@ -207,13 +212,13 @@ often three three|0|edit plain c|0,3,,, 7
             return [] {};
         });
         m_cronwell->cronwellRemoveTaskAction({}, nullptr);
-        m_cronwell->cronwellRemoveTaskAction({{tool, u"Check"_s}}, nullptr);
+        m_cronwell->cronwellRemoveTaskAction({{key(u"Check"_s)}}, nullptr);
         QVERIFY(VLThread::joinAll(patience));
         QVERIFY(changes(one).isEmpty());
         answer = VLAlert::DefaultReturn;
         QVERIFY(refresh());
-        const QList<CronwellController::Target> chosen{
-            {tool, u"Check"_s}, {tool, u"Clean"_s}, {tool, u"Old"_s}, {tool, u"gone"_s}};
+        const QList<RowTarget> chosen{
+            {key(u"Check"_s)}, {key(u"Clean"_s)}, {key(u"Old"_s)}, {key(u"gone"_s)}};
         m_cronwell->cronwellRemoveTaskAction(chosen, nullptr);
         QVERIFY(VLThread::joinAll(patience));
         VLAlert::setPresenter({});
@@ -233,6 +238,7 @@ often three three|0|edit plain c|0,3,,, 7
             return selector == u"cronwellTaskDictionary"_s ? QVariant(QVariantMap()) : QVariant();
         });
         FakeProxy& three = addClient(u"three"_s, {});
+        m_bench->workOneAtATime();
         QVERIFY(refresh());
         QVERIFY(run([this] { m_cronwell->cronwellSyncTasks(); }));
         QVERIFY(changes(three).isEmpty());

@@ -40,7 +40,7 @@ class CronwellFleetTest : public QObject {
     }
     [[nodiscard]] bool enable(const QString& description, bool on, const QString& hostName = {},
                               const QString& fileName = {}) {
-        cronwell().setEnabled({{task(description).taskBundleID(), description, hostName, fileName}}, on);
+        cronwell().setEnabled({{task(description).key(), hostName, fileName}}, on);
         return m_fleet->waitForWorkers();
     }
     /// Name and content of every job on a machine.

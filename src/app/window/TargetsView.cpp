@@ -1,0 +1,96 @@
+#include "app/window/TargetsView.h"
+
+#include "clients/ServiceList.h"
+#include "clients/view/ClientOutline.h"
+#include "clients/view/ClientOutlineModel.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/PaneParts.h"
+#include "widgets/SearchField.h"
+#include "widgets/SymbolIcon.h"
+
+#include <QMenu>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qsizetype longestNames = 28;  // in letters
+constexpr qsizetype mostListed = 40;
+
+QString summary(const QStringList& names) {
+    if (names.isEmpty()) return QStringLiteral("No computer selected");
+    const QString all = names.join(QStringLiteral(", "));
+    return names.size() == 1 || all.size() <= longestNames ? all
+                                                           : QStringLiteral("%1 computers").arg(names.size());
+}
+
+}  // namespace
+
+TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline, QWidget* parent)
+    : QWidget(parent),
+      m_services(services),
+      m_outline(outline),
+      m_button(new QToolButton(this)),
+      m_hidden(new ElidedLabel(this, ElidedLabel::Tone::Warning)) {
+    setObjectName(QStringLiteral("paneTargets"));
+    m_button->setObjectName(QStringLiteral("paneTargetsBtn"));
+    setUpBarButton(*m_button);
+    m_button->setToolTip(QStringLiteral("The computers that this tool works on"));
+    m_hidden->setObjectName(QStringLiteral("paneTargetsHidden"));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_button, 0, Qt::AlignRight);
+    layout->addWidget(m_hidden, 0, Qt::AlignRight);
+
+    m_soon.setSingleShot(true);
+    m_soon.setInterval(30ms);
+    connect(&m_soon, &QTimer::timeout, this, &TargetsView::update);
+    const auto updateSoon = [this] { m_soon.start(); };
+    connect(&services, &ServiceList::selectionChanged, this, updateSoon);
+    connect(&services, &ServiceList::serviceUpdated, this, updateSoon);
+    connect(outline.searchField(), &QLineEdit::textChanged, this, updateSoon);
+    connect(m_button, &QToolButton::clicked, this, &TargetsView::showList);
+    update();
+}
+
+void TargetsView::update() {
+    const QList<VLServicePtr> selected = m_services.selectedServices();
+    QStringList names;
+    for (const VLServicePtr& service : selected.mid(0, 4))
+        names.append(service->name());
+    m_button->setText(selected.size() == names.size() ? summary(names)
+                                                      : QStringLiteral("%1 computers").arg(selected.size()));
+    m_button->setIcon(
+        symbolIcon(selected.size() == 1 ? QStringLiteral("computer") : QStringLiteral("computers")));
+    m_button->setEnabled(!selected.isEmpty());
+    const bool isSearching = !m_outline.searchField()->text().trimmed().isEmpty();
+    const auto hidden =
+        !isSearching ? 0
+                     : std::count_if(selected.begin(), selected.end(), [this](const VLServicePtr& service) {
+                           return !m_outline.model()->indexOf(service).isValid();
+                       });
+    m_hidden->setText(QStringLiteral("%1 hidden by the search").arg(hidden));
+    m_hidden->setVisible(hidden > 0);
+}
+
+void TargetsView::showList() {
+    const QList<VLServicePtr> selected = m_services.selectedServices();
+    auto* menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("paneTargetsMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    for (const VLServicePtr& service : selected.mid(0, mostListed)) {
+        QString text = service->name().replace(u'&', QStringLiteral("&&"));
+        if (!service->isConnected()) text += QStringLiteral(" – not connected");
+        if (!m_outline.model()->indexOf(service).isValid()) text += QStringLiteral(" – hidden by the search");
+        menu->addAction(symbolIcon(QStringLiteral("computer")), text);
+    }
+    if (selected.size() > mostListed)
+        menu->addAction(QStringLiteral("… and %1 more").arg(selected.size() - mostListed))->setEnabled(false);
+    menu->popup(m_button->mapToGlobal(QPoint(0, m_button->height())));
+}

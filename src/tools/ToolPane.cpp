@@ -1,0 +1,314 @@
+#include "tools/ToolPane.h"
+
+#include "system/VLAlert.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/EmptyState.h"
+#include "widgets/OutlineState.h"
+#include "widgets/PaneBar.h"
+#include "widgets/PaneParts.h"
+#include "widgets/PlainText.h"
+#include "widgets/SearchField.h"
+#include "widgets/Spinner.h"
+#include "widgets/SymbolIcon.h"
+#include "widgets/TableSorting.h"
+#include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QPointer>
+#include <QResizeEvent>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QTreeView>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+constexpr int noticeSymbol = 14;
+}  // namespace
+
+QString ToolPane::listed(const QStringList& names, qsizetype most) {
+    if (names.size() <= 1) return names.join(QString());
+    if (names.size() > most)
+        return names.mid(0, most).join(QStringLiteral(", ")) +
+               QStringLiteral(" and %1 more").arg(names.size() - most);
+    return names.mid(0, names.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" and ") + names.last();
+}
+
+QString ToolPane::counted(qsizetype count, const QString& singular, const QString& plural) {
+    return QStringLiteral("%1 %2").arg(count).arg(count == 1 ? singular : plural);
+}
+
+ToolPane::ToolPane(ToolController& controller, PaneNames names, PaneWords words, QWidget* parent)
+    : QWidget(parent),
+      m_controller(controller),
+      m_names(std::move(names)),
+      m_words(std::move(words)),
+      m_lines(new QVBoxLayout(this)),
+      m_bar(new PaneBar(this)),
+      m_notice(new QWidget(this)),
+      m_noticeText(new ElidedLabel(m_notice, ElidedLabel::Tone::Warning)),
+      m_search(new SearchField(QStringLiteral("Filter %1").arg(m_words.plural), this)),
+      m_stack(new QStackedWidget(this)),
+      m_view(new QTreeView(this)),
+      m_empty(new EmptyState(this)),
+      m_foot(new QWidget(this)),
+      m_summary(new ElidedLabel(m_foot, ElidedLabel::Tone::Secondary)) {
+    setObjectName(named("Pane"));
+    m_search->setObjectName(named("Filter"));
+    m_search->setMinimumWidth(110);
+    m_search->setMaximumWidth(180);
+    m_empty->setObjectName(named("Empty"));
+    m_empty->findChild<Spinner*>()->setObjectName(named("Spinner"));
+    setUpPaneTable(*m_view, m_names.view, m_words.title);
+    buildNotice();
+    buildFoot();
+    m_stack->addWidget(m_view);
+    m_stack->addWidget(m_empty);
+    m_lines->setContentsMargins(0, 0, 0, 0);
+    m_lines->setSpacing(0);
+    for (QWidget* part : {static_cast<QWidget*>(m_bar), m_notice})
+        m_lines->addWidget(part);
+    m_lines->addWidget(m_stack, 1);
+    m_lines->addWidget(m_foot);
+}
+
+void ToolPane::buildNotice() {
+    auto* line = new QHBoxLayout(m_notice);
+    line->setContentsMargins(Metrics::unit * 2, 0, Metrics::unit * 2, Metrics::unit);
+    line->setSpacing(Metrics::unit);
+    auto* symbol = new QLabel(m_notice);
+    symbol->setPixmap(symbolIcon(QStringLiteral("disconnect")).pixmap(noticeSymbol, noticeSymbol));
+    m_noticeText->setObjectName(named("NoAnswer"));
+    line->addWidget(symbol);
+    line->addWidget(m_noticeText, 1);
+}
+
+void ToolPane::buildFoot() {
+    auto* layout = new QVBoxLayout(m_foot);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(hairline(m_foot));
+    auto* line = new QHBoxLayout;
+    line->setContentsMargins(Metrics::unit * 2, Metrics::unit / 2, Metrics::unit * 2, Metrics::unit / 2);
+    m_summary->setObjectName(named("Summary"));
+    line->addWidget(m_summary);
+    layout->addLayout(line);
+}
+
+void ToolPane::addDifferencesOnly() {
+    m_differencesOnly = new QToolButton(this);
+    m_differencesOnly->setObjectName(QStringLiteral("differencesOnly"));
+    m_differencesOnly->setText(QStringLiteral("Differences Only"));
+    m_differencesOnly->setIcon(symbolIcon(QStringLiteral("filter")));
+    m_differencesOnly->setCheckable(true);
+    m_differencesOnly->setToolTip(
+        QStringLiteral("Show only %1 that are not the same on all computers that answered")
+            .arg(m_words.plural));
+    setUpBarButton(*m_differencesOnly);
+    m_bar->addAtEnd(m_differencesOnly);
+    connect(m_differencesOnly, &QToolButton::toggled, this, &ToolPane::filter);
+}
+
+void ToolPane::start(QAbstractItemModel* model, const QStringList& columnNames, int keyRole,
+                     const QList<ColumnLayout>& layouts) {
+    m_bar->addAtEnd(m_search);
+    m_keyRole = keyRole;
+    m_view->setModel(model);
+    m_view->setSortingEnabled(true);
+    rememberSorting(m_view->header(), m_names.table, columnNames);
+    m_layouts = layouts;
+    fitColumns(layouts.first().fromWidth);
+    connect(&m_controller, &ToolController::changed, this, &ToolPane::reload);
+    connect(&m_controller, &ToolController::busyChanged, this, &ToolPane::updateState);
+    connect(&m_controller, &ToolController::selectionChanged, this, &ToolPane::updateState);
+    connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this] { updateActions(); });
+    connect(m_view, &QWidget::customContextMenuRequested, this, &ToolPane::showContextMenu);
+    connect(m_search, &QLineEdit::textChanged, this, &ToolPane::filter);
+    connect(m_search, &SearchField::moveToList, m_view, qOverload<>(&QWidget::setFocus));
+    connect(m_empty, &EmptyState::buttonClicked, this, [this] {
+        if (m_differencesOnly) m_differencesOnly->setChecked(false);
+        m_search->clear();
+    });
+    orderTabs();
+    reload();
+}
+
+/// From the left to the right and then down, whatever was made first.
+void ToolPane::orderTabs() {
+    const QList<QWidget*> order = m_bar->parts() << m_view;
+    for (qsizetype next = 1; next < order.size(); ++next)
+        setTabOrder(order.at(next - 1), order.at(next));
+}
+
+// ---- What is shown
+
+/// What was expanded, selected and in view stays so.
+void ToolPane::keepState(const std::function<void()>& change) {
+    const OutlineState state = OutlineState::of(*m_view, m_keyRole);
+    change();
+    state.restore(*m_view, m_keyRole);
+    updateState();
+}
+
+void ToolPane::reload() {
+    keepState([this] {
+        installRows();
+        if (!m_controller.hasResult()) resetOutlineView(*m_view);  // cleared: there is nothing to keep
+    });
+    m_summary->setText(summary());
+    m_foot->setVisible(anyRows());
+    updateNotice();
+}
+
+void ToolPane::filter() {
+    keepState([this] { applyFilter(m_search->text(), m_differencesOnly && m_differencesOnly->isChecked()); });
+}
+
+void ToolPane::updateState() {
+    const bool anyShown = m_view->model()->rowCount() > 0;
+    if (!anyShown) showWhyEmpty();
+    m_stack->setCurrentWidget(anyShown ? static_cast<QWidget*>(m_view) : m_empty);
+    if (m_differencesOnly) m_differencesOnly->setEnabled(anyRows());
+    m_search->setEnabled(anyRows());
+    updateButtonsForAll();
+    updateActions();
+}
+
+QStringList ToolPane::unansweredNames() const {
+    QStringList names;
+    for (const UnansweredClient& client : m_controller.unanswered())
+        names.append(m_controller.context().friendlyServiceName(client.hostName));
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void ToolPane::updateNotice() {
+    const QStringList names = unansweredNames();
+    m_notice->setVisible(!names.isEmpty());
+    QString text = QStringLiteral("No answer from %1").arg(listed(names));
+    if (!m_words.unansweredAlone.isEmpty()) text += QStringLiteral(". ") + m_words.unansweredAlone;
+    m_noticeText->setText(text);
+    QStringList lines;
+    for (const UnansweredClient& client : m_controller.unanswered()) {
+        const QString name = m_controller.context().friendlyServiceName(client.hostName);
+        lines << (client.reason.isEmpty() ? name : QStringLiteral("%1: %2").arg(name, client.reason));
+    }
+    m_noticeText->setToolTip(literalText(lines.join(u'\n')));
+}
+
+void ToolPane::showWhyEmpty() {
+    const QList<VLServicePtr> selected = m_controller.context().selectedServices();
+    const bool anyConnected = std::any_of(selected.begin(), selected.end(),
+                                          [](const VLServicePtr& service) { return service->isConnected(); });
+    const bool isFiltered = anyRows();
+    m_empty->setButtonText(isFiltered ? QStringLiteral("Show All") : QString());
+    const auto say = [this](const QString& title, const QString& text) {
+        m_empty->setContents(m_words.symbol, title, text);
+    };
+    if (isFiltered) {
+        m_empty->setContents(QStringLiteral("search"), QStringLiteral("No matching %1").arg(m_words.singular),
+                             QStringLiteral("No %1 passes the filter.").arg(m_words.singular));
+    } else if (selected.isEmpty()) {
+        say(QStringLiteral("Select computers to list their %1").arg(m_words.plural),
+            QStringLiteral("Select one or more in the list on the left, or All Computers."));
+    } else if (m_controller.isBusy()) {
+        m_empty->setBusy(QStringLiteral("Reading %1…").arg(m_words.plural));
+    } else if (!anyConnected) {
+        say(selected.size() == 1 ? QStringLiteral("The selected computer is not connected")
+                                 : QStringLiteral("The selected computers are not connected"),
+            QStringLiteral("%1 are read as soon as a computer is connected.").arg(m_words.title));
+    } else if (m_controller.hasResult() && m_controller.unanswered().size() >= selected.size()) {
+        say(selected.size() == 1 ? QStringLiteral("The selected computer did not answer")
+                                 : QStringLiteral("The selected computers did not answer"),
+            QStringLiteral("The error log says why. Choose Refresh to ask again."));
+    } else if (m_controller.hasResult()) {
+        say(QStringLiteral("No %1 found on the selected computers").arg(m_words.plural), m_words.whenNone);
+    } else {
+        say(QStringLiteral("%1 have not been read yet").arg(m_words.title),
+            QStringLiteral("Choose Refresh to read them from the selected computers."));
+    }
+}
+
+// ---- Changing every row
+
+QToolButton* ToolPane::addButtonForAll(const QString& name, const QString& symbol, const QString& verb,
+                                       std::function<void()> action) {
+    QToolButton* const button = m_bar->addButton(
+        name, symbol, verb, {}, [this, verb, action = std::move(action)] { runForAll(verb, action); });
+    m_buttonsForAll.append({button, verb});
+    return button;
+}
+
+int ToolPane::hiddenTotal() const {
+    return rowTotal() - m_view->model()->rowCount();
+}
+
+QString ToolPane::forAll(const QString& verb) const {
+    const qsizetype computers = m_controller.context().selectedServices().size();
+    return QStringLiteral("%1 all %2 on %3")
+        .arg(verb, counted(rowTotal(), m_words.singular, m_words.plural),
+             counted(computers, QStringLiteral("computer"), QStringLiteral("computers")));
+}
+
+void ToolPane::updateButtonsForAll() {
+    const int hidden = hiddenTotal();
+    for (const auto& [button, verb] : std::as_const(m_buttonsForAll)) {
+        button->setText(anyRows() ? QStringLiteral("%1 All %2").arg(verb).arg(rowTotal())
+                                  : QStringLiteral("%1 All").arg(verb));
+        QString toolTip = forAll(verb);
+        if (hidden > 0) toolTip += QStringLiteral(",\nalso the %1 that the filter hides").arg(hidden);
+        button->setToolTip(toolTip);
+        button->setEnabled(anyRows());
+    }
+    m_bar->fit();
+}
+
+void ToolPane::runForAll(const QString& verb, const std::function<void()>& action) {
+    const int hidden = hiddenTotal();
+    if (hidden == 0) return action();
+    const QString about =
+        QStringLiteral("The filter does not narrow this: %1 not shown are changed as well.")
+            .arg(hidden == 1 ? QStringLiteral("1 %1 that is").arg(m_words.singular)
+                             : QStringLiteral("%1 %2 that are").arg(hidden).arg(m_words.plural));
+    VLAlert::ask(forAll(verb) + u'?', QStringLiteral("%1 All %2").arg(verb).arg(rowTotal()), about, window(),
+                 [pane = QPointer(this), action] {
+                     if (pane) action();
+                 });
+}
+
+// ---- Room and menus
+
+void ToolPane::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    fitColumns(event->size().width());
+}
+
+void ToolPane::fitColumns(int width) {
+    const auto fitting =
+        std::find_if(m_layouts.cbegin(), m_layouts.cend(),
+                     [width](const ColumnLayout& layout) { return width >= layout.fromWidth; });
+    const qsizetype place = fitting - m_layouts.cbegin();
+    if (fitting == m_layouts.cend() || place == std::exchange(m_layout, place)) return;
+    for (int column = 0; column < m_view->model()->columnCount(); ++column)
+        m_view->setColumnHidden(column, fitting->hidden.contains(column));
+    for (int column = 0; column < fitting->widths.size(); ++column)
+        m_view->setColumnWidth(column, fitting->widths.at(column));
+}
+
+void ToolPane::showContextMenu(const QPoint& position) {
+    QMenu* const menu = makeContextMenu(*m_view, named("Menu"));
+    addMenuItems(*menu);
+    menu->addSeparator();
+    if (m_view->rootIsDecorated()) {
+        addExpandItems(*menu, *m_view);
+        menu->addSeparator();
+    }
+    addCopyItem(*menu, *m_view);
+    menu->popup(m_view->viewport()->mapToGlobal(position));
+}

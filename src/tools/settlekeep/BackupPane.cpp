@@ -1,0 +1,88 @@
+#include "tools/settlekeep/BackupPane.h"
+
+#include "system/VLAlert.h"
+#include "tools/settlekeep/BackupList.h"
+#include "tools/settlekeep/BackupModel.h"
+#include "widgets/PaneBar.h"
+#include "widgets/SymbolIcon.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QPointer>
+#include <QTreeView>
+
+BackupPane::BackupPane(SettlekeepController& controller, QWidget* parent)
+    : ToolPane(controller,
+               {QStringLiteral("settlekeep"), QStringLiteral("settlekeepBackupTableView"),
+                QStringLiteral("settlekeepBackupTable")},
+               {.singular = QStringLiteral("backup"),
+                .plural = QStringLiteral("backups"),
+                .title = QStringLiteral("Backups"),
+                .symbol = QStringLiteral("archive"),
+                .whenNone = QStringLiteral("Tick preferences above and choose Back Up.")},
+               parent),
+      m_controller(controller),
+      m_model(new BackupModel(controller.context().friendlyServiceName, this)),
+      m_restore(new QAction(symbolIcon(QStringLiteral("restore")), QStringLiteral("Restore…"), this)) {
+    m_restore->setObjectName(QStringLiteral("settlekeepRestore"));
+    m_restore->setToolTip(
+        QStringLiteral("Puts the preferences of the selected backup in place on every selected computer.\n"
+                       "Those that are there now are replaced."));
+    connect(m_restore, &QAction::triggered, this, [this] { restore(selectedBackup()); });
+    bar().addButton(m_restore);
+    view().setRootIsDecorated(false);
+    view().setSelectionMode(QAbstractItemView::SingleSelection);
+    start(m_model, backupColumnNames(), BackupModel::KeyRole, {{0, {130, 120, 90, 122, 70, 60}}});
+}
+
+void BackupPane::installRows() {
+    m_model->setBackups(m_controller.settlekeepBackupArray());
+}
+
+void BackupPane::applyFilter(const QString& text, bool) {
+    m_model->setFilter(text);
+}
+
+int BackupPane::rowTotal() const {
+    return m_model->rowTotal();
+}
+
+QString BackupPane::summary() const {
+    return QStringLiteral("%1 on %2")
+        .arg(counted(rowTotal(), words().singular, words().plural),
+             counted(m_model->computerCount(), QStringLiteral("computer"), QStringLiteral("computers")));
+}
+
+QVariantMap BackupPane::selectedBackup() const {
+    const QModelIndexList rows = view().selectionModel()->selectedRows();
+    return rows.isEmpty() ? QVariantMap() : m_model->backup(rows.first());
+}
+
+void BackupPane::updateActions() {
+    m_restore->setEnabled(!m_controller.context().selectedServices().isEmpty() &&
+                          view().selectionModel()->hasSelection());
+}
+
+void BackupPane::restore(const QVariantMap& backup) {
+    const QList<VLServicePtr> services = m_controller.context().selectedServices();
+    if (backup.isEmpty() || services.isEmpty()) return;
+    QStringList names;
+    for (const VLServicePtr& service : services)
+        names.append(service->name());
+    const QString where = services.size() == 1 ? names.first()
+                                               : counted(services.size(), QStringLiteral("computer"),
+                                                         QStringLiteral("computers"));
+    VLAlert::ask(QStringLiteral("Restore “%1” on %2?").arg(backupName(backup), where),
+                 QStringLiteral("Restore"),
+                 QStringLiteral("The preferences in this backup replace those on %1.").arg(listed(names, 20)),
+                 window(), [controller = QPointer(&m_controller), backup, services] {
+                     if (controller) controller->settlekeepRestore(backup, services);
+                 });
+}
+
+void BackupPane::addMenuItems(QMenu& menu) {
+    // While the menu is open a refresh may change what is selected; it is about what it was opened on.
+    QAction* const item = menu.addAction(m_restore->icon(), m_restore->text(), this,
+                                         [this, backup = selectedBackup()] { restore(backup); });
+    item->setEnabled(m_restore->isEnabled());
+}
