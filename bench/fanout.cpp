@@ -207,7 +207,7 @@ private:
             qsizetype answers = 0;
             onMainThreadAndWait([&] {
                 for (const VLPluginItem& row : tool->addonryArray())
-                    answers = std::max(answers, row.children().size());
+                    answers = std::max(answers, row.copies().size());
             });
             return answers;
         });

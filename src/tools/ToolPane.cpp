@@ -192,7 +192,7 @@ void ToolPane::updateNotice() {
     const QStringList names = unansweredNames();
     m_notice->setVisible(!names.isEmpty());
     QString text = QStringLiteral("No answer from %1").arg(listed(names));
-    if (!m_words.unansweredAlone.isEmpty()) text += QStringLiteral(". ") + m_words.unansweredAlone;
+    if (!m_words.unansweredAlone.isEmpty()) text += QStringLiteral(" · ") + m_words.unansweredAlone;
     m_noticeText->setText(text);
     QStringList lines;
     for (const UnansweredClient& client : m_controller.unanswered()) {

@@ -17,11 +17,12 @@ class SearchField;
 
 /// What a pane calls the things that it lists, and what it is called.
 struct PaneWords {
-    QString singular, plural;      ///< "plug-in", "plug-ins"
-    QString title;                 ///< "Plug-ins"
-    QString symbol;                ///< of the pane while it is empty
-    QString whenNone = {};         ///< what to do where the computers have none
-    QString unansweredAlone = {};  ///< what a computer that gave no answer is spared, as a sentence
+    QString singular, plural;  ///< "plug-in", "plug-ins"
+    QString title;             ///< "Plug-ins"
+    QString symbol;            ///< of the pane while it is empty
+    QString whenNone = {};     ///< what to do where the computers have none
+    QString unansweredAlone =
+        {};  ///< what a computer that gave no answer is spared: "nothing is installed there"
 };
 /// The names of its parts.
 struct PaneNames {

@@ -26,7 +26,7 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
                          .plural = QStringLiteral("plug-ins"),
                          .title = QStringLiteral("Plug-ins"),
                          .symbol = QStringLiteral("plug"),
-                         .unansweredAlone = QStringLiteral("Nothing is installed there.")},
+                         .unansweredAlone = QStringLiteral("nothing is installed there")},
                         parent),
       m_controller(controller),
       m_model(static_cast<Model*>(model())),
@@ -46,8 +46,10 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
                     [this] { m_controller.addonryDisableAllAction(); });
     turnBoxesWithSpace(view(), VLPluginItem::Enabled);
     // The drawing before the name and the status say the same as the columns that go first.
+    const QList<int> first{VLPluginItem::Type, VLPluginItem::Computers};
     start({{760, {172, 74, 78, 100, 140, 78}},
-           {0, {160, 70, 78, 94, 126, 78}, {VLPluginItem::Type, VLPluginItem::Computers}}});
+           {520, {146, 66, 78, 90, 120, 78}, first},
+           {0, {146, 66, 78, 90, 120, 78}, first + QList<int>{VLPluginItem::Access}}});
 }
 
 void AddonryView::installRows() {

@@ -27,7 +27,7 @@ CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
                          .plural = QStringLiteral("tasks"),
                          .title = QStringLiteral("Scheduled tasks"),
                          .symbol = QStringLiteral("clock"),
-                         .unansweredAlone = QStringLiteral("Nothing is added there.")},
+                         .unansweredAlone = QStringLiteral("nothing is added there")},
                         parent),
       m_controller(controller),
       m_model(static_cast<Model*>(model())),
@@ -39,7 +39,8 @@ CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
     const QList<int> first{VLScheduledTask::Tool, VLScheduledTask::Computers};
     start({{960, {216, 186, 84, 96, 80, 88}},
            {760, {216, 186, 84, 96, 80, 88}, first},
-           {0, {190, 138, 84, 92, 74, 80}, first}});
+           {520, {170, 130, 84, 90, 72, 80}, first},
+           {0, {150, 110, 84, 90, 72, 80}, first + QList<int>{VLScheduledTask::RunsAs}}});
 }
 
 void CronwellView::buildButtons() {

@@ -153,12 +153,12 @@ private:
         const StoredSorting sorting = storedSorting(table(), Row::columnNames());
         std::vector<SortKey> keys, firstKeys;
         for (const Row& row : rows) {
-            keys.push_back(row.sortKey(sorting.column));
+            if (sorting.column != 0) keys.push_back(row.sortKey(sorting.column));
             firstKeys.push_back(row.sortKey(0));
         }
-        std::vector<int> places(keys.size());
+        std::vector<int> places(firstKeys.size());
         std::iota(places.begin(), places.end(), 0);
-        sortPlaces(places, keys, firstKeys, sorting.order);
+        sortPlaces(places, keys, ranksOf(firstKeys), sorting.order);
         return places;
     }
     [[nodiscard]] QStringList missingOn(const Row& row) const {

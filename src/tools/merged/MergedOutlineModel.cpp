@@ -47,13 +47,14 @@ MergedOutlineModel::MergedOutlineModel(std::vector<Heading> headings, const char
 void MergedOutlineModel::replaceRows(const std::function<int()>& replace) {
     beginResetModel();
     const int total = replace();
-    m_firstKeys.clear();
-    m_firstKeys.reserve(size_t(total));
     m_differing = 0;
+    std::vector<SortKey> keys;
+    keys.reserve(size_t(total));
     for (int row = 0; row < total; ++row) {
-        m_firstKeys.push_back(sortKey(row, 0));
+        keys.push_back(sortKey(row, 0));
         if (differs(row)) ++m_differing;
     }
+    m_ranks = ranksOf(keys);
     arrange();
     endResetModel();
 }
@@ -336,14 +337,14 @@ void MergedOutlineModel::arrange() {
 
 /// Every key is made once, not once per comparison.
 void MergedOutlineModel::sortShown() {
-    std::vector<SortKey> other;
+    std::vector<SortKey> keys;
     if (m_sortColumn != 0) {
-        other.resize(m_firstKeys.size());
+        keys.resize(m_ranks.size());
         for (const int row : m_shown)
-            other[size_t(row)] = sortKey(row, m_sortColumn);
+            keys[size_t(row)] = sortKey(row, m_sortColumn);
     }
-    sortPlaces(m_shown, m_sortColumn == 0 ? m_firstKeys : other, m_firstKeys, m_sortOrder);
-    m_position.assign(m_firstKeys.size(), -1);
+    sortPlaces(m_shown, keys, m_ranks, m_sortOrder);
+    m_position.assign(m_ranks.size(), -1);
     for (size_t place = 0; place < m_shown.size(); ++place)
         m_position[size_t(m_shown[place])] = int(place);
 }

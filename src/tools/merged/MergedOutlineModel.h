@@ -31,7 +31,7 @@ public:
     };
     using FriendlyName = std::function<QString(const QString& hostName)>;
 
-    [[nodiscard]] int rowTotal() const { return int(m_firstKeys.size()); }
+    [[nodiscard]] int rowTotal() const { return int(m_ranks.size()); }
     [[nodiscard]] virtual const MergedRow& row(int row) const = 0;
     [[nodiscard]] virtual QString rowKey(int row) const = 0;  ///< what KeyRole says of it
     /// Names of the columns in the stored sort settings.
@@ -113,9 +113,9 @@ private:
     const std::vector<Heading> m_headings;
     const char* const m_absentText;
     const FriendlyName m_friendlyName;
-    std::vector<SortKey> m_firstKeys;  ///< by row: of the first column
-    std::vector<int> m_shown;          ///< the rows that pass the filter, in order
-    std::vector<int> m_position;       ///< by row: its place in m_shown, or -1
+    std::vector<int> m_ranks;     ///< by row: its place in the order of the first column
+    std::vector<int> m_shown;     ///< the rows that pass the filter, in order
+    std::vector<int> m_position;  ///< by row: its place in m_shown, or -1
     QString m_filterText;
     bool m_differencesOnly = false;
     int m_differing = 0;

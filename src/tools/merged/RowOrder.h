@@ -4,7 +4,6 @@
 #include <QVersionNumber>
 #include <qnamespace.h>
 
-#include <tuple>
 #include <vector>
 
 /// What a row is sorted by in one column: usually one of the three. Versions are compared part by part.
@@ -16,11 +15,12 @@ struct SortKey {
     [[nodiscard]] static SortKey ofVersion(const QString& text) {
         return {.text = text, .version = QVersionNumber::fromString(text)};
     }
-    friend bool operator<(const SortKey& a, const SortKey& b) {
-        return std::tie(a.version, a.number, a.text) < std::tie(b.version, b.number, b.text);
-    }
+    /// Below 0 when it comes before the other.
+    [[nodiscard]] int compare(const SortKey& other) const;
 };
 
-/// Sorts the places of rows by their keys; alike ones by those of the first column, in rising order.
-void sortPlaces(std::vector<int>& places, const std::vector<SortKey>& keys,
-                const std::vector<SortKey>& firstKeys, Qt::SortOrder order);
+/// For each row its place in the rising order of the keys; alike ones keep theirs.
+[[nodiscard]] std::vector<int> ranksOf(const std::vector<SortKey>& keys);
+/// Sorts rows by their keys (none: by their ranks), alike ones by their ranks: those of the first column.
+void sortPlaces(std::vector<int>& places, const std::vector<SortKey>& keys, const std::vector<int>& ranks,
+                Qt::SortOrder order);
