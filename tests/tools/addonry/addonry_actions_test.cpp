@@ -223,6 +223,18 @@ private Q_SLOTS:
         QCOMPARE(asked(one).size(), 2);
     }
 
+    /// What a client without an answer has is not known: nothing is installed there.
+    void unansweredIsLeftAlone() {
+        m_bench->addClient("one", agent({plugin("Glow")}));
+        const auto& lacking = m_bench->addClient("two", agent({}));
+        const auto& silent = m_bench->addClient("three", {});
+        QVERIFY(m_bench->refresh());
+        controller().addonrySyncAction();
+        QVERIFY(VLThread::joinAll(patience));
+        QCOMPARE(asked(lacking).size(), 3);  // to install it, and to give it the common access type
+        QCOMPARE(asked(silent), QStringList());
+    }
+
     void cancelledSyncStops() {
         const auto& one = m_bench->addClient("one", agent({plugin("Glow", "1.0"), plugin("Last", "1.0")}));
         const auto& two =

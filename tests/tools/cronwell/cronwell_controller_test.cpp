@@ -116,6 +116,7 @@ often -|1|add plain|60 6
 watching -|1|add plain|/a 8
 other -|1|add plain|0
 rooted -|1|add auth|60 6
+three ? -|2|add plain|0,3,,, 7
 often three three|0|edit plain c|0,3,,, 7
 )"_s);  // the last: the common values have the keys of the first, who has another kind of schedule
     }
@@ -132,9 +133,12 @@ often three three|0|edit plain c|0,3,,, 7
                                             {u"watching"_s, u"f|Clean|Whenever /a changes|8|/a|on|user"_s},
                                             {u"other"_s, u"g|Clean|Odd|0||on|user"_s}};
         QList<FakeProxy*> proxies;
-        for (const QString& name : clients.split(u' '))
-            proxies.append(&addClient(QString::number(proxies.size()),
-                                      tasks.contains(name) ? QStringList{tasks[name]} : QStringList()));
+        for (const QString& name : clients.split(u' ')) {
+            const FakeProxy::Answer answer =
+                name == u"?"_s ? FakeProxy::Answer()  // what it has is not known
+                               : having(tasks.contains(name) ? QStringList{tasks[name]} : QStringList());
+            proxies.append(&m_bench->addClient(QString::number(proxies.size()), answer));
+        }
         QVERIFY(refresh());
         QVERIFY(run([this] { m_cronwell->cronwellSyncTasks(); }));
         const QString file = sent.section(u' ', 2), value = schedule.section(u' ', 0, -2);

@@ -4,12 +4,10 @@
 #include "tools/cronwell/CronwellController.h"
 #include "ui/SampleConsole.h"
 
-#include <QApplication>
 #include <QComboBox>
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QPushButton>
 #include <QToolButton>
 #include <QTreeView>
@@ -130,39 +128,14 @@ private Q_SLOTS:
         sheet->reject();
     }
 
-    /// What is changed is what was chosen, also when a refresh replaces the rows while a menu is open.
-    void keyboardAndMenu() {
-        const auto install = [this](const QStringList& descriptions) {
-            QList<VLScheduledTask> rows;
-            for (const QString& description : descriptions)
-                rows.append(row(description, m_host));
-            cronwell().setCronwellArray(rows);
-        };
-        install({u"Clean"_s, u"Sweep"_s});
+    void removesWithTheKeyboard() {
+        cronwell().setCronwellArray({row(u"Clean"_s, m_host), row(u"Sweep"_s, m_host)});
         auto* outline = find<QTreeView>("cronwellOutline");
         const QAbstractItemModel& model = *outline->model();
         outline->expandAll();
-        outline->setCurrentIndex(model.index(0, 0));
         m_console->window->activateWindow();
         outline->setFocus();
         QVERIFY(QTest::qWaitForWindowActive(m_console->window.get()));
-        QTest::keyClick(outline, Qt::Key_Space);
-        QCOMPARE(cronwell().cronwellArray()[0].enabled(), 0);
-        QVERIFY(!outline->isExpanded(model.index(0, 0)) && outline->isExpanded(model.index(1, 0)));
-        QVERIFY(VLThread::joinAll(30s));
-
-        install({u"Clean"_s, u"Sweep"_s});
-        outline->setCurrentIndex(model.index(1, 0));
-        Q_EMIT outline->customContextMenuRequested({});
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        QVERIFY(menu);
-        install({u"Back up"_s, u"Clean"_s, u"Sweep"_s});
-        menu->actions().value(1)->trigger();  // Disable
-        menu->close();
-        QVERIFY(cronwell().cronwellArray()[1].enabled() == 1 && cronwell().cronwellArray()[2].enabled() == 0);
-        QVERIFY(VLThread::joinAll(30s));
-
-        install({u"Clean"_s, u"Sweep"_s});
         QStringList asked;
         VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
             asked.append(alert.value(u"messageText"_s).toString());
