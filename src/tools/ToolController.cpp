@@ -90,6 +90,7 @@ void ToolController::noteUnanswered(const RemoteClient& client, Reading& reading
 
 QVariant ToolController::ask(const QString& selector, const QVariant& argument,
                              const RemoteClientPtr& client) const {
+    if (!client) return {};  // gone meanwhile
     QVariant answer;
     InFlight inFlight(runHere(), selector);
     inFlight.start(
