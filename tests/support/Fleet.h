@@ -6,6 +6,7 @@
 #include "remote/authorization/AuthorizationController.h"
 #include "support/Programs.h"
 #include "support/TestEnvironment.h"
+#include "support/Workers.h"
 
 #include <csignal>
 #include <memory>
@@ -102,11 +103,7 @@ public:
     [[nodiscard]] bool onWorker(std::function<void()> work) {
         return VLThread::detach(QStringLiteral("test"), std::move(work)) && waitForWorkers();
     }
-    /// All but those of the connections, which live as long as these. They are named after the clients.
-    [[nodiscard]] bool waitForWorkers() {
-        const auto isDone = [] { return VLThread::activeCountWithout(QStringLiteral("client Bay")) == 0; };
-        return QTest::qWaitFor(isDone, patience);
-    }
+    [[nodiscard]] bool waitForWorkers() { return ::waitForWorkers(std::chrono::milliseconds(patience)); }
     [[nodiscard]] VLServicePtr client(int machine) const { return m_machines[size_t(machine)].client; }
     void select(const QList<int>& machines) {
         QList<VLServicePtr> selected;

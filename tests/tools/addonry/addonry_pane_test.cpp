@@ -1,4 +1,5 @@
 #include "support/TestEnvironment.h"
+#include "support/Workers.h"
 #include "system/VLAlert.h"
 #include "ui/SampleConsole.h"
 
@@ -44,7 +45,7 @@ class AddonryPaneTest : public QObject {
     }
     /// What was begun since the last look: the changes, and how often the plug-ins were to be read anew.
     static QStringList begun() {
-        if (!VLThread::joinAll(30s)) return {u"workers are left"_s};
+        if (!waitForWorkers(30s)) return {u"workers are left"_s};
         const QStringList lines =
             logLines().filter(QRegularExpression(u"(abling|hang|etting|yncing) .*plugin"_s));
         startNewLog();
@@ -59,7 +60,7 @@ private Q_SLOTS:
         m_console.window->resize(1280, 800);
         m_console.window->show();
         m_console.controller->services().selectAll();
-        QVERIFY(VLThread::joinAll(30s));
+        QVERIFY(waitForWorkers(30s));
     }
     void init() {
         show({u"Blur"_s, u"Echo"_s, u"Glow"_s});

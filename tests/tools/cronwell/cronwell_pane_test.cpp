@@ -1,5 +1,6 @@
 #include "support/TestEnvironment.h"
 #include "support/TestTable.h"
+#include "support/Workers.h"
 #include "system/VLAlert.h"
 #include "tools/cronwell/CronwellController.h"
 #include "ui/SampleConsole.h"
@@ -57,7 +58,7 @@ private Q_SLOTS:
         m_console->window->showTool(u"cronwell"_s);
         m_host = m_console->add(u"One"_s, u"10.0.0.1"_s)->hostName();
         m_console->controller->services().selectAll();
-        QVERIFY(VLThread::joinAll(30s));
+        QVERIFY(waitForWorkers(30s));
         startNewLog();
     }
     void cleanup() {
@@ -85,7 +86,7 @@ private Q_SLOTS:
         QFETCH(QString, shown);
         QFETCH(QString, value);
         find<QToolButton>("cronwellAddTaskBtn")->click();
-        QVERIFY(VLThread::joinAll(30s));
+        QVERIFY(waitForWorkers(30s));
         auto* sheet = find<QDialog>("windowNewTask");
         QVERIFY(sheet->isVisible() && sheet->windowTitle() == u"Add Task"_s);
         QVERIFY(!find<QPushButton>("addTaskButton")->isEnabled());  // nothing is offered
@@ -118,7 +119,7 @@ private Q_SLOTS:
         QCOMPARE(find<QPushButton>("addTaskButton")->isEnabled(), !value.isEmpty());
         QTest::keyClick(sheet, Qt::Key_Return);
         QCOMPARE(sheet->isVisible(), value.isEmpty());
-        QVERIFY(VLThread::joinAll(30s));
+        QVERIFY(waitForWorkers(30s));
         const QString line =
             u"Adding Cronwell task with arguments: {bundleid = com.velmora.Tidyhand; enabled = 1; "
             u"intervalval = %1; "
