@@ -286,6 +286,37 @@ private Q_SLOTS:
         QCOMPARE(record.outcomes.first().outcome.reason, u"locked"_s);
         QVERIFY(!other->outcome(u"c0.local."_s));
     }
+
+    /// What a client was like is asked once and before anything is sent; it is kept unless nothing can have
+    /// changed, and what keeping it costs does not count.
+    void keepsTheWayBack() {
+        Bench bench;
+        bench.addClients(1);
+        bench.addClients(1, [](const QString& selector, const QVariantList&) -> QVariant {
+            if (selector == change) throw VLException(VLException::generic, u"half-way"_s);
+            return QVariantList{};
+        });
+        bench.addClients(1, [&bench](const QString& selector, const QVariantList&) {
+            if (selector == change)
+                bench.progress.runs().noteReport(u"c2.local."_s, {Outcome::Refused, u"locked"_s});
+            return QVariant();
+        });
+        const Run::Keeping keeping{
+            [&bench](const RemoteClientPtr& client) {
+                static_cast<void>(bench.runner.objectFromRemoteMethod(list, {}, {}, client));
+                return QVariantMap{{u"was"_s, client->name()}};
+            },
+            {}};
+        const RunRecord record = bench.runFor({.isChange = true, .keeping = keeping}, [&] {
+            for (int time = 0; time < 2; ++time)
+                bench.runner.executeRemoteMethods(change);
+        });
+        QCOMPARE(words(record), (QStringList{u"done"_s, u"failed"_s, u"refused"_s}));
+        QCOMPARE(record.outcomes.at(0).undo, (QVariantMap{{u"was"_s, u"c0"_s}}));
+        QCOMPARE(record.outcomes.at(1).undo, (QVariantMap{{u"was"_s, u"c1"_s}}));
+        QVERIFY(record.outcomes.at(2).undo.isEmpty());
+        QCOMPARE(bench.sentCounts().first(), 3);  // asked, and told twice
+    }
 };
 
 ORLENDO_TEST_MAIN(RunTest)

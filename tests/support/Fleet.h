@@ -25,6 +25,7 @@ public:
     };
     Answer answer;
     int timesAsked = 0, refusals = 0;
+    RunRecord lastRun;  ///< of those that have a name
 
     explicit Fleet(const QString& agentProgram) : m_program(agentProgram) {}
     ~Fleet() override {
@@ -65,6 +66,8 @@ public:
         environment.timing.reconnect = std::chrono::milliseconds(200);
         VLService::setEnvironment(std::move(environment));
         m_console->authorization().setView(this);
+        QObject::connect(&m_console->taskThreads().runs(), &RunList::ended,
+                         [this](const RunRecord& record) { lastRun = record; });
         m_console->awakeFromNib();
         for (int machine = 0; machine < count; ++machine)
             m_machines[size_t(machine)].client = m_console->discovery().addManualConnection(
@@ -102,6 +105,23 @@ public:
     /// Runs what blocks on a worker and waits for it, and for every worker that it started.
     [[nodiscard]] bool onWorker(std::function<void()> work) {
         return VLThread::detach(QStringLiteral("test"), std::move(work)) && waitForWorkers();
+    }
+    /// Starts an action that is a run, and waits for its end.
+    [[nodiscard]] bool run(const std::function<void()>& action) {
+        lastRun = {};
+        action();
+        return waitForWorkers() && QTest::qWaitFor([this] { return !lastRun.id.isEmpty(); }, patience);
+    }
+    /// Takes back the last run. That is one in its turn.
+    [[nodiscard]] bool undo() {
+        return run([this, record = lastRun] { m_console->undoRun(record); });
+    }
+    /// Why the last run did not succeed everywhere; empty when it did.
+    [[nodiscard]] QString complaint() const {
+        QStringList lines;
+        for (const HostOutcome& host : lastRun.outcomes)
+            if (!host.outcome.isSuccess()) lines.append(host.name + u' ' + host.outcome.text());
+        return lines.join(u'\n');
     }
     [[nodiscard]] bool waitForWorkers() { return ::waitForWorkers(std::chrono::milliseconds(patience)); }
     [[nodiscard]] VLServicePtr client(int machine) const { return m_machines[size_t(machine)].client; }

@@ -113,7 +113,7 @@ private Q_SLOTS:
         QFETCH(QString, before);
         QFETCH(QString, after);
         const auto former = all(before, task), present = all(after, task);
-        const QVariantMap undo = CronwellUndo::difference(former, present);
+        const QVariantMap undo = CronwellUndo::difference(CronwellUndo::everything(former), present);
         const auto plan = CronwellUndo::plan(undo, present);
         QStringList steps;
         constexpr const char* words[] = {"add", "edit", "enable", "remove"};

@@ -2,6 +2,7 @@
 
 #include "foundation/VLCallLock.h"
 #include "logs/VLLog.h"
+#include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
 
 #include <QScopeGuard>
@@ -111,7 +112,8 @@ void AddonryController::addonrySyncAction() {
              {.action = QStringLiteral("Synchronise"),
               .actionDone = QStringLiteral("Synchronised"),
               .subject = QStringLiteral("plug-ins"),
-              .isChange = true},
+              .isChange = true,
+              .keeping = keepingOfSync()},
              [this] { addonrySyncPlugins(); });
 }
 
@@ -138,7 +140,8 @@ void AddonryController::startChanges(const Change& change, const QList<Edit>& ed
                {.action = Change::textFor(change.action, value),
                 .actionDone = Change::textFor(change.done, value),
                 .subject = subjectOf(edits, QStringLiteral("plug-ins")),
-                .isChange = true},
+                .isChange = true,
+                .keeping = keepingOf(change, edits)},
                clientsOf(edits), [this, &change, edits] { runChanges(change, edits); });
 }
 
@@ -214,15 +217,93 @@ void AddonryController::applyToRows(const Change& change, const QList<ClientCopy
     if (copies.isEmpty()) return;
     context().progress->startStatusProgress();
     forEachJob(change.operation, copies, [&](const RemoteClientPtr& client, const ClientCopy& copy) {
-        const QVariant path = copy.values.value(pathKey);
         const bool needsAdmin = change.needsAdministrator(*this, {copy}, value, client);
-        if (isStopped()) return;
-        if (needsAdmin)
-            context().authorizedRunner->authExecuteRemoteMethod(change.selector, path, value, client);
-        else
-            context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), client);
+        if (!isStopped()) apply(change, client, copy, value, needsAdmin);
     });
 }
+
+void AddonryController::apply(const Change& change, const RemoteClientPtr& client, const ClientCopy& copy,
+                              qlonglong value, bool needsAdmin) const {
+    const QVariant path = copy.values.value(pathKey);
+    if (needsAdmin)
+        context().authorizedRunner->authExecuteRemoteMethod(change.selector, path, value, client);
+    else
+        context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), client);
+}
+
+// ---- Taking back
+
+Run::Keeping AddonryController::keepingOf(const Change& change, const QList<Edit>& edits) const {
+    QSet<QString> names;
+    bool isAboutAll = false;
+    for (const Edit& edit : edits) {
+        if (const auto* row = std::get_if<VLPluginItem>(&edit.subject))
+            names.insert(row->name());
+        else if (const auto* copy = std::get_if<ClientCopy>(&edit.subject))
+            names.insert(copy->text(nameKey));
+        else
+            isAboutAll = true;
+    }
+    const auto isMeant = [&change, names, isAboutAll,
+                          value = edits.first().value](const QVariantMap& plugin) {
+        const bool isNamed = isAboutAll || names.contains(plugin.value(nameKey).toString());
+        return isNamed && (plugin.value(change.key).toLongLong() == 1) != (value == 1);
+    };
+    return {[this, &change, isMeant](const RemoteClientPtr& client) {
+                return AddonryUndo::former(pluginsOf(client).value_or(Plugins()), change.key, isMeant);
+            },
+            {}};
+}
+
+Run::Keeping AddonryController::keepingOfSync() const {
+    QSet<QString> names;
+    for (const VLPluginItem& row : rows())
+        if (row.difference() != VLPluginItem::Alike) names.insert(row.name());
+    const auto isMeant = [names](const QVariantMap& plugin) {
+        return names.contains(plugin.value(nameKey).toString());
+    };
+    return {[this, isMeant](const RemoteClientPtr& client) {
+                return AddonryUndo::former(pluginsOf(client).value_or(Plugins()), {}, isMeant);
+            },
+            {}};
+}
+
+std::optional<AddonryController::Plugins> AddonryController::pluginsOf(const RemoteClientPtr& client) const {
+    const QVariant answer =
+        context().runner->objectFromRemoteMethod(QStringLiteral("addonryPluginList"), {}, {}, client);
+    if (!answer.isValid()) return std::nullopt;
+    return VLPluginItem::checked(answer).entries;
+}
+
+bool AddonryController::takeBack(const VLServicePtr& client, const QVariantMap& undo) {
+    const std::optional<Plugins> present = pluginsOf(client);
+    if (!present) return false;
+    const AddonryUndo::Plan plan = AddonryUndo::plan(undo, *present);
+    if (const RunPtr run = Run::current()) run->keepUndo(Run::keyOf(*client), plan.undo);
+    applyAll(enabling(), client, plan.enabling);
+    applyAll(changingAccess(), client, plan.access);
+    if (plan.missing.isEmpty()) return true;
+    throw VLException(VLException::generic, QStringLiteral("It does not have these plug-ins any more: %1.")
+                                                .arg(plan.missing.join(QStringLiteral(", "))));
+}
+
+void AddonryController::applyAll(const Change& change, const RemoteClientPtr& client,
+                                 const QList<AddonryUndo::Plan::Step>& steps) const {
+    for (const qlonglong value : {0LL, 1LL}) {
+        QList<ClientCopy> copies;
+        for (const AddonryUndo::Plan::Step& step : steps)
+            if (step.value == value) copies.append({client->hostName(), step.plugin});
+        if (copies.isEmpty() || isStopped()) continue;
+        // One question where none of them needs it.
+        const bool anyNeedsAdmin = change.needsAdministrator(*this, copies, value, client);
+        for (const ClientCopy& copy : std::as_const(copies)) {
+            const bool needsAdmin = anyNeedsAdmin && change.needsAdministrator(*this, {copy}, value, client);
+            if (!isStopped()) apply(change, client, copy, value, needsAdmin);
+        }
+    }
+}
+
+// ---- What needs an administrator
 
 bool AddonryController::addonryNeedsAdminAccess(const QList<ClientCopy>& copies, const QVariant& destDisabled,
                                                 const QVariant& destAccess,

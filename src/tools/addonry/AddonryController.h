@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/addonry/AddonryUndo.h"
 #include "tools/addonry/VLPluginItem.h"
 #include "tools/merged/MergedController.h"
 
@@ -43,6 +44,8 @@ public:
     void setAddonryArray(QList<VLPluginItem> rows) { setRows(std::move(rows)); }      ///< main thread
 
     void refresh() override { refreshAddonryPlugins(); }
+    /// How plug-ins were set, by AddonryUndo. What was installed or updated stays.
+    [[nodiscard]] bool takeBack(const VLServicePtr& client, const QVariantMap& undo) override;
 
     /// Of one row's copies that with the newest "version", among alike ones with the newest "moddate".
     /// Nothing where there is none.
@@ -61,12 +64,20 @@ private:
     [[nodiscard]] static const QString& keyOf(const Change& change);
 
     void startChanges(const Change& change, const QList<Edit>& edits);
+    [[nodiscard]] Run::Keeping keepingOf(const Change& change, const QList<Edit>& edits) const;
+    [[nodiscard]] Run::Keeping keepingOfSync() const;
 
     // Workers.
     void runChanges(const Change& change, const QList<Edit>& edits);
     void applyToAll(const Change& change, qlonglong value);
     void applyToCopies(const Change& change, const QList<ClientCopy>& copies, qlonglong value);
     void applyToRows(const Change& change, const QList<ClientCopy>& copies, qlonglong value);
+    void apply(const Change& change, const RemoteClientPtr& client, const ClientCopy& copy, qlonglong value,
+               bool needsAdmin) const;
+    void applyAll(const Change& change, const RemoteClientPtr& client,
+                  const QList<AddonryUndo::Plan::Step>& steps) const;
+    using Plugins = QList<QVariantMap>;
+    [[nodiscard]] std::optional<Plugins> pluginsOf(const RemoteClientPtr& client) const;
     void syncRow(VLPluginItem& row);
     [[nodiscard]] bool transferNewest(VLPluginItem& row);
     void updateInstances(const VLPluginItem& row, const ClientCopy& newest, const QVariant& data);

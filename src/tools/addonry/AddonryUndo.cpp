@@ -118,8 +118,11 @@ Plan plan(const QVariantMap& undo, const QList<QVariantMap>& present) {
             continue;
         }
         const QVariantMap& plugin = present.at(place);
-        if (disabledOf(plugin) != disabledOf(former)) plan.enabling.append({plugin, disabledOf(former)});
-        if (accessOf(plugin) != accessOf(former)) plan.access.append({plugin, accessOf(former)});
+        // Nobody took back the other change.
+        if (changed != accessTypeKey && disabledOf(plugin) != disabledOf(former))
+            plan.enabling.append({plugin, disabledOf(former)});
+        if (changed != disabledKey && accessOf(plugin) != accessOf(former))
+            plan.access.append({plugin, accessOf(former)});
         found.append(remembered(plugin));
     }
     plan.undo = asUndo(found, changed);

@@ -6,6 +6,7 @@
 #include "system/VLAlert.h"
 #include "system/VLException.h"
 #include "tools/cronwell/CronwellController.h"
+#include "tools/cronwell/CronwellUndo.h"
 #include "tools/cronwell/OfferMerger.h"
 
 #include <QHash>
@@ -23,6 +24,7 @@ using namespace TaskKeys;
 constexpr int refreshDelay = 1;  // seconds: a client's launch service may still be busy with the change
 
 constexpr char addSelector[] = "cronwellAddTask:settings:";
+constexpr char editSelector[] = "cronwellEditTask:settings:";
 constexpr char enableSelector[] = "cronwellEnableTask:settings:";
 constexpr char removeSelector[] = "cronwellRemoveTask:settings:";
 
@@ -40,13 +42,17 @@ QString plural() {
 void CronwellController::send(const QString& name, const QList<Message>& messages) const {
     forEachJob(name, messages, [&](const RemoteClientPtr& client, const Message& message) {
         if (!message.logLine.isEmpty()) VLLog::appendLog(QStringLiteral("%@"), message.logLine);
-        const QLatin1String selector(message.selector);
-        if (message.root != 0)
-            context().authorizedRunner->authExecuteRemoteMethod(selector, message.settings, {}, client);
-        else
-            context().runner->executeRemoteMethod(
-                selector, {}, QVariantMap{{QLatin1String(message.plainKey), message.settings}}, client);
+        sendTo(client, message);
     });
+}
+
+void CronwellController::sendTo(const RemoteClientPtr& client, const Message& message) const {
+    const QLatin1String selector(message.selector);
+    if (message.root != 0)
+        context().authorizedRunner->authExecuteRemoteMethod(selector, message.settings, {}, client);
+    else
+        context().runner->executeRemoteMethod(
+            selector, {}, QVariantMap{{QLatin1String(message.plainKey), message.settings}}, client);
 }
 
 void CronwellController::sendToAll(const char* selector, const QVariantMap& settings, bool root) const {
@@ -93,7 +99,8 @@ void CronwellController::startEnabling(const QList<Edit>& edits) {
                {.action = isOn ? QStringLiteral("Enable") : QStringLiteral("Disable"),
                 .actionDone = isOn ? QStringLiteral("Enabled") : QStringLiteral("Disabled"),
                 .subject = subjectOf(edits, plural()),
-                .isChange = true},
+                .isChange = true,
+                .keeping = keeping()},
                clientsOf(edits), [this, edits] { enableTasks(edits); });
 }
 
@@ -149,6 +156,47 @@ void CronwellController::enableEverything(qlonglong enabled) const {
     sendToAll(enableSelector, {{enabledKey, enabled}}, anyRoot);
 }
 
+// ---- Taking back
+
+std::optional<QList<QVariantMap>> CronwellController::tasksOf(const RemoteClientPtr& client) const {
+    const QVariant answer =
+        context().runner->objectFromRemoteMethod(QStringLiteral("cronwellTaskDictionary"), {}, {}, client);
+    if (!answer.isValid()) return std::nullopt;
+    return VLScheduledTask::checked(answer).entries;
+}
+
+Run::Keeping CronwellController::keeping() const {
+    const auto before = [this](const RemoteClientPtr& client) {
+        const auto tasks = tasksOf(client);
+        return tasks ? CronwellUndo::everything(*tasks) : QVariantMap();
+    };
+    // Where one of the readings is missing nothing is known of what was added.
+    const auto after = [this](const RemoteClientPtr& client, const QVariantMap& former) {
+        if (former.isEmpty()) return QVariantMap();
+        const auto tasks = tasksOf(client);
+        return tasks ? CronwellUndo::difference(former, *tasks) : former;
+    };
+    return {before, after};
+}
+
+bool CronwellController::takeBack(const VLServicePtr& client, const QVariantMap& undo) {
+    const auto present = tasksOf(client);
+    if (!present) return false;
+    const CronwellUndo::Plan plan = CronwellUndo::plan(undo, *present);
+    constexpr const char* selectors[] = {addSelector, editSelector, enableSelector, removeSelector};
+    for (const CronwellUndo::Step& step : plan.steps) {
+        if (isStopped()) return true;
+        sendTo(client, {.hostName = client->hostName(),
+                        .selector = selectors[step.kind],
+                        .settings = step.settings,
+                        .root = step.task.value(rootKey).toLongLong(),
+                        .plainKey = step.kind == CronwellUndo::Step::Remove ? "obj2" : "obj1"});
+    }
+    if (plan.missing.isEmpty()) return true;
+    throw VLException(VLException::generic, QStringLiteral("These tasks have become others by now: %1.")
+                                                .arg(plan.missing.join(QStringLiteral(", "))));
+}
+
 // ---- Remove
 
 void CronwellController::cronwellRemoveTaskAction(const QList<RowTarget>& targets, QObject* window) {
@@ -178,7 +226,8 @@ void CronwellController::startRemoving(const QList<VLScheduledTask>& rows) {
                {.action = QStringLiteral("Remove"),
                 .actionDone = QStringLiteral("Removed"),
                 .subject = subjectOf(edits, plural()),
-                .isChange = true},
+                .isChange = true,
+                .keeping = keeping()},
                clientsOf(edits), [this, rows] { cronwellRemoveTasks(rows); });
 }
 
@@ -271,7 +320,8 @@ void CronwellController::addCronwellTask(const QVariantMap& arguments) {
                {.action = QStringLiteral("Add"),
                 .actionDone = QStringLiteral("Added"),
                 .subject = arguments.value(QStringLiteral("taskid")).toString(),
-                .isChange = true},
+                .isChange = true,
+                .keeping = keeping()},
                clients, [this, arguments, alone = m_newTaskUnanswered] {
                    for (const QString& hostName : alone)
                        Run::current()->note(hostName, {Outcome::Skipped, leftAloneText()});

@@ -61,6 +61,9 @@ public:
     [[nodiscard]] QVariant taskScheduleScheduleTypeForDescription(const QString& description) const;
 
     void refresh() override { refreshCronwellTasks(); }
+    /// What tasks were like, by CronwellUndo: changed, removed and added ones.
+    [[nodiscard]] bool takeBack(const VLServicePtr& client, const QVariantMap& undo) override;
+    [[nodiscard]] Run::Keeping keepingOfUndo() override { return keeping(); }
     void clearData() override;
 
 protected:
@@ -101,6 +104,9 @@ private:
     void enableEverything(qlonglong enabled) const;
     /// Each client gets its messages in their order.
     void send(const QString& name, const QList<Message>& messages) const;
+    void sendTo(const RemoteClientPtr& client, const Message& message) const;
+    [[nodiscard]] Run::Keeping keeping() const;
+    [[nodiscard]] std::optional<QList<QVariantMap>> tasksOf(const RemoteClientPtr& client) const;
     void sendToAll(const char* selector, const QVariantMap& settings, bool root) const;
     void delayedRefresh();
     void endAndRefresh();

@@ -82,7 +82,8 @@ void CronwellController::cronwellSyncTasksAction() {
              {.action = QStringLiteral("Synchronise"),
               .actionDone = QStringLiteral("Synchronised"),
               .subject = QStringLiteral("tasks"),
-              .isChange = true},
+              .isChange = true,
+              .keeping = keeping()},
              [this] { cronwellSyncTasks(); });
 }
 

@@ -91,7 +91,15 @@ Step stepTo(const QVariantMap& former, const QVariantMap& present) {
 
 }  // namespace
 
-QVariantMap difference(const QList<QVariantMap>& former, const QList<QVariantMap>& present) {
+QVariantMap everything(const QList<QVariantMap>& tasks) {
+    return {{tasksKey, QVariantList(tasks.begin(), tasks.end())}};
+}
+
+QVariantMap difference(const QVariantMap& everything, const QList<QVariantMap>& present) {
+    QList<QVariantMap> former;
+    const QVariantList kept = everything.value(tasksKey).toList();
+    for (const QVariant& task : kept)
+        former.append(task.toMap());
     const ByFile formers = byFile(former), presents = byFile(present);
     QVariantList tasks, added;
     for (const QVariantMap& task : former) {

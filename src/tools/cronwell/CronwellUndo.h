@@ -9,9 +9,12 @@
 /// cronwellTaskDictionary, with their "filename". Pure functions; any thread.
 namespace CronwellUndo {
 
+/// All tasks of a client as they are: takes back whatever becomes of them, but knows of none that is added.
+/// Never empty.
+[[nodiscard]] QVariantMap everything(const QList<QVariantMap>& tasks);
 /// What a run keeps of a client on which tasks were changed, added or removed: that which makes the former
-/// ones of the present ones. Empty when nothing differs.
-[[nodiscard]] QVariantMap difference(const QList<QVariantMap>& former, const QList<QVariantMap>& present);
+/// ones, all of them, of the present ones. Empty when nothing differs.
+[[nodiscard]] QVariantMap difference(const QVariantMap& everything, const QList<QVariantMap>& present);
 
 /// One operation on the client.
 struct Step {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <tuple>
 
 namespace {
@@ -17,11 +18,16 @@ const QString& hostNameKey = ClientCopy::hostNameKey;
 const QString dateKey = QStringLiteral("date");
 const QString keysKey = QStringLiteral("keys");
 const QString typeKey = QStringLiteral("type");
+const QString originKey = QStringLiteral("origin");
 const QString sizeKey = QStringLiteral("size");
 
-constexpr AgentAnswer::Key keys[] = {{"date", AgentAnswer::date},  {"keys", AgentAnswer::text},
-                                     {"name", AgentAnswer::text},  {"path", AgentAnswer::filledText, true},
-                                     {"size", AgentAnswer::count}, {"type", AgentAnswer::count}};
+constexpr AgentAnswer::Key keys[] = {{"date", AgentAnswer::date},
+                                     {"keys", AgentAnswer::text},
+                                     {"name", AgentAnswer::text},
+                                     {"origin", AgentAnswer::text},
+                                     {"path", AgentAnswer::filledText, true},
+                                     {"size", AgentAnswer::count},
+                                     {"type", AgentAnswer::count}};
 
 }  // namespace
 
@@ -61,9 +67,12 @@ public:
         if (m_column == nameKey) text = name;
         if (m_column == hostNameKey) text = client;
         if (m_column == keysKey) text = applications(backup.value(keysKey).toString());
-        return {{text, m_isNumber ? number(backup.value(m_column)) : 0},
-                {name, client, number(backup.value(dateKey))},
-                std::move(backup)};
+        // Behind all those that somebody made.
+        const bool isAutomatic = m_column == typeKey && backup.contains(originKey);
+        const qlonglong value =
+            isAutomatic ? std::numeric_limits<qlonglong>::max() : number(backup.value(m_column));
+        return {
+            {text, m_isNumber ? value : 0}, {name, client, number(backup.value(dateKey))}, std::move(backup)};
     }
 
 private:
@@ -106,7 +115,9 @@ const QStringList& backupTypeTitles() {
     return titles;
 }
 
-QString backupTypeText(const QVariant& type) {
+QString backupTypeText(const QVariantMap& backup) {
+    if (!backup.value(originKey).toString().isEmpty()) return QStringLiteral("Automatic");
+    const QVariant type = backup.value(typeKey);
     if (!type.isValid()) return {};
     const qlonglong index = type.toLongLong();
     const QStringList& titles = backupTypeTitles();

@@ -11,6 +11,7 @@
 
 /// The backups of one client, from its answer to settlekeepBackups. Every entry has a "path"; "name" and
 /// "keys" (joined by commas) are texts, "type" and "size" numbers, "date" is a date wherever they are there.
+/// One that the client made by itself has an "origin" and no "type".
 [[nodiscard]] AgentAnswer::Entries checkedBackups(const QVariant& answer);
 inline constexpr qsizetype mostBackups = 10'000;
 
@@ -25,5 +26,6 @@ void sortBackups(QList<QVariantMap>& backups, const QString& column, bool descen
 
 /// Titles of the type menu. A backup's type is its index in it.
 [[nodiscard]] const QStringList& backupTypeTitles();
-/// The title, also for a type that this console does not know.
-[[nodiscard]] QString backupTypeText(const QVariant& type);
+/// The title of a backup's type, also of one that this console does not know; "Automatic" for those of the
+/// client itself.
+[[nodiscard]] QString backupTypeText(const QVariantMap& backup);

@@ -117,7 +117,7 @@ QString BackupModel::text(const QVariantMap& backup, int column) const {
         case Computer:
             return m_friendlyName(hostNameOf(backup));
         case Type:
-            return backupTypeText(backup.value(QStringLiteral("type")));
+            return backupTypeText(backup);
         case Date: {
             const QDateTime date = backup.value(QStringLiteral("date")).toDateTime();
             return date.isValid() ? shortDate(date.toLocalTime()) : nothing;

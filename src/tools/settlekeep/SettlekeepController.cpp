@@ -4,6 +4,7 @@
 #include "foundation/StoredSorting.h"
 #include "foundation/VLCallLock.h"
 #include "logs/VLLog.h"
+#include "remote/VLCorvalinServerProtocol.h"
 #include "system/VLAlert.h"
 #include "system/VLException.h"
 #include "system/VLLocalPaths.h"
@@ -13,6 +14,7 @@
 
 namespace {
 
+const QString keptBackupKey = QStringLiteral("backup");  ///< in what a run keeps: its path
 const QString pathKey = QStringLiteral("path");
 const QString backupNameKey = QStringLiteral("backupName");
 const QString backupTypeKey = QStringLiteral("backupType");
@@ -140,19 +142,41 @@ void SettlekeepController::settlekeepUnlock() {
 }
 
 void SettlekeepController::settlekeepTrash() {
+    Run::Description trashing = change(QStringLiteral("Trash"), QStringLiteral("Trashed"));
+    trashing.keeping = keeping();
     sendKeys(QStringLiteral("Trashing selected preferences: %@"), QStringLiteral("settlekeepTrashSelected:"),
-             QStringLiteral("settlekeepTrash:"), change(QStringLiteral("Trash"), QStringLiteral("Trashed")));
+             QStringLiteral("settlekeepTrash:"), trashing);
 }
 
 void SettlekeepController::settlekeepQuickTrash() {
     VLLog::appendLog(QStringLiteral("Settlekeep quick trash..."));
-    startRun(
-        QStringLiteral("settlekeepQuickTrash:"),
-        change(QStringLiteral("Quick Trash"), QStringLiteral("Trashed"), QStringLiteral("main preferences")),
-        [this] {
-            context().runner->executeRemoteTasks(QStringLiteral("0"),
-                                                 QStringLiteral("com.velmora.settlekeep"), {});
-        });
+    Run::Description trashing =
+        change(QStringLiteral("Quick Trash"), QStringLiteral("Trashed"), QStringLiteral("main preferences"));
+    trashing.keeping = keeping();
+    startRun(QStringLiteral("settlekeepQuickTrash:"), trashing, [this] {
+        context().runner->executeRemoteTasks(QStringLiteral("0"), QStringLiteral("com.velmora.settlekeep"),
+                                             {});
+    });
+}
+
+// ---- Taking back
+
+Run::Keeping SettlekeepController::keeping() const {
+    const auto after = [this](const RemoteClientPtr& client, const QVariantMap&) {
+        const QVariant answer =
+            context().runner->objectFromRemoteMethod(QStringLiteral("settlekeepLastUndo"), {}, {}, client);
+        const QString path = VLCorvalinServerProtocol::textValue(answer.toMap().value(pathKey));
+        const bool isPath = !path.isEmpty() && path.size() <= AgentAnswer::longestText;
+        return isPath ? QVariantMap{{keptBackupKey, path}} : QVariantMap();
+    };
+    return {{}, after};
+}
+
+bool SettlekeepController::takeBack(const VLServicePtr& client, const QVariantMap& undo) {
+    const QString path = undo.value(keptBackupKey).toString();
+    if (path.isEmpty()) return false;
+    context().runner->executeRemoteMethod(QStringLiteral("settlekeepRestoreLocalBackup:"), path, {}, client);
+    return true;
 }
 
 // ---- The list of backups
@@ -209,7 +233,7 @@ ToolReport SettlekeepController::report() const {
     for (const QVariantMap& backup : std::as_const(backups)) {
         report.rows.append({backupName(backup),
                             context().friendlyServiceName(backup.value(ClientCopy::hostNameKey).toString()),
-                            backupTypeText(backup.value(QStringLiteral("type"))),
+                            backupTypeText(backup),
                             backup.value(QStringLiteral("date")).toDateTime().toUTC().toString(Qt::ISODate),
                             backup.value(QStringLiteral("size")).toString(),
                             PreferenceTree::coveredApplications(backup.value(keysKey).toString())});
@@ -221,9 +245,11 @@ ToolReport SettlekeepController::report() const {
 
 void SettlekeepController::settlekeepRestore(const QVariantMap& backup, const QList<VLServicePtr>& services) {
     if (backup.isEmpty()) return;
-    startRunOn(QStringLiteral("settlekeepRestoreBackup:"),
-               change(QStringLiteral("Restore"), QStringLiteral("Restored"), backupName(backup)),
-               {services.begin(), services.end()}, [this, backup] { settlekeepRestoreBackup(backup); });
+    Run::Description restoring =
+        change(QStringLiteral("Restore"), QStringLiteral("Restored"), backupName(backup));
+    restoring.keeping = keeping();
+    startRunOn(QStringLiteral("settlekeepRestoreBackup:"), restoring, {services.begin(), services.end()},
+               [this, backup] { settlekeepRestoreBackup(backup); });
 }
 
 void SettlekeepController::settlekeepRestoreBackup(const QVariantMap& backup) {

@@ -50,6 +50,9 @@ public:
     void refresh() override { populateSettlekeepBackups(); }
     void becomesVisible() override { populateSettlekeepPrefs(); }
     void clearData() override;
+    /// What a restore replaced and what was trashed, from the backup that the client made of it.
+    [[nodiscard]] bool takeBack(const VLServicePtr& client, const QVariantMap& undo) override;
+    [[nodiscard]] Run::Keeping keepingOfUndo() override { return keeping(); }
     [[nodiscard]] ToolReport report() const override;
 
 Q_SIGNALS:
@@ -60,6 +63,7 @@ private:
     [[nodiscard]] static bool isValidName(const QString& name);
     void sendKeys(const QString& logLine, const QString& selector, const QString& worker,
                   Run::Description description);
+    [[nodiscard]] Run::Keeping keeping() const;
     void populate(Reading& reading);
     void restore(const QVariantMap& backup);
     void restoreOn(const RemoteClientPtr& client, const RemoteClient& owner, const QString& path,

@@ -106,19 +106,40 @@ private Q_SLOTS:
         QVERIFY(m_fleet->waitForWorkers());
 
         const Targets both{{u"Aurora Glow"_s}, {u"Skyline Key"_s}};
-        addonry().setDisabled(both, true);
-        QVERIFY(m_fleet->waitForWorkers());
-        addonry().setAccessType(both, 1);
-        QVERIFY(m_fleet->waitForWorkers());
+        QVERIFY(m_fleet->run([&] { addonry().setDisabled(both, true); }));
+        const RunRecord disabling = m_fleet->lastRun;
+        QVERIFY(m_fleet->run([&] { addonry().setAccessType(both, 1); }));
         for (const Disk& disk : disks()) {
             QVERIFY(disk.contains(u"~/Library/Plug-Ins/FxPlug (Disabled)/Aurora Glow.fxplug"_s));
             QCOMPARE(disk.value(u"~/Library/Plug-Ins/FxPlug (Disabled)/Skyline Key.fxplug"_s), u"4.0.1"_s);
         }
-        addonry().setAccessType(both, 0);
-        QVERIFY(m_fleet->waitForWorkers());
-        addonry().setDisabled(both, false);
-        QVERIFY(m_fleet->waitForWorkers());
+        // Taken back in the other order: what was disabled is looked for where it is by then.
+        const RunRecord moving = std::exchange(m_fleet->lastRun, disabling);
+        QVERIFY(m_fleet->undo());
+        m_fleet->lastRun = moving;
+        QVERIFY(m_fleet->undo());
+        QCOMPARE(m_fleet->complaint(), QString());
         QCOMPARE(disks(), before);
+    }
+
+    /// To every machine's own former state, and forth again.
+    void undoes() {
+        m_fleet->answer.isForAll = true;
+        const QList<Disk> before = disks();
+        for (const bool isSync : {false, true}) {
+            QVERIFY(m_fleet->run(
+                [&] { isSync ? addonry().addonrySyncAction() : addonry().addonryDisableAllAction(); }));
+            const QList<Disk> after = disks();
+            QVERIFY(after != before);
+            QVERIFY(m_fleet->undo());
+            for (int machine = 0; machine < machines; ++machine)  // what was installed stays
+                for (const QString& file : before.at(machine).keys())
+                    QVERIFY2(disks().at(machine).contains(file), qPrintable(file));
+            QVERIFY(isSync || disks() == before);
+            QVERIFY(m_fleet->undo());
+            QCOMPARE(disks(), after);
+            QVERIFY(m_fleet->undo());
+        }
     }
 
     void allAtOnce() {
@@ -130,15 +151,10 @@ private Q_SLOTS:
         QCOMPARE(disks(), before);
 
         m_fleet->answer = {.isForAll = true};
-        for (const bool disable : {true, false}) {
-            disable ? addonry().addonryDisableAllAction() : addonry().addonryEnableAllAction();
-            QVERIFY(m_fleet->waitForWorkers());
-            for (const Disk& disk : disks())
-                for (auto file = disk.keyBegin(); file != disk.keyEnd(); ++file)
-                    QVERIFY2(file->contains(" (Disabled)/") == disable, qPrintable(*file));
-        }
-        for (int machine = 0; machine < machines; ++machine)
-            QCOMPARE(disks().at(machine).size(), before.at(machine).size());
+        addonry().addonryEnableAllAction();
+        QVERIFY(m_fleet->waitForWorkers());
+        for (const Disk& disk : disks())
+            QCOMPARE(disk.keys().filter(u" (Disabled)/"_s), QStringList());
     }
 
     void clientThatDropsOutIsLeftAsItWas() {

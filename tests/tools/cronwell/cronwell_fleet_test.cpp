@@ -1,7 +1,11 @@
 #include "foundation/PropertyList.h"
 #include "support/Fleet.h"
 #include "support/TestFiles.h"
+#include "support/TestTable.h"
+#include "system/VLAlert.h"
 #include "tools/cronwell/CronwellController.h"
+
+#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 
@@ -129,6 +133,43 @@ private Q_SLOTS:
         }
         QCOMPARE(m_fleet->timesAsked, 4);
         QCOMPARE(cronwell().cronwellArray().size(), 5);
+    }
+
+    /// Every machine's tasks are again what they were, to the byte, and forth again.
+    void undoes_data() {
+        const TestTable<std::function<void(CronwellController&)>> row("action");
+        row("synchronise", [](CronwellController& cronwell) { cronwell.cronwellSyncTasksAction(); });
+        row("disable all", [](CronwellController& cronwell) { cronwell.cronwellDisableAllAction(); });
+        row("remove", [](CronwellController& cronwell) {
+            QList<RowTarget> all;
+            for (const VLScheduledTask& task : cronwell.cronwellArray())
+                all.append({task.key()});
+            cronwell.cronwellRemoveTaskAction(all, nullptr);
+        });
+    }
+    void undoes() {
+        QFETCH(std::function<void(CronwellController&)>, action);
+        const auto all = [this] {
+            QList<QStringList> lines;
+            for (int machine = 0; machine < 4; ++machine)
+                lines.append(jobs(machine));
+            return lines;
+        };
+        VLAlert::setPresenter([](const QVariantMap&, QObject*, const std::function<void(int)>& ended) {
+            ended(VLAlert::DefaultReturn);
+            return VLAlert::OrderOut();
+        });
+        const auto noAnswers = qScopeGuard([] { VLAlert::setPresenter({}); });
+        m_fleet->answer.isForAll = true;
+        const auto before = all();
+        QVERIFY(m_fleet->run([&] { action(cronwell()); }));
+        const auto after = all();
+        QVERIFY(after != before);
+        for (const bool isBack : {true, false, true}) {
+            QVERIFY(m_fleet->undo());
+            QCOMPARE(m_fleet->complaint(), QString());
+            QCOMPARE(all(), isBack ? before : after);
+        }
     }
 
     /// Root's tasks stay as they are where nobody gives a password that is right.

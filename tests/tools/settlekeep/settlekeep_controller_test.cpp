@@ -11,6 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString lastUndo = u"settlekeepLastUndo"_s;  // after what replaced something
 using Sent = QList<QPair<QString, QVariantList>>;
 
 FakeProxy::Answer holding(const QVariant& backups, const QVariant& data = QByteArray("zip")) {
@@ -89,8 +90,8 @@ private Q_SLOTS:
         for (const auto& [selector, arguments] : one.sent())
             sent << selector + arguments.at(0).toString() + arguments.value(1).toString();
         sent.sort();  // each has a thread of its own
-        QCOMPARE(sent, QStringList({u"executeTask:bundleID:options:0com.velmora.settlekeep"_s,
-                                    u"settlekeepLockSelected:"_s, u"settlekeepTrashSelected:"_s,
+        QCOMPARE(sent, QStringList({u"executeTask:bundleID:options:0com.velmora.settlekeep"_s, lastUndo,
+                                    lastUndo, u"settlekeepLockSelected:"_s, u"settlekeepTrashSelected:"_s,
                                     u"settlekeepUnlockSelected:"_s}));
         QVERIFY(
             isLogged({u"Populating Settlekeep preference type list..."_s,
@@ -161,10 +162,13 @@ private Q_SLOTS:
                         &three = addClient(u"three"_s, throwing), &four = addClient(u"four"_s);
         m_controller->settlekeepRestore({});
         QVERIFY(restore(u"owner"_s));
-        for (const FakeProxy* other : {&one, &three, &four})  // the loss of one stops nobody else
-            QCOMPARE(other->sent(), Sent({{u"settlekeepRestoreRemoteBackup:"_s, {QByteArray("zip")}}}));
+        const Sent remote{{u"settlekeepRestoreRemoteBackup:"_s, {QByteArray("zip")}}}, undo{{lastUndo, {}}};
+        QCOMPARE(three.sent(), remote);
+        for (const FakeProxy* other : {&one, &four})  // the loss of one stops nobody else
+            QCOMPARE(other->sent(), remote + undo);
         QCOMPARE(owner.sent(), Sent({{u"settlekeepBackupData:"_s, {u"/b"_s}},
-                                     {u"settlekeepRestoreLocalBackup:"_s, {u"/b"_s}}}));
+                                     {u"settlekeepRestoreLocalBackup:"_s, {u"/b"_s}}}) +
+                                   undo);
         QVERIFY(
             isLogged({u"Restoring Settlekeep backup Good..."_s, u"Progress: Restoring backup on four..."_s}));
     }

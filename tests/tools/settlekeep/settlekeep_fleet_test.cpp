@@ -44,7 +44,8 @@ class SettlekeepFleetTest : public QObject {
     }
     [[nodiscard]] QVariantMap backupOf(int machine) {
         for (const QVariantMap& backup : settlekeep().settlekeepBackupArray())
-            if (backup.value(u"hostname"_s).toString() == m_fleet->hostName(machine)) return backup;
+            if (backup.value(u"hostname"_s) == m_fleet->hostName(machine) && !backup.contains(u"origin"_s))
+                return backup;
         return {};
     }
     bool act(void (SettlekeepController::*action)()) {
@@ -53,6 +54,20 @@ class SettlekeepFleetTest : public QObject {
     }
     [[nodiscard]] int errorsAbout(const QString& text) {
         return int(m_fleet->console().errorCallback()->stringRepresentation().count(text));
+    }
+    /// Of every machine: all that is in its user's folder of preferences.
+    [[nodiscard]] QList<QStringList> preferences() const {
+        QList<QStringList> found;
+        for (int machine = 0; machine < m_count; ++machine)
+            found.append(everything(path(machine, u"Preferences"_s)));
+        return found;
+    }
+    /// Takes the last run back, which makes it `before`; then that, and that too.
+    [[nodiscard]] bool backAndForth(const QList<QStringList>& before) {
+        const QList<QStringList> after = preferences();
+        for (const bool isBack : {true, false, true})
+            if (!m_fleet->undo() || preferences() != (isBack ? before : after)) return false;
+        return m_fleet->complaint().isEmpty();
     }
     bool restore(const QVariantMap& backup) {
         return m_fleet->onWorker([this, backup] { settlekeep().settlekeepRestoreBackup(backup); });
@@ -122,20 +137,29 @@ private Q_SLOTS:
         overwrite(1, "unlocked");
     }
 
+    /// And every machine gets back what it had, and loses it again.
     void trashesOnEveryMachine() {
         for (int row = 0; row < settlekeep().settlekeepPrefArray().size(); ++row)
             settlekeep().setPrefSelected(row, -1, VLPrefItem::Off);
         settlekeep().setPrefSelected(0, 0, VLPrefItem::On);
-        QVERIFY(act(&SettlekeepController::settlekeepTrash));
+        const QList<QStringList> before = preferences();
+        QVERIFY(m_fleet->run([this] { settlekeep().settlekeepTrash(); }));
         for (int machine = 0; machine < m_count; ++machine) {
             QVERIFY(QFile::exists(path(machine, u"com.apple.FinalCutPro.plist"_s, "/.Trash/")));
             QVERIFY(!QFile::exists(path(machine, editorList)));
             QVERIFY(QFile::exists(path(machine, motionList)));
         }
-        QVERIFY(act(&SettlekeepController::settlekeepQuickTrash));
+        QVERIFY(backAndForth(before));
+        QVERIFY(m_fleet->run([this] { settlekeep().settlekeepQuickTrash(); }));
         for (int machine = 0; machine < m_count; ++machine)
             QVERIFY(!QFile::exists(path(machine, motionList)));
         QVERIFY(QFile::exists(path(1, layout)));
+        QVERIFY(backAndForth(before));
+        const QVariantMap backup = backupOf(0);
+        overwrite(0, "spoiled");
+        const QList<QStringList> spoiled = preferences();
+        QVERIFY(m_fleet->run([&] { settlekeep().settlekeepRestore(backup); }));
+        QVERIFY(backAndForth(spoiled));
     }
 
     /// The agent of the second machine is killed while its turn is: it has the old or the new, the others the
