@@ -376,7 +376,7 @@ void drawPreferences(SampleConsole& console) {
     console.controller->discovery().submitManualConnection({u"Render Node B"_s, u"127.0.0.1"_s, 5474});
     console.window->showPreferences();
     auto* preferences = console.window->findChild<PreferencesWindow*>();
-    for (const char* section : {"General", "Security", "Network"}) {
+    for (const char* section : {"General", "Security", "Network", "Runs"}) {
         preferences->findChild<QToolButton*>(u"section"_s + QLatin1String(section))->click();
         save(*preferences, u"preferences-"_s + QString::fromLatin1(section).toLower());
     }
@@ -397,6 +397,32 @@ void drawPreferences(SampleConsole& console) {
     console.controller->addDemonstrationClient();
     save(*console.window, u"demo"_s);
     VLUserDefaults::standardUserDefaults().removeObjectForKey(u"manualConnections"_s);
+}
+
+/// The status line while a run waits for a computer, and when it has ended.
+void drawRuns(SampleConsole& console) {
+    const QList<VLServicePtr> selected = console.controller->services().selectedServices();
+    const QList<RemoteClientPtr> clients(selected.begin(), selected.end());
+    RunList& runs = console.controller->taskThreads().runs();
+    {
+        const RunPtr run = runs.begin({.tool = u"addonry"_s,
+                                       .action = u"Disable"_s,
+                                       .actionDone = u"Disabled"_s,
+                                       .subject = u"Film Grain"_s,
+                                       .isChange = true},
+                                      clients);
+        const Run::Hold hold(run);
+        const Run::PlacePtr awaited = run->takePlace(clients.first());
+        for (const RemoteClientPtr& client : clients)
+            if (client != clients.first()) run->note(*client, {Outcome::Done, {}});
+        QTest::qWait(2'700);  // until the one that is awaited is named
+        save(*console.window, u"run-waiting"_s);
+        run->note(*clients.first(), {Outcome::NoAnswer, u"gave up waiting"_s});
+        run->keepUndo(Run::keyOf(*clients.last()), {{u"disabled"_s, 0}});
+        runs.keepRedo(*run, [](const QList<RemoteClientPtr>&) {});
+    }
+    QTest::qWait(100);
+    save(*console.window, u"run-ended"_s);
 }
 
 /// Runs of every kind of end, on some computers each.
@@ -544,6 +570,7 @@ int main(int argc, char** argv) {
         SampleConsole console;
         if (!console.start()) return 1;
         drawAll(console, certificate);
+        drawRuns(console);
         drawActivity(console);
         drawPreferences(console);
         drawClientWindows(console, certificate);
