@@ -110,8 +110,8 @@ private Q_SLOTS:
     }
     void answersOfAgents() {
         QFETCH(QVariant, answer);
-        const BackupList list = BackupList::fromAnswer(answer);
-        QTEST(list.backups.value(0), "first");
+        const AgentAnswer::Entries list = checkedBackups(answer);
+        QTEST(list.entries.value(0), "first");
         QTEST(list.complaint, "complaint");
     }
 
