@@ -136,7 +136,9 @@ void CallbackHub::send(const Outgoing& outgoing) {
     m_tasks->add(request.send().then(
         [this, call](auto&& response) {
             try {
-                call->finish(WireReader(m_limits).readOutcome(response.getOutcome()));
+                // The reader shares the keys with what it has read: it goes before another thread gets that.
+                QVariant result = WireReader(m_limits).readOutcome(response.getOutcome());
+                call->finish(std::move(result));
             } catch (const VLException& exception) {
                 call->fail(exception);
             }

@@ -81,24 +81,29 @@ kj::Promise<void> CallbackObject::perform(PerformContext context) {
     return m_context->gate.enter(bytes).then([this, context]() mutable { receive(context); });
 }
 
+QVariantList CallbackObject::readArguments(capnp::List<wire::Argument>::Reader source) const {
+    WireReader reader(m_context->limits);
+    QVariantList arguments;
+    for (const auto argument : source) {
+        if (!argument.isValue())
+            throw VLException(VLException::invalidArgument,
+                              QStringLiteral("A callback takes no references to objects."));
+        arguments.append(reader.read(argument.getValue()));
+    }
+    return arguments;
+}
+
 void CallbackObject::receive(PerformContext& context) {
     bool oneway = false;
     QString selector;
     try {
-        WireReader reader(m_context->limits);
         const auto params = context.getParams();
-        selector = reader.text(params.getSelector());
+        selector = WireReader(m_context->limits).text(params.getSelector());
         const auto* operation =
             VLCorvalinServerProtocol::operation(VLCorvalinServerProtocol::Side::Console, selector);
         oneway = operation && operation->mode == VLCorvalinServerProtocol::Mode::Oneway;
 
-        QVariantList arguments;
-        for (const auto argument : params.getArguments()) {
-            if (!argument.isValue())
-                throw VLException(VLException::invalidArgument,
-                                  QStringLiteral("A callback takes no references to objects."));
-            arguments.append(reader.read(argument.getValue()));
-        }
+        const QVariantList arguments = readArguments(params.getArguments());
         context.releaseParams();
 
         m_context->receiving = true;

@@ -70,6 +70,7 @@ protected:
     kj::Promise<void> perform(PerformContext context) override;
 
 private:
+    [[nodiscard]] QVariantList readArguments(capnp::List<wire::Argument>::Reader source) const;
     void receive(PerformContext& context);
 
     VLCallbackTargetPtr m_target;

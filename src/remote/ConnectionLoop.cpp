@@ -206,7 +206,9 @@ kj::Promise<void> ConnectionLoop::startPerform(const Call& call) {
     return request.send().then(
         [this, call](auto&& response) {
             try {
-                call->finish(WireReader(m_limits).readOutcome(response.getOutcome()));
+                // The reader shares the keys with what it has read: it goes before another thread gets that.
+                QVariant result = WireReader(m_limits).readOutcome(response.getOutcome());
+                call->finish(std::move(result));
             } catch (const VLException& exception) {
                 call->fail(exception);
             } catch (const kj::Exception& exception) {

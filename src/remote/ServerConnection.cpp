@@ -57,14 +57,14 @@ protected:
         const auto& limits = m_connection.m_environment.limits;
         try {
             const auto bytes = context.getParams().totalSize().wordCount * sizeof(capnp::word);
-            WireReader reader(limits);
-            const QString selector = reader.text(context.getParams().getSelector());
-            const QVariantList arguments = readArguments(reader, context.getParams().getArguments());
+            const QString selector = WireReader(limits).text(context.getParams().getSelector());
+            // The reader shares the keys with what it has read: it goes before another thread gets that.
+            QVariantList arguments = readArguments(WireReader(limits), context.getParams().getArguments());
             context.releaseParams();
 
             const Operation* known = operation(Side::Agent, selector);
             const auto lane = known && known->control ? ServerWorker::Control : ServerWorker::Ordinary;
-            ServerWorker::Job job{selector, arguments, bytes, lane, 0, nullptr};
+            ServerWorker::Job job{selector, std::move(arguments), bytes, lane, 0, nullptr};
             if (known && known->mode == Mode::Oneway) {
                 m_connection.performOneway(std::move(job));
                 return kj::READY_NOW;
@@ -80,7 +80,7 @@ protected:
     }
 
 private:
-    QVariantList readArguments(WireReader& reader, capnp::List<wire::Argument>::Reader source) {
+    QVariantList readArguments(WireReader reader, capnp::List<wire::Argument>::Reader source) {
         // More than any operation has, and enough to keep a list without end from being read.
         if (source.size() > 64)
             throw VLException(VLException::invalidArgument, QStringLiteral("There are too many arguments."));

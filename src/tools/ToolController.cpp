@@ -39,7 +39,11 @@ bool ToolController::isUnanswered(const QString& hostName) const {
 RunPtr ToolController::runHere() const {
     if (RunPtr run = Run::current()) return run;
     const QList<VLServicePtr> selected = context().selectedServices();
-    return context().progress->runs().begin({.tool = context().tool}, {selected.begin(), selected.end()});
+    Run::Description reading;
+    reading.tool = context().tool;
+    reading.action = QStringLiteral("Refresh");
+    reading.actionDone = QStringLiteral("Read");
+    return context().progress->runs().begin(reading, {selected.begin(), selected.end()});
 }
 
 bool ToolController::isStopped() {

@@ -25,7 +25,7 @@ public:
     };
     Answer answer;
     int timesAsked = 0, refusals = 0;
-    RunRecord lastRun;  ///< of those that have a name
+    RunRecord lastRun;  ///< of those that change something
 
     explicit Fleet(const QString& agentProgram) : m_program(agentProgram) {}
     ~Fleet() override {
@@ -66,8 +66,9 @@ public:
         environment.timing.reconnect = std::chrono::milliseconds(200);
         VLService::setEnvironment(std::move(environment));
         m_console->authorization().setView(this);
-        QObject::connect(&m_console->taskThreads().runs(), &RunList::ended,
-                         [this](const RunRecord& record) { lastRun = record; });
+        QObject::connect(&m_console->taskThreads().runs(), &RunList::ended, [this](const RunRecord& record) {
+            if (record.isChange) lastRun = record;
+        });
         m_console->awakeFromNib();
         for (int machine = 0; machine < count; ++machine)
             m_machines[size_t(machine)].client = m_console->discovery().addManualConnection(
