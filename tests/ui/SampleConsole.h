@@ -101,6 +101,8 @@ public:
         controller->setBrowses(false);
         controller->setUnattended(true);
         if (!controller->init()) return false;
+        // Whoever looks at what was done says what that is.
+        controller->taskThreads().runs().keepRecords({}, {});
         window = std::make_unique<MainWindow>(*controller);
         controller->awakeFromNib();
         window->showTool(u"addonry"_s);

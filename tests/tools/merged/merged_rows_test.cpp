@@ -112,7 +112,8 @@ private Q_SLOTS:
                 continue;
             }
             QList<QVariantMap> pluginList, taskList;
-            for (const QChar version : QString(had[client]).remove(u'-')) {
+            const QString versions = QString(had[client]).remove(u'-');
+            for (const QChar version : versions) {
                 pluginList.append({{u"name"_s, u"P"_s}, {u"version"_s, QString(version)}});
                 taskList.append(
                     {{u"taskDescription"_s, u"P"_s}, {u"frequencyDescription"_s, QString(version)}});

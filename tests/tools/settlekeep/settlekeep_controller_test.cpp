@@ -88,7 +88,7 @@ private Q_SLOTS:
         QVERIFY(join() && m_alerts.isEmpty());
         QStringList sent;
         for (const auto& [selector, arguments] : one.sent())
-            sent << selector + arguments.at(0).toString() + arguments.value(1).toString();
+            sent << selector + arguments.value(0).toString() + arguments.value(1).toString();
         sent.sort();  // each has a thread of its own
         QCOMPARE(sent, QStringList({u"executeTask:bundleID:options:0com.velmora.settlekeep"_s, lastUndo,
                                     lastUndo, u"settlekeepLockSelected:"_s, u"settlekeepTrashSelected:"_s,
