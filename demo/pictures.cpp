@@ -305,7 +305,6 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     console.controller->taskThreads().startStatusProgress();
     console.controller->taskThreads().incrementStatusProgress();
     console.controller->taskThreads().incrementStatusProgress();
-    console.controller->taskThreads().setStatusRemark(u"1 selected computer left out of this run"_s);
     outline->view()->selectionModel()->select(
         outline->view()->indexBelow(outline->view()->model()->index(0, 0)),
         QItemSelectionModel::ClearAndSelect);

@@ -251,7 +251,6 @@ void TaskThreads::startStatusProgress() {
         const qsizetype clients = run ? run->clients().size() : 0;
         const double count = clients > 0 ? double(clients) : m_environment.selectedServiceCount();
         m_processingCancelled = false;
-        m_statusRemark.clear();
         const int number = run ? run->number() : 0;
         m_bars.insert(number, {startPart(number), 0, count, count <= 1});
         showBars();
@@ -367,13 +366,6 @@ void TaskThreads::updateSelectedComputerStatus(bool refreshAfterwards) {
 void TaskThreads::setStatusText(const QString& text) {
     post([this, text] {
         m_status.text = text;
-        Q_EMIT statusChanged();
-    });
-}
-
-void TaskThreads::setStatusRemark(const QString& remark) {
-    post([this, remark] {
-        m_statusRemark = remark;
         Q_EMIT statusChanged();
     });
 }

@@ -86,9 +86,6 @@ public:
     /// A text that stays in the status bar until the next run or selection ("Waiting for clients to
     /// relaunch..." also survives an emptied selection).
     void setStatusText(const QString& text);
-    /// A remark beside the status text ("2 selected computers left out of this run"). It belongs to the run
-    /// under way, and goes when another one starts. Any thread.
-    void setStatusRemark(const QString& remark);
 
     void startProgress() override { startProgressForWindow(nullptr); }
     /// The sheet over `window`; null means the main window. Not owned; only passed on to whoever draws it.
@@ -111,7 +108,6 @@ public:
     // Main thread.
     [[nodiscard]] const StatusProgress& status() const { return m_status; }
     [[nodiscard]] const SheetProgress& sheet() const { return m_sheet; }
-    [[nodiscard]] const QString& statusRemark() const { return m_statusRemark; }
     [[nodiscard]] QObject* progressParentWindow() const { return m_progressParentWindow; }
 
 Q_SIGNALS:
@@ -173,7 +169,6 @@ private:
     Snapshot<std::shared_ptr<Condition>> m_condition;  ///< of the current waiter; replaced by every wait
     StatusProgress m_status;
     SheetProgress m_sheet;
-    QString m_statusRemark;
     QPointer<QObject> m_progressParentWindow;
     bool m_reportedProcessing = false;  ///< main thread: what isProcessingChanged() said last
     std::shared_ptr<const bool> m_alive = std::make_shared<bool>(true);  ///< ends what is still posted

@@ -8,7 +8,7 @@ struct Outcome {
     enum Kind {
         Answered,   ///< told what it was asked
         Done,       ///< did what it was told
-        LeftOut,    ///< selected, but not worked: see RunOptions
+        LeftOut,    ///< selected, but the split over the processors left it out
         Skipped,    ///< not asked: disabled, in error, nothing to do there, or the user skipped the password
         Cancelled,  ///< the user cancelled before its turn
         NotConnected,  ///< no connection when its turn came

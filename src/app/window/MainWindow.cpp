@@ -96,12 +96,12 @@ void MainWindow::buildContents() {
     m_panes =
         new ToolPanes([this](const QString& identifier) { return m_controller.toolController(identifier); });
     m_panes->setMinimumWidth(420);
-    m_panes->addToHead(new TargetsView(m_controller.services(), *m_outline));
+    m_panes->addToHead(new TargetsView(m_controller.services(), *m_outline,
+                                       [this] { return m_controller.runner().leftOutNames(); }));
     const ActivityActions& actions = m_activityActions;
     const auto showDetails = [this](const RunRecord& record) { showActivityOf(record.id); };
-    m_status = new StatusPanel(
-        m_controller.taskThreads(), m_controller.runStatus(),
-        {actions.canRetry, actions.canUndo, actions.retry, actions.undo, showDetails});
+    m_status = new StatusPanel(m_controller.taskThreads(), m_controller.runStatus(),
+                               {actions.canRetry, actions.canUndo, actions.retry, actions.undo, showDetails});
 
     m_splitter = new QSplitter(Qt::Horizontal);
     m_splitter->setObjectName(QStringLiteral("mainSplitter"));
@@ -251,9 +251,12 @@ void MainWindow::openAddComputer(QWidget* over) {
 }
 
 void MainWindow::showActivity() {
-    if (!m_activity)
+    if (!m_activity) {
         m_activity =
             new ActivityWindow(m_controller.activity(), m_controller.tools(), m_activityActions, this);
+        connect(&m_controller.taskThreads().runs(), &RunList::changed, m_activity.data(),
+                &ActivityWindow::updateActions);
+    }
     bringToFront(m_activity.data());
 }
 

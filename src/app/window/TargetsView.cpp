@@ -1,8 +1,11 @@
 #include "app/window/TargetsView.h"
 
+#include "app/Preferences.h"
+#include "app/RunStatus.h"
 #include "clients/ServiceList.h"
 #include "clients/view/ClientOutline.h"
 #include "clients/view/ClientOutlineModel.h"
+#include "foundation/VLNotificationCenter.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/PaneParts.h"
 #include "widgets/SearchField.h"
@@ -14,6 +17,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -31,10 +35,12 @@ QString summary(const QStringList& names) {
 
 }  // namespace
 
-TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline, QWidget* parent)
+TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline,
+                         std::function<QStringList()> leftOut, QWidget* parent)
     : QWidget(parent),
       m_services(services),
       m_outline(outline),
+      m_leftOut(std::move(leftOut)),
       m_button(new QToolButton(this)),
       m_hidden(new ElidedLabel(this, ElidedLabel::Tone::Warning)) {
     setObjectName(QStringLiteral("paneTargets"));
@@ -56,7 +62,13 @@ TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline, QW
     connect(&services, &ServiceList::serviceUpdated, this, updateSoon);
     connect(outline.searchField(), &QLineEdit::textChanged, this, updateSoon);
     connect(m_button, &QToolButton::clicked, this, &TargetsView::showList);
+    VLNotificationCenter::defaultCenter().addObserver(this, QLatin1String(Preferences::changedNotification),
+                                                      [updateSoon](const VLNotification&) { updateSoon(); });
     update();
+}
+
+TargetsView::~TargetsView() {
+    VLNotificationCenter::defaultCenter().removeObserver(this);
 }
 
 void TargetsView::update() {
@@ -69,14 +81,24 @@ void TargetsView::update() {
     m_button->setIcon(
         symbolIcon(selected.size() == 1 ? QStringLiteral("computer") : QStringLiteral("computers")));
     m_button->setEnabled(!selected.isEmpty());
+    const QStringList texts = warnings();
+    m_hidden->setText(texts.join(QStringLiteral(" · ")));
+    m_hidden->setVisible(!texts.isEmpty());
+}
+
+QStringList TargetsView::warnings() const {
+    const QList<VLServicePtr> selected = m_services.selectedServices();
     const bool isSearching = !m_outline.searchField()->text().trimmed().isEmpty();
     const auto hidden =
         !isSearching ? 0
                      : std::count_if(selected.begin(), selected.end(), [this](const VLServicePtr& service) {
                            return !m_outline.model()->indexOf(service).isValid();
                        });
-    m_hidden->setText(QStringLiteral("%1 hidden by the search").arg(hidden));
-    m_hidden->setVisible(hidden > 0);
+    QStringList texts;
+    if (hidden > 0) texts.append(QStringLiteral("%1 hidden by the search").arg(hidden));
+    if (const QStringList leftOut = m_leftOut(); !leftOut.isEmpty())
+        texts.append(QStringLiteral("%1 left out").arg(RunStatus::shortList(leftOut)));
+    return texts;
 }
 
 void TargetsView::showList() {

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QStringList>
 #include <QTimer>
 #include <QWidget>
+
+#include <functional>
 
 class ClientOutline;
 class ElidedLabel;
@@ -9,19 +12,23 @@ class QToolButton;
 class ServiceList;
 
 /// Says on which computers a tool works: their number, or the names of a few, with all of them on a click;
-/// and how many of them the search of the client list hides. Main thread.
+/// how many of them the search of the client list hides, and which ones a run on all leaves out. Main thread.
 class TargetsView : public QWidget {
     Q_OBJECT
 public:
-    /// Both outlive the widget.
-    TargetsView(ServiceList& services, const ClientOutline& outline, QWidget* parent = nullptr);
+    /// `leftOut`: the names of those that a run would leave out. All outlive the widget.
+    TargetsView(ServiceList& services, const ClientOutline& outline, std::function<QStringList()> leftOut,
+                QWidget* parent = nullptr);
+    ~TargetsView() override;
 
 private:
     void update();
+    [[nodiscard]] QStringList warnings() const;
     void showList();
 
     ServiceList& m_services;
     const ClientOutline& m_outline;
+    const std::function<QStringList()> m_leftOut;
     QToolButton* m_button;
     ElidedLabel* m_hidden;
     QTimer m_soon;  ///< changes come in quick succession
