@@ -29,6 +29,8 @@ void AppController::retryRun(const RunRecord& record) {
 
 bool AppController::canUndo(const RunRecord& record) const {
     if (!record.isUndoable() || !tool(record.tool)) return false;
+    for (const RunPtr& run : m_taskThreads->runs().active())
+        if (run->description().undoOf == record.id) return false;
     return !clientsOf(record, [](const HostOutcome& host) { return !host.undo.isEmpty(); }).isEmpty();
 }
 

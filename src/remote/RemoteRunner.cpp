@@ -280,21 +280,23 @@ void RemoteRunner::operationFailed(const std::exception& exception, const char* 
                   QStringLiteral("The operation \"%1\" failed. %2").arg(selector, plainWords(exception)));
 }
 
-void RemoteRunner::executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
+bool RemoteRunner::executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
                                        const RemoteClientPtr& service) {
-    if (refusesMainThread()) return;
+    if (refusesMainThread()) return false;
     VLLog::appendLog(QStringLiteral("Executing remote method %@ on host %@"), selector, nameOf(service));
     if (!service) {
         VLLog::appendLog(QStringLiteral("Service doesn't exist"));
-        return;
+        return false;
     }
-    guarded("-[AppController executeRemoteMethod:withObject:withObject:service:]", selector, service, [&] {
+    const auto body = [&]() -> QVariant {
         if (mayExecute(selector, *service))
-            static_cast<void>(sendMethod(selector, obj1, obj2, service, noTimeLimit, true));
-        else
-            noteSkipped(*service);
-        return QVariant();
-    });
+            return sendMethod(selector, obj1, obj2, service, noTimeLimit, true).has_value();
+        noteSkipped(*service);
+        return {};
+    };
+    return guarded("-[AppController executeRemoteMethod:withObject:withObject:service:]", selector, service,
+                   body)
+        .toBool();
 }
 
 bool RemoteRunner::mayExecute(const QString& selector, const RemoteClient& service) {
@@ -401,10 +403,10 @@ QList<QList<RemoteClientPtr>> RemoteRunner::selectedServicesForCores() const {
     return split(clientsOfRun()).groups;
 }
 
-QStringList RemoteRunner::leftOutNames() const {
+QStringList RemoteRunner::leftOutNames(const QList<RemoteClientPtr>& clients) const {
     QStringList names;
     if (followsUp()) return names;
-    for (const RemoteClientPtr& service : split(clientsOfRun()).leftOut)
+    for (const RemoteClientPtr& service : split(clients).leftOut)
         names.append(service->name());
     return names;
 }
@@ -512,12 +514,13 @@ void RemoteRunner::executeRemoteTasks(const QString& task, const QString& bundle
         executeRemoteTask(task, bundleID, options, service);
     };
     const Split all = split(clientsOfRun());
+    const bool hasRest = !all.leftOut.isEmpty() && followsUp();
+    // Counted before the groups are, which may be done in no time.
+    auto restToCome = hasRest ? std::make_shared<CountedWork>(m_environment.progress) : nullptr;
     const std::shared_ptr<Wave> wave = startGroups(all.groups, threadName, run, work);
-    if (all.leftOut.isEmpty()) return;
-    if (!followsUp()) return noteLeftOut(all, run);
+    if (!hasRest) return noteLeftOut(all, run);
     VLThread::detach(threadName, [this, threadName, run, work, wave, leftOut = all.leftOut,
-                                  hold = std::make_shared<Run::Hold>(run),
-                                  counted = std::make_shared<CountedWork>(m_environment.progress)] {
+                                  hold = std::make_shared<Run::Hold>(run), counted = std::move(restToCome)] {
         const RunScope scope(run);
         wave->waitOnProcessingWithTimeout(0, *run);
         workGroup(leftOut, threadName, run, work);

@@ -54,7 +54,8 @@ public:
     /// Whether executeRemoteMethod() sends it to this client: not to one that is disabled, and to one in
     /// error only few operations.
     [[nodiscard]] static bool mayExecute(const QString& selector, const RemoteClient& service);
-    void executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
+    /// True when the agent has done it.
+    bool executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
                              const RemoteClientPtr& service);
     /// The agent's answer, or invalid.
     [[nodiscard]] QVariant objectFromRemoteMethod(const QString& selector, const QVariant& obj1,
@@ -74,9 +75,9 @@ public:
 
     /// The selected clients in groups, one per thread.
     [[nodiscard]] QList<QList<RemoteClientPtr>> selectedServicesForCores() const;
-    /// The names of the selected clients that a fan-out would not work: none where it follows up on them.
+    /// The names of those that a fan-out over these clients would not work: none where it follows up on them.
     /// Any thread.
-    [[nodiscard]] QStringList leftOutNames() const;
+    [[nodiscard]] QStringList leftOutNames(const QList<RemoteClientPtr>& clients) const;
 
     // For the runs that AuthorizedRunner makes.
     /// Starts connecting where needed; null while there is no connection.

@@ -28,6 +28,8 @@ constexpr int computersPerStep = 2'000, runsPerStep = 500;
 constexpr std::size_t keysPerQuery = 500;
 constexpr qint64 pagesPerStep = 500;
 constexpr int mostDamagedFiles = 9;
+/// Runs that changed nothing, and in which every computer (kind 0) answered.
+constexpr auto isPlainReading = "NOT is_change AND kinds & ~1 = 0";
 constexpr std::array companions{"-wal", "-shm", "-journal"};
 
 /// The number of a kind in the file is its place here: new ones go to the end.
@@ -35,9 +37,12 @@ constexpr std::array kindsInFile{Outcome::Answered, Outcome::Done,      Outcome:
                                  Outcome::Skipped,  Outcome::Cancelled, Outcome::NotConnected,
                                  Outcome::NoAnswer, Outcome::Refused,   Outcome::Failed};
 
-int numberOf(Outcome::Kind kind) {
+constexpr int numberOf(Outcome::Kind kind) {
     return static_cast<int>(std::find(kindsInFile.begin(), kindsInFile.end(), kind) - kindsInFile.begin());
 }
+
+/// The numbers of those that count as successes.
+constexpr std::array successes{numberOf(Outcome::Answered), numberOf(Outcome::Done)};
 
 Outcome::Kind kindOf(int number) {
     const bool isKnown = number >= 0 && number < static_cast<int>(kindsInFile.size());
@@ -267,6 +272,7 @@ void ActivityDatabase::createSchema() {
              "NOT NULL, is_undoable INTEGER NOT NULL, folded TEXT NOT NULL)",
              "CREATE INDEX run_tool ON run (tool)",
              "CREATE INDEX run_undo ON run (undo_of) WHERE undo_of <> ''",
+             "CREATE INDEX run_reading ON run (key) WHERE NOT is_change AND kinds & ~1 = 0",
              "CREATE TABLE outcome (run INTEGER NOT NULL, position INTEGER NOT NULL, computer INTEGER NOT "
              "NULL, kind INTEGER NOT NULL, reason TEXT, PRIMARY KEY (run, position)) WITHOUT ROWID",
              "CREATE INDEX outcome_computer ON outcome (computer, run)",
@@ -449,9 +455,9 @@ void ActivityDatabase::insertRun(qint64 key, const RunRecord& record) {
 // MARK: Limits
 
 bool ActivityDatabase::prune(const ActivityLimits& limits) {
-    const qint64 last = lastToPrune(limits);
-    if (last < 0) return shrink();
-    removeUpTo(last);
+    const ActivityKeys pruned = keysToPrune(limits);
+    if (pruned.empty()) return shrink();
+    remove(pruned);
     return true;
 }
 
@@ -464,26 +470,36 @@ bool ActivityDatabase::isTooLarge(qint64 limit) {
     return m_isShrinking;
 }
 
-/// The last of the oldest runs that go in this step; -1 for none.
-qint64 ActivityDatabase::lastToPrune(const ActivityLimits& limits) {
-    const bool isTooMuch = isTooLarge(limits.bytes);
+/// The runs that go in this step: the oldest, but where there is no room, readings that everybody answered
+/// before anything that somebody may want to look up.
+ActivityKeys ActivityDatabase::keysToPrune(const ActivityLimits& limits) {
     const qint64 oldest = QDateTime::currentDateTimeUtc().addDays(-limits.days).toMSecsSinceEpoch();
-    QSqlQuery runs =
-        execute(QStringLiteral("SELECT key, computers FROM run ORDER BY key LIMIT %1").arg(runsPerStep));
-    qint64 last = -1;
-    for (qint64 computers = 0; computers < computersPerStep && runs.next();) {
-        if (!isTooMuch && runs.value(0).toLongLong() >= oldest * keysPerMillisecond) break;
-        last = runs.value(0).toLongLong();
-        computers += runs.value(1).toLongLong() + 1;
-    }
-    return last;
+    const ActivityKeys tooOld = oldestKeys(QStringLiteral("key < ?"), {oldest * keysPerMillisecond});
+    if (!tooOld.empty() || !isTooLarge(limits.bytes)) return tooOld;
+    const ActivityKeys readings = oldestKeys(QLatin1String(isPlainReading), {});
+    return readings.empty() ? oldestKeys(QStringLiteral("1"), {}) : readings;
 }
 
-void ActivityDatabase::removeUpTo(qint64 key) {
+/// No more than are quickly removed.
+ActivityKeys ActivityDatabase::oldestKeys(const QString& condition, const QVariantList& values) {
+    QSqlQuery runs = execute(QStringLiteral("SELECT key, computers FROM run WHERE %1 ORDER BY key LIMIT %2")
+                                 .arg(condition)
+                                 .arg(runsPerStep),
+                             values);
+    ActivityKeys keys;
+    for (qint64 computers = 0; computers < computersPerStep && runs.next();) {
+        keys.push_back(runs.value(0).toLongLong());
+        computers += runs.value(1).toLongLong() + 1;
+    }
+    return keys;
+}
+
+void ActivityDatabase::remove(const ActivityKeys& keys) {
     Transaction transaction(*this);
-    execute(QStringLiteral("DELETE FROM undo WHERE run <= ?"), {key});
-    execute(QStringLiteral("DELETE FROM outcome WHERE run <= ?"), {key});
-    execute(QStringLiteral("DELETE FROM run WHERE key <= ?"), {key});
+    const QString list = listOf(keys);
+    execute(QStringLiteral("DELETE FROM undo WHERE run IN (%1)").arg(list));
+    execute(QStringLiteral("DELETE FROM outcome WHERE run IN (%1)").arg(list));
+    execute(QStringLiteral("DELETE FROM run WHERE key IN (%1)").arg(list));
     execute(
         QStringLiteral("DELETE FROM computer WHERE NOT EXISTS (SELECT 1 FROM outcome WHERE "
                        "outcome.computer = computer.id)"));
@@ -585,13 +601,30 @@ std::optional<RunRecord> ActivityDatabase::record(qint64 key, Undo undo) {
                  withUndo ? QStringLiteral("LEFT JOIN undo ON undo.run = outcome.run AND undo.position = "
                                            "outcome.position")
                           : QString());
+    const QSet<QString> done = withUndo ? takenBackHosts(record.id) : QSet<QString>();
     QSqlQuery rows = execute(sql, {key});
-    while (rows.next())
-        record.outcomes << HostOutcome{rows.value(0).toString(),
-                                       rows.value(1).toString(),
-                                       {kindOf(rows.value(2).toInt()), rows.value(3).toString()},
-                                       UndoData::fromBytes(rows.value(4).toByteArray())};
+    while (rows.next()) {
+        const QString host = rows.value(0).toString();
+        record.outcomes << HostOutcome{
+            host,
+            rows.value(1).toString(),
+            {kindOf(rows.value(2).toInt()), rows.value(3).toString()},
+            done.contains(host) ? QVariantMap() : UndoData::fromBytes(rows.value(4).toByteArray())};
+    }
     return record;
+}
+
+/// Where that run has been taken back already: a second time would take back what came after it.
+QSet<QString> ActivityDatabase::takenBackHosts(const QString& runId) {
+    QSqlQuery rows = execute(QStringLiteral("SELECT DISTINCT host FROM run JOIN outcome ON outcome.run = key "
+                                            "JOIN computer ON computer.id = outcome.computer WHERE undo_of "
+                                            "<> '' AND undo_of = ? AND kind IN (%1)")
+                                 .arg(listOf(successes)),
+                             {runId});
+    QSet<QString> hosts;
+    while (rows.next())
+        hosts.insert(rows.value(0).toString());
+    return hosts;
 }
 
 std::optional<qint64> ActivityDatabase::keyOf(const QString& runId) {

@@ -61,6 +61,7 @@ public:
     /// Of those that are still kept; `keys` are sorted, newest first.
     [[nodiscard]] QList<RunSummary> summaries(const ActivityKeys& keys);
     enum class Undo { With, Without };
+    /// What takes it back is left out where that was done already.
     [[nodiscard]] std::optional<RunRecord> record(qint64 key, Undo undo = Undo::With);
     [[nodiscard]] std::optional<qint64> keyOf(const QString& runId);
     [[nodiscard]] ActivityFacets facets();
@@ -77,10 +78,12 @@ private:
     void insertOutcomes(qint64 key, const RunRecord& record);
     void insertRun(qint64 key, const RunRecord& record);
     [[nodiscard]] bool contains(const QString& runId);
-    [[nodiscard]] qint64 lastToPrune(const ActivityLimits& limits);
+    [[nodiscard]] ActivityKeys keysToPrune(const ActivityLimits& limits);
+    [[nodiscard]] ActivityKeys oldestKeys(const QString& condition, const QVariantList& values);
     [[nodiscard]] bool isTooLarge(qint64 limit);
-    void removeUpTo(qint64 key);
+    void remove(const ActivityKeys& keys);
     [[nodiscard]] bool shrink();
+    [[nodiscard]] QSet<QString> takenBackHosts(const QString& runId);
     [[nodiscard]] QList<qint64> computersNamed(const QString& word);
 
     class Transaction;

@@ -43,6 +43,13 @@ QString ToolPane::counted(qsizetype count, const QString& singular, const QStrin
     return QStringLiteral("%1 %2").arg(count).arg(count == 1 ? singular : plural);
 }
 
+QString ToolPane::leftOutText(const ToolContext& context, const QList<VLServicePtr>& clients) {
+    const QStringList names = context.runner->leftOutNames({clients.begin(), clients.end()});
+    if (names.isEmpty()) return {};
+    return names.size() == 1 ? QStringLiteral(" %1 is left out.").arg(names.first())
+                             : QStringLiteral(" %1 are left out.").arg(listed(names, 8));
+}
+
 ToolPane::ToolPane(ToolController& controller, PaneNames names, PaneWords words, QWidget* parent)
     : QWidget(parent),
       m_controller(controller),
@@ -275,7 +282,8 @@ void ToolPane::runForAll(const QString& verb, const std::function<void()>& actio
     const QString about =
         QStringLiteral("The filter does not narrow this: %1 not shown are changed as well.")
             .arg(hidden == 1 ? QStringLiteral("1 %1 that is").arg(m_words.singular)
-                             : QStringLiteral("%1 %2 that are").arg(hidden).arg(m_words.plural));
+                             : QStringLiteral("%1 %2 that are").arg(hidden).arg(m_words.plural)) +
+        leftOutText(m_controller.context(), m_controller.context().selectedServices());
     VLAlert::ask(forAll(verb) + u'?', QStringLiteral("%1 All %2").arg(verb).arg(rowTotal()), about, window(),
                  [pane = QPointer(this), action] {
                      if (pane) action();

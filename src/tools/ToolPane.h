@@ -43,6 +43,9 @@ public:
     [[nodiscard]] static QString listed(const QStringList& names, qsizetype most = 3);
     /// "1 computer", "4 computers".
     [[nodiscard]] static QString counted(qsizetype count, const QString& singular, const QString& plural);
+    /// " Bay 3 and Bay 4 are left out." for the text before an action on all of these computers; empty where
+    /// it takes in every one.
+    [[nodiscard]] static QString leftOutText(const ToolContext& context, const QList<VLServicePtr>& clients);
 
 protected:
     /// How the columns are set out from a certain width of the pane; the last one takes what is left.

@@ -328,6 +328,8 @@ void ActivityWindow::rowsLoaded() {
     if (m_model->rowOf(m_wantedKey) >= 0) m_wantedKey = 0;
     if (any && (currentKey() == 0 || currentKey() != wanted)) select(wanted);
     if (!any) currentChanged();
+    // In the meantime it may have been taken back.
+    if (isTakenBack(m_recordKey).value_or(m_isShownTakenBack) != m_isShownTakenBack) readRecord();
     updateStatus();
     updateActions();
 }
@@ -398,9 +400,16 @@ void ActivityWindow::readRecord() {
         });
 }
 
+std::optional<bool> ActivityWindow::isTakenBack(qint64 key) const {
+    const int row = m_model->rowOf(key);
+    const RunSummary* summary = row >= 0 ? m_model->summaryAt(row) : nullptr;
+    return summary ? std::optional(summary->isTakenBack) : std::nullopt;
+}
+
 void ActivityWindow::showRecord(const RunRecord* record) {
     m_record = record ? std::optional(*record) : std::nullopt;
     if (!record) m_recordKey = 0;
+    m_isShownTakenBack = isTakenBack(m_recordKey).value_or(false);
     m_detailsModel->setRecord(record ? *record : RunRecord());
     m_details->setEnabled(record != nullptr);
     m_title->setText(record ? record->summary() : QStringLiteral("No run is chosen"));
@@ -411,9 +420,7 @@ void ActivityWindow::showRecord(const RunRecord* record) {
               << QStringLiteral("took %1").arg(durationText(*record)) << record->user;
         if (!record->undoOf.isEmpty()) parts << QStringLiteral("took an earlier run back");
         if (!record->retryOf.isEmpty()) parts << QStringLiteral("repeated an earlier run");
-        if (const int row = m_model->rowOf(m_recordKey); row >= 0)
-            if (const RunSummary* summary = m_model->summaryAt(row); summary && summary->isTakenBack)
-                parts << QStringLiteral("was taken back");
+        if (m_isShownTakenBack) parts << QStringLiteral("was taken back");
         parts.removeAll(QString());
     }
     m_subtitle->setText(record ? parts.join(QStringLiteral(" · "))

@@ -66,6 +66,8 @@ private:
     void updateWarning();
     void currentChanged();
     void readRecord();
+    /// Nothing of a row that is not loaded.
+    [[nodiscard]] std::optional<bool> isTakenBack(qint64 key) const;
     void showRecord(const RunRecord* record);
     [[nodiscard]] qint64 currentKey() const;  ///< 0 for none
     void select(qint64 key);
@@ -95,6 +97,7 @@ private:
     qint64 m_recordKey = 0;
     qint64 m_wantedKey = 0;  ///< a run that is to be chosen as soon as it is listed
     bool m_isReadingRecord = false;
+    bool m_isShownTakenBack = false;
     std::shared_ptr<std::atomic<bool>> m_exportStops;  ///< null while none is under way
     QString m_exportText;
 };

@@ -96,8 +96,10 @@ void MainWindow::buildContents() {
     m_panes =
         new ToolPanes([this](const QString& identifier) { return m_controller.toolController(identifier); });
     m_panes->setMinimumWidth(420);
-    m_panes->addToHead(new TargetsView(m_controller.services(), *m_outline,
-                                       [this] { return m_controller.runner().leftOutNames(); }));
+    m_panes->addToHead(
+        new TargetsView(m_controller.services(), *m_outline, [this](const QList<RemoteClientPtr>& clients) {
+            return m_controller.runner().leftOutNames(clients);
+        }));
     const ActivityActions& actions = m_activityActions;
     const auto showDetails = [this](const RunRecord& record) { showActivityOf(record.id); };
     m_status = new StatusPanel(m_controller.taskThreads(), m_controller.runStatus(),

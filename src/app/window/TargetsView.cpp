@@ -35,8 +35,8 @@ QString summary(const QStringList& names) {
 
 }  // namespace
 
-TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline,
-                         std::function<QStringList()> leftOut, QWidget* parent)
+TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline, LeftOut leftOut,
+                         QWidget* parent)
     : QWidget(parent),
       m_services(services),
       m_outline(outline),
@@ -96,7 +96,7 @@ QStringList TargetsView::warnings() const {
                        });
     QStringList texts;
     if (hidden > 0) texts.append(QStringLiteral("%1 hidden by the search").arg(hidden));
-    if (const QStringList leftOut = m_leftOut(); !leftOut.isEmpty())
+    if (const QStringList leftOut = m_leftOut({selected.begin(), selected.end()}); !leftOut.isEmpty())
         texts.append(QStringLiteral("%1 left out").arg(RunStatus::shortList(leftOut)));
     return texts;
 }

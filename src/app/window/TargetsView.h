@@ -1,5 +1,7 @@
 #pragma once
 
+#include "remote/RemoteClient.h"
+
 #include <QStringList>
 #include <QTimer>
 #include <QWidget>
@@ -16,8 +18,11 @@ class ServiceList;
 class TargetsView : public QWidget {
     Q_OBJECT
 public:
-    /// `leftOut`: the names of those that a run would leave out. All outlive the widget.
-    TargetsView(ServiceList& services, const ClientOutline& outline, std::function<QStringList()> leftOut,
+    /// The names of those that a run over these clients would leave out.
+    using LeftOut = std::function<QStringList(const QList<RemoteClientPtr>& clients)>;
+
+    /// All outlive the widget.
+    TargetsView(ServiceList& services, const ClientOutline& outline, LeftOut leftOut,
                 QWidget* parent = nullptr);
     ~TargetsView() override;
 
@@ -28,7 +33,7 @@ private:
 
     ServiceList& m_services;
     const ClientOutline& m_outline;
-    const std::function<QStringList()> m_leftOut;
+    const LeftOut m_leftOut;
     QToolButton* m_button;
     ElidedLabel* m_hidden;
     QTimer m_soon;  ///< changes come in quick succession

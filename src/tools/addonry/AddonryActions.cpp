@@ -204,8 +204,10 @@ void AddonryController::applyToCopies(const Change& change, const QList<ClientCo
         const QVariant path = copy.values.value(pathKey);
         const bool needsAdmin = change.needsAdministrator(*this, {copy}, value, client);
         if (isStopped()) return;
-        if (!needsAdmin)
-            return context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), client);
+        if (!needsAdmin) {
+            context().runner->executeRemoteMethod(change.selector, {}, objects(path, value), client);
+            return;
+        }
         const std::lock_guard lock(mutex);
         restricted.append(path);
     });

@@ -126,13 +126,13 @@ void AddonryController::installWhereMissing(VLPluginItem& row, const ClientCopy&
     QList<AskedClient> lacking = row.absent();
     lacking.removeIf([](const AskedClient& client) { return !client.hasAnswered; });
     std::mutex mutex;
-    QStringList reached;
+    QStringList installed;
     forEachJob(selector, lacking, [&](const RemoteClientPtr& client, const AskedClient& asked) {
-        context().runner->executeRemoteMethod(selector, description, data, client);
+        if (!context().runner->executeRemoteMethod(selector, description, data, client)) return;
         const std::lock_guard lock(mutex);
-        reached.append(asked.hostName);
+        installed.append(asked.hostName);
     });
-    for (const QString& hostName : std::as_const(reached))
+    for (const QString& hostName : std::as_const(installed))
         row.addChild({{nameKey, row.name()},
                       {disabledKey, qlonglong{0}},
                       {accessTypeKey, qlonglong{1}},

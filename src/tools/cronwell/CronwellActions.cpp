@@ -310,11 +310,16 @@ void CronwellController::setupCronwellNewTaskApps(const QVariantList& applicatio
     Q_EMIT newTaskAppsChanged();
 }
 
+QList<VLServicePtr> CronwellController::newTaskClients() const {
+    QList<VLServicePtr> clients = context().selectedServices();
+    clients.removeIf(
+        [this](const VLServicePtr& service) { return m_newTaskUnanswered.contains(service->hostName()); });
+    return clients;
+}
+
 /// What those have that gave no answer is not known, so nothing is added there; the sheet said so.
 void CronwellController::addCronwellTask(const QVariantMap& arguments) {
-    QList<RemoteClientPtr> clients;
-    for (const VLServicePtr& service : context().selectedServices())
-        if (!m_newTaskUnanswered.contains(service->hostName())) clients.append(service);
+    const QList<VLServicePtr> clients = newTaskClients();
     if (clients.isEmpty()) return;
     startRunOn(QStringLiteral("addCronwellTaskOnThread:"),
                {.action = QStringLiteral("Add"),
@@ -322,7 +327,7 @@ void CronwellController::addCronwellTask(const QVariantMap& arguments) {
                 .subject = arguments.value(QStringLiteral("taskid")).toString(),
                 .isChange = true,
                 .keeping = keeping()},
-               clients, [this, arguments, alone = m_newTaskUnanswered] {
+               {clients.begin(), clients.end()}, [this, arguments, alone = m_newTaskUnanswered] {
                    for (const QString& hostName : alone)
                        Run::current()->note(hostName, {Outcome::Skipped, leftAloneText()});
                    addCronwellTaskOnThread(arguments);

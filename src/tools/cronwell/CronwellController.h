@@ -24,6 +24,8 @@ public:
     }
     /// The host names of the clients that did not say what they offer: nothing is added there. Main thread.
     [[nodiscard]] const QStringList& newTaskUnanswered() const { return m_newTaskUnanswered; }
+    /// The selected clients to which a task can be added. Main thread.
+    [[nodiscard]] QList<VLServicePtr> newTaskClients() const;
     /// True while they are being read. Main thread.
     [[nodiscard]] bool isReadingApps() const { return m_appReaders > 0; }
 

@@ -1,5 +1,6 @@
 #include "tools/cronwell/NewTaskSheet.h"
 
+#include "tools/ToolPane.h"
 #include "tools/cronwell/CronwellController.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/SymbolIcon.h"
@@ -362,6 +363,8 @@ void NewTaskSheet::showOffer() {
         m_offer->setText(
             m_offer->text() +
             QStringLiteral(" No answer from %1: nothing is added there.").arg(friendlyNames(silent)));
+    m_offer->setText(m_offer->text() +
+                     ToolPane::leftOutText(m_controller.context(), m_controller.newTaskClients()));
 }
 
 /// What is not filled in yet is no mistake.

@@ -1,5 +1,6 @@
 #include "tools/settlekeep/BackupSheet.h"
 
+#include "tools/ToolPane.h"
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/PreferenceTree.h"
 #include "widgets/Theme.h"
@@ -55,19 +56,23 @@ BackupSheet::BackupSheet(SettlekeepController& controller, QWidget* parent)
 
 void BackupSheet::showSheet(SettlekeepController::BackupFlow flow) {
     m_flow = flow;
-    const qsizetype count = m_controller.context().selectedServices().size();
+    const QList<VLServicePtr> selected = m_controller.context().selectedServices();
+    const qsizetype count = selected.size();
     const QString where = count == 1 ? QStringLiteral("the selected computer")
                                      : QStringLiteral("each of the %1 selected computers").arg(count);
+    const QString leftOut = ToolPane::leftOutText(m_controller.context(), selected);
     if (flow == SettlekeepController::BackupFlow::Named) {
         setHeading(QStringLiteral("Back Up Preferences"));
         const QString keys = m_controller.settlekeepSelectedPrefKeys().join(u',');
         m_text->setText(QStringLiteral("The ticked preferences are kept on %1: %2.")
-                            .arg(where, PreferenceTree::coveredApplications(keys)));
+                            .arg(where, PreferenceTree::coveredApplications(keys)) +
+                        leftOut);
     } else {
         setHeading(QStringLiteral("Quick Backup"));
         m_text->setText(QStringLiteral("The main preferences of all applications are kept on %1, whatever is "
                                        "ticked.")
-                            .arg(where));
+                            .arg(where) +
+                        leftOut);
     }
     setAccessibleDescription(m_text->text());
     m_name->clear();
