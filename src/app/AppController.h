@@ -222,6 +222,7 @@ private:
     [[nodiscard]] QList<RemoteClientPtr> clientsOf(
         const RunRecord& record, const std::function<bool(const HostOutcome&)>& wanted) const;
     [[nodiscard]] QList<RemoteClientPtr> clientsToRetry(const RunRecord& record) const;
+    [[nodiscard]] bool isReadingOfTool(const RunRecord& record) const;
     void selectionChanged();
     void refreshVisibleTool();
     [[nodiscard]] const Tool* tool(const QString& identifier) const;

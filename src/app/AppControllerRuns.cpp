@@ -17,11 +17,18 @@ QList<RemoteClientPtr> AppController::clientsToRetry(const RunRecord& record) co
     return clientsOf(record, [](const HostOutcome& host) { return host.outcome.isRetryable(); });
 }
 
+bool AppController::isReadingOfTool(const RunRecord& record) const {
+    return !record.isChange && m_toolControllers.contains(record.tool);
+}
+
 bool AppController::canRetry(const RunRecord& record) const {
-    return m_taskThreads->runs().redoOf(record.id) && !clientsToRetry(record).isEmpty();
+    const bool isKnown = isReadingOfTool(record) || m_taskThreads->runs().redoOf(record.id);
+    return isKnown && !clientsToRetry(record).isEmpty();
 }
 
 void AppController::retryRun(const RunRecord& record) {
+    // What is read from some of the computers only would replace what the others have told.
+    if (isReadingOfTool(record)) return toolController(record.tool)->readAgain();
     const RunList::Redo redo = m_taskThreads->runs().redoOf(record.id);
     const QList<RemoteClientPtr> clients = clientsToRetry(record);
     if (redo && !clients.isEmpty()) redo(clients);

@@ -15,7 +15,7 @@ QString titleOf(const Run& run) {
 }
 
 bool isWhole(const RunRecord& record) {
-    return record.successCount() == record.outcomes.size();
+    return record.successCount() == record.counts().concerned();
 }
 
 }  // namespace

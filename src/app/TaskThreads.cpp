@@ -372,20 +372,30 @@ void TaskThreads::setStatusText(const QString& text) {
 
 // ---- Progress sheet
 
+/// The sheet shows one run; the others' wait behind it with what they have to show.
+SheetProgress& TaskThreads::sheetOf(int run) {
+    const auto other = m_otherSheets.find(run);
+    return other != m_otherSheets.end() ? *other : m_sheet;
+}
+
 void TaskThreads::startProgressForWindow(QObject* window) {
     const int run = runHere();
     if (run == 0) beginUnnamed();
     onMainThreadAndWait([this, window, run] {
+        const bool isOthers = m_sheet.visible || m_progressHidden;
+        if (isOthers && run != m_sheetRun && isProcessingPart(m_sheetRun))
+            m_otherSheets.insert(m_sheetRun, m_sheet);
+        m_otherSheets.remove(run);
         m_progressHidden = false;
         m_processingCancelled = false;
+        m_sheetRun = run;
         updateProgressStatus(QStringLiteral("Initializing..."));
-        restartSheetBar(true);
+        restartBar(m_sheet, true);
         m_sheet.cancelEnabled = true;
         if (!m_sheet.visible) {
             m_sheet.visible = true;
             m_progressParentWindow = window;
         }
-        m_sheetRun = run;
         static_cast<void>(startPart(run));
         Q_EMIT sheetChanged();
     });
@@ -394,13 +404,29 @@ void TaskThreads::startProgressForWindow(QObject* window) {
 void TaskThreads::endProgress() {
     onMainThreadAndWait([this, run = runHere()] {
         endPart(run, false);
+        if (m_otherSheets.remove(run) > 0) return;
         if (m_sheet.visible && run != m_sheetRun && isProcessingPart(m_sheetRun)) return;  // another's
+        if (showNextSheet()) return Q_EMIT sheetChanged();
         m_progressHidden = false;
         m_sheet.running = false;
         m_sheet.visible = false;
         m_progressParentWindow.clear();
         Q_EMIT sheetChanged();
     });
+}
+
+/// That of the run which began last; as visible as the one before it.
+bool TaskThreads::showNextSheet() {
+    while (!m_otherSheets.isEmpty()) {
+        const int run = m_otherSheets.lastKey();
+        SheetProgress next = m_otherSheets.take(run);
+        if (!isProcessingPart(run)) continue;
+        next.visible = m_sheet.visible;
+        m_sheet = next;
+        m_sheetRun = run;
+        return true;
+    }
+    return false;
 }
 
 void TaskThreads::putProgressAway() {
@@ -418,38 +444,40 @@ void TaskThreads::bringProgressBack() {
 
 void TaskThreads::updateProgressStatus(const QString& text) {
     VLLog::appendLog(QStringLiteral("Progress: %@"), text);
-    onMainThreadAndWait([this, text] {
-        m_sheet.text = text;
+    onMainThreadAndWait([this, text, run = runHere()] {
+        sheetOf(run).text = text;
         Q_EMIT sheetChanged();
     });
 }
 
-void TaskThreads::restartSheetBar(bool indeterminate) {
-    m_sheet.indeterminate = indeterminate;
-    m_sheet.running = true;
+void TaskThreads::restartBar(SheetProgress& sheet, bool indeterminate) {
+    sheet.indeterminate = indeterminate;
+    sheet.running = true;
 }
 
 void TaskThreads::progressBarSetIndeterminate() {
-    onMainThreadAndWait([this] {
-        restartSheetBar(true);
+    onMainThreadAndWait([this, run = runHere()] {
+        restartBar(sheetOf(run), true);
         Q_EMIT sheetChanged();
     });
 }
 
 void TaskThreads::progressBarSetMaxValue(double maximum) {
-    onMainThreadAndWait([this, maximum] {
-        m_sheet.maximum = maximum;
-        m_sheet.value = 0;
-        m_sheet.running = true;
+    onMainThreadAndWait([this, maximum, run = runHere()] {
+        SheetProgress& sheet = sheetOf(run);
+        sheet.maximum = maximum;
+        sheet.value = 0;
+        sheet.running = true;
         Q_EMIT sheetChanged();
     });
 }
 
 void TaskThreads::incrementProgress() {
-    onMainThreadAndWait([this] {
-        if (m_sheet.indeterminate) restartSheetBar(false);
-        m_sheet.value = std::min(m_sheet.value + 1, m_sheet.maximum);
-        if (m_sheet.value >= m_sheet.maximum) restartSheetBar(true);
+    onMainThreadAndWait([this, run = runHere()] {
+        SheetProgress& sheet = sheetOf(run);
+        if (sheet.indeterminate) restartBar(sheet, false);
+        sheet.value = std::min(sheet.value + 1, sheet.maximum);
+        if (sheet.value >= sheet.maximum) restartBar(sheet, true);
         Q_EMIT sheetChanged();
     });
 }

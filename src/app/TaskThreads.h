@@ -154,7 +154,9 @@ private:
     void showBars();
     void takeSteps();
     void endStatusDisplay();
-    void restartSheetBar(bool indeterminate);
+    static void restartBar(SheetProgress& sheet, bool indeterminate);
+    [[nodiscard]] SheetProgress& sheetOf(int run);
+    [[nodiscard]] bool showNextSheet();
 
     Environment m_environment;
     RunList m_runs;
@@ -169,6 +171,7 @@ private:
     Snapshot<std::shared_ptr<Condition>> m_condition;  ///< of the current waiter; replaced by every wait
     StatusProgress m_status;
     SheetProgress m_sheet;
+    QMap<int, SheetProgress> m_otherSheets;  ///< by run, in the order in which they began; main thread
     QPointer<QObject> m_progressParentWindow;
     bool m_reportedProcessing = false;  ///< main thread: what isProcessingChanged() said last
     std::shared_ptr<const bool> m_alive = std::make_shared<bool>(true);  ///< ends what is still posted

@@ -4,6 +4,7 @@
 #include "foundation/VLCallLock.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
+#include "remote/ByteBudget.h"
 #include "remote/VLCorvalinServerProtocol.h"
 #include "runs/InFlight.h"
 #include "runs/RunList.h"
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <latch>
+#include <numeric>
 
 namespace {
 
@@ -111,6 +113,21 @@ private:
     std::shared_ptr<std::latch> m_latch = std::make_shared<std::latch>(1);
 };
 
+/// Of the large parts of what is sent.
+qint64 bytesOf(const QVariant& value) {
+    if (value.typeId() == QMetaType::QByteArray) return value.toByteArray().size();
+    if (value.typeId() != QMetaType::QVariantMap) return 0;
+    const QVariantMap map = value.toMap();
+    return std::accumulate(map.begin(), map.end(), qint64(0),
+                           [](qint64 sum, const QVariant& part) { return sum + bytesOf(part); });
+}
+
+/// A message holds a copy of what it carries until it is sent.
+ByteBudget& outgoingBytes() {
+    static ByteBudget budget(256LL << 20);
+    return budget;
+}
+
 /// Marks the client as worked while an operation is under way.
 class Processing {
 public:
@@ -169,15 +186,6 @@ void RemoteRunner::noteSkipped(const RemoteClient& service) {
                 service.enabled() ? QStringLiteral("the computer is in error") : QStringLiteral("disabled"));
 }
 
-std::unique_ptr<ChangeTurn::Taken> RemoteRunner::turnOf(RemoteClient& service) {
-    const RunPtr run = Run::current();
-    if (!run || !run->description().isChange) return nullptr;
-    auto turn = std::make_unique<ChangeTurn::Taken>(service.changeTurn(), Run::shallStop);
-    if (!*turn && !run->isCancelled())
-        run->note(service, {Outcome::NoAnswer, QStringLiteral("another change is under way there")});
-    return turn;
-}
-
 VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) const {
     if (!service->isConnected() || !service->proxyObject())
         service->connectOnThread(m_environment.errorCallback);
@@ -204,7 +212,7 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
         noteOutcome(*service, Outcome::NotConnected);
         return std::nullopt;
     }
-    const auto turn = isExecution ? turnOf(*service) : nullptr;
+    const auto turn = isExecution ? Run::turnOf(*service) : nullptr;
     if (turn && !*turn) return std::nullopt;
     const Processing processing(*service);
     if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) {
@@ -214,9 +222,11 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
     }
     VLLog::appendLog(QStringLiteral("Performing method on remote object..."));
     if (!isExecution) return proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
+    const ByteBudget::Part room(outgoingBytes(), bytesOf(obj1) + bytesOf(obj2), Run::shallStop);
+    if (!room) return std::nullopt;
     Run::Change change(service);
     QVariant answer = proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
-    change.done();
+    if (!change.done()) return std::nullopt;
     noteOutcome(*service, Outcome::Done);
     return answer;
 }
@@ -350,7 +360,7 @@ QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& 
             noteOutcome(*service, Outcome::NotConnected);
             return {};
         }
-        const auto turn = turnOf(*service);
+        const auto turn = Run::turnOf(*service);
         if (turn && !*turn) return {};
         VLLog::appendLog(QStringLiteral("Launching task..."));
         const Processing processing(*service);

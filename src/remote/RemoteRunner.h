@@ -82,9 +82,6 @@ public:
     // For the runs that AuthorizedRunner makes.
     /// Starts connecting where needed; null while there is no connection.
     [[nodiscard]] VLProxyObjectPtr connectedProxy(const RemoteClientPtr& service) const;
-    /// The client's turn, where this thread's run changes something; null where it does not. One that did not
-    /// come, because the run goes no further, is false.
-    [[nodiscard]] static std::unique_ptr<ChangeTurn::Taken> turnOf(RemoteClient& service);
     /// Tells the run of this thread that the client was not asked.
     static void noteSkipped(const RemoteClient& service);
     /// Logs and reports what ended an operation, and marks the client not connected if it may be the cause.

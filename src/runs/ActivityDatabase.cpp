@@ -33,9 +33,9 @@ constexpr auto isPlainReading = "NOT is_change AND kinds & ~1 = 0";
 constexpr std::array companions{"-wal", "-shm", "-journal"};
 
 /// The number of a kind in the file is its place here: new ones go to the end.
-constexpr std::array kindsInFile{Outcome::Answered, Outcome::Done,      Outcome::LeftOut,
-                                 Outcome::Skipped,  Outcome::Cancelled, Outcome::NotConnected,
-                                 Outcome::NoAnswer, Outcome::Refused,   Outcome::Failed};
+constexpr std::array kindsInFile{
+    Outcome::Answered,     Outcome::Done,     Outcome::LeftOut, Outcome::Skipped, Outcome::Cancelled,
+    Outcome::NotConnected, Outcome::NoAnswer, Outcome::Refused, Outcome::Failed,  Outcome::LeftAlone};
 
 constexpr int numberOf(Outcome::Kind kind) {
     return static_cast<int>(std::find(kindsInFile.begin(), kindsInFile.end(), kind) - kindsInFile.begin());

@@ -12,18 +12,24 @@ public:
     /// The turn, from the moment it comes until this object goes.
     class Taken {
     public:
-        /// Waits. `shallStop` is looked at every now and then; where it says so the turn is not taken.
-        Taken(ChangeTurn& turn, const std::function<bool()>& shallStop) : m_turn(turn) {
+        /// Waits. `run`: the number of the run that takes it. `shallStop` is looked at every now and then;
+        /// where it says so the turn is not taken.
+        Taken(ChangeTurn& turn, int run, const std::function<bool()>& shallStop) : m_turn(turn) {
             std::unique_lock lock(turn.m_mutex);
             turn.m_waiting.push_back(this);
             while (turn.m_waiting.front() != this && !shallStop())
                 turn.m_changed.wait_for(lock, lookAgain);
             m_isTaken = turn.m_waiting.front() == this;
-            if (!m_isTaken) turn.leave(this);
+            if (m_isTaken)
+                turn.m_holder = run;
+            else
+                turn.leave(this);
         }
         ~Taken() {
             const std::lock_guard lock(m_turn.m_mutex);
-            if (m_isTaken) m_turn.leave(this);
+            if (!m_isTaken) return;
+            m_turn.m_holder = 0;
+            m_turn.leave(this);
         }
         Taken(const Taken&) = delete;
         Taken& operator=(const Taken&) = delete;
@@ -34,6 +40,12 @@ public:
         bool m_isTaken = false;
     };
 
+    /// The number of the run that has it; 0 for none.
+    [[nodiscard]] int holder() const {
+        const std::lock_guard lock(m_mutex);
+        return m_holder;
+    }
+
 private:
     static constexpr std::chrono::milliseconds lookAgain{100};
     void leave(const Taken* taken) {
@@ -41,7 +53,8 @@ private:
         m_changed.notify_all();
     }
 
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::condition_variable m_changed;
+    int m_holder = 0;
     std::deque<const Taken*> m_waiting;  ///< the first has the turn
 };

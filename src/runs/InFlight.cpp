@@ -84,11 +84,12 @@ void InFlight::startThreads(int count) {
 
 void InFlight::lookForMore() {
     int more = 0;
+    const bool hasFreePlace = m_run->hasFreePlace();
     {
         const std::lock_guard lock(m_state->mutex);
         const bool isStuck = m_state->ended == std::exchange(m_endedAtLastLook, m_state->ended);
         m_untilNextLook = isStuck ? std::min(m_untilNextLook * 2, longestLook) : shortestLook;
-        if (isStuck && !m_state->line.empty() && m_state->waitingThreads == 0)
+        if (isStuck && hasFreePlace && !m_state->line.empty() && m_state->waitingThreads == 0)
             more = std::min({m_state->threads, m_run->mostInFlight() - m_state->threads,
                              static_cast<int>(m_state->line.size())});
     }
@@ -107,8 +108,9 @@ void InFlight::workLine(const std::shared_ptr<State>& state, const RunPtr& run) 
         Job job = std::move(state->line.front());
         state->line.pop_front();
         ++state->underWay;
+        const int number = run->drawNumber();  // under the lock: in the order of the line
         lock.unlock();
-        Run::PlacePtr place = run->takePlace(job.client);
+        Run::PlacePtr place = run->takePlace(job.client, number);
         perform(std::move(job), std::move(place));
         lock.lock();
         --state->underWay;

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr std::array words{"answered",      "done",      "left out", "skipped", "cancelled",
-                           "not connected", "no answer", "refused",  "failed"};
+constexpr std::array words{"left alone", "answered",      "done",      "left out", "skipped",
+                           "cancelled",  "not connected", "no answer", "refused",  "failed"};
 
 }  // namespace
 

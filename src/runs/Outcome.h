@@ -6,11 +6,12 @@
 struct Outcome {
     /// From the best to the worst; where several operations of a run went to one computer, the worst counts.
     enum Kind {
-        Answered,   ///< told what it was asked
-        Done,       ///< did what it was told
-        LeftOut,    ///< selected, but the split over the processors left it out
-        Skipped,    ///< not asked: disabled, in error, nothing to do there, or the user skipped the password
-        Cancelled,  ///< the user cancelled before its turn
+        LeftAlone,     ///< nothing was to be done there, or nothing may be: it had given no answer before
+        Answered,      ///< told what it was asked
+        Done,          ///< did what it was told
+        LeftOut,       ///< selected, but the split over the processors left it out
+        Skipped,       ///< not asked: disabled, in error, or the user skipped the password
+        Cancelled,     ///< the user cancelled before its turn, or in the middle of it
         NotConnected,  ///< no connection when its turn came
         NoAnswer,      ///< asked, and given up on: too slow, or the user stopped waiting
         Refused,       ///< would not: locked, missing, not allowed
@@ -21,7 +22,7 @@ struct Outcome {
 
     [[nodiscard]] bool isSuccess() const { return kind == Answered || kind == Done; }
     /// Whether it makes sense to try again.
-    [[nodiscard]] bool isRetryable() const { return !isSuccess(); }
+    [[nodiscard]] bool isRetryable() const { return !isSuccess() && kind != LeftAlone; }
     /// "done", "not connected" and so on: a stable word for files and filters.
     [[nodiscard]] static QString word(Kind kind);
     /// What `word` names; Failed for one that names nothing.

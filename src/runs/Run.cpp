@@ -1,5 +1,7 @@
 #include "runs/Run.h"
 
+#include "system/VLException.h"
+
 #include <QUuid>
 
 #include <algorithm>
@@ -10,11 +12,23 @@ namespace {
 struct Worker {
     RunPtr run;
     Run::PlacePtr place;
+    Run::Changes* changes = nullptr;
 };
 
 Worker& worker() {
     thread_local Worker instance;
     return instance;
+}
+
+/// What the client says is not part of the run's outcome.
+std::optional<QVariantMap> learnt(const std::function<std::optional<QVariantMap>()>& ask) {
+    const RunScope notOfTheRun({});
+    try {
+        return ask();
+    } catch (const std::exception& exception) {
+        VLException::logException(exception, "Run::Keeping");
+        return std::nullopt;
+    }
 }
 
 /// Details that an agent sends are kept for a year; a line is enough.
@@ -31,8 +45,12 @@ Run::Run(int number, Description description, QList<RemoteClientPtr> clients, in
       m_inFlight(std::max(1, inFlight)),
       m_ended(std::move(ended)),
       m_started(QDateTime::currentDateTimeUtc()) {
-    for (const RemoteClientPtr& client : m_clients)
-        notesOf(keyOf(*client)).name = client->name();
+    for (const RemoteClientPtr& client : m_clients) {
+        const QString key = keyOf(*client);
+        m_keyOfClient.insert(client.get(), key);
+        m_keysOfClients.insert(key);
+        notesOf(key).name = client->name();
+    }
 }
 
 Run::~Run() = default;
@@ -47,9 +65,7 @@ bool Run::shallStop() {
 }
 
 bool Run::isFor(const QString& key) const {
-    return m_clients.isEmpty() ||
-           std::any_of(m_clients.cbegin(), m_clients.cend(),
-                       [&](const RemoteClientPtr& client) { return keyOf(*client) == key; });
+    return m_clients.isEmpty() || m_keysOfClients.contains(key);
 }
 
 // ---- Cancelling
@@ -90,11 +106,23 @@ bool Run::isUnderWayOn(const QString& hostName) const {
                        [&](const Place* place) { return keyOf(*place->client()) == hostName; });
 }
 
+bool Run::hasTurnOn(const QString& hostName) const {
+    const std::lock_guard lock(m_mutex);
+    return std::any_of(m_places.cbegin(), m_places.cend(), [&](const Place* place) {
+        return keyOf(*place->client()) == hostName && place->client()->changeTurn().holder() == m_number;
+    });
+}
+
 // ---- Outcomes
 
 QString Run::keyOf(const RemoteClient& client) {
     const QString hostName = client.hostName();
     return hostName.isEmpty() ? client.name() : hostName;
+}
+
+QString Run::keyFor(const RemoteClient& client) const {
+    const auto known = m_keyOfClient.constFind(&client);
+    return known != m_keyOfClient.cend() ? *known : keyOf(client);
 }
 
 Run::Notes& Run::notesOf(const QString& key) {
@@ -107,12 +135,15 @@ Run::Notes& Run::notesOf(const QString& key) {
 }
 
 void Run::note(const RemoteClient& client, const Outcome& outcome) {
-    note(keyOf(client), outcome);
+    const QString key = keyFor(client);
+    note(key, outcome);
+    if (!isFor(key)) return;
     const std::lock_guard lock(m_mutex);
-    notesOf(keyOf(client)).name = client.name();
+    notesOf(key).name = client.name();
 }
 
 void Run::note(const QString& key, const Outcome& outcome) {
+    if (!isFor(key)) return;
     const std::lock_guard lock(m_mutex);
     Notes& notes = notesOf(key);
     if (outcome.kind == Outcome::Refused) ++notes.refusals;
@@ -121,7 +152,17 @@ void Run::note(const QString& key, const Outcome& outcome) {
     noted = {outcome.kind, outcome.reason.left(longestReason)};
 }
 
+void Run::noteLeftAlone(const RemoteClient& client, const QString& reason) {
+    const std::lock_guard lock(m_mutex);
+    Notes& notes = notesOf(keyFor(client));
+    notes.name = client.name();
+    notes.outcome = {Outcome::LeftAlone, reason};
+}
+
+// ---- Taking back
+
 void Run::keepUndo(const QString& key, const QVariantMap& undo) {
+    if (!isFor(key)) return;
     const std::lock_guard lock(m_mutex);
     notesOf(key).undo = undo;
 }
@@ -131,54 +172,83 @@ QVariantMap Run::undo(const QString& key) const {
     return m_notes.value(key).undo;
 }
 
-Run::Change::Change(RemoteClientPtr client) : m_run(current()), m_client(std::move(client)) {
-    if (!m_run) return;
-    const Keeping& keeping = m_run->m_description.keeping;
-    if (!keeping.before && !keeping.after) {
-        m_run.reset();
-        return;
-    }
-    m_key = keyOf(*m_client);
+/// Once for each client, whatever is changed on it.
+void Run::keepFormer(const RemoteClientPtr& client) {
+    const QString key = keyFor(*client);
     {
-        const std::lock_guard lock(m_run->m_mutex);
-        const Notes& notes = m_run->notesOf(m_key);
-        m_refusalsBefore = notes.refusals;
-        if (notes.former) return;
+        const std::lock_guard lock(m_mutex);
+        Notes& notes = notesOf(key);
+        if (std::exchange(notes.isFormerKnown, true)) return;
     }
-    QVariantMap former;
-    if (keeping.before) {
-        const RunScope notOfTheRun({});
-        former = keeping.before(m_client);
+    std::optional<QVariantMap> former = QVariantMap();
+    if (m_description.keeping.before) former = learnt([&] { return m_description.keeping.before(client); });
+    const std::lock_guard lock(m_mutex);
+    notesOf(key).former = std::move(former);
+}
+
+void Run::keepUndoAfter(const RemoteClientPtr& client) {
+    const QString key = keyFor(*client);
+    std::optional<QVariantMap> undo;
+    {
+        const std::lock_guard lock(m_mutex);
+        undo = m_notes.value(key).former;
     }
+    if (undo && m_description.keeping.after)
+        undo = learnt([&] { return m_description.keeping.after(client, *undo); });
+    const std::lock_guard lock(m_mutex);
+    Notes& notes = notesOf(key);
+    notes.isUndoLost = !undo;
+    notes.undo = undo.value_or(QVariantMap());
+}
+
+Run::Change::Change(RemoteClientPtr client) : m_run(current()), m_client(std::move(client)) {
+    if (!m_run || !m_run->description().isChange) return;
+    const QString key = m_run->keyFor(*m_client);
+    if (!m_run->isFor(key)) return;
+    m_key = key;
+    if (m_run->m_description.keeping.isAny()) m_run->keepFormer(m_client);
     const std::lock_guard lock(m_run->m_mutex);
-    m_run->notesOf(m_key).former = former;
+    m_refusalsBefore = m_run->notesOf(m_key).refusals;
 }
 
 Run::Change::~Change() {
-    if (!m_run || m_isDone) return;
-    const std::lock_guard lock(m_run->m_mutex);
-    Notes& notes = m_run->notesOf(m_key);
-    if (notes.undo.isEmpty() && !m_run->m_description.keeping.after)
-        notes.undo = notes.former.value_or(QVariantMap());
+    if (m_key.isEmpty() || m_isRefused || !m_run->m_description.keeping.isAny()) return;
+    if (Changes* const all = worker().changes; all && all->m_client == m_client)
+        all->m_hasChanged = true;
+    else
+        m_run->keepUndoAfter(m_client);
 }
 
-void Run::Change::done() {
-    m_isDone = true;
-    if (!m_run) return;
-    QVariantMap former;
-    {
-        const std::lock_guard lock(m_run->m_mutex);
-        const Notes& notes = m_run->notesOf(m_key);
-        if (notes.refusals > m_refusalsBefore) return;
-        former = notes.former.value_or(QVariantMap());
-    }
-    const Keeping& keeping = m_run->m_description.keeping;
-    QVariantMap undo = former;
-    if (keeping.after) {
-        const RunScope notOfTheRun({});
-        undo = keeping.after(m_client, former);
-    }
-    m_run->keepUndo(m_key, undo);
+bool Run::Change::done() {
+    if (m_key.isEmpty()) return true;
+    const std::lock_guard lock(m_run->m_mutex);
+    m_isRefused = m_run->notesOf(m_key).refusals > m_refusalsBefore;
+    return !m_isRefused;
+}
+
+Run::Changes::Changes(RemoteClientPtr client)
+    : m_run(current()), m_client(std::move(client)), m_turn(turnOf(*m_client)) {
+    if (m_turn && *m_turn) worker().changes = this;
+}
+
+Run::Changes::~Changes() {
+    if (worker().changes != this) return;
+    worker().changes = nullptr;
+    if (m_hasChanged) m_run->keepUndoAfter(m_client);
+}
+
+bool Run::Changes::areHere(const RemoteClient& client) {
+    const Changes* const changes = worker().changes;
+    return changes && changes->m_client.get() == &client;
+}
+
+std::unique_ptr<ChangeTurn::Taken> Run::turnOf(RemoteClient& client) {
+    const RunPtr run = current();
+    if (!run || !run->description().isChange || Changes::areHere(client)) return nullptr;
+    auto turn = std::make_unique<ChangeTurn::Taken>(client.changeTurn(), run->number(), shallStop);
+    if (!*turn && !run->isCancelled())
+        run->note(client, {Outcome::NoAnswer, QStringLiteral("another change is under way there")});
+    return turn;
 }
 
 std::optional<Outcome> Run::outcome(const QString& key) const {
@@ -202,7 +272,7 @@ Outcome Run::endOn(const Notes& notes) const {
     const bool isMerelyAnswered = notes.outcome && notes.outcome->kind == Outcome::Answered;
     if (notes.outcome && !(isMerelyAnswered && m_description.isChange)) return *notes.outcome;
     if (m_isCancelled) return {Outcome::Cancelled, {}};
-    return {Outcome::Skipped, QStringLiteral("nothing to do there")};
+    return {Outcome::LeftAlone, QStringLiteral("nothing to do there")};
 }
 
 RunRecord Run::record() const {
@@ -220,7 +290,11 @@ RunRecord Run::record() const {
     record.retryOf = m_description.retryOf;
     for (const QString& key : m_keys) {
         const Notes notes = m_notes.value(key);
-        const Outcome outcome = endOn(notes);
+        Outcome outcome = endOn(notes);
+        if (notes.isUndoLost) {
+            if (!outcome.reason.isEmpty()) outcome.reason += QStringLiteral(" · ");
+            outcome.reason += QStringLiteral("cannot be taken back: its state could not be read");
+        }
         // What was taken back before it failed half-way is still there to be taken back.
         record.outcomes.append({key, notes.name, outcome, notes.undo});
     }
@@ -236,16 +310,30 @@ Run::PlacePtr Run::place(const RemoteClientPtr& client) {
     return place;
 }
 
-Run::PlacePtr Run::takePlace(const RemoteClientPtr& client) {
+int Run::drawNumber() {
+    const std::lock_guard lock(m_mutex);
+    return ++m_lastNumber;
+}
+
+Run::PlacePtr Run::takePlace(const RemoteClientPtr& client, int number) {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_isCancelled || m_places.size() < m_inFlight; });
-    return m_isCancelled ? nullptr : place(client);
+    m_changed.wait(
+        lock, [&] { return m_isCancelled || (m_places.size() < m_inFlight && m_lastServed + 1 == number); });
+    if (m_isCancelled) return nullptr;
+    m_lastServed = number;
+    if (m_lastNumber > number) m_changed.notify_all();  // there may be room for the next one, too
+    return place(client);
+}
+
+bool Run::hasFreePlace() const {
+    const std::lock_guard lock(m_mutex);
+    return m_places.size() + (m_lastNumber - m_lastServed) < m_inFlight;
 }
 
 void Run::leave(Place& place) {
     const std::lock_guard lock(m_mutex);
     m_places.removeOne(&place);
-    m_changed.notify_one();
+    if (m_lastNumber > m_lastServed) m_changed.notify_all();
 }
 
 Run::Place::Place(RunPtr run, RemoteClientPtr client)
@@ -280,12 +368,14 @@ bool Run::hasEnded() const {
     return m_endedAt.isValid();
 }
 
-RunScope::RunScope(RunPtr run, Run::PlacePtr place) : m_outerRun(worker().run), m_outerPlace(worker().place) {
+RunScope::RunScope(RunPtr run, Run::PlacePtr place)
+    : m_outerRun(worker().run), m_outerPlace(worker().place), m_outerChanges(worker().changes) {
+    const bool goesOn = run == m_outerRun && !place;
     if (run) m_hold.emplace(run);
     if (place) m_calls.emplace(place->m_calls);
-    worker() = {std::move(run), std::move(place)};
+    if (!goesOn) worker() = {std::move(run), std::move(place)};
 }
 
 RunScope::~RunScope() {
-    worker() = {std::move(m_outerRun), std::move(m_outerPlace)};
+    worker() = {std::move(m_outerRun), std::move(m_outerPlace), m_outerChanges};
 }

@@ -2,6 +2,7 @@
 
 #include "remote/CallScope.h"
 #include "remote/RemoteClient.h"
+#include "runs/ChangeTurn.h"
 #include "runs/RunRecord.h"
 
 #include <QDateTime>
@@ -32,13 +33,15 @@ class Run : public std::enable_shared_from_this<Run> {
 public:
     /// How a change is kept so that it can be taken back. Called on the thread that makes the change, in the
     /// client's turn: nobody else's change comes between. May ask the client; what that gives is not part of
-    /// the run's outcome.
+    /// the run's outcome. Nothing at all: it could not be learnt, so that the change can't be taken back.
     struct Keeping {
         /// Before the first change of a client: what it is like.
-        std::function<QVariantMap(const RemoteClientPtr&)> before = {};
-        /// After each of them: what takes back all so far (see HostOutcome::undo). Without this it is what
-        /// `before` gave.
-        std::function<QVariantMap(const RemoteClientPtr&, const QVariantMap& before)> after = {};
+        std::function<std::optional<QVariantMap>(const RemoteClientPtr&)> before = {};
+        /// After them: what takes back all so far (see HostOutcome::undo). Without this it is what `before`
+        /// gave.
+        std::function<std::optional<QVariantMap>(const RemoteClientPtr&, const QVariantMap& before)> after =
+            {};
+        [[nodiscard]] bool isAny() const { return before || after; }
     };
     struct Description {
         QString tool = {};        ///< identifier; empty for the console's own
@@ -82,14 +85,19 @@ public:
     /// The names of the computers that have kept it waiting for longer than that.
     [[nodiscard]] QStringList awaited(std::chrono::milliseconds longerThan) const;
     [[nodiscard]] bool isUnderWayOn(const QString& hostName) const;
+    /// Whether it is making a change there at this moment.
+    [[nodiscard]] bool hasTurnOn(const QString& hostName) const;
     /// On how many computers it has ended, of how many.
     [[nodiscard]] std::pair<qsizetype, qsizetype> progress() const;
 
     /// Under which outcomes of a client are kept: its host name, or its name while it has none.
     [[nodiscard]] static QString keyOf(const RemoteClient& client);
-    /// How an operation ended on this client; the worst one counts.
+    /// How an operation ended on this client; the worst one counts. What is asked of a client that the run is
+    /// not for, the source of what the others get, is no outcome.
     void note(const RemoteClient& client, const Outcome& outcome);
     void note(const QString& key, const Outcome& outcome);
+    /// A client that it is not for, and that is to be named all the same.
+    void noteLeftAlone(const RemoteClient& client, const QString& reason);
     /// What takes back the change on this computer. Replaces what was kept before.
     void keepUndo(const QString& key, const QVariantMap& undo);
     [[nodiscard]] QVariantMap undo(const QString& key) const;
@@ -102,15 +110,39 @@ public:
         ~Change();
         Change(const Change&) = delete;
         Change& operator=(const Change&) = delete;
-        void done();
+        /// It came to its end. False when the agent has refused it.
+        bool done();
 
     private:
-        RunPtr m_run;
+        const RunPtr m_run;
         const RemoteClientPtr m_client;
         QString m_key;
         int m_refusalsBefore = 0;
-        bool m_isDone = false;
+        bool m_isRefused = false;
     };
+    /// Around all that this thread's run changes on one client: it has the client's turn from beginning to
+    /// end, and what takes the changes back is learnt once.
+    class Changes {
+    public:
+        explicit Changes(RemoteClientPtr client);
+        ~Changes();
+        Changes(const Changes&) = delete;
+        Changes& operator=(const Changes&) = delete;
+        /// False when the turn has not come: nothing is to be changed then.
+        explicit operator bool() const { return !m_turn || bool(*m_turn); }
+        /// Whether this thread is within such changes of the client.
+        [[nodiscard]] static bool areHere(const RemoteClient& client);
+
+    private:
+        friend class Change;
+        const RunPtr m_run;
+        const RemoteClientPtr m_client;
+        std::unique_ptr<ChangeTurn::Taken> m_turn;
+        bool m_hasChanged = false;
+    };
+    /// The client's turn for this thread's run; null where it needs none, because it changes nothing or has
+    /// it already. One that did not come is noted.
+    [[nodiscard]] static std::unique_ptr<ChangeTurn::Taken> turnOf(RemoteClient& client);
     /// As noted so far; nothing for a computer of which nothing is known yet.
     [[nodiscard]] std::optional<Outcome> outcome(const QString& key) const;
     /// What became of it, complete once it has ended.
@@ -149,8 +181,12 @@ public:
         const std::shared_ptr<CallScope> m_calls;
     };
     using PlacePtr = std::shared_ptr<Place>;
+    /// Whoever has drawn a number waits for a place in the order of the numbers; all of them have to.
+    [[nodiscard]] int drawNumber();
     /// Waits for a place. None when the run was cancelled.
-    [[nodiscard]] PlacePtr takePlace(const RemoteClientPtr& client);
+    [[nodiscard]] PlacePtr takePlace(const RemoteClientPtr& client, int number);
+    /// Whether somebody who came now would not have to wait for a place.
+    [[nodiscard]] bool hasFreePlace() const;
 
 private:
     friend class RunScope;
@@ -158,11 +194,16 @@ private:
         QString name;
         std::optional<Outcome> outcome;
         int refusals = 0;
+        bool isFormerKnown = false;  ///< or at least was asked for
         std::optional<QVariantMap> former;
         QVariantMap undo;
+        bool isUndoLost = false;
     };
     [[nodiscard]] Outcome endOn(const Notes& notes) const;
+    [[nodiscard]] QString keyFor(const RemoteClient& client) const;
     [[nodiscard]] Notes& notesOf(const QString& key);
+    void keepFormer(const RemoteClientPtr& client);
+    void keepUndoAfter(const RemoteClientPtr& client);
     [[nodiscard]] PlacePtr place(const RemoteClientPtr& client);
     void leave(Place& place);
     void release();
@@ -171,15 +212,18 @@ private:
     const QString m_id;
     const Description m_description;
     const QList<RemoteClientPtr> m_clients;
+    QHash<const RemoteClient*, QString> m_keyOfClient;  ///< a host name may become known on the way
+    QSet<QString> m_keysOfClients;
     const int m_inFlight;
     const std::function<void(Run&)> m_ended;
     const QDateTime m_started;
 
     std::atomic<bool> m_isCancelled{false};
     mutable std::mutex m_mutex;
-    std::condition_variable m_changed;  ///< a place was left, or the run was cancelled
-    QList<Place*> m_places;             ///< that are taken, in the order in which they were
-    QStringList m_keys;                 ///< of those that it is for, and of others that it came to
+    std::condition_variable m_changed;       ///< a place was left or taken, or the run was cancelled
+    int m_lastNumber = 0, m_lastServed = 0;  ///< of those that wait for a place
+    QList<Place*> m_places;                  ///< that are taken, in the order in which they were
+    QStringList m_keys;                      ///< of those that it is for, and of others that it came to
     QHash<QString, Notes> m_notes;
     QSet<QString> m_givenUp;  ///< keys
     int m_holds = 0;
@@ -200,4 +244,5 @@ private:
     std::optional<CallScope::Current> m_calls;
     RunPtr m_outerRun;
     Run::PlacePtr m_outerPlace;
+    Run::Changes* m_outerChanges;
 };

@@ -105,10 +105,19 @@ void RunList::cancelAll() {
         run->cancel();
 }
 
+/// It is said before the operation is answered: a change that is being made there is what it is about. Else
+/// it comes late, to the last change, or it is about whatever is asked.
 void RunList::noteReport(const QString& hostName, const Outcome& outcome) const {
-    for (const RunPtr& run : active())
-        if (run->isUnderWayOn(hostName) || (run->description().isChange && run->outcome(hostName)))
-            run->note(hostName, outcome);
+    RunPtr lastChange;
+    QList<RunPtr> readings;
+    for (const RunPtr& run : active()) {
+        if (run->hasTurnOn(hostName)) return run->note(hostName, outcome);
+        if (run->description().isChange && run->outcome(hostName)) lastChange = run;
+        if (!run->description().isChange && run->isUnderWayOn(hostName)) readings.append(run);
+    }
+    if (lastChange) return lastChange->note(hostName, outcome);
+    for (const RunPtr& run : std::as_const(readings))
+        run->note(hostName, outcome);
 }
 
 void RunList::keepRedo(const Run& run, Redo redo) {

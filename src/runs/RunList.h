@@ -49,7 +49,7 @@ Q_SIGNALS:
     void ended(const RunRecord& record);  ///< only of runs that have a name
 
 private:
-    static constexpr qsizetype mostRedos = 200;
+    static constexpr qsizetype mostRedos = 40;
     struct Shared;
     const std::shared_ptr<Shared> m_shared;  ///< with the runs, which may outlive this object
 };

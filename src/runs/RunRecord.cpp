@@ -8,19 +8,21 @@ int OutcomeCounts::total() const {
 }
 
 Outcome::Kind OutcomeCounts::worst() const {
-    for (int kind = Outcome::Failed; kind > Outcome::Answered; --kind)
+    for (int kind = Outcome::Failed; kind > Outcome::LeftAlone; --kind)
         if (of(static_cast<Outcome::Kind>(kind)) > 0) return static_cast<Outcome::Kind>(kind);
-    return Outcome::Answered;
+    return total() > 0 ? Outcome::LeftAlone : Outcome::Answered;
 }
 
 QString OutcomeCounts::sentence(const QString& actionDone) const {
     QString text = QStringLiteral("%1 on %2").arg(actionDone).arg(successes());
-    if (successes() != total()) text += QStringLiteral(" of %1").arg(total());
-    text += total() == 1 ? QStringLiteral(" computer") : QStringLiteral(" computers");
-    for (int kind = Outcome::Failed; kind >= Outcome::LeftOut; --kind)
-        if (const int number = of(static_cast<Outcome::Kind>(kind)); number > 0)
-            text +=
-                QStringLiteral(", %1 %2").arg(number).arg(Outcome::word(static_cast<Outcome::Kind>(kind)));
+    if (successes() != concerned()) text += QStringLiteral(" of %1").arg(concerned());
+    text += concerned() == 1 ? QStringLiteral(" computer") : QStringLiteral(" computers");
+    for (int place = Outcome::Failed; place >= Outcome::LeftAlone; --place) {
+        const auto kind = static_cast<Outcome::Kind>(place);
+        const bool isSuccess = kind == Outcome::Answered || kind == Outcome::Done;
+        if (of(kind) > 0 && !isSuccess)
+            text += QStringLiteral(", %1 %2").arg(of(kind)).arg(Outcome::word(kind));
+    }
     return text;
 }
 

@@ -17,6 +17,8 @@ public:
     [[nodiscard]] int of(Outcome::Kind kind) const { return m_counts.at(static_cast<std::size_t>(kind)); }
     [[nodiscard]] int total() const;
     [[nodiscard]] int successes() const { return of(Outcome::Answered) + of(Outcome::Done); }
+    /// Those that it had anything to do with.
+    [[nodiscard]] int concerned() const { return total() - of(Outcome::LeftAlone); }
     [[nodiscard]] Outcome::Kind worst() const;  ///< Answered when there is none
     /// "Disabled on 46 of 50 computers, 3 failed, 1 skipped".
     [[nodiscard]] QString sentence(const QString& actionDone) const;

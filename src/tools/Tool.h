@@ -70,6 +70,8 @@ public:
     void stopSpinner() { setBusy(false); }
     [[nodiscard]] const ToolContext& context() const { return m_context; }
 
+    /// Reads again, on a worker.
+    void readAgain() { startRefresh(QStringLiteral("readAgain")); }
     /// Takes a change back on those clients, as a run of its own, and reads again. Main thread.
     void startUndo(const RunRecord& record, const QList<RemoteClientPtr>& clients);
     /// Takes one client's change back: `undo` is what the run kept of it (Run::keepUndo). False, or an
@@ -102,9 +104,16 @@ protected:
     /// The same as a run for the selected clients, which can be done again: `description` says what it is,
     /// the tool and its computers are filled in. Any thread.
     void startRun(const QString& name, const Run::Description& description, std::function<void()> work);
-    /// The same for these clients.
+    /// The same for these clients. `alone`: those of the selected ones that it leaves alone, because they
+    /// gave no answer when they were read.
     void startRunOn(const QString& name, Run::Description description, const QList<RemoteClientPtr>& clients,
-                    const std::function<void()>& work);
+                    const std::function<void()>& work, const QList<RemoteClientPtr>& alone = {});
+    /// The selected clients that gave an answer when the results were read, and those that gave none. Main
+    /// thread.
+    struct Answered {
+        QList<RemoteClientPtr> clients, alone;
+    };
+    [[nodiscard]] Answered answeredClients() const;
     /// Runs refresh() that way.
     void startRefresh(const QString& name) {
         startWorker(name, [this] { refresh(); });
@@ -140,8 +149,8 @@ protected:
     /// the status bar for each. `name`: of the threads.
     void forEachClient(const QString& name, const QList<RemoteClientPtr>& clients,
                        const std::function<void(const RemoteClientPtr& client)>& body) const;
-    /// Works jobs (with a `hostName`) in `body`, those of one client in their order on one thread. Clients
-    /// that are gone are skipped.
+    /// Works jobs (with a `hostName`) in `body`, those of one client in their order on one thread, with that
+    /// client's turn over all of them where the run changes something. Clients that are gone are skipped.
     template <typename Job>
     void forEachJob(const QString& name, const QList<Job>& jobs,
                     const std::function<void(const RemoteClientPtr& client,
@@ -156,18 +165,20 @@ protected:
             own.append(job);
         }
         forEachClient(name, clients, [&](const RemoteClientPtr& client) {
+            const Run::Changes changes(client);
+            if (!changes) return;
             for (const Job& job : *jobsOf.constFind(client.get())) {
-                if (isStopped()) return;
+                if (isStopped()) return noteStopped(job.hostName);
                 body(client, job);
             }
         });
     }
     /// The client gave no answer: why, as far as the run knows.
     static void noteUnanswered(const RemoteClient& client, Reading& reading);
-    /// Why a computer that gave no answer is skipped, in plain words.
-    [[nodiscard]] static QString leftAloneText();
-    /// Tells the run which computers it leaves alone, because they gave no answer when they were read.
-    void noteLeftAlone() const;
+    /// Tells the run that something remains to be done there.
+    static void noteStopped(const QString& hostName);
+    /// Tells the run that what all of its clients were to get could not be had.
+    static void noteNothingToSend(const QString& reason);
     /// The clients of those host names that are known.
     [[nodiscard]] QList<RemoteClientPtr> clientsNamed(const QStringList& hostNames) const;
     /// Runs `install` on the main thread and waits, unless the run was cancelled or a later reading has been

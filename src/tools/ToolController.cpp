@@ -117,16 +117,26 @@ void ToolController::forEachClient(const QString& name, const QList<RemoteClient
     }
 }
 
-QString ToolController::leftAloneText() {
-    return QStringLiteral("it gave no answer, so it was left alone");
+void ToolController::noteStopped(const QString& hostName) {
+    if (const RunPtr run = Run::current())
+        run->note(hostName, {Outcome::Cancelled, QStringLiteral("not all of it was done there")});
 }
 
-void ToolController::noteLeftAlone() const {
-    QList<UnansweredClient> alone;
-    onMainThreadAndWait([&] { alone = m_unanswered; });
-    const RunPtr run = runHere();
-    for (const UnansweredClient& client : std::as_const(alone))
-        if (run->isFor(client.hostName)) run->note(client.hostName, {Outcome::Skipped, leftAloneText()});
+void ToolController::noteNothingToSend(const QString& reason) {
+    const RunPtr run = Run::current();
+    if (!run || run->isCancelled()) return;
+    for (const RemoteClientPtr& client : run->clients())
+        run->note(*client, {Outcome::Failed, reason});
+}
+
+ToolController::Answered ToolController::answeredClients() const {
+    QSet<QString> silent;
+    for (const UnansweredClient& client : m_unanswered)
+        silent.insert(client.hostName);
+    Answered result;
+    for (const VLServicePtr& client : context().selectedServices())
+        (silent.contains(client->hostName()) ? result.alone : result.clients).append(client);
+    return result;
 }
 
 QList<RemoteClientPtr> ToolController::clientsNamed(const QStringList& hostNames) const {

@@ -9,10 +9,13 @@ void ToolController::startRun(const QString& name, const Run::Description& descr
 }
 
 void ToolController::startRunOn(const QString& name, Run::Description description,
-                                const QList<RemoteClientPtr>& clients, const std::function<void()>& work) {
+                                const QList<RemoteClientPtr>& clients, const std::function<void()>& work,
+                                const QList<RemoteClientPtr>& alone) {
     description.tool = context().tool;
     RunList& runs = context().progress->runs();
     const RunPtr run = runs.begin(description, clients);
+    for (const RemoteClientPtr& client : alone)
+        run->noteLeftAlone(*client, QStringLiteral("it gave no answer, so it was left alone"));
     const auto again = [weak = weak_from_this(), name, description, work,
                         id = run->id()](const QList<RemoteClientPtr>& others) mutable {
         const std::shared_ptr<ToolController> self = weak.lock();
@@ -45,6 +48,8 @@ void ToolController::startUndo(const RunRecord& record, const QList<RemoteClient
         InFlight::forEach<RemoteClient>(run, name, run->clients(), [&](const RemoteClientPtr& client) {
             const auto service = std::dynamic_pointer_cast<VLService>(client);
             const QVariantMap undo = undoByHost.value(Run::keyOf(*client));
+            const Run::Changes changes(client);
+            if (!changes) return;
             if (service && !takeBack(service, undo) && !run->outcome(Run::keyOf(*client)))
                 run->note(*client, {Outcome::Failed, QStringLiteral("it could not be taken back")});
             context().progress->incrementStatusProgress();

@@ -98,23 +98,33 @@ private Q_SLOTS:
     }
 
     void tasks_data() {
-        const TestTable<QString, QString, QString> row("before", "after", "steps");
+        // `since`: what it is like when it is taken back; as the change left it where that is empty.
+        const TestTable<QString, QString, QString, QString> row("before", "after", "since", "steps");
         row("disabled", u"a.plist clean on 6 60, b.plist copy on 6 5"_s,
-            u"a.plist clean off 6 60, b.plist copy on 6 5"_s, u"enable a.plist 1"_s);
-        row("another schedule", u"a.plist clean on 7 3"_s, u"a.plist clean off 6 60"_s,
+            u"a.plist clean off 6 60, b.plist copy on 6 5"_s, {}, u"enable a.plist 1"_s);
+        row("another schedule", u"a.plist clean on 7 3"_s, u"a.plist clean off 6 60"_s, {},
             u"edit a.plist 1 7 ,3,,,"_s);
-        row("one that cannot be said", u"a.plist clean on 0"_s, u"a.plist clean on 6 60"_s,
+        row("one that cannot be said", u"a.plist clean on 0"_s, u"a.plist clean on 6 60"_s, {},
             u"edit a.plist 1 0"_s);
-        row("removed", u"r.plist clean off 6 60"_s, {}, u"add r.plist 0 6 60"_s);
-        row("added", {}, u"a.plist clean on 6 60"_s, u"remove a.plist"_s);
-        row("replaced", u"a.plist clean on 6 60"_s, u"a.plist copy on 6 60"_s, u"edit a.plist 1 6 60"_s);
+        row("removed", u"r.plist clean off 6 60"_s, {}, {}, u"add r.plist 0 6 60"_s);
+        row("added", {}, u"a.plist clean on 6 60"_s, {}, u"remove a.plist"_s);
+        row("replaced", u"a.plist clean on 6 60"_s, u"a.plist copy on 6 60"_s, {}, u"edit a.plist 1 6 60"_s);
+        row("moved since", u"a.plist clean on 6 60"_s, u"a.plist clean off 6 60"_s,
+            u"a.plist clean off 7 3"_s, u"enable a.plist 1"_s);
+        row("turned on since", u"a.plist clean on 6 60"_s, u"a.plist clean off 6 5"_s,
+            u"a.plist clean on 6 5"_s, u"edit a.plist 1 6 60"_s);
+        row("gone since", u"a.plist clean on 6 60"_s, u"a.plist clean off 6 60"_s, u"b.plist copy on 6 5"_s,
+            u"missing"_s);
+        row("another in its place", u"r.plist clean off 6 60"_s, {}, u"r.plist copy on 6 60"_s, u"missing"_s);
+        row("back already", u"r.plist clean off 6 60"_s, {}, u"r.plist clean on 6 60"_s, {});
     }
     void tasks() {
         QFETCH(QString, before);
         QFETCH(QString, after);
         const auto former = all(before, task), present = all(after, task);
         const QVariantMap undo = CronwellUndo::difference(CronwellUndo::everything(former), present);
-        const auto plan = CronwellUndo::plan(undo, present);
+        QFETCH(QString, since);
+        const auto plan = CronwellUndo::plan(undo, since.isEmpty() ? present : all(since, task));
         QStringList steps;
         constexpr const char* words[] = {"add", "edit", "enable", "remove"};
         for (const CronwellUndo::Step& step : plan.steps) {
@@ -124,6 +134,7 @@ private Q_SLOTS:
                 if (sent.contains(key)) parts.append(sent.value(key).toString());
             steps.append(parts.join(u' '));
         }
+        if (!plan.missing.isEmpty()) steps.append(u"missing"_s);
         QTEST(steps.join(u", "_s), "steps");
         // Once it is taken back there is nothing left to do; and what has become another task stays.
         QVERIFY(CronwellUndo::plan(undo, former).steps.isEmpty());

@@ -11,12 +11,14 @@ constexpr int deepestGroup = 3;
 /// Walks one plug-in folder and adds what it holds to `plugins`.
 class FolderScan {
 public:
-    FolderScan(const WorkstationTree& tree, const Folder& folder, bool disabled, QVariantList& plugins)
+    FolderScan(const WorkstationTree& tree, const Folder& folder, bool disabled, Detail detail,
+               QVariantList& plugins)
         : m_tree(tree),
           m_folder(folder),
           m_links(folder.accessType == CurrentUser ? WorkstationTree::Links::Refuse
                                                    : WorkstationTree::Links::Follow),
           m_disabled(disabled),
+          m_detail(detail),
           m_plugins(plugins) {}
 
     void scan(const QString& path, int depth = 0) {
@@ -46,6 +48,7 @@ private:
         if (!item) return;
         const bool mayBeFile = m_folder.type == u"FxScript";
         if (item->kind != Kind::Folder && !(mayBeFile && item->kind == Kind::File)) return;
+        if (m_detail == Detail::Place) return append(path, nameOnly(listed));
         if (const auto info = readBundleInfo(m_tree, path, m_links)) append(path, *info);
     }
 
@@ -72,6 +75,7 @@ private:
     const Folder& m_folder;
     WorkstationTree::Links m_links;
     bool m_disabled;
+    Detail m_detail;
     QVariantList& m_plugins;
 };
 
@@ -101,12 +105,12 @@ QString disabledPath(const QString& folder) {
     return folder + QStringLiteral(" (Disabled)");
 }
 
-QVariantList list(const WorkstationTree& tree, const QString& user) {
+QVariantList list(const WorkstationTree& tree, const QString& user, Detail detail) {
     QVariantList plugins;
     const auto places = folders(user);
     for (const Folder& folder : places) {
-        FolderScan(tree, folder, false, plugins).scan(folder.path);
-        FolderScan(tree, folder, true, plugins).scan(disabledPath(folder.path));
+        FolderScan(tree, folder, false, detail, plugins).scan(folder.path);
+        FolderScan(tree, folder, true, detail, plugins).scan(disabledPath(folder.path));
     }
     return plugins;
 }

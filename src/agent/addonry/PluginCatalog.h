@@ -31,7 +31,10 @@ inline constexpr int maximumPlugins = 5'000;
 [[nodiscard]] QList<Folder> folders(const QString& user);
 [[nodiscard]] QString disabledPath(const QString& folder);
 
+/// How much is read of each: without a look into it, it has the name of its file and no version.
+enum class Detail { All, Place };
 /// One dictionary per plug-in: "name", "fullPath", "version", "type", "disabled", "accessType", "moddate".
-[[nodiscard]] QVariantList list(const WorkstationTree& tree, const QString& user);
+[[nodiscard]] QVariantList list(const WorkstationTree& tree, const QString& user,
+                                Detail detail = Detail::All);
 
 }  // namespace PluginCatalog

@@ -30,7 +30,7 @@ std::optional<SplitPath> splitPath(const QList<PluginCatalog::Folder>& folders, 
 
 PluginPlaces::PluginPlaces(const WorkstationTree& tree, const QString& user)
     : m_user(user), m_folders(PluginCatalog::folders(user)) {
-    const QVariantList plugins = PluginCatalog::list(tree, user);
+    const QVariantList plugins = PluginCatalog::list(tree, user, PluginCatalog::Detail::Place);
     for (const QVariant& plugin : plugins) {
         const QVariantMap values = plugin.toMap();
         const QString path = values.value(QStringLiteral("fullPath")).toString();

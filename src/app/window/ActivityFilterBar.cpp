@@ -82,7 +82,7 @@ void ActivityFilterBar::fillOutcomes() {
     m_outcomes->addItem(QStringLiteral("Not Everywhere"), notSuccessful);
     m_outcomes->setItemData(1, QStringLiteral("On one computer at least it was not done"), Qt::ToolTipRole);
     m_outcomes->insertSeparator(m_outcomes->count());
-    for (int kind = Outcome::Failed; kind >= Outcome::Answered; --kind)
+    for (int kind = Outcome::Failed; kind >= Outcome::LeftAlone; --kind)
         m_outcomes->addItem(Outcome{static_cast<Outcome::Kind>(kind), {}}.text(), QVariantList{kind});
 }
 

@@ -15,6 +15,7 @@ Mark markOf(int kind) {
         case Outcome::Answered:
         case Outcome::Done:
             return {"ok", Cell::Tone::Good};
+        case Outcome::LeftAlone:
         case Outcome::LeftOut:
         case Outcome::Skipped:
             return {"minus", Cell::Tone::Secondary};

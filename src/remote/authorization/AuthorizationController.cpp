@@ -182,8 +182,10 @@ AuthorizationController::SheetPtr AuthorizationController::showAuthDialogAndLoop
     const RemoteClientPtr& service) {
     const VLCallLock lock;
     VLLog::appendLog(QStringLiteral("Preparing to show authorization dialog..."));
+    const RunPtr run = Run::current();
+    const QList<RemoteClientPtr> clients = run ? run->clients() : QList<RemoteClientPtr>();
     SheetPtr sheet;
-    onMainThreadAndWait([&] { sheet = showAuthForHostname(service); });
+    onMainThreadAndWait([&] { sheet = showAuthForHostname(service, clients); });
     while (sheet && sheet->code == Unanswered && !shallStop(service))
         VLThread::sleepFor(m_environment.lookInterval);
     return sheet;

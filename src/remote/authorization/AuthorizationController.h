@@ -109,6 +109,7 @@ private:
     /// change what this one was answered with.
     struct Sheet {
         RemoteClientPtr service;
+        QList<RemoteClientPtr> clients;  ///< of the run that asks; empty outside of any
         std::atomic<ReturnCode> code{Unanswered};
     };
     using SheetPtr = std::shared_ptr<Sheet>;
@@ -117,6 +118,7 @@ private:
         Secret password;
         HostCredentials credentials;
         bool applyToAll = false;
+        QList<RemoteClientPtr> clients;  ///< all that it counts for then
         bool addToKeychain = false;
     };
     using EntryPtr = std::shared_ptr<const Entry>;
@@ -129,7 +131,8 @@ private:
     [[nodiscard]] bool shallStop(const RemoteClientPtr& service) const;
 
     [[nodiscard]] SheetPtr showAuthDialogAndLoop(const RemoteClientPtr& service);
-    [[nodiscard]] SheetPtr showAuthForHostname(const RemoteClientPtr& service);
+    [[nodiscard]] SheetPtr showAuthForHostname(const RemoteClientPtr& service,
+                                               const QList<RemoteClientPtr>& clients);
     void answered(const SheetPtr& sheet, Verdict verdict, const EntryPtr& entry);
     void endAuth();
     void endSheet(ReturnCode code, const EntryPtr& entry = {});

@@ -19,7 +19,7 @@ void AuthorizationController::setView(AuthorizationView* view) {
 /// None when there is nobody to ask: that counts as skipped. The sheet that is up when it is about another
 /// client: only one is shown at a time.
 AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(
-    const RemoteClientPtr& service) {
+    const RemoteClientPtr& service, const QList<RemoteClientPtr>& clients) {
     const VLCallLock lock;
     m_authSkipped = false;
     if (!m_view) {
@@ -34,6 +34,7 @@ AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(
     m_processingSuspended = true;
     m_sheet = std::make_shared<Sheet>();
     m_sheet->service = service;
+    m_sheet->clients = clients;
     VLLog::appendLog(QStringLiteral("Showing authorization dialog..."));
     const QString known = m_authorizationDict.shared()->value(service->hostName()).authName;
     AuthorizationView::Prompt prompt;
@@ -57,6 +58,7 @@ void AuthorizationController::authorize(const QString& userName, Secret password
                           m_sheet->service->identity()};
     entry->password = std::move(password);
     entry->applyToAll = applyToAll;
+    entry->clients = m_sheet->clients.isEmpty() ? m_environment.selectedServices() : m_sheet->clients;
     entry->addToKeychain = addToKeychain;
     m_isChecking = true;
     m_view->setChecking(true);
@@ -152,7 +154,7 @@ void AuthorizationController::authSheetDidEnd(ReturnCode code, const EntryPtr& e
 /// The credentials count for the client that was asked for, and for all selected ones when so ticked.
 void AuthorizationController::take(const EntryPtr& entry) {
     QList<RemoteClientPtr> clients{m_lastAuthService};
-    if (entry->applyToAll) clients += m_environment.selectedServices();
+    if (entry->applyToAll) clients += entry->clients;
     VLUserDefaults& defaults = VLUserDefaults::standardUserDefaults();
     const QString usersKey = QStringLiteral("users"), agentsKey = QStringLiteral("authAgents");
     QVariantMap users = defaults.dictionaryForKey(usersKey), agents = defaults.dictionaryForKey(agentsKey);

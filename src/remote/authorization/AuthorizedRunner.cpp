@@ -96,15 +96,14 @@ void AuthorizedRunner::carryOut(const Operation& operation, const RemoteClientPt
             runHere()->note(*service, {Outcome::NotConnected, {}});
             return;
         }
-        const auto turn = RemoteRunner::turnOf(*service);
+        const auto turn = Run::turnOf(*service);
         if (turn && !*turn) return;
         VLLog::appendLog(QStringLiteral("Launching auth task..."));
         service->setIsProcessing(true);
         const auto done = qScopeGuard([&] { service->setIsProcessing(false); });
         Run::Change change(service);
         operation.send(*proxy, *credentials);
-        change.done();
-        runHere()->note(*service, {Outcome::Done, {}});
+        if (change.done()) runHere()->note(*service, {Outcome::Done, {}});
     } catch (const std::exception& exception) {
         m_environment.runner->operationFailed(exception, operation.method, operation.selector, service);
     }

@@ -2,6 +2,7 @@
 
 #include "foundation/VLCallLock.h"
 #include "logs/VLLog.h"
+#include "remote/Aggregation.h"
 #include "system/VLException.h"
 #include "tools/addonry/AddonryController.h"
 
@@ -34,6 +35,13 @@ QVariantList flattened(const QList<ClientCopy>& copies) {
         instances.append(copy.dictionary());
     }
     return instances;
+}
+
+bool differsIn(const VLPluginItem& row, const QString& key) {
+    const QList<ClientCopy>& copies = row.copies();
+    return std::any_of(copies.cbegin(), copies.cend(), [&](const ClientCopy& copy) {
+        return !Aggregation::sameValue(copy.values.value(key), copies.first().values.value(key));
+    });
 }
 
 bool isYes(const QVariant& answer) {
@@ -107,14 +115,18 @@ const QString& AddonryController::keyOf(const Change& change) {
 
 // ---- What the pane calls
 
+/// A client that gave no answer may have anything: it is left alone.
 void AddonryController::addonrySyncAction() {
-    startRun(QStringLiteral("addonrySyncPlugins"),
-             {.action = QStringLiteral("Synchronise"),
-              .actionDone = QStringLiteral("Synchronised"),
-              .subject = QStringLiteral("plug-ins"),
-              .isChange = true,
-              .keeping = keepingOfSync()},
-             [this] { addonrySyncPlugins(); });
+    const Answered answered = answeredClients();
+    if (answered.clients.isEmpty()) return;
+    startRunOn(
+        QStringLiteral("addonrySyncPlugins"),
+        {.action = QStringLiteral("Synchronise"),
+         .actionDone = QStringLiteral("Synchronised"),
+         .subject = QStringLiteral("plug-ins"),
+         .isChange = true,
+         .keeping = keepingOfSync()},
+        answered.clients, [this] { addonrySyncPlugins(); }, answered.alone);
 }
 
 void AddonryController::addonryEnableAllAction() {
@@ -142,7 +154,8 @@ void AddonryController::startChanges(const Change& change, const QList<Edit>& ed
                 .subject = subjectOf(edits, QStringLiteral("plug-ins")),
                 .isChange = true,
                 .keeping = keepingOf(change, edits)},
-               clientsOf(edits), [this, &change, edits] { runChanges(change, edits); });
+               clientsOf(edits, CopyConcerns::AllClients),
+               [this, &change, edits] { runChanges(change, edits); });
 }
 
 // ---- Workers
@@ -198,7 +211,7 @@ void AddonryController::applyToAll(const Change& change, qlonglong value) {
 void AddonryController::applyToCopies(const Change& change, const QList<ClientCopy>& copies,
                                       qlonglong value) {
     std::mutex mutex;
-    QVariantList restricted;  // paths
+    QStringList restricted;  // paths
     forEachJob(change.operation, copies, [&](const RemoteClientPtr& client, const ClientCopy& copy) {
         VLLog::appendLog(Change::textFor(change.oneHost, value), copy.text(nameKey), copy.hostName);
         const QVariant path = copy.values.value(pathKey);
@@ -209,9 +222,10 @@ void AddonryController::applyToCopies(const Change& change, const QList<ClientCo
             return;
         }
         const std::lock_guard lock(mutex);
-        restricted.append(path);
+        restricted.append(path.toString());
     });
-    for (const QVariant& path : std::as_const(restricted))
+    restricted.removeDuplicates();  // it is the same one on many clients
+    for (const QString& path : std::as_const(restricted))
         if (!isStopped()) context().authorizedRunner->authExecuteRemoteMethods(change.selector, path, value);
 }
 
@@ -251,23 +265,29 @@ Run::Keeping AddonryController::keepingOf(const Change& change, const QList<Edit
         const bool isNamed = isAboutAll || names.contains(plugin.value(nameKey).toString());
         return isNamed && (plugin.value(change.key).toLongLong() == 1) != (value == 1);
     };
-    return {[this, &change, isMeant](const RemoteClientPtr& client) {
-                return AddonryUndo::former(pluginsOf(client).value_or(Plugins()), change.key, isMeant);
-            },
-            {}};
+    return keepingFormer(change.key, isMeant);
 }
 
+/// What is transferred stays; what is kept is how the plug-ins were set that are to be set alike.
 Run::Keeping AddonryController::keepingOfSync() const {
     QSet<QString> names;
     for (const VLPluginItem& row : rows())
-        if (row.difference() != VLPluginItem::Alike) names.insert(row.name());
+        if (differsIn(row, disabledKey) || differsIn(row, accessTypeKey)) names.insert(row.name());
     const auto isMeant = [names](const QVariantMap& plugin) {
         return names.contains(plugin.value(nameKey).toString());
     };
-    return {[this, isMeant](const RemoteClientPtr& client) {
-                return AddonryUndo::former(pluginsOf(client).value_or(Plugins()), {}, isMeant);
-            },
-            {}};
+    return keepingFormer({}, isMeant);
+}
+
+/// `changed`, `isMeant`: see AddonryUndo::former.
+Run::Keeping AddonryController::keepingFormer(const QString& changed,
+                                              const std::function<bool(const QVariantMap&)>& isMeant) const {
+    const auto before = [=, this](const RemoteClientPtr& client) -> std::optional<QVariantMap> {
+        const std::optional<Plugins> plugins = pluginsOf(client);
+        if (!plugins) return std::nullopt;
+        return AddonryUndo::former(*plugins, changed, isMeant);
+    };
+    return {before, {}};
 }
 
 std::optional<AddonryController::Plugins> AddonryController::pluginsOf(const RemoteClientPtr& client) const {
@@ -295,12 +315,14 @@ void AddonryController::applyAll(const Change& change, const RemoteClientPtr& cl
         QList<ClientCopy> copies;
         for (const AddonryUndo::Plan::Step& step : steps)
             if (step.value == value) copies.append({client->hostName(), step.plugin});
-        if (copies.isEmpty() || isStopped()) continue;
+        if (copies.isEmpty()) continue;
+        if (isStopped()) return noteStopped(client->hostName());
         // One question where none of them needs it.
         const bool anyNeedsAdmin = change.needsAdministrator(*this, copies, value, client);
         for (const ClientCopy& copy : std::as_const(copies)) {
             const bool needsAdmin = anyNeedsAdmin && change.needsAdministrator(*this, {copy}, value, client);
-            if (!isStopped()) apply(change, client, copy, value, needsAdmin);
+            if (isStopped()) return noteStopped(client->hostName());
+            apply(change, client, copy, value, needsAdmin);
         }
     }
 }

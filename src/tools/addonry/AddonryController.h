@@ -66,6 +66,8 @@ private:
     void startChanges(const Change& change, const QList<Edit>& edits);
     [[nodiscard]] Run::Keeping keepingOf(const Change& change, const QList<Edit>& edits) const;
     [[nodiscard]] Run::Keeping keepingOfSync() const;
+    [[nodiscard]] Run::Keeping keepingFormer(const QString& changed,
+                                             const std::function<bool(const QVariantMap&)>& isMeant) const;
 
     // Workers.
     void runChanges(const Change& change, const QList<Edit>& edits);
@@ -80,6 +82,8 @@ private:
     [[nodiscard]] std::optional<Plugins> pluginsOf(const RemoteClientPtr& client) const;
     void syncRow(VLPluginItem& row);
     [[nodiscard]] bool transferNewest(VLPluginItem& row);
+    static void noteStoppedAt(const VLPluginItem& row);
+    void noteNotTransferred(const VLPluginItem& row, const ClientCopy& newest) const;
     void updateInstances(const VLPluginItem& row, const ClientCopy& newest, const QVariant& data);
     void installWhereMissing(VLPluginItem& row, const ClientCopy& newest, const QVariant& data);
     void applyCommon(const Change& change, const VLPluginItem& row, const QVariant& common);

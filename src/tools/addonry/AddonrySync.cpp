@@ -50,13 +50,16 @@ void AddonryController::addonrySyncPlugins() {
     VLLog::appendLog(QStringLiteral("Syncing Addonry plugins..."));
     TaskProgress& progress = *context().progress;
     QList<VLPluginItem> rows = copyOfRows();
-    noteLeftAlone();
     progress.startProgress();
     progress.progressBarSetMaxValue(static_cast<double>(rows.size()));
     for (VLPluginItem& row : rows) {
-        if (isStopped()) break;
+        const bool isMeant = row.difference() >= VLPluginItem::VersionsDiffer;
+        if (isStopped()) {
+            if (isMeant) noteStoppedAt(row);
+            continue;
+        }
         try {
-            if (row.difference() >= VLPluginItem::VersionsDiffer) syncRow(row);
+            if (isMeant) syncRow(row);
         } catch (const std::exception& exception) {
             VLException::logException(exception, "-[AppController addonrySyncPlugins]");
         }
@@ -87,11 +90,31 @@ bool AddonryController::transferNewest(VLPluginItem& row) {
                               context().serviceWithHostName(newest->hostName));
     if (data.typeId() != QMetaType::QByteArray || data.toByteArray().isEmpty()) {
         VLLog::appendLog(QStringLiteral("Unable to get plugin data representation."));
+        noteNotTransferred(row, *newest);
         return false;
     }
     updateInstances(row, *newest, data);
     installWhereMissing(row, *newest, data);
     return true;
+}
+
+/// Whoever was to get the newest version does not.
+void AddonryController::noteNotTransferred(const VLPluginItem& row, const ClientCopy& newest) const {
+    const RunPtr run = runHere();
+    const QString reason = QStringLiteral("“%1” could not be fetched from %2")
+                               .arg(row.name(), context().friendlyServiceName(newest.hostName));
+    for (const ClientCopy& copy : row.copies())
+        if (!Aggregation::sameValue(copy.values.value(versionKey), newest.values.value(versionKey)))
+            run->note(copy.hostName, {Outcome::Failed, reason});
+    for (const AskedClient& client : row.absent())
+        if (client.hasAnswered) run->note(client.hostName, {Outcome::Failed, reason});
+}
+
+void AddonryController::noteStoppedAt(const VLPluginItem& row) {
+    for (const ClientCopy& copy : row.copies())
+        noteStopped(copy.hostName);
+    for (const AskedClient& client : row.absent())
+        if (client.hasAnswered) noteStopped(client.hostName);
 }
 
 void AddonryController::updateInstances(const VLPluginItem& row, const ClientCopy& newest,

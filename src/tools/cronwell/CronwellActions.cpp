@@ -101,7 +101,7 @@ void CronwellController::startEnabling(const QList<Edit>& edits) {
                 .subject = subjectOf(edits, plural()),
                 .isChange = true,
                 .keeping = keeping()},
-               clientsOf(edits), [this, edits] { enableTasks(edits); });
+               clientsOf(edits, CopyConcerns::OneClient), [this, edits] { enableTasks(edits); });
 }
 
 void CronwellController::cronwellEnableTask(const Edit& enabled) {
@@ -166,15 +166,14 @@ std::optional<QList<QVariantMap>> CronwellController::tasksOf(const RemoteClient
 }
 
 Run::Keeping CronwellController::keeping() const {
-    const auto before = [this](const RemoteClientPtr& client) {
+    using Undo = std::optional<QVariantMap>;
+    const auto before = [this](const RemoteClientPtr& client) -> Undo {
         const auto tasks = tasksOf(client);
-        return tasks ? CronwellUndo::everything(*tasks) : QVariantMap();
+        return tasks ? Undo(CronwellUndo::everything(*tasks)) : std::nullopt;
     };
-    // Where one of the readings is missing nothing is known of what was added.
-    const auto after = [this](const RemoteClientPtr& client, const QVariantMap& former) {
-        if (former.isEmpty()) return QVariantMap();
+    const auto after = [this](const RemoteClientPtr& client, const QVariantMap& former) -> Undo {
         const auto tasks = tasksOf(client);
-        return tasks ? CronwellUndo::difference(former, *tasks) : former;
+        return tasks ? Undo(CronwellUndo::difference(former, *tasks)) : std::nullopt;
     };
     return {before, after};
 }
@@ -185,7 +184,10 @@ bool CronwellController::takeBack(const VLServicePtr& client, const QVariantMap&
     const CronwellUndo::Plan plan = CronwellUndo::plan(undo, *present);
     constexpr const char* selectors[] = {addSelector, editSelector, enableSelector, removeSelector};
     for (const CronwellUndo::Step& step : plan.steps) {
-        if (isStopped()) return true;
+        if (isStopped()) {
+            noteStopped(client->hostName());
+            return true;
+        }
         sendTo(client, {.hostName = client->hostName(),
                         .selector = selectors[step.kind],
                         .settings = step.settings,
@@ -212,7 +214,7 @@ void CronwellController::cronwellRemoveTaskAction(const QList<RowTarget>& target
                                       isOne ? QString() : QStringLiteral("s"));
     // The answer may come when this controller is gone.
     const auto remove = [controller = QPointer(this), tasks] {
-        if (controller) controller->startRemoving(controller->withoutReplaced(tasks));
+        if (controller) controller->startRemoving(tasks);
     };
     VLAlert::ask(question, QStringLiteral("Remove"), QStringLiteral("This cannot be undone."), window, remove,
                  QStringLiteral("cronwellRemoveTaskAlertDidEnd:returnCode:contextInfo:"));
@@ -228,7 +230,11 @@ void CronwellController::startRemoving(const QList<VLScheduledTask>& rows) {
                 .subject = subjectOf(edits, plural()),
                 .isChange = true,
                 .keeping = keeping()},
-               clientsOf(edits), [this, rows] { cronwellRemoveTasks(rows); });
+               clientsOf(edits, CopyConcerns::OneClient), [this, rows] {
+                   QList<VLScheduledTask> present;
+                   onMainThreadAndWait([&] { present = withoutReplaced(rows); });
+                   if (!present.isEmpty()) cronwellRemoveTasks(present);
+               });
 }
 
 /// Names of files are used again: the job that is in one now may not be the one that was asked about.
@@ -319,19 +325,18 @@ QList<VLServicePtr> CronwellController::newTaskClients() const {
 
 /// What those have that gave no answer is not known, so nothing is added there; the sheet said so.
 void CronwellController::addCronwellTask(const QVariantMap& arguments) {
-    const QList<VLServicePtr> clients = newTaskClients();
+    QList<RemoteClientPtr> clients, alone;
+    for (const VLServicePtr& service : context().selectedServices())
+        (m_newTaskUnanswered.contains(service->hostName()) ? alone : clients).append(service);
     if (clients.isEmpty()) return;
-    startRunOn(QStringLiteral("addCronwellTaskOnThread:"),
-               {.action = QStringLiteral("Add"),
-                .actionDone = QStringLiteral("Added"),
-                .subject = arguments.value(QStringLiteral("taskid")).toString(),
-                .isChange = true,
-                .keeping = keeping()},
-               {clients.begin(), clients.end()}, [this, arguments, alone = m_newTaskUnanswered] {
-                   for (const QString& hostName : alone)
-                       Run::current()->note(hostName, {Outcome::Skipped, leftAloneText()});
-                   addCronwellTaskOnThread(arguments);
-               });
+    startRunOn(
+        QStringLiteral("addCronwellTaskOnThread:"),
+        {.action = QStringLiteral("Add"),
+         .actionDone = QStringLiteral("Added"),
+         .subject = arguments.value(QStringLiteral("taskid")).toString(),
+         .isChange = true,
+         .keeping = keeping()},
+        clients, [this, arguments] { addCronwellTaskOnThread(arguments); }, alone);
 }
 
 void CronwellController::addCronwellTaskOnThread(const QVariantMap& arguments) {

@@ -77,14 +77,18 @@ bool differsFrom(const QVariantMap& common, const QVariantMap& instance) {
 
 }  // namespace
 
+/// A client that gave no answer may have anything: it is left alone.
 void CronwellController::cronwellSyncTasksAction() {
-    startRun(QStringLiteral("cronwellSyncTasks"),
-             {.action = QStringLiteral("Synchronise"),
-              .actionDone = QStringLiteral("Synchronised"),
-              .subject = QStringLiteral("tasks"),
-              .isChange = true,
-              .keeping = keeping()},
-             [this] { cronwellSyncTasks(); });
+    const Answered answered = answeredClients();
+    if (answered.clients.isEmpty()) return;
+    startRunOn(
+        QStringLiteral("cronwellSyncTasks"),
+        {.action = QStringLiteral("Synchronise"),
+         .actionDone = QStringLiteral("Synchronised"),
+         .subject = QStringLiteral("tasks"),
+         .isChange = true,
+         .keeping = keeping()},
+        answered.clients, [this] { cronwellSyncTasks(); }, answered.alone);
 }
 
 void CronwellController::cronwellSyncTasks() {
@@ -97,7 +101,6 @@ void CronwellController::cronwellSyncTasks() {
     QList<Message> messages;
     for (const VLScheduledTask& row : rows)
         if (row.difference() != VLScheduledTask::Alike) addSyncMessages(row, types, messages);
-    noteLeftAlone();
     if (messages.isEmpty()) return;
     context().progress->startStatusProgress();
     send(QStringLiteral("cronwellSyncTasks"), messages);

@@ -10,8 +10,9 @@ namespace CronwellUndo {
 
 namespace {
 
-const QString tasksKey = QStringLiteral("tasks");  ///< that are to be again
-const QString addedKey = QStringLiteral("added");  ///< that are to go
+const QString tasksKey = QStringLiteral("tasks");
+const QString changesKey = QStringLiteral("changes"), formerKey = QStringLiteral("former"),
+              resultKey = QStringLiteral("result");
 const QString fileNameKey = QStringLiteral("filename"), bundleKey = QStringLiteral("taskBundleID"),
               idKey = QStringLiteral("taskID"), descriptionKey = QStringLiteral("taskDescription"),
               frequencyKey = QStringLiteral("frequencyDescription"), enabledKey = QStringLiteral("enabled"),
@@ -45,6 +46,10 @@ bool isSameSchedule(const QVariantMap& a, const QVariantMap& b) {
 
 bool isEnabledAlike(const QVariantMap& a, const QVariantMap& b) {
     return a.value(enabledKey).toLongLong() == b.value(enabledKey).toLongLong();
+}
+
+bool isAlike(const QVariantMap& a, const QVariantMap& b) {
+    return isSameTask(a, b) && isSameSchedule(a, b) && isEnabledAlike(a, b);
 }
 
 /// As the client told it; Unknown where it said something else.
@@ -81,13 +86,61 @@ QVariantMap settingsOf(const QVariantMap& task) {
     return settings;
 }
 
-Step stepTo(const QVariantMap& former, const QVariantMap& present) {
-    if (isSameTask(former, present) && isSameSchedule(former, present))
-        return {
-            Step::Enable, former,
-            QVariantMap{{fileNameKey, former.value(fileNameKey)}, {enabledKey, former.value(enabledKey)}}};
-    return {Step::Edit, former, settingsOf(former)};
-}
+/// How one file was and how the run left it: an empty map where there was none.
+struct Change {
+    QVariantMap former, result;
+};
+
+/// The steps that take a change back where the task still is as the run left it; what was changed since
+/// stays.
+class Planner {
+public:
+    explicit Planner(const QList<QVariantMap>& present) : m_presents(byFile(present)) {}
+
+    void takeBack(const Change& change) {
+        const QVariantMap& known = change.result.isEmpty() ? change.former : change.result;
+        const QVariantMap present = m_presents.value(textOf(known, fileNameKey));
+        if (change.former.isEmpty())
+            removeAdded(change.result, present);
+        else if (change.result.isEmpty())
+            addRemoved(change.former, present);
+        else
+            changeBack(change, present);
+    }
+    [[nodiscard]] Plan takePlan() { return std::move(m_plan); }
+
+private:
+    void removeAdded(const QVariantMap& added, const QVariantMap& present) {
+        if (!present.isEmpty() && isSameTask(added, present))
+            m_plan.steps.append({Step::Remove, present, added.value(fileNameKey)});
+    }
+    void addRemoved(const QVariantMap& former, const QVariantMap& present) {
+        if (present.isEmpty())
+            m_plan.steps.append({Step::Add, former, settingsOf(former)});
+        else if (!isSameTask(former, present) || !isSameSchedule(former, present))
+            m_plan.missing.append(textOf(former, descriptionKey));
+    }
+    void changeBack(const Change& change, const QVariantMap& present) {
+        const auto& [former, result] = change;
+        if (isAlike(former, present)) return;
+        if (present.isEmpty() || !isSameTask(result, present))
+            return m_plan.missing.append(textOf(former, descriptionKey));
+        const bool movedSince = !isSameSchedule(result, present);
+        const bool moves = (!isSameSchedule(former, result) || !isSameTask(former, result)) && !movedSince;
+        const bool turns = !isEnabledAlike(former, result) && isEnabledAlike(result, present);
+        QVariantMap wanted = former;
+        if (!turns) wanted.insert(enabledKey, present.value(enabledKey));
+        if (moves && !(isSameSchedule(wanted, present) && isSameTask(wanted, present)))
+            m_plan.steps.append({Step::Edit, former, settingsOf(wanted)});
+        else if (turns)
+            m_plan.steps.append({Step::Enable, former,
+                                 QVariantMap{{fileNameKey, former.value(fileNameKey)},
+                                             {enabledKey, former.value(enabledKey)}}});
+    }
+
+    const ByFile m_presents;
+    Plan m_plan;
+};
 
 }  // namespace
 
@@ -101,43 +154,28 @@ QVariantMap difference(const QVariantMap& everything, const QList<QVariantMap>& 
     for (const QVariant& task : kept)
         former.append(task.toMap());
     const ByFile formers = byFile(former), presents = byFile(present);
-    QVariantList tasks, added;
-    for (const QVariantMap& task : former) {
-        const auto now = presents.constFind(textOf(task, fileNameKey));
-        const bool isAlike = now != presents.cend() && isSameTask(task, *now) && isSameSchedule(task, *now) &&
-                             isEnabledAlike(task, *now);
-        if (!isAlike) tasks.append(task);
-    }
+    QVariantList changes;
+    // Those that go first: one that comes back may be in their place.
     for (const QVariantMap& task : present)
-        if (!formers.contains(textOf(task, fileNameKey))) added.append(task);
-    QVariantMap undo;
-    if (!tasks.isEmpty()) undo.insert(tasksKey, tasks);
-    if (!added.isEmpty()) undo.insert(addedKey, added);
-    return undo;
+        if (!formers.contains(textOf(task, fileNameKey))) changes.append(QVariantMap{{resultKey, task}});
+    for (const QVariantMap& task : std::as_const(former)) {
+        const QVariantMap now = presents.value(textOf(task, fileNameKey));
+        if (now.isEmpty())
+            changes.append(QVariantMap{{formerKey, task}});
+        else if (!isAlike(task, now))
+            changes.append(QVariantMap{{formerKey, task}, {resultKey, now}});
+    }
+    return changes.isEmpty() ? QVariantMap() : QVariantMap{{changesKey, changes}};
 }
 
 Plan plan(const QVariantMap& undo, const QList<QVariantMap>& present) {
-    const ByFile presents = byFile(present);
-    Plan plan;
-    // Those that go first: one that comes back may be in their place.
-    const QVariantList added = undo.value(addedKey).toList(), tasks = undo.value(tasksKey).toList();
-    for (const QVariant& value : added) {
-        const QVariantMap task = value.toMap();
-        const auto now = presents.constFind(textOf(task, fileNameKey));
-        if (now != presents.cend() && isSameTask(task, *now))
-            plan.steps.append({Step::Remove, *now, task.value(fileNameKey)});
+    Planner planner(present);
+    const QVariantList changes = undo.value(changesKey).toList();
+    for (const QVariant& value : changes) {
+        const QVariantMap change = value.toMap();
+        planner.takeBack({change.value(formerKey).toMap(), change.value(resultKey).toMap()});
     }
-    for (const QVariant& value : tasks) {
-        const QVariantMap former = value.toMap();
-        const auto now = presents.constFind(textOf(former, fileNameKey));
-        if (now == presents.cend())
-            plan.steps.append({Step::Add, former, settingsOf(former)});
-        else if (now->value(rootKey).toLongLong() != former.value(rootKey).toLongLong())
-            plan.missing.append(textOf(former, descriptionKey));
-        else if (!isSameTask(former, *now) || !isSameSchedule(former, *now) || !isEnabledAlike(former, *now))
-            plan.steps.append(stepTo(former, *now));
-    }
-    return plan;
+    return planner.takePlan();
 }
 
 }  // namespace CronwellUndo

@@ -9,11 +9,10 @@
 /// cronwellTaskDictionary, with their "filename". Pure functions; any thread.
 namespace CronwellUndo {
 
-/// All tasks of a client as they are: takes back whatever becomes of them, but knows of none that is added.
-/// Never empty.
+/// All tasks of a client as they are, for difference().
 [[nodiscard]] QVariantMap everything(const QList<QVariantMap>& tasks);
-/// What a run keeps of a client on which tasks were changed, added or removed: that which makes the former
-/// ones, all of them, of the present ones. Empty when nothing differs.
+/// What a run keeps of a client on which tasks were changed, added or removed: of each of them how it was,
+/// and how the run has left it. Empty when nothing differs.
 [[nodiscard]] QVariantMap difference(const QVariantMap& everything, const QList<QVariantMap>& present);
 
 /// One operation on the client.
@@ -27,6 +26,7 @@ struct Plan {
     QList<Step> steps;
     QStringList missing;  ///< descriptions of those that are not there any more, or are others by now
 };
+/// Only what still is as the run left it is taken back.
 [[nodiscard]] Plan plan(const QVariantMap& undo, const QList<QVariantMap>& present);
 
 }  // namespace CronwellUndo

@@ -86,17 +86,22 @@ protected:
         if (const auto* copy = std::get_if<ClientCopy>(&subject)) return copy->text(Row::titleKey());
         return QStringLiteral("all ") + plural;
     }
+    /// Whom the edit of one client's copy may concern: with administrator rights a tool may tell all clients
+    /// to change what is there.
+    enum class CopyConcerns { OneClient, AllClients };
     /// Whom the edits are for: the clients that have what they are about, or all that are selected.
-    [[nodiscard]] QList<RemoteClientPtr> clientsOf(const QList<Edit>& edits) const {
+    [[nodiscard]] QList<RemoteClientPtr> clientsOf(const QList<Edit>& edits, CopyConcerns concerns) const {
         QStringList hostNames;
         for (const Edit& edit : edits) {
             const auto* const row = std::get_if<Row>(&edit.subject);
-            if (!row) {
+            const auto* const copy = std::get_if<ClientCopy>(&edit.subject);
+            if (!row && (!copy || concerns == CopyConcerns::AllClients)) {
                 const QList<VLServicePtr> selected = context().selectedServices();
                 return {selected.begin(), selected.end()};
             }
-            for (const ClientCopy& copy : row->copies())
-                hostNames.append(copy.hostName);
+            if (copy) hostNames.append(copy->hostName);
+            for (const ClientCopy& own : row ? row->copies() : QList<ClientCopy>())
+                hostNames.append(own.hostName);
         }
         hostNames.removeDuplicates();
         return clientsNamed(hostNames);

@@ -162,14 +162,22 @@ void SettlekeepController::settlekeepQuickTrash() {
 // ---- Taking back
 
 Run::Keeping SettlekeepController::keeping() const {
-    const auto after = [this](const RemoteClientPtr& client, const QVariantMap&) {
+    using Undo = std::optional<QVariantMap>;
+    // The path of the backup that the agent made last of what it was about to replace; empty for none.
+    const auto lastBackup = [this](const RemoteClientPtr& client) -> Undo {
         const QVariant answer =
             context().runner->objectFromRemoteMethod(QStringLiteral("settlekeepLastUndo"), {}, {}, client);
+        if (!answer.isValid()) return std::nullopt;
         const QString path = VLCorvalinServerProtocol::textValue(answer.toMap().value(pathKey));
-        const bool isPath = !path.isEmpty() && path.size() <= AgentAnswer::longestText;
-        return isPath ? QVariantMap{{keptBackupKey, path}} : QVariantMap();
+        return QVariantMap{{keptBackupKey, path.size() <= AgentAnswer::longestText ? path : QString()}};
     };
-    return {{}, after};
+    // An operation that failed before it replaced anything has made none.
+    const auto after = [lastBackup](const RemoteClientPtr& client, const QVariantMap& before) -> Undo {
+        const Undo last = lastBackup(client);
+        const bool isNew = last && *last != before && !last->value(keptBackupKey).toString().isEmpty();
+        return last && !isNew ? QVariantMap() : last;
+    };
+    return {lastBackup, after};
 }
 
 bool SettlekeepController::takeBack(const VLServicePtr& client, const QVariantMap& undo) {
@@ -273,13 +281,14 @@ void SettlekeepController::restore(const QVariantMap& backup) {
         context().serviceWithHostName(backup.value(ClientCopy::hostNameKey).toString());
     if (!owner) {
         VLLog::appendLog(QStringLiteral("Unable to get service for selected backup."));
-        return;
+        return noteNothingToSend(QStringLiteral("the computer that has the backup is not in the list"));
     }
     const QString path = backup.value(pathKey).toString();
     const QVariant data = ask(QStringLiteral("settlekeepBackupData:"), path, owner);
     if (data.typeId() != QMetaType::QByteArray) {
         VLLog::appendLog(QStringLiteral("Unable to get data for selected backup."));
-        return;
+        return noteNothingToSend(
+            QStringLiteral("the backup could not be fetched from %1").arg(owner->name()));
     }
     const QList<RemoteClientPtr> clients = Run::current()->clients();
     context().progress->progressBarSetMaxValue(double(clients.size()));
