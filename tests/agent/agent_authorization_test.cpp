@@ -1,20 +1,18 @@
 #include "agent/AgentRoot.h"
-#include "agent/TestFiles.h"
 #include "agent/authorization/SystemAdministrators.h"
-#include "remote/authorization/VLEncryption.h"
 #include "remote/support/TransportFixture.h"
+#include "support/Administrators.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-// "corvalin-sample" and "yes secret".
-constexpr char administrators[] =
+// Beside the sample's: "yes secret".
+constexpr char moreAdministrators[] =
     "# administrators\n"
-    "admin:$6$corvalinsample$XHF/rPOAzUgHixb.cMHyJ8FSuk8T64N/4MxF5FNtWQEdQkgxoqMd/"
-    "zXweXVhO2VIY1Tw3O5x8JsZepo3EmOgN0\n"
     "modern:$y$j9T$orlendotestsalt0$f1i3zyvuvY.2WQHJXq5ms1O3DTzMpIIAkY7Y8gV.iVD\n"
     "locked:!\nempty:\n";
 
@@ -24,7 +22,7 @@ const QString install = u"installVelmoraSoftwareUpdate:settings:"_s;
 const QString validate = u"validateUsername:password:"_s;
 
 QByteArray encrypted(const QString& password) {
-    return VLEncryption::AESEncryptData(password.toUtf8(), VLEncryption::hostPassphrase());
+    return administratorCredentials(password).value(u"authPass"_s).toByteArray();
 }
 
 QVariant reference(const std::shared_ptr<CollectingTarget>& target) {
@@ -44,7 +42,7 @@ struct Agent {
         settings.root = transport.folder.path();
         settings.stateDirectory = transport.folder.path();
         settings.adminFile = transport.folder.filePath(u"admin-users"_s);
-        writeFile(settings.adminFile, administrators);
+        writeFile(settings.adminFile, QByteArray(sampleAdministrators) + moreAdministrators);
         settings.complete();
         AdministratorGuard::Limits limits;
         limits.pause = pause;

@@ -1,7 +1,7 @@
 #include "agent/AgentRoot.h"
-#include "agent/TestFiles.h"
 #include "agent/identity/MaintenanceRequest.h"
 #include "agent/sample/SampleTree.h"
+#include "support/TestFiles.h"
 #include "system/VLException.h"
 #include "system/VLLocalPaths.h"
 
@@ -144,12 +144,6 @@ private Q_SLOTS:
         QCOMPARE(perform("logWithFilename:", {name}).toString(), QString("Process: corvalin-agent"));
         for (const auto& [peer, isTold] : {std::pair{1, false}, {3, false}, {2, true}, {2, false}})
             QCOMPARE(configurationFor(quint64(peer)).contains("selfCrashLog"), isTold);
-    }
-
-    void ending() {
-        perform("disconnect");
-        perform("relaunch");
-        QVERIFY(m_quits == 1 && m_relaunches == 1);
     }
 
     void logs() {

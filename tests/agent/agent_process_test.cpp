@@ -1,82 +1,60 @@
-#include "agent/TestFiles.h"
 #include "agent/sample/SampleTree.h"
-#include "remote/VLConnection.h"
+#include "remote/VLErrorCallback.h"
+#include "remote/support/TransportFixture.h"
 #include "support/Programs.h"
-#include "system/VLException.h"
-#include "system/VLLocalPaths.h"
-
-#include <QTemporaryDir>
-#include <QTest>
+#include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 #include <csignal>
 
-using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
-/// The real program, on a sample workstation, on the loopback interface.
+/// The real program on a sample workstation, which calls the console's real callback object.
 class AgentProcessTest : public QObject {
     Q_OBJECT
 
-    TlsIdentity m_console = TlsIdentity::create("console");
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<QProcess> m_process;
+    const QString m_host = u"edit-bay-2.local."_s;
+    QTemporaryDir m_folder;
+    TransportFixture m_fixture;
+    QProcess m_process;
+    std::unique_ptr<ServingThread> m_connection;
+    std::mutex m_mutex;
+    QStringList m_effects;
 
-    [[nodiscard]] QString path(const QString& name) const { return m_folder->filePath(name); }
-    bool authorize() { return writeFile(path("sample/state/authorized/console.crt"), m_console.certificate); }
-    /// The port, or 0.
-    quint16 start() {
-        m_process = std::make_unique<QProcess>();
-        m_process->start(AGENT_PROGRAM, {"--root", path("sample"), "--no-advertise"});
-        return readAgentPort(*m_process);
-    }
-    std::unique_ptr<VLConnection> connectTo(quint16 port) {
-        VLConnectionOptions options;
-        options.identity = m_console;
-        options.pins = std::make_shared<PinnedCertificates>(path("pins"));
-        options.client = options.label = "edit-bay-1.local.";
-        return std::make_unique<VLConnection>("127.0.0.1", port, std::move(options));
-    }
+    [[nodiscard]] QString path(const QString& name) const { return m_folder.filePath(name); }
     [[nodiscard]] ProgramResult runAgent(const QStringList& arguments) const {
         return runProgram(AGENT_PROGRAM, QStringList{"--root", path("sample")} + arguments);
     }
+    void note(const QString& effect) {
+        const std::lock_guard lock(m_mutex);
+        m_effects.append(effect);
+    }
+    [[nodiscard]] QStringList effects() {
+        const std::lock_guard lock(m_mutex);
+        return m_effects;
+    }
+    void perform(const char* selector, const QVariantList& arguments = {}) {
+        (void)raisedBy([&] { m_connection->proxy().perform(QString::fromLatin1(selector), arguments); });
+    }
+    VLErrorCallback::Parent parent() {
+        VLErrorCallback::Parent parent;
+        parent.knowsHost = [this](const QString& host) { return host == m_host; };
+        parent.setNeedsMaintenance = [this](const QString&, bool needed) {
+            note(needed ? u"maintenance"_s : u"no maintenance"_s);
+        };
+        parent.fetchConfiguration = [this](const QString&) { note(u"fetch"_s); };
+        parent.invalidate = [this](const QString&) { note(u"invalidate"_s); };
+        parent.faultscopeAddLogs = [this](const QVariantList& logs, const QString&) {
+            note(QString::number(logs.size()) + u" logs"_s);
+        };
+        parent.setSoftwareUpdateCount = [this](qlonglong count, const QString&) {
+            note(QString::number(count) + u" updates"_s);
+        };
+        return parent;
+    }
 
 private Q_SLOTS:
-    void init() {
-        m_folder = std::make_unique<QTemporaryDir>();
-        VLLocalPaths::setTestRoot(path("local"));
-        SampleTree::make(path("sample"), 1);
-    }
-    void cleanup() { m_process.reset(); }
-
-    void answersAConsole() {
-        QVERIFY(authorize());
-        const auto connection = connectTo(start());
-        const auto proxy = connection->rootProxy();
-        QVERIFY(!proxy->respondsToSelector("selfDestruct"));
-        const QVariantMap configuration = proxy->perform("initialConfiguration").toMap();
-        QCOMPARE(configuration.value("preferredHostName"), QVariant("edit-bay-1.local."));
-        const QVariantList plugins = proxy->perform("addonryPluginList").toList();
-        QCOMPARE(plugins.size(), 16);
-        QVERIFY(proxy->perform("computerIcon").toByteArray().startsWith("\x89PNG"));
-        QCOMPARE(proxy->perform("systemSpecs").toMap().value("consoleUser"), QVariant("anna"));
-        try {
-            proxy->perform("logWithFilename:", {"missing.log"});
-            QFAIL("a log that is not there was found");
-        } catch (const VLException& error) {
-            QVERIFY(error.reason().contains("missing.log"));
-        }
-        QCOMPARE(kill(static_cast<pid_t>(m_process->processId()), SIGINT), 0);
-        QVERIFY(hasEnded(*m_process, 0));
-    }
-
-    void servesOnlyConsolesThatAreAuthorized() {
-        const quint16 port = start();
-        QVERIFY(port != 0);
-        QVERIFY_EXCEPTION_THROWN(connectTo(port)->rootProxy()->perform("ping"), VLException);
-        QVERIFY(authorize());  // while it runs
-        const auto connection = connectTo(port);
-        connection->rootProxy()->perform("ping");
-        QVERIFY(connection->isValid());
-    }
+    void initTestCase() { SampleTree::make(path("sample"), 2); }
 
     void printsItsFingerprint() {
         const ProgramResult first = runAgent({"--print-fingerprint"});
@@ -85,15 +63,54 @@ private Q_SLOTS:
         QCOMPARE(first.output.trimmed(), certificateFingerprint(contentsOf(path("sample/state/agent.crt"))));
     }
 
-    void saysWhyItCannotStart() {
-        const ProgramResult second = runAgent({"--no-advertise", "--port", QString::number(start())});
-        QCOMPARE(second.exitCode, 1);
-        QVERIFY(second.messages.startsWith("corvalin-agent: "));
-        const ProgramResult lost = runAgent({"--root", path("nowhere"), "--state", path("state")});
-        QCOMPARE(lost.exitCode, 1);
-        QVERIFY(lost.messages.contains("nowhere"));
+    /// Every callback has its effect in the console.
+    void callsBack() {
+        m_process.start(AGENT_PROGRAM, {"--root", path("sample"), "--no-advertise"});
+        const quint16 port = readAgentPort(m_process);
+        const ProgramResult second = runAgent({"--no-advertise", "--port", QString::number(port)});
+        QVERIFY(second.exitCode == 1 && second.messages.startsWith("corvalin-agent: "));
+        const auto callback = std::make_shared<VLErrorCallback>(parent());
+        const QVariant reference = QVariant::fromValue<VLCallbackTargetPtr>(callback);
+        VLConnectionOptions options = m_fixture.options();
+        options.client = options.label = m_host;
+        const auto connect = [&] {
+            m_connection = std::make_unique<ServingThread>(u"127.0.0.1"_s, port, options);
+        };
+        QCOMPARE(raisedBy(connect).name(), VLException::refused);
+        QVERIFY(writeFile(path("sample/state/authorized/console.crt"), m_fixture.console.certificate));
+        connect();
+        perform("setErrorCallback:", {reference});
+        perform("initialConfiguration");
+
+        const auto isEffectOf = [this](const QString& effect, const std::function<void()>& cause) {
+            const auto before = effects().count(effect);
+            cause();
+            return QTest::qWaitFor([&] { return effects().count(effect) > before; }, patience);
+        };
+        QVERIFY(isEffectOf(u"maintenance"_s, [&] { runAgent({"--request-maintenance"}); }));
+        QVERIFY(isEffectOf(u"no maintenance"_s, [&] { perform("cancelMaintenanceRequest"); }));
+        QVERIFY(isEffectOf(u"1 updates"_s, [&] { perform("fetchSoftwareUpdateAvailableUpdateCount"); }));
+        QVERIFY(isEffectOf(u"4 logs"_s, [&] { perform("crashLogsSinceDate:delegate:", {{}, reference}); }));
+        QVERIFY(isEffectOf(u"fetch"_s, [&] {  // updateConfig:
+            const QVariantMap updates{{"updates", QVariantList{1LL, 2LL}}};
+            QVERIFY(writeFile(path("sample/state/updates.plist"), PropertyList::toData(updates)));
+            QVERIFY(writeFile(path("sample/state/touched"), ""));
+        }));
+        QVERIFY(isEffectOf(u"fetch"_s, [&] { kill(pid_t(m_process.processId()), SIGHUP); }));
+        QVERIFY(isEffectOf(u"fetch"_s, [&] {  // forceConfigReload:, for other settings
+            QVariantMap settings = PropertyList::readFile(path("sample/agent.conf")).toMap();
+            settings.insert("minAdminVersion", 2000LL);
+            QVERIFY(writeFile(path("sample/agent.conf"), PropertyList::toData(settings)));
+        }));
+        QTRY_COMPARE(m_connection->proxy().perform("initialConfiguration").toMap().value("minAdminVersion"),
+                     QVariant(2000LL));
+        QTRY_VERIFY(logLines().contains(m_host + u" will reload config data."_s));
+
+        QVERIFY(isEffectOf(u"invalidate"_s, [&] { perform("disconnect"); }));
+        QVERIFY(hasEnded(m_process, 0));
+        m_connection.reset();
     }
 };
 
-QTEST_GUILESS_MAIN(AgentProcessTest)
+ORLENDO_TEST_MAIN(AgentProcessTest)
 #include "agent_process_test.moc"

@@ -1,7 +1,7 @@
 #include "agent/AgentCommandLine.h"
 #include "agent/AuthorizedConsoles.h"
-#include "agent/TestFiles.h"
 #include "remote/TlsIdentity.h"
+#include "support/TestFiles.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -1,7 +1,6 @@
-#include "agent/TestFiles.h"
 #include "agent/addonry/PluginCatalog.h"
-#include "agent/sample/SampleTree.h"
 #include "agent/tree/BundleInfo.h"
+#include "support/TestFiles.h"
 #include "support/TestTable.h"
 
 #include <QTemporaryDir>
@@ -21,33 +20,6 @@ class PluginCatalogTest : public QObject {
 private Q_SLOTS:
 
     void init() { m_folder = std::make_unique<QTemporaryDir>(); }
-
-    /// Name, type, version, disabled, access type.
-    void sampleMachine() {
-        SampleTree::make(root() + "/sample", 1);
-        const WorkstationTree tree(root() + "/sample/disk");
-        QStringList found;
-        for (const QVariant& value : PluginCatalog::list(tree, "anna")) {
-            // A path of the workstation, not of the host.
-            QVERIFY(tree.entry(value.toMap().value("fullPath").toString()));
-            QCOMPARE(value.toMap().value("moddate").typeId(), int(QMetaType::QDateTime));
-            QStringList cells;
-            for (const QString key : {"name", "type", "version", "disabled", "accessType"})
-                cells << value.toMap().value(key).toString();
-            found << cells.join(u'|');
-        }
-        found.sort();
-        const QStringList expected{
-            "Aurora Glow|FxPlug|2.1.0|0|0",       "Bleach Bypass|FxScript|1.6|0|1",
-            "Chroma Fringe|FxPlug|1.4.2|0|0",     "Dialog Leveler|Audio Unit|1.8.4|0|0",
-            "Film Flash|FxScript|1.1|0|0",        "Halftone Press|FxPlug|3.0|0|0",
-            "Lens Breath|FxPlug|1.2.1|0|1",       "Loudness Meter|Audio Unit|5.1|0|0",
-            "Matte Choker HD|FxScript|1.0.3|0|0", "Paper Grain|FxPlug|0.9.4|0|1",
-            "Room Tone Match|Audio Unit|2.2|0|0", "Skyline Key|FxPlug|4.0.1|0|0",
-            "Split Wipe|FxScript|2.0|0|0",        "Tape Hiss Filter|Audio Unit|1.3|0|0",
-            "Title Safe Guides|FxScript||0|0",    "Voice De-Esser|Audio Unit|1.0.9|1|1"};
-        QCOMPARE(found, expected);
-    }
 
     void infoPlists_data() {
         const TestTable<QByteArray, QString, QString> row("content", "name", "version");
@@ -106,8 +78,12 @@ private Q_SLOTS:
         QVERIFY(QFile::link("/nowhere", folder + "/Broken.fxplug"));
         QStringList names;
         const WorkstationTree tree(root());
-        for (const QVariant& plugin : PluginCatalog::list(tree, ""))
+        for (const QVariant& plugin : PluginCatalog::list(tree, "")) {
             names.append(plugin.toMap().value("name").toString());
+            // A path of the workstation, not of the host.
+            QVERIFY(tree.entry(plugin.toMap().value("fullPath").toString()));
+            QCOMPARE(plugin.toMap().value("moddate").typeId(), int(QMetaType::QDateTime));
+        }
         names.sort();
         QCOMPARE(names, (QStringList{"A", "B", "C", "D", "E"}));
     }

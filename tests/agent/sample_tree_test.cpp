@@ -1,5 +1,5 @@
-#include "agent/TestFiles.h"
 #include "agent/sample/SampleTree.h"
+#include "support/TestFiles.h"
 #include "system/VLException.h"
 
 #include <QTemporaryDir>

@@ -1,5 +1,5 @@
-#include "agent/TestFiles.h"
 #include "agent/tree/WorkstationTree.h"
+#include "support/TestFiles.h"
 #include "support/TestTable.h"
 #include "system/VLException.h"
 

@@ -2,7 +2,7 @@
 #include "clients/support/LoopbackAgent.h"
 #include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
-#include "remote/VLCallback.h"
+#include "support/SampleService.h"
 #include "support/TestEnvironment.h"
 #include "support/TestTable.h"
 
@@ -12,20 +12,8 @@
 #include <QTest>
 
 using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
 
 namespace {
-
-class FakeService : public VLService {
-public:
-    explicit FakeService(const QString& name, bool connected = true) {
-        setName(name);
-        setHostName(name + ".local."_L1);
-        m_isConnected = connected;
-    }
-    void connectOnThread(VLCallbackTargetPtr) override {}
-    void setConnected() { m_isConnected = true; }
-};
 
 /// A tool that counts its refreshes.
 class CountingTool : public ToolController {
@@ -50,15 +38,7 @@ QList<Tool> testTools() {
     return {counting, listed};
 }
 
-void post(const char* name, const QVariantMap& userInfo = {}) {
-    VLNotificationCenter::defaultCenter().postNotification(QLatin1String(name), {}, userInfo);
-}
-
 QString defaultsPath;
-
-QVariantMap about(const VLServicePtr& service) {
-    return {{u"service"_s, QVariant::fromValue(service)}};
-}
 
 VLUserDefaults& defaults() {
     return VLUserDefaults::standardUserDefaults();
@@ -73,7 +53,6 @@ class AppControllerTest : public QObject {
     QStringList m_events;
     std::atomic<int> m_updateChecks{0};
     bool m_isAdministrator = false;
-    QList<QVariantMap> m_uploads;
 
     void makeController() {
         AppServices services;
@@ -81,9 +60,6 @@ class AppControllerTest : public QObject {
         services.stopFaultpost = [this] { m_events.append(u"stop"_s); };
         services.authStart = [this] { return m_events.append(u"auth"_s), m_isAdministrator; };
         services.checkForUpdatesToSelf = [this] { return ++m_updateChecks > 0; };
-        services.uploadErrorLog = [this](const QUrl&, const QVariantMap& fields, QObject*) {
-            m_uploads.append(fields);
-        };
         m_controller = std::make_unique<AppController>(testTools(), services);
         m_controller->setBrowses(false);
     }
@@ -101,7 +77,6 @@ private Q_SLOTS:
         m_events.clear();
         m_updateChecks = 0;
         m_isAdministrator = false;
-        m_uploads.clear();
         for (const char* key : {"firstRun", "requireAdminPassword", "SUCheckAtStartup",
                                 "availableUpdateVersion", "manualConnections"})
             defaults().removeObjectForKey(QLatin1String(key));
@@ -206,36 +181,6 @@ private Q_SLOTS:
         QTEST(m_updateChecks.load(), "checks");
     }
 
-    void notificationsReachTheirHandlers() {
-        start();
-        const auto service = std::make_shared<FakeService>("bay");
-        QSignalSpy outdated(m_controller.get(), &AppController::adminIsOutdated);
-        QSignalSpy failed(m_controller.get(), &AppController::serviceConnectionFailed);
-        for (int i = 0; i < 2; ++i)
-            post("vlCorvalinAdminOutdated", about(service));
-        QCOMPARE(outdated.size(), 1);
-        post("vlCorvalinServiceConnectFailed");
-        QCOMPARE(failed.size(), 1);
-        post("VLCorvalinServiceInvalidated");
-        QVERIFY(logLines().contains("Unable to invalidate service - service not found."));
-
-        for (const auto& [code, host] : {std::pair(0, "a."), {-1, "a."}, {2008, ""}})
-            post("vlCorvalinPostLocalError", {{"errorcode", code}, {"hostname", host}});
-        post("vlCorvalinPostLocalError");
-        QCOMPARE(m_controller->errorLabel(), QString());
-        post("vlCorvalinPostLocalError", {{"errorcode", 2008}, {"hostname", "a."}});
-        QTRY_COMPARE(m_controller->errorLabel(), u"1 error"_s);
-        m_controller->clearErrorLog();
-        QVERIFY(m_controller->errorLabel().isEmpty());
-
-        m_controller->taskThreads().progressBarSetMaxValue(5);
-        post("vlCorvalinProgressIncrement");
-        QCOMPARE(m_controller->taskThreads().sheet().value, 1.0);
-        m_controller->taskThreads().setTaskThreadCount(3);
-        post("vlCorvalinTaskFinished");
-        QCOMPARE(m_controller->taskThreads().taskThreadCount(), 2);
-    }
-
     /// A client entered by hand is filed under its address, while its agent calls itself by its host name.
     void callbacksOfAClientEnteredByHand() {
         start();
@@ -261,6 +206,16 @@ private Q_SLOTS:
         QTRY_VERIFY(!client->needsMaintenance());
         say("setSoftwareUpdateCount:hostname:", {std::numeric_limits<qlonglong>::max(), ownName});
         QTRY_COMPARE(m_controller->softwareUpdateCount(), 1'000'000);
+        VLNotificationCenter::defaultCenter().postNotification(
+            u"vlCorvalinPostLocalError"_s, {}, {{u"errorcode"_s, 2008}, {u"hostname"_s, u"a."_s}});
+        QTRY_COMPARE(m_controller->errorLabel(), u"2 errors"_s);
+        TaskThreads& threads = m_controller->taskThreads();
+        threads.progressBarSetMaxValue(5);
+        threads.setTaskThreadCount(3);
+        say("incrementProgress", {});
+        say("taskFinished", {});
+        QTRY_COMPARE(threads.taskThreadCount(), 2);
+        QCOMPARE(threads.sheet().value, 1.0);
 
         say("willDisconnect:", {ownName});
         QTRY_VERIFY(!client->isConnected());
@@ -271,7 +226,7 @@ private Q_SLOTS:
     /// Whatever the agent of one client calls itself, it does not get what is said of another.
     void nobodyTakesAnothersName() {
         start();
-        const auto other = std::make_shared<FakeService>(u"bay"_s);
+        const auto other = std::make_shared<SampleService>(u"bay"_s, QString());
         m_controller->services().addServiceToList(other);
         QVariantMap configuration = ScriptedRoot::goodConfiguration();
         configuration.insert(u"preferredHostName"_s, u"bay.local"_s);
@@ -333,35 +288,6 @@ private Q_SLOTS:
         QVERIFY(logLines().filter(u"Task threads"_s).isEmpty());
     }
 
-    void errorLogIsUploaded() {
-        start();
-        m_controller->uploadErrorLog(m_controller.get());
-        QVERIFY(m_uploads.isEmpty());  // nothing to say
-        m_controller->errorCallback()->addStringToQueue(u"broken"_s, u"bay.local."_s);
-        m_controller->uploadErrorLog(m_controller.get());
-        QCOMPARE(m_uploads.size(), 1);
-        QCOMPARE(m_uploads.first().value(u"logData"_s).toString(),
-                 m_controller->errorCallback()->stringRepresentation());
-    }
-
-    void answersOfAuthorizedTasks() {
-        start();
-        m_controller->services().addServiceToList(std::make_shared<FakeService>(u"bay"_s));
-        QSignalSpy finished(m_controller.get(), &AppController::encodemendScanFinished);
-        const auto answer = [this](const QString& name, const QVariant& output) {
-            VLCallback::callbackWithName(
-                name, [this](const auto& callback) { m_controller->objectDidPostCallback(callback); },
-                u"bay.local."_s)
-                ->postCallback({{u"output"_s, output}});
-        };
-        answer(u"somethingElse"_s, u"text"_s);
-        answer(u"vlEncodemendScanFinished"_s, QVariant());
-        answer(u"vlEncodemendScanFinished"_s, u"cannot AUTHORIZE"_s);
-        QTRY_COMPARE(finished.size(), 1);
-        QCOMPARE(finished.first(), (QVariantList{u"bay"_s, u"cannot AUTHORIZE"_s}));
-        QCOMPARE(logLines().count(u"Callback received"_s), 3);
-    }
-
     void visibleToolRefreshes() {
         start();
         m_controller->setVisibleTool(u"addonry"_s);
@@ -389,12 +315,13 @@ private Q_SLOTS:
         m_controller->setVisibleTool(u"addonry"_s);
         QTRY_COMPARE(countingTool().refreshes.load(), 1);
 
-        const auto service = std::make_shared<FakeService>(u"bay"_s, false);
+        const auto service = std::make_shared<SampleService>(u"bay"_s, QString());
+        service->showNotConnected({});
         m_controller->services().addServiceToList(service);
         QTest::qWait(500);
         QCOMPARE(countingTool().refreshes.load(), 1);  // nothing to be had from it yet
 
-        service->setConnected();
+        service->showState(true, ConnectionFailure::None);
         VLThread::detach(u"connected"_s, [this, service] { m_controller->serviceConnected(service); });
         QTRY_COMPARE(countingTool().refreshes.load(), 2);
         m_controller->services().setSelectedServices({});

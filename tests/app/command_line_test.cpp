@@ -45,17 +45,6 @@ private Q_SLOTS:
         QTEST(line.action, "action");
     }
 
-    void valuesArrive() {
-        const CommandLine line = parse(
-            u"--report addonry --screenshot p.png --wait 3 --dark --no-discovery "
-            "--add-client a=127.0.0.1:7001 --add-client b=localhost:7002"_s);
-        QCOMPARE(line.reportTool + line.visibleTool + line.screenshotFile, u"addonryaddonryp.png"_s);
-        QCOMPARE(line.wait.count(), 3);
-        QCOMPARE(line.expectedClients, 2);
-        QVERIFY(line.palette == CommandLine::Palette::Dark && !line.browses && line.needsWindow());
-        QVERIFY(!parse(u"--report addonry"_s).needsWindow());
-    }
-
     void clients() {
         for (const char* good : {"bay=127.0.0.1:7001", "Edit Bay = 2=10.0.0.1:65535", "bay=localhost:1"})
             QVERIFY2(clientFromText(good), good);

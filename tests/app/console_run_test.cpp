@@ -115,15 +115,6 @@ private Q_SLOTS:
         QVERIFY(image.width() >= 800 && image.height() >= 500);
     }
 
-    void everyToolReports() {
-        for (const char* expected : {"settlekeep|Backup Computer Type Date Bytes Preferences"}) {
-            const QStringList parts = QString::fromLatin1(expected).split(u'|');
-            const ProgramResult result = runConsole(QStringList{"--report", parts[0]} + m_addedClients);
-            QVERIFY2(result.exitCode == 0, qPrintable(result.messages));
-            QCOMPARE(result.output.section(u'\n', 0, 0).simplified(), parts[1]);
-        }
-    }
-
     void missingClientIsNamed() {
         const ProgramResult result =
             runConsole(QStringList{"--report", "addonry", "--wait", "2", "--add-client", "Gone=127.0.0.1:1"} +

@@ -2,7 +2,6 @@
 #include "support/TestEnvironment.h"
 #include "support/TestTable.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
 #include <atomic>
@@ -144,31 +143,6 @@ private Q_SLOTS:
         QVERIFY(!m_threads->isProcessing() && m_threads->status().running);
     }
 
-    void sheetFollowsItsBar() {
-        QObject window;
-        m_threads->startProgressForWindow(&window);
-        QVERIFY(m_threads->isProcessing());
-        QCOMPARE(m_threads->progressParentWindow(), &window);
-        QCOMPARE(m_threads->sheet().text, u"Initializing..."_s);
-        QVERIFY(m_threads->sheet().visible && m_threads->sheet().indeterminate);
-
-        m_threads->progressBarSetMaxValue(2);
-        m_threads->incrementProgress();
-        QCOMPARE(m_threads->sheet().value, 1.0);
-        QVERIFY(!m_threads->sheet().indeterminate);
-        m_threads->incrementProgress();
-        QVERIFY(m_threads->sheet().indeterminate);  // all is done but the end
-
-        m_threads->cancelProgress();
-        QVERIFY(!m_threads->sheet().cancelEnabled);
-        QCOMPARE(m_threads->sheet().text, u"Canceling..."_s);
-        QVERIFY(m_threads->processingCancelled() && m_threads->sheet().visible);
-
-        m_threads->endProgress();
-        QVERIFY(!m_threads->sheet().visible && !m_threads->isProcessing());
-        QCOMPARE(m_threads->progressParentWindow(), nullptr);
-    }
-
     void waitEnds_data() {
         QTest::addColumn<Step>("how");
         QTest::newRow("counted out") << countOut;
@@ -192,49 +166,6 @@ private Q_SLOTS:
         apply(how);
         QVERIFY(MainThread::waitUntil([&] { return ended.load(); }, 10s));
         QCOMPARE(m_threads->taskThreadCount(), how == end ? 3 : 0);
-    }
-
-    void everyWaiterComesBackThoughOnlyTheLastIsCalled() {
-        apply(start);
-        std::atomic<int> waiting{0}, ended{0};
-        for (int i = 0; i < 3; ++i) {
-            VLThread::detach(u"waiter"_s, [&] {
-                ++waiting;
-                m_threads->waitOnProcessing();
-                ++ended;
-            });
-        }
-        QVERIFY(MainThread::waitUntil([&] { return waiting == 3; }, 10s));
-        apply(end);
-        QVERIFY(MainThread::waitUntil([&] { return ended == 3; }, 10s));
-    }
-
-    void runsThatFollowEachOtherDoNotEndEachOther() {
-        m_selected = 4;
-        QString fault;
-        const auto manyRuns = [this, &fault] {
-            for (int run = 0; run < 200; ++run) {
-                m_threads->startStatusProgress();
-                if (!m_threads->isProcessing()) fault = u"ended by the run before"_s;
-                std::atomic<int> counted{0};
-                for (int i = 0; i < 4; ++i)
-                    m_threads->incrementTaskThreadCount();
-                for (int i = 0; i < 4; ++i) {
-                    VLThread::detach(u"counted"_s, [this, &counted] {
-                        m_threads->incrementStatusProgress();
-                        ++counted;
-                        m_threads->decrementTaskThreadCount();
-                    });
-                }
-                m_threads->waitOnProcessing();
-                if (counted != 4) fault = u"ended too early"_s;
-            }
-        };
-        QVERIFY(runOnWorker(manyRuns, 60s));
-        VLThread::joinAll(10s);
-        QCOMPARE(fault, QString());
-        QVERIFY(!m_threads->isProcessing());
-        QCOMPARE(m_threads->status().text, u"4 computers selected"_s);
     }
 
     void nothingPostedOutlivesTheObject() {

@@ -211,15 +211,6 @@ private Q_SLOTS:
         }
     }
 
-    void recordsOfOneServiceEndTheirTasksOnce() {
-        Console console;
-        const VLNetService bay = netService("Bay", "bay.local.", deadPort());
-        for (int i = 0; i < 2; ++i)
-            console.list.addServiceToList(console.fixture.discoveredClient(bay));
-        console.discovery->removeNetService(bay);
-        QCOMPARE(console.told, QStringList({u"endTasks Bay"_s, u"removed Bay"_s, u"removed Bay"_s}));
-    }
-
     /// An agent that takes its leave and is back before its advertisement has gone is reported by nobody.
     void leavingClientIsLookedForAgain() {
         Console console;

@@ -1,11 +1,9 @@
 // Connecting to real agents on the loopback interface, losing them and getting them back.
 
-#include "clients/ConnectionAttempts.h"
 #include "clients/support/ClientsFixture.h"
 #include "support/TestTable.h"
 
 #include <QGuiApplication>
-#include <QSignalSpy>
 
 namespace {
 
@@ -30,18 +28,14 @@ private Q_SLOTS:
     void cleanup() { startNewLog(); }
 
     // Four agents stand for the four ways to one client: which of them answer, which one is used (none if
-    // empty), and how many resolved addresses there are (h, then a, then b).
+    // empty), and how many resolved addresses there are (h, then a, then b). The first advertises its name.
     void triesTheWaysInOrder_data() {
-        const TestTable<QString, QString, int, QStringList, QStringList> row(
-            "alive", "connectsTo", "addressCount", "logged", "notLogged");
-        const QString byPort = "Trying to connect to host", failed = "Connection exception: ";
-        const QString byAddress = "Unable to connect; trying alternate addresses...";
-        const QString unable = "Unable to connect\n";
-        row("registered name", "nhab", "n", 3, QStringList(), {byPort, byAddress});
-        row("registered port dead", "hab", "h", 3, {failed, byPort}, QStringList(byAddress));
-        row("second address", "ab", "a", 3, {byPort, byAddress}, QStringList(unable));
-        row("third address", "b", "b", 3, QStringList(byAddress), {});
-        row("one address is no choice", "", "", 1, {byPort, byAddress, unable}, QStringList("Proxy found."));
+        const TestTable<QString, QString, int> row("alive", "connectsTo", "addressCount");
+        row("registered name", "nhab", "n", 3);
+        row("registered port dead", "hab", "h", 3);
+        row("second address", "ab", "a", 3);
+        row("third address", "b", "b", 3);
+        row("one address is no choice", "", "", 1);
     }
     void triesTheWaysInOrder() {
         QFETCH(QString, alive);
@@ -67,6 +61,8 @@ private Q_SLOTS:
         fixture.apply();
 
         VLNetService service = netService("Edit Bay 1", "edit-bay-1.local", ports['h']);
+        const bool isNamed = connectsTo == u"n"_s;
+        if (isNamed) service.txtRecord.insert(u"name"_s, QByteArray(64, 'x'));
         for (const QChar letter : QStringLiteral("ab").left(addressCount - 1))
             service.addresses << VLNetAddress{QHostAddress::LocalHost, ports[letter], 0};
         const NotificationRecorder notifications{failure};
@@ -82,30 +78,9 @@ private Q_SLOTS:
             QCOMPARE(client->connectionError(), QString());
         }
         const std::lock_guard lock(lookUpsMutex);
-        QCOMPARE(lookUps, QStringList{u"CorvalinNetClient - edit-bay-1.local.|edit-bay-1.local."_s});
-        const QString text = logLines().join(u'\n') + u'\n';
-        QVERIFY(text.contains(vlFormat(u"Address count: %i\n"_s, addressCount)));
-        QFETCH(QStringList, logged);
-        QFETCH(QStringList, notLogged);
-        for (const QString& line : logged)
-            QVERIFY2(text.contains(line), qPrintable(line));
-        for (const QString& line : notLogged)
-            QVERIFY2(!text.contains(line), qPrintable(line));
-    }
-
-    void registeredName() {
-        const std::tuple<QByteArray, QString, QString> rows[] = {
-            {"", "bay.local", "CorvalinNetClient - bay.local."},
-            {"Bay \xc3\xa9", "bay.local.", "Bay é"},
-            {QByteArray(64, 'x'), "bay.", QString(63, u'x')},
-            {{}, QString(60, u'h') + u'.', "CorvalinNetClient - " + QString(43, u'h')}};
-        for (const auto& [advertised, hostName, expected] : rows) {
-            VLNetService service;
-            if (!advertised.isNull()) service.txtRecord.insert(u"name"_s, advertised);
-            QCOMPARE(
-                ConnectionAttempts::registeredName(ConnectionAttempts::absoluteHostName(hostName), service),
-                expected);
-        }
+        QCOMPARE(lookUps,
+                 QStringList{(isNamed ? QString(63, u'x') : u"CorvalinNetClient - edit-bay-1.local."_s) +
+                             u"|edit-bay-1.local."_s});
     }
 
     void connectsAndHandsOverTheCallback() {
@@ -128,16 +103,6 @@ private Q_SLOTS:
         QCOMPARE(callback->received()[0].sender, client->hostName());
         client->ping();  // unknown to this agent, which is no failure
         QVERIFY(client->isConnected());
-    }
-
-    void recordWithoutAnAddressIsAbandoned() {
-        ClientsFixture fixture(10ms);
-        const auto client = fixture.keep(std::make_shared<VLService>());
-        client->connectOnThread(nullptr);
-        QTRY_VERIFY(logLines().contains(u"Net service not found."_s));
-        QTRY_COMPARE(VLThread::activeCount(), 0);
-        QTest::qWait(50);
-        QCOMPARE(countLines(logLines(), u"Net service not found."_s), 1);
     }
 
     void reportsAnUnreachableClientAndTriesAgain() {
@@ -265,20 +230,6 @@ private Q_SLOTS:
         QVERIFY(!client->isConnected());
         QCOMPARE(countLines(logLines(), u"Attempting to reconnect"_s), 0);
         QCOMPARE(countLines(logLines(), u"Proxy found."_s), 1);
-    }
-
-    void spinnerStopsWithTheAttempt() {
-        ClientsFixture fixture;
-        LoopbackAgent agent;
-        for (int i = 0; i < 20; ++i) {
-            const VLServicePtr client = fixture.manualClient(agent);
-            std::this_thread::sleep_for(std::chrono::microseconds(i * 100));
-            client->disconnect();  // its thread starts the spinner about now
-            QTRY_COMPARE(VLThread::activeCount(), 0);
-            QTRY_VERIFY(!client->spinning());
-            QTest::qWait(1);
-            QVERIFY(!client->spinning());
-        }
     }
 
     /// Connecting, disconnecting and calling from many threads at once leaves a client that still works.

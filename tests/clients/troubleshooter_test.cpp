@@ -4,9 +4,9 @@
 #include "clients/support/ClientsFixture.h"
 #include "clients/troubleshooter/PortTest.h"
 #include "clients/troubleshooter/ProblemTexts.h"
+#include "support/SampleService.h"
 #include "support/TestTable.h"
 
-#include <QAbstractItemModelTester>
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTcpSocket>
@@ -14,24 +14,6 @@
 namespace {
 
 using Kind = ConnectionProblem::Kind;
-
-/// A client in whatever state a test wants to see.
-class Record : public VLService {
-public:
-    explicit Record(const QString& name = u"Edit Bay"_s) {
-        setName(name);
-        setHostName(name + u".local."_s);
-    }
-    void connectOnThread(VLCallbackTargetPtr) override {}
-    void fail(ConnectionFailure failure) { setState(false, failure, 0); }
-    void setState(bool connected, ConnectionFailure failure, int code) {
-        m_isConnected = connected;
-        m_connectionFailure = failure;
-        m_connectionError.set(failure == ConnectionFailure::None ? QString() : u"the reason"_s);
-        m_errorCode = code;
-    }
-    void setConfiguration(const QVariantMap& configuration) { m_configDict.set(configuration); }
-};
 
 /// What a real client can meet.
 struct Stage {
@@ -78,13 +60,6 @@ struct Stage {
         }
     }
 };
-
-QStringList names(const FailingClientsModel& model) {
-    QStringList result;
-    for (int row = 0; row < model.rowCount(); ++row)
-        result << model.index(row).data().toString();
-    return result;
-}
 
 }  // namespace
 
@@ -140,39 +115,15 @@ private Q_SLOTS:
         QFETCH(bool, connected);
         QFETCH(ConnectionFailure, failure);
         QFETCH(int, code);
-        Record record;
-        record.setState(connected, failure, code);
+        SampleService record(u"Edit Bay"_s, {});
+        record.showState(connected, failure, code);
         QTEST(int(ConnectionProblem::kindOf(record)), "kind");
         const ClientsFixture fixture;  // its console is build 1040
-        record.setState(true, ConnectionFailure::None, 0);
-        record.setConfiguration({{u"minAdminVersion"_s, 1041LL}});
+        record.showState(true, ConnectionFailure::None);
+        record.showConfiguration({{u"minAdminVersion"_s, 1041LL}});
         QCOMPARE(ConnectionProblem::kindOf(record), Kind::ConsoleOutdated);
         record.setEnabled(false);
         QCOMPARE(ConnectionProblem::kindOf(record), Kind::Disabled);
-    }
-
-    void listsFailingClientsByName() {
-        const auto ten = std::make_shared<Record>(u"Bay 10"_s), two = std::make_shared<Record>(u"Bay 2"_s),
-                   fine = std::make_shared<Record>(u"Bay 1"_s);
-        ten->fail(ConnectionFailure::Refused);
-        FailingClientsModel model;
-        const QAbstractItemModelTester tester(&model);
-        const auto shown = [&] {
-            model.setServices({ten, fine, two});
-            return names(model);
-        };
-        QCOMPARE(shown(), QStringList{u"Bay 10"_s});
-        const QPersistentModelIndex selected = model.indexOf(ten);
-        two->fail(ConnectionFailure::Lost);
-        QCOMPARE(shown(), QStringList({u"Bay 2"_s, u"Bay 10"_s}));
-        two->setName(u"Bay 20"_s);
-        two->startProgressSpinner();
-        QCOMPARE(shown(), QStringList({u"Bay 10"_s, u"Bay 20"_s}));
-        QCOMPARE(model.serviceAt(selected), ten);
-        QVERIFY(model.indexOf(two).data(Qt::AccessibleTextRole).toString().endsWith(u", connecting"_s));
-        ten->setState(true, ConnectionFailure::None, 0);
-        QCOMPARE(shown(), QStringList{u"Bay 20"_s});
-        QVERIFY(!selected.isValid());
     }
 
     void triesEachAddress() {
@@ -212,8 +163,8 @@ private Q_SLOTS:
         controller.setUnattended(unattended);
         QVERIFY(controller.init());
         controller.awakeFromNib();
-        const auto record = std::make_shared<Record>();
-        record->fail(ConnectionFailure::Refused);
+        const auto record = std::make_shared<SampleService>(u"Edit Bay"_s, QString());
+        record->showState(false, ConnectionFailure::Refused);
         controller.services().addServiceToList(record);
         QSignalSpy requested(&controller, &AppController::connectionTroubleshooterRequested);
         const auto post = [&](const char* name, const QVariantMap& userInfo) {
@@ -222,7 +173,8 @@ private Q_SLOTS:
         };
         const QVariantMap about{{u"service"_s, QVariant::fromValue(VLServicePtr(record))}};
         post("vlCorvalinServiceConnectFailed",
-             {{u"service"_s, QVariant::fromValue(VLServicePtr(std::make_shared<Record>()))}});
+             {{u"service"_s, QVariant::fromValue(
+                                 VLServicePtr(std::make_shared<SampleService>(u"Edit Bay"_s, QString())))}});
         QCOMPARE(requested.count(), 0);
         post("vlCorvalinServiceConnectFailed", about);
         post("vlCorvalinServiceConnectFailed", about);
@@ -232,7 +184,7 @@ private Q_SLOTS:
 
         controller.setTroubleshooterVisible(true);
         QCOMPARE(controller.failingClients().rowCount(), 1);
-        record->setState(true, ConnectionFailure::None, 0);
+        record->showState(true, ConnectionFailure::None);
         post("VLCorvalinServiceInvalidated", about);
         QCOMPARE(controller.failingClients().rowCount(), 0);
         requested.clear();
@@ -249,8 +201,8 @@ private Q_SLOTS:
         const QString unknown = u"unknown"_s;
         const auto shown = [](const QVariantMap& configuration, const QVariantMap& machine,
                               const QString& title) {
-            Record record;
-            record.setConfiguration(configuration);
+            SampleService record(u"Edit Bay"_s, {});
+            record.showConfiguration(configuration);
             for (const ClientInfo::Row& row : ClientInfo::of(record, u"Offline Editing"_s, machine).rows)
                 if (row.title == title) return row.value;
             return u"no row"_s;

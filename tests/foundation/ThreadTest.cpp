@@ -1,4 +1,3 @@
-#include "foundation/Snapshot.h"
 #include "foundation/VLTimer.h"
 #include "support/TestEnvironment.h"
 
@@ -119,42 +118,6 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return !byItself; }, 20'000));
         QTest::qWait(20);
         QCOMPARE(fired, 0);
-    }
-
-    void timersOfManyThreads() {
-        std::atomic<int> fired = 0;
-        std::atomic<int> cancelled = 0;
-        for (int worker = 0; worker < 4; ++worker)
-            VLThread::detach(u"timers"_s, [&] {
-                for (int i = 0; i < 100; ++i) {
-                    const auto timer =
-                        VLTimer::scheduledTimer(std::chrono::milliseconds(i % 3), [&] { ++fired; });
-                    if (i % 2 == 0) std::this_thread::sleep_for(1ms);
-                    if (timer->isValid()) ++cancelled;
-                    timer->invalidate();
-                }
-            });
-        QVERIFY(QTest::qWaitFor([] { return VLThread::activeCount() == 0; }, 20'000));
-        QTest::qWait(10);
-        QVERIFY(fired + cancelled >= 400);
-        QVERIFY(fired <= 400);
-    }
-
-    void snapshotsAreWhole() {
-        Snapshot<std::vector<int>> snapshot(std::vector<int>(10, 0));
-        std::atomic<bool> allWhole = true;
-        for (int worker = 0; worker < 4; ++worker)
-            VLThread::detach(u"snapshot"_s, [&, worker] {
-                for (int i = 0; i < 500; ++i) {
-                    if (worker < 2) snapshot.set(std::vector<int>(10, i));
-                    const auto values = snapshot.shared();
-                    if (std::any_of(values->begin(), values->end(),
-                                    [&](int v) { return v != values->front(); }))
-                        allWhole = false;
-                }
-            });
-        QVERIFY(VLThread::joinAll(20s));
-        QVERIFY(allWhole);
     }
 };
 

@@ -4,8 +4,8 @@
 #include "remote/authorization/AuthorizedRunner.h"
 #include "remote/authorization/VLEncryption.h"
 #include "remote/authorization/VLKeychain.h"
+#include "support/AlertAnswers.h"
 #include "support/TestEnvironment.h"
-#include "system/VLAlert.h"
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -211,15 +211,9 @@ private Q_SLOTS:
         QCOMPARE(console.storedPasswords(), 2);
         QVERIFY(!console.controller.authorizationDict().contains(u"c1.local."_s));
 
-        QString question;
-        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
-            question = alert.value(u"messageText"_s).toString();
-            ended(VLAlert::DefaultReturn);
-            return VLAlert::OrderOut([] {});
-        });
+        const AlertAnswers alerts;
         console.controller.securityRemovePasswords(nullptr);
-        VLAlert::setPresenter({});
-        QCOMPARE(question, u"Are you sure you wish to remove all stored passwords?"_s);
+        QCOMPARE(alerts.asked, QStringList{u"Are you sure you wish to remove all stored passwords?"_s});
         QTRY_COMPARE(console.storedPasswords(), 0);
         QVERIFY(console.controller.authorizationDict().isEmpty());
     }

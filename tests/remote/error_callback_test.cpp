@@ -5,7 +5,6 @@
 #include "remote/VLErrorCallback.h"
 #include "support/TestEnvironment.h"
 
-#include <QRegularExpression>
 #include <QSet>
 
 using namespace Qt::StringLiterals;
@@ -346,28 +345,6 @@ private Q_SLOTS:
         QVERIFY(VLThread::joinAll(patience));
         QCOMPARE(fetches.load(), 3);
         QCOMPARE(mostThreads.load(), 1);
-    }
-
-    /// Callbacks of many connections while the queue is read and emptied: every reader sees whole records.
-    void manyThreads() {
-        constexpr int threads = 4, calls = 200;
-        const QRegularExpression whole(u"^(h\\d - 2010-05-03 12:00:00 \\+0000 - e\\d+\n)*$"_s);
-        Console console;
-        console.known = {u"h0"_s, u"h1"_s, u"h2"_s, u"h3"_s};
-        std::atomic<int> running{threads};
-        for (int thread = 0; thread < threads; ++thread) {
-            VLThread::detach(u"agent"_s, [&console, &running, sender = u"h%1"_s.arg(thread)] {
-                for (int i = 0; i < calls; ++i) {
-                    const QVariantList arguments{u"e%1"_s.arg(i), sender};
-                    console.callback.receive(u"addStringToQueue:hostname:"_s, arguments, sender);
-                    if (i % 50 == 49) console.callback.removeErrorsForService(sender);
-                }
-                --running;
-            });
-        }
-        while (running > 0)
-            QVERIFY(whole.match(console.callback.stringRepresentation()).hasMatch());
-        QVERIFY(VLThread::joinAll(patience));
     }
 
     void taskCallback() {

@@ -76,33 +76,6 @@ private Q_SLOTS:
         QCOMPARE(bench.readAll(other).toMap(), (QVariantMap{{u"c2.local."_s, QVariantMap()}}));
     }
 
-    /// Every client fails in one way or the other; the read still ends, with nothing counted any more.
-    void failuresCountOut() {
-        Bench bench;
-        bench.addClients(8, [](const QString&, const QVariantList&) -> QVariant {
-            throw VLException(VLException::inaccessible, u"gone"_s);
-        });
-        QCOMPARE(bench.readAll(), QVariant(QVariantMap()));
-        QCOMPARE(bench.progress.taskThreadCount(), 0);
-        QCOMPARE(bench.progress.statusSteps.load(), 8);
-        QCOMPARE(bench.failures.size(), 8);
-    }
-
-    /// A worker finishes the operation under way and goes no further.
-    void cancelInTheMiddle() {
-        Bench bench;
-        bench.addClients(5, [&bench](const QString&, const QVariantList&) {
-            bench.progress.cancel();
-            return QVariant();
-        });
-        bench.processors = 1;
-        const OperationsInFlight one(1);
-        bench.readAll();
-        QVERIFY(VLThread::joinAll(patience));
-        QCOMPARE(bench.sentCounts(), (QList<int>{1, 0, 0, 0, 0}));
-        QCOMPARE(bench.progress.taskThreadCount(), 0);
-    }
-
     /// The answer that a cancelled read still waited for is not mixed into the next read; nor does its worker
     /// go on to the next client, or count itself out of the next run.
     void lateAnswersOfACancelledRead() {
@@ -127,30 +100,6 @@ private Q_SLOTS:
         QVERIFY(VLThread::joinAll(patience));
         QCOMPARE(bench.runner.threadedObjectDict(), expected);
         QCOMPARE(bench.sentCounts(), (QList<int>{2, 1}));
-        QVERIFY(bench.progress.isProcessing());
-    }
-
-    /// Tasks that are on their way stop at the next client, whatever was cancelled before they began.
-    void cancelAfterTasksWereStarted() {
-        Bench bench;
-        std::atomic<bool> release{false};
-        std::atomic<int> underWay{0};
-        const OperationsInFlight two(2);
-        bench.addClients(4, [&](const QString&, const QVariantList&) {
-            ++underWay;
-            MainThread::waitUntil([&release] { return release.load(); }, patience);
-            return QVariant();
-        });
-        bench.processors = 2;
-        bench.progress.cancel();
-        bench.runner.executeRemoteTasks(u"0"_s, bundle, {});
-        QVERIFY(MainThread::waitUntil([&underWay] { return underWay == 2; }, patience));
-        bench.progress.cancel();
-        bench.progress.startStatusProgress();  // the next run clears what only shows
-        release = true;
-        QVERIFY(VLThread::joinAll(patience));
-        const QList<int> sent = bench.sentCounts();
-        QCOMPARE(std::accumulate(sent.begin(), sent.end(), 0), 2);
         QVERIFY(bench.progress.isProcessing());
     }
 

@@ -1,5 +1,6 @@
 #include "remote/CallScope.h"
 #include "remote/FakeRemote.h"
+#include "remote/support/ScriptedRoot.h"
 #include "runs/InFlight.h"
 #include "support/TestEnvironment.h"
 #include "system/VLException.h"
@@ -34,18 +35,6 @@ FakeProxy::Answer answerAfter(std::chrono::milliseconds delay, const QVariant& a
 FakeProxy::Answer raise(const QString& name) {
     return [name](const QString&, const QVariantList&) -> QVariant { throw VLException(name, u"oops"_s); };
 }
-
-/// A gate that answers wait at until it opens.
-class Gate {
-public:
-    void open() { m_isOpen = true; }
-    [[nodiscard]] bool wait() const {
-        return MainThread::waitUntil([this] { return m_isOpen.load(); }, patience);
-    }
-
-private:
-    std::atomic<bool> m_isOpen{false};
-};
 
 QStringList words(const RunRecord& record) {
     QStringList words;

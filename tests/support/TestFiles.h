@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/PropertyList.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -10,6 +12,10 @@ inline bool writeFile(const QString& path, const QByteArray& content) {
     QFile file(path);
     return QDir().mkpath(QFileInfo(path).absolutePath()) && file.open(QIODevice::WriteOnly) &&
            file.write(content) == content.size();
+}
+
+inline bool writeBundle(const QString& path, const QVariantMap& info) {
+    return writeFile(path + QStringLiteral("/Contents/Info.plist"), PropertyList::toData(info));
 }
 
 /// Nothing when it cannot be read.

@@ -1,4 +1,3 @@
-#include "support/NoMoreThreads.h"
 #include "support/TestEnvironment.h"
 #include "system/VLAlert.h"
 
@@ -88,8 +87,6 @@ private Q_SLOTS:
         QCOMPARE(ask(false, timed(0ms)), 1);
         QCOMPARE(ask(true, timed(0ms)), 1);
         QCOMPARE(ask(false, timed(60ms)), 1);
-        const NoMoreThreads none;
-        QCOMPARE(ask(false, timed(30ms)), 1);
         for (const auto& shown : m_shown)
             QVERIFY(shown->isOrderedOut);
         present([](Shown& shown) { shown.ended(0); });

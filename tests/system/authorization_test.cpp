@@ -1,4 +1,5 @@
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 #include "system/PasswordAgent.h"
 #include "system/PrivilegedHelper.h"
 #include "system/VLAuthorization.h"
@@ -37,9 +38,8 @@ private:
     int m_stderr;
 };
 
-bool write(const QString& path, const QByteArray& text = "text") {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+bool write(const QString& path) {
+    return writeFile(path, "text");
 }
 
 }  // namespace

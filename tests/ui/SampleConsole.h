@@ -4,50 +4,10 @@
 #include "app/window/MainWindow.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
+#include "support/SampleService.h"
 #include "tools/addonry/AddonryController.h"
 
 #include <memory>
-
-using namespace Qt::StringLiterals;
-
-/// A client without a network, in whatever state a test wants to see.
-class SampleService : public VLService {
-public:
-    SampleService(const QString& name, const QString& address, const QString& model = {})
-        : m_address(address) {
-        setName(name);
-        setHostName(name.toLower().replace(u' ', u'-') + u".local."_s);
-        m_port = 51000;
-        m_isConnected = true;
-        if (!model.isEmpty()) setIcon(iconForMacModel(model, {}));
-    }
-    [[nodiscard]] QString ipAddress() const override { return m_address; }
-    void connectOnThread(VLCallbackTargetPtr) override { ++reconnects; }
-    void disconnect() override { m_isConnected = false; }
-    void fetchInitialConfiguration(bool) override {}
-
-    void showConnecting() {
-        m_isConnected = false;
-        m_spinning = true;
-    }
-    void showNotConnected(const QString& reason, ConnectionFailure failure = ConnectionFailure::Other) {
-        m_isConnected = false;
-        m_spinning = false;
-        m_connectionError.set(reason);
-        m_connectionFailure = failure;
-    }
-    void showChangedIdentity(const QByteArray& certificate) {
-        showNotConnected(u"the agent shows another key"_s);
-        m_changedCertificate.set(certificate);
-    }
-    void showError(int code) { m_errorCode = code; }
-    void showConfiguration(const QVariantMap& configuration) { m_configDict.set(configuration); }
-
-    std::atomic<int> reconnects{0};
-
-private:
-    QString m_address;
-};
 
 inline QVariantMap pluginInstance(const QString& name, const QString& type, const QString& version,
                                   int disabled = 0, int accessType = 0) {

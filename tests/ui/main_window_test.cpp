@@ -247,6 +247,10 @@ private Q_SLOTS:
         auto* sheet = window().findChild<ProgressSheet*>();
         tasks.startProgress();
         QVERIFY(sheet->isVisible());
+        tasks.progressBarSetMaxValue(1);
+        QVERIFY(!tasks.sheet().indeterminate);
+        tasks.incrementProgress();
+        QVERIFY(tasks.sheet().indeterminate);  // all is done but the end
         QTest::keyClick(sheet, Qt::Key_Escape);
         QCOMPARE(find<ElidedLabel>("progressStatusText")->text(), u"Canceling..."_s);
         QVERIFY(sheet->isVisible() && !find<QPushButton>("progressCancelBtn")->isEnabled());

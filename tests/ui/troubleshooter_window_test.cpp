@@ -4,7 +4,6 @@
 #include "clients/support/LoopbackAgent.h"
 #include "clients/view/AddComputerSheet.h"
 #include "clients/view/ClientInfoPanel.h"
-#include "clients/view/ClientOutline.h"
 #include "clients/view/TroubleshooterWindow.h"
 #include "support/TestEnvironment.h"
 #include "widgets/Theme.h"
@@ -13,9 +12,7 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListView>
 #include <QPushButton>
-#include <QStackedWidget>
 
 class TroubleshooterWindowTest : public QObject {
     Q_OBJECT
@@ -73,21 +70,6 @@ private Q_SLOTS:
         window().select(two);
         QCOMPARE(title->text(), ConnectionProblem::titleOf(ConnectionProblem::ChangedKey));
         QVERIFY(window().details().contains(u"<b>2</b>"_s));
-    }
-
-    void informsAboutTheOneSelectedClient() {
-        const auto one = m_console.add("Bay 1", "192.168.1.21"), two = m_console.add("Bay 2", "192.168.1.22");
-        one->showConfiguration({{u"version"_s, u"<i>old</i>"_s}});
-        ServiceList& services = m_console.controller->services();
-        services.setSelectedServices({one});
-        Q_EMIT m_console.window->findChild<ClientOutline*>()->serviceActivated(one);
-        QVERIFY(m_console.window->findChild<ClientInfoPanel*>()->isVisible());
-        QCOMPARE(value("Agent version"), u"unknown"_s);
-        services.setSelectedServices({two});
-        QCOMPARE(value("Address"), u"192.168.1.22"_s);
-        services.setSelectedServices({one, two});
-        QCOMPARE(m_console.window->findChild<ClientInfoPanel*>()->service(), nullptr);
-        services.removeServiceFromList(one);
     }
 
     /// Also of an agent that is too old for anything else.

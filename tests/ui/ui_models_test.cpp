@@ -57,26 +57,6 @@ class UiModelsTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
 
-    void clientStateSaysWhatIsWrong() {
-        const auto state = [](const auto& prepare) {
-            const auto service = sample(u"A"_s);
-            prepare(*service);
-            return clientState(*service);
-        };
-        using S = SampleService;
-        QCOMPARE(state([](S&) {}), (ClientState{ClientState::Connected, u"10.0.0.1"_s}));
-        QCOMPARE(state([](S& s) { s.setIsProcessing(true); }),
-                 (ClientState{ClientState::Working, u"Working…"_s}));
-        QCOMPARE(state([](S& s) { s.showConnecting(); }),
-                 (ClientState{ClientState::Connecting, u"Connecting…"_s}));
-        QCOMPARE(state([](S& s) { s.showNotConnected("refused"); }),
-                 (ClientState{ClientState::NotConnected, u"Not connected — refused"_s}));
-        QCOMPARE(state([](S& s) { s.showError(2006); }),
-                 (ClientState{ClientState::Attention, u"Client software out of date"_s}));
-        QCOMPARE(state([](S& s) { s.showChangedIdentity("PEM"); }),
-                 (ClientState{ClientState::Attention, u"Identity changed — review"_s}));
-    }
-
     void addonryStatusInPlainWords() {
         const std::tuple<VLPluginItem, QString, QString> rows[] = {
             {plugin("P", {"1.0", "1.0"}), "No differences", "The same on 2 computers"},

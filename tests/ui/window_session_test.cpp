@@ -125,6 +125,11 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(state() != ClientState::Connected, patience);
         QVERIFY(startAgent());
         QTRY_VERIFY_WITH_TIMEOUT(isReady() && state() == ClientState::Connected, patience);
+
+        const VLProxyObjectPtr former = client()->proxyObject();
+        VLThread::detach(u"relaunch"_s, [former] { former->perform(u"relaunch"_s); });
+        QTRY_VERIFY_WITH_TIMEOUT(isReady() && client()->proxyObject() != former, patience);
+        QCOMPARE(m_agent->state(), QProcess::Running);
     }
 
     void findsAllAgainAfterQuitting() {

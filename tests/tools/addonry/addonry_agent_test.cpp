@@ -1,13 +1,11 @@
 #include "agent/AgentRoot.h"
-#include "agent/TestFiles.h"
 #include "agent/tree/TreeArchive.h"
 #include "support/Administrators.h"
-#include "support/FullDisk.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 #include "system/VLException.h"
 
 #include <QDirIterator>
-#include <QScopeGuard>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -241,21 +239,6 @@ private Q_SLOTS:
         perform(selectors[u"enable"_s], {QVariant(), objects("U:L.fxplug", 1)});
         QVERIFY(QFileInfo(disk("u:L.fxplug")).isSymLink());
         QVERIFY(QFileInfo::exists(disk("/Users/anna/elsewhere/L.fxplug/Contents")));
-    }
-
-    void fullDisk() {
-        const QByteArray data = archive("Old.fxplug", QString(60'000, u'7'));
-        const QStringList before = state();
-        QString failure;
-        try {
-            const FullDisk full(20'000);
-            perform(selectors[u"update"_s],
-                    {QVariant(), QVariantMap{{u"obj1"_s, plugin("u:Old.fxplug")}, {u"obj2"_s, data}}});
-        } catch (const VLException& error) {
-            failure = error.reason();
-        }
-        QVERIFY2(failure.contains("no room left on the disk"), qPrintable(failure));
-        QCOMPARE(state(), before);
     }
 
     void administratorRights() {

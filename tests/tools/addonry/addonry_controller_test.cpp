@@ -1,4 +1,3 @@
-#include "system/VLException.h"
 #include "tools/addonry/AddonryBench.h"
 
 #include <QSignalSpy>
@@ -59,27 +58,6 @@ private Q_SLOTS:
         QCOMPARE(controller().report().rows.first().first(), u"Glow"_s);
         controller().clearData();
         QVERIFY(controller().addonryArray().isEmpty() && !controller().hasResult());
-    }
-
-    void hostileClientsSpoilNothing() {
-        const auto gone = [](const QString&, const QVariantList&) -> QVariant {
-            throw VLException(VLException::inaccessible, u"gone"_s);
-        };
-        addClient("silent", answering({}));
-        addClient("bad", answering(QVariantList{1, u"x"_s, QVariantMap()}));
-        addClient("text", answering(u"x"_s));
-        addClient("gone", gone);
-        addClient("good", answering(QVariantList{plugin("Blur")}));
-        QVERIFY(refresh());
-        QCOMPARE(controller().addonryArray().size(), 1);
-        // Of three nobody knows what they have; the one whose entries were all wrong is known to have none.
-        QCOMPARE(controller().unanswered().size(), 3);
-        QCOMPARE(row("Blur")->missingHosts().size(), 4);
-        QCOMPARE(row("Blur")->computersWithout(), 1);
-        QCOMPARE(controller().report().rows.first().last(), u"bad"_s);
-        for (const QString& logged : {u"Plug-in list of bad: 3 of 3 entries left out, 0 values of a wrong"_s,
-                                      u"Client text answered"_s, u"Exception in "_s})
-            QVERIFY2(!logLines().filter(logged).isEmpty(), qPrintable(logLines().join(u'\n')));
     }
 
     void cancellingKeepsTheRows() {

@@ -1,6 +1,6 @@
+#include "support/AlertAnswers.h"
 #include "support/TestEnvironment.h"
 #include "support/Workers.h"
-#include "system/VLAlert.h"
 #include "ui/SampleConsole.h"
 
 #include <QApplication>
@@ -118,21 +118,16 @@ private Q_SLOTS:
     }
 
     void buttons() {
-        const QList<std::pair<const char*, QString>> expected{
-            {"addonrySyncBtn", u"Syncing Addonry plugins..."_s},
-            {"addonryEnableAllBtn", u"Enabling all Addonry plugins..."_s},
-            {"addonryDisableAllBtn", u"Disabling all Addonry plugins..."_s},
-        };
         QStringList tabs;
         for (QWidget* next = m_console.find<QWidget>("addonrySyncBtn"); tabs.size() < 6;
              next = next->nextInFocusChain())
             if (next->focusPolicy() & Qt::TabFocus) tabs << next->objectName();
         QCOMPARE(tabs, QStringList({"addonrySyncBtn", "addonryEnableAllBtn", "addonryDisableAllBtn",
                                     "differencesOnly", "addonryFilter", "addonryOutline"}));
-        for (const auto& [name, line] : expected) {
-            m_console.find<QToolButton>(name)->click();
-            QVERIFY2(begun().contains(line), name);
-        }
+        m_console.find<QToolButton>("addonrySyncBtn")->click();
+        QVERIFY(begun().contains(u"Syncing Addonry plugins..."_s));
+        m_console.find<QToolButton>("addonryDisableAllBtn")->click();
+        QVERIFY(begun().contains(u"Disabling all Addonry plugins..."_s));
         // The filter does not narrow what is about all: it says so, and asks.
         auto* enableAll = m_console.find<QToolButton>("addonryEnableAllBtn");
         QCOMPARE(enableAll->text(), u"Enable All 3"_s);
@@ -140,26 +135,18 @@ private Q_SLOTS:
         QCOMPARE(enableAll->text(), u"Enable All 3"_s);
         QVERIFY2(enableAll->toolTip().contains(u"also the 2 that the filter hides"_s),
                  qPrintable(enableAll->toolTip()));
-        QStringList asked;
-        int answer = VLAlert::AlternateReturn;
-        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
-            asked << alert.value(u"messageText"_s).toString();
-            ended(answer);
-            return [] {};
-        });
+        AlertAnswers alerts(VLAlert::AlternateReturn);
         enableAll->click();
         QCOMPARE(begun(), QStringList());
-        answer = VLAlert::DefaultReturn;
+        alerts.answer = VLAlert::DefaultReturn;
         enableAll->click();
-        VLAlert::setPresenter({});
         QVERIFY(begun().contains(u"Enabling all Addonry plugins..."_s));
-        QCOMPARE(asked.value(1), u"Enable all 3 plug-ins on 2 computers?"_s);
+        QCOMPARE(alerts.asked.value(1), u"Enable all 3 plug-ins on 2 computers?"_s);
         m_console.find<QLineEdit>("addonryFilter")->clear();
         show({u"Echo"_s});
         QVERIFY(!m_console.find<QToolButton>("addonrySyncBtn")->isEnabled());
         m_console.addonry().clearData();
-        for (const auto& [name, line] : expected)
-            QVERIFY(!m_console.find<QToolButton>(name)->isEnabled());
+        QVERIFY(!enableAll->isEnabled());
     }
 
     /// One computer has it twice: both copies stay apart, and neither is called missing.

@@ -1,7 +1,7 @@
-#include "agent/TestFiles.h"
 #include "agent/tree/TreeArchive.h"
 #include "agent/tree/TreeWriter.h"
 #include "support/FullDisk.h"
+#include "support/TestFiles.h"
 #include "support/ZipArchive.h"
 #include "system/VLException.h"
 

@@ -1,8 +1,7 @@
-#include "agent/TestFiles.h"
 #include "support/Administrators.h"
-#include "support/FullDisk.h"
 #include "support/SampleAgent.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 #include "support/TestTable.h"
 
 #include <sys/stat.h>
@@ -272,17 +271,6 @@ right|Remove root=1|file name is missing
         QVERIFY(!tasks().contains(u"a.plist"_s));
         QVERIFY(!refusal(plain, u"Add tidy every90"_s).isEmpty());
         QCOMPARE(QDir(disk(u"/private"_s)).entryList(QDir::Files), QStringList{u"a.plist"_s});
-    }
-
-    void fullDisk() {
-        const QStringList before = state();
-        QString reason;
-        {
-            const FullDisk full(0);
-            reason = refusal(plain, u"Enable enabled=0 filename=a.plist"_s);
-        }
-        QVERIFY2(reason.startsWith(u"Raised"_s) && reason.contains(u"a.plist"_s), qPrintable(reason));
-        QCOMPARE(state(), before);
     }
 };
 

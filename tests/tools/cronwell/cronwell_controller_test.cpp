@@ -1,6 +1,6 @@
+#include "support/AlertAnswers.h"
 #include "support/TestTable.h"
 #include "support/ToolBench.h"
-#include "system/VLAlert.h"
 #include "tools/cronwell/CronwellController.h"
 
 #include <QSignalSpy>
@@ -177,24 +177,6 @@ often three three|0|edit plain c|0,3,,, 7
         QCOMPARE(changes(two), QStringList{enable("plain", "1; filename = b")});
         QCOMPARE(changed.size(), 2);  // the one delayed refresh, which finds them as they were
         QCOMPARE(rows[1].enabled(), 0);
-
-        m_cronwell->cronwellDisableAllAction();
-        QVERIFY(VLThread::joinAll(patience));
-        for (const FakeProxy* client : {&one, &two})
-            QCOMPARE(changes(*client).last(), enable("auth", "0"));
-        m_bench->services.removeFirst();
-        QVERIFY(refresh());
-        m_cronwell->cronwellEnableAllAction();
-        QVERIFY(VLThread::joinAll(patience));
-        QCOMPARE(changes(two).last(), enable("plain", "1"));
-        m_cronwell->addCronwellTask({{u"root"_s, 0}});
-        QVERIFY(VLThread::joinAll(patience));
-        QCOMPARE(changes(two).last(), u"add plain {obj1 = {root = 0}}"_s);
-        const QStringList log = logLines();
-        for (const QString& line :
-             {u"Enabling Cronwell task on all hosts..."_s, u"Disabling all Cronwell tasks..."_s,
-              u"Enabling Cronwell task Check on host one.local...."_s, u"Enabling all Cronwell tasks..."_s})
-            QVERIFY2(log.contains(line), qPrintable(line));
     }
 
     /// A refresh while the alert is open changes nothing about what it asked.
@@ -203,50 +185,27 @@ often three three|0|edit plain c|0,3,,, 7
                                 u"o|Old|x|6|60|on|user"_s};
         FakeProxy& one = addClient(u"one"_s, tasks);
         QVERIFY(refresh());
-        QStringList asked;
-        int answer = VLAlert::AlternateReturn;
-        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
-            for (const auto& key :
-                 {u"messageText"_s, u"informativeText"_s, u"defaultButtonTitle"_s, u"alternateButtonTitle"_s})
-                asked.append(alert.value(key).toString());
-            // The file of "Old" is another task's by now, and the others were not found this time.
+        AlertAnswers alerts(VLAlert::AlternateReturn);
+        // The file of "Old" is another task's by now, and the others were not found this time.
+        alerts.meanwhile = [this] {
             m_cronwell->setCronwellArray({VLScheduledTask::scheduledTask(
                 task({u"o"_s, u"New"_s, u"x"_s, u"6"_s, u"60"_s, u"on"_s, u"user"_s}), u"one.local."_s)});
-            ended(answer);
-            return [] {};
-        });
+        };
         m_cronwell->cronwellRemoveTaskAction({}, nullptr);
         m_cronwell->cronwellRemoveTaskAction({{key(u"Check"_s)}}, nullptr);
         QVERIFY(VLThread::joinAll(patience));
         QVERIFY(changes(one).isEmpty());
-        answer = VLAlert::DefaultReturn;
+        alerts.answer = VLAlert::DefaultReturn;
         QVERIFY(refresh());
         const QList<RowTarget> chosen{
             {key(u"Check"_s)}, {key(u"Clean"_s)}, {key(u"Old"_s)}, {key(u"gone"_s)}};
         m_cronwell->cronwellRemoveTaskAction(chosen, nullptr);
         QVERIFY(VLThread::joinAll(patience));
-        VLAlert::setPresenter({});
         QCOMPARE(changes(one), (QStringList{u"remove auth {obj1 = r}"_s, u"remove plain {obj2 = a}"_s}));
-        const QStringList rest{u"This cannot be undone."_s, u"Remove"_s, u"Cancel"_s};
-        QCOMPARE(asked, QStringList{u"Are you sure you wish to delete this task?"_s} + rest +
-                            QStringList{u"Are you sure you wish to delete these tasks?"_s} + rest);
+        QCOMPARE(alerts.asked, QStringList({u"Are you sure you wish to delete this task?"_s,
+                                            u"Are you sure you wish to delete these tasks?"_s}));
+        QCOMPARE(alerts.details, QStringList(2, u"This cannot be undone."_s));
         QVERIFY(!logLines().filter(u"Removing Cronwell tasks: (Check, Clean)"_s).isEmpty());
-    }
-
-    /// Cancelling in the middle leaves the clients that were not reached yet as they are.
-    void cancelledSyncStops() {
-        addClient(u"one"_s, {u"a|Clean|x|6|60|on|user"_s});
-        m_bench->addClient(u"two"_s, [this](const QString& selector, const QVariantList&) -> QVariant {
-            if (selector.startsWith(u"cronwellAdd"_s))
-                onMainThreadAndWait([this] { m_bench->progress.cancelStatusProgress(); });
-            return selector == u"cronwellTaskDictionary"_s ? QVariant(QVariantMap()) : QVariant();
-        });
-        FakeProxy& three = addClient(u"three"_s, {});
-        m_bench->workOneAtATime();
-        QVERIFY(refresh());
-        QVERIFY(run([this] { m_cronwell->cronwellSyncTasks(); }));
-        QVERIFY(changes(three).isEmpty());
-        QTRY_VERIFY(!m_bench->progress.isProcessing() && !m_cronwell->isBusy());
     }
 };
 

@@ -1,7 +1,7 @@
+#include "support/AlertAnswers.h"
 #include "support/TestEnvironment.h"
 #include "support/TestTable.h"
 #include "support/Workers.h"
-#include "system/VLAlert.h"
 #include "tools/cronwell/CronwellController.h"
 #include "ui/SampleConsole.h"
 
@@ -137,18 +137,13 @@ private Q_SLOTS:
         m_console->window->activateWindow();
         outline->setFocus();
         QVERIFY(QTest::qWaitForWindowActive(m_console->window.get()));
-        QStringList asked;
-        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
-            asked.append(alert.value(u"messageText"_s).toString());
-            ended(VLAlert::AlternateReturn);
-            return [] {};
-        });
+        const AlertAnswers alerts(VLAlert::AlternateReturn);
         outline->setCurrentIndex(model.index(0, 0, model.index(0, 0)));  // a client: nothing to remove
         QTest::keyClick(outline, Qt::Key_Delete);
-        QVERIFY(asked.isEmpty() && !find<QToolButton>("cronwellRemoveTaskBtn")->isEnabled());
+        QVERIFY(alerts.asked.isEmpty() && !find<QToolButton>("cronwellRemoveTaskBtn")->isEnabled());
         outline->selectAll();
         QTest::keyClick(outline, Qt::Key_Delete);
-        QCOMPARE(asked, QStringList{u"Are you sure you wish to delete these tasks?"_s});
+        QCOMPARE(alerts.asked, QStringList{u"Are you sure you wish to delete these tasks?"_s});
     }
 };
 

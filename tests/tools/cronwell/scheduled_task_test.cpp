@@ -56,24 +56,16 @@ private Q_SLOTS:
 6|'3600'|Every 3600 seconds
 6|'1'|Every second
 6|'0'|The seconds must be a number from 1 to 2147483647.
-6|'-5'|The seconds must be a number from 1 to 2147483647.
 6|'2147483648'|The seconds must be a number from 1 to 2147483647.
-6|'60 '|The seconds must be a number from 1 to 2147483647.
-6|''|The seconds must be a number from 1 to 2147483647.
 7|'05,07,,,'|Every day at 7:05
 7|',8,31,,12'|Every December on day 31 at 8:00
 7|',,,,'|At least one of minute, hour, day, weekday and month is needed.
 7|'60,,,,'|The minute must be a number from 0 to 59.
-7|'x,,,,'|The minute must be a number from 0 to 59.
-7|'0,24,,,'|The hour must be a number from 0 to 23.
 7|'0,0,0,,'|The day must be a number from 1 to 31.
-7|'0,0,,8,'|The weekday must be a number from 0 to 7.
-7|'0,0,,,13'|The month must be a number from 1 to 12.
 7|'0,0,30,,2'|February has no day 30.
 7|'0,0'|A calendar interval is five numbers with commas, not “0,0”.
 8|'/Volumes/Media A'|Whenever /Volumes/Media A changes
 8|''|A directory to watch is needed.
-8|'Volumes'|The directory must begin with a slash.
 8|'/a/../b'|The directory's path must not climb (“..”).
 8|'/a	b'|The directory's path holds characters that cannot be shown.
 9|'60'|The kind of schedule is unknown.
@@ -116,37 +108,6 @@ private Q_SLOTS:
                                         task.enabledCount(), task.enabled());
         QTEST(merged, "merged");
         QCOMPARE(task.root(), 1);
-    }
-
-    void answersOfAnyKind_data() {
-        const TestTable<QVariant, QString, int> row("answer", "complaint", "count");
-        const QVariantMap good = instance(u"3:00 on"_s);
-        const auto with = [&](const char* key, const QVariant& value) {
-            QVariantMap task = good;
-            task.insert(QLatin1String(key), value);
-            return QVariantMap{{u"a.plist"_s, task}};
-        };
-        const QString leftOut = u"1 of 1 entries left out"_s;
-        row("list", QVariantList(), u"not a dictionary"_s, 0);
-        row("good", with("taskID", u"x"_s), {}, 1);
-        row("no dictionary", QVariantMap{{u"a.plist"_s, 5}, {u"b.plist"_s, good}}, u"1 of 2 entries"_s, 1);
-        for (const QString& name : {QString(), u"../a.plist"_s, u"a\0b"_s, QString(300, u'a')})
-            row(qPrintable(u"name "_s + name.left(12)), QVariantMap{{name, good}}, leftOut, 0);
-        row("no bundle", with("taskBundleID", QString()), leftOut, 0);
-        row("no interval", with("interval", QVariantList{1}), u"1 values of a wrong kind"_s, 1);
-        row("odd interval", with("interval", QVariantMap{{u"Hour"_s, QVariantList()}, {u"Day"_s, 1e300}}), {},
-            1);
-    }
-    void answersOfAnyKind() {
-        QFETCH(QVariant, answer);
-        QFETCH(QString, complaint);
-        const AgentAnswer::Entries list = VLScheduledTask::checked(answer);
-        QVERIFY2(list.complaint.contains(complaint) && list.complaint.isEmpty() == complaint.isEmpty(),
-                 qPrintable(list.complaint));
-        QTEST(int(list.entries.size()), "count");
-        const AgentAnswer::Entries offers = OfferMerger::checked(answer);  // rubbish to the other question
-        QVERIFY(offers.entries.isEmpty());
-        QCOMPARE(offers.complaint.isEmpty(), !answer.isValid() || answer == QVariant(QVariantList()));
     }
 
     void offersAreMerged() {

@@ -3,6 +3,7 @@
 #include "tools/addonry/VLPluginItem.h"
 #include "tools/cronwell/VLScheduledTask.h"
 #include "tools/merged/RowMerger.h"
+#include "tools/settlekeep/BackupList.h"
 
 #include <QDateTime>
 
@@ -20,6 +21,16 @@ QVariantMap named(const QString& key = u"flag"_s, const QVariant& value = 0LL) {
     QVariantMap entry{{u"name"_s, u"x"_s}, {u"flag"_s, 0LL}};
     entry.insert(key, value);
     return entry;
+}
+
+/// "1.0 d 1": version, disabled or enabled, access type; "-" leaves a value out.
+QVariantMap pluginInstance(const QString& text) {
+    const QStringList words = text.split(u' ');
+    QVariantMap result = {{"name", "Blur"}, {"type", "FxPlug"}};
+    if (words[0] != "-"_L1) result.insert("version", words[0]);
+    if (words[1] != "-"_L1) result.insert("disabled", int(words[1] == "d"_L1));
+    if (words[2] != "-"_L1) result.insert("accessType", words[2].toLongLong());
+    return result;
 }
 
 }  // namespace
@@ -78,11 +89,57 @@ private Q_SLOTS:
                  qPrintable(list.complaint));
     }
 
-    /// What is right is not copied: that is most of what five hundred clients send.
-    void rightEntriesAreShared() {
-        const QVariantMap sent = named();
-        const AgentAnswer::Entries list = AgentAnswer::fromArray(QVariantList{sent}, table);
-        QVERIFY(list.entries.value(0).isSharedWith(sent));
+    /// Each entry of a dictionary gets its key under a name, if it may be called so.
+    void dictionaries() {
+        const QVariantMap task{{u"taskDescription"_s, u"x"_s}, {u"taskBundleID"_s, u"t"_s}};
+        QVariantMap answer{{u"a.plist"_s, task}, {u"b.plist"_s, 5}, {u"c.plist"_s, QVariantMap()}};
+        for (const QString& name : {QString(), u"../a.plist"_s, u"a\0b"_s, QString(300, u'a')})
+            answer.insert(name, task);
+        const AgentAnswer::Entries tasks = VLScheduledTask::checked(answer);
+        QCOMPARE(tasks.entries.size(), 1);
+        QCOMPARE(tasks.entries[0].value(u"filename"_s), QVariant(u"a.plist"_s));
+        QVERIFY2(tasks.complaint.startsWith(u"6 of 7 entries left out"_s), qPrintable(tasks.complaint));
+
+        const QVariantMap backup{{u"path"_s, u"/b"_s}, {u"type"_s, -1}, {u"hostname"_s, u"other"_s}};
+        const AgentAnswer::Entries backups = checkedBackups(QVariantMap{{u"x"_s, backup}});
+        QCOMPARE(backups.entries, (QList<QVariantMap>{{{u"path"_s, u"/b"_s}}}));
+        QVERIFY(checkedBackups(QVariantList{backup}).complaint.startsWith(u"not a dictionary"_s));
+    }
+
+    void plugins_data() {
+        // Version, state, disabled count, disabled, access type.
+        const TestTable<QStringList, QString> row("instances", "merged");
+        const QString plain = u"1.0 e 1"_s;
+        row("one disabled", {"1.0 d 1"}, "1.0 0 1 1 1");
+        row("versions", {plain, "1.1 e 1"}, "(various) 1 0 0 1");
+        row("enabled", {plain, "1.0 d 1"}, "1.0 2 1 -1 1");
+        row("access", {plain, "1.0 e 2"}, "1.0 3 0 0 -1");
+        row("version hides access", {plain, "1.1 e 2"}, "(various) 1 0 0 1");
+        row("version hides enabled", {plain, "1.1 d 1"}, "(various) 1 1 -1 1");
+        row("access before enabled", {plain, "1.0 d 2"}, "1.0 3 1 -1 -1");
+        row("access before version", {plain, "1.0 e 2", "1.1 e 1"}, "(various) 3 0 0 -1");
+        // Once "(various)", every further copy counts as different and is not asked for its access type.
+        row("various stays", {plain, "1.1 e 1", "1.0 e 2"}, "(various) 1 0 0 1");
+        row("mixed access back to one value", {plain, "1.0 e 2", plain}, "1.0 3 0 0 -1");
+        row("no version later", {plain, "- e 2"}, "1.0 3 0 0 -1");
+        row("no version first", {"- e 1", plain}, "(various) 1 0 0 1");
+        row("no access first", {"1.0 e -", "1.0 e 0"}, "1.0 3 0 0 -1");
+        row("nothing known", {"- - -", "- - -"}, " 0 0 0 0");
+        row("two of three disabled", {"1.0 d 1", "1.0 d 1", plain}, "1.0 2 2 -1 1");
+    }
+    void plugins() {
+        QFETCH(QStringList, instances);
+        VLPluginItem item = VLPluginItem::pluginItem(pluginInstance(instances.takeFirst()), u"a."_s);
+        for (const QString& text : instances)
+            item.addChild(pluginInstance(text), u"b."_s);
+        QCOMPARE(item.name() + item.type(), u"BlurFxPlug"_s);
+        QTEST(u"%1 %2 %3 %4 %5"_s.arg(item.version())
+                  .arg(item.state())
+                  .arg(item.disabledCount())
+                  .arg(item.disabled())
+                  .arg(item.accessType()),
+              "merged");
+        QCOMPARE(item.children().size(), instances.size() + 1);
     }
 
     void absent_data() {

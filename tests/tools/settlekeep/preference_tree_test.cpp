@@ -70,49 +70,9 @@ private Q_SLOTS:
         QTEST(PreferenceTree::selectedKeys(m_tree).join(u','), "keys");
     }
 
-    void itemsWithoutKeyOrChildren() {
-        VLPrefItem parent = VLPrefItem::initWithName(u"A"_s, {}, std::nullopt, u"icon"_s);
-        QVERIFY(!parent.isParent());
-        QList<VLPrefItem> tree{parent};
-        PreferenceTree::setSelected(tree, 0, -1, VLPrefItem::Off);
-        QCOMPARE(tree[0].selected(), int(VLPrefItem::On));  // none of its groups is off
-        VLPrefItem keyless = VLPrefItem::initWithName(u"C"_s, {}, std::nullopt);
-        tree[0].setChildren({VLPrefItem::initWithName(u"B"_s, u"b"_s, {}, {}, false), keyless});
-        PreferenceTree::updateSelection(tree);
-        QVERIFY(tree[0].selected() == VLPrefItem::Mixed && PreferenceTree::selectedKeys(tree).isEmpty());
-    }
-
     void whatKeysAreAbout() {
         QCOMPARE(PreferenceTree::coveredApplications(u"ct,fcpButton,new,compressor,fcpPrefs"_s),
                  u"Final Cut Pro, Compressor, Cinema Tools, new"_s);
-    }
-
-    void answersOfAgents_data() {
-        const TestTable<QVariant, QVariantMap, QString> row("answer", "first", "complaint");
-        const QDateTime date(QDate(2010, 9, 1), QTime(9, 0), Qt::UTC);
-        const QVariantMap good{{u"path"_s, u"/b"_s}, {u"name"_s, u"B"_s}, {u"type"_s, 1LL},
-                               {u"date"_s, date},    {u"size"_s, 10LL},   {u"keys"_s, u"fcp"_s}};
-        row("good", QVariantMap{{u"x"_s, good}}, good, {});
-        row("list", QVariantList{good}, {}, u"not a dictionary but QVariantList"_s);
-        row("no backups",
-            QVariantMap{{u"a"_s, 1}, {u"b"_s, QVariantMap()}, {u"c"_s, QVariantMap{{u"path"_s, 7}}}}, {},
-            u"3 of 3 entries left out, 0 values of a wrong kind ignored"_s);
-        const QVariantMap wrong{{u"path"_s, u"/b"_s},
-                                {u"name"_s, QString(5000, u'x')},
-                                {u"type"_s, -1},
-                                {u"size"_s, 1e300},
-                                {u"date"_s, QDateTime()},
-                                {u"keys"_s, QVariantList()},
-                                {u"hostname"_s, u"other"_s},
-                                {u"extra"_s, u"x"_s}};
-        row("wrong values", QVariantMap{{u"x"_s, wrong}}, {{u"path"_s, u"/b"_s}},
-            u"0 of 1 entries left out, 5 values of a wrong kind ignored"_s);
-    }
-    void answersOfAgents() {
-        QFETCH(QVariant, answer);
-        const AgentAnswer::Entries list = checkedBackups(answer);
-        QTEST(list.entries.value(0), "first");
-        QTEST(list.complaint, "complaint");
     }
 
     void sorting() {

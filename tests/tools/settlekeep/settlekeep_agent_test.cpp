@@ -171,12 +171,7 @@ private Q_SLOTS:
         for (const QString& file : {motionList, QString(editorData + u"Button Bars/Mine.layout"_s),
                                     QString(editorData + u"Final Cut Pro Prof Cache.fcpch"_s)})
             writeFile(machine.disk(anna + file), "new");
-        const QString other = machine.disk(anna + u"Preferences/Color/Preferences.prf"_s);
-        const QByteArray color = contentsOf(other);
-        writeFile(other, "not in the backup");
         machine.perform(restoreLocal, {backup.value(u"path"_s)});
-        QCOMPARE(contentsOf(other), "not in the backup");
-        writeFile(other, color);
         QCOMPARE(preferences(machine.home()), before);
 
         machine.perform(backUp, {selection(u"fcp"_s, name, 1)});
@@ -228,16 +223,6 @@ private Q_SLOTS:
             QCOMPARE(shown(), withNew);
         }
         QVERIFY(afterTrash != withNew);
-    }
-
-    void onlySoManyAreKept() {
-        const Machine machine(1);
-        machine.perform(backUp, {selection(u"motion"_s)});
-        const QString path = machine.onlyBackup().value(u"path"_s).toString();
-        for (int time = 0; time < AutomaticBackups::most + 2; ++time)
-            machine.perform(restoreLocal, {path});
-        QCOMPARE(machine.perform(u"settlekeepBackups"_s).toMap().size(), AutomaticBackups::most + 1);
-        machine.perform(restoreLocal, {path});  // the user's own is never what goes
     }
 
     void lockedPreferencesStayAsTheyAre() {

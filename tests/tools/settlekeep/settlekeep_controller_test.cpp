@@ -1,7 +1,6 @@
+#include "support/AlertAnswers.h"
 #include "support/TestTable.h"
 #include "support/ToolBench.h"
-#include "system/VLAlert.h"
-#include "system/VLException.h"
 #include "tools/settlekeep/SettlekeepController.h"
 
 #include <QSignalSpy>
@@ -11,7 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString lastUndo = u"settlekeepLastUndo"_s;  // after what replaced something
 using Sent = QList<QPair<QString, QVariantList>>;
 
 FakeProxy::Answer holding(const QVariant& backups, const QVariant& data = QByteArray("zip")) {
@@ -21,10 +19,6 @@ FakeProxy::Answer holding(const QVariant& backups, const QVariant& data = QByteA
     };
 }
 
-QVariant throwing(const QString&, const QVariantList&) {
-    throw VLException(VLException::inaccessible, u"gone"_s);
-}
-
 const QVariantMap oneBackup{{u"B"_s, QVariantMap{{u"path"_s, u"/B"_s}, {u"name"_s, u"B"_s}, {u"type"_s, 1}}}};
 
 }  // namespace
@@ -32,7 +26,7 @@ const QVariantMap oneBackup{{u"B"_s, QVariantMap{{u"path"_s, u"/B"_s}, {u"name"_
 class SettlekeepControllerTest : public QObject {
     Q_OBJECT
 
-    QStringList m_alerts;
+    std::unique_ptr<AlertAnswers> m_alerts;
     std::unique_ptr<ToolBench> m_bench;
     std::shared_ptr<SettlekeepController> m_controller;
 
@@ -40,63 +34,23 @@ class SettlekeepControllerTest : public QObject {
         return m_bench->addClient(name, std::move(answer));
     }
     static bool join() { return VLThread::joinAll(patience); }
-    bool refresh() { return m_bench->run(std::bind_front(&SettlekeepController::refresh, m_controller)); }
-    bool restore(const QString& host) {
-        m_controller->settlekeepRestore(
-            {{u"hostname"_s, QString(host + ".local."_L1)}, {u"path"_s, u"/b"_s}, {u"name"_s, u"Good"_s}});
-        return join();
-    }
     static bool isLogged(const QStringList& expected) {
         const QStringList lines = logLines();
         const auto isThere = [&](const QString& line) { return lines.contains(line); };
         return std::all_of(expected.begin(), expected.end(), isThere);
     }
-    void untickAll() {
-        for (int row = 0; row < m_controller->settlekeepPrefArray().size(); ++row)
-            m_controller->setPrefSelected(row, -1, VLPrefItem::Off);
-    }
 
 private Q_SLOTS:
     void init() {
-        m_alerts.clear();
-        VLAlert::setPresenter([this](const QVariantMap& description, QObject*, auto ended) {
-            m_alerts << description.value(u"messageText"_s).toString() + u'|' +
-                            description.value(u"informativeText"_s).toString();
-            ended(VLAlert::DefaultReturn);
-            return [] {};
-        });
+        m_alerts = std::make_unique<AlertAnswers>();
         m_bench = std::make_unique<ToolBench>();
         m_controller = std::make_shared<SettlekeepController>(m_bench->context());
         m_controller->becomesVisible();
     }
     void cleanup() {
-        VLAlert::setPresenter({});
+        m_alerts.reset();
         m_controller.reset();
         m_bench.reset();
-    }
-
-    void emptyKeysAreSentToo() {
-        const FakeProxy& one = addClient(u"one"_s);
-        untickAll();
-        m_controller->becomesVisible();  // ticks do not outlive the pane
-        QCOMPARE(m_controller->settlekeepSelectedPrefKeys().first(), u"fcpPrefs"_s);
-        untickAll();
-        m_controller->settlekeepLock();
-        m_controller->settlekeepUnlock();
-        m_controller->settlekeepTrash();
-        m_controller->settlekeepQuickTrash();
-        QVERIFY(join() && m_alerts.isEmpty());
-        QStringList sent;
-        for (const auto& [selector, arguments] : one.sent())
-            sent << selector + arguments.value(0).toString() + arguments.value(1).toString();
-        sent.sort();  // each has a thread of its own
-        QCOMPARE(sent, QStringList({u"executeTask:bundleID:options:0com.velmora.settlekeep"_s, lastUndo,
-                                    lastUndo, u"settlekeepLockSelected:"_s, u"settlekeepTrashSelected:"_s,
-                                    u"settlekeepUnlockSelected:"_s}));
-        QVERIFY(
-            isLogged({u"Populating Settlekeep preference type list..."_s,
-                      u"Locking selected Settlekeep prefs: "_s, u"Unlocking selected Settlekeep prefs: "_s,
-                      u"Trashing selected preferences: "_s, u"Settlekeep quick trash..."_s}));
     }
 
     void backups() {
@@ -108,7 +62,8 @@ private Q_SLOTS:
         const QString keys = m_controller->settlekeepSelectedPrefKeys().join(u',');
         QCOMPARE(m_controller->report().rows,
                  QList<QStringList>({{u"B"_s, u"one"_s, u"Known Good"_s, {}, {}, {}}}));
-        untickAll();
+        for (int row = 0; row < m_controller->settlekeepPrefArray().size(); ++row)
+            m_controller->setPrefSelected(row, -1, VLPrefItem::Off);
         m_controller->settlekeepQuickBackup();
         m_controller->settlekeepQuickBackupAction(u"Q"_s, 1);
         QVERIFY(join());
@@ -128,49 +83,9 @@ private Q_SLOTS:
         m_controller->settlekeepQuickBackupAction(QString(), 0);
         QVERIFY(join());
         QCOMPARE(one.sent().size(), 4);
-        const QString badName =
-            u"You must enter a backup name|You must enter a valid name for this backup."_s;
-        QCOMPARE(m_alerts, QStringList({u"No items selected|You must select at least one item to backup."_s,
-                                        badName, badName}));
-    }
-
-    void listSurvivesWhatClientsDo() {
-        addClient(u"good"_s, holding(oneBackup));
-        addClient(u"silent"_s, throwing);
-        addClient(u"list"_s, holding(QVariantList{1}));
-        addClient(u"odd"_s, holding(QVariantMap{{u"x"_s, 1}}));
-        QSignalSpy busy(m_controller.get(), &ToolController::busyChanged);
-        QVERIFY(refresh());
-        QCOMPARE(m_controller->settlekeepBackupArray().size(), 1);
-        QCOMPARE(m_controller->settlekeepBackupArray().first().value(u"hostname"_s), u"good.local."_s);
-        m_bench->services.clear();
-        QVERIFY(refresh());  // of nobody
-        addClient(u"one"_s, [this](const QString&, const QVariantList&) {
-            onMainThreadAndWait([this] { m_bench->progress.cancelStatusProgress(); });
-            return QVariant(QVariantMap());
-        });
-        QVERIFY(refresh());  // half a run counts for nothing
-        QCOMPARE(m_controller->settlekeepBackupArray().size(), 1);
-        QCOMPARE(busy.size(), 2);  // not while there is a list
-        QVERIFY(isLogged(
-            {u"Populating Settlekeep backups..."_s, u"Unable to get backup data."_s,
-             u"Backups of odd.local.: 1 of 1 entries left out, 0 values of a wrong kind ignored"_s}));
-    }
-
-    void restoreSendsPathOrData() {
-        const FakeProxy &one = addClient(u"one"_s), &owner = addClient(u"owner"_s, holding({})),
-                        &three = addClient(u"three"_s, throwing), &four = addClient(u"four"_s);
-        m_controller->settlekeepRestore({});
-        QVERIFY(restore(u"owner"_s));
-        const Sent remote{{u"settlekeepRestoreRemoteBackup:"_s, {QByteArray("zip")}}}, undo{{lastUndo, {}}};
-        QCOMPARE(three.sent(), remote);
-        for (const FakeProxy* other : {&one, &four})  // the loss of one stops nobody else
-            QCOMPARE(other->sent(), remote + undo);
-        QCOMPARE(owner.sent(), Sent({{u"settlekeepBackupData:"_s, {u"/b"_s}},
-                                     {u"settlekeepRestoreLocalBackup:"_s, {u"/b"_s}}}) +
-                                   undo);
-        QVERIFY(
-            isLogged({u"Restoring Settlekeep backup Good..."_s, u"Progress: Restoring backup on four..."_s}));
+        const QString badName = u"You must enter a backup name"_s;
+        QCOMPARE(m_alerts->asked, QStringList({u"No items selected"_s, badName, badName}));
+        QCOMPARE(m_alerts->details.last(), u"You must enter a valid name for this backup."_s);
     }
 
     void restoreThatTouchesNobody_data() {
@@ -191,7 +106,9 @@ private Q_SLOTS:
                 onMainThreadAndWait([this] { m_bench->progress.cancelAllProgress(); });
             return data;
         });
-        QVERIFY(restore(host) && isLogged({line}));
+        m_controller->settlekeepRestore(
+            {{u"hostname"_s, QString(host + ".local."_L1)}, {u"path"_s, u"/b"_s}, {u"name"_s, u"Good"_s}});
+        QVERIFY(join() && isLogged({line}));
         QVERIFY(other.sent().isEmpty() && !m_bench->progress.isProcessing());
     }
 };

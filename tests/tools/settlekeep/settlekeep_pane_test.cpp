@@ -1,6 +1,6 @@
 #include "foundation/VLUserDefaults.h"
+#include "support/AlertAnswers.h"
 #include "support/TestEnvironment.h"
-#include "system/VLAlert.h"
 #include "tools/settlekeep/SettlekeepController.h"
 #include "ui/SampleConsole.h"
 
@@ -82,13 +82,8 @@ private Q_SLOTS:
         // A refresh takes the backup away while its menu is open, and the selection changes under the
         // question.
         startNewLog();
-        QStringList asked;
-        VLAlert::setPresenter([&](const QVariantMap& alert, QObject*, const std::function<void(int)>& ended) {
-            asked << alert.value(u"messageText"_s).toString() << alert.value(u"informativeText"_s).toString();
-            m_console.controller->services().setSelectedServices({});
-            ended(VLAlert::DefaultReturn);
-            return [] {};
-        });
+        AlertAnswers alerts;
+        alerts.meanwhile = [&] { m_console.controller->services().setSelectedServices({}); };
         QTimer::singleShot(0, this, [&] {
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
             QVERIFY(menu);
@@ -99,9 +94,8 @@ private Q_SLOTS:
         });
         Q_EMIT table.customContextMenuRequested({5, 5});
         QTRY_VERIFY(logLines().contains(u"Restoring Settlekeep backup Alpha..."_s));
-        VLAlert::setPresenter({});
-        QCOMPARE(asked, QStringList({u"Restore “Alpha” on Bay?"_s,
-                                     u"The preferences in this backup replace those on Bay."_s}));
+        QCOMPARE(alerts.asked, QStringList{u"Restore “Alpha” on Bay?"_s});
+        QCOMPARE(alerts.details, QStringList{u"The preferences in this backup replace those on Bay."_s});
         m_console.controller->services().selectAll();
         m_console.find<QLineEdit>("settlekeepFilter")->setText(u"Alpha"_s);
         QVERIFY(!restore->isEnabled());

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "clients/VLService.h"
+
+#include <atomic>
+
+using namespace Qt::StringLiterals;
+
+/// A client without a network, in whatever state a test wants to see.
+class SampleService : public VLService {
+public:
+    SampleService(const QString& name, const QString& address, const QString& model = {})
+        : m_address(address) {
+        setName(name);
+        setHostName(name.toLower().replace(u' ', u'-') + u".local."_s);
+        m_port = 51000;
+        m_isConnected = true;
+        if (!model.isEmpty()) setIcon(iconForMacModel(model, {}));
+    }
+    [[nodiscard]] QString ipAddress() const override { return m_address; }
+    void connectOnThread(VLCallbackTargetPtr) override { ++reconnects; }
+    void disconnect() override { m_isConnected = false; }
+    void fetchInitialConfiguration(bool) override {}
+
+    void showNotConnected(const QString& reason, ConnectionFailure failure = ConnectionFailure::Other) {
+        m_isConnected = false;
+        m_spinning = false;
+        m_connectionError.set(reason);
+        m_connectionFailure = failure;
+    }
+    void showChangedIdentity(const QByteArray& certificate) {
+        showNotConnected(u"the agent shows another key"_s);
+        m_changedCertificate.set(certificate);
+    }
+    void showState(bool connected, ConnectionFailure failure, int code = 0) {
+        const bool isFine = failure == ConnectionFailure::None;
+        showNotConnected(isFine ? QString() : u"the reason"_s, failure);
+        m_isConnected = connected;
+        m_errorCode = code;
+    }
+    void showError(int code) { m_errorCode = code; }
+    void showConfiguration(const QVariantMap& configuration) { m_configDict.set(configuration); }
+
+    std::atomic<int> reconnects{0};
+
+private:
+    QString m_address;
+};
