@@ -276,18 +276,21 @@ void ToolPane::updateButtonsForAll() {
     m_bar->fit();
 }
 
+QString ToolPane::notNarrowed(int hidden) const {
+    return QStringLiteral("The filter does not narrow this: %1 not shown are changed as well.")
+        .arg(hidden == 1 ? QStringLiteral("1 %1 that is").arg(m_words.singular)
+                         : QStringLiteral("%1 %2 that are").arg(hidden).arg(m_words.plural));
+}
+
 void ToolPane::runForAll(const QString& verb, const std::function<void()>& action) {
     const int hidden = hiddenTotal();
     if (hidden == 0) return action();
-    const QString about =
-        QStringLiteral("The filter does not narrow this: %1 not shown are changed as well.")
-            .arg(hidden == 1 ? QStringLiteral("1 %1 that is").arg(m_words.singular)
-                             : QStringLiteral("%1 %2 that are").arg(hidden).arg(m_words.plural)) +
-        leftOutText(m_controller.context(), m_controller.context().selectedServices());
-    VLAlert::ask(forAll(verb) + u'?', QStringLiteral("%1 All %2").arg(verb).arg(rowTotal()), about, window(),
-                 [pane = QPointer(this), action] {
-                     if (pane) action();
-                 });
+    VLAlert::ask(
+        forAll(verb) + u'?', QStringLiteral("%1 All %2").arg(verb).arg(rowTotal()),
+        notNarrowed(hidden) + leftOutText(m_controller.context(), m_controller.context().selectedServices()),
+        window(), [pane = QPointer(this), action] {
+            if (pane) action();
+        });
 }
 
 // ---- Room and menus

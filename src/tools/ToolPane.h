@@ -81,6 +81,8 @@ protected:
     /// changes rows that are not to be seen. `verb`: "Enable".
     QToolButton* addButtonForAll(const QString& name, const QString& symbol, const QString& verb,
                                  std::function<void()> action);
+    /// What an action on rows says that the filter hides, be there one of them or more.
+    [[nodiscard]] QString notNarrowed(int hidden) const;
     [[nodiscard]] bool anyRows() const { return rowTotal() > 0; }
     /// What that button says in its tooltip: "Enable all 18 plug-ins on 4 computers".
     [[nodiscard]] QString forAll(const QString& verb) const;

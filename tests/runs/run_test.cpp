@@ -264,10 +264,11 @@ private Q_SLOTS:
     /// What an agent reports belongs to the run that is under way on its computer, and to no other.
     void reportsBelongToTheirRun() {
         Bench bench;
-        bench.addClients(2, [&bench](const QString&, const QVariantList&) {
+        bench.addClients(1, [&bench](const QString&, const QVariantList&) {
             bench.progress.runs().noteReport(u"c0.local."_s, {Outcome::Refused, u"locked"_s});
             return QVariant();
         });
+        bench.addClients(1);
         const RunPtr other = bench.progress.runs().begin({.isChange = true}, {bench.clients.first()});
         other->note(*bench.clients.first(), {Outcome::Done, {}});  // it goes on elsewhere
         const RunRecord record =

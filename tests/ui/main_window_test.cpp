@@ -247,7 +247,8 @@ private Q_SLOTS:
         auto* sheet = window().findChild<ProgressSheet*>();
         tasks.startProgress();
         QVERIFY(sheet->isVisible());
-        tasks.progressBarSetMaxValue(1);
+        tasks.progressBarSetMaxValue(2);
+        tasks.incrementProgress();
         QVERIFY(!tasks.sheet().indeterminate);
         tasks.incrementProgress();
         QVERIFY(tasks.sheet().indeterminate);  // all is done but the end

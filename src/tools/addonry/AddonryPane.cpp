@@ -34,12 +34,11 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
       m_currentUserItem(new QAction(QStringLiteral("Current User"), this)) {
     m_allUsersItem->setObjectName(QStringLiteral("addonryAllUsersItem"));
     m_currentUserItem->setObjectName(QStringLiteral("addonryCurrentUserItem"));
-    m_sync = bar().addButton(
-        QStringLiteral("addonrySyncBtn"), QStringLiteral("sync"), QStringLiteral("Synchronise"),
-        QStringLiteral("Bring the newest version of every plug-in that differs to all "
-                       "selected computers that answered, with the settings that most of "
-                       "them have"),
-        [this] { m_controller.addonrySyncAction(); });
+    addSyncButton(QStringLiteral("addonrySyncBtn"),
+                  QStringLiteral("Bring the newest version of every plug-in that differs to all "
+                                 "selected computers that answered, with the settings that most of "
+                                 "them have"),
+                  [this] { m_controller.addonrySyncAction(); });
     addButtonForAll(QStringLiteral("addonryEnableAllBtn"), QStringLiteral("on"), QStringLiteral("Enable"),
                     [this] { m_controller.addonryEnableAllAction(); });
     addButtonForAll(QStringLiteral("addonryDisableAllBtn"), QStringLiteral("off"), QStringLiteral("Disable"),
@@ -54,10 +53,6 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
 
 void AddonryView::installRows() {
     m_model->setRows(m_controller.addonryArray());
-}
-
-void AddonryView::updateActions() {
-    m_sync->setEnabled(anyDiffers());
 }
 
 // ---- Edits

@@ -16,7 +16,6 @@ public:
 protected:
     void installRows() override;
     void addMenuItems(QMenu& menu) override;
-    void updateActions() override;
     void check(const RowTarget& target, int column, bool on) override;
     void popUp(const Place& place, const QPoint& globalPosition) override;
 
@@ -28,5 +27,4 @@ private:
     AddonryController& m_controller;
     Model* m_model;
     QAction *m_allUsersItem, *m_currentUserItem;
-    QToolButton* m_sync;
 };

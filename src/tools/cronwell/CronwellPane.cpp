@@ -51,11 +51,10 @@ void CronwellView::buildButtons() {
         QStringLiteral("cronwellRemoveTaskBtn"), QStringLiteral("trash"), QStringLiteral("Remove…"),
         QStringLiteral("Delete the selected tasks from every computer that has them"),
         [this] { remove(selectedTasks()); });
-    m_sync = bar().addButton(
-        QStringLiteral("cronwellSyncBtn"), QStringLiteral("sync"), QStringLiteral("Synchronise"),
-        QStringLiteral("Give every task that differs the schedule that most computers have, "
-                       "and add it where it is missing"),
-        [this] { m_controller.cronwellSyncTasksAction(); });
+    addSyncButton(QStringLiteral("cronwellSyncBtn"),
+                  QStringLiteral("Give every task that differs the schedule that most computers have, "
+                                 "and add it where it is missing"),
+                  [this] { m_controller.cronwellSyncTasksAction(); });
     addButtonForAll(QStringLiteral("cronwellEnableAllBtn"), QStringLiteral("on"), QStringLiteral("Enable"),
                     [this] { m_controller.cronwellEnableAllAction(); });
     addButtonForAll(QStringLiteral("cronwellDisableAllBtn"), QStringLiteral("off"), QStringLiteral("Disable"),
@@ -71,9 +70,8 @@ void CronwellView::installRows() {
     m_model->setRows(m_controller.cronwellArray());
 }
 
-void CronwellView::updateActions() {
+void CronwellView::updateOwnActions() {
     m_add->setEnabled(!m_controller.context().selectedServices().isEmpty());
-    m_sync->setEnabled(anyDiffers());
     m_remove->setEnabled(!selectedTasks().isEmpty());
     m_removeButton->setEnabled(m_remove->isEnabled());
 }

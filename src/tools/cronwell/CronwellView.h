@@ -17,7 +17,7 @@ public:
 protected:
     void installRows() override;
     void addMenuItems(QMenu& menu) override;
-    void updateActions() override;
+    void updateOwnActions() override;
     void check(const RowTarget& target, int column, bool on) override;
 
 private:
@@ -32,5 +32,5 @@ private:
     Model* m_model;
     NewTaskSheet* m_newTask;
     QAction* m_remove;
-    QToolButton *m_add, *m_removeButton, *m_sync;
+    QToolButton *m_add, *m_removeButton;
 };

@@ -295,6 +295,13 @@ QVariant MergedOutlineModel::absentData(const Place& place, int column, int role
 
 // ---- Sorting and filtering
 
+int MergedOutlineModel::differingHidden() const {
+    int hidden = 0;
+    for (std::size_t row = 0; row < m_position.size(); ++row)
+        if (m_position[row] < 0 && differs(int(row))) ++hidden;
+    return hidden;
+}
+
 bool MergedOutlineModel::isShown(int row) const {
     if (m_differencesOnly && !differs(row)) return false;
     return m_filterText.isEmpty() || matches(row, m_filterText);

@@ -40,6 +40,8 @@ public:
     [[nodiscard]] RowTarget target(const Place& place) const;
     /// How many rows the clients that answered disagree about, or some of them lack.
     [[nodiscard]] int differingTotal() const { return m_differing; }
+    /// Of these the ones that the filter hides.
+    [[nodiscard]] int differingHidden() const;
     /// What the client in that place has; null for one that lacks it.
     [[nodiscard]] const ClientCopy* copy(const Place& place) const;
     [[nodiscard]] Place place(const QModelIndex& index) const;

@@ -1,10 +1,14 @@
 #include "tools/merged/MergedOutlineView.h"
 
+#include "system/VLAlert.h"
+#include "widgets/PaneBar.h"
 #include "widgets/SymbolIcon.h"
 
 #include <QGuiApplication>
 #include <QMenu>
+#include <QPointer>
 #include <QSet>
+#include <QToolButton>
 #include <QTreeView>
 
 #include <algorithm>
@@ -25,6 +29,36 @@ void MergedOutlineView::start(const QList<ColumnLayout>& layouts) {
             [this](const Place& place, int column, bool on) { check(m_model->target(place), column, on); });
     connect(&view(), &QAbstractItemView::clicked, this, &MergedOutlineView::clicked);
     ToolPane::start(m_model, m_model->columnNames(), MergedOutlineModel::KeyRole, layouts);
+}
+
+// ---- Making them alike
+
+void MergedOutlineView::addSyncButton(const QString& name, const QString& toolTip,
+                                      std::function<void()> action) {
+    m_sync = bar().addButton(name, QStringLiteral("sync"), QStringLiteral("Synchronise"), toolTip,
+                             [this, action = std::move(action)] { runSync(action); });
+}
+
+void MergedOutlineView::updateActions() {
+    if (m_sync) {
+        const int differing = m_model->differingTotal();
+        m_sync->setText(differing > 0 ? QStringLiteral("Synchronise %1").arg(differing)
+                                      : QStringLiteral("Synchronise"));
+        m_sync->setEnabled(differing > 0);
+        bar().fit();
+    }
+    updateOwnActions();
+}
+
+void MergedOutlineView::runSync(const std::function<void()>& action) {
+    const int hidden = m_model->differingHidden();
+    if (hidden == 0) return action();
+    const int all = m_model->differingTotal();
+    VLAlert::ask(QStringLiteral("Synchronise %1?").arg(counted(all, words().singular, words().plural)),
+                 QStringLiteral("Synchronise %1").arg(all), notNarrowed(hidden), window(),
+                 [pane = QPointer(this), action] {
+                     if (pane) action();
+                 });
 }
 
 void MergedOutlineView::applyFilter(const QString& text, bool differencesOnly) {

@@ -26,15 +26,22 @@ protected:
     /// An item of the context menu that changes what is selected.
     void addChangeItem(QMenu& menu, const char* symbol, const QString& text,
                        const std::function<void(const QList<RowTarget>&)>& change);
-    [[nodiscard]] bool anyDiffers() const { return m_model->differingTotal() > 0; }
+    /// A button that makes all rows alike that differ, whatever the filter shows: it says how many, and asks
+    /// before it changes rows that are not to be seen.
+    void addSyncButton(const QString& name, const QString& toolTip, std::function<void()> action);
     /// Collapses the rows that were changed as a whole.
     void collapse(const QList<RowTarget>& changed);
 
     void applyFilter(const QString& text, bool differencesOnly) override;
     [[nodiscard]] int rowTotal() const override { return m_model->rowTotal(); }
     [[nodiscard]] QString summary() const override;
+    /// The same as updateActions(), for what the tool adds.
+    virtual void updateOwnActions() {}
 
 private:
     void clicked(const QModelIndex& index);
+    void updateActions() final;
+    void runSync(const std::function<void()>& action);
     MergedOutlineModel* m_model;
+    QToolButton* m_sync = nullptr;
 };
