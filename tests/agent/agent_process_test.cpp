@@ -87,7 +87,7 @@ private Q_SLOTS:
             cause();
             return QTest::qWaitFor([&] { return effects().count(effect) > before; }, patience);
         };
-        QVERIFY(isEffectOf(u"maintenance"_s, [&] { static_cast<void>(runAgent({"--request-maintenance"})); }));
+        QVERIFY(isEffectOf(u"maintenance"_s, [&] { (void)runAgent({"--request-maintenance"}); }));
         QVERIFY(isEffectOf(u"no maintenance"_s, [&] { perform("cancelMaintenanceRequest"); }));
         QVERIFY(isEffectOf(u"1 updates"_s, [&] { perform("fetchSoftwareUpdateAvailableUpdateCount"); }));
         QVERIFY(isEffectOf(u"4 logs"_s, [&] { perform("crashLogsSinceDate:delegate:", {{}, reference}); }));
