@@ -43,13 +43,6 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions a
     m_errors->setFocusPolicy(Qt::TabFocus);
     m_errors->setToolTip(QStringLiteral("Open the error log"));
     m_errors->hide();
-    // A bar that comes and goes must not move what stands beside it.
-    for (QWidget* widget : {static_cast<QWidget*>(m_progress), static_cast<QWidget*>(m_cancel)}) {
-        QSizePolicy policy = widget->sizePolicy();
-        policy.setRetainSizeWhenHidden(true);
-        widget->setSizePolicy(policy);
-    }
-
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(Metrics::unit * 2, 1, Metrics::unit, 0);
     layout->setSpacing(Metrics::unit * 1.5);
@@ -91,6 +84,16 @@ QToolButton* StatusPanel::addAction(const char* objectName, const QString& title
     return button;
 }
 
+/// A bar that comes and goes must not move what stands beside it; what became of a run needs its room.
+void StatusPanel::keepRoomForBar(bool keeps) {
+    for (QWidget* widget : {static_cast<QWidget*>(m_progress), static_cast<QWidget*>(m_cancel)}) {
+        QSizePolicy policy = widget->sizePolicy();
+        if (policy.retainSizeWhenHidden() == keeps) continue;
+        policy.setRetainSizeWhenHidden(keeps);
+        widget->setSizePolicy(policy);
+    }
+}
+
 void StatusPanel::setContentBorderThickness(int points) {
     setFixedHeight(qMax(points, m_cancel->height() + 6));
 }
@@ -111,6 +114,7 @@ void StatusPanel::renewRuns() {
     m_remark->setText(remark.isEmpty() ? QString() : QStringLiteral("· %1").arg(remark));
     m_stopWaiting->setVisible(!m_runs.awaited().isEmpty());
     m_details->setVisible(showsLast);
+    keepRoomForBar(!showsLast);
     const bool isMerelyRest =
         showsLast && last->successCount() + last->count(Outcome::LeftOut) == last->outcomes.size();
     m_retry->setText(isMerelyRest ? QStringLiteral("Run on the Rest") : QStringLiteral("Retry Failed"));

@@ -42,6 +42,7 @@ private:
                                          const QString& toolTip);
     void renew();
     void renewRuns();
+    void keepRoomForBar(bool keeps);
 
     TaskThreads& m_taskThreads;
     RunStatus& m_runs;

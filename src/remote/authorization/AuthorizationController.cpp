@@ -34,7 +34,7 @@ bool isStoredFor(const RemoteClient& service) {
 PasswordStore PasswordStore::keychain() {
     PasswordStore store;
     store.add = [](const QString& user, const QString& host, const Secret& password) {
-        VLKeychain::addKeychainItem(serviceName, itemKind, user, password, host);
+        return VLKeychain::addKeychainItem(serviceName, itemKind, user, password, host);
     };
     store.password = [](const QString& user, const QString& host) {
         return VLKeychain::getPasswordFromKeychainItem(serviceName, itemKind, user, host);

@@ -23,7 +23,7 @@ class RemoteRunner;
 
 /// Where passwords are stored between sessions, by user and host. Called on workers.
 struct PasswordStore {
-    std::function<void(const QString& user, const QString& host, const Secret& password)> add;
+    std::function<bool(const QString& user, const QString& host, const Secret& password)> add;
     std::function<std::optional<Secret>(const QString& user, const QString& host)> password;
     std::function<void(const QString& user, const QString& host)> remove;
     std::function<void()> removeAll;

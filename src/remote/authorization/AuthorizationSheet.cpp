@@ -173,8 +173,9 @@ void AuthorizationController::take(const EntryPtr& entry) {
     }
     if (entry->addToKeychain && !entry->password.isEmpty()) {
         onKeychainLater([add = m_environment.passwords.add, hosts, entry] {
+            // Whoever would not unlock the keychain is not asked again for each of the others.
             for (const QString& host : hosts)
-                add(entry->credentials.authName, host, entry->password);
+                if (!add(entry->credentials.authName, host, entry->password)) return;
         });
     }
     defaults.setObject(users, usersKey);

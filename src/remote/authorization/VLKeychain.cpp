@@ -235,7 +235,8 @@ ValuePtr value(const Secret& password) {
     return ValuePtr(secret_value_new(password.c_str(), password.view().size(), "text/plain"));
 }
 
-void addToService(Call& call, const Attributes& attributes, const Secret& password) {
+/// False also when the user would not unlock or make the keychain.
+bool addToService(Call& call, const Attributes& attributes, const Secret& password) {
     const QByteArray label =
         QStringLiteral("%1: %2, %3").arg(attributes.service, attributes.account, attributes.host).toUtf8();
     const TablePtr names = table(attributes);
@@ -245,8 +246,9 @@ void addToService(Call& call, const Attributes& attributes, const Secret& passwo
         secret_service_store(call.service(), schema(), names.get(), SECRET_COLLECTION_DEFAULT,
                              label.constData(), secret.get(), cancellable, callback, data);
     });
-    secret_service_store_finish(call.service(), result, error);
+    const bool isStored = secret_service_store_finish(call.service(), result, error);
     if (error.isSet()) VLLog::appendLog(QStringLiteral("Error creating new item: %d\n"), error.code());
+    return isStored;
 }
 
 void modifyInService(Call& call, const Attributes& attributes, const Secret& password) {
@@ -288,17 +290,20 @@ SessionItem* sessionItem(std::list<SessionItem>& items, const Attributes& attrib
 
 }  // namespace
 
-void VLKeychain::addKeychainItem(const QString& serviceName, const QString& itemKind, const QString& username,
+bool VLKeychain::addKeychainItem(const QString& serviceName, const QString& itemKind, const QString& username,
                                  const Secret& password, const QString& hostname) {
     const Attributes attributes{serviceName, itemKind, username, hostname};
+    bool isStored = false;
     onWorker([&](Call& call) {
         auto* items = call.sessionItems();
-        if (!items) return addToService(call, attributes, password);
+        isStored = items || addToService(call, attributes, password);
+        if (!items) return;
         if (SessionItem* item = sessionItem(*items, attributes))
             item->password = Secret(password.view());
         else
             items->push_back({attributes, Secret(password.view())});
     });
+    return isStored;
 }
 
 bool VLKeychain::checkForExistenceOfKeychainItem(const QString& serviceName, const QString& itemKind,
