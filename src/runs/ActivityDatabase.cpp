@@ -5,11 +5,14 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QSqlError>
 #include <QUuid>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 
 #include <algorithm>
 #include <array>
@@ -129,9 +132,44 @@ void demandRegularFile(const QString& path) {
     throw ActivityError(ActivityError::Kind::Failed, QStringLiteral("%1: not a regular file").arg(path));
 }
 
+/// Also what some program serves, which usually is another machine's folder.
+bool mayBeOnOtherMachines(const QString& path) {
+    constexpr quint32 lustre = 0x0bd00bd0, gfs2 = 0x01161970;
+    constexpr std::array<quint32, 13> types{NFS_SUPER_MAGIC,
+                                            SMB_SUPER_MAGIC,
+                                            CIFS_SUPER_MAGIC,
+                                            SMB2_SUPER_MAGIC,
+                                            FUSE_SUPER_MAGIC,
+                                            AFS_SUPER_MAGIC,
+                                            AFS_FS_MAGIC,
+                                            CODA_SUPER_MAGIC,
+                                            V9FS_MAGIC,
+                                            CEPH_SUPER_MAGIC,
+                                            OCFS2_SUPER_MAGIC,
+                                            lustre,
+                                            gfs2};
+    struct statfs information {};
+    if (::statfs(QFile::encodeName(path).constData(), &information) != 0) failWith(path, errno);
+    return std::find(types.begin(), types.end(), quint32(information.f_type)) != types.end();
+}
+
 QString damagedName(const QString& path, int number) {
     return path + (number == 1 ? QStringLiteral(".damaged") : QStringLiteral(".damaged-%1").arg(number));
 }
+
+/// While somebody puts a damaged file and its companions away, nobody begins a new one: its companions would
+/// go with the old ones. Where no lock can be made, as on a full disk, this is left to luck.
+class Turn {
+public:
+    explicit Turn(const QString& path) : m_lock(path + QStringLiteral(".lock")) {
+        if (m_lock.tryLock(busyMilliseconds) || m_lock.error() != QLockFile::LockFailedError) return;
+        throw ActivityError(ActivityError::Kind::Busy,
+                            QStringLiteral("%1: another process is opening it").arg(path));
+    }
+
+private:
+    QLockFile m_lock;
+};
 
 const QString runColumns = QStringLiteral(
     "key, id, started, ended, user, tool, action, action_done, subject, is_change, undo_of, retry_of, "
@@ -161,6 +199,33 @@ RunSummary summaryOf(const QSqlQuery& row) {
     summary.isUndoable = row.value(13).toBool();
     summary.isTakenBack = row.value(14).toBool();
     return summary;
+}
+
+/// Per computer; empty where there is nothing, or where it cannot be kept.
+QList<QByteArray> keptUndo(const RunRecord& record) {
+    QList<QByteArray> kept;
+    kept.reserve(record.outcomes.size());
+    qsizetype total = 0;
+    int lost = 0;
+    for (const HostOutcome& host : record.outcomes) {
+        QByteArray bytes = UndoData::toBytes(host.undo);
+        if (total + bytes.size() > UndoData::largestOfRun) bytes.clear();
+        if (bytes.isEmpty() && !host.undo.isEmpty()) ++lost;
+        total += bytes.size();
+        kept << std::move(bytes);
+    }
+    if (lost > 0)
+        VLLog::appendLog(QStringLiteral("What takes \"%@\" back cannot be kept for %i computers"),
+                         record.action, lost);
+    return kept;
+}
+
+/// Else it would look as if the tool knew no way back.
+QString withoutUndo(const QString& reason) {
+    const QString remark = QStringLiteral("cannot be taken back");
+    if (reason.isEmpty()) return remark;
+    const QString separator = QStringLiteral(" · ");
+    return bounded(reason, longestText - separator.size() - remark.size()) + separator + remark;
 }
 
 /// What a list of runs is asked with.
@@ -226,6 +291,7 @@ ActivityDatabase::~ActivityDatabase() {
 
 void ActivityDatabase::connectToFile() {
     makeFolder(QFileInfo(m_path).absolutePath());
+    const Turn turn(m_path);
     demandRegularFile(m_path);
     for (const char* companion : companions)
         demandRegularFile(m_path + QLatin1String(companion));
@@ -239,9 +305,7 @@ void ActivityDatabase::connectToFile() {
     m_inode = information.st_ino;
 
     execute(QStringLiteral("PRAGMA auto_vacuum = INCREMENTAL"));  // counts for a new file only
-    execute(QStringLiteral("PRAGMA journal_mode = WAL"));
-    // A process that is killed loses nothing; a power failure may take the last runs, never part of one.
-    execute(QStringLiteral("PRAGMA synchronous = NORMAL"));
+    chooseJournal();
     execute(QStringLiteral("PRAGMA journal_size_limit = 8388608"));
     execute(QStringLiteral("PRAGMA cache_size = -16384"));
     execute(QStringLiteral("PRAGMA secure_delete = FAST"));
@@ -252,7 +316,26 @@ void ActivityDatabase::connectToFile() {
     if (version > schemaVersion)
         throw ActivityError(ActivityError::Kind::Failed,
                             QStringLiteral("%1: written by a newer version of Orlendo").arg(m_path));
+    // Files of the first versions lack it.
+    execute(QStringLiteral("CREATE INDEX IF NOT EXISTS run_reading ON run (key) WHERE %1")
+                .arg(QLatin1String(isPlainReading)));
     prepareInserts();
+}
+
+/// A process that is killed loses nothing; a power failure may take the last runs, never part of one.
+///
+/// The write-ahead log lies in memory that its users share. Between two machines there is none: both would
+/// damage the file.
+void ActivityDatabase::chooseJournal() {
+    const bool isShared = mayBeOnOtherMachines(m_path);
+    const QString mode = isShared ? QStringLiteral("delete") : QStringLiteral("wal");
+    const QString answer = value(QStringLiteral("PRAGMA journal_mode = %1").arg(mode)).toString();
+    if (isShared && answer != mode)
+        throw ActivityError(ActivityError::Kind::Busy,
+                            QStringLiteral("%1: in use in a way that a network does not bear").arg(m_path));
+    const bool isLog = answer == QStringLiteral("wal");
+    execute(QStringLiteral("PRAGMA synchronous = %1")
+                .arg(isLog ? QStringLiteral("NORMAL") : QStringLiteral("FULL")));
 }
 
 /// Once, whoever comes first.
@@ -272,7 +355,6 @@ void ActivityDatabase::createSchema() {
              "NOT NULL, is_undoable INTEGER NOT NULL, folded TEXT NOT NULL)",
              "CREATE INDEX run_tool ON run (tool)",
              "CREATE INDEX run_undo ON run (undo_of) WHERE undo_of <> ''",
-             "CREATE INDEX run_reading ON run (key) WHERE NOT is_change AND kinds & ~1 = 0",
              "CREATE TABLE outcome (run INTEGER NOT NULL, position INTEGER NOT NULL, computer INTEGER NOT "
              "NULL, kind INTEGER NOT NULL, reason TEXT, PRIMARY KEY (run, position)) WITHOUT ROWID",
              "CREATE INDEX outcome_computer ON outcome (computer, run)",
@@ -305,6 +387,7 @@ bool ActivityDatabase::isReplaced() const {
 }
 
 void ActivityDatabase::keepDamagedFile() const {
+    const Turn turn(m_path);
     if (isReplaced()) return;
     const QByteArray from = QFile::encodeName(m_path);
     for (int number = 1; number <= mostDamagedFiles; ++number) {
@@ -355,6 +438,7 @@ QVariant ActivityDatabase::value(const QString& sql, const QVariantList& values)
 // MARK: Writing
 
 void ActivityDatabase::insert(const RunRecord& record) {
+    const QList<QByteArray> undo = keptUndo(record);  // takes its time, in which others may write
     Transaction transaction(*this);
     if (contains(bounded(record.id, longestName))) return;
     // Somebody else may have removed computers that no run names any more.
@@ -364,7 +448,7 @@ void ActivityDatabase::insert(const RunRecord& record) {
     }
     const qint64 key = freeKey(record.started);
     try {
-        insertOutcomes(key, record);
+        insertOutcomes(key, record, undo);
         insertRun(key, record);
         transaction.commit();
     } catch (const ActivityError&) {
@@ -404,33 +488,24 @@ qint64 ActivityDatabase::computerId(const HostOutcome& host) {
     return m_computers[names] = id.toLongLong();
 }
 
-void ActivityDatabase::insertOutcomes(qint64 key, const RunRecord& record) {
-    qsizetype undoBytes = 0;
-    int lost = 0;
+void ActivityDatabase::insertOutcomes(qint64 key, const RunRecord& record, const QList<QByteArray>& undo) {
     for (qsizetype position = 0; position < record.outcomes.size(); ++position) {
         const HostOutcome& host = record.outcomes.at(position);
-        const QString reason = bounded(host.outcome.reason, longestText);
+        const bool isLost = undo.at(position).isEmpty() && !host.undo.isEmpty();
+        const QString reason =
+            isLost ? withoutUndo(host.outcome.reason) : bounded(host.outcome.reason, longestText);
         m_inserts->outcome.bindValue(0, key);
         m_inserts->outcome.bindValue(1, position);
         m_inserts->outcome.bindValue(2, computerId(host));
         m_inserts->outcome.bindValue(3, numberOf(host.outcome.kind));
         m_inserts->outcome.bindValue(4, reason.isEmpty() ? QVariant() : reason);
         if (!m_inserts->outcome.exec()) fail(m_path, m_inserts->outcome.lastError());
-        if (host.undo.isEmpty()) continue;
-        const QByteArray undo = UndoData::toBytes(host.undo);
-        undoBytes += undo.size();
-        if (undo.isEmpty() || undoBytes > UndoData::largestOfRun) {
-            ++lost;
-            continue;
-        }
+        if (undo.at(position).isEmpty()) continue;
         m_inserts->undo.bindValue(0, key);
         m_inserts->undo.bindValue(1, position);
-        m_inserts->undo.bindValue(2, undo);
+        m_inserts->undo.bindValue(2, undo.at(position));
         if (!m_inserts->undo.exec()) fail(m_path, m_inserts->undo.lastError());
     }
-    if (lost > 0)
-        VLLog::appendLog(QStringLiteral("What takes \"%@\" back is too large to be kept for %i computers"),
-                         record.action, lost);
 }
 
 void ActivityDatabase::insertRun(qint64 key, const RunRecord& record) {

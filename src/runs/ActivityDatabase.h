@@ -71,11 +71,12 @@ public:
 private:
     explicit ActivityDatabase(const QString& path);
     void connectToFile();
+    void chooseJournal();
     void createSchema();
     void prepareInserts();
     [[nodiscard]] qint64 freeKey(const QDateTime& started);
     [[nodiscard]] qint64 computerId(const HostOutcome& host);
-    void insertOutcomes(qint64 key, const RunRecord& record);
+    void insertOutcomes(qint64 key, const RunRecord& record, const QList<QByteArray>& undo);
     void insertRun(qint64 key, const RunRecord& record);
     [[nodiscard]] bool contains(const QString& runId);
     [[nodiscard]] ActivityKeys keysToPrune(const ActivityLimits& limits);

@@ -11,6 +11,47 @@ constexpr int pageSize = 100;
 constexpr int mostWantedPages = 4;  // of a scroll bar that is dragged past all of them
 constexpr int mostSummaries = 5'000;
 constexpr std::chrono::milliseconds pauseBetweenReadings{500};
+constexpr std::size_t mostMoved = 50'000'000;  // rows; what that takes is not felt yet
+
+/// Rows in succession.
+struct Stretch {
+    std::size_t first = 0, count = 0;
+};
+
+/// What `other` lacks. Both are sorted, newest first.
+std::vector<Stretch> stretchesOnlyIn(const ActivityKeys& keys, const ActivityKeys& other) {
+    std::vector<Stretch> stretches;
+    auto next = other.begin();
+    for (std::size_t row = 0; row < keys.size(); ++row) {
+        next =
+            std::find_if(next, other.end(), [key = keys[row]](qint64 candidate) { return candidate <= key; });
+        if (next != other.end() && *next == keys[row]) continue;
+        if (stretches.empty() || stretches.back().first + stretches.back().count != row)
+            stretches.push_back({row, 0});
+        ++stretches.back().count;
+    }
+    return stretches;
+}
+
+QString textOf(const RunSummary& summary, int column,
+               const std::function<QString(const QString&)>& toolTitle) {
+    switch (column) {
+        case ActivityModel::Time:
+            return QLocale().toString(summary.run.started.toLocalTime(), QLocale::ShortFormat);
+        case ActivityModel::Tool:
+            return toolTitle(summary.run.tool);
+        case ActivityModel::Action:
+            return summary.run.action;
+        case ActivityModel::Subject:
+            return summary.run.subject;
+        case ActivityModel::Summary:
+            return summary.sentence();
+        case ActivityModel::User:
+            return summary.run.user;
+        default:
+            return {};
+    }
+}
 
 }  // namespace
 
@@ -52,6 +93,7 @@ void ActivityModel::setFilter(const ActivityFilter& filter) {
 
 /// A few times a second at most.
 void ActivityModel::readSoon() {
+    ++m_version;
     m_hasChanged = true;
     if (m_isActive && !m_pause.isActive()) readKeys();
 }
@@ -63,8 +105,9 @@ void ActivityModel::readKeys() {
         return;
     }
     m_isReadingKeys = true;
-    const auto query = [filter = m_filter](ActivityDatabase& database) {
+    const auto query = [filter = m_filter, version = m_version](ActivityDatabase& database) {
         Rows rows;
+        rows.version = version;
         rows.keys = database.keys(filter);
         const auto page = std::min<std::ptrdiff_t>(pageSize, std::ssize(rows.keys));
         rows.first = database.summaries({rows.keys.begin(), rows.keys.begin() + page});
@@ -82,7 +125,7 @@ void ActivityModel::install(ActivityAnswer<Rows> answer, bool isOtherFilter) {
     m_isLoading = false;
     m_error = answer.error;
     if (!m_error.isEmpty()) answer.value = {};
-    keep(answer.value.first);
+    keep(answer.value.first, answer.value.version);
     if (isOtherFilter) {
         beginResetModel();
         m_keys = std::move(answer.value.keys);
@@ -90,37 +133,35 @@ void ActivityModel::install(ActivityAnswer<Rows> answer, bool isOtherFilter) {
     } else {
         replaceKeys(std::move(answer.value.keys));
     }
-    // A run may have been taken back since it was read.
+    // Whoever shows them asks for what is out of date.
     if (!m_keys.empty()) Q_EMIT dataChanged(index(0, 0), index(int(m_keys.size()) - 1, ColumnCount - 1));
     Q_EMIT loaded();
 }
 
-/// New runs come at the beginning and old ones go at the end; anything else is rare, and reset.
+/// What stays keeps its place in the view and in the selection: a run that took long comes in below later
+/// ones, and readings go from between the changes.
 void ActivityModel::replaceKeys(ActivityKeys keys) {
     if (keys == m_keys) return;
-    const auto isNewer = [](qint64 key, const ActivityKeys& list) {
-        return list.empty() || key > list.front();
-    };
-    const auto added =
-        std::find_if(keys.begin(), keys.end(), [&](qint64 key) { return !isNewer(key, m_keys); });
-    const auto kept = std::distance(added, keys.end());
-    const bool isUsual = !m_keys.empty() && kept > 0 && kept <= std::ssize(m_keys) &&
-                         std::equal(added, keys.end(), m_keys.begin());
-    if (!isUsual) {
+    const std::vector<Stretch> gone = stretchesOnlyIn(m_keys, keys), added = stretchesOnlyIn(keys, m_keys);
+    if ((gone.size() + added.size()) * std::max(keys.size(), m_keys.size()) > mostMoved) {
         beginResetModel();
         m_keys = std::move(keys);
         endResetModel();
         return;
     }
-    if (kept < std::ssize(m_keys)) {
-        beginRemoveRows({}, int(kept), int(m_keys.size()) - 1);
-        m_keys.resize(std::size_t(kept));
+    for (auto stretch = gone.rbegin(); stretch != gone.rend(); ++stretch) {
+        const auto first = m_keys.begin() + std::ptrdiff_t(stretch->first);
+        beginRemoveRows({}, int(stretch->first), int(stretch->first + stretch->count) - 1);
+        m_keys.erase(first, first + std::ptrdiff_t(stretch->count));
         endRemoveRows();
     }
-    if (added == keys.begin()) return;
-    beginInsertRows({}, 0, int(std::distance(keys.begin(), added)) - 1);
-    m_keys = std::move(keys);
-    endInsertRows();
+    for (const Stretch& stretch : added) {
+        const auto first = keys.begin() + std::ptrdiff_t(stretch.first);
+        beginInsertRows({}, int(stretch.first), int(stretch.first + stretch.count) - 1);
+        m_keys.insert(m_keys.begin() + std::ptrdiff_t(stretch.first), first,
+                      first + std::ptrdiff_t(stretch.count));
+        endInsertRows();
+    }
 }
 
 int ActivityModel::rowOf(qint64 key) const {
@@ -131,7 +172,10 @@ int ActivityModel::rowOf(qint64 key) const {
 // MARK: What the rows show
 
 const RunSummary* ActivityModel::summaryAt(int row) const {
-    return m_summaries.object(m_keys.at(std::size_t(row)));
+    const qint64 key = m_keys.at(std::size_t(row));
+    if (!isUpToDate(key)) want(row);
+    const Kept* const kept = m_summaries.object(key);
+    return kept ? &kept->summary : nullptr;
 }
 
 void ActivityModel::want(int row) const {
@@ -147,23 +191,27 @@ void ActivityModel::readWanted() {
     ActivityKeys keys;
     for (const int page : std::exchange(m_wantedPages, {}))
         for (int row = page * pageSize; row < std::min((page + 1) * pageSize, rowCount()); ++row)
-            if (const qint64 key = m_keys.at(std::size_t(row)); !m_summaries.contains(key))
-                keys.push_back(key);
+            if (const qint64 key = m_keys.at(std::size_t(row)); !isUpToDate(key)) keys.push_back(key);
     if (keys.empty()) return;
     m_isReadingPage = true;
     const auto query = [keys](ActivityDatabase& database) { return database.summaries(keys); };
-    m_store.read(this, query, [this](const ActivityAnswer<QList<RunSummary>>& answer) {
+    m_store.read(this, query, [this, version = m_version](const ActivityAnswer<QList<RunSummary>>& answer) {
         m_isReadingPage = false;
-        keep(answer.value);
+        keep(answer.value, version);
         if (!answer.value.isEmpty() && !m_keys.empty())
             Q_EMIT dataChanged(index(0, 0), index(int(m_keys.size()) - 1, ColumnCount - 1));
         readWanted();
     });
 }
 
-void ActivityModel::keep(const QList<RunSummary>& summaries) {
+void ActivityModel::keep(const QList<RunSummary>& summaries, int version) {
     for (const RunSummary& summary : summaries)
-        m_summaries.insert(summary.key, new RunSummary(summary));
+        m_summaries.insert(summary.key, new Kept{summary, version});
+}
+
+bool ActivityModel::isUpToDate(qint64 key) const {
+    const Kept* const kept = m_summaries.object(key);
+    return kept && kept->version == m_version;
 }
 
 int ActivityModel::rowCount(const QModelIndex& parent) const {
@@ -174,30 +222,13 @@ int ActivityModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : ColumnCount;
 }
 
-QString ActivityModel::text(const RunSummary& summary, int column) const {
-    switch (column) {
-        case Time:
-            return QLocale().toString(summary.run.started.toLocalTime(), QLocale::ShortFormat);
-        case Tool:
-            return m_toolTitle(summary.run.tool);
-        case Action:
-            return summary.run.action;
-        case Subject:
-            return summary.run.subject;
-        case Summary:
-            return summary.sentence();
-        case User:
-            return summary.run.user;
-        default:
-            return {};
-    }
-}
-
-QStringList ActivityModel::cellsOf(const RunSummary& summary) const {
-    QStringList cells;
-    for (int column = 0; column < ColumnCount; ++column)
-        cells << text(summary, column);
-    return cells;
+std::function<QStringList(const RunSummary&)> ActivityModel::formatter() const {
+    return [toolTitle = m_toolTitle](const RunSummary& summary) {
+        QStringList cells;
+        for (int column = 0; column < ColumnCount; ++column)
+            cells << textOf(summary, column, toolTitle);
+        return cells;
+    };
 }
 
 QVariant ActivityModel::data(const QModelIndex& index, int role) const {
@@ -208,11 +239,9 @@ QVariant ActivityModel::data(const QModelIndex& index, int role) const {
     if (!isAsked) return {};
     const RunSummary* const summary = summaryAt(index.row());
     if (role == IsLoadedRole) return summary != nullptr;
-    if (!summary) {
-        want(index.row());
+    if (!summary)
         return role == Qt::DisplayRole && index.column() == Time ? QVariant(QStringLiteral("…")) : QVariant();
-    }
-    if (role == Qt::DisplayRole) return text(*summary, index.column());
+    if (role == Qt::DisplayRole) return textOf(*summary, index.column(), m_toolTitle);
     if (role == KindRole) return int(summary->counts.worst());
     if (role == ToolRole) return summary->run.tool;
     if (index.column() == Time)

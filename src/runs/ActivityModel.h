@@ -38,9 +38,9 @@ public:
     /// Why the file could not be read; empty when it could.
     [[nodiscard]] const QString& error() const { return m_error; }
     [[nodiscard]] QString toolTitle(const QString& tool) const { return m_toolTitle(tool); }
-    /// The cells of a run, as they are shown.
-    [[nodiscard]] QStringList cellsOf(const RunSummary& summary) const;
-    /// Null while it is still being read.
+    /// Gives the cells of a run as they are shown, on any thread.
+    [[nodiscard]] std::function<QStringList(const RunSummary&)> formatter() const;
+    /// Null while it is still being read; one that may be out of date is read again.
     [[nodiscard]] const RunSummary* summaryAt(int row) const;
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
@@ -55,6 +55,11 @@ private:
     struct Rows {
         ActivityKeys keys;
         QList<RunSummary> first;  ///< what comes into view first
+        int version = 0;
+    };
+    struct Kept {
+        RunSummary summary;
+        int version = 0;
     };
     void readSoon();
     void readKeys();
@@ -62,14 +67,15 @@ private:
     void replaceKeys(ActivityKeys keys);
     void want(int row) const;
     void readWanted();
-    void keep(const QList<RunSummary>& summaries);
-    [[nodiscard]] QString text(const RunSummary& summary, int column) const;
+    void keep(const QList<RunSummary>& summaries, int version);
+    [[nodiscard]] bool isUpToDate(qint64 key) const;
 
     ActivityStore& m_store;
     const std::function<QString(const QString&)> m_toolTitle;
     ActivityFilter m_filter;
     ActivityKeys m_keys;
-    mutable QCache<qint64, RunSummary> m_summaries;
+    mutable QCache<qint64, Kept> m_summaries;
+    int m_version = 0;                 ///< of the file: what was read before may have been taken back since
     mutable QList<int> m_wantedPages;  ///< the one asked for last is the last
     mutable QTimer m_wantTimer;
     QTimer m_pause;  ///< between two readings of the keys

@@ -4,6 +4,7 @@
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
+#include "runs/UndoData.h"
 #include "system/VLLocalPaths.h"
 
 #include <unistd.h>
@@ -18,8 +19,8 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t mostRuns = 1'000;  // that wait to be written
-constexpr qint64 mostComputers = 200'000;
+constexpr std::size_t mostRuns = 1'000;    // that wait to be written
+constexpr qint64 mostBytes = 256LL << 20;  // that they take
 constexpr milliseconds firstPause{250}, longestPause{30'000};
 constexpr milliseconds lookInterval{300};
 constexpr std::chrono::hours pruneInterval{1};
@@ -64,9 +65,21 @@ using Look = std::pair<int, qint64>;
 
 enum class Written { Kept, Rejected, NotNow };
 
-qint64 costOf(const RunRecord& record) {
-    return record.outcomes.size() + 1;
+/// About how much memory it takes.
+qint64 bytesIn(const RunRecord& record) {
+    qint64 bytes = sizeof(RunRecord);
+    for (const HostOutcome& host : record.outcomes) {
+        const qsizetype letters = host.hostName.size() + host.name.size() + host.outcome.reason.size();
+        bytes += qint64(sizeof(HostOutcome)) + letters * qint64(sizeof(QChar));
+        if (!host.undo.isEmpty()) bytes += UndoData::bytesIn(host.undo);
+    }
+    return bytes;
 }
+
+struct Waiting {
+    std::shared_ptr<const RunRecord> run;
+    qint64 bytes = 0;
+};
 
 }  // namespace
 
@@ -78,8 +91,8 @@ struct ActivityStore::State {
 
     std::mutex mutex;
     std::condition_variable changed;
-    std::deque<std::shared_ptr<const RunRecord>> toWrite;
-    qint64 waitingComputers = 0;
+    std::deque<Waiting> toWrite;
+    qint64 waitingBytes = 0;
     quint64 added = 0, finished = 0, lost = 0;  ///< runs
     std::deque<Reading> toRead;
     QString problem;
@@ -131,7 +144,7 @@ bool ActivityStore::State::waitForWork(std::unique_lock<std::mutex>& lock, Clock
 
 void ActivityStore::State::finishFirst(bool isKept) {
     const std::lock_guard lock(mutex);
-    waitingComputers -= costOf(*toWrite.front());
+    waitingBytes -= toWrite.front().bytes;
     toWrite.pop_front();
     ++finished;
     if (!isKept) ++lost;
@@ -182,7 +195,7 @@ void ActivityStore::State::write() {
     int sincePruning = 0;
     std::unique_lock lock(mutex);
     while (waitForWork(lock, pruneTime)) {
-        const auto record = toWrite.empty() ? nullptr : toWrite.front();
+        const auto record = toWrite.empty() ? nullptr : toWrite.front().run;
         const bool isLast = isClosed;
         lock.unlock();
         const Written written = record ? tryToWrite(file, *record) : Written::Kept;
@@ -252,7 +265,9 @@ void ActivityStore::State::read() {
 // MARK: The store
 
 ActivityStore::ActivityStore(const QString& path, std::function<ActivityLimits()> limits, QObject* parent)
-    : QObject(parent), m_state(std::make_shared<State>(path, std::move(limits), this)) {}
+    : QObject(parent), m_state(std::make_shared<State>(path, std::move(limits), this)) {
+    startWriting();
+}
 
 ActivityStore::~ActivityStore() {
     close();
@@ -268,8 +283,8 @@ ActivityLimits ActivityStore::storedLimits() {
         return std::clamp(defaults.integerForKey(key), qlonglong(1), most);
     };
     ActivityLimits limits;
-    limits.days = int(bounded(QStringLiteral("activityDays"), 36'500));
-    limits.bytes = bounded(QStringLiteral("activityMegabytes"), 1'000'000) << 20;
+    limits.days = int(bounded(QStringLiteral("activityDays"), mostDays));
+    limits.bytes = bounded(QStringLiteral("activityMegabytes"), mostMegabytes) << 20;
     return limits;
 }
 
@@ -279,17 +294,17 @@ const QString& ActivityStore::path() const {
 
 void ActivityStore::add(RunRecord record) {
     const auto run = std::make_shared<const RunRecord>(std::move(record));
+    const qint64 bytes = bytesIn(*run);
     State& state = *m_state;
-    bool isLost = false, starts = false;
+    bool isLost = false;
     {
         const std::lock_guard lock(state.mutex);
         isLost = state.isClosed || state.toWrite.size() >= mostRuns ||
-                 (!state.toWrite.empty() && state.waitingComputers + costOf(*run) > mostComputers);
+                 (!state.toWrite.empty() && state.waitingBytes + bytes > mostBytes);
         if (!isLost) {
-            state.toWrite.push_back(run);
-            state.waitingComputers += costOf(*run);
+            state.toWrite.push_back({run, bytes});
+            state.waitingBytes += bytes;
             ++state.added;
-            starts = !std::exchange(state.isWriting, true);
             state.changed.notify_all();
         } else {
             ++state.lost;
@@ -297,10 +312,18 @@ void ActivityStore::add(RunRecord record) {
     }
     if (isLost)
         VLLog::appendLog(QStringLiteral("\"%@\" was done, but there is no room to keep it"), run->action);
-    if (!starts || VLThread::detach(QStringLiteral("activity"), [shared = m_state] { shared->write(); }))
-        return;
-    const std::lock_guard lock(state.mutex);
-    state.isWriting = false;  // the next run tries again
+    startWriting();
+}
+
+/// Unless the thread runs already.
+void ActivityStore::startWriting() {
+    {
+        const std::lock_guard lock(m_state->mutex);
+        if (m_state->isClosed || std::exchange(m_state->isWriting, true)) return;
+    }
+    if (VLThread::detach(QStringLiteral("activity"), [shared = m_state] { shared->write(); })) return;
+    const std::lock_guard lock(m_state->mutex);
+    m_state->isWriting = false;  // the next run tries again
 }
 
 bool ActivityStore::flush(milliseconds limit) {

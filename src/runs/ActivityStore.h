@@ -18,9 +18,10 @@ struct ActivityAnswer {
 };
 
 /// Keeps what the console has done, in a file of the user that a second console may use at the same time. One
-/// thread writes and prunes, another reads; both are workers of VLThread, are started at first use, and end
-/// with close(). Nobody waits for the disk. While the file cannot be written, runs wait in a bounded queue
-/// and the attempt is repeated.
+/// thread writes and prunes, another reads; both are workers of VLThread and end with close(). The writer is
+/// there from the beginning, so that what is added while the program ends is kept as well; the reader is
+/// started at first use. Nobody waits for the disk. While the file cannot be written, runs wait in a bounded
+/// queue and the attempt is repeated.
 class ActivityStore : public QObject {
     Q_OBJECT
 public:
@@ -30,11 +31,12 @@ public:
     ~ActivityStore() override;
     /// Below the user's (for root: the machine's) state folder.
     [[nodiscard]] static QString defaultPath();
-    /// The settings "activityDays" and "activityMegabytes", at least 1 each. Any thread.
+    static constexpr int mostDays = 36'500, mostMegabytes = 1'000'000;
+    /// The settings "activityDays" and "activityMegabytes", from 1 to these. Any thread.
     [[nodiscard]] static ActivityLimits storedLimits();
     [[nodiscard]] const QString& path() const;
 
-    /// Hands over a run that has ended. Returns at once. Any thread; before VLThread::cancelAll().
+    /// Hands over a run that has ended. Returns at once. Any thread.
     void add(RunRecord record);
     /// Waits until what was handed over is on disk. False when that failed or took longer. Any thread.
     bool flush(std::chrono::milliseconds limit);
@@ -64,6 +66,7 @@ private:
         std::function<void(ActivityDatabase&)> query;      ///< on the reading thread; perhaps repeated
         std::function<void(const QString& error)> finish;  ///< on the main thread
     };
+    void startWriting();
     void startReading(Reading reading);
     void changeReading(const std::function<void(State&)>& change);
     std::shared_ptr<State> m_state;

@@ -14,9 +14,11 @@
 #include "widgets/Theme.h"
 #include "widgets/ViewUtilities.h"
 
+#include <QDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QListWidget>
 #include <QMenu>
 #include <QPointer>
 #include <QResizeEvent>
@@ -29,6 +31,8 @@
 
 namespace {
 constexpr int noticeSymbol = 14;
+constexpr qsizetype mostInToolTip = 20;  // lines
+constexpr QSize unansweredSize{420, 260};
 }  // namespace
 
 QString ToolPane::listed(const QStringList& names, qsizetype most) {
@@ -58,7 +62,9 @@ ToolPane::ToolPane(ToolController& controller, PaneNames names, PaneWords words,
       m_lines(new QVBoxLayout(this)),
       m_bar(new PaneBar(this)),
       m_notice(new QWidget(this)),
+      m_noticeSymbol(new QLabel(m_notice)),
       m_noticeText(new ElidedLabel(m_notice, ElidedLabel::Tone::Warning)),
+      m_showUnanswered(new QToolButton(m_notice)),
       m_search(new SearchField(QStringLiteral("Filter %1").arg(m_words.plural), this)),
       m_stack(new QStackedWidget(this)),
       m_view(new QTreeView(this)),
@@ -88,11 +94,23 @@ void ToolPane::buildNotice() {
     auto* line = new QHBoxLayout(m_notice);
     line->setContentsMargins(Metrics::unit * 2, 0, Metrics::unit * 2, Metrics::unit);
     line->setSpacing(Metrics::unit);
-    auto* symbol = new QLabel(m_notice);
-    symbol->setPixmap(symbolIcon(QStringLiteral("disconnect")).pixmap(noticeSymbol, noticeSymbol));
     m_noticeText->setObjectName(named("NoAnswer"));
-    line->addWidget(symbol);
-    line->addWidget(m_noticeText, 1);
+    m_showUnanswered->setObjectName(named("ShowNoAnswer"));
+    m_showUnanswered->setText(QStringLiteral("Show…"));
+    m_showUnanswered->setToolTip(QStringLiteral("The computers that gave no answer, and why"));
+    m_showUnanswered->setAutoRaise(true);
+    m_showUnanswered->setFocusPolicy(Qt::StrongFocus);
+    connect(m_showUnanswered, &QToolButton::clicked, this, &ToolPane::showUnanswered);
+    line->addWidget(m_noticeSymbol);
+    line->addWidget(m_noticeText);
+    line->addWidget(m_showUnanswered);
+    line->addStretch(1);
+}
+
+/// In the colours of the theme that holds now.
+void ToolPane::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_notice->isVisibleTo(this)) updateNotice();
 }
 
 void ToolPane::buildFoot() {
@@ -148,7 +166,7 @@ void ToolPane::start(QAbstractItemModel* model, const QStringList& columnNames, 
 
 /// From the left to the right and then down, whatever was made first.
 void ToolPane::orderTabs() {
-    const QList<QWidget*> order = m_bar->parts() << m_view;
+    const QList<QWidget*> order = m_bar->parts() << m_showUnanswered << m_view;
     for (qsizetype next = 1; next < order.size(); ++next)
         setTabOrder(order.at(next - 1), order.at(next));
 }
@@ -201,12 +219,45 @@ void ToolPane::updateNotice() {
     QString text = QStringLiteral("No answer from %1").arg(listed(names));
     if (!m_words.unansweredAlone.isEmpty()) text += QStringLiteral(" · ") + m_words.unansweredAlone;
     m_noticeText->setText(text);
+    m_noticeSymbol->setPixmap(
+        symbolPixmap(QStringLiteral("disconnect"), themeColors().text, noticeSymbol, devicePixelRatioF()));
+    QStringList lines = unansweredLines();
+    if (const qsizetype more = lines.size() - mostInToolTip; more > 0) {
+        lines.resize(mostInToolTip);
+        lines << QStringLiteral("and %1 more").arg(more);
+    }
+    m_noticeText->setToolTip(literalText(lines.join(u'\n')));
+}
+
+QStringList ToolPane::unansweredLines() const {
     QStringList lines;
     for (const UnansweredClient& client : m_controller.unanswered()) {
         const QString name = m_controller.context().friendlyServiceName(client.hostName);
         lines << (client.reason.isEmpty() ? name : QStringLiteral("%1: %2").arg(name, client.reason));
     }
-    m_noticeText->setToolTip(literalText(lines.join(u'\n')));
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+/// All of them, in a list that goes with Escape or a click beside it.
+void ToolPane::showUnanswered() {
+    auto* dialog = new QDialog(this, Qt::Popup);
+    dialog->setObjectName(named("NoAnswerDialog"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    auto* list = new QListWidget(dialog);
+    list->setObjectName(named("NoAnswerList"));
+    list->setAccessibleName(QStringLiteral("Computers that gave no answer"));
+    list->setFrameShape(QFrame::NoFrame);
+    list->setUniformItemSizes(true);
+    list->addItems(unansweredLines());
+    list->setCurrentRow(0);
+    auto* layout = new QVBoxLayout(dialog);
+    layout->setContentsMargins(1, 1, 1, 1);
+    layout->addWidget(list);
+    dialog->resize(unansweredSize);
+    dialog->move(m_showUnanswered->mapToGlobal(QPoint(0, m_showUnanswered->height())));
+    dialog->show();
+    list->setFocus();
 }
 
 void ToolPane::showWhyEmpty() {

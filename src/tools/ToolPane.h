@@ -8,6 +8,7 @@ class ElidedLabel;
 class EmptyState;
 class PaneBar;
 class QAbstractItemModel;
+class QLabel;
 class QMenu;
 class QStackedWidget;
 class QToolButton;
@@ -90,6 +91,7 @@ protected:
     [[nodiscard]] QStringList unansweredNames() const;
 
     void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     struct ButtonForAll {
@@ -104,6 +106,8 @@ private:
     void keepState(const std::function<void()>& change);
     void updateState();
     void updateNotice();
+    [[nodiscard]] QStringList unansweredLines() const;
+    void showUnanswered();
     void updateButtonsForAll();
     void runForAll(const QString& verb, const std::function<void()>& action);
     void showWhyEmpty();
@@ -121,7 +125,9 @@ private:
     QVBoxLayout* m_lines;
     PaneBar* m_bar;
     QWidget* m_notice;
+    QLabel* m_noticeSymbol;
     ElidedLabel* m_noticeText;
+    QToolButton* m_showUnanswered;
     QToolButton* m_differencesOnly = nullptr;
     QList<ButtonForAll> m_buttonsForAll;
     SearchField* m_search;

@@ -1,10 +1,13 @@
+#include "foundation/PropertyList.h"
 #include "runs/ActivityExport.h"
-#include "runs/ActivityStore.h"
+#include "runs/ActivityModel.h"
+#include "runs/UndoData.h"
 #include "support/FullDisk.h"
 #include "support/TestEnvironment.h"
 #include "support/TestFiles.h"
 #include "support/TestTable.h"
 
+#include <QAbstractItemModelTester>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -118,7 +121,8 @@ private Q_SLOTS:
         given.outcomes[0].undo[u"authPass"_s] = u"hunter2"_s;
         given.outcomes[0].undo[u"list"_s] =
             QVariantList{QVariantMap{{u"path"_s, u"/Library/ä"_s}, {u"Password"_s, QByteArray("hunter2")}}};
-        given.outcomes[1].undo = {{u"all"_s, QString(300 << 10, u'x')}};  // part of it would be of no use
+        given.outcomes[1].undo = {{u"all"_s, QString(2 << 20, u'x')}};  // part of it would be of no use
+        run.outcomes[1].outcome.reason += u" · cannot be taken back"_s;
         const auto store = makeStore();
         store->add(given);
         QVERIFY(store->flush(patience));
@@ -128,6 +132,19 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(QFileInfo(m_path).absolutePath()).permissions() &
                      (QFile::ReadGroup | QFile::ReadOther | QFile::ExeGroup | QFile::ExeOther),
                  QFile::Permissions());
+    }
+
+    void whatTakesBackIsCompressed() {
+        QVariantList plugins;
+        for (int number = 0; number < 3'000; ++number)
+            plugins << QVariantMap{{u"path"_s, u"/Library/Plug-Ins/Film Grain %1.plugin"_s.arg(number)}};
+        const QVariantMap undo{{u"plugins"_s, plugins}};
+        QByteArray bytes = UndoData::toBytes(undo);
+        QVERIFY(bytes.size() < 64 << 10);
+        QCOMPARE(UndoData::fromBytes(bytes), undo);
+        QCOMPARE(UndoData::fromBytes(PropertyList::toData(undo, PropertyList::Format::Binary)), undo);
+        bytes[0] = 1;  // says that 16 MB are in it
+        QVERIFY(UndoData::fromBytes(bytes).isEmpty());
     }
 
     void takenBackOnceOnly() {
@@ -238,6 +255,50 @@ private Q_SLOTS:
         QCOMPARE(runsIn(m_path).size(), 401);
     }
 
+    void rowsThatStayKeepTheirPlace_data() {
+        const TestTable<int, int> row("readingEvery", "late");
+        row("a run took long", 100, 10);
+        row("readings go from between", 3, 0);
+        row("both", 2, 4);
+    }
+    void rowsThatStayKeepTheirPlace() {
+        QFETCH(int, readingEvery);
+        QFETCH(int, late);
+        constexpr int all = 40;
+        const auto database = ActivityDatabase::open(m_path);
+        const auto insert = [&](int number, bool isReading) {
+            RunRecord run = sampleRun(u"Enable"_s, {onBay(1, isReading ? Outcome::Answered : Outcome::Done)});
+            run.started = run.started.addSecs(number - 1'000);
+            run.isChange = !isReading;
+            database->insert(run);
+        };
+        for (int number = 1; number <= all; ++number)
+            insert(number * 10, number % readingEvery == 0);
+        const auto store = makeStore();
+        ActivityModel model(*store, [](const QString& tool) { return tool; });
+        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+        model.setActive(true);
+        QTRY_COMPARE(model.rowCount(), all);
+        QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+        QHash<qint64, QPersistentModelIndex> before;
+        for (int place = 0; place < all; ++place)
+            before[model.keys()[std::size_t(place)]] = model.index(place, 0);
+        QVERIFY(readingEvery > all || database->prune({365, 1}));
+        for (int number = 0; number < late; ++number)
+            insert(15 + number * 70, false);
+        const int left = all - all / readingEvery;
+        QTRY_COMPARE(model.rowCount(), left + late);
+        QCOMPARE(ActivityKeys(model.keys()), database->keys({}));
+        int kept = 0;
+        for (auto index = before.cbegin(); index != before.cend(); ++index) {
+            if (!index->isValid()) continue;
+            QCOMPARE(index->data(ActivityModel::KeyRole).toLongLong(), index.key());
+            ++kept;
+        }
+        QCOMPARE(kept, left);
+        QVERIFY(resets.isEmpty());
+    }
+
     void oldRunsGo() {
         m_limits.days = 30;
         {
@@ -254,29 +315,29 @@ private Q_SLOTS:
     }
 
     void largeFileShrinks() {
+        // Next to each other, so that what goes frees whole pages.
+        const auto isReadingAt = [](int number) { return number / 50 % 2 == 0; };
         {
             const auto database = ActivityDatabase::open(m_path);
-            for (int number = 0; number < 400; ++number) {
-                const bool isReading = number % 4 != 3;
+            for (int number = 0; number < 600; ++number) {
+                const bool isReading = isReadingAt(number);
                 RunRecord run = sampleRun(QString::number(number),
                                           onBays(60, isReading ? Outcome::Answered : Outcome::Done));
-                run.started = run.started.addSecs(number - 400);
+                run.started = run.started.addSecs(number - 600);
                 run.isChange = !isReading;
                 run.outcomes[0].outcome.reason = QString(900, u'x');
                 database->insert(run);
             }
         }
-        const qint64 before = QFileInfo(m_path).size();
-        QVERIFY(before > 1 << 20);
-        m_limits.bytes = 1 << 20;
+        m_limits.bytes = QFileInfo(m_path).size() / 4 * 3;
         const auto store = makeStore();
         store->add(sampleRun(u"new"_s, {onBay(1)}));
         QTRY_VERIFY(QFileInfo(m_path).size() <= m_limits.bytes);
         QStringList left = actionsOf(runsIn(m_path));
-        QCOMPARE(left.mid(0, 3), QStringList({u"new"_s, u"399"_s, u"398"_s}));
+        QCOMPARE(left.mid(0, 3), QStringList({u"new"_s, u"599"_s, u"598"_s}));
         // The readings went first, from the oldest.
-        QCOMPARE(left.removeIf([](const QString& action) { return action.toInt() % 4 == 3; }), 100);
-        QVERIFY(left.size() > 1 && left.size() < 300);
+        QCOMPARE(left.removeIf([&](const QString& action) { return !isReadingAt(action.toInt()); }), 300);
+        QVERIFY(left.size() > 1 && left.size() < 200);
     }
 
     void damagedFileIsKept_data() {
@@ -289,8 +350,9 @@ private Q_SLOTS:
         QFETCH(bool, isOurs);
         QFETCH(bool, isOpen);
         QVERIFY(writeFile(m_path + u".damaged"_s, "kept before"));
-        auto store = makeStore();
+        std::unique_ptr<ActivityStore> store;
         if (isOurs) {
+            store = makeStore();
             for (int number = 0; number < 50; ++number)
                 store->add(sampleRun(u"Enable"_s, onBays(20)));
             QVERIFY(store->flush(patience));
@@ -298,13 +360,15 @@ private Q_SLOTS:
         if (!isOpen) {
             store.reset();
             QTRY_COMPARE(VLThread::activeCount(), 0);
-            store = makeStore();
         }
         const QByteArray rubbish(isOurs ? contentsOf(m_path).size() : 5'000, '#');
         QVERIFY(writeFile(m_path, rubbish));
         for (const char* companion : {"-wal", "-shm"})  // they would heal it
             QFile::remove(m_path + QLatin1String(companion));
-        if (isOpen) static_cast<void>(ActivityDatabase::open(m_path));
+        if (isOpen)
+            static_cast<void>(ActivityDatabase::open(m_path));
+        else
+            store = makeStore();
         store->add(sampleRun(u"Disable"_s, {onBay(1)}));
         QVERIFY(store->flush(patience));
         QCOMPARE(actionsOf(runsIn(m_path)), QStringList{u"Disable"_s});

@@ -1,7 +1,9 @@
 #include "SampleConsole.h"
 #include "app/window/ActivityWindow.h"
+#include "runs/ActivityModel.h"
 #include "support/TestEnvironment.h"
 #include "support/TestFiles.h"
+#include "widgets/ElidedLabel.h"
 #include "widgets/EmptyState.h"
 #include "widgets/Theme.h"
 
@@ -60,9 +62,9 @@ private Q_SLOTS:
     void init() {
         applyTheme(Theme::Light);
         m_asked.clear();
+        QDir(QFileInfo(ActivityStore::defaultPath()).path()).removeRecursively();
         m_console = std::make_unique<SampleConsole>();
         QVERIFY(m_console->start());
-        QFile::remove(store().path());
         const auto note = [this](const char* what) {
             return [this, what](const RunRecord& run) { m_asked << QLatin1String(what) + run.id; };
         };
@@ -96,6 +98,43 @@ private Q_SLOTS:
         QTRY_COMPARE(QGuiApplication::clipboard()->text().count(u'\n'), 650);
         QVERIFY(QGuiApplication::clipboard()->text().contains(
             u"\tCronwell\tEnable\tNumber 1\tEnabled on 1 of 2 computers, 1 failed\tanna\n"_s));
+    }
+
+    void reloadDoesNotTurnTheKeysBack() {
+        addRuns(0, 5);
+        QTRY_COMPARE(rows(), 5);
+        auto* details = find<QTreeView>("activityDetails");
+        QTRY_COMPARE(details->model()->rowCount(), 2);
+        QTest::keyClick(list(), Qt::Key_Down);
+        QTest::keyClick(list(), Qt::Key_Down);
+        Q_EMIT window().findChild<ActivityModel*>()->loaded();  // before the computers of that run are here
+        QCOMPARE(list()->currentIndex().row(), 2);
+    }
+
+    void runFarDownIsTakenBack() {
+        addRuns(0, 300);
+        QTRY_COMPARE(rows(), 300);
+        window().showRun(u"run 2"_s);
+        auto* subtitle = find<ElidedLabel>("activitySubtitle");
+        QTRY_VERIFY(subtitle->text().contains(u"Number\t2"_s));
+        QTRY_VERIFY(find<QPushButton>("activityUndo")->isEnabled());
+        RunRecord undo = sampleRun(400);
+        undo.undoOf = u"run 2"_s;
+        store().add(undo);
+        QTRY_VERIFY(subtitle->text().contains(u"was taken back"_s));
+        QTRY_VERIFY(!find<QPushButton>("activityUndo")->isEnabled());
+    }
+
+    void runIsShownOnceItIsOnDisk() {
+        addRuns(0, 3);
+        QTRY_COMPARE(rows(), 3);
+        window().showRun(u"run 1"_s);
+        QTRY_COMPARE(list()->currentIndex().row(), 1);
+        window().showRun(u"run 7"_s);
+        QTest::qWait(50);
+        QCOMPARE(list()->currentIndex().row(), 1);
+        addRuns(7, 1);
+        QTRY_COMPARE(list()->currentIndex().row(), 0);
     }
 
     void buttonsFitTheChosenRun() {

@@ -35,11 +35,15 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
 constexpr std::chrono::milliseconds facetsPause{1'000};
+constexpr std::chrono::milliseconds wantedPatience{10'000};
 constexpr int warningSymbolSize = 16;
+constexpr std::ptrdiff_t mostCopied = 100'000;  // rows
+constexpr std::size_t copiedPerStep = 1'000;
 
 QString toolTitle(const QList<Tool>& tools, const QString& identifier) {
     const auto found = std::find_if(tools.begin(), tools.end(),
@@ -173,6 +177,7 @@ QWidget* ActivityWindow::buildDetails() {
 
     m_title->setFont(themeFont(1.05, QFont::DemiBold));
     m_title->setObjectName(QStringLiteral("activityTitle"));
+    m_subtitle->setObjectName(QStringLiteral("activitySubtitle"));
     auto* head = new QVBoxLayout;
     head->setContentsMargins(Metrics::unit * 1.5, Metrics::unit * 1.25, Metrics::unit * 1.5, Metrics::unit);
     head->setSpacing(2);
@@ -230,12 +235,14 @@ QWidget* ActivityWindow::buildButtons() {
 
 void ActivityWindow::connectParts() {
     connect(m_filters, &ActivityFilterBar::filterChanged, this, [this] {
+        if (!m_filters->filter().isEmpty()) m_wantedKey = 0;  // the user is on to something else
         m_model->setFilter(m_filters->filter());
         updateStatus();
     });
     connect(m_filters->searchField(), &SearchField::moveToList, m_list, qOverload<>(&QWidget::setFocus));
     connect(m_empty, &EmptyState::buttonClicked, m_filters, &ActivityFilterBar::clear);
     connect(m_model, &ActivityModel::loaded, this, &ActivityWindow::rowsLoaded);
+    connect(m_model, &ActivityModel::dataChanged, this, &ActivityWindow::readRecordIfTakenBack);
     connect(m_list->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &ActivityWindow::currentChanged);
     connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -246,6 +253,13 @@ void ActivityWindow::connectParts() {
     connect(&m_facetsTimer, &QTimer::timeout, this, &ActivityWindow::readFacets);
     connect(&m_store, &ActivityStore::changed, this, [this] {
         if (isVisible() && !m_facetsTimer.isActive()) m_facetsTimer.start();
+        findWantedRun();
+    });
+    m_wantedTimer.setSingleShot(true);
+    m_wantedTimer.setInterval(wantedPatience);
+    connect(&m_wantedTimer, &QTimer::timeout, this, [this] {
+        if (std::exchange(m_wantedRun, {}).isEmpty()) return;
+        if (m_store.problem().isEmpty()) say(QStringLiteral("That run is not kept."));
     });
 
     connect(m_copy, &QPushButton::clicked, this, &ActivityWindow::copyRuns);
@@ -324,18 +338,27 @@ void ActivityWindow::rowsLoaded() {
                                             "became of it on each of them."));
     }
     m_stack->setCurrentWidget(any ? static_cast<QWidget*>(m_list) : m_empty);
-    const qint64 wanted = m_wantedKey != 0 ? m_wantedKey : m_recordKey;
-    if (m_model->rowOf(m_wantedKey) >= 0) m_wantedKey = 0;
-    if (any && (currentKey() == 0 || currentKey() != wanted)) select(wanted);
+    const bool isWantedHere = m_wantedKey != 0 && m_model->rowOf(m_wantedKey) >= 0;
+    if (isWantedHere || (any && currentKey() == 0)) select(isWantedHere ? m_wantedKey : m_chosenKey);
+    // All runs are listed: what is not among them is gone.
+    const bool isComplete = !m_model->isLoading() && m_model->error().isEmpty();
+    if (isWantedHere || (isComplete && m_model->filter().isEmpty())) m_wantedKey = 0;
     if (!any) currentChanged();
-    // In the meantime it may have been taken back.
-    if (isTakenBack(m_recordKey).value_or(m_isShownTakenBack) != m_isShownTakenBack) readRecord();
+    readRecordIfTakenBack();
     updateStatus();
     updateActions();
 }
 
 qint64 ActivityWindow::currentKey() const {
     return m_list->currentIndex().data(ActivityModel::KeyRole).toLongLong();
+}
+
+qsizetype ActivityWindow::selectedCount() const {
+    qsizetype count = 0;
+    const QItemSelection selection = m_list->selectionModel()->selection();
+    for (const QItemSelectionRange& range : selection)
+        count += range.height();
+    return count;
 }
 
 /// That run, or the newest one when it is not in the list.
@@ -347,14 +370,44 @@ void ActivityWindow::select(qint64 key) {
 }
 
 void ActivityWindow::showRun(const QString& runId) {
+    m_wantedRun = runId;
+    m_wantedKey = 0;
+    m_wantedTimer.start();
+    findWantedRun();
+}
+
+void ActivityWindow::findWantedRun() {
+    if (m_wantedRun.isEmpty()) return;
     m_store.read(
-        this, [runId](ActivityDatabase& database) { return database.keyOf(runId); },
-        [this](const ActivityAnswer<std::optional<qint64>>& answer) {
-            if (!answer.value) return;
-            m_wantedKey = *answer.value;
-            if (!m_filters->filter().isEmpty()) return m_filters->clear();
-            if (m_model->rowOf(m_wantedKey) >= 0) select(std::exchange(m_wantedKey, 0));
+        this, [runId = m_wantedRun](ActivityDatabase& database) { return database.keyOf(runId); },
+        [this, runId = m_wantedRun](const ActivityAnswer<std::optional<qint64>>& answer) {
+            if (runId != m_wantedRun) return;  // found before, or another one is wanted by now
+            if (answer.value) return wantedRunFound(*answer.value);
+            wantedRunMissing();
         });
+}
+
+void ActivityWindow::wantedRunFound(qint64 key) {
+    m_wantedRun.clear();
+    m_wantedTimer.stop();
+    say({});
+    m_wantedKey = key;
+    if (!m_filters->filter().isEmpty()) return m_filters->clear();
+    if (m_model->rowOf(key) >= 0) select(std::exchange(m_wantedKey, 0));
+}
+
+/// It may come yet; but whoever sees the problem need not wait for that.
+void ActivityWindow::wantedRunMissing() {
+    const QString problem = m_store.problem();
+    if (!m_wantedRun.isEmpty() && !problem.isEmpty())
+        say(QStringLiteral("That run is not on the disk: %1").arg(problem));
+}
+
+/// In the place of the number of runs. An export that is under way comes first.
+void ActivityWindow::say(const QString& text) {
+    if (m_exportStops) return;
+    m_news = text;
+    updateStatus();
 }
 
 void ActivityWindow::updateStatus() {
@@ -362,7 +415,7 @@ void ActivityWindow::updateStatus() {
     QString text = m_model->isLoading()          ? QStringLiteral("Reading…")
                    : m_model->filter().isEmpty() ? countOf(count)
                                                  : QStringLiteral("%1 found").arg(countOf(count));
-    if (!m_exportText.isEmpty()) text = m_exportText;
+    if (!m_news.isEmpty()) text = m_news;
     m_status->setText(text);
     m_export->setVisible(!m_exportStops);
     m_export->setEnabled(count > 0);
@@ -380,9 +433,10 @@ void ActivityWindow::updateWarning() {
 // MARK: The chosen run
 
 void ActivityWindow::currentChanged() {
-    m_exportText = m_exportStops ? m_exportText : QString();
-    if (currentKey() == 0) return showRecord(nullptr);
-    if (currentKey() != m_recordKey) readRecord();
+    const qint64 key = currentKey();
+    if (key == 0) return showRecord(nullptr);
+    if (std::exchange(m_chosenKey, key) != key) say({});
+    if (key != m_recordKey) readRecord();
 }
 
 /// One at a time, whatever was passed over with the arrow keys.
@@ -394,10 +448,15 @@ void ActivityWindow::readRecord() {
         this, [key](ActivityDatabase& database) { return database.record(key); },
         [this, key](const ActivityAnswer<std::optional<RunRecord>>& answer) {
             m_isReadingRecord = false;
-            if (currentKey() != 0 && currentKey() != key) return readRecord();
+            if (currentKey() == 0) return showRecord(nullptr);
+            if (currentKey() != key) return readRecord();
             m_recordKey = key;
             showRecord(answer.value ? &*answer.value : nullptr);
         });
+}
+
+void ActivityWindow::readRecordIfTakenBack() {
+    if (isTakenBack(m_recordKey).value_or(m_isShownTakenBack) != m_isShownTakenBack) readRecord();
 }
 
 std::optional<bool> ActivityWindow::isTakenBack(qint64 key) const {
@@ -431,8 +490,7 @@ void ActivityWindow::showRecord(const RunRecord* record) {
 void ActivityWindow::updateActions() {
     const bool hasSelection = m_list->selectionModel()->hasSelection();
     m_copy->setEnabled(hasSelection && m_model->rowCount() > 0);
-    const bool isOne =
-        m_record && currentKey() == m_recordKey && m_list->selectionModel()->selectedRows().size() == 1;
+    const bool isOne = m_record && currentKey() == m_recordKey && selectedCount() == 1;
     m_retry->setEnabled(isOne && m_actions.canRetry && m_actions.canRetry(*m_record));
     m_undo->setEnabled(isOne && m_actions.canUndo && m_actions.canUndo(*m_record));
 }
@@ -450,20 +508,41 @@ void ActivityWindow::copy() {
     copyRuns();
 }
 
-/// What is not read yet is read first.
-void ActivityWindow::copyRuns() {
+/// The newest ones of those that are selected.
+ActivityKeys ActivityWindow::keysToCopy() const {
+    QItemSelection selection = m_list->selectionModel()->selection();
+    std::sort(selection.begin(), selection.end(),
+              [](const auto& left, const auto& right) { return left.top() < right.top(); });
     ActivityKeys keys;
-    for (const QModelIndex& index : m_list->selectionModel()->selectedRows())
-        keys.push_back(index.data(ActivityModel::KeyRole).toLongLong());
+    for (const QItemSelectionRange& range : std::as_const(selection)) {
+        const auto first = m_model->keys().begin() + range.top();
+        const auto room = mostCopied - std::ssize(keys);
+        keys.insert(keys.end(), first, first + std::min<std::ptrdiff_t>(range.height(), room));
+    }
+    return keys;
+}
+
+void ActivityWindow::copyRuns() {
+    const ActivityKeys keys = keysToCopy();
     if (keys.empty()) return;
-    std::sort(keys.begin(), keys.end(), std::greater<>());
+    const auto query = [keys, cellsOf = m_model->formatter()](ActivityDatabase& database) {
+        QStringList lines;
+        for (std::size_t first = 0; first < keys.size(); first += copiedPerStep) {
+            const auto from = keys.begin() + std::ptrdiff_t(first);
+            const auto count = std::ptrdiff_t(std::min(copiedPerStep, keys.size() - first));
+            const QList<RunSummary> summaries = database.summaries({from, from + count});
+            for (const RunSummary& summary : summaries)
+                lines << lineOf(cellsOf(summary));
+        }
+        return lines.join(QLatin1Char('\n'));
+    };
     m_store.read(
-        this, [keys = std::move(keys)](ActivityDatabase& database) { return database.summaries(keys); },
-        [this](const ActivityAnswer<QList<RunSummary>>& answer) {
-            QStringList lines;
-            for (const RunSummary& summary : answer.value)
-                lines << lineOf(m_model->cellsOf(summary));
-            if (!lines.isEmpty()) QGuiApplication::clipboard()->setText(lines.join(QLatin1Char('\n')));
+        this, query,
+        [this, selected = selectedCount(), copied = std::ssize(keys)](const ActivityAnswer<QString>& answer) {
+            if (!answer.value.isEmpty()) QGuiApplication::clipboard()->setText(answer.value);
+            if (copied < selected)
+                say(QStringLiteral("Copied only the newest %1 of %2")
+                        .arg(QLocale().toString(qlonglong(copied)), countOf(selected)));
         });
 }
 
@@ -492,8 +571,8 @@ void ActivityWindow::exportTo(const QString& path, ActivityExport::Format format
         const auto goesOn = [&](int done) {
             onMainThread([window, done, total = keys.size()] {
                 if (!window || !window->m_exportStops) return;
-                window->m_exportText = QStringLiteral("Exporting: %1 of %2")
-                                           .arg(QLocale().toString(done), countOf(qint64(total)));
+                window->m_news = QStringLiteral("Exporting: %1 of %2")
+                                     .arg(QLocale().toString(done), countOf(qint64(total)));
                 window->updateStatus();
             });
             return !*stops && !VLThread::isCancelled();
@@ -503,7 +582,7 @@ void ActivityWindow::exportTo(const QString& path, ActivityExport::Format format
             if (window) window->exportEnded(result, path);
         });
     };
-    m_exportText = QStringLiteral("Exporting…");
+    m_news = QStringLiteral("Exporting…");
     if (!VLThread::detach(QStringLiteral("activity export"), work))
         exportEnded({0, QStringLiteral("There is no thread to be had.")}, path);
     updateStatus();
@@ -512,10 +591,9 @@ void ActivityWindow::exportTo(const QString& path, ActivityExport::Format format
 void ActivityWindow::exportEnded(const ActivityExport::Result& result, const QString& path) {
     const bool wasStopped = m_exportStops && *m_exportStops;
     m_exportStops.reset();
-    m_exportText = result.error.isEmpty()
-                       ? QStringLiteral("Exported %1 to %2").arg(countOf(result.runs), path)
-                   : wasStopped ? QStringLiteral("The export was stopped; nothing is written.")
-                                : QString();
+    m_news = result.error.isEmpty() ? QStringLiteral("Exported %1 to %2").arg(countOf(result.runs), path)
+             : wasStopped           ? QStringLiteral("The export was stopped; nothing is written.")
+                                    : QString();
     updateStatus();
     if (result.error.isEmpty() || wasStopped) return;
     VLAlert::alertSheetWithMessageText(QStringLiteral("Unable to export the activity"), {}, {}, {},

@@ -41,7 +41,8 @@ public:
                    QWidget* parent = nullptr);
     ~ActivityWindow() override;
 
-    /// Chooses that run, whatever the filter was; nothing when it is not kept (any more).
+    /// Chooses that run, whatever the filter was. One that has only just ended is waited for; the status says
+    /// so when it does not come.
     void showRun(const QString& runId);
     /// Asks `actions` anew: something else can be done now.
     void updateActions();
@@ -64,14 +65,21 @@ private:
     void rowsLoaded();
     void updateStatus();
     void updateWarning();
+    void findWantedRun();
+    void wantedRunFound(qint64 key);
+    void wantedRunMissing();
     void currentChanged();
     void readRecord();
+    void readRecordIfTakenBack();
     /// Nothing of a row that is not loaded.
     [[nodiscard]] std::optional<bool> isTakenBack(qint64 key) const;
     void showRecord(const RunRecord* record);
     [[nodiscard]] qint64 currentKey() const;  ///< 0 for none
+    [[nodiscard]] qsizetype selectedCount() const;
     void select(qint64 key);
+    void say(const QString& text);
     void copy();
+    [[nodiscard]] ActivityKeys keysToCopy() const;
     void copyRuns();
     void chooseExport(ActivityExport::Format format);
     void exportEnded(const ActivityExport::Result& result, const QString& path);
@@ -92,12 +100,14 @@ private:
     ElidedLabel* m_warning;
     ElidedLabel* m_status;
     QPushButton *m_copy, *m_export, *m_stopExport, *m_retry, *m_undo;
-    QTimer m_facetsTimer;
+    QTimer m_facetsTimer, m_wantedTimer;
     std::optional<RunRecord> m_record;  ///< the one whose computers are shown
     qint64 m_recordKey = 0;
+    qint64 m_chosenKey = 0;  ///< the row where the user is; m_recordKey comes after it
+    QString m_wantedRun;     ///< its id, while it is looked for on the disk
     qint64 m_wantedKey = 0;  ///< a run that is to be chosen as soon as it is listed
     bool m_isReadingRecord = false;
     bool m_isShownTakenBack = false;
     std::shared_ptr<std::atomic<bool>> m_exportStops;  ///< null while none is under way
-    QString m_exportText;
+    QString m_news;  ///< what the status says instead of the number of runs, until another one is chosen
 };

@@ -6,6 +6,7 @@
 #include "foundation/VLFormat.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLUserDefaults.h"
+#include "runs/ActivityStore.h"
 #include "runs/RunList.h"
 #include "system/VLAlert.h"
 #include "widgets/SymbolIcon.h"
@@ -17,12 +18,15 @@
 #include <QComboBox>
 #include <QEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPointer>
 #include <QShortcut>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -182,19 +186,21 @@ void PreferencesWindow::buildRuns(QVBoxLayout* page) {
         QStringLiteral("A run divides the selected computers evenly among this machine's processors. Those "
                        "that are left over follow by themselves; otherwise you are told which they are."));
     connect(rest, &QCheckBox::clicked, this, [followUp](bool on) { Preferences::setOn(followUp, on); });
-    addNumber(page, QStringLiteral("activityDays"), QStringLiteral("Keep &Activity for:"), {1, 3'650},
-              QStringLiteral(" days"), {});
-    addNumber(page, QStringLiteral("activityMegabytes"), QStringLiteral("Use at &most:"), {1, 10'000},
-              QStringLiteral(" MB"), QStringLiteral("What is older goes first."));
+    addNumber(page, QStringLiteral("activityDays"), QStringLiteral("Keep &Activity for:"),
+              {1, ActivityStore::mostDays}, {QStringLiteral(" day"), QStringLiteral(" days")}, {});
+    addNumber(page, QStringLiteral("activityMegabytes"), QStringLiteral("Use at &most:"),
+              {1, ActivityStore::mostMegabytes}, {QStringLiteral(" MB"), QStringLiteral(" MB")},
+              QStringLiteral("What is older goes first."));
     page->addStretch();
 }
 
 void PreferencesWindow::addNumber(QVBoxLayout* page, const QString& key, const QString& caption, Range range,
-                                  const QString& unit, const QString& help) {
+                                  const Unit& unit, const QString& help) {
     auto* const number = new QSpinBox(this);
     number->setObjectName(key);
     number->setRange(range.least, range.most);
-    number->setSuffix(unit);
+    number->setKeyboardTracking(false);  // half a number is none yet
+    number->setSuffix(number->value() == 1 ? unit.one : unit.many);
     number->setAccessibleDescription(help);
     auto* const label = new QLabel(caption, this);
     label->setBuddy(number);
@@ -205,8 +211,14 @@ void PreferencesWindow::addNumber(QVBoxLayout* page, const QString& key, const Q
     page->addLayout(row);
     if (!help.isEmpty()) addHelp(page, help, 0);
     m_numbers.insert(key, number);
+    connect(number, &QSpinBox::valueChanged, this, [this, number, key, unit](int value) {
+        number->setSuffix(value == 1 ? unit.one : unit.many);
+        // What is beyond the range was put there by hand, and stays until the user says otherwise.
+        if (!m_isRenewing) Preferences::setNumber(key, value);
+    });
+    // From now on nothing is being typed.
     connect(number, &QSpinBox::editingFinished, this,
-            [number, key] { Preferences::setNumber(key, number->value()); });
+            [number] { number->findChild<QLineEdit*>()->setModified(false); });
 }
 
 // ---- Changes
@@ -235,8 +247,15 @@ void PreferencesWindow::passwordToggled(bool on) {
 void PreferencesWindow::renew() {
     for (auto box = m_switches.cbegin(); box != m_switches.cend(); ++box)
         box.value()->setChecked(Preferences::isOn(box.key()));
-    for (auto number = m_numbers.cbegin(); number != m_numbers.cend(); ++number)
-        number.value()->setValue(static_cast<int>(Preferences::number(number.key())));
+    m_isRenewing = true;
+    for (auto number = m_numbers.cbegin(); number != m_numbers.cend(); ++number) {
+        QSpinBox& box = *number.value();
+        const bool isBeingTyped = box.hasFocus() && box.findChild<QLineEdit*>()->isModified();
+        const auto stored =
+            std::clamp<qlonglong>(Preferences::number(number.key()), box.minimum(), box.maximum());
+        if (!isBeingTyped) box.setValue(int(stored));
+    }
+    m_isRenewing = false;
     m_theme->setCurrentIndex(m_theme->findData(int(currentTheme())));
 }
 

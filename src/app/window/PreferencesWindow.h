@@ -35,8 +35,12 @@ private:
     struct Range {
         int least, most;
     };
+    /// Behind the number; `one` behind 1.
+    struct Unit {
+        QString one, many;
+    };
     void addNumber(QVBoxLayout* page, const QString& key, const QString& caption, Range range,
-                   const QString& unit, const QString& help);
+                   const Unit& unit, const QString& help);
     static QLabel* addHelp(QVBoxLayout* page, const QString& text, int indent);
     void passwordToggled(bool on);
     void renew();
@@ -48,4 +52,5 @@ private:
     QComboBox* m_theme = nullptr;
     QHash<QString, QCheckBox*> m_switches;  ///< by the key of the preference
     QHash<QString, QSpinBox*> m_numbers;    ///< the same
+    bool m_isRenewing = false;
 };

@@ -33,6 +33,11 @@ QString summary(const QStringList& names) {
                                                            : QStringLiteral("%1 computers").arg(names.size());
 }
 
+/// A "&" would underline the letter after it.
+QString withoutMnemonics(QString text) {
+    return text.replace(u'&', QStringLiteral("&&"));
+}
+
 }  // namespace
 
 TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline, LeftOut leftOut,
@@ -76,8 +81,10 @@ void TargetsView::update() {
     QStringList names;
     for (const VLServicePtr& service : selected.mid(0, 4))
         names.append(service->name());
-    m_button->setText(selected.size() == names.size() ? summary(names)
-                                                      : QStringLiteral("%1 computers").arg(selected.size()));
+    const QString text = selected.size() == names.size()
+                             ? summary(names)
+                             : QStringLiteral("%1 computers").arg(selected.size());
+    m_button->setText(withoutMnemonics(text));
     m_button->setIcon(
         symbolIcon(selected.size() == 1 ? QStringLiteral("computer") : QStringLiteral("computers")));
     m_button->setEnabled(!selected.isEmpty());
@@ -107,7 +114,7 @@ void TargetsView::showList() {
     menu->setObjectName(QStringLiteral("paneTargetsMenu"));
     menu->setAttribute(Qt::WA_DeleteOnClose);
     for (const VLServicePtr& service : selected.mid(0, mostListed)) {
-        QString text = service->name().replace(u'&', QStringLiteral("&&"));
+        QString text = withoutMnemonics(service->name());
         if (!service->isConnected()) text += QStringLiteral(" – not connected");
         if (!m_outline.model()->indexOf(service).isValid()) text += QStringLiteral(" – hidden by the search");
         menu->addAction(symbolIcon(QStringLiteral("computer")), text);

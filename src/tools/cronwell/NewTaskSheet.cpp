@@ -54,7 +54,7 @@ NewTaskSheet::NewTaskSheet(CronwellController& controller, QWidget* parent)
       m_applications(new QComboBox(this)),
       m_tasks(new QComboBox(this)),
       m_kinds(new QComboBox(this)),
-      m_offer(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
+      m_offer(new QLabel(this)),
       m_fields(new QWidget(this)),
       m_clock(new QLabel(this)),
       m_words(new QLabel(this)),
@@ -82,6 +82,9 @@ void NewTaskSheet::buildTask() {
     m_applications->setObjectName(QStringLiteral("newTaskArrayCont"));
     m_tasks->setObjectName(QStringLiteral("newTaskMenu"));
     m_offer->setObjectName(QStringLiteral("newTaskOfferText"));
+    m_offer->setTextFormat(Qt::PlainText);
+    m_offer->setWordWrap(true);
+    m_offer->setForegroundRole(QPalette::PlaceholderText);
     auto* choices = new QHBoxLayout;
     choices->setSpacing(Metrics::unit * 1.5);
     choices->addLayout(captioned(m_applications, QStringLiteral("Tool")), 2);
@@ -294,6 +297,10 @@ void NewTaskSheet::taskScheduleChanged(bool animated) {
 
 void NewTaskSheet::setFieldsHeight(int height) {
     m_fields->setFixedHeight(height);
+    fitHeight();
+}
+
+void NewTaskSheet::fitHeight() {
     if (isVisible()) resize(width(), layout()->totalHeightForWidth(width()));
 }
 
@@ -339,32 +346,40 @@ void NewTaskSheet::updateForm() {
     m_addButton->setEnabled(m_tasks->count() > 0 && scheduleProblem().isEmpty());
 }
 
+/// As many as are read in passing.
 QString NewTaskSheet::friendlyNames(const QStringList& hostNames) const {
     QStringList names;
     for (const QString& hostName : hostNames)
         names.append(m_controller.context().friendlyServiceName(hostName));
-    return names.join(QStringLiteral(", "));
+    return ToolPane::listed(names);
 }
 
 void NewTaskSheet::showOffer() {
+    const QString text = offerText();
+    if (m_offer->text() == text) return;
+    m_offer->setText(text);
+    fitHeight();
+}
+
+/// Where the task will not be comes first.
+QString NewTaskSheet::offerText() const {
     const QStringList missing = task().value(QStringLiteral("missingHosts")).toStringList();
-    if (m_tasks->count() == 0) {
-        m_offer->setText(m_controller.isReadingApps()
-                             ? QStringLiteral("Reading the tools of the selected computers…")
-                             : QStringLiteral("No tool on the selected computers has tasks to schedule."));
-    } else if (missing.isEmpty()) {
-        m_offer->setText(m_controller.newTaskUnanswered().isEmpty()
-                             ? QStringLiteral("All selected computers have this tool.")
-                             : QStringLiteral("All computers that answered have this tool."));
-    } else {
-        m_offer->setText(QStringLiteral("Not available on %1.").arg(friendlyNames(missing)));
-    }
-    if (const QStringList& silent = m_controller.newTaskUnanswered(); !silent.isEmpty())
-        m_offer->setText(
-            m_offer->text() +
-            QStringLiteral(" No answer from %1: nothing is added there.").arg(friendlyNames(silent)));
-    m_offer->setText(m_offer->text() +
-                     ToolPane::leftOutText(m_controller.context(), m_controller.newTaskClients()));
+    const QStringList& silent = m_controller.newTaskUnanswered();
+    QStringList sentences;
+    if (!silent.isEmpty())
+        sentences << QStringLiteral("No answer from %1: nothing is added there.").arg(friendlyNames(silent));
+    sentences << ToolPane::leftOutText(m_controller.context(), m_controller.newTaskClients()).trimmed();
+    if (m_tasks->count() == 0)
+        sentences << (m_controller.isReadingApps()
+                          ? QStringLiteral("Reading the tools of the selected computers…")
+                          : QStringLiteral("No tool on the selected computers has tasks to schedule."));
+    else if (!missing.isEmpty())
+        sentences << QStringLiteral("Not available on %1.").arg(friendlyNames(missing));
+    else
+        sentences << (silent.isEmpty() ? QStringLiteral("All selected computers have this tool.")
+                                       : QStringLiteral("All computers that answered have this tool."));
+    sentences.removeAll(QString());
+    return sentences.join(u' ');
 }
 
 /// What is not filled in yet is no mistake.

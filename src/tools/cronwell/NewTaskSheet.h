@@ -8,7 +8,6 @@
 #include <array>
 
 class CronwellController;
-class ElidedLabel;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -41,9 +40,11 @@ private:
     void taskScheduleChanged(bool animated);
     void cronwellBrowseDirectory();
     void setFieldsHeight(int height);
+    void fitHeight();
     void edited();
     void updateForm();
     void showOffer();
+    [[nodiscard]] QString offerText() const;
     [[nodiscard]] QString friendlyNames(const QStringList& hostNames) const;
     void showSchedule();
 
@@ -57,7 +58,7 @@ private:
 
     CronwellController& m_controller;
     QComboBox *m_applications, *m_tasks, *m_kinds;
-    ElidedLabel* m_offer;
+    QLabel* m_offer;
     QWidget* m_fields;
     std::array<QWidget*, KindCount> m_pages{};
     std::array<bool, KindCount> m_isTouched{};
