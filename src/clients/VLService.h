@@ -132,7 +132,7 @@ public:
     void setErrorCode(int code);
     /// Why the last connection attempt failed, in plain words; empty when it did not. `changedCertificate`
     /// is the agent's new certificate (PEM) when its key differs from the pinned one.
-    [[nodiscard]] QString connectionError() const { return m_connectionError.get(); }
+    [[nodiscard]] QString connectionError() const override { return m_connectionError.get(); }
     /// The kind of connectionError(); None when it is empty.
     [[nodiscard]] ConnectionFailure connectionFailure() const { return m_connectionFailure; }
     [[nodiscard]] QByteArray changedCertificate() const { return m_changedCertificate.get(); }

@@ -19,6 +19,8 @@ public:
     /// Last connection or configuration error, 0 for none.
     [[nodiscard]] virtual int errorCode() const = 0;
     [[nodiscard]] virtual bool isConnected() const = 0;
+    /// Why there is no connection, in plain words; may be empty.
+    [[nodiscard]] virtual QString connectionError() const { return {}; }
     virtual void setIsConnected(bool connected) = 0;
     /// The agent's root object, or null.
     [[nodiscard]] virtual VLProxyObjectPtr proxyObject() const = 0;

@@ -209,7 +209,7 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
     const VLProxyObjectPtr proxy = connectedProxy(service);
     if (!proxy) {
         VLLog::appendLog(QStringLiteral("Unable to connect to server %@"), service->name());
-        noteOutcome(*service, Outcome::NotConnected);
+        noteOutcome(*service, Outcome::NotConnected, service->connectionError());
         return std::nullopt;
     }
     const auto turn = isExecution ? Run::turnOf(*service) : nullptr;
@@ -357,7 +357,7 @@ QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& 
         const VLProxyObjectPtr proxy = connectedProxy(service);
         if (!proxy) {
             VLLog::appendLog(QStringLiteral("Unable to connect to %@"), service->name());
-            noteOutcome(*service, Outcome::NotConnected);
+            noteOutcome(*service, Outcome::NotConnected, service->connectionError());
             return {};
         }
         const auto turn = Run::turnOf(*service);

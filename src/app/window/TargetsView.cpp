@@ -104,7 +104,7 @@ QStringList TargetsView::warnings() const {
     QStringList texts;
     if (hidden > 0) texts.append(QStringLiteral("%1 hidden by the search").arg(hidden));
     if (const QStringList leftOut = m_leftOut({selected.begin(), selected.end()}); !leftOut.isEmpty())
-        texts.append(QStringLiteral("%1 left out").arg(RunStatus::shortList(leftOut)));
+        texts.append(QStringLiteral("%1 left out by actions on all").arg(RunStatus::shortList(leftOut)));
     return texts;
 }
 

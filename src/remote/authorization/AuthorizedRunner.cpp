@@ -57,7 +57,7 @@ VLProxyObjectPtr AuthorizedRunner::proxyFor(const QString& selector, const Remot
     const VLProxyObjectPtr proxy = m_environment.runner->connectedProxy(service);
     if (!proxy) {
         VLLog::appendLog(QStringLiteral("Unable to connect to %@"), service->name());
-        runHere()->note(*service, {Outcome::NotConnected, {}});
+        runHere()->note(*service, {Outcome::NotConnected, service->connectionError()});
         return nullptr;
     }
     if (proxy->respondsToSelector(selector, m_environment.probeLimit)) return proxy;
@@ -93,7 +93,7 @@ void AuthorizedRunner::carryOut(const Operation& operation, const RemoteClientPt
         const VLProxyObjectPtr proxy = m_environment.runner->connectedProxy(service);
         if (!proxy) {
             VLLog::appendLog(QStringLiteral("Unable to connect to %@"), service->name());
-            runHere()->note(*service, {Outcome::NotConnected, {}});
+            runHere()->note(*service, {Outcome::NotConnected, service->connectionError()});
             return;
         }
         const auto turn = Run::turnOf(*service);

@@ -39,7 +39,7 @@ CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
     const QList<int> first{VLScheduledTask::Tool, VLScheduledTask::Computers};
     start({{960, {216, 186, 84, 96, 80, 88}},
            {760, {216, 186, 84, 96, 80, 88}, first},
-           {520, {170, 130, 84, 90, 72, 80}, first},
+           {520, {150, 112, 82, 90, 66, 80}, first},
            {0, {150, 110, 84, 90, 72, 80}, first + QList<int>{VLScheduledTask::RunsAs}}});
 }
 

@@ -343,7 +343,9 @@ void NewTaskSheet::edited() {
 void NewTaskSheet::updateForm() {
     showOffer();
     showSchedule();
-    m_addButton->setEnabled(m_tasks->count() > 0 && scheduleProblem().isEmpty());
+    // What is offered may be of the last time until the computers have said what they have.
+    const bool isKnown = !m_controller.isReadingApps() && m_tasks->count() > 0;
+    m_addButton->setEnabled(isKnown && scheduleProblem().isEmpty());
 }
 
 /// As many as are read in passing.
