@@ -119,11 +119,12 @@ private Q_SLOTS:
 
     void buttons() {
         QStringList tabs;
-        for (QWidget* next = m_console.find<QWidget>("addonrySyncBtn"); tabs.size() < 6;
+        for (QWidget* next = m_console.find<QWidget>("addonrySyncBtn"); tabs.size() < 7;
              next = next->nextInFocusChain())
             if (next->focusPolicy() & Qt::TabFocus) tabs << next->objectName();
-        QCOMPARE(tabs, QStringList({"addonrySyncBtn", "addonryEnableAllBtn", "addonryDisableAllBtn",
-                                    "differencesOnly", "addonryFilter", "addonryOutline"}));
+        QCOMPARE(tabs,
+                 QStringList({"addonrySyncBtn", "addonryEnableAllBtn", "addonryDisableAllBtn",
+                              "differencesOnly", "addonryFilter", "addonryShowNoAnswer", "addonryOutline"}));
         m_console.find<QToolButton>("addonrySyncBtn")->click();
         QVERIFY(begun().contains(u"Syncing Addonry plugins..."_s));
         m_console.find<QToolButton>("addonryDisableAllBtn")->click();
