@@ -221,6 +221,8 @@ private:
     void endTasksOf(const VLServicePtr& service);
     [[nodiscard]] QList<RemoteClientPtr> clientsOf(
         const RunRecord& record, const std::function<bool(const HostOutcome&)>& wanted) const;
+    void sendCommand(const QString& selector, const QString& action, const QString& actionDone,
+                     const QList<RemoteClientPtr>& clients, const QString& retryOf = {});
     [[nodiscard]] QList<RemoteClientPtr> clientsToRetry(const RunRecord& record) const;
     [[nodiscard]] bool isReadingOfTool(const RunRecord& record) const;
     void selectionChanged();

@@ -7,6 +7,7 @@
 #include "logs/VLLog.h"
 #include "remote/LogBudget.h"
 #include "remote/VLCorvalinServerProtocol.h"
+#include "runs/InFlight.h"
 
 #include <QTimer>
 
@@ -287,15 +288,13 @@ void AppController::selectionChanged() {
 // ---- Client menu
 
 void AppController::restartClient(const VLServicePtr& service) {
-    VLThread::detach(QStringLiteral("menuRestartClient"), [runner = m_runner.get(), service] {
-        runner->executeRemoteMethod(QStringLiteral("relaunch"), {}, {}, service);
-    });
+    sendCommand(QStringLiteral("relaunch"), QStringLiteral("Restart Client"),
+                QStringLiteral("Restarted the client"), {service});
 }
 
 void AppController::stopClient(const VLServicePtr& service) {
-    VLThread::detach(QStringLiteral("menuStopClient"), [runner = m_runner.get(), service] {
-        runner->executeRemoteMethod(QStringLiteral("disconnect"), {}, {}, service);
-    });
+    sendCommand(QStringLiteral("disconnect"), QStringLiteral("Stop Client"),
+                QStringLiteral("Stopped the client"), {service});
 }
 
 void AppController::disconnectClient(const VLServicePtr& service) {
@@ -313,8 +312,25 @@ void AppController::refreshClientInfo(const VLServicePtr& service) {
 }
 
 void AppController::cancelMaintenance(const VLServicePtr& service) {
-    VLThread::detach(QStringLiteral("menuCancelMaintenance"), [runner = m_runner.get(), service] {
-        runner->executeRemoteMethod(QStringLiteral("cancelMaintenanceRequest"), {}, {}, service);
+    sendCommand(QStringLiteral("cancelMaintenanceRequest"), QStringLiteral("Cancel Maintenance"),
+                QStringLiteral("Cancelled maintenance"), {service});
+}
+
+/// A run like those of the tools: a client is not restarted in the middle of what a tool changes there.
+void AppController::sendCommand(const QString& selector, const QString& action, const QString& actionDone,
+                                const QList<RemoteClientPtr>& clients, const QString& retryOf) {
+    RunList& runs = m_taskThreads->runs();
+    const RunPtr run = runs.begin(
+        {.action = action, .actionDone = actionDone, .isChange = true, .retryOf = retryOf}, clients);
+    runs.keepRedo(*run, [=, this, id = run->id()](const QList<RemoteClientPtr>& others) {
+        sendCommand(selector, action, actionDone, others, id);
+    });
+    VLThread::detach(selector, [runner = m_runner.get(), run, selector] {
+        const RunScope scope(run);
+        const auto send = [&](const RemoteClientPtr& client) {
+            runner->executeRemoteMethod(selector, {}, {}, client);
+        };
+        InFlight::forEach<RemoteClient>(run, selector, run->clients(), send);
     });
 }
 
