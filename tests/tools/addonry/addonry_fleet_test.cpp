@@ -118,10 +118,11 @@ private Q_SLOTS:
             const QList<Disk> after = disks();
             QVERIFY(after != before);
             QVERIFY(m_fleet->undo());
+            const QList<Disk> undone = disks();
             for (int machine = 0; machine < machines; ++machine)  // what was installed stays
                 for (const QString& file : before.at(machine).keys())
-                    QVERIFY2(disks().at(machine).contains(file), qPrintable(file));
-            QVERIFY(isSync || disks() == before);
+                    QVERIFY2(undone.at(machine).contains(file), qPrintable(file));
+            QVERIFY(isSync || undone == before);
             QVERIFY(m_fleet->undo());
             QCOMPARE(disks(), after);
             QVERIFY(m_fleet->undo());
