@@ -113,6 +113,8 @@ private Q_SLOTS:
             u"a.plist clean off 7 3"_s, u"enable a.plist 1"_s);
         row("turned on since", u"a.plist clean on 6 60"_s, u"a.plist clean off 6 5"_s,
             u"a.plist clean on 6 5"_s, u"edit a.plist 1 6 60"_s);
+        row("moved again since", u"a.plist clean on 6 60"_s, u"a.plist clean on 7 3"_s,
+            u"a.plist clean on 6 5"_s, u"missing"_s);
         row("gone since", u"a.plist clean on 6 60"_s, u"a.plist clean off 6 60"_s, u"b.plist copy on 6 5"_s,
             u"missing"_s);
         row("another in its place", u"r.plist clean off 6 60"_s, {}, u"r.plist copy on 6 60"_s, u"missing"_s);

@@ -136,6 +136,8 @@ private:
             m_plan.steps.append({Step::Enable, former,
                                  QVariantMap{{fileNameKey, former.value(fileNameKey)},
                                              {enabledKey, former.value(enabledKey)}}});
+        else
+            m_plan.missing.append(textOf(former, descriptionKey));
     }
 
     const ByFile m_presents;
