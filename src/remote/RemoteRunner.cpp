@@ -223,7 +223,12 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
     VLLog::appendLog(QStringLiteral("Performing method on remote object..."));
     if (!isExecution) return proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
     const ByteBudget::Part room(outgoingBytes(), bytesOf(obj1) + bytesOf(obj2), Run::shallStop);
-    if (!room) return std::nullopt;
+    if (!room) {
+        const RunPtr run = Run::current();
+        if (run && !run->isCancelled())  // given up on before its turn, which is not "nothing to do"
+            run->note(*service, {Outcome::NoAnswer, QStringLiteral("other computers were sent to first")});
+        return std::nullopt;
+    }
     Run::Change change(service);
     QVariant answer = proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
     if (!change.done()) return std::nullopt;
