@@ -111,7 +111,7 @@ void drawGroups(SampleConsole& console, const QList<VLServicePtr>& members) {
 void drawSettlekeep(SampleConsole& console, const QStringList& hosts) {
     console.window->showTool(u"settlekeep"_s);
     auto& settlekeep =
-        *static_cast<SettlekeepController*>(console.controller->toolController(u"settlekeep"_s));
+        *static_cast<SettlekeepController*>(console.controller->toolSet().toolController(u"settlekeep"_s));
     if (QTest::qWaitFor([&] { return settlekeep.hasResult() && !settlekeep.isBusy(); }))
         save(*console.window, u"settlekeep-empty"_s);
     QList<QVariantMap> backups;
@@ -158,7 +158,8 @@ void drawAddonryMenus(QTreeView& tree) {
 /// Tasks of every kind of difference, their menu, the sheet with each kind of schedule, and the question.
 void drawCronwell(SampleConsole& console, const QStringList& hosts) {
     console.window->showTool(u"cronwell"_s);
-    auto& cronwell = *static_cast<CronwellController*>(console.controller->toolController(u"cronwell"_s));
+    auto& cronwell =
+        *static_cast<CronwellController*>(console.controller->toolSet().toolController(u"cronwell"_s));
     if (QTest::qWaitFor([&] { return cronwell.hasResult() && !cronwell.isBusy(); }))
         save(*console.window, u"cronwell-empty"_s);
     QList<QList<QVariantMap>> jobs(hosts.size());
@@ -524,7 +525,7 @@ void drawClientWindows(SampleConsole& console, const QByteArray& certificate) {
         ConnectionFailure::NotAuthorized);
     dubbing->showNotConnected(u"No connection to 192.168.1.72, port 51000: Connection refused."_s,
                               ConnectionFailure::Refused);
-    console.controller->showConnectionTroubleshooter(lock);
+    console.controller->troubleshooter().showConnectionTroubleshooter(lock);
     auto& window = *console.window->findChild<TroubleshooterWindow*>();
     save(window, u"troubleshooter"_s);
     window.select(dubbing);
@@ -539,7 +540,7 @@ void drawClientWindows(SampleConsole& console, const QByteArray& certificate) {
     window.resize(640, 420);
     save(window, u"troubleshooter-small"_s);
     window.resize(900, 560);
-    console.controller->failingClients().setServices({});
+    console.controller->troubleshooter().failingClients().setServices({});
     save(window, u"troubleshooter-empty"_s);
     window.close();
 
@@ -548,7 +549,7 @@ void drawClientWindows(SampleConsole& console, const QByteArray& certificate) {
                              {u"availableUpdateCount"_s, 3},
                              {u"availableUpdateCountLastUpdate"_s, QDateTime::currentDateTimeUtc()}});
     VLService::environment()->pins->pin(lock->pinName(), certificate);
-    console.controller->showInfo(lock);
+    console.controller->clientDetails().showInfo(lock);
     auto& panel = *console.window->findChild<ClientInfoPanel*>();
     save(panel, u"info"_s);
     panel.showService(nullptr);

@@ -4,7 +4,6 @@
 #include "app/AppInterface.h"
 #include "app/ConsoleIdentity.h"
 #include "foundation/MainThread.h"
-#include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
@@ -14,7 +13,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QGuiApplication>
 
 #include <algorithm>
 
@@ -28,46 +26,28 @@ VLUserDefaults& defaults() {
     return VLUserDefaults::standardUserDefaults();
 }
 
-bool isApplicationActive() {
-    return QGuiApplication::applicationState() == Qt::ApplicationActive;
-}
-
-void startOnThread(std::function<void()> operation) {
-    VLThread::detach(QStringLiteral("autoRefresh"), std::move(operation));
-}
-
 }  // namespace
 
 AppController::AppController(QList<Tool> tools, AppServices appServices, QObject* parent)
     : QObject(parent),
-      m_tools(std::move(tools)),
       m_appServices(std::move(appServices)),
-      m_services(std::make_unique<ServiceList>()) {
+      m_services(std::make_unique<ServiceList>()),
+      m_troubleshooter(std::make_unique<ConnectionTroubleshooter>(*m_services)),
+      m_softwareUpdates(std::make_unique<SoftwareUpdates>(*m_services, m_appServices.checkForUpdatesToSelf)) {
+    createTools(std::move(tools));
+}
+
+void AppController::createTools(QList<Tool> tools) {
     m_taskThreads = std::make_unique<TaskThreads>(TaskThreads::Environment{
         [this] { return static_cast<int>(m_services->selectedServices().size()); },
-        [this] { m_autoRefresh->autoRefreshData(true); },
-        [this] {
-            for (const auto& controller : std::as_const(m_toolControllers))
-                controller->stopSpinner();
-        },
+        [this] { m_toolSet->autoRefresh().autoRefreshData(true); },
+        [this] { m_toolSet->stopSpinners(); },
     });
     m_runStatus = std::make_unique<RunStatus>(m_taskThreads->runs());
-    m_autoRefresh = std::make_unique<AutoRefresh>(AutoRefresh::Environment{
-        [this] { return m_taskThreads->isProcessing(); },
-        [this] { return m_taskThreads->isInstallingUpdate(); },
-        isApplicationActive,
-        startOnThread,
-    });
-    m_refreshRequest = std::make_unique<RefreshRequest>(RefreshRequest::Environment{
-        [this] { return m_autoRefresh->hasOperation() && !m_autoRefresh->canRefreshNow(); },
-        [this] {
-            const QList<VLServicePtr> selected = m_services->selectedServices();
-            return std::none_of(selected.begin(), selected.end(), [](const VLServicePtr& service) {
-                return service->spinning() && !service->isConnected();
-            });
-        },
-        [this] { refreshVisibleTool(); },
-    });
+    m_toolSet = std::make_unique<ToolSet>(std::move(tools), *m_services, *m_taskThreads);
+    m_runActions = std::make_unique<RunActions>(m_taskThreads->runs(), *m_toolSet, *m_services);
+    connect(m_services.get(), &ServiceList::selectionChanged, m_taskThreads.get(),
+            [this] { m_taskThreads->updateSelectedComputerStatus(); });
 }
 
 AppController::~AppController() {
@@ -87,15 +67,16 @@ bool AppController::init() {
     createAuthorization();
     registerDefaults();
     createActivity();
+    m_toolSet->setContext(toolContext());
+    subscribeToNotifications();
     VLLog::appendLog(QStringLiteral("Searching for services..."));
     populateServiceGroups();
-    if (!startDiscovery()) return false;
-    connect(m_services.get(), &ServiceList::selectionChanged, this, &AppController::selectionChanged);
-    return true;
+    return startDiscovery();
 }
 
 void AppController::createErrorCallback() {
     m_errorCallback = std::make_shared<VLErrorCallback>(errorCallbackParent());
+    m_errorLog = std::make_unique<ErrorLog>(m_errorCallback, m_appServices.uploadErrorLog);
 }
 
 void AppController::createRunner() {
@@ -118,7 +99,7 @@ void AppController::createRunner() {
 }
 
 void AppController::registerDefaults() {
-    defaults().registerDefaults(registeredDefaults(m_tools));
+    defaults().registerDefaults(registeredDefaults(m_toolSet->tools()));
 }
 
 void AppController::populateServiceGroups() {
@@ -147,6 +128,7 @@ bool AppController::startDiscovery() {
         [this](const VLServicePtr& service) { serviceAdded(service); },
         [this](const VLServicePtr& service) { endTasksOf(service); },
     });
+    createClientParts();
     if (m_browses) m_discovery->findServicesOnThread();
     m_discovery->processManualConnections();
     return true;
@@ -175,7 +157,6 @@ void AppController::awakeFromNib() {
 void AppController::setUpInterface() {
     if (!authenticateAtStart()) return;
     populateTasks();
-    observeProcessing();
     if (m_interface) {
         m_interface->observeNewTaskSelection();
         m_interface->setUpMainWindow();
@@ -185,17 +166,18 @@ void AppController::setUpInterface() {
         m_interface->setInterCellSpacing();
         m_interface->setScopeImages();
     }
-    subscribeToNotifications();
     if (m_interface) {
         m_interface->layOutVarispot();
         m_interface->setDoubleClickActions();
     }
     reloadServiceOutlineView();
     m_taskThreads->updateSelectedComputerStatus();
+    m_troubleshooter->setUnattended(m_isUnattended);
     Q_EMIT mainWindowReady();
+    showWhatWasHeld();
     if (m_isUnattended) return;
     showFirstRun();
-    checkForUpdatesToSelf();
+    m_softwareUpdates->checkAtStart();
 }
 
 bool AppController::authenticateAtStart() {
@@ -209,19 +191,20 @@ bool AppController::authenticateAtStart() {
 
 /// The tool list is the registry as it stands; the window shows it in that order.
 void AppController::populateTasks() {
-    VLLog::appendLog(QStringLiteral("%i tools, %i of them ready to use"), static_cast<int>(m_tools.size()),
-                     static_cast<int>(std::count_if(m_tools.begin(), m_tools.end(), [](const Tool& tool) {
+    const QList<Tool>& tools = m_toolSet->tools();
+    VLLog::appendLog(QStringLiteral("%i tools, %i of them ready to use"), static_cast<int>(tools.size()),
+                     static_cast<int>(std::count_if(tools.begin(), tools.end(), [](const Tool& tool) {
                          return static_cast<bool>(tool.makeController);
                      })));
 }
 
-void AppController::observeProcessing() {
-    connect(m_taskThreads.get(), &TaskThreads::isProcessingChanged, this, [this](bool processing) {
-        if (processing || !m_autoRefresh->hasOperation())
-            m_autoRefresh->toolbarRefreshDisable();
-        else
-            m_autoRefresh->toolbarRefreshEnable();
-    });
+/// Clients connect while the administrator is still asked for a password; what they said meanwhile is shown
+/// now.
+void AppController::showWhatWasHeld() {
+    m_isReady = true;
+    if (const VLServicePtr failed = std::exchange(m_heldFailure, {}))
+        m_troubleshooter->connectionFailed(failed);
+    if (m_adminUpdateMessageDisplayed) Q_EMIT adminIsOutdated(std::exchange(m_heldOutdated, {}));
 }
 
 void AppController::showFirstRun() {
@@ -231,34 +214,16 @@ void AppController::showFirstRun() {
     defaults().setObject(false, key);
 }
 
-void AppController::checkForUpdatesToSelf() {
-    if (defaults().objectForKey(QStringLiteral("SUCheckAtStartup")).toLongLong() == 0) return;
-    const qlonglong known = defaults().integerForKey(QStringLiteral("availableUpdateVersion"));
-    const qlonglong own =
-        VLBundle::mainBundle().integerForInfoDictionaryKey(QStringLiteral("CFBundleVersion"));
-    if (known > own) return setSoftwareUpdateCount(1, QLatin1String(ownHostName));
-    searchForUpdates({});
+// ---- Parts
+
+void AppController::createClientParts() {
+    m_clientCommands =
+        std::make_unique<ClientCommands>(m_taskThreads->runs(), *m_runner, *m_discovery, m_errorCallback);
+    m_clientDetails = std::make_unique<ClientDetails>(*m_services, *m_runner);
 }
 
-void AppController::searchForUpdates(std::function<void(bool isDone)> then) {
-    VLThread::detach(QStringLiteral("checkForUpdatesToSelf"),
-                     [check = m_appServices.checkForUpdatesToSelf, then = std::move(then)] {
-                         const bool isDone = check && check();
-                         if (then) onMainThread([then, isDone] { then(isDone); });
-                     });
-}
-
-// ---- Tools
-
-const Tool* AppController::tool(const QString& identifier) const {
-    const auto found = std::find_if(m_tools.begin(), m_tools.end(),
-                                    [&](const Tool& tool) { return tool.identifier == identifier; });
-    return found == m_tools.end() ? nullptr : &*found;
-}
-
-ToolContext AppController::toolContext(const QString& identifier) {
+ToolContext AppController::toolContext() {
     ToolContext context;
-    context.tool = identifier;
     context.runner = m_runner.get();
     context.authorizedRunner = m_authorizedRunner.get();
     context.progress = m_taskThreads.get();
@@ -283,47 +248,6 @@ ToolContext AppController::toolContext(const QString& identifier) {
     return context;
 }
 
-ToolController* AppController::toolController(const QString& identifier) {
-    if (const auto made = m_toolControllers.constFind(identifier); made != m_toolControllers.constEnd())
-        return made->get();
-    const Tool* const found = tool(identifier);
-    if (!found || !found->makeController) return nullptr;
-    std::shared_ptr<ToolController> controller = found->makeController(toolContext(identifier));
-    m_toolControllers.insert(identifier, controller);
-    return controller.get();
-}
-
-void AppController::setVisibleTool(const QString& identifier) {
-    m_autoRefresh->setupAutoRefresh({}, 0);
-    m_visibleTool = identifier;
-    if (toolController(identifier)) {
-        const std::shared_ptr<ToolController> controller = m_toolControllers.value(identifier);
-        controller->becomesVisible();
-        m_autoRefresh->setupAutoRefresh([controller] { controller->refresh(); },
-                                        tool(identifier)->refreshInterval);
-        if (m_autoRefresh->canRefreshNow())
-            refreshVisibleTool();
-        else
-            m_refreshRequest->request();
-    }
-    Q_EMIT visibleToolChanged(identifier);
-}
-
-void AppController::refreshVisibleTool() {
-    const QList<VLServicePtr> selected = m_services->selectedServices();
-    m_refreshedFor = {selected.begin(), selected.end()};
-    m_autoRefresh->autoRefreshData(false);
-}
-
-void AppController::clearData() {
-    m_taskThreads->setProcessingCancelled(true);
-    QList<Tool> tools = m_tools;
-    std::stable_sort(tools.begin(), tools.end(),
-                     [](const Tool& a, const Tool& b) { return a.clearingPlace < b.clearingPlace; });
-    for (const Tool& tool : std::as_const(tools))
-        if (const auto controller = m_toolControllers.value(tool.identifier)) controller->clearData();
-}
-
 // ---- Shutdown
 
 bool AppController::shutDown() {
@@ -331,7 +255,7 @@ bool AppController::shutDown() {
     m_isShutDown = true;
 
     m_appServices.stopFaultpost();
-    m_refreshRequest->cancel();
+    m_toolSet->stop();
     m_taskThreads->abandon();
     if (m_discovery) m_discovery->stop();
     VLThread::cancelAll();
@@ -340,9 +264,9 @@ bool AppController::shutDown() {
     for (const VLServicePtr& service : m_services->serviceArray())
         service->disconnect();
     m_serviceMenu.clear();
-    m_failingClients.setServices({});
-    m_refreshedFor.clear();
-    m_autoRefresh->setupAutoRefresh({}, 0);
+    m_heldFailure.reset();
+    m_heldOutdated.reset();
+    m_troubleshooter->stop();
     VLNotificationCenter::defaultCenter().removeObserver(this);
     if (m_activity) {
         // What the end has cut short is kept as well.

@@ -1,18 +1,18 @@
-// The controller's answers to notifications, to the agents' callbacks and to the client menu.
+// The controller's answers to notifications and to the agents' callbacks, and clients that come and go.
 #include "app/AppController.h"
 #include "clients/VLVirtualService.h"
 #include "foundation/MainThread.h"
+#include "foundation/VLFormat.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "remote/LogBudget.h"
-#include "remote/VLCorvalinServerProtocol.h"
-#include "runs/InFlight.h"
+#include "remote/VLCallback.h"
 
 #include <QTimer>
 
 #include <algorithm>
-#include <numeric>
+#include <utility>
 
 namespace {
 
@@ -28,8 +28,10 @@ void AppController::subscribeToNotifications() {
         center.addObserver(this, QLatin1String(name), std::move(handler));
     };
     observe("vlCorvalinServiceRefresh", [this](const VLNotification&) { reloadServiceOutlineView(); });
-    observe("vlCorvalinErrorLabelRefresh", [this](const VLNotification&) { Q_EMIT errorQueueChanged(); });
-    observe("vlCorvalinPostLocalError", [this](const VLNotification& n) { postError(n.userInfo); });
+    observe("vlCorvalinErrorLabelRefresh",
+            [this](const VLNotification&) { Q_EMIT m_errorLog->errorQueueChanged(); });
+    observe("vlCorvalinPostLocalError",
+            [this](const VLNotification& n) { m_errorLog->postError(n.userInfo); });
     observe("vlCorvalinProgressIncrement",
             [this](const VLNotification&) { m_taskThreads->incrementProgress(); });
     observe("vlCorvalinTaskFinished", [this](const VLNotification&) { m_taskThreads->remoteTaskFinished(); });
@@ -53,18 +55,20 @@ void AppController::reloadServiceOutlineView() {
         m_reloadPending = false;
         m_services->serviceChanged(nullptr);
         updateAvailableServices();
-        refreshTroubleshooter();
+        m_troubleshooter->refresh();
     });
+}
+
+void AppController::setServicesAvailable(bool available) {
+    if (std::exchange(m_servicesAvailable, available) != available)
+        Q_EMIT servicesAvailableChanged(available);
 }
 
 void AppController::updateAvailableServices() {
     const QList<VLServicePtr> services = m_services->serviceArray();
-    const bool available = std::any_of(services.begin(), services.end(), [](const VLServicePtr& service) {
+    setServicesAvailable(std::any_of(services.begin(), services.end(), [](const VLServicePtr& service) {
         return service->isConnected() && service->enabled();
-    });
-    if (available == m_servicesAvailable) return;
-    m_servicesAvailable = available;
-    Q_EMIT servicesAvailableChanged(available);
+    }));
 }
 
 void AppController::serviceInvalidated(const VLServicePtr& service) {
@@ -79,49 +83,27 @@ void AppController::serviceInvalidated(const VLServicePtr& service) {
         m_discovery->removeLeavingService(*netService);
     else if (service->isManual())
         service->setupReconnectTimer(m_errorCallback);
-    refreshTroubleshooter();
+    m_troubleshooter->refresh();
     reloadServiceOutlineView();
 }
 
 void AppController::connectionFailed(const VLServicePtr& service) {
     VLLog::appendLog(QStringLiteral("Service connection failed."));
-    // A record that was removed since is no reason, and must not use up the one time.
-    const bool isListed = m_services->serviceArray().contains(service);
-    if (isListed && !m_troubleshooterAutoLaunched && !m_isUnattended) {
-        m_troubleshooterAutoLaunched = true;
-        Q_EMIT connectionTroubleshooterRequested(service, true);
-    }
-    refreshTroubleshooter();
+    if (m_isReady)
+        m_troubleshooter->connectionFailed(service);
+    else if (!m_heldFailure)
+        m_heldFailure = service;
     Q_EMIT serviceConnectionFailed(service);
     updateAvailableServices();
 }
 
 void AppController::adminOutdated(const VLServicePtr& service) {
     VLLog::appendLog(QStringLiteral("Admin is outdated."));
-    if (m_adminUpdateMessageDisplayed) return;
-    m_adminUpdateMessageDisplayed = true;
-    Q_EMIT adminIsOutdated(service);
-}
-
-void AppController::postError(const QVariantMap& userInfo) {
-    const qlonglong code = userInfo.value(QStringLiteral("errorcode")).toLongLong();
-    const QString hostName = userInfo.value(QStringLiteral("hostname")).toString();
-    if (code < 1 || hostName.isEmpty()) return;
-    m_errorCallback->addErrorToQueue(
-        QVariantMap{{QStringLiteral("domain"), QLatin1String(CorvalinError::domain)},
-                    {QStringLiteral("code"), code}},
-        hostName);
-}
-
-void AppController::clearErrorLog() {
-    m_errorCallback->clearErrorQueue();
-    Q_EMIT errorQueueChanged();
-}
-
-QString AppController::errorLabel() const {
-    const int count = static_cast<int>(m_errorCallback->errorCount());
-    if (count == 0) return {};
-    return vlFormat(QStringLiteral("%i error%@"), count, count == 1 ? QString() : QStringLiteral("s"));
+    if (std::exchange(m_adminUpdateMessageDisplayed, true)) return;
+    if (m_isReady)
+        Q_EMIT adminIsOutdated(service);
+    else
+        m_heldOutdated = service;
 }
 
 // ---- Callbacks of the agents
@@ -162,7 +144,7 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
             static_cast<int>(logs.size()), hostName);
     };
     parent.setSoftwareUpdateCount = [this](qlonglong count, const QString& hostName) {
-        setSoftwareUpdateCount(count, hostName);
+        m_softwareUpdates->setSoftwareUpdateCount(count, hostName);
     };
     parent.removeStoredPasswordForHost = [this](const QString& hostName) {
         m_authorization->removeStoredPasswordForHost(hostName);
@@ -171,31 +153,13 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
 }
 
 void AppController::setSoftwareUpdateCount(qlonglong count, const QString& hostName) {
-    // An agent may send any number; the total of all must stay one.
-    constexpr qlonglong highest = 1'000'000;
-    const VLServicePtr service = m_services->serviceWithHostName(hostName);
-    // A count may arrive when its client has been removed; nothing would take it out of the total again.
-    if (service || hostName == QLatin1String(ownHostName))
-        storeUpdateCount(std::min(count, highest), service ? service->hostName() : hostName);
-}
-
-void AppController::storeUpdateCount(qlonglong count, const QString& hostName) {
-    if (m_updateCounts.value(hostName) == std::max(count, qlonglong{0})) return;
-    if (count > 0)
-        m_updateCounts.insert(hostName, count);
-    else
-        m_updateCounts.remove(hostName);
-    Q_EMIT softwareUpdateCountChanged(softwareUpdateCount());
+    m_softwareUpdates->setSoftwareUpdateCount(count, hostName);
 }
 
 bool AppController::isHostNameOfAnother(const VLServicePtr& service, const QString& hostName) {
     const VLServicePtr found = m_services->serviceWithHostName(hostName);
     return found && found != service &&
            (found->hostName() == hostName || found->hostName() == hostName + u'.');
-}
-
-qlonglong AppController::softwareUpdateCount() const {
-    return std::accumulate(m_updateCounts.begin(), m_updateCounts.end(), qlonglong{0});
 }
 
 /// The answer comes back through the callback object. The request comes with the client's configuration,
@@ -219,12 +183,30 @@ void AppController::displayCrashDialogForClient(const VLServicePtr& service, con
         service->hostName());
 }
 
+void AppController::objectDidPostCallback(const std::shared_ptr<VLCallback>& callback) {
+    VLLog::appendLog(QStringLiteral("Callback received"));
+    const QVariant output = callback->info().value(QStringLiteral("output"));
+    if (callback->name() != QLatin1String("vlEncodemendScanFinished")) return;
+    if (output.typeId() != QMetaType::QString) return;
+    constexpr qsizetype longestOutput = 1'000'000;
+    const QString text = output.toString().left(longestOutput);
+    const QString hostName = callback->hostname();
+    Q_EMIT encodemendScanFinished(m_services->friendlyServiceName(hostName), text);
+
+    const bool isRefused = text.contains(QLatin1String("Unable to authorize"), Qt::CaseInsensitive) ||
+                           text.contains(QLatin1String("Cannot authorize"), Qt::CaseInsensitive);
+    if (!isRefused || hostName.isEmpty()) return;
+    // The keychain may be slow.
+    VLThread::detach(QStringLiteral("removeStoredPasswordForHost:"),
+                     [forget = toolContext().removeStoredPasswordForHost, hostName] { forget(hostName); });
+}
+
 // ---- Clients that come and go
 
 void AppController::serviceConnected(const VLServicePtr& service) {
     onMainThreadAndWait([this, service] {
         updateAvailableServices();
-        if (m_services->selectedServices().contains(service)) m_refreshRequest->request();
+        if (m_services->selectedServices().contains(service)) m_toolSet->requestRefresh();
     });
 }
 
@@ -236,7 +218,7 @@ void AppController::serviceAdded(const VLServicePtr& service) {
 }
 
 void AppController::serviceRemoved(const VLServicePtr& service) {
-    storeUpdateCount(0, service->hostName());
+    m_softwareUpdates->forget(service->hostName());
     m_errorCallback->removeErrorsForService(service->hostName());
     m_authorization->serviceRemoved(service);
     m_serviceMenu.removeAll(service);
@@ -267,74 +249,6 @@ VLServicePtr AppController::addDemonstrationClient() {
     m_services->addServiceToList(service);
     m_taskThreads->updateSelectedComputerStatus();
     updateAvailableServices();
-    if (m_services->selectedServices().contains(service)) m_refreshRequest->request();
+    if (m_services->selectedServices().contains(service)) m_toolSet->requestRefresh();
     return service;
-}
-
-/// A client that joins the selection by itself is left until it is connected; every other change is shown.
-void AppController::selectionChanged() {
-    m_taskThreads->updateSelectedComputerStatus();
-    const QList<VLServicePtr> list = m_services->selectedServices();
-    const std::set<VLServicePtr> selected(list.begin(), list.end());
-    const bool hasLost =
-        std::any_of(m_refreshedFor.begin(), m_refreshedFor.end(),
-                    [&](const VLServicePtr& service) { return !selected.contains(service); });
-    const bool hasGained = std::any_of(selected.begin(), selected.end(), [this](const VLServicePtr& service) {
-        return !m_refreshedFor.contains(service) && service->isConnected();
-    });
-    if (hasLost || hasGained || !m_services->allSelected()) m_refreshRequest->request();
-}
-
-// ---- Client menu
-
-void AppController::restartClient(const VLServicePtr& service) {
-    sendCommand(QStringLiteral("relaunch"), QStringLiteral("Restart Client"),
-                QStringLiteral("Restarted the client"), {service});
-}
-
-void AppController::stopClient(const VLServicePtr& service) {
-    sendCommand(QStringLiteral("disconnect"), QStringLiteral("Stop Client"),
-                QStringLiteral("Stopped the client"), {service});
-}
-
-void AppController::disconnectClient(const VLServicePtr& service) {
-    m_discovery->removeService(service);
-}
-
-void AppController::reconnectClient(const VLServicePtr& service) {
-    VLThread::detach(QStringLiteral("menuReconnect"),
-                     [callback = m_errorCallback, service] { service->connectOnThread(callback); });
-}
-
-void AppController::refreshClientInfo(const VLServicePtr& service) {
-    VLThread::detach(QStringLiteral("menuRefreshClientInfo"),
-                     [service] { service->fetchInitialConfiguration(true); });
-}
-
-void AppController::cancelMaintenance(const VLServicePtr& service) {
-    sendCommand(QStringLiteral("cancelMaintenanceRequest"), QStringLiteral("Cancel Maintenance"),
-                QStringLiteral("Cancelled maintenance"), {service});
-}
-
-/// A run like those of the tools: a client is not restarted in the middle of what a tool changes there.
-void AppController::sendCommand(const QString& selector, const QString& action, const QString& actionDone,
-                                const QList<RemoteClientPtr>& clients, const QString& retryOf) {
-    RunList& runs = m_taskThreads->runs();
-    const RunPtr run = runs.begin(
-        {.action = action, .actionDone = actionDone, .isChange = true, .retryOf = retryOf}, clients);
-    runs.keepRedo(*run, [=, this, id = run->id()](const QList<RemoteClientPtr>& others) {
-        sendCommand(selector, action, actionDone, others, id);
-    });
-    VLThread::detach(selector, [runner = m_runner.get(), run, selector] {
-        const RunScope scope(run);
-        const auto send = [&](const RemoteClientPtr& client) {
-            runner->executeRemoteMethod(selector, {}, {}, client);
-        };
-        InFlight::forEach<RemoteClient>(run, selector, run->clients(), send);
-    });
-}
-
-bool AppController::canCancelMaintenance(const VLService& service) {
-    return service.isConnected() &&
-           RemoteRunner::mayExecute(QStringLiteral("cancelMaintenanceRequest"), service);
 }

@@ -50,7 +50,8 @@ void BatchRun::callLater(std::chrono::milliseconds delay, void (BatchRun::*step)
 }
 
 QString BatchRun::toolInWork() const {
-    return m_commandLine.reportTool.isEmpty() ? m_controller.visibleTool() : m_commandLine.reportTool;
+    return m_commandLine.reportTool.isEmpty() ? m_controller.toolSet().visibleTool()
+                                              : m_commandLine.reportTool;
 }
 
 QList<VLServicePtr> BatchRun::connectedClients() const {
@@ -120,7 +121,7 @@ void BatchRun::waitForIdle() {
 }
 
 void BatchRun::refreshTool() {
-    ToolController* const tool = m_controller.toolController(toolInWork());
+    ToolController* const tool = m_controller.toolSet().toolController(toolInWork());
     if (!tool) return deliver();
     // The program may be told to end while the worker is on its way.
     VLThread::detach(QStringLiteral("batchRun"), [self = QPointer(this), tool] {
@@ -133,7 +134,7 @@ void BatchRun::refreshTool() {
 
 void BatchRun::deliver() {
     if (!m_commandLine.reportTool.isEmpty()) {
-        const ToolController* const tool = m_controller.toolController(m_commandLine.reportTool);
+        const ToolController* const tool = m_controller.toolSet().toolController(m_commandLine.reportTool);
         if (tool && tool->hasResult()) {
             m_output.report(reportTable(tool->report()));
             nameUnanswered(*tool);

@@ -54,12 +54,17 @@ class AppControllerTest : public QObject {
     QStringList m_events;
     std::atomic<int> m_updateChecks{0};
     bool m_isAdministrator = false;
+    std::function<void()> m_whileAsked;  ///< what happens while the administrator is asked for a password
 
     void makeController() {
         AppServices services;
         services.startFaultpost = [this] { return m_events.append(u"start"_s), true; };
         services.stopFaultpost = [this] { m_events.append(u"stop"_s); };
-        services.authStart = [this] { return m_events.append(u"auth"_s), m_isAdministrator; };
+        services.authStart = [this] {
+            m_events.append(u"auth"_s);
+            if (m_whileAsked) m_whileAsked();
+            return m_isAdministrator;
+        };
         services.checkForUpdatesToSelf = [this] { return ++m_updateChecks > 0; };
         m_controller = std::make_unique<AppController>(testTools(), services);
         m_controller->setBrowses(false);
@@ -70,7 +75,7 @@ class AppControllerTest : public QObject {
         m_controller->awakeFromNib();
     }
     CountingTool& countingTool() {
-        return static_cast<CountingTool&>(*m_controller->toolController(u"addonry"_s));
+        return static_cast<CountingTool&>(*m_controller->toolSet().toolController(u"addonry"_s));
     }
 
 private Q_SLOTS:
@@ -78,6 +83,7 @@ private Q_SLOTS:
         m_events.clear();
         m_updateChecks = 0;
         m_isAdministrator = false;
+        m_whileAsked = {};
         for (const char* key : {"firstRun", "requireAdminPassword", "SUCheckAtStartup",
                                 "availableUpdateVersion", "manualConnections"})
             defaults().removeObjectForKey(QLatin1String(key));
@@ -164,6 +170,35 @@ private Q_SLOTS:
         if (firstRun) QCOMPARE(defaults().objectForKey(u"firstRun"_s), QVariant(false));
     }
 
+    /// Clients connect, and fail, while the administrator is still asked for a password.
+    void nothingIsLostWhileThePasswordIsAskedFor() {
+        defaults().setObject(1, u"requireAdminPassword"_s);
+        m_isAdministrator = true;
+        makeController();
+        QVERIFY(m_controller->init());
+        QStringList shown;
+        connect(m_controller.get(), &AppController::mainWindowReady, [&] { shown << u"window"_s; });
+        connect(m_controller.get(), &AppController::adminIsOutdated,
+                [&](const VLServicePtr& service) { shown << u"outdated by "_s + service->name(); });
+        connect(&m_controller->troubleshooter(), &ConnectionTroubleshooter::requested,
+                [&](const VLServicePtr& service) { shown << u"failure of "_s + service->name(); });
+        const auto bay = std::make_shared<SampleService>(u"bay"_s, QString());
+        m_controller->services().addServiceToList(bay);
+        m_whileAsked = [&] {
+            auto& center = VLNotificationCenter::defaultCenter();
+            const QVariantMap about{{u"service"_s, QVariant::fromValue(VLServicePtr(bay))}};
+            center.postNotification(u"vlCorvalinServiceConnectFailed"_s, {}, about);
+            center.postNotification(u"vlCorvalinAdminOutdated"_s, {}, about);
+            for (const char* host : {"a.", "b."})
+                center.postNotification(u"vlCorvalinPostLocalError"_s, {},
+                                        {{u"errorcode"_s, 2008}, {u"hostname"_s, QLatin1String(host)}});
+            QVERIFY(shown.isEmpty());
+        };
+        m_controller->awakeFromNib();
+        QCOMPARE(shown, QStringList({u"window"_s, u"failure of bay"_s, u"outdated by bay"_s}));
+        QCOMPARE(m_controller->errorLog().errorLabel(), u"2 errors"_s);
+    }
+
     void newerVersionIsShownOrLookedFor_data() {
         const TestTable<QVariant, int, int, int> row("check", "newer", "badge", "checks");
         row("own version", {}, 0, 0, 1);
@@ -178,7 +213,7 @@ private Q_SLOTS:
         defaults().setObject(own + newer, u"availableUpdateVersion"_s);
         start();
         QVERIFY(waitForWorkers(10s));
-        QTEST(int(m_controller->softwareUpdateCount(u"###self###"_s)), "badge");
+        QTEST(int(m_controller->softwareUpdates().softwareUpdateCount(u"###self###"_s)), "badge");
         QTEST(m_updateChecks.load(), "checks");
     }
 
@@ -206,10 +241,10 @@ private Q_SLOTS:
         say("cancelMaintenance:", {ownName});
         QTRY_VERIFY(!client->needsMaintenance());
         say("setSoftwareUpdateCount:hostname:", {std::numeric_limits<qlonglong>::max(), ownName});
-        QTRY_COMPARE(m_controller->softwareUpdateCount(), 1'000'000);
+        QTRY_COMPARE(m_controller->softwareUpdates().softwareUpdateCount(), 1'000'000);
         VLNotificationCenter::defaultCenter().postNotification(
             u"vlCorvalinPostLocalError"_s, {}, {{u"errorcode"_s, 2008}, {u"hostname"_s, u"a."_s}});
-        QTRY_COMPARE(m_controller->errorLabel(), u"2 errors"_s);
+        QTRY_COMPARE(m_controller->errorLog().errorLabel(), u"2 errors"_s);
         TaskThreads& threads = m_controller->taskThreads();
         threads.progressBarSetMaxValue(5);
         threads.setTaskThreadCount(3);
@@ -256,8 +291,9 @@ private Q_SLOTS:
         errors->setErrorQueue(full);
         qsizetype shown = 0;       // what the window looks at
         const QObject duringTest;  // what the slot works on ends with this test
-        connect(m_controller.get(), &AppController::errorQueueChanged, &duringTest, [&] {
-            shown += m_controller->errorLabel().size() + qsizetype(errors->errorCountsByHost().size());
+        connect(&m_controller->errorLog(), &ErrorLog::errorQueueChanged, &duringTest, [&] {
+            shown +=
+                m_controller->errorLog().errorLabel().size() + qsizetype(errors->errorCountsByHost().size());
         });
 
         const auto isOver = std::make_shared<std::atomic<bool>>(false);  // the flood may end after this test
@@ -296,29 +332,30 @@ private Q_SLOTS:
 
     void visibleToolRefreshes() {
         start();
-        m_controller->setVisibleTool(u"addonry"_s);
+        m_controller->toolSet().setVisibleTool(u"addonry"_s);
         QTRY_COMPARE(countingTool().refreshes.load(), 1);
 
         m_controller->taskThreads().startStatusProgress();
-        QVERIFY(!m_controller->autoRefresh().refreshEnabled());
-        m_controller->setVisibleTool(u"addonry"_s);  // cannot start now: comes later
+        QVERIFY(!m_controller->toolSet().autoRefresh().refreshEnabled());
+        m_controller->toolSet().setVisibleTool(u"addonry"_s);  // cannot start now: comes later
         QCOMPARE(countingTool().refreshes.load(), 1);
         m_controller->taskThreads().endStatusProgress();
-        QVERIFY(m_controller->autoRefresh().refreshEnabled());
+        QVERIFY(m_controller->toolSet().autoRefresh().refreshEnabled());
         QTRY_COMPARE(countingTool().refreshes.load(), 2);
 
-        m_controller->setVisibleTool(u"cronwell"_s);
-        QVERIFY(!m_controller->autoRefresh().refreshEnabled() && !m_controller->autoRefresh().hasTimer());
-        QCOMPARE(m_controller->toolController(u"unknown"_s), nullptr);
-        m_controller->refresh();
-        m_controller->clearData();
+        m_controller->toolSet().setVisibleTool(u"cronwell"_s);
+        QVERIFY(!m_controller->toolSet().autoRefresh().refreshEnabled() &&
+                !m_controller->toolSet().autoRefresh().hasTimer());
+        QCOMPARE(m_controller->toolSet().toolController(u"unknown"_s), nullptr);
+        m_controller->toolSet().refresh();
+        m_controller->toolSet().clearData();
         QCOMPARE(countingTool().clearings, 1);
         QVERIFY(m_controller->taskThreads().processingCancelled());
     }
 
     void refreshFollowsClientsAndSelection() {
         start();
-        m_controller->setVisibleTool(u"addonry"_s);
+        m_controller->toolSet().setVisibleTool(u"addonry"_s);
         QTRY_COMPARE(countingTool().refreshes.load(), 1);
 
         const auto service = std::make_shared<SampleService>(u"bay"_s, QString());
@@ -346,12 +383,12 @@ private Q_SLOTS:
         threads.startProgress();
         threads.setTaskThreadCount(5);
         QSignalSpy obsolete(m_controller.get(), &AppController::clientWindowsObsolete);
-        m_controller->disconnectClient(client);
+        m_controller->clientCommands().disconnectClient(client);
         QCOMPARE(obsolete.size(), 1);
         QCOMPARE(threads.taskThreadCount(), 0);
         QVERIFY(m_controller->serviceMenu().isEmpty() && m_controller->services().serviceArray().isEmpty());
-        QVERIFY(m_controller->errorLabel().isEmpty());
-        QCOMPARE(m_controller->softwareUpdateCount(), 0);
+        QVERIFY(m_controller->errorLog().errorLabel().isEmpty());
+        QCOMPARE(m_controller->softwareUpdates().softwareUpdateCount(), 0);
     }
 };
 

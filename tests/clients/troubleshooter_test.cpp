@@ -166,7 +166,7 @@ private Q_SLOTS:
         const auto record = std::make_shared<SampleService>(u"Edit Bay"_s, QString());
         record->showState(false, ConnectionFailure::Refused);
         controller.services().addServiceToList(record);
-        QSignalSpy requested(&controller, &AppController::connectionTroubleshooterRequested);
+        QSignalSpy requested(&controller.troubleshooter(), &ConnectionTroubleshooter::requested);
         const auto post = [&](const char* name, const QVariantMap& userInfo) {
             VLNotificationCenter::defaultCenter().postNotification(QLatin1String(name), {}, userInfo);
             QCoreApplication::processEvents();
@@ -179,16 +179,16 @@ private Q_SLOTS:
         post("vlCorvalinServiceConnectFailed", about);
         post("vlCorvalinServiceConnectFailed", about);
         QCOMPARE(requested.count(), unattended ? 0 : 1);
-        QCOMPARE(controller.troubleshooterAutoLaunched(), !unattended);
+        QCOMPARE(controller.troubleshooter().wasAutoLaunched(), !unattended);
         if (!unattended) QVERIFY(requested.first().at(1).toBool());
 
-        controller.setTroubleshooterVisible(true);
-        QCOMPARE(controller.failingClients().rowCount(), 1);
+        controller.troubleshooter().setVisible(true);
+        QCOMPARE(controller.troubleshooter().failingClients().rowCount(), 1);
         record->showState(true, ConnectionFailure::None);
         post("VLCorvalinServiceInvalidated", about);
-        QCOMPARE(controller.failingClients().rowCount(), 0);
+        QCOMPARE(controller.troubleshooter().failingClients().rowCount(), 0);
         requested.clear();
-        controller.showConnectionTroubleshooter(nullptr);
+        controller.troubleshooter().showConnectionTroubleshooter(nullptr);
         QCOMPARE(requested.count(), 1);
         QVERIFY(!requested.first().at(1).toBool());
         QVERIFY(controller.shutDown());

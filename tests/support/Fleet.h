@@ -101,7 +101,7 @@ public:
     /// The controller of a tool, as the window would have it.
     template <typename Controller>
     [[nodiscard]] Controller& tool(const QString& identifier) {
-        return *static_cast<Controller*>(m_console->toolController(identifier));
+        return *static_cast<Controller*>(m_console->toolSet().toolController(identifier));
     }
     /// Runs what blocks on a worker and waits for it, and for every worker that it started.
     [[nodiscard]] bool onWorker(std::function<void()> work) {
@@ -115,7 +115,7 @@ public:
     }
     /// Takes back the last run. That is one in its turn.
     [[nodiscard]] bool undo() {
-        return run([this, record = lastRun] { m_console->undoRun(record); });
+        return run([this, record = lastRun] { m_console->runActions().undoRun(record); });
     }
     /// Why the last run did not succeed everywhere; empty when it did.
     [[nodiscard]] QString complaint() const {

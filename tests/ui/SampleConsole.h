@@ -84,7 +84,7 @@ public:
         return service;
     }
     [[nodiscard]] AddonryController& addonry() {
-        return *static_cast<AddonryController*>(controller->toolController(u"addonry"_s));
+        return *static_cast<AddonryController*>(controller->toolSet().toolController(u"addonry"_s));
     }
     template <typename Widget>
     [[nodiscard]] Widget* find(const char* name) const {

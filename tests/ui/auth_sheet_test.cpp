@@ -3,6 +3,7 @@
 #include "remote/authorization/AuthorizationController.h"
 #include "remote/authorization/AuthorizedRunner.h"
 #include "support/Fleet.h"
+#include "tools/addonry/AddonryController.h"
 #include "widgets/AlertSheet.h"
 
 #include <QApplication>
@@ -34,8 +35,10 @@ class AuthSheetTest : public QObject {
     /// The administrator's click, which needs rights on the machine.
     void startToggling() {
         VLThread::detach(u"toggle"_s, [this, enabled = isEnabled()] {
-            m_fleet.console().authorizedRunner().authExecuteRemoteMethods(
-                u"addonryEnablePlugin:settings:"_s, pluginPath(enabled), enabled ? 1 : 0);
+            m_fleet.tool<AddonryController>(u"addonry"_s)
+                .context()
+                .authorizedRunner->authExecuteRemoteMethods(u"addonryEnablePlugin:settings:"_s,
+                                                            pluginPath(enabled), enabled ? 1 : 0);
             ++m_runs;
         });
     }

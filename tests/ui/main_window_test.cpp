@@ -7,6 +7,7 @@
 #include "clients/view/ClientOutlineModel.h"
 #include "clients/view/ClientRowDelegate.h"
 #include "clients/view/IdentitySheet.h"
+#include "support/AlertAnswers.h"
 #include "support/TestEnvironment.h"
 #include "widgets/AlertSheet.h"
 #include "widgets/ElidedLabel.h"
@@ -69,6 +70,10 @@ class MainWindowTest : public QObject {
         return nullptr;
     }
 
+    [[nodiscard]] QAction* command(const char* name) const {
+        return window().findChild<QAction*>(QLatin1String(name) + "ClientAction"_L1);
+    }
+
     void addClients() {
         m_one = m_console->add(u"Edit Bay 1"_s, u"10.0.0.1"_s);
         m_two = m_console->add(u"Edit Bay 2"_s, u"10.0.0.2"_s);
@@ -93,9 +98,8 @@ private Q_SLOTS:
         addClients();
         const auto enabled = [this] {
             QStringList texts;
-            for (const char* text :
-                 {"Reconnect", "Stop Client", "Restart Client", "Cancel Maintenance Request"})
-                if (action(text)->isEnabled()) texts << text;
+            for (const char* name : {"reconnect", "stop", "restart", "maintenance"})
+                if (command(name)->isEnabled()) texts << command(name)->text();
             return texts.join(u", "_s);
         };
         const auto change = [&](const auto& body) {
@@ -103,8 +107,8 @@ private Q_SLOTS:
             controller().services().serviceChanged(m_sound);
             return enabled();
         };
-        const QString usual = u"Reconnect, Stop Client, Restart Client"_s;
-        QCOMPARE(enabled(), QString());  // "All Computers" is no single machine
+        const QString usual = u"Reconnect, Stop Client…, Restart Client"_s;
+        QCOMPARE(enabled(), u"Reconnect 3 Computers, Stop 3 Clients…, Restart 3 Clients…"_s);
         click(m_sound);
         QCOMPARE(enabled(), usual);
         QCOMPARE(change([](auto& s) { s.setNeedsMaintenance(true); }),
@@ -118,13 +122,44 @@ private Q_SLOTS:
         QCOMPARE(change([](auto& s) { s.setEnabled(false); }), u"Reconnect"_s);
         m_sound->setEnabled(true);
         QCOMPARE(change([](auto& s) { s.showNotConnected({}); }), u"Reconnect"_s);
-        action("Reconnect")->trigger();
+        command("reconnect")->trigger();
         QTRY_COMPARE(m_sound->reconnects.load(), 1);
+    }
+
+    /// Of two that are selected, one can't hear it; the third is not meant.
+    void commandsWorkOnEverySelectedClient() {
+        addClients();
+        controller().services().setSelectedServices({m_one, m_sound});
+        command("reconnect")->trigger();
+        QTRY_COMPARE(m_one->reconnects.load() + m_sound->reconnects.load(), 2);
+        QCOMPARE(m_two->reconnects.load(), 0);
+
+        RunRecord stop;
+        const QObject duringTest;
+        connect(&controller().taskThreads().runs(), &RunList::ended, &duringTest,
+                [&](const RunRecord& run) { stop = run.isChange ? run : stop; });
+        const auto stopped = [&](int answer) {
+            const AlertAnswers answers(answer);
+            command("stop")->trigger();
+            return answers.asked.value(0);
+        };
+        const QString question = u"Stop the client agents of 2 computers?"_s;
+        QCOMPARE(stopped(VLAlert::AlternateReturn), question);
+        QCOMPARE(stopped(VLAlert::DefaultReturn), question);
+        QTRY_COMPARE(stop.action, u"Stop Client"_s);
+        QCOMPARE(stop.outcomes.size(), 2);
+
+        m_one->showNotConnected({});
+        controller().services().serviceChanged(m_one);
+        QCOMPARE(command("stop")->text(), u"Stop Client…"_s);
+        QVERIFY(stopped(VLAlert::AlternateReturn).contains(u"“Sound”"_s));
+        controller().services().setSelectedServices({m_one});
+        QVERIFY(!command("stop")->isEnabled());
     }
 
     void updatesAreCounted() {
         addClients();
-        QSignalSpy totals(&controller(), &AppController::softwareUpdateCountChanged);
+        QSignalSpy totals(&controller().softwareUpdates(), &SoftwareUpdates::softwareUpdateCountChanged);
         for (const qlonglong count : {3, 3})
             controller().setSoftwareUpdateCount(count, m_sound->hostName());
         QCOMPARE(totals.size(), 1);
@@ -135,7 +170,7 @@ private Q_SLOTS:
         QVERIFY(!action("Show Software Updates")->isEnabled());
         controller().services().removeServiceFromList(m_sound);
         controller().setSoftwareUpdateCount(3, m_sound->hostName());  // still on its way at the removal
-        QCOMPARE(controller().softwareUpdateCount(), 0);
+        QCOMPARE(controller().softwareUpdates().softwareUpdateCount(), 0);
     }
 
     void clientAddedByHandIsNotForgottenUnasked() {

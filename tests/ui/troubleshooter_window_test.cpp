@@ -46,7 +46,7 @@ private Q_SLOTS:
         auto* edit = m_console.window->findChild<AddComputerSheet*>()->findChild<QLineEdit*>();
         edit->setFocus();
         QTRY_COMPARE(QApplication::focusWidget(), edit);
-        Q_EMIT m_console.controller->connectionTroubleshooterRequested(bay, true);
+        Q_EMIT m_console.controller->troubleshooter().requested(bay, true);
         QTRY_VERIFY(window().isVisible());
         QTest::qWait(50);
         QCOMPARE(QApplication::focusWidget(), edit);
@@ -58,7 +58,7 @@ private Q_SLOTS:
         const auto one = m_console.add("Bay 1", "192.168.1.21"), two = m_console.add("<b>2</b>", "::2");
         one->showNotConnected(u"refused"_s, ConnectionFailure::Refused);
         two->showChangedIdentity("certificate");
-        m_console.controller->showConnectionTroubleshooter(one);
+        m_console.controller->troubleshooter().showConnectionTroubleshooter(one);
         const auto* title = window().findChild<QLabel*>(u"problemTitle"_s);
         QCOMPARE(title->text(), ConnectionProblem::titleOf(ConnectionProblem::Refused));
         QVERIFY(window().findChild<QPushButton*>(u"reviewIdentity"_s)->isHidden());
@@ -85,9 +85,9 @@ private Q_SLOTS:
         client->setErrorCode(2006);
         QImage picture;
         const QObject duringTest;  // what the slot works on ends with this test
-        connect(&controller, &AppController::largeServiceIconFetched, &duringTest,
+        connect(&controller.clientDetails(), &ClientDetails::largeServiceIconFetched, &duringTest,
                 [&](const VLServicePtr&, const QImage& fetched) { picture = fetched; });
-        controller.showInfo(client);
+        controller.clientDetails().showInfo(client);
         auto* panel = m_console.window->findChild<ClientInfoPanel*>();
         QTRY_COMPARE(value("Processor"), u"G5"_s);
         QCOMPARE(value("Rack unit"), u"7"_s);

@@ -1,6 +1,8 @@
 #include "app/window/BadgeClicks.h"
 
-#include "app/AppController.h"
+#include "app/ClientCommands.h"
+#include "app/SoftwareUpdates.h"
+#include "app/ToolSet.h"
 #include "widgets/Sheet.h"
 
 #include <algorithm>
@@ -16,11 +18,8 @@ QString shownName(const VLServicePtr& service) {
 
 }  // namespace
 
-BadgeClicks::BadgeClicks(AppController& controller, QWidget* window)
-    : QObject(window), m_controller(controller), m_window(window) {
-    connect(&controller, &AppController::serviceOutlineBadgeClicked, this,
-            &BadgeClicks::serviceOutlineBadgeClicked);
-}
+BadgeClicks::BadgeClicks(ClientCommands& commands, ToolSet& tools, SoftwareUpdates& updates, QWidget* window)
+    : QObject(window), m_commands(commands), m_tools(tools), m_updates(updates), m_window(window) {}
 
 void BadgeClicks::serviceOutlineBadgeClicked(const VLServicePtr& service, const QString& badge) {
     if (!service) return;
@@ -33,7 +32,7 @@ void BadgeClicks::serviceOutlineBadgeClicked(const VLServicePtr& service, const 
 }
 
 void BadgeClicks::askWhetherToCancelMaintenance(const VLServicePtr& service) {
-    if (!AppController::canCancelMaintenance(*service)) return explainMaintenance(service);
+    if (!ClientCommands::canCancelMaintenance(*service)) return explainMaintenance(service);
     auto* sheet = new Sheet(
         QStringLiteral("Cancel the maintenance request of “%1”?").arg(shownName(service)),
         QStringLiteral("The computer asks for maintenance. When nothing is left to do on it, cancel "
@@ -44,8 +43,8 @@ void BadgeClicks::askWhetherToCancelMaintenance(const VLServicePtr& service) {
     sheet->addPrimaryButton(QStringLiteral("Cancel Request"));
     connect(sheet, &QDialog::accepted, this, [this, service] {
         // The client may have gone while the sheet was open.
-        if (!AppController::canCancelMaintenance(*service)) return explainMaintenance(service);
-        m_controller.cancelMaintenance(service);
+        if (!ClientCommands::canCancelMaintenance(*service)) return explainMaintenance(service);
+        m_commands.cancelMaintenance({service});
     });
     sheet->open();
 }
@@ -68,12 +67,9 @@ void BadgeClicks::explainMaintenance(const VLServicePtr& service) {
 }
 
 void BadgeClicks::showUpdates(const VLServicePtr& service) {
-    const QList<Tool>& tools = m_controller.tools();
-    const bool isBuilt = std::any_of(tools.begin(), tools.end(), [](const Tool& tool) {
-        return tool.identifier == QLatin1String(updateTool) && tool.makeController;
-    });
-    if (isBuilt) return Q_EMIT toolRequested(QLatin1String(updateTool));
-    const qlonglong count = m_controller.softwareUpdateCount(service->hostName());
+    const Tool* const tool = m_tools.tool(QLatin1String(updateTool));
+    if (tool && tool->makeController) return Q_EMIT toolRequested(QLatin1String(updateTool));
+    const qlonglong count = m_updates.softwareUpdateCount(service->hostName());
     auto* sheet = new Sheet(
         QStringLiteral("%1 software update%2 for “%3”")
             .arg(count)

@@ -1,6 +1,8 @@
 #include "app/window/ClientActions.h"
 
-#include "app/AppController.h"
+#include "app/ClientCommands.h"
+#include "app/ClientDetails.h"
+#include "app/SoftwareUpdates.h"
 #include "clients/view/ClientOutline.h"
 #include "clients/view/IdentitySheet.h"
 #include "system/VLAlert.h"
@@ -22,62 +24,75 @@ bool connected(const VLService& service) {
     return service.isConnected();
 }
 
-/// What is dropped on its way to the client is not offered.
-bool canRestart(const VLService& service) {
-    return connected(service) && RemoteRunner::mayExecute(QStringLiteral("relaunch"), service);
-}
-
-bool canStop(const VLService& service) {
-    return connected(service) && RemoteRunner::mayExecute(QStringLiteral("disconnect"), service);
-}
-
 bool canCancelMaintenance(const VLService& service) {
-    return service.needsMaintenance() && AppController::canCancelMaintenance(service);
+    return service.needsMaintenance() && ClientCommands::canCancelMaintenance(service);
 }
 
 bool hasNewIdentity(const VLService& service) {
     return !service.changedCertificate().isEmpty();
 }
 
+QString shownName(const VLService& service) {
+    constexpr qsizetype longestShown = 60;
+    return service.name().left(longestShown);
+}
+
 }  // namespace
 
-ClientActions::ClientActions(AppController& controller, ClientOutline& outline, QWidget* window)
-    : QObject(window), m_controller(controller), m_outline(outline), m_window(window) {
-    addCommand(QStringLiteral("Show Information"), "info",
-               QStringLiteral("Show what is known of the computer"), always, &AppController::showInfo)
-        ->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
-    addCommand(QStringLiteral("Reconnect"), "reconnect", QStringLiteral("Connect to the computer anew"),
-               always, &AppController::reconnectClient, true);
+ClientActions::ClientActions(Parts parts, ClientOutline& outline, QWidget* window)
+    : QObject(window), m_parts(parts), m_outline(outline), m_window(window) {
+    addForOne(QStringLiteral("Show Information"), "info",
+              QStringLiteral("Show what is known of the computer"), always,
+              [this](const VLServicePtr& service) { m_parts.details.showInfo(service); });
+    m_entries.last().action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
+    addClientCommands();
+    addForOne(
+        QStringLiteral("Review New Identity…"), "identity",
+        QStringLiteral("Compare the computer's new key with the one it was known by"), hasNewIdentity,
+        [this](const VLServicePtr& service) { reviewIdentity(service); }, true);
+    connect(&m_parts.updates, &SoftwareUpdates::softwareUpdateCountChanged, this, &ClientActions::update);
+    update();
+}
+
+void ClientActions::addClientCommands() {
+    ClientCommands& commands = m_parts.commands;
+    addCommand(
+        QStringLiteral("Reconnect"), QStringLiteral("Reconnect %1 Computers"), "reconnect",
+        QStringLiteral("Connect to the computer anew"), always,
+        [&commands](const Services& services) { commands.reconnectClients(services); }, true);
     QAction* remove =
         add(QStringLiteral("Disconnect"), "disconnect",
             QStringLiteral("End the connection and take the computer off the list; one that was added by "
                            "hand is also forgotten, after asking"),
-            always, false);
+            always);
     connect(remove, &QAction::triggered, this, &ClientActions::disconnectClient);
-    addCommand(QStringLiteral("Refresh Client Info"), "refresh",
-               QStringLiteral("Read the computer's configuration again"), connected,
-               &AppController::refreshClientInfo, true);
-    addCommand(QStringLiteral("Cancel Maintenance Request"), "maintenance",
+    addCommand(
+        QStringLiteral("Refresh Client Info"), QStringLiteral("Refresh Client Info of %1 Computers"),
+        "refresh", QStringLiteral("Read the computer's configuration again"), connected,
+        [&commands](const Services& services) { commands.refreshClientInfo(services); }, true);
+    addCommand(QStringLiteral("Cancel Maintenance Request"), QStringLiteral("Cancel %1 Maintenance Requests"),
+               "maintenance",
                QStringLiteral("Tell the computer that its request for maintenance is done with"),
-               canCancelMaintenance, &AppController::cancelMaintenance);
-    QAction* errors = add(QStringLiteral("Show Errors"), "error-log",
-                          QStringLiteral("Show the computer's errors in the error log"), always, false);
-    connect(errors, &QAction::triggered, this, [this] {
-        if (const VLServicePtr service = m_outline.singleSelectedService()) Q_EMIT errorsRequested(service);
-    });
-    addShowUpdates();
+               canCancelMaintenance,
+               [&commands](const Services& services) { commands.cancelMaintenance(services); });
+    addForOne(QStringLiteral("Show Errors"), "error-log",
+              QStringLiteral("Show the computer's errors in the error log"), always,
+              [this](const VLServicePtr& service) { Q_EMIT errorsRequested(service); });
+    // The same as a click on the badge, which no key reaches.
+    const auto hasUpdates = [this](const VLService& service) {
+        return m_parts.updates.softwareUpdateCount(service.hostName()) > 0;
+    };
+    addForOne(QStringLiteral("Show Software Updates"), "software-update",
+              QStringLiteral("Show the software updates that wait for the computer"), hasUpdates,
+              [this](const VLServicePtr& service) { Q_EMIT updatesRequested(service); });
     addSwitch();
-    addCommand(QStringLiteral("Restart Client"), "restart",
-               QStringLiteral("Start the computer's client agent anew"), canRestart,
-               &AppController::restartClient, true);
-    addCommand(QStringLiteral("Stop Client"), "stop",
-               QStringLiteral("End the computer's client agent; it has to be started there again"), canStop,
-               &AppController::stopClient);
-    QAction* review = add(QStringLiteral("Review New Identity…"), "identity",
-                          QStringLiteral("Compare the computer's new key with the one it was known by"),
-                          hasNewIdentity, true);
-    connect(review, &QAction::triggered, this, [this] { reviewIdentity(m_outline.singleSelectedService()); });
-    update();
+    addCommand(
+        QStringLiteral("Restart Client"), QStringLiteral("Restart %1 Clients…"), "restart",
+        QStringLiteral("Start the computer's client agent anew"), ClientCommands::canRestart,
+        [this](const Services& services) { restart(services); }, true);
+    addCommand(QStringLiteral("Stop Client…"), QStringLiteral("Stop %1 Clients…"), "stop",
+               QStringLiteral("End the computer's client agent; it has to be started there again"),
+               ClientCommands::canStop, [this](const Services& services) { stop(services); });
 }
 
 QAction* ClientActions::add(const QString& text, const char* symbol, const QString& help, Possible possible,
@@ -85,16 +100,28 @@ QAction* ClientActions::add(const QString& text, const char* symbol, const QStri
     auto* action = new QAction(symbolIcon(QLatin1String(symbol)), text, this);
     action->setToolTip(help);
     action->setStatusTip(help);
-    m_entries.append({action, possible, startsGroup});
+    m_entries.append({action, std::move(possible), startsGroup, text, {}});
     return action;
 }
 
-QAction* ClientActions::addCommand(const QString& text, const char* symbol, const QString& help,
-                                   Possible possible, Run run, bool startsGroup) {
+void ClientActions::addForOne(const QString& text, const char* symbol, const QString& help, Possible possible,
+                              const std::function<void(const VLServicePtr&)>& run, bool startsGroup) {
+    connect(add(text, symbol, help, std::move(possible), startsGroup), &QAction::triggered, this,
+            [this, run] {
+                if (const VLServicePtr service = m_outline.singleSelectedService()) run(service);
+            });
+}
+
+QAction* ClientActions::addCommand(const QString& text, const QString& textForMany, const char* symbol,
+                                   const QString& help, Possible possible,
+                                   std::function<void(const Services&)> run, bool startsGroup) {
     QAction* action = add(text, symbol, help, possible, startsGroup);
-    connect(action, &QAction::triggered, this, [this, run] {
-        if (const VLServicePtr service = m_outline.singleSelectedService())
-            std::invoke(run, m_controller, service);  // GCC 12 gets ".*" wrong here under UBSan
+    m_entries.last().textForMany = textForMany;
+    action->setObjectName(QLatin1String(symbol) + QLatin1String("ClientAction"));
+    connect(action, &QAction::triggered, this, [this, possible = std::move(possible), run = std::move(run)] {
+        Services services = m_parts.services.selectedServices();
+        services.removeIf([&](const VLServicePtr& service) { return !possible(*service); });
+        if (!services.isEmpty()) run(services);
     });
     return action;
 }
@@ -107,46 +134,67 @@ void ClientActions::addTo(QMenu* menu) const {
     }
 }
 
-void ClientActions::update() {
-    const VLServicePtr service = m_outline.singleSelectedService();
+void ClientActions::addCommandsTo(QMenu* menu) const {
+    menu->setToolTipsVisible(true);
     for (const Entry& entry : m_entries)
-        entry.action->setEnabled(service && entry.possible(*service));
+        if (!entry.textForMany.isEmpty()) menu->addAction(entry.action);
+}
+
+void ClientActions::update() {
+    const VLServicePtr single = m_outline.singleSelectedService();
+    const Services selected = m_parts.services.selectedServices();
+    for (const Entry& entry : m_entries) {
+        const auto isPossible = [&](const VLServicePtr& service) { return entry.possible(*service); };
+        if (entry.textForMany.isEmpty()) {
+            entry.action->setEnabled(single && isPossible(single));
+            continue;
+        }
+        const auto count = std::count_if(selected.begin(), selected.end(), isPossible);
+        entry.action->setEnabled(count > 0);
+        entry.action->setText(count > 1 ? entry.textForMany.arg(count) : entry.text);
+    }
     updateSwitch();
 }
 
-/// The same as a click on the badge, which no key reaches.
-void ClientActions::addShowUpdates() {
-    const auto hasUpdates = [this](const VLService& service) {
-        return m_controller.softwareUpdateCount(service.hostName()) > 0;
+void ClientActions::ask(const QString& question, const QString& verb, const QString& explanation,
+                        std::function<void()> then) {
+    const QString selector = QStringLiteral("clientCommandAlertDidEnd:returnCode:contextInfo:");
+    const auto answered = [self = QPointer(this), then = std::move(then)](int returnCode) {
+        if (self && returnCode == VLAlert::DefaultReturn) then();
     };
-    QAction* updates =
-        add(QStringLiteral("Show Software Updates"), "software-update",
-            QStringLiteral("Show the software updates that wait for the computer"), hasUpdates, false);
-    connect(updates, &QAction::triggered, this, [this] {
-        if (const VLServicePtr service = m_outline.singleSelectedService())
-            Q_EMIT m_controller.serviceOutlineBadgeClicked(service, QStringLiteral("updates"));
-    });
-    connect(&m_controller, &AppController::softwareUpdateCountChanged, this, &ClientActions::update);
+    VLAlert::alertSheetWithMessageText(
+        question, verb, QStringLiteral("Cancel"), {}, explanation, m_window,
+        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
+        selector, false);
+}
+
+/// One is back in a moment; many at once are asked about.
+void ClientActions::restart(const Services& services) {
+    if (services.size() == 1) return m_parts.commands.restartClients(services);
+    ask(QStringLiteral("Restart the client agents of %1 computers?").arg(services.size()),
+        QStringLiteral("Restart"),
+        QStringLiteral("What the agents are doing is cut short; they connect again by themselves."),
+        [this, services] { m_parts.commands.restartClients(services); });
+}
+
+void ClientActions::stop(const Services& services) {
+    ask(services.size() == 1
+            ? QStringLiteral("Stop the client agent of “%1”?").arg(shownName(*services.first()))
+            : QStringLiteral("Stop the client agents of %1 computers?").arg(services.size()),
+        QStringLiteral("Stop"),
+        QStringLiteral("Orlendo cannot start it again: that has to be done on the computer itself."),
+        [this, services] { m_parts.commands.stopClients(services); });
 }
 
 /// A discovered client comes back by itself; of one added by hand nothing would be left.
 void ClientActions::disconnectClient() {
     const VLServicePtr service = m_outline.singleSelectedService();
     if (!service) return;
-    if (!service->isManual()) return m_controller.disconnectClient(service);
-    constexpr qsizetype longestShown = 60;
-    const QString selector = QStringLiteral("disconnectAlertDidEnd:returnCode:contextInfo:");
-    const auto answered = [self = QPointer(this), service](int returnCode) {
-        if (self && returnCode == VLAlert::DefaultReturn) self->m_controller.disconnectClient(service);
-    };
-    VLAlert::alertSheetWithMessageText(
-        QStringLiteral("Remove “%1”?").arg(service->name().left(longestShown)), QStringLiteral("Remove"),
-        QStringLiteral("Cancel"), {},
+    if (!service->isManual()) return m_parts.commands.disconnectClient(service);
+    ask(QStringLiteral("Remove “%1”?").arg(shownName(*service)), QStringLiteral("Remove"),
         QStringLiteral("The computer was added by hand. To have it in the list again, its address and port "
                        "must be entered again."),
-        m_window,
-        std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
-        selector, false);
+        [this, service] { m_parts.commands.disconnectClient(service); });
 }
 
 // ---- Enabling and disabling
@@ -159,8 +207,8 @@ void ClientActions::addSwitch() {
     connect(m_switch, &QAction::triggered, this, &ClientActions::switchEnabled);
 }
 
-QList<VLServicePtr> ClientActions::chosenServices() const {
-    const ServiceList& services = m_controller.services();
+ClientActions::Services ClientActions::chosenServices() const {
+    const ServiceList& services = m_parts.services;
     return services.chosenGroups().isEmpty() ? services.chosenServices() : QList<VLServicePtr>();
 }
 
@@ -182,7 +230,7 @@ void ClientActions::switchEnabled() {
                                       [](const VLServicePtr& service) { return service->enabled(); });
     for (const VLServicePtr& service : chosen)
         service->setEnabled(!disables);
-    m_controller.services().serviceChanged(nullptr);
+    m_parts.services.serviceChanged(nullptr);
 }
 
 void ClientActions::reviewIdentity(const VLServicePtr& service, QWidget* over) {
@@ -190,7 +238,7 @@ void ClientActions::reviewIdentity(const VLServicePtr& service, QWidget* over) {
     auto* sheet = new IdentitySheet(
         service,
         [this, service](const QByteArray& certificateShown) {
-            service->acceptChangedCertificate(certificateShown, m_controller.errorCallback());
+            m_parts.commands.acceptIdentity(service, certificateShown);
         },
         over ? over : m_window);
     sheet->open();

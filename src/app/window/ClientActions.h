@@ -7,20 +7,32 @@
 
 #include <functional>
 
-class AppController;
+class ClientCommands;
+class ClientDetails;
 class ClientOutline;
+class ServiceList;
+class SoftwareUpdates;
 class QAction;
 class QMenu;
 class QWidget;
 
-/// What can be done with the one machine that is selected in the client list.
+/// What can be done with the machines that are selected in the client list: what shows something, with one of
+/// them; what is asked of the machines, with all.
 class ClientActions : public QObject {
     Q_OBJECT
 public:
+    struct Parts {
+        ServiceList& services;
+        ClientCommands& commands;
+        ClientDetails& details;
+        SoftwareUpdates& updates;
+    };
     /// All of them outlive this object.
-    ClientActions(AppController& controller, ClientOutline& outline, QWidget* window);
+    ClientActions(Parts parts, ClientOutline& outline, QWidget* window);
 
     void addTo(QMenu* menu) const;
+    /// Those only that work with several machines.
+    void addCommandsTo(QMenu* menu) const;
     /// Enables what is possible at this moment.
     void update();
     /// `over`: the window that the sheet belongs to; the main one when null.
@@ -28,29 +40,40 @@ public:
 
 Q_SIGNALS:
     void errorsRequested(const VLServicePtr& service);
+    void updatesRequested(const VLServicePtr& service);
 
 private:
-    using Run = void (AppController::*)(const VLServicePtr&);
+    using Services = QList<VLServicePtr>;
     using Possible = std::function<bool(const VLService&)>;
     struct Entry {
         QAction* action = nullptr;
         Possible possible;
         bool startsGroup = false;
+        QString text;         ///< for one machine
+        QString textForMany;  ///< with "%1" for how many; empty where it works with one only
     };
     QAction* add(const QString& text, const char* symbol, const QString& help, Possible possible,
-                 bool startsGroup);
-    QAction* addCommand(const QString& text, const char* symbol, const QString& help, Possible possible,
-                        Run run, bool startsGroup = false);
+                 bool startsGroup = false);
+    /// Works with every selected machine; `textForMany` with "%1" for how many.
+    QAction* addCommand(const QString& text, const QString& textForMany, const char* symbol,
+                        const QString& help, Possible possible, std::function<void(const Services&)> run,
+                        bool startsGroup = false);
+    void addForOne(const QString& text, const char* symbol, const QString& help, Possible possible,
+                   const std::function<void(const VLServicePtr&)>& run, bool startsGroup = false);
+    void addClientCommands();
 
-    void addShowUpdates();
+    void restart(const Services& services);
+    void stop(const Services& services);
+    void ask(const QString& question, const QString& verb, const QString& explanation,
+             std::function<void()> then);
     void disconnectClient();
     void addSwitch();
     void updateSwitch();
     void switchEnabled();
     /// Machines whose own rows are selected: what is asked for is easily taken back, so it may be several.
-    [[nodiscard]] QList<VLServicePtr> chosenServices() const;
+    [[nodiscard]] Services chosenServices() const;
 
-    AppController& m_controller;
+    const Parts m_parts;
     ClientOutline& m_outline;
     QWidget* m_window;
     QAction* m_switch = nullptr;  ///< enables or disables

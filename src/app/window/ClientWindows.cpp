@@ -1,6 +1,8 @@
 #include "app/window/ClientWindows.h"
 
-#include "app/AppController.h"
+#include "app/ClientCommands.h"
+#include "app/ClientDetails.h"
+#include "app/ConnectionTroubleshooter.h"
 #include "app/window/ClientActions.h"
 #include "clients/view/ClientInfoPanel.h"
 #include "clients/view/ClientOutline.h"
@@ -32,23 +34,22 @@ void showQuietly(QWidget& window) {
 
 }  // namespace
 
-ClientWindows::ClientWindows(AppController& controller, ClientOutline& outline, ClientActions& actions,
-                             QWidget* window)
-    : QObject(window), m_controller(controller), m_outline(outline), m_actions(actions), m_window(window) {
-    connect(&controller, &AppController::connectionTroubleshooterRequested, this,
+ClientWindows::ClientWindows(Parts parts, ClientOutline& outline, ClientActions& actions, QWidget* window)
+    : QObject(window), m_parts(parts), m_outline(outline), m_actions(actions), m_window(window) {
+    connect(&parts.troubleshooter, &ConnectionTroubleshooter::requested, this,
             &ClientWindows::showTroubleshooter);
-    connect(&controller, &AppController::infoRequested, this, &ClientWindows::showInfo);
-    connect(&controller, &AppController::largeServiceIconFetched, this,
+    connect(&parts.details, &ClientDetails::infoRequested, this, &ClientWindows::showInfo);
+    connect(&parts.details, &ClientDetails::largeServiceIconFetched, this,
             [this](const VLServicePtr& service, const QImage& picture) {
                 if (m_info) m_info->setLargeIcon(service, picture);
             });
-    connect(&controller, &AppController::infoPopulated, this,
+    connect(&parts.details, &ClientDetails::infoPopulated, this,
             [this](const VLServicePtr& service, const QVariantMap& machine) {
                 if (m_info) m_info->setMachine(service, machine);
             });
     connect(&outline, &ClientOutline::serviceActivated, this, &ClientWindows::activate);
-    connect(&controller.services(), &ServiceList::selectionChanged, this, &ClientWindows::followSelection);
-    connect(&controller.services(), &ServiceList::serviceUpdated, this, [this] {
+    connect(&parts.services, &ServiceList::selectionChanged, this, &ClientWindows::followSelection);
+    connect(&parts.services, &ServiceList::serviceUpdated, this, [this] {
         if (m_info) m_info->refresh();
     });
 }
@@ -56,7 +57,7 @@ ClientWindows::ClientWindows(AppController& controller, ClientOutline& outline, 
 void ClientWindows::addTo(QMenu* menu) {
     QAction* action = menu->addAction(
         symbolIcon(QStringLiteral("plug")), QStringLiteral("Connection &Troubleshooter…"), this,
-        [this] { m_controller.showConnectionTroubleshooter(m_outline.singleSelectedService()); });
+        [this] { m_parts.troubleshooter.showConnectionTroubleshooter(m_outline.singleSelectedService()); });
     action->setObjectName(QStringLiteral("troubleshooterAction"));
     action->setToolTip(
         QStringLiteral("What is wrong with computers that cannot be reached, and what to try"));
@@ -70,12 +71,12 @@ void ClientWindows::closeAll() {
 
 TroubleshooterWindow* ClientWindows::makeTroubleshooter() {
     return new TroubleshooterWindow(
-        m_controller.failingClients(),
+        m_parts.troubleshooter.failingClients(),
         {
-            [this](const VLServicePtr& service) { m_controller.reconnectClient(service); },
+            [this](const VLServicePtr& service) { m_parts.commands.reconnectClients({service}); },
             [this] { Q_EMIT logRequested(); },
             [this](const VLServicePtr& service, QWidget* over) { m_actions.reviewIdentity(service, over); },
-            [this](bool visible) { m_controller.setTroubleshooterVisible(visible); },
+            [this](bool visible) { m_parts.troubleshooter.setVisible(visible); },
         },
         m_window);
 }
@@ -92,11 +93,11 @@ void ClientWindows::showTroubleshooter(const VLServicePtr& service, bool automat
 ClientInfoPanel* ClientWindows::makeInfoPanel() {
     return new ClientInfoPanel({
                                    [this](const VLServicePtr& service, const QVariantMap& machine) {
-                                       return m_controller.infoOfService(service, machine);
+                                       return m_parts.details.infoOfService(service, machine);
                                    },
                                    [this](const VLServicePtr& service) {
-                                       m_controller.populateInfoForService(service);
-                                       m_controller.fetchLargeServiceIcon(service);
+                                       m_parts.details.populateInfoForService(service);
+                                       m_parts.details.fetchLargeServiceIcon(service);
                                    },
                                },
                                m_window);
@@ -117,5 +118,5 @@ void ClientWindows::activate(const VLServicePtr& service) {
     if (!service->changedCertificate().isEmpty())
         m_actions.reviewIdentity(service);
     else
-        m_controller.showInfo(service);
+        m_parts.details.showInfo(service);
 }

@@ -7,7 +7,10 @@
 
 #include <functional>
 
-class AppController;
+class ClientCommands;
+class ClientDetails;
+class ConnectionTroubleshooter;
+class ServiceList;
 class ClientActions;
 class ClientInfoPanel;
 class ClientOutline;
@@ -21,7 +24,13 @@ class ClientWindows : public QObject {
     Q_OBJECT
 public:
     /// All of them outlive this object.
-    ClientWindows(AppController& controller, ClientOutline& outline, ClientActions& actions, QWidget* window);
+    struct Parts {
+        ServiceList& services;
+        ClientCommands& commands;
+        ClientDetails& details;
+        ConnectionTroubleshooter& troubleshooter;
+    };
+    ClientWindows(Parts parts, ClientOutline& outline, ClientActions& actions, QWidget* window);
 
     /// The entry that opens the troubleshooter.
     void addTo(QMenu* menu);
@@ -39,7 +48,7 @@ private:
     [[nodiscard]] TroubleshooterWindow* makeTroubleshooter();
     [[nodiscard]] ClientInfoPanel* makeInfoPanel();
 
-    AppController& m_controller;
+    const Parts m_parts;
     ClientOutline& m_outline;
     ClientActions& m_actions;
     QWidget* m_window;

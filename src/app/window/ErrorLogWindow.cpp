@@ -1,8 +1,9 @@
 #include "app/window/ErrorLogWindow.h"
 
-#include "app/AppController.h"
+#include "app/ErrorLog.h"
 #include "app/MakerSite.h"
 #include "app/window/ErrorLogModel.h"
+#include "clients/ServiceList.h"
 #include "system/VLAlert.h"
 #include "widgets/CellDelegate.h"
 #include "widgets/EmptyState.h"
@@ -24,14 +25,11 @@ constexpr std::chrono::milliseconds pauseBetweenReloads{250};
 
 }  // namespace
 
-ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
+ErrorLogWindow::ErrorLogWindow(ErrorLog& log, const ServiceList& services, QWidget* parent)
     : QWidget(parent, Qt::Window),
-      m_controller(controller),
+      m_log(log),
       m_model(new ErrorLogModel(
-          [&controller](const QString& hostName) {
-              return controller.services().friendlyServiceName(hostName);
-          },
-          this)),
+          [&services](const QString& hostName) { return services.friendlyServiceName(hostName); }, this)),
       m_sorted(new QSortFilterProxyModel(this)),
       m_table(new QTreeView(this)),
       m_stack(new QStackedWidget(this)),
@@ -74,13 +72,13 @@ ErrorLogWindow::ErrorLogWindow(AppController& controller, QWidget* parent)
     connect(m_copy, &QPushButton::clicked, this, &ErrorLogWindow::copy);
     connect(m_upload, &QPushButton::clicked, this, &ErrorLogWindow::upload);
     connect(m_clear, &QPushButton::clicked, this, [this] {
-        m_controller.clearErrorLog();
+        m_log.clearErrorLog();
         reload();
     });
     connect(new QShortcut(QKeySequence::Copy, this), &QShortcut::activated, this, &ErrorLogWindow::copy);
     connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
-    connect(&controller, &AppController::errorQueueChanged, this, &ErrorLogWindow::reloadSoon);
+    connect(&log, &ErrorLog::errorQueueChanged, this, &ErrorLogWindow::reloadSoon);
     m_pause.setSingleShot(true);
     m_pause.setInterval(pauseBetweenReloads);
     connect(&m_pause, &QTimer::timeout, this, [this] {
@@ -125,7 +123,7 @@ void ErrorLogWindow::buildTable() {
 void ErrorLogWindow::reload() {
     m_hasChanged = false;
     m_pause.start();
-    if (const auto& errors = m_controller.errorCallback()) m_model->setQueue(*errors->errorRecords());
+    m_model->setQueue(*m_log.errorCallback()->errorRecords());
     const bool any = m_model->rowCount() > 0;
     m_stack->setCurrentWidget(any ? static_cast<QWidget*>(m_table) : m_empty);
     m_copy->setEnabled(any);
@@ -134,7 +132,7 @@ void ErrorLogWindow::reload() {
 }
 
 void ErrorLogWindow::upload() {
-    if (m_controller.canUploadErrorLog()) return m_controller.uploadErrorLog(this);
+    if (m_log.canUploadErrorLog()) return m_log.uploadErrorLog(this);
     VLAlert::alertSheetWithMessageText(
         QStringLiteral("Unable to upload the error log"), {}, {}, {},
         QStringLiteral("This version cannot send anything to %1 yet. Copy the errors and send them yourself.")

@@ -3,7 +3,8 @@
 #include <QTimer>
 #include <QWidget>
 
-class AppController;
+class ErrorLog;
+class ServiceList;
 class EmptyState;
 class ErrorLogModel;
 class QPushButton;
@@ -16,8 +17,8 @@ class QTreeView;
 class ErrorLogWindow : public QWidget {
     Q_OBJECT
 public:
-    /// `controller` outlives the window.
-    explicit ErrorLogWindow(AppController& controller, QWidget* parent = nullptr);
+    /// Both outlive the window.
+    ErrorLogWindow(ErrorLog& log, const ServiceList& services, QWidget* parent = nullptr);
     /// Selects the errors of one client and brings the first of them into view.
     void selectErrorsOf(const QString& hostName);
 
@@ -31,7 +32,7 @@ private:
     void copy();
     void upload();
 
-    AppController& m_controller;
+    ErrorLog& m_log;
     ErrorLogModel* m_model;
     QSortFilterProxyModel* m_sorted;
     QTreeView* m_table;

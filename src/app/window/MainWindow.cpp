@@ -60,10 +60,10 @@ void bringToFront(Window* window) {
 MainWindow::MainWindow(AppController& controller, QWidget* parent)
     : QMainWindow(parent),
       m_controller(controller),
-      m_activityActions{[&controller](const RunRecord& run) { return controller.canRetry(run); },
-                        [&controller](const RunRecord& run) { return controller.canUndo(run); },
-                        [&controller](const RunRecord& run) { controller.retryRun(run); },
-                        [&controller](const RunRecord& run) { controller.undoRun(run); }} {
+      m_activityActions{[&controller](const RunRecord& run) { return controller.runActions().canRetry(run); },
+                        [&controller](const RunRecord& run) { return controller.runActions().canUndo(run); },
+                        [&controller](const RunRecord& run) { controller.runActions().retryRun(run); },
+                        [&controller](const RunRecord& run) { controller.runActions().undoRun(run); }} {
     setObjectName(QStringLiteral("mainWindow"));
     setWindowTitle(QStringLiteral("Orlendo"));
     setWindowIcon(drawingIcon(QStringLiteral(":/icons/orlendo.svg")));
@@ -91,10 +91,10 @@ MainWindow::~MainWindow() {
 void MainWindow::buildContents() {
     m_outline = new ClientOutline(m_controller.services());
     m_outline->setMinimumWidth(200);
-    m_tools = new ToolList(m_controller.tools());
+    m_tools = new ToolList(m_controller.toolSet().tools());
     m_tools->setMinimumWidth(150);
-    m_panes =
-        new ToolPanes([this](const QString& identifier) { return m_controller.toolController(identifier); });
+    m_panes = new ToolPanes(
+        [this](const QString& identifier) { return m_controller.toolSet().toolController(identifier); });
     m_panes->setMinimumWidth(420);
     m_panes->addToHead(
         new TargetsView(m_controller.services(), *m_outline, [this](const QList<RemoteClientPtr>& clients) {
@@ -131,7 +131,11 @@ void MainWindow::watchController() {
     connect(m_clientWindows, &ClientWindows::logRequested, this, &MainWindow::showLog);
     connect(m_status, &StatusPanel::errorsClicked, this, &MainWindow::showErrorLog);
     connect(m_clientActions, &ClientActions::errorsRequested, this, &MainWindow::showErrorsOf);
-    auto* badges = new BadgeClicks(m_controller, this);
+    auto* badges = new BadgeClicks(m_controller.clientCommands(), m_controller.toolSet(),
+                                   m_controller.softwareUpdates(), this);
+    connect(&m_controller, &AppController::serviceOutlineBadgeClicked, badges,
+            &BadgeClicks::serviceOutlineBadgeClicked);
+    connect(m_clientActions, &ClientActions::updatesRequested, badges, &BadgeClicks::showUpdates);
     connect(badges, &BadgeClicks::errorsRequested, this, &MainWindow::showErrorsOf);
     connect(badges, &BadgeClicks::toolRequested, this, &MainWindow::showTool);
 
@@ -139,11 +143,11 @@ void MainWindow::watchController() {
     connect(&services, &ServiceList::serviceUpdated, m_clientActions, &ClientActions::update);
     connect(&services, &ServiceList::selectionChanged, this, [this] {
         m_clientActions->update();
-        ToolController* tool = m_controller.toolController(m_tools->selectedIdentifier());
+        ToolController* tool = m_controller.toolSet().toolController(m_tools->selectedIdentifier());
         if (tool) Q_EMIT tool->selectionChanged();
     });
-    connect(&m_controller, &AppController::errorQueueChanged, this, &MainWindow::updateErrors);
-    connect(&m_controller, &AppController::softwareUpdateCountChanged, this,
+    connect(&m_controller.errorLog(), &ErrorLog::errorQueueChanged, this, &MainWindow::updateErrors);
+    connect(&m_controller.softwareUpdates(), &SoftwareUpdates::softwareUpdateCountChanged, this,
             &MainWindow::updateSoftwareUpdates);
     connect(&m_controller, &AppController::clientWindowsObsolete, this, &MainWindow::closeWindowsAbout);
     connect(&m_controller, &AppController::mainWindowReady, this, &MainWindow::restoreTool);
@@ -164,13 +168,21 @@ void MainWindow::watchController() {
     connect(&m_controller, &AppController::adminIsOutdated, this, [this](const VLServicePtr& service) {
         showAdminOutdated(service ? service->name() : QString());
     });
-    connect(&m_controller.autoRefresh(), &AutoRefresh::refreshEnabledChanged, m_refresh,
-            &QAction::setEnabled);
-    m_refresh->setEnabled(m_controller.autoRefresh().refreshEnabled());
-    m_outline->model()->setUpdateCount(
-        [this](const QString& hostName) { return m_controller.softwareUpdateCount(hostName); });
+    connect(&m_controller.toolSet().autoRefresh(), &AutoRefresh::refreshEnabledChanged, this,
+            &MainWindow::updateRefresh);
+    connect(&m_controller, &AppController::servicesAvailableChanged, this, &MainWindow::updateRefresh);
+    updateRefresh();
+    m_outline->model()->setUpdateCount([this](const QString& hostName) {
+        return m_controller.softwareUpdates().softwareUpdateCount(hostName);
+    });
     updateErrors();
-    updateSoftwareUpdates(m_controller.softwareUpdateCount());
+    updateSoftwareUpdates(m_controller.softwareUpdates().softwareUpdateCount());
+}
+
+/// With nobody to read from there is nothing to refresh.
+void MainWindow::updateRefresh() {
+    m_refresh->setEnabled(m_controller.servicesAvailable() &&
+                          m_controller.toolSet().autoRefresh().refreshEnabled());
 }
 
 // ---- Tools
@@ -188,7 +200,7 @@ void MainWindow::restoreLayout() {
 void MainWindow::restoreTool() {
     QString identifier = defaults().stringForKey(toolKey);
     if (m_tools->model()->rowOf(identifier) < 0) {
-        for (const Tool& tool : m_controller.tools()) {
+        for (const Tool& tool : m_controller.toolSet().tools()) {
             if (!tool.makeController) continue;
             identifier = tool.identifier;
             break;
@@ -212,7 +224,7 @@ void MainWindow::toolSelected(const QString& identifier) {
     const int row = m_tools->model()->rowOf(identifier);
     if (row < 0) return;
     m_panes->show(m_tools->model()->tool(row));
-    m_controller.setVisibleTool(identifier);
+    m_controller.toolSet().setVisibleTool(identifier);
 }
 
 // ---- Errors and updates
@@ -220,7 +232,7 @@ void MainWindow::toolSelected(const QString& identifier) {
 void MainWindow::updateErrors() {
     const auto& errors = m_controller.errorCallback();
     if (!errors) return;
-    m_status->setErrorLabel(m_controller.errorLabel());
+    m_status->setErrorLabel(m_controller.errorLog().errorLabel());
     QHash<QString, int> counts;
     for (const auto& [hostName, count] : errors->errorCountsByHost())
         counts.insert(hostName, count);
@@ -254,8 +266,8 @@ void MainWindow::openAddComputer(QWidget* over) {
 
 void MainWindow::showActivity() {
     if (!m_activity) {
-        m_activity =
-            new ActivityWindow(m_controller.activity(), m_controller.tools(), m_activityActions, this);
+        m_activity = new ActivityWindow(m_controller.activity(), m_controller.toolSet().tools(),
+                                        m_activityActions, this);
         connect(&m_controller.taskThreads().runs(), &RunList::changed, m_activity.data(),
                 &ActivityWindow::updateActions);
     }
@@ -268,7 +280,7 @@ void MainWindow::showActivityOf(const QString& runId) {
 }
 
 void MainWindow::showErrorLog() {
-    if (!m_errorLog) m_errorLog = new ErrorLogWindow(m_controller, this);
+    if (!m_errorLog) m_errorLog = new ErrorLogWindow(m_controller.errorLog(), m_controller.services(), this);
     bringToFront(m_errorLog.data());
 }
 
@@ -284,7 +296,8 @@ void MainWindow::showLog() {
 
 void MainWindow::showPreferences() {
     if (!m_preferences) {
-        m_preferences = new PreferencesWindow(m_controller, this);
+        m_preferences = new PreferencesWindow(m_controller.services(), m_controller.clientCommands(),
+                                              m_controller.canAuthenticate(), this);
         connect(m_preferences, &PreferencesWindow::addComputerRequested, this,
                 [this] { openAddComputer(m_preferences); });
     }
@@ -310,7 +323,8 @@ void MainWindow::showAdminOutdated(const QString& clientName) {
                                            QStringLiteral("The console's log says why."), window, false);
     };
     const auto answered = [window = QPointer(this), searched](int returnCode) {
-        if (returnCode == VLAlert::DefaultReturn && window) window->m_controller.searchForUpdates(searched);
+        if (returnCode == VLAlert::DefaultReturn && window)
+            window->m_controller.softwareUpdates().searchForUpdates(searched);
     };
     const QString selector = QStringLiteral("adminOutdatedAlertDidEnd:returnCode:contextInfo:");
     VLAlert::alertSheetWithMessageText(
@@ -332,6 +346,8 @@ void MainWindow::showClientMenu(const QPoint& position) {
     menu->setAttribute(Qt::WA_DeleteOnClose);
     if (m_controller.services().allSelected() || m_outline->singleSelectedGroup()) {
         m_groupActions->addTo(menu);
+        menu->addSeparator();
+        m_clientActions->addCommandsTo(menu);
     } else {
         m_clientActions->addTo(menu);
         menu->addSeparator();

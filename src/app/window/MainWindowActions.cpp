@@ -38,9 +38,13 @@ QAction* MainWindow::makeAction(const QString& text, const char* symbol, const Q
 }
 
 void MainWindow::buildActions() {
-    m_clientActions = new ClientActions(m_controller, *m_outline, this);
+    m_clientActions = new ClientActions({m_controller.services(), m_controller.clientCommands(),
+                                         m_controller.clientDetails(), m_controller.softwareUpdates()},
+                                        *m_outline, this);
     m_groupActions = new GroupActions(m_controller.services(), *m_outline, this);
-    m_clientWindows = new ClientWindows(m_controller, *m_outline, *m_clientActions, this);
+    m_clientWindows = new ClientWindows({m_controller.services(), m_controller.clientCommands(),
+                                         m_controller.clientDetails(), m_controller.troubleshooter()},
+                                        *m_outline, *m_clientActions, this);
     m_addComputer = makeAction(QStringLiteral("Add Computer"), "add-computer",
                                QStringLiteral("Add a computer by its address"), QKeySequence::New);
     m_addComputer->setObjectName(QStringLiteral("addComputerAction"));
@@ -61,7 +65,7 @@ void MainWindow::buildActions() {
         makeAction(QStringLiteral("Error Log"), "error-log",
                    QStringLiteral("Show the errors of all computers"), QKeySequence(Qt::CTRL | Qt::Key_E));
     connect(m_addComputer, &QAction::triggered, this, &MainWindow::showAddComputer);
-    connect(m_refresh, &QAction::triggered, this, [this] { m_controller.refresh(); });
+    connect(m_refresh, &QAction::triggered, this, [this] { m_controller.toolSet().refresh(); });
     connect(m_showActivity, &QAction::triggered, this, &MainWindow::showActivity);
     connect(m_showLog, &QAction::triggered, this, &MainWindow::showLog);
     connect(m_showErrors, &QAction::triggered, this, &MainWindow::showErrorLog);
@@ -133,11 +137,15 @@ void MainWindow::buildMenus() {
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     view->addAction(m_refresh);
+    QAction* forget = view->addAction(QStringLiteral("For&get Results"), this,
+                                      [this] { m_controller.toolSet().clearData(); });
+    forget->setObjectName(QStringLiteral("forgetResultsAction"));
+    forget->setToolTip(QStringLiteral("Empty all tools; what is being read is cancelled"));
     m_groupActions->addSortMenu(view);
     buildThemeMenu(view->addMenu(QStringLiteral("&Theme")));
     view->addSeparator();
     int number = 0;
-    for (const Tool& tool : m_controller.tools()) {
+    for (const Tool& tool : m_controller.toolSet().tools()) {
         ++number;
         QAction* action =
             view->addAction(drawingIcon(QStringLiteral(":/icons/tools/%1.svg").arg(tool.identifier)),

@@ -1,6 +1,7 @@
 #include "app/window/ManualConnectionsView.h"
 
-#include "app/AppController.h"
+#include "app/ClientCommands.h"
+#include "clients/ServiceList.h"
 #include "widgets/CellDelegate.h"
 #include "widgets/EmptyState.h"
 #include "widgets/Theme.h"
@@ -29,9 +30,10 @@ VLServicePtr recordOf(const ServiceList& services, const ManualConnections::Entr
 
 }  // namespace
 
-ManualConnectionsView::ManualConnectionsView(AppController& controller, QWidget* parent)
+ManualConnectionsView::ManualConnectionsView(ServiceList& services, ClientCommands& commands, QWidget* parent)
     : QWidget(parent),
-      m_controller(controller),
+      m_services(services),
+      m_commands(commands),
       m_model(new QStandardItemModel(0, 3, this)),
       m_table(new QTreeView(this)),
       m_stack(new QStackedWidget(this)),
@@ -70,7 +72,6 @@ ManualConnectionsView::ManualConnectionsView(AppController& controller, QWidget*
             reload();
         });
     };
-    ServiceList& services = controller.services();
     connect(&services, &ServiceList::serviceAdded, this, later);
     connect(&services, &ServiceList::serviceRemoved, this, later);
     connect(&services, &ServiceList::serviceUpdated, this, later);
@@ -104,7 +105,7 @@ void ManualConnectionsView::showEvent(QShowEvent* event) {
 }
 
 QString ManualConnectionsView::stateOf(const ManualConnections::Entry& entry) const {
-    const VLServicePtr service = recordOf(m_controller.services(), entry);
+    const VLServicePtr service = recordOf(m_services, entry);
     if (!service) return QStringLiteral("Not in the list");
     if (service->isConnected()) return QStringLiteral("Connected");
     return service->spinning() ? QStringLiteral("Connecting…") : QStringLiteral("Not connected");
@@ -131,8 +132,8 @@ void ManualConnectionsView::removeSelected() {
     for (const QModelIndex& index : m_table->selectionModel()->selectedRows())
         removed.append(m_entries.at(index.row()));
     for (const ManualConnections::Entry& entry : removed) {
-        if (const VLServicePtr service = recordOf(m_controller.services(), entry))
-            m_controller.disconnectClient(service);
+        if (const VLServicePtr service = recordOf(m_services, entry))
+            m_commands.disconnectClient(service);
         else
             ManualConnections::remove(entry.ip, entry.port);
     }

@@ -4,7 +4,8 @@
 
 #include <QWidget>
 
-class AppController;
+class ClientCommands;
+class ServiceList;
 class QPushButton;
 class QStandardItemModel;
 class QStackedWidget;
@@ -14,8 +15,8 @@ class QTreeView;
 class ManualConnectionsView : public QWidget {
     Q_OBJECT
 public:
-    /// `controller` outlives the view.
-    ManualConnectionsView(AppController& controller, QWidget* parent);
+    /// Both outlive the view.
+    ManualConnectionsView(ServiceList& services, ClientCommands& commands, QWidget* parent);
 
 Q_SIGNALS:
     void addRequested();
@@ -30,7 +31,8 @@ private:
     void updateButtons();
     [[nodiscard]] QString stateOf(const ManualConnections::Entry& entry) const;
 
-    AppController& m_controller;
+    ServiceList& m_services;
+    ClientCommands& m_commands;
     QStandardItemModel* m_model;
     QTreeView* m_table;
     QStackedWidget* m_stack;

@@ -1,6 +1,5 @@
 #include "app/window/PreferencesWindow.h"
 
-#include "app/AppController.h"
 #include "app/Preferences.h"
 #include "app/window/ManualConnectionsView.h"
 #include "foundation/VLFormat.h"
@@ -35,9 +34,12 @@ constexpr int switchIndent = 16 + Metrics::unit;  // the text of a check box
 
 }  // namespace
 
-PreferencesWindow::PreferencesWindow(AppController& controller, QWidget* parent)
+PreferencesWindow::PreferencesWindow(ServiceList& services, ClientCommands& commands, bool canAuthenticate,
+                                     QWidget* parent)
     : QWidget(parent, Qt::Window),
-      m_controller(controller),
+      m_services(services),
+      m_commands(commands),
+      m_canAuthenticate(canAuthenticate),
       m_sections(new QButtonGroup(this)),
       m_bar(new QWidget(this)),
       m_stack(new QStackedWidget(this)) {
@@ -169,7 +171,7 @@ void PreferencesWindow::buildNetwork(QVBoxLayout* page) {
         QStringLiteral("Computers on the local network are found by themselves. These were added by their "
                        "address and are connected to at every start."),
         0);
-    auto* connections = new ManualConnectionsView(m_controller, this);
+    auto* connections = new ManualConnectionsView(m_services, m_commands, this);
     page->addWidget(connections, 1);
     connect(connections, &ManualConnectionsView::addRequested, this,
             &PreferencesWindow::addComputerRequested);
@@ -225,7 +227,7 @@ void PreferencesWindow::addNumber(QVBoxLayout* page, const QString& key, const Q
 
 /// Without a way to ask for the password the next start would end at once.
 void PreferencesWindow::passwordToggled(bool on) {
-    if (!on || m_controller.canAuthenticate()) return Preferences::setOn(passwordKey, on);
+    if (!on || m_canAuthenticate) return Preferences::setOn(passwordKey, on);
     const auto answered = [window = QPointer(this)](int returnCode) {
         if (returnCode == VLAlert::AlternateReturn) Preferences::setOn(passwordKey, true);
         if (window) window->renew();

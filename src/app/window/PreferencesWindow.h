@@ -3,7 +3,8 @@
 #include <QHash>
 #include <QWidget>
 
-class AppController;
+class ClientCommands;
+class ServiceList;
 class QButtonGroup;
 class QCheckBox;
 class QComboBox;
@@ -16,8 +17,8 @@ class QVBoxLayout;
 class PreferencesWindow : public QWidget {
     Q_OBJECT
 public:
-    /// `controller` outlives the window.
-    PreferencesWindow(AppController& controller, QWidget* parent);
+    /// Both outlive the window. `canAuthenticate`: whether this version can ask for an administrator.
+    PreferencesWindow(ServiceList& services, ClientCommands& commands, bool canAuthenticate, QWidget* parent);
 
 Q_SIGNALS:
     void addComputerRequested();
@@ -45,7 +46,9 @@ private:
     void passwordToggled(bool on);
     void renew();
 
-    AppController& m_controller;
+    ServiceList& m_services;
+    ClientCommands& m_commands;
+    const bool m_canAuthenticate;
     QButtonGroup* m_sections;
     QWidget* m_bar;
     QStackedWidget* m_stack;

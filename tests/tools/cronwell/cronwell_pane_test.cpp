@@ -37,7 +37,7 @@ class CronwellPaneTest : public QObject {
     QString m_host;
 
     [[nodiscard]] CronwellController& cronwell() {
-        return *static_cast<CronwellController*>(m_console->controller->toolController(u"cronwell"_s));
+        return *static_cast<CronwellController*>(m_console->controller->toolSet().toolController(u"cronwell"_s));
     }
     template <typename Widget>
     [[nodiscard]] Widget* find(const char* name) {

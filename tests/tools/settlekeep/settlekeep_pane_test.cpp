@@ -21,7 +21,7 @@ class SettlekeepPaneTest : public QObject {
     SampleConsole m_console;
 
     [[nodiscard]] SettlekeepController& settlekeep() {
-        return *static_cast<SettlekeepController*>(m_console.controller->toolController(u"settlekeep"_s));
+        return *static_cast<SettlekeepController*>(m_console.controller->toolSet().toolController(u"settlekeep"_s));
     }
     [[nodiscard]] QTreeView& view(const char* name) { return *m_console.find<QTreeView>(name); }
 

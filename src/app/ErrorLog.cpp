@@ -1,0 +1,39 @@
+#include "app/ErrorLog.h"
+
+#include "app/MakerSite.h"
+#include "foundation/VLBundle.h"
+#include "foundation/VLFormat.h"
+#include "remote/VLCorvalinServerProtocol.h"
+
+ErrorLog::ErrorLog(std::shared_ptr<VLErrorCallback> errors, Upload upload)
+    : m_errors(std::move(errors)), m_upload(std::move(upload)) {}
+
+void ErrorLog::postError(const QVariantMap& userInfo) {
+    const qlonglong code = userInfo.value(QStringLiteral("errorcode")).toLongLong();
+    const QString hostName = userInfo.value(QStringLiteral("hostname")).toString();
+    if (code < 1 || hostName.isEmpty()) return;
+    m_errors->addErrorToQueue(QVariantMap{{QStringLiteral("domain"), QLatin1String(CorvalinError::domain)},
+                                          {QStringLiteral("code"), code}},
+                              hostName);
+}
+
+void ErrorLog::clearErrorLog() {
+    m_errors->clearErrorQueue();
+    Q_EMIT errorQueueChanged();
+}
+
+QString ErrorLog::errorLabel() const {
+    const int count = static_cast<int>(m_errors->errorCount());
+    if (count == 0) return {};
+    return vlFormat(QStringLiteral("%i error%@"), count, count == 1 ? QString() : QStringLiteral("s"));
+}
+
+void ErrorLog::uploadErrorLog(QObject* window) {
+    const QString log = m_errors->stringRepresentation();
+    if (log.isEmpty() || !m_upload) return;
+    QVariantMap fields{{QStringLiteral("logData"), log}};
+    const QVariant version =
+        VLBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("CFBundleShortVersionString"));
+    if (version.isValid()) fields.insert(QStringLiteral("version"), version);
+    m_upload(MakerSite::errorLogUpload(), fields, window);
+}
