@@ -1,4 +1,4 @@
-find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets Network Sql Svg Test)
+find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets LinguistTools Network Sql Svg Test)
 find_package(CapnProto REQUIRED)
 find_package(OpenSSL REQUIRED)
 find_package(Threads REQUIRED)

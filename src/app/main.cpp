@@ -14,7 +14,10 @@
 #include "widgets/Theme.h"
 
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QPixmap>
+#include <QTranslator>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -210,12 +213,24 @@ void raiseFileLimit() {
     ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+/// The user's language, where the texts were translated into it; Qt's own texts as well.
+void installTranslations(QApplication& application) {
+    const auto install = [&](const QString& name, const QString& folder) {
+        auto* translator = new QTranslator(&application);
+        if (translator->load(QLocale(), name, QStringLiteral("_"), folder))
+            QCoreApplication::installTranslator(translator);
+    };
+    install(QStringLiteral("qtbase"), QLibraryInfo::path(QLibraryInfo::TranslationsPath));
+    install(QStringLiteral("orlendo"), QStringLiteral(":/translations"));
+}
+
 int runApplication(int argc, char** argv, const QStringList& rawArguments) {
     // A wrong command line is reported as such also where there is no display to complain about.
     const bool hasPlatform = choosePlatform(rawArguments);
     if (!hasPlatform) qputenv("QT_QPA_PLATFORM", "offscreen");
     raiseFileLimit();
     QApplication application(argc, argv);
+    installTranslations(application);
     MainThread::adopt();
     const CommandLine commandLine = commandLineFrom(QCoreApplication::arguments());
     if (commandLine.action != CommandLine::Action::Run) return runSimpleAction(commandLine);

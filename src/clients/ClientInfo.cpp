@@ -15,16 +15,16 @@ const QString unknown = QStringLiteral("unknown");
 const QString none = QStringLiteral("none");
 constexpr qsizetype bytesPerLine = 8;
 constexpr qsizetype longestText = 255;  // agents may send any amount
-const QString notReported = QStringLiteral("not reported");
+const QString notReported = ClientInfo::tr("not reported");
 
 QString orElse(const QString& text, const QString& otherwise) {
     return text.isEmpty() ? otherwise : text;
 }
 
 QString origin(const VLService& service) {
-    if (service.isManual()) return QStringLiteral("Added by hand");
-    if (dynamic_cast<const VLVirtualService*>(&service)) return QStringLiteral("Demonstration");
-    return service.netService() ? QStringLiteral("Found by Bonjour") : unknown;
+    if (service.isManual()) return ClientInfo::tr("Added by hand");
+    if (dynamic_cast<const VLVirtualService*>(&service)) return ClientInfo::tr("Demonstration");
+    return service.netService() ? ClientInfo::tr("Found by Bonjour") : unknown;
 }
 
 QString addresses(const VLService& service) {
@@ -39,8 +39,8 @@ QString addresses(const VLService& service) {
 /// The error and the address have rows of their own.
 QString state(const VLService& service) {
     const ClientState state = clientState(service);
-    if (state.kind == ClientState::Connected) return QStringLiteral("Connected");
-    return state.kind == ClientState::NotConnected ? QStringLiteral("Not connected") : state.text;
+    if (state.kind == ClientState::Connected) return ClientInfo::tr("Connected");
+    return state.kind == ClientState::NotConnected ? ClientInfo::tr("Not connected") : state.text;
 }
 
 QString lastError(const VLService& service) {
@@ -106,7 +106,7 @@ private:
 
 QString maintenance(const VLService& service, const Values& values) {
     if (!values.isNumberOrMissing("maintenanceRequested")) return unknown;
-    return service.needsMaintenance() ? QStringLiteral("Requested") : QStringLiteral("Not requested");
+    return service.needsMaintenance() ? ClientInfo::tr("Requested") : ClientInfo::tr("Not requested");
 }
 
 }  // namespace
@@ -116,26 +116,25 @@ ClientInfo ClientInfo::of(const VLService& service, const QString& group, const 
     const Values values(configuration);
     const int port = service.port();
     ClientInfo info{{
-        {QStringLiteral("Name"), orElse(service.name(), unknown)},
-        {QStringLiteral("Host name"), orElse(service.hostName(), unknown)},
-        {QStringLiteral("Other names"),
-         orElse(service.availableHostNames().join(QStringLiteral(", ")), none)},
-        {QStringLiteral("Address"), addresses(service)},
-        {QStringLiteral("Port"), port > 0 ? QString::number(port) : unknown},
-        {QStringLiteral("Model"), orElse(clientModel(service), unknown)},
-        {QStringLiteral("Listed"), origin(service)},
-        {QStringLiteral("Group"), orElse(group, none)},
-        {QStringLiteral("State"), state(service), Text, true},
-        {QStringLiteral("Last error"), lastError(service)},
-        {QStringLiteral("Key fingerprint"), fingerprint(service), FixedPitch},
-        {QStringLiteral("Agent version"), values.number("version"), Text, true},
-        {QStringLiteral("Suite version"), values.number("corvalinVersion")},
-        {QStringLiteral("Needs console"), values.number("minAdminVersion")},
-        {QStringLiteral("Preferred name"), values.string("preferredHostName")},
-        {QStringLiteral("Maintenance"), maintenance(service, values)},
-        {QStringLiteral("Updates waiting"), values.count("availableUpdateCount")},
-        {QStringLiteral("Last counted"), values.date("availableUpdateCountLastUpdate")},
-        {QStringLiteral("Own crash log"), values.string("selfCrashLog")},
+        {tr("Name"), orElse(service.name(), unknown)},
+        {tr("Host name"), orElse(service.hostName(), unknown)},
+        {tr("Other names"), orElse(service.availableHostNames().join(QStringLiteral(", ")), none)},
+        {tr("Address"), addresses(service)},
+        {tr("Port"), port > 0 ? QString::number(port) : unknown},
+        {tr("Model"), orElse(clientModel(service), unknown)},
+        {tr("Listed"), origin(service)},
+        {tr("Group"), orElse(group, none)},
+        {tr("State"), state(service), Text, true},
+        {tr("Last error"), lastError(service)},
+        {tr("Key fingerprint"), fingerprint(service), FixedPitch},
+        {tr("Agent version"), values.number("version"), Text, true},
+        {tr("Suite version"), values.number("corvalinVersion")},
+        {tr("Needs console"), values.number("minAdminVersion")},
+        {tr("Preferred name"), values.string("preferredHostName")},
+        {tr("Maintenance"), maintenance(service, values)},
+        {tr("Updates waiting"), values.count("availableUpdateCount")},
+        {tr("Last counted"), values.date("availableUpdateCountLastUpdate")},
+        {tr("Own crash log"), values.string("selfCrashLog")},
     }};
     const QList<MachineFacts::Fact> facts = MachineFacts::of(machine);
     for (const MachineFacts::Fact& fact : facts)

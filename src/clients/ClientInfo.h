@@ -2,6 +2,7 @@
 
 #include "clients/VLService.h"
 
+#include <QCoreApplication>
 #include <QImage>
 #include <QList>
 #include <QString>
@@ -31,4 +32,5 @@ struct ClientInfo {
     /// The largest picture of the machine: the one that its agent has `sent`, else that of its model, else
     /// the small one. Any thread.
     [[nodiscard]] static QImage largePicture(const VLService& service, const QByteArray& sent);
+    Q_DECLARE_TR_FUNCTIONS(ClientInfo)
 };

@@ -2,6 +2,7 @@
 
 #include "clients/ClientConfiguration.h"
 
+#include <QCoreApplication>
 #include <QLocale>
 
 #include <array>
@@ -37,12 +38,12 @@ QString knownValue(const Known& known, const QVariant& value) {
     if (known.kind == Kind::Text && value.typeId() == QMetaType::QString) return text(value.toString());
     if (known.kind == Kind::Count && number) return QLocale().toString(*number);
     if (known.kind == Kind::Bytes && number && *number >= 0) return QLocale().formattedDataSize(*number, 1);
-    return QStringLiteral("unknown");
+    return QCoreApplication::translate("MachineFacts", "unknown");
 }
 
-QString counted(qsizetype count, const char* what) {
-    return QStringLiteral("%1 %2%3").arg(QLocale().toString(count), QLatin1String(what),
-                                         count == 1 ? QString() : QStringLiteral("s"));
+QString counted(qsizetype count, const char* one, const char* many) {
+    return QCoreApplication::translate("MachineFacts", count == 1 ? one : many)
+        .arg(QLocale().toString(count));
 }
 
 QString anyValue(const QVariant& value) {
@@ -50,22 +51,26 @@ QString anyValue(const QVariant& value) {
         case QMetaType::QString:
             return text(value.toString());
         case QMetaType::Bool:
-            return value.toBool() ? QStringLiteral("Yes") : QStringLiteral("No");
+            return value.toBool() ? QCoreApplication::translate("MachineFacts", "Yes")
+                                  : QCoreApplication::translate("MachineFacts", "No");
         case QMetaType::Double:
             return QLocale().toString(value.toDouble());
         case QMetaType::QDateTime:
             return QLocale().toString(value.toDateTime().toLocalTime(), QLocale::ShortFormat);
         case QMetaType::QByteArray:
-            return counted(value.toByteArray().size(), "byte");
+            return counted(value.toByteArray().size(), QT_TRANSLATE_NOOP("MachineFacts", "%1 byte"),
+                           QT_TRANSLATE_NOOP("MachineFacts", "%1 bytes"));
         case QMetaType::QVariantList:
-            return counted(value.toList().size(), "value");
+            return counted(value.toList().size(), QT_TRANSLATE_NOOP("MachineFacts", "%1 value"),
+                           QT_TRANSLATE_NOOP("MachineFacts", "%1 values"));
         case QMetaType::QVariantMap:
-            return counted(value.toMap().size(), "value");
+            return counted(value.toMap().size(), QT_TRANSLATE_NOOP("MachineFacts", "%1 value"),
+                           QT_TRANSLATE_NOOP("MachineFacts", "%1 values"));
         default:
             break;
     }
     const auto number = ClientConfiguration::integer(value);
-    return number ? QLocale().toString(*number) : QStringLiteral("unknown");
+    return number ? QLocale().toString(*number) : QCoreApplication::translate("MachineFacts", "unknown");
 }
 
 /// "graphicsCard" reads "Graphics card".

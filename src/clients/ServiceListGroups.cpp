@@ -57,13 +57,13 @@ void ServiceList::forgetAbsentClients(const VLServiceGroupPtr& group) {
 }
 
 QString ServiceList::groupNameProblem(const QString& name, const VLServiceGroupPtr& group) const {
-    if (name.trimmed().isEmpty()) return QStringLiteral("A group needs a name");
-    if (name.size() > longestName) return QStringLiteral("A name has at most 255 characters");
+    if (name.trimmed().isEmpty()) return tr("A group needs a name");
+    if (name.size() > longestName) return tr("A name has at most 255 characters");
     const bool isTaken = name.compare(allComputersTitle(), Qt::CaseInsensitive) == 0 ||
                          std::any_of(m_groups.begin(), m_groups.end(), [&](const VLServiceGroupPtr& other) {
                              return other != group && other->name().compare(name, Qt::CaseInsensitive) == 0;
                          });
-    return isTaken ? QStringLiteral("There is a group of this name already") : QString();
+    return isTaken ? tr("There is a group of this name already") : QString();
 }
 
 void ServiceList::moveToGroup(const QList<VLServicePtr>& services, const VLServiceGroupPtr& group) {

@@ -108,7 +108,7 @@ QVariant FailingClientsModel::data(const QModelIndex& index, int role) const {
             return row.name;
         case Qt::AccessibleTextRole:
             return QStringLiteral("%1, %2").arg(row.name, ConnectionProblem::titleOf(row.kind)) +
-                   (row.trying ? QStringLiteral(", connecting") : QString());
+                   (row.trying ? tr(", connecting") : QString());
         case ServiceRole:
             return QVariant::fromValue(row.service);
         case KindRole:

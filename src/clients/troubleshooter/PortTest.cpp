@@ -13,19 +13,19 @@ namespace {
 constexpr qsizetype mostTargets = 16;  // an announcement may hold any number of addresses
 
 QString failureText(const PortTest::Target& target, const std::exception& exception) {
-    const QString place = QStringLiteral("%1, port %2").arg(target.host).arg(target.port);
+    const QString place = PortTest::tr("%1, port %2").arg(target.host).arg(target.port);
     switch (connectionFailure(exception)) {
         case ConnectionFailure::Refused:
-            return QStringLiteral(
+            return PortTest::tr(
                        "%1 is closed: the computer answers, but no program takes connections "
                        "there.")
                 .arg(place);
         case ConnectionFailure::Unreachable:
-            return QStringLiteral("%1 cannot be reached: the network knows no way there.").arg(place);
+            return PortTest::tr("%1 cannot be reached: the network knows no way there.").arg(place);
         case ConnectionFailure::NoAnswer:
-            return QStringLiteral("%1 does not answer: nothing came back in time.").arg(place);
+            return PortTest::tr("%1 does not answer: nothing came back in time.").arg(place);
         case ConnectionFailure::HostNotFound:
-            return QStringLiteral("%1: the name leads to no address.").arg(target.host);
+            return PortTest::tr("%1: the name leads to no address.").arg(target.host);
         default:
             return QStringLiteral("%1: %2").arg(place, ConnectionAttempts::reason(exception));
     }
@@ -33,13 +33,13 @@ QString failureText(const PortTest::Target& target, const std::exception& except
 
 PortTest::Outcome tryTarget(const PortTest::Target& target, std::chrono::milliseconds limit) {
     if (target.host.isEmpty() || target.port < 1 || target.port > 65535)
-        return {target, false, QStringLiteral("An address or port of the computer is not valid.")};
+        return {target, false, PortTest::tr("An address or port of the computer is not valid.")};
     QElapsedTimer time;
     time.start();
     try {
         (void)SocketConnector::connect(target.host, static_cast<quint16>(target.port), Deadline(limit));
         return {target, true,
-                QStringLiteral("%1, port %2 is open: it took the connection after %3 ms.")
+                PortTest::tr("%1, port %2 is open: it took the connection after %3 ms.")
                     .arg(target.host)
                     .arg(target.port)
                     .arg(time.elapsed())};
@@ -76,7 +76,7 @@ void PortTest::start(const QList<Target>& targets, std::chrono::milliseconds lim
     for (const Target& target : targets) {
         const bool isTried = VLThread::detach(QStringLiteral("port test"),
                                               [report, target, limit] { report(tryTarget(target, limit)); });
-        if (!isTried) report({target, false, QStringLiteral("This computer has too much to do to try it.")});
+        if (!isTried) report({target, false, tr("This computer has too much to do to try it.")});
     }
     if (!targets.isEmpty()) return;
     cancel();

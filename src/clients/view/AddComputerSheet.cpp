@@ -10,23 +10,21 @@
 #include <QVBoxLayout>
 
 AddComputerSheet::AddComputerSheet(Submit submit, QWidget* parent)
-    : Sheet(QStringLiteral("Add Computer"),
-            QStringLiteral("Computers on this network appear by themselves. Enter one here that does not: "
-                           "its client agent must be running."),
+    : Sheet(tr("Add Computer"),
+            tr("Computers on this network appear by themselves. Enter one here that does not: "
+               "its client agent must be running."),
             parent),
       m_submit(std::move(submit)) {
     setObjectName(QStringLiteral("addComputerSheet"));
-    addField(Name, QStringLiteral("Name"), QStringLiteral("Edit Bay 5"),
-             QStringLiteral("As it should be listed"), QStringLiteral("A name has 1 to 255 characters"));
-    addField(Address, QStringLiteral("Address"), QStringLiteral("192.168.1.25"),
-             QStringLiteral("IPv4 address, or “localhost”"),
-             QStringLiteral("Four numbers with dots and no leading zeros, or “localhost”"));
-    addField(Port, QStringLiteral("Port"), QStringLiteral("1025 to 65535"),
-             QStringLiteral("The TCP port of its client agent, usually 5473"),
-             QStringLiteral("A number from 1025 to 65535"));
+    addField(Name, tr("Name"), tr("Edit Bay 5"), tr("As it should be listed"),
+             tr("A name has 1 to 255 characters"));
+    addField(Address, tr("Address"), QStringLiteral("192.168.1.25"), tr("IPv4 address, or “localhost”"),
+             tr("Four numbers with dots and no leading zeros, or “localhost”"));
+    addField(Port, tr("Port"), tr("1025 to 65535"), tr("The TCP port of its client agent, usually 5473"),
+             tr("A number from 1025 to 65535"));
     body()->setSpacing(Metrics::unit / 2);
     addCancelButton();
-    m_addButton = addPrimaryButton(QStringLiteral("Add"));
+    m_addButton = addPrimaryButton(tr("Add"));
     m_addButton->setObjectName(QStringLiteral("addButton"));
     setMinimumWidth(440);
     updateHints();
@@ -111,7 +109,7 @@ void AddComputerSheet::accept() {
         Sheet::accept();
         return;
     }
-    VLAlert::alertSheetWithMessageText(
-        QStringLiteral("Connection already exists"), {}, {}, {},
-        QStringLiteral("There is already a service with this IP address and port."), this, false);
+    VLAlert::alertSheetWithMessageText(tr("Connection already exists"), {}, {}, {},
+                                       tr("There is already a service with this IP address and port."), this,
+                                       false);
 }

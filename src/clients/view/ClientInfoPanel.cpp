@@ -33,11 +33,11 @@ ClientInfoPanel::ClientInfoPanel(Source source, QWidget* parent)
       m_stack(new QStackedWidget(this)),
       m_empty(new EmptyState(m_stack)) {
     setObjectName(QStringLiteral("clientInfoPanel"));
-    setWindowTitle(QStringLiteral("Information"));
+    setWindowTitle(tr("Information"));
     setMinimumSize(360, 320);
     resize(480, 720);
-    m_empty->setContents(QStringLiteral("computer"), QStringLiteral("Select one computer"),
-                         QStringLiteral("What is known of it is shown here."));
+    m_empty->setContents(QStringLiteral("computer"), tr("Select one computer"),
+                         tr("What is known of it is shown here."));
     m_stack->addWidget(m_empty);
     m_stack->addWidget(buildContents());
     auto* layout = new QVBoxLayout(this);
@@ -53,7 +53,7 @@ QWidget* ClientInfoPanel::buildContents() {
     m_picture = new QLabel(contents);
     m_picture->setAlignment(Qt::AlignCenter);
     m_picture->setFixedHeight(pictureSize);
-    m_picture->setAccessibleName(QStringLiteral("Picture of the computer"));
+    m_picture->setAccessibleName(tr("Picture of the computer"));
     m_name = new QLabel(contents);
     m_name->setAlignment(Qt::AlignHCenter);
     m_name->setWordWrap(true);
@@ -74,9 +74,9 @@ QWidget* ClientInfoPanel::buildContents() {
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setWidget(form);
 
-    auto* copy = new QPushButton(QStringLiteral("Copy All"), contents);
+    auto* copy = new QPushButton(tr("Copy All"), contents);
     copy->setObjectName(QStringLiteral("copyInfo"));
-    copy->setToolTip(QStringLiteral("Copy everything shown as text"));
+    copy->setToolTip(tr("Copy everything shown as text"));
     connect(copy, &QPushButton::clicked, this,
             [this] { QGuiApplication::clipboard()->setText(m_info.asText()); });
     auto* layout = new QVBoxLayout(contents);

@@ -48,7 +48,7 @@ ClientOutline::ClientOutline(ServiceList& services, QWidget* parent)
     : QWidget(parent),
       m_services(services),
       m_model(new ClientOutlineModel(services, this)),
-      m_search(new SearchField(QStringLiteral("Search computers"), this)),
+      m_search(new SearchField(tr("Search computers"), this)),
       m_stack(new QStackedWidget(this)),
       m_view(new ClientTreeView(m_stack)),
       m_empty(new EmptyState(m_stack)) {
@@ -89,7 +89,7 @@ void ClientOutline::buildSearchRow() {
     add->setIcon(symbolIcon(QStringLiteral("add-group")));
     add->setIconSize({Metrics::symbolSize, Metrics::symbolSize});
     add->setAutoRaise(true);
-    add->setToolTip(QStringLiteral("New group"));
+    add->setToolTip(tr("New group"));
     add->setAccessibleName(add->toolTip());
     connect(add, &QToolButton::clicked, this, &ClientOutline::newGroupRequested);
 
@@ -102,7 +102,7 @@ void ClientOutline::buildSearchRow() {
 }
 
 void ClientOutline::buildView() {
-    m_view->setAccessibleName(QStringLiteral("Computers"));
+    m_view->setAccessibleName(tr("Computers"));
     m_view->setItemDelegate(new ClientRowDelegate(
         [this](const QString& name, const VLServiceGroupPtr& group) {
             return m_services.groupNameProblem(name, group);
@@ -326,15 +326,14 @@ void ClientOutline::updateEmptyState() {
     const bool noneMatches =
         m_model->machineCount() > 0 && m_model->rowCount(m_model->allComputersIndex()) == 0;
     if (none) {
-        m_empty->setContents(QStringLiteral("computers"), QStringLiteral("No computers found yet"),
-                             QStringLiteral("Computers that run the client agent appear here by themselves. "
-                                            "You can also add one by its address."));
-        m_empty->setButtonText(QStringLiteral("Add Computer…"));
+        m_empty->setContents(QStringLiteral("computers"), tr("No computers found yet"),
+                             tr("Computers that run the client agent appear here by themselves. "
+                                "You can also add one by its address."));
+        m_empty->setButtonText(tr("Add Computer…"));
     } else if (noneMatches) {
-        m_empty->setContents(
-            QStringLiteral("search"), QStringLiteral("No matching computer"),
-            QStringLiteral("No name, address or model contains “%1”.").arg(m_model->filterText()));
-        m_empty->setButtonText(QStringLiteral("Clear Search"));
+        m_empty->setContents(QStringLiteral("search"), tr("No matching computer"),
+                             tr("No name, address or model contains “%1”.").arg(m_model->filterText()));
+        m_empty->setButtonText(tr("Clear Search"));
     }
     m_stack->setCurrentWidget(none || noneMatches ? static_cast<QWidget*>(m_empty) : m_view);
 }

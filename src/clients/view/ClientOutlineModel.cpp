@@ -12,9 +12,9 @@ namespace {
 constexpr quintptr topId = 0;  // internal id of the rows at the top; machines have that of their section
 constexpr std::chrono::milliseconds gatherTime(30);
 
-QString counted(qlonglong count, const char* singular) {
-    return QStringLiteral("%1 %2%3").arg(count).arg(QLatin1String(singular),
-                                                    count == 1 ? QString() : QStringLiteral("s"));
+QString computerCount(qsizetype count) {
+    return count == 1 ? ClientOutlineModel::tr("1 computer")
+                      : ClientOutlineModel::tr("%1 computers").arg(count);
 }
 
 }  // namespace
@@ -144,13 +144,10 @@ void ClientOutlineModel::emitChangedRows() {
 }
 
 QString ClientOutlineModel::sectionToolTip(const Section& section) const {
-    if (!section.group)
-        return QStringLiteral("Work on every computer of the list, also on those found later");
+    if (!section.group) return tr("Work on every computer of the list, also on those found later");
     QStringList lines{section.name};
-    lines << (section.count == 0 ? QStringLiteral("Empty: drag computers here")
-                                 : counted(section.count, "computer"));
-    if (section.absentCount > 0)
-        lines << QStringLiteral("%1 more not found at present").arg(section.absentCount);
+    lines << (section.count == 0 ? tr("Empty: drag computers here") : computerCount(section.count));
+    if (section.absentCount > 0) lines << tr("%1 more not found at present").arg(section.absentCount);
     return literalText(lines.join(QLatin1Char('\n')));
 }
 
@@ -160,7 +157,7 @@ QVariant ClientOutlineModel::sectionData(const Section& section, int role) const
         case Qt::EditRole:
             return section.name;
         case Qt::AccessibleTextRole:
-            return QStringLiteral("%1, %2").arg(section.name, counted(section.count, "computer"));
+            return QStringLiteral("%1, %2").arg(section.name, computerCount(section.count));
         case IsGroupRole:
             return true;
         case GroupRole:
@@ -177,20 +174,21 @@ QVariant ClientOutlineModel::sectionData(const Section& section, int role) const
 /// What the row's badges stand for.
 QStringList ClientOutlineModel::badgeTexts(const Row& row) {
     QStringList texts;
-    if (row.maintenance) texts << QStringLiteral("Asks for maintenance");
-    if (row.errors > 0) texts << counted(row.errors, "error") + QStringLiteral(" in the error log");
-    if (row.updates > 0) texts << counted(row.updates, "software update") + QStringLiteral(" available");
+    if (row.maintenance) texts << tr("Asks for maintenance");
+    if (row.errors == 1) texts << tr("1 error in the error log");
+    if (row.errors > 1) texts << tr("%1 errors in the error log").arg(row.errors);
+    if (row.updates == 1) texts << tr("1 software update available");
+    if (row.updates > 1) texts << tr("%1 software updates available").arg(row.updates);
     return texts;
 }
 
 QString ClientOutlineModel::toolTip(const Row& row) {
     QStringList lines{row.name};
     if (!row.hostName.isEmpty() && row.hostName != row.name) lines << row.hostName;
-    if (!row.address.isEmpty())
-        lines << QStringLiteral("%1, port %2").arg(row.address).arg(row.service->port());
+    if (!row.address.isEmpty()) lines << tr("%1, port %2").arg(row.address).arg(row.service->port());
     if (!row.model.isEmpty()) lines << row.model;
     if (row.state.kind != ClientState::Connected) lines << row.state.text;
-    if (row.service->isManual()) lines << QStringLiteral("Added by hand");
+    if (row.service->isManual()) lines << tr("Added by hand");
     lines << badgeTexts(row);
     return lines.join(QLatin1Char('\n'));
 }

@@ -151,7 +151,8 @@ void paintGroup(QPainter* painter, const QStyleOptionViewItem& option, const QMo
     rest.setLeft(rest.left() + metrics.horizontalAdvance(name) + Metrics::unit);
     if (all || count != QLatin1String("0")) return;
     const QFontMetrics hintMetrics(hintFont);
-    for (const QString& hint : {QStringLiteral("Drag computers here"), QStringLiteral("Empty")}) {
+    for (const QString& hint :
+         {ClientRowDelegate::tr("Drag computers here"), ClientRowDelegate::tr("Empty")}) {
         if (hintMetrics.horizontalAdvance(hint) > rest.width()) continue;
         painter->setFont(hintFont);
         painter->setPen(c.faintText);
@@ -287,17 +288,18 @@ QString ClientRowDelegate::badgeName(Badge badge) {
 QString ClientRowDelegate::badgeToolTip(const QModelIndex& index, Badge badge) {
     const auto counted = [&](int role, const char* one, const char* many) {
         const qlonglong count = index.data(role).toLongLong();
-        return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
+        return count == 1 ? tr(one) : tr(many).arg(count);
     };
     switch (badge) {
         case Updates:
-            return counted(ClientOutlineModel::UpdateCountRole, "software update available",
-                           "software updates available");
+            return counted(ClientOutlineModel::UpdateCountRole, QT_TR_NOOP("1 software update available"),
+                           QT_TR_NOOP("%1 software updates available"));
         case Errors:
-            return counted(ClientOutlineModel::ErrorCountRole, "error", "errors") +
-                   QStringLiteral(". Click to see them in the error log");
+            return counted(ClientOutlineModel::ErrorCountRole,
+                           QT_TR_NOOP("1 error. Click to see them in the error log"),
+                           QT_TR_NOOP("%1 errors. Click to see them in the error log"));
         case Maintenance:
-            return QStringLiteral("Asks for maintenance. Click to cancel the request");
+            return tr("Asks for maintenance. Click to cancel the request");
         case NoBadge:
             break;
     }
@@ -316,7 +318,7 @@ QWidget* ClientRowDelegate::createEditor(QWidget* parent, const QStyleOptionView
     if (!group) return nullptr;
     auto* editor = new QLineEdit(parent);
     editor->setObjectName(QStringLiteral("groupNameEditor"));
-    editor->setAccessibleName(QStringLiteral("Name of the group"));
+    editor->setAccessibleName(tr("Name of the group"));
     editor->setMaxLength(longestGroupName);
     connect(editor, &QLineEdit::textChanged, editor,
             [editor, group, nameProblem = m_nameProblem](const QString& text) {

@@ -16,11 +16,11 @@ QString address(const VLService& service) {
 QString problem(int errorCode) {
     switch (errorCode) {
         case clientOutdated:
-            return QStringLiteral("Client software out of date");
+            return ClientState::tr("Client software out of date");
         case suiteOutdated:
-            return QStringLiteral("Suite out of date");
+            return ClientState::tr("Suite out of date");
         case noConfiguration:
-            return QStringLiteral("No configuration received");
+            return ClientState::tr("No configuration received");
         default:
             return {};
     }
@@ -30,19 +30,19 @@ QString problem(int errorCode) {
 
 ClientState clientState(const VLService& service) {
     if (!service.changedCertificate().isEmpty()) {
-        return {ClientState::Attention, QStringLiteral("Identity changed — review")};
+        return {ClientState::Attention, ClientState::tr("Identity changed — review")};
     }
-    if (!service.enabled()) return {ClientState::Disabled, QStringLiteral("Disabled")};
+    if (!service.enabled()) return {ClientState::Disabled, ClientState::tr("Disabled")};
     if (service.isConnected()) {
-        if (service.isProcessing()) return {ClientState::Working, QStringLiteral("Working…")};
+        if (service.isProcessing()) return {ClientState::Working, ClientState::tr("Working…")};
         const QString wrong = problem(service.errorCode());
         if (!wrong.isEmpty()) return {ClientState::Attention, wrong};
         return {ClientState::Connected, address(service)};
     }
-    if (service.spinning()) return {ClientState::Connecting, QStringLiteral("Connecting…")};
+    if (service.spinning()) return {ClientState::Connecting, ClientState::tr("Connecting…")};
     const QString reason = service.connectionError();
-    if (reason.isEmpty()) return {ClientState::NotConnected, QStringLiteral("Not connected")};
-    return {ClientState::NotConnected, QStringLiteral("Not connected — %1").arg(reason)};
+    if (reason.isEmpty()) return {ClientState::NotConnected, ClientState::tr("Not connected")};
+    return {ClientState::NotConnected, ClientState::tr("Not connected — %1").arg(reason)};
 }
 
 QString clientModel(const VLService& service) {

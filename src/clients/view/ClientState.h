@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 
 class VLService;
@@ -10,6 +11,7 @@ struct ClientState {
     Kind kind = NotConnected;
     QString text;  ///< one line: the address, "Connecting…", "Not connected — reason"
     bool operator==(const ClientState&) const = default;
+    Q_DECLARE_TR_FUNCTIONS(ClientState)
 };
 
 /// Any thread.

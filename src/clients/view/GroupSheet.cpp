@@ -13,21 +13,21 @@ constexpr int longestName = 255;
 }
 
 GroupSheet::GroupSheet(NameProblem nameProblem, int selectedCount, Submit submit, QWidget* parent)
-    : Sheet(QStringLiteral("New Group"),
-            QStringLiteral("A group is a shortcut to the computers in it: select it to work on all of them. "
-                           "Drag computers into it and out of it at any time."),
+    : Sheet(tr("New Group"),
+            tr("A group is a shortcut to the computers in it: select it to work on all of them. "
+               "Drag computers into it and out of it at any time."),
             parent),
       m_nameProblem(std::move(nameProblem)),
       m_submit(std::move(submit)),
       m_name(new QLineEdit(this)),
       m_hint(new QLabel(this)) {
     setObjectName(QStringLiteral("groupSheet"));
-    auto* caption = new QLabel(QStringLiteral("Name"), this);
+    auto* caption = new QLabel(tr("Name"), this);
     caption->setFont(themeFont(0.95, QFont::Medium));
     caption->setBuddy(m_name);
     m_name->setObjectName(QStringLiteral("groupNameText"));
     m_name->setAccessibleName(caption->text());
-    m_name->setPlaceholderText(QStringLiteral("Edit Bays"));
+    m_name->setPlaceholderText(tr("Edit Bays"));
     m_name->setMaxLength(longestName);
     m_hint->setFont(themeFont(0.9));
     m_hint->setIndent(1);
@@ -37,8 +37,8 @@ GroupSheet::GroupSheet(NameProblem nameProblem, int selectedCount, Submit submit
     body()->addWidget(m_hint);
     if (selectedCount > 0) {
         const QString text = selectedCount == 1
-                                 ? QStringLiteral("Put the selected computer into it")
-                                 : QStringLiteral("Put the %1 selected computers into it").arg(selectedCount);
+                                 ? tr("Put the selected computer into it")
+                                 : tr("Put the %1 selected computers into it").arg(selectedCount);
         m_withSelected = new QCheckBox(text, this);
         m_withSelected->setObjectName(QStringLiteral("groupWithSelected"));
         m_withSelected->setChecked(true);
@@ -46,7 +46,7 @@ GroupSheet::GroupSheet(NameProblem nameProblem, int selectedCount, Submit submit
         body()->addWidget(m_withSelected);
     }
     addCancelButton();
-    m_add = addPrimaryButton(QStringLiteral("Add Group"));
+    m_add = addPrimaryButton(tr("Add Group"));
     m_add->setObjectName(QStringLiteral("addGroupButton"));
     setMinimumWidth(420);
     connect(m_name, &QLineEdit::textChanged, this, &GroupSheet::updateHint);
@@ -62,7 +62,7 @@ QString GroupSheet::name() const {
 void GroupSheet::updateHint() {
     const QString problem = m_nameProblem(name());
     const bool complains = !problem.isEmpty() && !name().isEmpty();
-    m_hint->setText(complains ? problem : QStringLiteral("As it should be listed"));
+    m_hint->setText(complains ? problem : tr("As it should be listed"));
     QPalette colors = m_hint->palette();
     colors.setColor(QPalette::WindowText, complains ? themeColors().bad : themeColors().secondaryText);
     m_hint->setPalette(colors);

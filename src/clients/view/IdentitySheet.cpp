@@ -19,7 +19,7 @@ QString pinnedFingerprint(const VLService& service) {
 
 /// "AB:CD:…" on two lines of equal length: two fingerprints are compared by eye.
 QString twoLines(const QString& fingerprint) {
-    if (fingerprint.isEmpty()) return QStringLiteral("not known");
+    if (fingerprint.isEmpty()) return IdentitySheet::tr("not known");
     const qsizetype middle = fingerprint.indexOf(QLatin1Char(':'), fingerprint.size() / 2);
     if (middle < 0) return fingerprint;
     return fingerprint.left(middle + 1) + QLatin1Char('\n') + fingerprint.mid(middle + 1);
@@ -28,18 +28,17 @@ QString twoLines(const QString& fingerprint) {
 }  // namespace
 
 IdentitySheet::IdentitySheet(const VLServicePtr& service, AcceptNew acceptNew, QWidget* parent)
-    : Sheet(QStringLiteral("The identity of “%1” has changed").arg(service->name()),
-            QStringLiteral(
-                "The computer shows another key than the one it was known by. That is so after its agent "
-                "was installed anew — or when another computer answers in its place. Compare the new "
-                "fingerprint with the one that “corvalin-agent --print-fingerprint” shows there before you "
-                "accept it."),
+    : Sheet(tr("The identity of “%1” has changed").arg(service->name()),
+            tr("The computer shows another key than the one it was known by. That is so after its agent "
+               "was installed anew — or when another computer answers in its place. Compare the new "
+               "fingerprint with the one that “corvalin-agent --print-fingerprint” shows there before you "
+               "accept it."),
             parent),
       m_service(service),
       m_acceptNew(std::move(acceptNew)) {
     setObjectName(QStringLiteral("identitySheet"));
     setProperty("isAboutClient", true);
-    setWindowTitle(QStringLiteral("New identity of %1").arg(service->name()));
+    setWindowTitle(tr("New identity of %1").arg(service->name()));
     const auto addFingerprint = [this](const QString& title, const QString& fingerprint, const char* name) {
         auto* caption = new QLabel(title, this);
         caption->setFont(themeFont(0.95, QFont::Medium));
@@ -54,15 +53,14 @@ IdentitySheet::IdentitySheet(const VLServicePtr& service, AcceptNew acceptNew, Q
         body()->addSpacing(Metrics::unit / 2);
         return value;
     };
-    addFingerprint(QStringLiteral("Known fingerprint (SHA-256)"), pinnedFingerprint(*service),
-                   "knownFingerprint");
-    m_fingerprint = addFingerprint(QStringLiteral("New fingerprint (SHA-256)"), {}, "newFingerprint");
-    m_compared = new QCheckBox(QStringLiteral("I have compared the new fingerprint"), this);
+    addFingerprint(tr("Known fingerprint (SHA-256)"), pinnedFingerprint(*service), "knownFingerprint");
+    m_fingerprint = addFingerprint(tr("New fingerprint (SHA-256)"), {}, "newFingerprint");
+    m_compared = new QCheckBox(tr("I have compared the new fingerprint"), this);
     m_compared->setObjectName(QStringLiteral("compared"));
     body()->addWidget(m_compared);
 
     addCancelButton();
-    QPushButton* accept = addPrimaryButton(QStringLiteral("Accept New Identity"));
+    QPushButton* accept = addPrimaryButton(tr("Accept New Identity"));
     accept->setEnabled(false);
     connect(m_compared, &QCheckBox::toggled, accept, &QPushButton::setEnabled);
     setMinimumWidth(560);

@@ -40,24 +40,24 @@ ProblemView::ProblemView(QWidget* parent) : QScrollArea(parent) {
     m_layout->setContentsMargins(Metrics::sheetMargin, Metrics::sheetMargin, Metrics::sheetMargin,
                                  Metrics::unit * 2);
     m_layout->setSpacing(Metrics::unit);
-    m_title = makeText({}, QStringLiteral("Problem"));
+    m_title = makeText({}, tr("Problem"));
     m_title->setObjectName(QStringLiteral("problemTitle"));
     m_title->setFont(themeFont(1.25, QFont::DemiBold));
-    m_place = makeText({}, QStringLiteral("Computer"));
-    m_meaning = makeText({}, QStringLiteral("What it means"));
+    m_place = makeText({}, tr("Computer"));
+    m_meaning = makeText({}, tr("What it means"));
     m_meaning->setObjectName(QStringLiteral("problemMeaning"));
     m_layout->addWidget(m_title);
     m_layout->addWidget(m_place);
     m_layout->addSpacing(Metrics::unit / 2);
     m_layout->addWidget(m_meaning);
 
-    m_testHeading = addHeading(QStringLiteral("Port test"));
+    m_testHeading = addHeading(tr("Port test"));
     m_testRunning = new QWidget(contents);
     auto* running = new QHBoxLayout(m_testRunning);
     running->setContentsMargins(0, 0, 0, 0);
     m_spinner = new Spinner(m_testRunning);
     running->addWidget(m_spinner);
-    running->addWidget(makeText(QStringLiteral("Connecting to the port…"), QStringLiteral("Port test")), 1);
+    running->addWidget(makeText(tr("Connecting to the port…"), tr("Port test")), 1);
     m_layout->addWidget(m_testRunning);
     m_test = new QWidget(contents);
     m_test->setObjectName(QStringLiteral("portTestLines"));
@@ -67,7 +67,7 @@ ProblemView::ProblemView(QWidget* parent) : QScrollArea(parent) {
     m_testLines->setColumnStretch(1, 1);
     m_layout->addWidget(m_test);
 
-    m_stepsHeading = addHeading(QStringLiteral("What to try"));
+    m_stepsHeading = addHeading(tr("What to try"));
     m_steps = new QWidget(contents);
     m_steps->setObjectName(QStringLiteral("problemSteps"));
     auto* steps = new QGridLayout(m_steps);
@@ -77,8 +77,8 @@ ProblemView::ProblemView(QWidget* parent) : QScrollArea(parent) {
     steps->setColumnStretch(1, 1);
     m_layout->addWidget(m_steps);
 
-    m_reasonHeading = addHeading(QStringLiteral("Reported"));
-    m_reason = makeText({}, QStringLiteral("Reported"));
+    m_reasonHeading = addHeading(tr("Reported"));
+    m_reason = makeText({}, tr("Reported"));
     m_reason->setObjectName(QStringLiteral("problemReason"));
     m_layout->addWidget(m_reason);
     m_layout->addStretch();
@@ -126,9 +126,9 @@ void ProblemView::showSteps() {
         ++number;
         auto* mark = new QLabel(QStringLiteral("%1.").arg(number));
         grid->addWidget(mark, row, 0, Qt::AlignTop | Qt::AlignRight);
-        grid->addWidget(makeText(step.text, QStringLiteral("Step %1").arg(number)), row++, 1);
+        grid->addWidget(makeText(step.text, tr("Step %1").arg(number)), row++, 1);
         if (step.command.isEmpty()) continue;
-        QLabel* command = makeText(step.command, QStringLiteral("Command of step %1").arg(number));
+        QLabel* command = makeText(step.command, tr("Command of step %1").arg(number));
         command->setFont(themeMonospaceFont());
         command->setMargin(Metrics::unit / 2);
         command->setBackgroundRole(QPalette::Midlight);
@@ -166,16 +166,16 @@ void ProblemView::addTestLine(const QString& symbol, bool open, const QString& t
     auto* mark = new QLabel;
     const QColor color = open ? themeColors().good : themeColors().bad;
     mark->setPixmap(symbolPixmap(symbol, color, markSize, devicePixelRatioF()));
-    mark->setAccessibleName(open ? QStringLiteral("Open") : QStringLiteral("Not open"));
+    mark->setAccessibleName(open ? tr("Open") : tr("Not open"));
     m_testLines->addWidget(mark, row, 0, Qt::AlignTop);
-    m_testLines->addWidget(makeText(text, QStringLiteral("Port test")), row, 1);
+    m_testLines->addWidget(makeText(text, tr("Port test")), row, 1);
 }
 
 void ProblemView::endPortTest() {
     m_spinner->setSpinning(false);
     m_testRunning->hide();
     if (m_outcomes.isEmpty())
-        addOutcome({{}, false, QStringLiteral("No address of the computer is known that could be tried.")});
+        addOutcome({{}, false, tr("No address of the computer is known that could be tried.")});
 }
 
 QString ProblemView::portTestText() const {

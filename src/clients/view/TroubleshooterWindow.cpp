@@ -75,9 +75,9 @@ public:
         };
         const bool trying = index.data(FailingClientsModel::TryingRole).toBool();
         drawLine(nameFont, nameMetrics, c.text, index.data().toString());
-        drawLine(
-            problemFont, problemMetrics, c.secondaryText,
-            trying ? QStringLiteral("Connecting…") : index.data(FailingClientsModel::ProblemRole).toString());
+        drawLine(problemFont, problemMetrics, c.secondaryText,
+                 trying ? TroubleshooterWindow::tr("Connecting…")
+                        : index.data(FailingClientsModel::ProblemRole).toString());
         painter->restore();
     }
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override {
@@ -97,7 +97,7 @@ QString placeOf(const VLService& service) {
     QStringList parts{service.name()};
     const QString ip = service.ipAddress();
     parts << (ip.isEmpty() ? service.hostName() : ip);
-    if (service.port() > 0) parts << QStringLiteral("port %1").arg(service.port());
+    if (service.port() > 0) parts << TroubleshooterWindow::tr("port %1").arg(service.port());
     parts.removeAll(QString());
     return parts.join(QStringLiteral("  ·  "));
 }
@@ -114,7 +114,7 @@ TroubleshooterWindow::TroubleshooterWindow(FailingClientsModel& clients, Actions
       m_problem(nullptr),
       m_empty(new EmptyState(m_stack)) {
     setObjectName(QStringLiteral("troubleshooterWindow"));
-    setWindowTitle(QStringLiteral("Connection Troubleshooter"));
+    setWindowTitle(tr("Connection Troubleshooter"));
     setMinimumSize(720, 400);
     resize(900, 560);
     m_splitter->setChildrenCollapsible(false);
@@ -123,9 +123,9 @@ TroubleshooterWindow::TroubleshooterWindow(FailingClientsModel& clients, Actions
     m_splitter->setStretchFactor(1, 1);
     m_splitter->setSizes({260, 640});
     m_empty->setObjectName(QStringLiteral("troubleshooterEmpty"));
-    m_empty->setContents(QStringLiteral("ok"), QStringLiteral("All computers are connected"),
-                         QStringLiteral("A computer that cannot be reached, or that something is wrong with, "
-                                        "is listed here with what can be done about it."));
+    m_empty->setContents(QStringLiteral("ok"), tr("All computers are connected"),
+                         tr("A computer that cannot be reached, or that something is wrong with, "
+                            "is listed here with what can be done about it."));
     m_stack->addWidget(m_splitter);
     m_stack->addWidget(m_empty);
     auto* layout = new QVBoxLayout(this);
@@ -147,7 +147,7 @@ TroubleshooterWindow::TroubleshooterWindow(FailingClientsModel& clients, Actions
 QWidget* TroubleshooterWindow::buildSidebar() {
     auto* sidebar = new Sidebar(m_splitter);
     sidebar->setMinimumWidth(200);
-    auto* heading = new QLabel(QStringLiteral("Computers"), sidebar);
+    auto* heading = new QLabel(tr("Computers"), sidebar);
     heading->setFont(themeFont(1.0, QFont::DemiBold));
     heading->setContentsMargins(Metrics::unit * 2, Metrics::unit * 2, Metrics::unit * 2, Metrics::unit / 2);
     heading->setBuddy(m_list);
@@ -157,7 +157,7 @@ QWidget* TroubleshooterWindow::buildSidebar() {
     layout->addWidget(m_list, 1);
 
     m_list->setObjectName(QStringLiteral("failingClients"));
-    m_list->setAccessibleName(QStringLiteral("Failing computers"));
+    m_list->setAccessibleName(tr("Failing computers"));
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->viewport()->setAutoFillBackground(false);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -183,19 +183,18 @@ QWidget* TroubleshooterWindow::buildDetail() {
     buttons->setContentsMargins(Metrics::unit * 2, Metrics::unit * 1.5, Metrics::unit * 2,
                                 Metrics::unit * 1.5);
     buttons->setSpacing(Metrics::unit);
-    buttons->addWidget(addButton(QStringLiteral("Copy Details"), "copyDetails",
-                                 QStringLiteral("Copy everything shown about this computer"),
+    buttons->addWidget(addButton(tr("Copy Details"), "copyDetails",
+                                 tr("Copy everything shown about this computer"),
                                  [this] { QGuiApplication::clipboard()->setText(details()); }));
-    buttons->addWidget(addButton(QStringLiteral("Show Log"), "showLog",
-                                 QStringLiteral("Show the console's own log"), m_actions.showLog));
+    buttons->addWidget(
+        addButton(tr("Show Log"), "showLog", tr("Show the console's own log"), m_actions.showLog));
     buttons->addStretch();
-    m_review = addButton(QStringLiteral("Review New Identity…"), "reviewIdentity",
-                         QStringLiteral("Compare the new key with the one the computer was known by"),
+    m_review = addButton(tr("Review New Identity…"), "reviewIdentity",
+                         tr("Compare the new key with the one the computer was known by"),
                          [this] { m_actions.reviewIdentity(selectedService(), this); });
-    m_test = addButton(QStringLiteral("Test Port"), "testPort",
-                       QStringLiteral("Try whether the computer's port takes connections"),
+    m_test = addButton(tr("Test Port"), "testPort", tr("Try whether the computer's port takes connections"),
                        [this] { testPort(); });
-    m_retry = addButton(QStringLiteral("Retry"), "retry", QStringLiteral("Connect to the computer anew"),
+    m_retry = addButton(tr("Retry"), "retry", tr("Connect to the computer anew"),
                         [this] { m_actions.retry(selectedService()); });
     for (QPushButton* button : {m_review, m_test, m_retry})
         buttons->addWidget(button);
@@ -264,7 +263,7 @@ QString TroubleshooterWindow::details() const {
     if (!service) return {};
     QString text = placeOf(*service) + u'\n' + m_problem->problem().asText();
     const QString test = m_problem->portTestText();
-    if (!test.isEmpty()) text += QStringLiteral("\nPort test:\n") + test;
+    if (!test.isEmpty()) text += tr("\nPort test:\n") + test;
     return text;
 }
 
