@@ -179,7 +179,7 @@ void AppController::displayCrashDialogForClient(const VLServicePtr& service, con
     VLLog::appendLog(QStringLiteral("The agent of %@ reports a crash of its own; its log is %@."),
                      service->name(), shown);
     m_errorCallback->addStringToQueue(
-        QStringLiteral("The computer's client agent has crashed. Its crash log is “%1”.").arg(shown),
+        tr("The computer's client agent has crashed. Its crash log is “%1”.").arg(shown),
         service->hostName());
 }
 

@@ -19,19 +19,17 @@ bool wouldHear(const VLService& service, const QString& selector) {
 }  // namespace
 
 void ClientCommands::restartClients(const QList<VLServicePtr>& services) {
-    send({QStringLiteral("relaunch"), QStringLiteral("Restart Client"),
-          QStringLiteral("Restarted the client")},
+    send({QStringLiteral("relaunch"), tr("Restart Client"), tr("Restarted the client")},
          remoteClients(services));
 }
 
 void ClientCommands::stopClients(const QList<VLServicePtr>& services) {
-    send({QStringLiteral("disconnect"), QStringLiteral("Stop Client"), QStringLiteral("Stopped the client")},
+    send({QStringLiteral("disconnect"), tr("Stop Client"), tr("Stopped the client")},
          remoteClients(services));
 }
 
 void ClientCommands::cancelMaintenance(const QList<VLServicePtr>& services) {
-    send({QStringLiteral("cancelMaintenanceRequest"), QStringLiteral("Cancel Maintenance"),
-          QStringLiteral("Cancelled maintenance")},
+    send({QStringLiteral("cancelMaintenanceRequest"), tr("Cancel Maintenance"), tr("Cancelled maintenance")},
          remoteClients(services));
 }
 

@@ -3,6 +3,7 @@
 #include "clients/VLService.h"
 #include "remote/VLProxyObject.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <QString>
 
@@ -14,6 +15,7 @@ class RunList;
 /// client is not restarted in the middle of what a tool changes there, and what became of it can be read.
 /// Main thread; all of it returns at once.
 class ClientCommands {
+    Q_DECLARE_TR_FUNCTIONS(ClientCommands)
 public:
     /// All of them outlive this object and its workers.
     ClientCommands(RunList& runs, RemoteRunner& runner, Discovery& discovery, VLCallbackTargetPtr callback)

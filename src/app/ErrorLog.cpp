@@ -25,7 +25,7 @@ void ErrorLog::clearErrorLog() {
 QString ErrorLog::errorLabel() const {
     const int count = static_cast<int>(m_errors->errorCount());
     if (count == 0) return {};
-    return vlFormat(QStringLiteral("%i error%@"), count, count == 1 ? QString() : QStringLiteral("s"));
+    return vlFormat(count == 1 ? tr("%i error") : tr("%i errors"), count);
 }
 
 void ErrorLog::uploadErrorLog(QObject* window) {

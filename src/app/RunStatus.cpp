@@ -11,7 +11,7 @@ QString titleOf(const Run& run) {
     const auto [ended, all] = run.progress();
     QString title = description.action;
     if (!description.subject.isEmpty()) title += u' ' + description.subject;
-    return QStringLiteral("%1 (%2 of %3)").arg(title).arg(ended).arg(all);
+    return RunStatus::tr("%1 (%2 of %3)").arg(title).arg(ended).arg(all);
 }
 
 bool isWhole(const RunRecord& record) {
@@ -36,7 +36,7 @@ void RunStatus::renew() {
     }
     awaited.removeDuplicates();
     QString underWay = titles.join(QStringLiteral(" · "));
-    if (!awaited.isEmpty()) underWay += QStringLiteral(" · waiting for ") + shortList(awaited);
+    if (!awaited.isEmpty()) underWay += tr(" · waiting for %1").arg(shortList(awaited));
     if (titles.isEmpty())
         m_look.stop();
     else if (!m_look.isActive())
@@ -48,8 +48,8 @@ void RunStatus::renew() {
 }
 
 QString RunStatus::shortList(const QStringList& names) {
-    if (names.size() <= mostNames) return names.join(QStringLiteral(" and "));
-    return QStringLiteral("%1 and %2 more")
+    if (names.size() <= mostNames) return names.join(tr(" and "));
+    return tr("%1 and %2 more")
         .arg(QStringList(names.first(mostNames)).join(QStringLiteral(", ")))
         .arg(names.size() - mostNames);
 }

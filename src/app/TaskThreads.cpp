@@ -20,10 +20,6 @@ constexpr std::chrono::milliseconds lookAgain{500};
 constexpr std::chrono::milliseconds gatherTime{30};  ///< of the steps of the bar
 constexpr auto relaunchText = "Waiting for clients to relaunch...";
 
-QString plural(int count) {
-    return count == 1 ? QString() : QStringLiteral("s");
-}
-
 }  // namespace
 
 struct TaskThreads::Condition {
@@ -350,12 +346,14 @@ void TaskThreads::updateSelectedComputerStatus(bool refreshAfterwards) {
         const int count = m_environment.selectedServiceCount();
         if (count == 0 && m_status.text == QLatin1String(relaunchText)) return Q_EMIT statusChanged();
         if (m_isProcessing) {
-            m_status.text =
-                vlFormat(QStringLiteral("Processing tasks on %i computer%@"), count, plural(count));
+            m_status.text = vlFormat(
+                count == 1 ? tr("Processing tasks on %i computer") : tr("Processing tasks on %i computers"),
+                count);
         } else {
             m_status.running = false;
             m_status.cancelVisible = false;
-            m_status.text = vlFormat(QStringLiteral("%i computer%@ selected"), count, plural(count));
+            m_status.text =
+                vlFormat(count == 1 ? tr("%i computer selected") : tr("%i computers selected"), count);
         }
         Q_EMIT statusChanged();
         if (refreshAfterwards)
@@ -389,7 +387,7 @@ void TaskThreads::startProgressForWindow(QObject* window) {
         m_progressHidden = false;
         m_processingCancelled = false;
         m_sheetRun = run;
-        updateProgressStatus(QStringLiteral("Initializing..."));
+        updateProgressStatus(tr("Initializing..."));
         restartBar(m_sheet, true);
         m_sheet.cancelEnabled = true;
         if (!m_sheet.visible) {
@@ -485,7 +483,7 @@ void TaskThreads::incrementProgress() {
 void TaskThreads::cancelProgress() {
     post([this] {
         m_sheet.cancelEnabled = false;
-        updateProgressStatus(QStringLiteral("Canceling..."));
+        updateProgressStatus(tr("Canceling..."));
     });
     setProcessingCancelled(true);
     cancelTaskThreads();
@@ -493,5 +491,5 @@ void TaskThreads::cancelProgress() {
 
 void TaskThreads::updateTaskProgress(int number) {
     updateProgressStatus(
-        vlFormat(QStringLiteral("Processing task %i of %i"), number, m_environment.selectedServiceCount()));
+        vlFormat(tr("Processing task %i of %i"), number, m_environment.selectedServiceCount()));
 }

@@ -36,8 +36,7 @@ QVariant ActivityDetailsModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ActivityDetailsModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    static const QStringList titles{QStringLiteral("Computer"), QStringLiteral("Outcome"),
-                                    QStringLiteral("Reason")};
+    static const QStringList titles{tr("Computer"), tr("Outcome"), tr("Reason")};
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return {};
     if (role == Qt::DisplayRole) return titles.at(section);
     if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);

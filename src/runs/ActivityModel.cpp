@@ -250,9 +250,8 @@ QVariant ActivityModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ActivityModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    static const QStringList titles{QStringLiteral("Time"),    QStringLiteral("Tool"),
-                                    QStringLiteral("Action"),  QStringLiteral("Subject"),
-                                    QStringLiteral("Outcome"), QStringLiteral("User")};
+    static const QStringList titles{tr("Time"),    tr("Tool"),    tr("Action"),
+                                    tr("Subject"), tr("Outcome"), tr("User")};
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return {};
     if (role == Qt::DisplayRole) return titles.at(section);
     if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);

@@ -25,6 +25,8 @@ struct Outcome {
     [[nodiscard]] bool isRetryable() const { return !isSuccess() && kind != LeftAlone; }
     /// "done", "not connected" and so on: a stable word for files and filters.
     [[nodiscard]] static QString word(Kind kind);
+    /// The same for people.
+    [[nodiscard]] static QString shownWord(Kind kind);
     /// What `word` names; Failed for one that names nothing.
     [[nodiscard]] static Kind fromWord(const QString& word);
     /// "Done", "Not connected", and the reason behind a colon where there is one.

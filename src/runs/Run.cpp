@@ -247,7 +247,7 @@ std::unique_ptr<ChangeTurn::Taken> Run::turnOf(RemoteClient& client) {
     if (!run || !run->description().isChange || Changes::areHere(client)) return nullptr;
     auto turn = std::make_unique<ChangeTurn::Taken>(client.changeTurn(), run->number(), shallStop);
     if (!*turn && !run->isCancelled())
-        run->note(client, {Outcome::NoAnswer, QStringLiteral("another change is under way there")});
+        run->note(client, {Outcome::NoAnswer, tr("another change is under way there")});
     return turn;
 }
 
@@ -272,7 +272,7 @@ Outcome Run::endOn(const Notes& notes) const {
     const bool isMerelyAnswered = notes.outcome && notes.outcome->kind == Outcome::Answered;
     if (notes.outcome && !(isMerelyAnswered && m_description.isChange)) return *notes.outcome;
     if (m_isCancelled) return {Outcome::Cancelled, {}};
-    return {Outcome::LeftAlone, QStringLiteral("nothing to do there")};
+    return {Outcome::LeftAlone, tr("nothing to do there")};
 }
 
 RunRecord Run::record() const {
@@ -293,7 +293,7 @@ RunRecord Run::record() const {
         Outcome outcome = endOn(notes);
         if (notes.isUndoLost) {
             if (!outcome.reason.isEmpty()) outcome.reason += QStringLiteral(" · ");
-            outcome.reason += QStringLiteral("cannot be taken back: its state could not be read");
+            outcome.reason += tr("cannot be taken back: its state could not be read");
         }
         // What was taken back before it failed half-way is still there to be taken back.
         record.outcomes.append({key, notes.name, outcome, notes.undo});

@@ -5,6 +5,7 @@
 #include "runs/ChangeTurn.h"
 #include "runs/RunRecord.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QHash>
 #include <QList>
@@ -30,6 +31,7 @@ using RunPtr = std::shared_ptr<Run>;
 /// A worker says on whose behalf it works with a RunScope; everything that it asks of clients then belongs to
 /// that run, also on the threads that InFlight starts for it.
 class Run : public std::enable_shared_from_this<Run> {
+    Q_DECLARE_TR_FUNCTIONS(Run)
 public:
     /// How a change is kept so that it can be taken back. Called on the thread that makes the change, in the
     /// client's turn: nobody else's change comes between. May ask the client; what that gives is not part of

@@ -14,14 +14,21 @@ Outcome::Kind OutcomeCounts::worst() const {
 }
 
 QString OutcomeCounts::sentence(const QString& actionDone) const {
-    QString text = QStringLiteral("%1 on %2").arg(actionDone).arg(successes());
-    if (successes() != concerned()) text += QStringLiteral(" of %1").arg(concerned());
-    text += concerned() == 1 ? QStringLiteral(" computer") : QStringLiteral(" computers");
+    QString text;
+    if (successes() != concerned())
+        text = (concerned() == 1 ? tr("%1 on %2 of %3 computer") : tr("%1 on %2 of %3 computers"))
+                   .arg(actionDone)
+                   .arg(successes())
+                   .arg(concerned());
+    else
+        text = (concerned() == 1 ? tr("%1 on %2 computer") : tr("%1 on %2 computers"))
+                   .arg(actionDone)
+                   .arg(successes());
     for (int place = Outcome::Failed; place >= Outcome::LeftAlone; --place) {
         const auto kind = static_cast<Outcome::Kind>(place);
         const bool isSuccess = kind == Outcome::Answered || kind == Outcome::Done;
         if (of(kind) > 0 && !isSuccess)
-            text += QStringLiteral(", %1 %2").arg(of(kind)).arg(Outcome::word(kind));
+            text += QStringLiteral(", %1 %2").arg(of(kind)).arg(Outcome::shownWord(kind));
     }
     return text;
 }

@@ -2,6 +2,7 @@
 
 #include "runs/Outcome.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QList>
 #include <QMetaType>
@@ -12,6 +13,7 @@
 
 /// How many computers ended how.
 class OutcomeCounts {
+    Q_DECLARE_TR_FUNCTIONS(OutcomeCounts)
 public:
     void add(Outcome::Kind kind, int number = 1) { m_counts.at(static_cast<std::size_t>(kind)) += number; }
     [[nodiscard]] int of(Outcome::Kind kind) const { return m_counts.at(static_cast<std::size_t>(kind)); }

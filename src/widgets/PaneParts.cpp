@@ -77,14 +77,16 @@ QMenu* makeContextMenu(QTreeView& view, const QString& objectName) {
 }
 
 void addExpandItems(QMenu& menu, QTreeView& outline) {
-    menu.addAction(symbolIcon(QStringLiteral("expand")), QStringLiteral("Expand All"), &outline,
-                   &QTreeView::expandAll);
-    menu.addAction(symbolIcon(QStringLiteral("collapse")), QStringLiteral("Collapse All"), &outline,
+    menu.addAction(symbolIcon(QStringLiteral("expand")),
+                   QCoreApplication::translate("PaneParts", "Expand All"), &outline, &QTreeView::expandAll);
+    menu.addAction(symbolIcon(QStringLiteral("collapse")),
+                   QCoreApplication::translate("PaneParts", "Collapse All"), &outline,
                    &QTreeView::collapseAll);
 }
 
 void addCopyItem(QMenu& menu, QTreeView& view) {
-    QAction* const copy = menu.addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("Copy"), &view,
-                                         [&view] { copySelectedRows(view); });
+    QAction* const copy =
+        menu.addAction(symbolIcon(QStringLiteral("copy")), QCoreApplication::translate("PaneParts", "Copy"),
+                       &view, [&view] { copySelectedRows(view); });
     copy->setEnabled(view.selectionModel()->hasSelection());
 }
