@@ -11,8 +11,13 @@
 
 namespace {
 
-const QString unknown = QStringLiteral("unknown");
-const QString none = QStringLiteral("none");
+QString unknown() {
+    return ClientInfo::tr("unknown");
+}
+
+QString none() {
+    return ClientInfo::tr("none");
+}
 constexpr qsizetype bytesPerLine = 8;
 constexpr qsizetype longestText = 255;  // agents may send any amount
 const QString notReported = ClientInfo::tr("not reported");
@@ -24,7 +29,7 @@ QString orElse(const QString& text, const QString& otherwise) {
 QString origin(const VLService& service) {
     if (service.isManual()) return ClientInfo::tr("Added by hand");
     if (dynamic_cast<const VLVirtualService*>(&service)) return ClientInfo::tr("Demonstration");
-    return service.netService() ? ClientInfo::tr("Found by Bonjour") : unknown;
+    return service.netService() ? ClientInfo::tr("Found by Bonjour") : unknown();
 }
 
 QString addresses(const VLService& service) {
@@ -33,7 +38,7 @@ QString addresses(const VLService& service) {
         for (const VLNetAddress& address : netService->addresses)
             texts << address.address.toString();
     texts.removeDuplicates();
-    return orElse(texts.isEmpty() ? service.ipAddress() : texts.join(QStringLiteral(", ")), unknown);
+    return orElse(texts.isEmpty() ? service.ipAddress() : texts.join(QStringLiteral(", ")), unknown());
 }
 
 /// The error and the address have rows of their own.
@@ -48,17 +53,17 @@ QString lastError(const VLService& service) {
     if (!service.connectionError().isEmpty()) texts << service.connectionError();
     if (const int code = service.errorCode(); code != 0)
         texts << QStringLiteral("%1 (%2)").arg(CorvalinError::message(code)).arg(code);
-    return orElse(texts.join(u'\n'), none);
+    return orElse(texts.join(u'\n'), none());
 }
 
 /// Short lines: two fingerprints are compared by eye.
 QString fingerprint(const VLService& service) {
     const auto environment = VLService::environment();
-    if (!environment || !environment->pins) return none;
+    if (!environment || !environment->pins) return none();
     const auto pinned = environment->pins->find(service.pinName());
-    if (!pinned) return none;
+    if (!pinned) return none();
     const QStringList bytes = certificateFingerprint(*pinned).split(u':');
-    if (bytes.size() < bytesPerLine) return unknown;  // there is one, but it cannot be read
+    if (bytes.size() < bytesPerLine) return unknown();  // there is one, but it cannot be read
     QStringList lines;
     for (qsizetype first = 0; first < bytes.size(); first += bytesPerLine)
         lines << bytes.mid(first, bytesPerLine).join(u':');
@@ -86,8 +91,8 @@ public:
     [[nodiscard]] QString string(const char* key) const {
         const QVariant found = value(key);
         if (!found.isValid()) return notReported;
-        return found.typeId() == QMetaType::QString ? orElse(found.toString().left(longestText), none)
-                                                    : unknown;
+        return found.typeId() == QMetaType::QString ? orElse(found.toString().left(longestText), none())
+                                                    : unknown();
     }
     /// Of a kind that a request for maintenance can be read from, or not there.
     [[nodiscard]] bool isNumberOrMissing(const char* key) const {
@@ -99,13 +104,13 @@ private:
     template <typename T, typename Format>
     [[nodiscard]] QString text(const char* key, const std::optional<T>& known, Format format) const {
         if (known) return format(*known);
-        return value(key).isValid() ? unknown : notReported;
+        return value(key).isValid() ? unknown() : notReported;
     }
     const QVariantMap& m_dictionary;
 };
 
 QString maintenance(const VLService& service, const Values& values) {
-    if (!values.isNumberOrMissing("maintenanceRequested")) return unknown;
+    if (!values.isNumberOrMissing("maintenanceRequested")) return unknown();
     return service.needsMaintenance() ? ClientInfo::tr("Requested") : ClientInfo::tr("Not requested");
 }
 
@@ -116,14 +121,14 @@ ClientInfo ClientInfo::of(const VLService& service, const QString& group, const 
     const Values values(configuration);
     const int port = service.port();
     ClientInfo info{{
-        {tr("Name"), orElse(service.name(), unknown)},
-        {tr("Host name"), orElse(service.hostName(), unknown)},
-        {tr("Other names"), orElse(service.availableHostNames().join(QStringLiteral(", ")), none)},
+        {tr("Name"), orElse(service.name(), unknown())},
+        {tr("Host name"), orElse(service.hostName(), unknown())},
+        {tr("Other names"), orElse(service.availableHostNames().join(QStringLiteral(", ")), none())},
         {tr("Address"), addresses(service)},
-        {tr("Port"), port > 0 ? QString::number(port) : unknown},
-        {tr("Model"), orElse(clientModel(service), unknown)},
+        {tr("Port"), port > 0 ? QString::number(port) : unknown()},
+        {tr("Model"), orElse(clientModel(service), unknown())},
         {tr("Listed"), origin(service)},
-        {tr("Group"), orElse(group, none)},
+        {tr("Group"), orElse(group, none())},
         {tr("State"), state(service), Text, true},
         {tr("Last error"), lastError(service)},
         {tr("Key fingerprint"), fingerprint(service), FixedPitch},

@@ -30,7 +30,7 @@ constexpr std::array shownElsewhere{"name", "hostName", "model"};
 
 QString text(const QString& value) {
     const QString line = value.left(longestValue).simplified();
-    return line.isEmpty() ? QStringLiteral("none") : line;
+    return line.isEmpty() ? QCoreApplication::translate("MachineFacts", "none") : line;
 }
 
 QString knownValue(const Known& known, const QVariant& value) {

@@ -32,18 +32,16 @@ void refill(QComboBox& menu, const QList<std::pair<QString, QString>>& titlesAnd
 ActivityFilterBar::ActivityFilterBar(std::function<QString(const QString&)> toolTitle, QWidget* parent)
     : QWidget(parent),
       m_toolTitle(std::move(toolTitle)),
-      m_search(new SearchField(QStringLiteral("Find in what was done"), this)),
-      m_computers(
-          addMenu("activityComputerMenu", QStringLiteral("Computer"), QStringLiteral("All Computers"))),
-      m_tools(addMenu("activityToolMenu", QStringLiteral("Tool"), QStringLiteral("All Tools"))),
-      m_outcomes(addMenu("activityOutcomeMenu", QStringLiteral("Outcome"), QStringLiteral("All Outcomes"))),
-      m_changesOnly(new QCheckBox(QStringLiteral("Changes only"), this)) {
+      m_search(new SearchField(tr("Find in what was done"), this)),
+      m_computers(addMenu("activityComputerMenu", tr("Computer"), tr("All Computers"))),
+      m_tools(addMenu("activityToolMenu", tr("Tool"), tr("All Tools"))),
+      m_outcomes(addMenu("activityOutcomeMenu", tr("Outcome"), tr("All Outcomes"))),
+      m_changesOnly(new QCheckBox(tr("Changes only"), this)) {
     m_search->setObjectName(QStringLiteral("activitySearch"));
     m_search->setMinimumWidth(180);
-    m_search->setToolTip(
-        QStringLiteral("Words in the action, the subject, the tool, the user or a computer"));
+    m_search->setToolTip(tr("Words in the action, the subject, the tool, the user or a computer"));
     m_changesOnly->setObjectName(QStringLiteral("activityChangesOnly"));
-    m_changesOnly->setToolTip(QStringLiteral("Leave out what only read"));
+    m_changesOnly->setToolTip(tr("Leave out what only read"));
     fillOutcomes();
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(Metrics::unit * 1.5, Metrics::unit * 1.5, Metrics::unit * 1.5,
@@ -79,8 +77,8 @@ void ActivityFilterBar::fillOutcomes() {
     QVariantList notSuccessful;
     for (int kind = Outcome::Failed; kind > Outcome::Done; --kind)
         notSuccessful << kind;
-    m_outcomes->addItem(QStringLiteral("Not Everywhere"), notSuccessful);
-    m_outcomes->setItemData(1, QStringLiteral("On one computer at least it was not done"), Qt::ToolTipRole);
+    m_outcomes->addItem(tr("Not Everywhere"), notSuccessful);
+    m_outcomes->setItemData(1, tr("On one computer at least it was not done"), Qt::ToolTipRole);
     m_outcomes->insertSeparator(m_outcomes->count());
     for (int kind = Outcome::Failed; kind >= Outcome::LeftAlone; --kind)
         m_outcomes->addItem(Outcome{static_cast<Outcome::Kind>(kind), {}}.text(), QVariantList{kind});

@@ -49,18 +49,18 @@ QString toolTitle(const QList<Tool>& tools, const QString& identifier) {
     const auto found = std::find_if(tools.begin(), tools.end(),
                                     [&](const Tool& tool) { return tool.identifier == identifier; });
     if (found != tools.end()) return found->title;
-    return identifier.isEmpty() ? QStringLiteral("Console") : identifier;
+    return identifier.isEmpty() ? ActivityWindow::tr("Console") : identifier;
 }
 
 QString countOf(qint64 count) {
-    return QStringLiteral("%1 %2").arg(QLocale().toString(count),
-                                       count == 1 ? QStringLiteral("run") : QStringLiteral("runs"));
+    return (count == 1 ? ActivityWindow::tr("%1 run") : ActivityWindow::tr("%1 runs"))
+        .arg(QLocale().toString(count));
 }
 
 QString durationText(const RunRecord& run) {
     const qint64 milliseconds = std::max<qint64>(0, run.started.msecsTo(run.ended));
-    if (milliseconds < 60'000) return QStringLiteral("%1 s").arg(double(milliseconds) / 1000, 0, 'f', 1);
-    return QStringLiteral("%1 min %2 s").arg(milliseconds / 60'000).arg(milliseconds / 1000 % 60);
+    if (milliseconds < 60'000) return ActivityWindow::tr("%1 s").arg(double(milliseconds) / 1000, 0, 'f', 1);
+    return ActivityWindow::tr("%1 min %2 s").arg(milliseconds / 60'000).arg(milliseconds / 1000 % 60);
 }
 
 /// One line of tab-separated text.
@@ -98,13 +98,13 @@ ActivityWindow::ActivityWindow(ActivityStore& store, const QList<::Tool>& tools,
       m_warningSymbol(new QLabel(this)),
       m_warning(new ElidedLabel(this)),
       m_status(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
-      m_copy(new QPushButton(QStringLiteral("Copy"), this)),
-      m_export(new QPushButton(QStringLiteral("Export"), this)),
-      m_stopExport(new QPushButton(QStringLiteral("Stop Export"), this)),
-      m_retry(new QPushButton(QStringLiteral("Retry Failed"), this)),
-      m_undo(new QPushButton(QStringLiteral("Undo"), this)) {
+      m_copy(new QPushButton(tr("Copy"), this)),
+      m_export(new QPushButton(tr("Export"), this)),
+      m_stopExport(new QPushButton(tr("Stop Export"), this)),
+      m_retry(new QPushButton(tr("Retry Failed"), this)),
+      m_undo(new QPushButton(tr("Undo"), this)) {
     setObjectName(QStringLiteral("activityWindow"));
-    setWindowTitle(QStringLiteral("Activity"));
+    setWindowTitle(tr("Activity"));
     resize(980, 660);
     buildList();
     auto* splitter = new QSplitter(Qt::Vertical, this);
@@ -140,7 +140,7 @@ void ActivityWindow::buildList() {
     auto* look = new OutcomeLook(ActivityModel::KindRole, ActivityModel::Summary,
                                  {ActivityModel::Time, ActivityModel::User}, this);
     look->setSourceModel(m_model);
-    setUpTable(*m_list, "activityList", QStringLiteral("Runs"));
+    setUpTable(*m_list, "activityList", tr("Runs"));
     m_list->setModel(look);
     QHeaderView* header = m_list->header();
     header->setStretchLastSection(false);
@@ -165,7 +165,7 @@ QWidget* ActivityWindow::buildDetails() {
     sorted->setSortCaseSensitivity(Qt::CaseInsensitive);
     auto* look = new OutcomeLook(ActivityDetailsModel::KindRole, ActivityDetailsModel::Result, {}, this);
     look->setSourceModel(sorted);
-    setUpTable(*m_details, "activityDetails", QStringLiteral("Computers of the chosen run"));
+    setUpTable(*m_details, "activityDetails", tr("Computers of the chosen run"));
     m_details->setModel(look);
     m_details->setSortingEnabled(true);
     QHeaderView* header = m_details->header();
@@ -207,11 +207,11 @@ QWidget* ActivityWindow::buildWarning() {
 
 QWidget* ActivityWindow::buildButtons() {
     const std::tuple<QPushButton*, const char*, QString> buttons[] = {
-        {m_copy, "activityCopy", QStringLiteral("Copy the selected runs as text")},
-        {m_export, "activityExport", QStringLiteral("Write all runs that are listed into a file")},
-        {m_stopExport, "activityStopExport", QStringLiteral("Give up writing the file")},
-        {m_retry, "activityRetry", QStringLiteral("Do it again on the computers where it was not done")},
-        {m_undo, "activityUndo", QStringLiteral("Take it back on the computers where it was done")}};
+        {m_copy, "activityCopy", tr("Copy the selected runs as text")},
+        {m_export, "activityExport", tr("Write all runs that are listed into a file")},
+        {m_stopExport, "activityStopExport", tr("Give up writing the file")},
+        {m_retry, "activityRetry", tr("Do it again on the computers where it was not done")},
+        {m_undo, "activityUndo", tr("Take it back on the computers where it was done")}};
     auto* bar = new QWidget(this);
     auto* layout = new QHBoxLayout(bar);
     layout->setContentsMargins(Metrics::unit * 1.5, Metrics::unit * 1.5, Metrics::unit * 1.5,
@@ -225,9 +225,8 @@ QWidget* ActivityWindow::buildButtons() {
     }
     m_stopExport->hide();
     auto* menu = new QMenu(m_export);
-    menu->addAction(QStringLiteral("As &CSV…"), this, [this] { chooseExport(ActivityExport::Format::Csv); });
-    menu->addAction(QStringLiteral("As &JSON…"), this,
-                    [this] { chooseExport(ActivityExport::Format::Json); });
+    menu->addAction(tr("As &CSV…"), this, [this] { chooseExport(ActivityExport::Format::Csv); });
+    menu->addAction(tr("As &JSON…"), this, [this] { chooseExport(ActivityExport::Format::Json); });
     m_export->setMenu(menu);
     m_status->setObjectName(QStringLiteral("activityStatus"));
     return bar;
@@ -259,7 +258,7 @@ void ActivityWindow::connectParts() {
     m_wantedTimer.setInterval(wantedPatience);
     connect(&m_wantedTimer, &QTimer::timeout, this, [this] {
         if (std::exchange(m_wantedRun, {}).isEmpty()) return;
-        if (m_store.problem().isEmpty()) say(QStringLiteral("That run is not kept."));
+        if (m_store.problem().isEmpty()) say(tr("That run is not kept."));
     });
 
     connect(m_copy, &QPushButton::clicked, this, &ActivityWindow::copyRuns);
@@ -277,8 +276,8 @@ void ActivityWindow::connectParts() {
     for (QTreeView* table : {m_list, m_details})
         connect(table, &QWidget::customContextMenuRequested, this, [this, table](const QPoint& position) {
             QMenu* const menu = makeContextMenu(*table, QStringLiteral("activityMenu"));
-            QAction* const copies = menu->addAction(symbolIcon(QStringLiteral("copy")),
-                                                    QStringLiteral("Copy"), this, &ActivityWindow::copy);
+            QAction* const copies =
+                menu->addAction(symbolIcon(QStringLiteral("copy")), tr("Copy"), this, &ActivityWindow::copy);
             copies->setEnabled(table->selectionModel()->hasSelection());
             menu->popup(table->viewport()->mapToGlobal(position));
         });
@@ -324,18 +323,17 @@ void ActivityWindow::rowsLoaded() {
     const bool any = m_model->rowCount() > 0;
     m_empty->setButtonText({});
     if (!m_model->error().isEmpty()) {
-        m_empty->setContents(QStringLiteral("error"), QStringLiteral("Activity cannot be read"),
-                             m_model->error());
+        m_empty->setContents(QStringLiteral("error"), tr("Activity cannot be read"), m_model->error());
     } else if (m_model->isLoading()) {
-        m_empty->setBusy(QStringLiteral("Reading what was done"));
+        m_empty->setBusy(tr("Reading what was done"));
     } else if (!m_model->filter().isEmpty()) {
-        m_empty->setContents(QStringLiteral("search"), QStringLiteral("Nothing like that was done"),
-                             QStringLiteral("No run passes the filters above."));
-        m_empty->setButtonText(QStringLiteral("Show All Runs"));
+        m_empty->setContents(QStringLiteral("search"), tr("Nothing like that was done"),
+                             tr("No run passes the filters above."));
+        m_empty->setButtonText(tr("Show All Runs"));
     } else {
-        m_empty->setContents(QStringLiteral("activity"), QStringLiteral("Nothing was done yet"),
-                             QStringLiteral("Whatever the tools do on computers is listed here, with what "
-                                            "became of it on each of them."));
+        m_empty->setContents(QStringLiteral("activity"), tr("Nothing was done yet"),
+                             tr("Whatever the tools do on computers is listed here, with what "
+                                "became of it on each of them."));
     }
     m_stack->setCurrentWidget(any ? static_cast<QWidget*>(m_list) : m_empty);
     const bool isWantedHere = m_wantedKey != 0 && m_model->rowOf(m_wantedKey) >= 0;
@@ -399,8 +397,7 @@ void ActivityWindow::wantedRunFound(qint64 key) {
 /// It may come yet; but whoever sees the problem need not wait for that.
 void ActivityWindow::wantedRunMissing() {
     const QString problem = m_store.problem();
-    if (!m_wantedRun.isEmpty() && !problem.isEmpty())
-        say(QStringLiteral("That run is not on the disk: %1").arg(problem));
+    if (!m_wantedRun.isEmpty() && !problem.isEmpty()) say(tr("That run is not on the disk: %1").arg(problem));
 }
 
 /// In the place of the number of runs. An export that is under way comes first.
@@ -412,9 +409,9 @@ void ActivityWindow::say(const QString& text) {
 
 void ActivityWindow::updateStatus() {
     const qint64 count = m_model->rowCount();
-    QString text = m_model->isLoading()          ? QStringLiteral("Reading…")
+    QString text = m_model->isLoading()          ? tr("Reading…")
                    : m_model->filter().isEmpty() ? countOf(count)
-                                                 : QStringLiteral("%1 found").arg(countOf(count));
+                                                 : tr("%1 found").arg(countOf(count));
     if (!m_news.isEmpty()) text = m_news;
     m_status->setText(text);
     m_export->setVisible(!m_exportStops);
@@ -425,7 +422,7 @@ void ActivityWindow::updateStatus() {
 void ActivityWindow::updateWarning() {
     const QString problem = m_store.problem();
     m_warning->parentWidget()->setVisible(!problem.isEmpty());
-    m_warning->setText(QStringLiteral("What is done now is not kept: %1").arg(problem));
+    m_warning->setText(tr("What is done now is not kept: %1").arg(problem));
     m_warningSymbol->setPixmap(symbolPixmap(QStringLiteral("warning"), themeColors().warning,
                                             warningSymbolSize, devicePixelRatioF()));
 }
@@ -471,19 +468,19 @@ void ActivityWindow::showRecord(const RunRecord* record) {
     m_isShownTakenBack = isTakenBack(m_recordKey).value_or(false);
     m_detailsModel->setRecord(record ? *record : RunRecord());
     m_details->setEnabled(record != nullptr);
-    m_title->setText(record ? record->summary() : QStringLiteral("No run is chosen"));
+    m_title->setText(record ? record->summary() : tr("No run is chosen"));
     QStringList parts;
     if (record) {
         parts << m_model->toolTitle(record->tool) << record->action << record->subject
               << QLocale().toString(record->started.toLocalTime(), QLocale::ShortFormat)
-              << QStringLiteral("took %1").arg(durationText(*record)) << record->user;
-        if (!record->undoOf.isEmpty()) parts << QStringLiteral("took an earlier run back");
-        if (!record->retryOf.isEmpty()) parts << QStringLiteral("repeated an earlier run");
-        if (m_isShownTakenBack) parts << QStringLiteral("was taken back");
+              << tr("took %1").arg(durationText(*record)) << record->user;
+        if (!record->undoOf.isEmpty()) parts << tr("took an earlier run back");
+        if (!record->retryOf.isEmpty()) parts << tr("repeated an earlier run");
+        if (m_isShownTakenBack) parts << tr("was taken back");
         parts.removeAll(QString());
     }
     m_subtitle->setText(record ? parts.join(QStringLiteral(" · "))
-                               : QStringLiteral("What became of it on each computer is shown here."));
+                               : tr("What became of it on each computer is shown here."));
     updateActions();
 }
 
@@ -541,7 +538,7 @@ void ActivityWindow::copyRuns() {
         [this, selected = selectedCount(), copied = std::ssize(keys)](const ActivityAnswer<QString>& answer) {
             if (!answer.value.isEmpty()) QGuiApplication::clipboard()->setText(answer.value);
             if (copied < selected)
-                say(QStringLiteral("Copied only the newest %1 of %2")
+                say(tr("Copied only the newest %1 of %2")
                         .arg(QLocale().toString(qlonglong(copied)), countOf(selected)));
         });
 }
@@ -549,14 +546,13 @@ void ActivityWindow::copyRuns() {
 void ActivityWindow::chooseExport(ActivityExport::Format format) {
     const QString suffix =
         format == ActivityExport::Format::Csv ? QStringLiteral("csv") : QStringLiteral("json");
-    auto* dialog = new QFileDialog(this, QStringLiteral("Export Activity"),
+    auto* dialog = new QFileDialog(this, tr("Export Activity"),
                                    QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation),
                                    QStringLiteral("%1 (*.%2)").arg(suffix.toUpper(), suffix));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setDefaultSuffix(suffix);
-    dialog->selectFile(
-        QStringLiteral("Activity %1.%2").arg(QDate::currentDate().toString(Qt::ISODate), suffix));
+    dialog->selectFile(tr("Activity %1.%2").arg(QDate::currentDate().toString(Qt::ISODate), suffix));
     connect(dialog, &QFileDialog::fileSelected, this,
             [this, format](const QString& path) { exportTo(path, format); });
     dialog->open();
@@ -571,8 +567,8 @@ void ActivityWindow::exportTo(const QString& path, ActivityExport::Format format
         const auto goesOn = [&](int done) {
             onMainThread([window, done, total = keys.size()] {
                 if (!window || !window->m_exportStops) return;
-                window->m_news = QStringLiteral("Exporting: %1 of %2")
-                                     .arg(QLocale().toString(done), countOf(qint64(total)));
+                window->m_news =
+                    tr("Exporting: %1 of %2").arg(QLocale().toString(done), countOf(qint64(total)));
                 window->updateStatus();
             });
             return !*stops && !VLThread::isCancelled();
@@ -582,20 +578,20 @@ void ActivityWindow::exportTo(const QString& path, ActivityExport::Format format
             if (window) window->exportEnded(result, path);
         });
     };
-    m_news = QStringLiteral("Exporting…");
+    m_news = tr("Exporting…");
     if (!VLThread::detach(QStringLiteral("activity export"), work))
-        exportEnded({0, QStringLiteral("There is no thread to be had.")}, path);
+        exportEnded({0, tr("There is no thread to be had.")}, path);
     updateStatus();
 }
 
 void ActivityWindow::exportEnded(const ActivityExport::Result& result, const QString& path) {
     const bool wasStopped = m_exportStops && *m_exportStops;
     m_exportStops.reset();
-    m_news = result.error.isEmpty() ? QStringLiteral("Exported %1 to %2").arg(countOf(result.runs), path)
-             : wasStopped           ? QStringLiteral("The export was stopped; nothing is written.")
+    m_news = result.error.isEmpty() ? tr("Exported %1 to %2").arg(countOf(result.runs), path)
+             : wasStopped           ? tr("The export was stopped; nothing is written.")
                                     : QString();
     updateStatus();
     if (result.error.isEmpty() || wasStopped) return;
-    VLAlert::alertSheetWithMessageText(QStringLiteral("Unable to export the activity"), {}, {}, {},
-                                       result.error, this, false);
+    VLAlert::alertSheetWithMessageText(tr("Unable to export the activity"), {}, {}, {}, result.error, this,
+                                       false);
 }

@@ -41,14 +41,13 @@ QString shownName(const VLService& service) {
 
 ClientActions::ClientActions(Parts parts, ClientOutline& outline, QWidget* window)
     : QObject(window), m_parts(parts), m_outline(outline), m_window(window) {
-    addForOne(QStringLiteral("Show Information"), "info",
-              QStringLiteral("Show what is known of the computer"), always,
+    addForOne(tr("Show Information"), "info", tr("Show what is known of the computer"), always,
               [this](const VLServicePtr& service) { m_parts.details.showInfo(service); });
     m_entries.last().action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
     addClientCommands();
     addForOne(
-        QStringLiteral("Review New Identity…"), "identity",
-        QStringLiteral("Compare the computer's new key with the one it was known by"), hasNewIdentity,
+        tr("Review New Identity…"), "identity",
+        tr("Compare the computer's new key with the one it was known by"), hasNewIdentity,
         [this](const VLServicePtr& service) { reviewIdentity(service); }, true);
     connect(&m_parts.updates, &SoftwareUpdates::softwareUpdateCountChanged, this, &ClientActions::update);
     update();
@@ -57,41 +56,36 @@ ClientActions::ClientActions(Parts parts, ClientOutline& outline, QWidget* windo
 void ClientActions::addClientCommands() {
     ClientCommands& commands = m_parts.commands;
     addCommand(
-        QStringLiteral("Reconnect"), QStringLiteral("Reconnect %1 Computers"), "reconnect",
-        QStringLiteral("Connect to the computer anew"), always,
-        [&commands](const Services& services) { commands.reconnectClients(services); }, true);
-    QAction* remove =
-        add(QStringLiteral("Disconnect"), "disconnect",
-            QStringLiteral("End the connection and take the computer off the list; one that was added by "
-                           "hand is also forgotten, after asking"),
-            always);
+        tr("Reconnect"), tr("Reconnect %1 Computers"), "reconnect", tr("Connect to the computer anew"),
+        always, [&commands](const Services& services) { commands.reconnectClients(services); }, true);
+    QAction* remove = add(tr("Disconnect"), "disconnect",
+                          tr("End the connection and take the computer off the list; one that was added by "
+                             "hand is also forgotten, after asking"),
+                          always);
     connect(remove, &QAction::triggered, this, &ClientActions::disconnectClient);
     addCommand(
-        QStringLiteral("Refresh Client Info"), QStringLiteral("Refresh Client Info of %1 Computers"),
-        "refresh", QStringLiteral("Read the computer's configuration again"), connected,
+        tr("Refresh Client Info"), tr("Refresh Client Info of %1 Computers"), "refresh",
+        tr("Read the computer's configuration again"), connected,
         [&commands](const Services& services) { commands.refreshClientInfo(services); }, true);
-    addCommand(QStringLiteral("Cancel Maintenance Request"), QStringLiteral("Cancel %1 Maintenance Requests"),
-               "maintenance",
-               QStringLiteral("Tell the computer that its request for maintenance is done with"),
-               canCancelMaintenance,
+    addCommand(tr("Cancel Maintenance Request"), tr("Cancel %1 Maintenance Requests"), "maintenance",
+               tr("Tell the computer that its request for maintenance is done with"), canCancelMaintenance,
                [&commands](const Services& services) { commands.cancelMaintenance(services); });
-    addForOne(QStringLiteral("Show Errors"), "error-log",
-              QStringLiteral("Show the computer's errors in the error log"), always,
+    addForOne(tr("Show Errors"), "error-log", tr("Show the computer's errors in the error log"), always,
               [this](const VLServicePtr& service) { Q_EMIT errorsRequested(service); });
     // The same as a click on the badge, which no key reaches.
     const auto hasUpdates = [this](const VLService& service) {
         return m_parts.updates.softwareUpdateCount(service.hostName()) > 0;
     };
-    addForOne(QStringLiteral("Show Software Updates"), "software-update",
-              QStringLiteral("Show the software updates that wait for the computer"), hasUpdates,
+    addForOne(tr("Show Software Updates"), "software-update",
+              tr("Show the software updates that wait for the computer"), hasUpdates,
               [this](const VLServicePtr& service) { Q_EMIT updatesRequested(service); });
     addSwitch();
     addCommand(
-        QStringLiteral("Restart Client"), QStringLiteral("Restart %1 Clients…"), "restart",
-        QStringLiteral("Start the computer's client agent anew"), ClientCommands::canRestart,
+        tr("Restart Client"), tr("Restart %1 Clients…"), "restart",
+        tr("Start the computer's client agent anew"), ClientCommands::canRestart,
         [this](const Services& services) { restart(services); }, true);
-    addCommand(QStringLiteral("Stop Client…"), QStringLiteral("Stop %1 Clients…"), "stop",
-               QStringLiteral("End the computer's client agent; it has to be started there again"),
+    addCommand(tr("Stop Client…"), tr("Stop %1 Clients…"), "stop",
+               tr("End the computer's client agent; it has to be started there again"),
                ClientCommands::canStop, [this](const Services& services) { stop(services); });
 }
 
@@ -163,7 +157,7 @@ void ClientActions::ask(const QString& question, const QString& verb, const QStr
         if (self && returnCode == VLAlert::DefaultReturn) then();
     };
     VLAlert::alertSheetWithMessageText(
-        question, verb, QStringLiteral("Cancel"), {}, explanation, m_window,
+        question, verb, tr("Cancel"), {}, explanation, m_window,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
         selector, false);
 }
@@ -171,18 +165,15 @@ void ClientActions::ask(const QString& question, const QString& verb, const QStr
 /// One is back in a moment; many at once are asked about.
 void ClientActions::restart(const Services& services) {
     if (services.size() == 1) return m_parts.commands.restartClients(services);
-    ask(QStringLiteral("Restart the client agents of %1 computers?").arg(services.size()),
-        QStringLiteral("Restart"),
-        QStringLiteral("What the agents are doing is cut short; they connect again by themselves."),
+    ask(tr("Restart the client agents of %1 computers?").arg(services.size()), tr("Restart"),
+        tr("What the agents are doing is cut short; they connect again by themselves."),
         [this, services] { m_parts.commands.restartClients(services); });
 }
 
 void ClientActions::stop(const Services& services) {
-    ask(services.size() == 1
-            ? QStringLiteral("Stop the client agent of “%1”?").arg(shownName(*services.first()))
-            : QStringLiteral("Stop the client agents of %1 computers?").arg(services.size()),
-        QStringLiteral("Stop"),
-        QStringLiteral("Orlendo cannot start it again: that has to be done on the computer itself."),
+    ask(services.size() == 1 ? tr("Stop the client agent of “%1”?").arg(shownName(*services.first()))
+                             : tr("Stop the client agents of %1 computers?").arg(services.size()),
+        tr("Stop"), tr("Orlendo cannot start it again: that has to be done on the computer itself."),
         [this, services] { m_parts.commands.stopClients(services); });
 }
 
@@ -191,18 +182,17 @@ void ClientActions::disconnectClient() {
     const VLServicePtr service = m_outline.singleSelectedService();
     if (!service) return;
     if (!service->isManual()) return m_parts.commands.disconnectClient(service);
-    ask(QStringLiteral("Remove “%1”?").arg(shownName(*service)), QStringLiteral("Remove"),
-        QStringLiteral("The computer was added by hand. To have it in the list again, its address and port "
-                       "must be entered again."),
+    ask(tr("Remove “%1”?").arg(shownName(*service)), tr("Remove"),
+        tr("The computer was added by hand. To have it in the list again, its address and port "
+           "must be entered again."),
         [this, service] { m_parts.commands.disconnectClient(service); });
 }
 
 // ---- Enabling and disabling
 
 void ClientActions::addSwitch() {
-    m_switch =
-        add(QStringLiteral("Disable Computer"), "off",
-            QStringLiteral("Leave the computer out of what is done with the selected ones"), always, true);
+    m_switch = add(tr("Disable Computer"), "off",
+                   tr("Leave the computer out of what is done with the selected ones"), always, true);
     m_switch->setObjectName(QStringLiteral("enableComputerAction"));
     connect(m_switch, &QAction::triggered, this, &ClientActions::switchEnabled);
 }
@@ -216,9 +206,11 @@ void ClientActions::updateSwitch() {
     const QList<VLServicePtr> chosen = chosenServices();
     const bool disables = std::all_of(chosen.begin(), chosen.end(),
                                       [](const VLServicePtr& service) { return service->enabled(); });
-    const QString verb = disables ? QStringLiteral("Disable") : QStringLiteral("Enable");
-    m_switch->setText(chosen.size() < 2 ? QStringLiteral("%1 Computer").arg(verb)
-                                        : QStringLiteral("%1 %2 Computers").arg(verb).arg(chosen.size()));
+    if (chosen.size() < 2)
+        m_switch->setText(disables ? tr("Disable Computer") : tr("Enable Computer"));
+    else
+        m_switch->setText(
+            (disables ? tr("Disable %1 Computers") : tr("Enable %1 Computers")).arg(chosen.size()));
     m_switch->setIcon(symbolIcon(disables ? QStringLiteral("off") : QStringLiteral("on")));
     m_switch->setEnabled(!chosen.isEmpty());
 }

@@ -19,10 +19,6 @@ QString menuText(QString text) {
     return text.replace(u'&', QLatin1String("&&"));
 }
 
-QString computers(qsizetype count) {
-    return count == 1 ? QStringLiteral("1 computer") : QStringLiteral("%1 computers").arg(count);
-}
-
 }  // namespace
 
 GroupActions::GroupActions(ServiceList& services, ClientOutline& outline, QWidget* window)
@@ -30,20 +26,18 @@ GroupActions::GroupActions(ServiceList& services, ClientOutline& outline, QWidge
       m_services(services),
       m_outline(outline),
       m_window(window),
-      m_moveMenu(new QMenu(QStringLiteral("Move to &Group"), window)),
-      m_newGroup(makeAction(QStringLiteral("New &Group…"), "add-group",
-                            QStringLiteral("Add a group to the list of computers"),
+      m_moveMenu(new QMenu(tr("Move to &Group"), window)),
+      m_newGroup(makeAction(tr("New &Group…"), "add-group", tr("Add a group to the list of computers"),
                             &GroupActions::askForGroup)),
-      m_rename(makeAction(QStringLiteral("Re&name Group"), "",
-                          QStringLiteral("Change the name of the selected group"),
+      m_rename(makeAction(tr("Re&name Group"), "", tr("Change the name of the selected group"),
                           &GroupActions::renameGroup)),
-      m_delete(makeAction(QStringLiteral("&Delete Group…"), "",
-                          QStringLiteral("Remove the selected group; its computers stay in the list"),
+      m_delete(makeAction(tr("&Delete Group…"), "",
+                          tr("Remove the selected group; its computers stay in the list"),
                           &GroupActions::deleteGroup)),
-      m_toggle(makeAction(QStringLiteral("Collapse"), "",
-                          QStringLiteral("Hide or show the group's computers"), &GroupActions::toggleGroup)),
-      m_forgetAbsent(makeAction(QStringLiteral("Forget Missing Computers"), "",
-                                QStringLiteral("Those of the group that are not found at present"),
+      m_toggle(makeAction(tr("Collapse"), "", tr("Hide or show the group's computers"),
+                          &GroupActions::toggleGroup)),
+      m_forgetAbsent(makeAction(tr("Forget Missing Computers"), "",
+                                tr("Those of the group that are not found at present"),
                                 &GroupActions::forgetAbsent)) {
     m_newGroup->setObjectName(QStringLiteral("newGroupAction"));
     m_newGroup->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
@@ -90,8 +84,7 @@ void GroupActions::addMoveMenu(QMenu* menu) {
 void GroupActions::addTo(QMenu* menu) {
     menu->setToolTipsVisible(true);
     const QModelIndex index = m_outline.model()->indexOf(m_outline.singleSelectedGroup());
-    m_toggle->setText(m_outline.view()->isExpanded(index) ? QStringLiteral("Collapse")
-                                                          : QStringLiteral("Expand"));
+    m_toggle->setText(m_outline.view()->isExpanded(index) ? tr("Collapse") : tr("Expand"));
     menu->addAction(m_toggle);
     if (m_outline.singleSelectedGroup()) {
         menu->addAction(m_rename);
@@ -149,17 +142,17 @@ void GroupActions::askWhetherToDelete(const VLServiceGroupPtr& group) {
     const qsizetype count = group->children().size(), absentCount = group->absent().size();
     QStringList texts;
     if (count > 0)
-        texts << QStringLiteral("Its %1 %2 in the list.")
-                     .arg(computers(count), count == 1 ? QStringLiteral("stays") : QStringLiteral("stay"));
+        texts << (count == 1 ? tr("Its 1 computer stays in the list.")
+                             : tr("Its %1 computers stay in the list.").arg(count));
     if (absentCount > 0)
-        texts << QStringLiteral("That %1 not found at present %2 to it is forgotten.")
-                     .arg(computers(absentCount),
-                          absentCount == 1 ? QStringLiteral("belongs") : QStringLiteral("belong"));
-    auto* sheet = new Sheet(QStringLiteral("Delete the group “%1”?").arg(group->name().left(60)),
-                            texts.join(u' '), m_window);
+        texts << (absentCount == 1 ? tr("That 1 computer not found at present belongs to it is forgotten.")
+                                   : tr("That %1 computers not found at present belong to it is forgotten.")
+                                         .arg(absentCount));
+    auto* sheet =
+        new Sheet(tr("Delete the group “%1”?").arg(group->name().left(60)), texts.join(u' '), m_window);
     sheet->setObjectName(QStringLiteral("deleteGroupSheet"));
     sheet->addCancelButton();
-    sheet->addPrimaryButton(QStringLiteral("Delete Group"));
+    sheet->addPrimaryButton(tr("Delete Group"));
     connect(sheet, &QDialog::accepted, this, [this, group] { m_services.removeGroup(group); });
     sheet->open();
 }
@@ -181,12 +174,12 @@ void GroupActions::fillMoveMenu() {
     for (const VLServiceGroupPtr& group : m_services.groups())
         add(group->name(), group);
     if (!m_services.groups().isEmpty()) m_moveMenu->addSeparator();
-    add(QStringLiteral("No Group"), nullptr);
+    add(tr("No Group"), nullptr);
     m_moveMenu->addAction(m_newGroup);
 }
 
 void GroupActions::addSortMenu(QMenu* menu) {
-    QMenu* sort = menu->addMenu(QStringLiteral("Sort Computers &By"));
+    QMenu* sort = menu->addMenu(tr("Sort Computers &By"));
     sort->setObjectName(QStringLiteral("sortComputersMenu"));
     connect(sort, &QMenu::aboutToShow, this, [this, sort] { fillSortMenu(sort); });
     fillSortMenu(sort);
@@ -196,7 +189,7 @@ void GroupActions::fillSortMenu(QMenu* menu) {
     menu->clear();
     const ClientOutlineModel& model = *m_outline.model();
     const QStringList columns = ClientOutlineModel::sortColumnNames();
-    const QStringList titles{QStringLiteral("&Name"), QStringLiteral("&State"), QStringLiteral("&Address")};
+    const QStringList titles{tr("&Name"), tr("&State"), tr("&Address")};
     auto* byColumn = new QActionGroup(menu);
     auto* byOrder = new QActionGroup(menu);
     const auto add = [&](QActionGroup* group, const QString& text, const QString& column,
@@ -211,6 +204,6 @@ void GroupActions::fillSortMenu(QMenu* menu) {
     for (qsizetype i = 0; i < columns.size(); ++i)
         add(byColumn, titles[i], columns[i], model.sortOrder());
     menu->addSeparator();
-    add(byOrder, QStringLiteral("As&cending"), columns[model.sortColumn()], Qt::AscendingOrder);
-    add(byOrder, QStringLiteral("&Descending"), columns[model.sortColumn()], Qt::DescendingOrder);
+    add(byOrder, tr("As&cending"), columns[model.sortColumn()], Qt::AscendingOrder);
+    add(byOrder, tr("&Descending"), columns[model.sortColumn()], Qt::DescendingOrder);
 }

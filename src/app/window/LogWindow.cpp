@@ -41,15 +41,15 @@ QToolButton* stepButton(const QString& symbol, const QString& name, QWidget* par
 LogWindow::LogWindow(QWidget* parent)
     : QWidget(parent, Qt::Window),
       m_text(new QPlainTextEdit(this)),
-      m_search(new SearchField(QStringLiteral("Find in the log"), this)),
-      m_notFound(new QLabel(QStringLiteral("Not found"), this)),
-      m_follow(new QCheckBox(QStringLiteral("Follow new lines"), this)),
+      m_search(new SearchField(tr("Find in the log"), this)),
+      m_notFound(new QLabel(tr("Not found"), this)),
+      m_follow(new QCheckBox(tr("Follow new lines"), this)),
       m_path(new ElidedLabel(this, ElidedLabel::Tone::Secondary)) {
     setObjectName(QStringLiteral("logWindow"));
-    setWindowTitle(QStringLiteral("Console Log"));
+    setWindowTitle(tr("Console Log"));
     resize(900, 560);
     m_text->setObjectName(QStringLiteral("logText"));
-    m_text->setAccessibleName(QStringLiteral("Log"));
+    m_text->setAccessibleName(tr("Log"));
     m_text->setReadOnly(true);
     m_text->setFrameShape(QFrame::NoFrame);
     m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
@@ -61,8 +61,8 @@ LogWindow::LogWindow(QWidget* parent)
     m_follow->setChecked(true);
     m_path->setElideMode(Qt::ElideMiddle);
 
-    QToolButton* previous = stepButton(QStringLiteral("previous"), QStringLiteral("Find previous"), this);
-    QToolButton* next = stepButton(QStringLiteral("next"), QStringLiteral("Find next"), this);
+    QToolButton* previous = stepButton(QStringLiteral("previous"), tr("Find previous"), this);
+    QToolButton* next = stepButton(QStringLiteral("next"), tr("Find next"), this);
     auto* bar = new QHBoxLayout;
     bar->setContentsMargins(Metrics::unit * 1.5, Metrics::unit * 1.5, Metrics::unit * 1.5,
                             Metrics::unit * 1.5);

@@ -8,7 +8,7 @@
 #include <QVBoxLayout>
 
 ProgressSheet::ProgressSheet(TaskThreads& taskThreads, QWidget* parent)
-    : Sheet(QStringLiteral("Working"), {}, parent),
+    : Sheet(tr("Working"), {}, parent),
       m_taskThreads(taskThreads),
       m_home(parent),
       m_text(new ElidedLabel(this)),

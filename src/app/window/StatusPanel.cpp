@@ -21,15 +21,13 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions a
       m_text(new ElidedLabel(this)),
       m_remark(new ElidedLabel(this, ElidedLabel::Tone::Secondary)),
       m_progress(new ProgressLine(this)),
-      m_cancel(new QPushButton(QStringLiteral("Cancel"), this)),
-      m_stopWaiting(addAction("stopWaitingBtn", QStringLiteral("Stop Waiting"),
-                              QStringLiteral("Give up on the computers that have not answered yet"))),
-      m_details(addAction("runDetailsBtn", QStringLiteral("Details"),
-                          QStringLiteral("Show what became of it on each computer"))),
-      m_retry(addAction("runRetryBtn", QStringLiteral("Retry Failed"),
-                        QStringLiteral("Do it again on the computers where it was not done"))),
-      m_undo(addAction("runUndoBtn", QStringLiteral("Undo"),
-                       QStringLiteral("Take it back on the computers where it was done"))),
+      m_cancel(new QPushButton(tr("Cancel"), this)),
+      m_stopWaiting(addAction("stopWaitingBtn", tr("Stop Waiting"),
+                              tr("Give up on the computers that have not answered yet"))),
+      m_details(addAction("runDetailsBtn", tr("Details"), tr("Show what became of it on each computer"))),
+      m_retry(addAction("runRetryBtn", tr("Retry Failed"),
+                        tr("Do it again on the computers where it was not done"))),
+      m_undo(addAction("runUndoBtn", tr("Undo"), tr("Take it back on the computers where it was done"))),
       m_errors(new QToolButton(this)) {
     m_text->setObjectName(QStringLiteral("statusText"));
     m_remark->setObjectName(QStringLiteral("statusRemark"));
@@ -37,11 +35,11 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions a
     m_cancel->setObjectName(QStringLiteral("statusCancelBtn"));
     m_errors->setObjectName(QStringLiteral("statusErrorBtn"));
     m_progress->setFixedWidth(180);
-    m_progress->setAccessibleName(QStringLiteral("Progress"));
+    m_progress->setAccessibleName(tr("Progress"));
     m_errors->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_errors->setAutoRaise(true);
     m_errors->setFocusPolicy(Qt::TabFocus);
-    m_errors->setToolTip(QStringLiteral("Open the error log"));
+    m_errors->setToolTip(tr("Open the error log"));
     m_errors->hide();
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(Metrics::unit * 2, 1, Metrics::unit, 0);
@@ -117,7 +115,7 @@ void StatusPanel::renewRuns() {
     keepRoomForBar(!showsLast);
     const bool isMerelyRest =
         showsLast && last->successCount() + last->count(Outcome::LeftOut) == last->outcomes.size();
-    m_retry->setText(isMerelyRest ? QStringLiteral("Run on the Rest") : QStringLiteral("Retry Failed"));
+    m_retry->setText(isMerelyRest ? tr("Run on the Rest") : tr("Retry Failed"));
     m_retry->setVisible(showsLast && m_actions.canRetry(*last));
     m_undo->setVisible(showsLast && m_actions.canUndo(*last));
 }

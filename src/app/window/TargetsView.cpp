@@ -27,10 +27,11 @@ constexpr qsizetype longestNames = 28;  // in letters
 constexpr qsizetype mostListed = 40;
 
 QString summary(const QStringList& names) {
-    if (names.isEmpty()) return QStringLiteral("No computer selected");
+    if (names.isEmpty()) return TargetsView::tr("No computer selected");
     const QString all = names.join(QStringLiteral(", "));
-    return names.size() == 1 || all.size() <= longestNames ? all
-                                                           : QStringLiteral("%1 computers").arg(names.size());
+    return names.size() == 1 || all.size() <= longestNames
+               ? all
+               : TargetsView::tr("%1 computers").arg(names.size());
 }
 
 /// A "&" would underline the letter after it.
@@ -51,7 +52,7 @@ TargetsView::TargetsView(ServiceList& services, const ClientOutline& outline, Le
     setObjectName(QStringLiteral("paneTargets"));
     m_button->setObjectName(QStringLiteral("paneTargetsBtn"));
     setUpBarButton(*m_button);
-    m_button->setToolTip(QStringLiteral("The computers that this tool works on"));
+    m_button->setToolTip(tr("The computers that this tool works on"));
     m_hidden->setObjectName(QStringLiteral("paneTargetsHidden"));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -81,9 +82,8 @@ void TargetsView::update() {
     QStringList names;
     for (const VLServicePtr& service : selected.mid(0, 4))
         names.append(service->name());
-    const QString text = selected.size() == names.size()
-                             ? summary(names)
-                             : QStringLiteral("%1 computers").arg(selected.size());
+    const QString text =
+        selected.size() == names.size() ? summary(names) : tr("%1 computers").arg(selected.size());
     m_button->setText(withoutMnemonics(text));
     m_button->setIcon(
         symbolIcon(selected.size() == 1 ? QStringLiteral("computer") : QStringLiteral("computers")));
@@ -102,9 +102,9 @@ QStringList TargetsView::warnings() const {
                            return !m_outline.model()->indexOf(service).isValid();
                        });
     QStringList texts;
-    if (hidden > 0) texts.append(QStringLiteral("%1 hidden by the search").arg(hidden));
+    if (hidden > 0) texts.append(tr("%1 hidden by the search").arg(hidden));
     if (const QStringList leftOut = m_leftOut({selected.begin(), selected.end()}); !leftOut.isEmpty())
-        texts.append(QStringLiteral("%1 left out by actions on all").arg(RunStatus::shortList(leftOut)));
+        texts.append(tr("%1 left out by actions on all").arg(RunStatus::shortList(leftOut)));
     return texts;
 }
 
@@ -115,11 +115,11 @@ void TargetsView::showList() {
     menu->setAttribute(Qt::WA_DeleteOnClose);
     for (const VLServicePtr& service : selected.mid(0, mostListed)) {
         QString text = withoutMnemonics(service->name());
-        if (!service->isConnected()) text += QStringLiteral(" – not connected");
-        if (!m_outline.model()->indexOf(service).isValid()) text += QStringLiteral(" – hidden by the search");
+        if (!service->isConnected()) text += tr(" – not connected");
+        if (!m_outline.model()->indexOf(service).isValid()) text += tr(" – hidden by the search");
         menu->addAction(symbolIcon(QStringLiteral("computer")), text);
     }
     if (selected.size() > mostListed)
-        menu->addAction(QStringLiteral("… and %1 more").arg(selected.size() - mostListed))->setEnabled(false);
+        menu->addAction(tr("… and %1 more").arg(selected.size() - mostListed))->setEnabled(false);
     menu->popup(m_button->mapToGlobal(QPoint(0, m_button->height())));
 }

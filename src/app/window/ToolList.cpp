@@ -78,7 +78,7 @@ ToolList::ToolList(QList<Tool> tools, QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(Metrics::unit / 2);
 
-    auto* heading = new QLabel(QStringLiteral("Tools"), this);
+    auto* heading = new QLabel(tr("Tools"), this);
     heading->setFont(themeFont(1.0, QFont::DemiBold));
     heading->setContentsMargins(Metrics::unit * 2, Metrics::unit * 2.5, Metrics::unit * 2, Metrics::unit);
     heading->setBuddy(m_view);
@@ -86,7 +86,7 @@ ToolList::ToolList(QList<Tool> tools, QWidget* parent)
     layout->addWidget(m_view, 1);
 
     m_view->setObjectName(QStringLiteral("toolView"));
-    m_view->setAccessibleName(QStringLiteral("Tools"));
+    m_view->setAccessibleName(tr("Tools"));
     m_view->setFrameShape(QFrame::NoFrame);
     m_view->setModel(m_model);
     m_view->setItemDelegate(new ToolRowDelegate(m_view));

@@ -70,9 +70,8 @@ QWidget* ToolPanes::makePane(const Tool& tool) {
 QWidget* ToolPanes::makeMissingPane(const Tool& tool) {
     auto* pane = new EmptyState(m_stack);
     pane->setObjectName(tool.identifier + QStringLiteral("Missing"));
-    pane->setContents(
-        QStringLiteral("toolbox"), QStringLiteral("This tool is not part of this version yet."),
-        QStringLiteral("%1 will work here on the computers selected at the left.").arg(tool.title));
+    pane->setContents(QStringLiteral("toolbox"), tr("This tool is not part of this version yet."),
+                      tr("%1 will work here on the computers selected at the left.").arg(tool.title));
     return pane;
 }
 

@@ -8,19 +8,17 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-WelcomeSheet::WelcomeSheet(QWidget* parent) : Sheet(QStringLiteral("Welcome to Orlendo"), {}, parent) {
+WelcomeSheet::WelcomeSheet(QWidget* parent) : Sheet(tr("Welcome to Orlendo"), {}, parent) {
     setObjectName(QStringLiteral("welcomeSheet"));
-    addStep(
-        QStringLiteral("computers"), QStringLiteral("Computers appear by themselves"),
-        QStringLiteral("Every workstation on the network that runs the client agent is listed at the left. "
-                       "Add others by their address with Add Computer."));
-    addStep(
-        QStringLiteral("check"), QStringLiteral("Select what to work on"),
-        QStringLiteral("One computer, several, or All Computers. What you do then happens on each of them."));
-    addStep(QStringLiteral("toolbox"), QStringLiteral("Choose a tool"),
-            QStringLiteral("Its results from all selected computers are merged into one list that shows "
-                           "where they differ."));
-    addPrimaryButton(QStringLiteral("Get Started"));
+    addStep(QStringLiteral("computers"), tr("Computers appear by themselves"),
+            tr("Every workstation on the network that runs the client agent is listed at the left. "
+               "Add others by their address with Add Computer."));
+    addStep(QStringLiteral("check"), tr("Select what to work on"),
+            tr("One computer, several, or All Computers. What you do then happens on each of them."));
+    addStep(QStringLiteral("toolbox"), tr("Choose a tool"),
+            tr("Its results from all selected computers are merged into one list that shows "
+               "where they differ."));
+    addPrimaryButton(tr("Get Started"));
     setFixedWidth(480);
 }
 
