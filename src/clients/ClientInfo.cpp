@@ -18,9 +18,13 @@ QString unknown() {
 QString none() {
     return ClientInfo::tr("none");
 }
+
+QString notReported() {
+    return ClientInfo::tr("not reported");
+}
+
 constexpr qsizetype bytesPerLine = 8;
 constexpr qsizetype longestText = 255;  // agents may send any amount
-const QString notReported = ClientInfo::tr("not reported");
 
 QString orElse(const QString& text, const QString& otherwise) {
     return text.isEmpty() ? otherwise : text;
@@ -90,7 +94,7 @@ public:
     }
     [[nodiscard]] QString string(const char* key) const {
         const QVariant found = value(key);
-        if (!found.isValid()) return notReported;
+        if (!found.isValid()) return notReported();
         return found.typeId() == QMetaType::QString ? orElse(found.toString().left(longestText), none())
                                                     : unknown();
     }
@@ -104,7 +108,7 @@ private:
     template <typename T, typename Format>
     [[nodiscard]] QString text(const char* key, const std::optional<T>& known, Format format) const {
         if (known) return format(*known);
-        return value(key).isValid() ? unknown() : notReported;
+        return value(key).isValid() ? unknown() : notReported();
     }
     const QVariantMap& m_dictionary;
 };
