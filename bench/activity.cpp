@@ -1,9 +1,9 @@
 // The activity file with 100,000 runs on 50 computers each: writing, opening, listing, filtering, pruning.
+#include "base/VLLocalPaths.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "runs/ActivityModel.h"
-#include "system/VLLocalPaths.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -3,14 +3,14 @@
 #include "AgentFarm.h"
 #include "PingPong.h"
 #include "app/TaskThreads.h"
+#include "base/VLLocalPaths.h"
 #include "clients/VLService.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
-#include "remote/RemoteRunner.h"
 #include "remote/WireValue.h"
-#include "system/VLLocalPaths.h"
+#include "runs/RemoteRunner.h"
 #include "tools/addonry/AddonryController.h"
 
 #include <QCommandLineParser>

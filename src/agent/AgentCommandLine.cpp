@@ -2,7 +2,7 @@
 
 #include "agent/identity/ClientConfiguration.h"
 #include "agent/sample/SampleTree.h"
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

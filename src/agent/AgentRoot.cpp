@@ -12,7 +12,7 @@
 
 #define PLANNED(word, title, subtitle, interval)
 #define BUILT(word, name) void add##name##Operations(OperationTable& table, AgentContext& agent);
-#include "tools/ToolList.inc"
+#include "common/ToolList.inc"
 #undef BUILT
 #define BUILT(word, name) add##name##Operations(m_operations, *m_agent);
 
@@ -27,7 +27,7 @@ AgentRoot::AgentRoot(std::shared_ptr<AgentContext> agent) : m_agent(std::move(ag
     addFaultscopeOperations(m_operations, *m_agent);
     addUpdateOperations(m_operations, *m_agent);
     addTaskOperations(m_operations, *m_agent);
-#include "tools/ToolList.inc"
+#include "common/ToolList.inc"
 }
 
 bool AgentRoot::respondsToSelector(const QString& selector) const {

@@ -3,13 +3,14 @@
 #include "app/AppDefaults.h"
 #include "app/AppInterface.h"
 #include "app/ConsoleIdentity.h"
+#include "base/VLBundle.h"
+#include "base/VLLocalPaths.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
 #include "system/VLException.h"
-#include "system/VLLocalPaths.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -13,10 +13,10 @@
 #include "clients/Discovery.h"
 #include "clients/ServiceGroupStore.h"
 #include "clients/ServiceList.h"
-#include "remote/RemoteRunner.h"
 #include "remote/authorization/AuthorizationController.h"
 #include "remote/authorization/AuthorizedRunner.h"
 #include "runs/ActivityStore.h"
+#include "runs/RemoteRunner.h"
 #include "tools/Tool.h"
 
 #include <QDateTime>

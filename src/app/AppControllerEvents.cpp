@@ -1,8 +1,8 @@
 // The controller's answers to notifications and to the agents' callbacks, and clients that come and go.
 #include "app/AppController.h"
+#include "base/VLFormat.h"
 #include "clients/VLVirtualService.h"
 #include "foundation/MainThread.h"
-#include "foundation/VLFormat.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"

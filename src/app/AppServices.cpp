@@ -1,7 +1,7 @@
 #include "app/AppServices.h"
 
+#include "desktop/VLAuthorization.h"
 #include "logs/VLLog.h"
-#include "system/VLAuthorization.h"
 
 AppServices AppServices::standard() {
     AppServices services;

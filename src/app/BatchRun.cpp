@@ -1,8 +1,8 @@
 #include "app/BatchRun.h"
 
 #include "app/ReportTable.h"
+#include "base/VLFormat.h"
 #include "foundation/MainThread.h"
-#include "foundation/VLFormat.h"
 #include "foundation/VLThread.h"
 
 #include <QPointer>

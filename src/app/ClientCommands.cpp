@@ -2,8 +2,8 @@
 
 #include "clients/Discovery.h"
 #include "foundation/VLThread.h"
-#include "remote/RemoteRunner.h"
 #include "runs/InFlight.h"
+#include "runs/RemoteRunner.h"
 #include "runs/RunList.h"
 
 namespace {

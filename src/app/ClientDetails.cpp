@@ -3,7 +3,7 @@
 #include "clients/ServiceList.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
-#include "remote/RemoteRunner.h"
+#include "runs/RemoteRunner.h"
 
 void ClientDetails::showInfo(const VLServicePtr& service) {
     if (service) Q_EMIT infoRequested(service);

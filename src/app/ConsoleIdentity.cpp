@@ -1,7 +1,7 @@
 #include "app/ConsoleIdentity.h"
 
+#include "base/VLLocalPaths.h"
 #include "system/VLException.h"
-#include "system/VLLocalPaths.h"
 
 #include <QSaveFile>
 #include <QSysInfo>

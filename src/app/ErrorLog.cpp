@@ -1,8 +1,8 @@
 #include "app/ErrorLog.h"
 
 #include "app/MakerSite.h"
-#include "foundation/VLBundle.h"
-#include "foundation/VLFormat.h"
+#include "base/VLBundle.h"
+#include "base/VLFormat.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 ErrorLog::ErrorLog(std::shared_ptr<VLErrorCallback> errors, Upload upload)

@@ -1,6 +1,6 @@
 #include "app/MakerSite.h"
 
-#include "foundation/VLBundle.h"
+#include "base/VLBundle.h"
 
 QUrl MakerSite::url(const QString& path) {
     QUrl url(VLBundle::mainBundle().objectForInfoDictionaryKey(QStringLiteral("VLSiteURL")).toString());

@@ -1,8 +1,8 @@
 #include "app/SoftwareUpdates.h"
 
+#include "base/VLBundle.h"
 #include "clients/ServiceList.h"
 #include "foundation/MainThread.h"
-#include "foundation/VLBundle.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 

@@ -1,6 +1,6 @@
 #include "clients/ClientConfiguration.h"
 
-#include "foundation/VLBundle.h"
+#include "base/VLBundle.h"
 #include "logs/VLLog.h"
 
 #include <cmath>

@@ -1,10 +1,10 @@
 #include "clients/ClientInfo.h"
 
 #include "clients/ClientConfiguration.h"
+#include "clients/ClientState.h"
 #include "clients/MachineFacts.h"
 #include "clients/MachineIcons.h"
 #include "clients/VLVirtualService.h"
-#include "clients/view/ClientState.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 #include <QLocale>

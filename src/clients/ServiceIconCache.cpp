@@ -1,6 +1,6 @@
 #include "clients/ServiceIconCache.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "logs/VLLog.h"
 
 #include <QDateTime>

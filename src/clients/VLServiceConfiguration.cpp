@@ -1,5 +1,6 @@
 // What a client's agent tells about itself: configuration and picture.
 
+#include "base/VLBundle.h"
 #include "clients/ClientConfiguration.h"
 #include "clients/ConnectionAttempts.h"
 #include "clients/MachineIcons.h"
@@ -7,7 +8,6 @@
 #include "clients/ServiceSession.h"
 #include "clients/VLService.h"
 #include "foundation/MainThread.h"
-#include "foundation/VLBundle.h"
 #include "foundation/VLCallLock.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"

@@ -1,8 +1,8 @@
 #include "clients/VLVirtualService.h"
 
+#include "base/PropertyList.h"
+#include "base/VLBundle.h"
 #include "clients/MachineIcons.h"
-#include "foundation/PropertyList.h"
-#include "foundation/VLBundle.h"
 #include "logs/VLLog.h"
 
 #include <QRandomGenerator>

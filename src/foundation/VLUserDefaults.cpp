@@ -1,12 +1,12 @@
 #include "foundation/VLUserDefaults.h"
 
+#include "base/PropertyList.h"
+#include "base/VLLocalPaths.h"
 #include "foundation/MainThread.h"
-#include "foundation/PropertyList.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLTimer.h"
 #include "logs/VLLog.h"
-#include "system/VLLocalPaths.h"
 
 #include <QCoreApplication>
 #include <QFile>

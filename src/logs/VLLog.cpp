@@ -1,8 +1,8 @@
 #include "logs/VLLog.h"
 
-#include "foundation/VLBundle.h"
+#include "base/VLBundle.h"
+#include "base/VLLocalPaths.h"
 #include "logs/PrintableText.h"
-#include "system/VLLocalPaths.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/VLFormat.h"
+#include "base/VLFormat.h"
 
 #include <QString>
 

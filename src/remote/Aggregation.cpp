@@ -1,6 +1,6 @@
 #include "remote/Aggregation.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "logs/VLLog.h"
 #include "remote/VLCorvalinServerProtocol.h"
 

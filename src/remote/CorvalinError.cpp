@@ -1,4 +1,4 @@
-#include "foundation/VLFormat.h"
+#include "base/VLFormat.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 #include <array>

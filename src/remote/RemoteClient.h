@@ -1,7 +1,7 @@
 #pragma once
 
+#include "remote/ChangeTurn.h"
 #include "remote/VLProxyObject.h"
-#include "runs/ChangeTurn.h"
 
 #include <QList>
 #include <QString>

@@ -1,11 +1,11 @@
 #include "runs/ActivityStore.h"
 
+#include "base/VLLocalPaths.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
 #include "runs/UndoData.h"
-#include "system/VLLocalPaths.h"
 
 #include <unistd.h>
 

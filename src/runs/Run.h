@@ -1,8 +1,8 @@
 #pragma once
 
 #include "remote/CallScope.h"
+#include "remote/ChangeTurn.h"
 #include "remote/RemoteClient.h"
-#include "runs/ChangeTurn.h"
 #include "runs/RunRecord.h"
 
 #include <QCoreApplication>

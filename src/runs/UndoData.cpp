@@ -1,6 +1,6 @@
 #include "runs/UndoData.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <QtEndian>
 

@@ -1,6 +1,6 @@
 #include "tools/AgentAnswer.h"
 
-#include "foundation/VLFormat.h"
+#include "base/VLFormat.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 #include <QDateTime>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "clients/VLService.h"
-#include "remote/RemoteRunner.h"
 #include "remote/TaskProgress.h"
 #include "remote/authorization/AuthorizedRunner.h"
+#include "runs/RemoteRunner.h"
 #include "runs/RunList.h"
 
 #include <QHash>

@@ -1,6 +1,6 @@
 #include "tools/ToolPane.h"
 
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/EmptyState.h"
 #include "widgets/OutlineState.h"

@@ -2,7 +2,7 @@
 
 #define BUILT(word, name) Tool word##Tool();
 #define PLANNED(word, title, subtitle, interval)
-#include "tools/ToolList.inc"
+#include "common/ToolList.inc"
 #undef BUILT
 #undef PLANNED
 
@@ -12,7 +12,7 @@
 
 const QList<Tool>& toolRegistry() {
     static const QList<Tool> tools = {
-#include "tools/ToolList.inc"
+#include "common/ToolList.inc"
     };
     return tools;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "widgets/Sheet.h"
 
 /// One alert of VLAlert on the screen: message, explanation, up to three buttons. Return presses the default

@@ -1,9 +1,9 @@
 #include "agent/AgentRoot.h"
 #include "agent/identity/MaintenanceRequest.h"
 #include "agent/sample/SampleTree.h"
+#include "base/VLLocalPaths.h"
 #include "support/TestFiles.h"
 #include "system/VLException.h"
-#include "system/VLLocalPaths.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -1,6 +1,6 @@
 #include "app/AppController.h"
+#include "base/VLBundle.h"
 #include "clients/support/LoopbackAgent.h"
-#include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
 #include "support/SampleService.h"
 #include "support/TestEnvironment.h"

@@ -1,8 +1,8 @@
 // One client whose agent misbehaves among three whose agents don't: the error is on that client only.
 
 #include "clients/support/ClientsFixture.h"
-#include "remote/RemoteRunner.h"
 #include "remote/support/HostileAgent.h"
+#include "runs/RemoteRunner.h"
 #include "support/TestTable.h"
 
 #include <QGuiApplication>

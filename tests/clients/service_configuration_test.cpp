@@ -1,8 +1,8 @@
 // What the console makes of an agent's configuration: rules, time-out, wrong types, picture.
 
+#include "base/PropertyList.h"
 #include "clients/ClientConfiguration.h"
 #include "clients/support/ClientsFixture.h"
-#include "foundation/PropertyList.h"
 #include "support/TestFiles.h"
 #include "support/TestTable.h"
 

@@ -1,4 +1,4 @@
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "support/TestEnvironment.h"
 #include "support/TestFiles.h"
 #include "support/TestTable.h"

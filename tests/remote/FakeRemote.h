@@ -5,7 +5,7 @@
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "remote/RemoteClient.h"
-#include "remote/RemoteRunner.h"
+#include "runs/RemoteRunner.h"
 
 #include <atomic>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "runs/ActivityExport.h"
 #include "runs/ActivityModel.h"
 #include "runs/UndoData.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/authorization/VLEncryption.h"
+#include "remote/VLEncryption.h"
 
 #include <QVariantMap>
 

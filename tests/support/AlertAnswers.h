@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 
 #include <QVariantMap>
 

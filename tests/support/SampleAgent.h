@@ -2,7 +2,7 @@
 
 #include "agent/AgentRoot.h"
 #include "agent/sample/SampleTree.h"
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "support/TestFiles.h"
 #include "system/VLException.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "base/VLLocalPaths.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
-#include "system/VLLocalPaths.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <QDir>
 #include <QDirIterator>

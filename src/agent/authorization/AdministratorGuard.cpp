@@ -5,7 +5,7 @@
 #include "agent/authorization/SystemAdministrators.h"
 #include "logs/VLLog.h"
 #include "remote/VLCorvalinServerProtocol.h"
-#include "remote/authorization/VLEncryption.h"
+#include "remote/VLEncryption.h"
 #include "system/VLException.h"
 
 #include <algorithm>

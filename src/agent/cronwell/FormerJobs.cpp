@@ -1,6 +1,6 @@
 #include "agent/cronwell/FormerJobs.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "system/VLException.h"
 
 #include <QCryptographicHash>

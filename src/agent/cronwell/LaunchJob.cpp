@@ -1,6 +1,6 @@
 #include "agent/cronwell/LaunchJob.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/cronwell/TaskSchedule.h"
+#include "common/TaskSchedule.h"
 
 #include <QByteArray>
 #include <QString>

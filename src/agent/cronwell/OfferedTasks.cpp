@@ -1,7 +1,7 @@
 #include "agent/cronwell/OfferedTasks.h"
 
 #include "agent/tasks/SuiteApplications.h"
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <algorithm>
 

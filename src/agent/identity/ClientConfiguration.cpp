@@ -5,7 +5,7 @@
 #include "agent/logs/LogFiles.h"
 #include "agent/tree/BundleInfo.h"
 #include "agent/updates/UpdateCount.h"
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <QDateTime>
 #include <QSysInfo>

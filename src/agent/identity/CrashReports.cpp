@@ -1,6 +1,6 @@
 #include "agent/identity/CrashReports.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 namespace {
 

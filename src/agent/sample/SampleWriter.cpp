@@ -1,6 +1,6 @@
 #include "agent/sample/SampleWriter.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "system/VLException.h"
 
 #include <QCryptographicHash>

@@ -1,7 +1,7 @@
 #include "agent/settlekeep/AutomaticBackups.h"
 
 #include "agent/settlekeep/BackupInfo.h"
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "logs/VLLog.h"
 #include "system/VLException.h"
 

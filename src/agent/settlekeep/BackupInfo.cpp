@@ -1,6 +1,6 @@
 #include "agent/settlekeep/BackupInfo.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "system/VLException.h"
 
 namespace BackupInfo {

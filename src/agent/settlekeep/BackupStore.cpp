@@ -2,7 +2,7 @@
 
 #include "agent/settlekeep/BackupInfo.h"
 #include "agent/tree/TreeArchive.h"
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "logs/VLLog.h"
 #include "remote/RemoteLimits.h"
 #include "system/VLException.h"

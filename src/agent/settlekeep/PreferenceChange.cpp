@@ -1,6 +1,6 @@
 #include "agent/settlekeep/PreferenceChange.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "logs/VLLog.h"
 #include "system/VLException.h"
 

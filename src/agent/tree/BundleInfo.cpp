@@ -1,6 +1,6 @@
 #include "agent/tree/BundleInfo.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <QVariant>
 

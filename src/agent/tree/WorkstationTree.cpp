@@ -1,6 +1,6 @@
 #include "agent/tree/WorkstationTree.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "system/VLException.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "agent/updates/UpdateCount.h"
 
 #include "agent/AgentContext.h"
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 #include <QFileInfo>

@@ -2,11 +2,11 @@
 
 #include "app/window/ActivityFilterBar.h"
 #include "app/window/OutcomeLook.h"
+#include "desktop/VLAlert.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "runs/ActivityDetailsModel.h"
 #include "runs/ActivityModel.h"
-#include "system/VLAlert.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/EmptyState.h"
 #include "widgets/PaneParts.h"

@@ -1,8 +1,8 @@
 #include "app/window/AuthSheet.h"
 
 #include "clients/VLService.h"
+#include "desktop/VLAlert.h"
 #include "remote/authorization/AuthorizationController.h"
-#include "system/VLAlert.h"
 #include "widgets/Theme.h"
 
 #include <QCheckBox>

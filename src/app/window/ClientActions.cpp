@@ -5,7 +5,7 @@
 #include "app/SoftwareUpdates.h"
 #include "clients/view/ClientOutline.h"
 #include "clients/view/IdentitySheet.h"
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "widgets/SymbolIcon.h"
 
 #include <QAction>

@@ -4,7 +4,7 @@
 #include "app/MakerSite.h"
 #include "app/window/ErrorLogModel.h"
 #include "clients/ServiceList.h"
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "widgets/CellDelegate.h"
 #include "widgets/EmptyState.h"
 #include "widgets/RowCopy.h"

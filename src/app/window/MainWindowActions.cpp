@@ -7,7 +7,7 @@
 #include "app/window/MainWindow.h"
 #include "app/window/ToolList.h"
 #include "clients/view/ClientOutline.h"
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "widgets/Badge.h"
 #include "widgets/SearchField.h"
 #include "widgets/SymbolIcon.h"

@@ -1,8 +1,8 @@
 #include "clients/troubleshooter/ConnectionProblem.h"
 
+#include "base/VLBundle.h"
 #include "clients/ClientConfiguration.h"
 #include "clients/troubleshooter/ProblemTexts.h"
-#include "foundation/VLBundle.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
 namespace {

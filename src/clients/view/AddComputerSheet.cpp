@@ -1,6 +1,6 @@
 #include "clients/view/AddComputerSheet.h"
 
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "widgets/Theme.h"
 
 #include <QFormLayout>

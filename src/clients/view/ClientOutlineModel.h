@@ -1,7 +1,7 @@
 #pragma once
 
+#include "clients/ClientState.h"
 #include "clients/ServiceList.h"
-#include "clients/view/ClientState.h"
 
 #include <QAbstractItemModel>
 #include <QHash>

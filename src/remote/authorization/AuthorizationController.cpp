@@ -6,9 +6,9 @@
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
-#include "remote/RemoteRunner.h"
-#include "remote/authorization/VLEncryption.h"
+#include "remote/VLEncryption.h"
 #include "remote/authorization/VLKeychain.h"
+#include "runs/RemoteRunner.h"
 #include "runs/Run.h"
 
 namespace {

@@ -1,13 +1,13 @@
 // The main thread's half of AuthorizationController: the sheet, what was typed into it, and for how long it
 // counts.
+#include "desktop/VLAlert.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
 #include "foundation/VLThread.h"
 #include "foundation/VLUserDefaults.h"
 #include "logs/VLLog.h"
+#include "remote/VLEncryption.h"
 #include "remote/authorization/AuthorizationController.h"
-#include "remote/authorization/VLEncryption.h"
-#include "system/VLAlert.h"
 
 #include <utility>
 

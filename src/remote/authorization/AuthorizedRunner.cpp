@@ -2,9 +2,9 @@
 
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
-#include "remote/RemoteRunner.h"
 #include "remote/VLCorvalinServerProtocol.h"
 #include "runs/InFlight.h"
+#include "runs/RemoteRunner.h"
 #include "runs/RunList.h"
 #include "runs/Wave.h"
 #include "system/VLException.h"

@@ -1,9 +1,9 @@
 // What changes tasks on the clients, and the tasks that can be scheduled.
+#include "desktop/VLAlert.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"
 #include "logs/VLLog.h"
 #include "remote/DelayedRefresh.h"
-#include "system/VLAlert.h"
 #include "system/VLException.h"
 #include "tools/cronwell/CronwellController.h"
 #include "tools/cronwell/CronwellUndo.h"

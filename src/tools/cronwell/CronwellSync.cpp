@@ -1,9 +1,9 @@
 // Synchronising: every client gets the schedule and the state that most have.
+#include "common/TaskSchedule.h"
 #include "foundation/VLCallLock.h"
 #include "logs/VLLog.h"
 #include "remote/Aggregation.h"
 #include "tools/cronwell/CronwellController.h"
-#include "tools/cronwell/TaskSchedule.h"
 
 #include <QScopeGuard>
 

@@ -1,6 +1,6 @@
 #include "tools/cronwell/CronwellUndo.h"
 
-#include "tools/cronwell/TaskSchedule.h"
+#include "common/TaskSchedule.h"
 
 #include <QHash>
 

@@ -1,7 +1,7 @@
 #include "tools/cronwell/VLScheduledTask.h"
 
+#include "common/TaskSchedule.h"
 #include "remote/Aggregation.h"
-#include "tools/cronwell/TaskSchedule.h"
 #include "tools/cronwell/ToolNames.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "tools/merged/MergedOutlineView.h"
 
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "widgets/PaneBar.h"
 #include "widgets/SymbolIcon.h"
 

@@ -1,6 +1,6 @@
 #include "tools/settlekeep/BackupPane.h"
 
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 #include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/BackupModel.h"
 #include "widgets/PaneBar.h"

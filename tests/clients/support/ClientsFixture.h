@@ -1,10 +1,10 @@
 #pragma once
 
+#include "base/PropertyList.h"
+#include "base/VLBundle.h"
 #include "clients/VLService.h"
 #include "clients/support/LoopbackAgent.h"
 #include "foundation/MainThread.h"
-#include "foundation/PropertyList.h"
-#include "foundation/VLBundle.h"
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "support/TestEnvironment.h"

@@ -1,4 +1,4 @@
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "support/Fleet.h"
 #include "tools/addonry/AddonryController.h"
 

@@ -1,4 +1,4 @@
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 #include "support/AlertAnswers.h"
 #include "support/Fleet.h"
 #include "support/TestFiles.h"

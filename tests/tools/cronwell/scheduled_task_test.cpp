@@ -1,7 +1,7 @@
-#include "foundation/VLFormat.h"
+#include "base/VLFormat.h"
+#include "common/TaskSchedule.h"
 #include "support/TestTable.h"
 #include "tools/cronwell/OfferMerger.h"
-#include "tools/cronwell/TaskSchedule.h"
 #include "tools/cronwell/VLScheduledTask.h"
 
 using namespace Qt::StringLiterals;

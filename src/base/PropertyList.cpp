@@ -1,7 +1,7 @@
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
-#include "foundation/PropertyListCheck.h"
-#include "foundation/PropertyListXml.h"
+#include "base/PropertyListCheck.h"
+#include "base/PropertyListXml.h"
 
 #include <QDateTime>
 #include <QFile>

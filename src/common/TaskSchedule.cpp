@@ -1,4 +1,4 @@
-#include "tools/cronwell/TaskSchedule.h"
+#include "common/TaskSchedule.h"
 
 #include <QStringList>
 

@@ -1,7 +1,7 @@
-#include "foundation/VLBundle.h"
+#include "base/VLBundle.h"
 
-#include "foundation/PropertyList.h"
-#include "system/VLLocalPaths.h"
+#include "base/PropertyList.h"
+#include "base/VLLocalPaths.h"
 
 #include <QDir>
 #include <QFileInfo>

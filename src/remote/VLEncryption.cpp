@@ -1,4 +1,4 @@
-#include "remote/authorization/VLEncryption.h"
+#include "remote/VLEncryption.h"
 
 #include "system/VLException.h"
 

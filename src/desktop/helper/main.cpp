@@ -2,7 +2,7 @@
 // has agreed; it serves the process that asked for it over the socket that is its standard input, and nobody
 // else.
 
-#include "system/helper/HelperProtocol.h"
+#include "desktop/helper/HelperProtocol.h"
 
 #include <fcntl.h>
 #include <spawn.h>

@@ -1,4 +1,4 @@
-#include "clients/view/ClientState.h"
+#include "clients/ClientState.h"
 
 #include "clients/VLService.h"
 #include "remote/VLCorvalinServerProtocol.h"

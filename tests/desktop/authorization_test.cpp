@@ -1,10 +1,10 @@
+#include "desktop/PasswordAgent.h"
+#include "desktop/PrivilegedHelper.h"
+#include "desktop/VLAuthorization.h"
+#include "desktop/helper/HelperProtocol.h"
 #include "support/TestEnvironment.h"
 #include "support/TestFiles.h"
-#include "system/PasswordAgent.h"
-#include "system/PrivilegedHelper.h"
-#include "system/VLAuthorization.h"
 #include "system/VLFileManager.h"
-#include "system/helper/HelperProtocol.h"
 
 #include <QRegularExpression>
 #include <QTemporaryFile>

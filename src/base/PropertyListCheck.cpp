@@ -1,6 +1,6 @@
-#include "foundation/PropertyListCheck.h"
+#include "base/PropertyListCheck.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,6 +1,6 @@
-#include "foundation/PropertyListXml.h"
+#include "base/PropertyListXml.h"
 
-#include "foundation/PropertyList.h"
+#include "base/PropertyList.h"
 
 #include <QDateTime>
 #include <QXmlStreamReader>

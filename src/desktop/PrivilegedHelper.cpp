@@ -1,11 +1,11 @@
-#include "system/PrivilegedHelper.h"
+#include "desktop/PrivilegedHelper.h"
 
+#include "base/VLLocalPaths.h"
+#include "desktop/helper/HelperProtocol.h"
 #include "foundation/MainThread.h"
 #include "foundation/Snapshot.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
-#include "system/VLLocalPaths.h"
-#include "system/helper/HelperProtocol.h"
 
 #include <QDir>
 #include <QFile>

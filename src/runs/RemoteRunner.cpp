@@ -1,4 +1,4 @@
-#include "remote/RemoteRunner.h"
+#include "runs/RemoteRunner.h"
 
 #include "foundation/MainThread.h"
 #include "foundation/VLCallLock.h"

@@ -1,4 +1,4 @@
-#include "system/VLLocalPaths.h"
+#include "base/VLLocalPaths.h"
 
 #include <QCoreApplication>
 #include <QDir>

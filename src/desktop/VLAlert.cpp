@@ -1,4 +1,4 @@
-#include "system/VLAlert.h"
+#include "desktop/VLAlert.h"
 
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"

@@ -1,4 +1,4 @@
-#include "foundation/VLFormat.h"
+#include "base/VLFormat.h"
 
 #include <QDateTime>
 

@@ -1,5 +1,5 @@
+#include "desktop/VLAlert.h"
 #include "support/TestEnvironment.h"
-#include "system/VLAlert.h"
 
 #include <QTimer>
 

@@ -1,11 +1,11 @@
 #define POLKIT_AGENT_I_KNOW_API_IS_SUBJECT_TO_CHANGE
-#include "system/PasswordAgent.h"
+#include "desktop/PasswordAgent.h"
 
+#include "desktop/VLAuthorization.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "system/Secret.h"
-#include "system/VLAuthorization.h"
 
 #include <polkit/polkit.h>
 #include <polkitagent/polkitagent.h>

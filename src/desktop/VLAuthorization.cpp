@@ -1,10 +1,10 @@
-#include "system/VLAuthorization.h"
+#include "desktop/VLAuthorization.h"
 
+#include "base/VLLocalPaths.h"
+#include "desktop/PasswordAgent.h"
+#include "desktop/PrivilegedHelper.h"
 #include "logs/VLLog.h"
-#include "system/PasswordAgent.h"
-#include "system/PrivilegedHelper.h"
 #include "system/VLFileManager.h"
-#include "system/VLLocalPaths.h"
 #include "system/VLTask.h"
 
 #include <QDateTime>
