@@ -1,7 +1,6 @@
 #include "app/AppController.h"
 
 #include "app/AppDefaults.h"
-#include "app/AppInterface.h"
 #include "app/ConsoleIdentity.h"
 #include "base/VLBundle.h"
 #include "base/VLLocalPaths.h"
@@ -158,19 +157,6 @@ void AppController::awakeFromNib() {
 void AppController::setUpInterface() {
     if (!authenticateAtStart()) return;
     populateTasks();
-    if (m_interface) {
-        m_interface->observeNewTaskSelection();
-        m_interface->setUpMainWindow();
-        m_interface->keepToolViews();
-        m_interface->registerForDraggedTypes();
-        m_interface->markTitleCellsAsLeaves();
-        m_interface->setInterCellSpacing();
-        m_interface->setScopeImages();
-    }
-    if (m_interface) {
-        m_interface->layOutVarispot();
-        m_interface->setDoubleClickActions();
-    }
     reloadServiceOutlineView();
     m_taskThreads->updateSelectedComputerStatus();
     m_troubleshooter->setUnattended(m_isUnattended);

@@ -24,7 +24,6 @@
 
 #include <memory>
 
-class AppInterface;
 class VLCallback;
 struct VLNotification;
 
@@ -42,9 +41,6 @@ public:
     /// Log, defaults, callback object, identity, discovery and manual clients, in that order. False (and a
     /// log line) when the console cannot run at all. The objects below exist once this has returned true.
     bool init();
-    /// The window, set before awakeFromNib() and taken away (null) before it goes; without one its steps are
-    /// left out.
-    void setInterface(AppInterface* interface) { m_interface = interface; }
     /// The steps that need the interface to exist. Called once for each interface file that was loaded; the
     /// call for the last of them does everything, every other nothing.
     void awakeFromNib();
@@ -151,7 +147,6 @@ private:
     void endTasksOf(const VLServicePtr& service);
 
     const AppServices m_appServices;
-    AppInterface* m_interface = nullptr;
     QDateTime m_launchDate;
     quint32 m_awakeCount = 0;
     bool m_servicesAvailable = false;

@@ -7,7 +7,6 @@
 #include "app/window/ClientWindows.h"
 #include "app/window/ErrorLogWindow.h"
 #include "app/window/GroupActions.h"
-#include "app/window/InterfaceSetup.h"
 #include "app/window/LogWindow.h"
 #include "app/window/PreferencesWindow.h"
 #include "app/window/ProgressSheet.h"
@@ -74,9 +73,6 @@ MainWindow::MainWindow(AppController& controller, QWidget* parent)
     buildToolBar();
     buildMenus();
     watchController();
-    m_setup = new InterfaceSetup(*this);
-    connect(m_panes, &ToolPanes::paneMade, m_setup, &InterfaceSetup::setUpPane);
-    m_controller.setInterface(m_setup);
     followSystemTheme(*this);
     restoreLayout();
     m_outline->setFocus();
@@ -84,7 +80,6 @@ MainWindow::MainWindow(AppController& controller, QWidget* parent)
 
 MainWindow::~MainWindow() {
     m_controller.authorization().setView(nullptr);
-    m_controller.setInterface(nullptr);
     VLAlert::setPresenter({});
 }
 

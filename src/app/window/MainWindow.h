@@ -14,7 +14,6 @@ class ClientWindows;
 class EndBadge;
 class ErrorLogWindow;
 class GroupActions;
-class InterfaceSetup;
 class LogWindow;
 class PreferencesWindow;
 class QSplitter;
@@ -92,7 +91,6 @@ private:
     QPointer<ErrorLogWindow> m_errorLog;
     QPointer<LogWindow> m_log;
     QPointer<PreferencesWindow> m_preferences;
-    InterfaceSetup* m_setup = nullptr;
 
     QAction* m_addComputer = nullptr;
     QAction* m_refresh = nullptr;

@@ -13,6 +13,12 @@
 #include <QPushButton>
 #include <QToolButton>
 
+namespace {
+
+constexpr int leastHeight = 28;  ///< more where the font needs it
+
+}  // namespace
+
 StatusPanel::StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions actions, QWidget* parent)
     : QWidget(parent),
       m_taskThreads(taskThreads),
@@ -53,6 +59,7 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions a
     layout->addWidget(m_errors);
     m_cancel->setFixedHeight(qMax(22, fontMetrics().height() + 4));
     m_errors->setFixedHeight(m_cancel->height());
+    setFixedHeight(qMax(leastHeight, m_cancel->height() + 6));
 
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_taskThreads.cancelStatusProgress(); });
     connect(m_errors, &QToolButton::clicked, this, &StatusPanel::errorsClicked);
@@ -90,10 +97,6 @@ void StatusPanel::keepRoomForBar(bool keeps) {
         policy.setRetainSizeWhenHidden(keeps);
         widget->setSizePolicy(policy);
     }
-}
-
-void StatusPanel::setContentBorderThickness(int points) {
-    setFixedHeight(qMax(points, m_cancel->height() + 6));
 }
 
 void StatusPanel::renew() {

@@ -25,8 +25,6 @@ public:
     /// All that is given outlives the panel.
     StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions actions, QWidget* parent = nullptr);
 
-    /// Height of the bar; more where the font needs it.
-    void setContentBorderThickness(int points);
     /// Hidden when empty.
     void setErrorLabel(const QString& label);
 

@@ -57,7 +57,6 @@ void ToolPanes::show(const Tool& tool) {
     if (!pane) {
         pane = makePane(tool);
         m_stack->addWidget(pane);
-        Q_EMIT paneMade(pane);
     }
     m_stack->setCurrentWidget(pane);
 }
@@ -73,8 +72,4 @@ QWidget* ToolPanes::makeMissingPane(const Tool& tool) {
     pane->setContents(QStringLiteral("toolbox"), tr("This tool is not part of this version yet."),
                       tr("%1 will work here on the computers selected at the left.").arg(tool.title));
     return pane;
-}
-
-QWidget* ToolPanes::currentPane() const {
-    return m_stack->currentWidget();
 }

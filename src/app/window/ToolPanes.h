@@ -24,11 +24,6 @@ public:
     void addToHead(QWidget* widget);
     void show(const Tool& tool);
     using QWidget::show;
-    /// Null before a tool was shown.
-    [[nodiscard]] QWidget* currentPane() const;
-
-Q_SIGNALS:
-    void paneMade(QWidget* pane);
 
 private:
     QWidget* makePane(const Tool& tool);

@@ -10,6 +10,7 @@
 #include "widgets/SymbolIcon.h"
 #include "widgets/TableSorting.h"
 #include "widgets/Theme.h"
+#include "widgets/ViewUtilities.h"
 
 #include <QPainter>
 #include <QStackedWidget>
@@ -103,6 +104,7 @@ void ClientOutline::buildSearchRow() {
 
 void ClientOutline::buildView() {
     m_view->setAccessibleName(tr("Computers"));
+    setInterCellSpacing(*m_view, {4, 4});
     m_view->setItemDelegate(new ClientRowDelegate(
         [this](const QString& name, const VLServiceGroupPtr& group) {
             return m_services.groupNameProblem(name, group);

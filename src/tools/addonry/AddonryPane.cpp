@@ -1,6 +1,7 @@
 #include "tools/addonry/AddonryView.h"
 #include "widgets/PaneBar.h"
 #include "widgets/PaneParts.h"
+#include "widgets/SymbolIcon.h"
 
 #include <QAction>
 #include <QMenu>
@@ -30,8 +31,9 @@ AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
                         parent),
       m_controller(controller),
       m_model(static_cast<Model*>(model())),
-      m_allUsersItem(new QAction(QStringLiteral("All Users"), this)),
-      m_currentUserItem(new QAction(QStringLiteral("Current User"), this)) {
+      m_allUsersItem(new QAction(symbolIcon(QStringLiteral("users")), QStringLiteral("All Users"), this)),
+      m_currentUserItem(
+          new QAction(symbolIcon(QStringLiteral("user")), QStringLiteral("Current User"), this)) {
     m_allUsersItem->setObjectName(QStringLiteral("addonryAllUsersItem"));
     m_currentUserItem->setObjectName(QStringLiteral("addonryCurrentUserItem"));
     addSyncButton(QStringLiteral("addonrySyncBtn"),

@@ -6,7 +6,6 @@
 #include "widgets/SymbolIcon.h"
 #include "widgets/Theme.h"
 
-#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFileDialog>
@@ -92,10 +91,7 @@ void NewTaskSheet::buildTask() {
     body()->addLayout(choices);
     body()->addWidget(m_offer);
     body()->addSpacing(Metrics::unit / 2);
-    // Told by whoever watches the list of applications.
-    auto* select = new QAction(this);
-    select->setObjectName(QStringLiteral("selectNewTaskItem"));
-    connect(select, &QAction::triggered, this, &NewTaskSheet::selectNewTaskItem);
+    connect(m_applications, &QComboBox::currentIndexChanged, this, &NewTaskSheet::selectNewTaskItem);
     connect(m_tasks, &QComboBox::currentIndexChanged, this, &NewTaskSheet::updateForm);
 }
 

@@ -31,6 +31,7 @@ BackupPane::BackupPane(SettlekeepController& controller, QWidget* parent)
     connect(m_restore, &QAction::triggered, this, [this] { restore(selectedBackup()); });
     bar().addButton(m_restore);
     view().setRootIsDecorated(false);
+    view().setItemsExpandable(false);
     view().setSelectionMode(QAbstractItemView::SingleSelection);
     start(m_model, backupColumnNames(), BackupModel::KeyRole, {{0, {130, 120, 90, 122, 70, 60}}});
 }

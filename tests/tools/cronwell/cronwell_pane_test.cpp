@@ -97,7 +97,7 @@ private Q_SLOTS:
             tidyhand{{u"taskBundleID"_s, tool}, {u"name"_s, u"Tidyhand"_s}, {u"tasks"_s, tasks}};
         cronwell().setNewTaskAppDataArray({other, tidyhand});
         Q_EMIT cronwell().newTaskAppsChanged();
-        find<QComboBox>("newTaskArrayCont")->setCurrentIndex(1);  // the window's set-up watches it
+        find<QComboBox>("newTaskArrayCont")->setCurrentIndex(1);
         QCOMPARE(find<QComboBox>("newTaskMenu")->count(), 2);
         find<QComboBox>("newTaskMenu")->setCurrentIndex(1);
 
