@@ -29,7 +29,6 @@ public:
 
     void request();
     void cancel();
-    [[nodiscard]] bool isPending() const { return m_timer.isActive(); }
 
 private:
     void attempt();

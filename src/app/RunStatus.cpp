@@ -68,8 +68,3 @@ void RunStatus::ended(const RunRecord& record) {
         m_last.reset();
     Q_EMIT changed();
 }
-
-void RunStatus::forgetLast() {
-    m_last.reset();
-    Q_EMIT changed();
-}

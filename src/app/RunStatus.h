@@ -23,7 +23,6 @@ public:
     void stopWaiting();
     /// The last change; or a reading that some computer did not answer, while there is no change to tell of.
     [[nodiscard]] const std::optional<RunRecord>& last() const { return m_last; }
-    void forgetLast();
 
     /// "Bay 1, Bay 2 and 3 more".
     [[nodiscard]] static QString shortList(const QStringList& names);

@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QStandardPaths>
 
 #include <mutex>
 
@@ -57,19 +56,9 @@ QString VLLocalPaths::configDirectory() {
            (organization.isEmpty() ? QStringLiteral("orlendo") : organization);
 }
 
-QString VLLocalPaths::desktopDirectory() {
-    if (const QString test = testDirectory("desktop"); !test.isEmpty()) return test;
-    return QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-}
-
 QString VLLocalPaths::trashDirectory() {
     if (const QString test = testDirectory("data/Trash/files"); !test.isEmpty()) return test;
     return baseDirectory("XDG_DATA_HOME", ".local/share") + QStringLiteral("/Trash/files");
-}
-
-QString VLLocalPaths::temporaryDirectory() {
-    if (const QString test = testDirectory("tmp"); !test.isEmpty()) return test;
-    return QDir::tempPath();
 }
 
 void VLLocalPaths::setTestRoot(const QString& root) {

@@ -12,10 +12,8 @@ public:
     [[nodiscard]] static QString libraryDirectory(bool user);
     [[nodiscard]] static QString logDirectory(bool user);  ///< libraryDirectory plus "/Logs"
     [[nodiscard]] static QString configDirectory();        ///< the user's settings of this program
-    [[nodiscard]] static QString desktopDirectory();
     /// Where the desktop keeps the items of the user's trash (XDG data home plus "/Trash/files").
     [[nodiscard]] static QString trashDirectory();
-    [[nodiscard]] static QString temporaryDirectory();
     /// For tests: every folder above lies below `root` until an empty one is set.
     static void setTestRoot(const QString& root);
 

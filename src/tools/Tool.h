@@ -65,7 +65,6 @@ public:
     /// The clients that gave no answer when the results were read. Main thread.
     [[nodiscard]] const QList<UnansweredClient>& unanswered() const { return m_unanswered; }
     void setUnanswered(const QList<UnansweredClient>& clients) { m_unanswered = clients; }
-    [[nodiscard]] bool isUnanswered(const QString& hostName) const;
     /// The user cancelled: the busy indicator stops, though the worker may still be on its way out.
     void stopSpinner() { setBusy(false); }
     [[nodiscard]] const ToolContext& context() const { return m_context; }

@@ -7,8 +7,6 @@
 #include "system/VLException.h"
 #include "tools/Tool.h"
 
-#include <algorithm>
-
 namespace {
 
 void logExceptionOf(const QString& operation, const std::exception& exception) {
@@ -29,11 +27,6 @@ void ToolController::startWorker(const QString& name, std::function<void()> work
         // The last to let go of it may be this worker; a controller ends on the main thread.
         if (self) onMainThread([self = std::move(self)] {});
     });
-}
-
-bool ToolController::isUnanswered(const QString& hostName) const {
-    return std::any_of(m_unanswered.cbegin(), m_unanswered.cend(),
-                       [&](const UnansweredClient& client) { return client.hostName == hostName; });
 }
 
 RunPtr ToolController::runHere() const {

@@ -19,7 +19,6 @@ public:
     explicit Spinner(QWidget* parent = nullptr, int size = 16);
 
     void setSpinning(bool spinning);
-    [[nodiscard]] bool isSpinning() const { return m_spinning; }
     [[nodiscard]] QSize sizeHint() const override { return {m_size, m_size}; }
 
 protected:

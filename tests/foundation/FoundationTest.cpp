@@ -1,13 +1,10 @@
 #include "base/PropertyList.h"
 #include "base/VLBundle.h"
 #include "base/VLFormat.h"
-#include "foundation/ValueUtilities.h"
 #include "support/TestEnvironment.h"
 #include "support/TestFiles.h"
 #include "support/TestTable.h"
 #include "system/VLException.h"
-
-#include <QStandardPaths>
 
 #include <stdexcept>
 
@@ -62,12 +59,6 @@ private Q_SLOTS:
         QCOMPARE(bundle.pathForResource("", ""), QString());
         QCOMPARE(bundle.pathForResource("icons/../../secret", "txt"), QString());
         QCOMPARE(bundle.pathForResource("/etc/passwd", ""), QString());
-    }
-
-    void values() {
-        QCOMPARE(stringWithString(u"Bay 5 – é\n"_s, {{'a', 'z'}, {'A', 'Z'}}), u"Bay"_s);
-        const QDateTime sunday(QDate(2009, 11, 1), QTime(23, 59, 7));
-        QCOMPARE(componentsFromDate(sunday), (DateComponents{2009, 11, 1, 23, 59, 7, 1}));
     }
 
     void exceptionLine() {

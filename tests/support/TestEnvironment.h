@@ -22,7 +22,6 @@ public:
         // under a lock that ThreadSanitizer cannot see.
         if (!qEnvironmentVariableIsSet("TZ")) qputenv("TZ", "UTC");
         VLLocalPaths::setTestRoot(m_root.path());
-        QDir().mkpath(VLLocalPaths::temporaryDirectory());
         VLUserDefaults::setStandardPath(m_root.filePath(QStringLiteral("defaults.plist")));
         MainThread::adopt();
         VLLog::createNewLog();

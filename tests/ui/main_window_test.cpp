@@ -163,7 +163,9 @@ private Q_SLOTS:
         for (const qlonglong count : {3, 3})
             controller().setSoftwareUpdateCount(count, m_sound->hostName());
         QCOMPARE(totals.size(), 1);
-        QTRY_VERIFY(!ClientRowDelegate::updateBadge({0, 0, 200, 40}, clientRow(m_sound)).isEmpty());
+        QTRY_VERIFY(
+            !ClientRowDelegate::badgeRect({0, 0, 200, 40}, clientRow(m_sound), ClientRowDelegate::Updates)
+                 .isEmpty());
         click(m_sound);
         QVERIFY(action("Show Software Updates")->isEnabled());  // for those who don't click badges
         controller().setSoftwareUpdateCount(0, m_sound->hostName());

@@ -23,9 +23,6 @@ public:
 
     /// Where a badge is in a row at `row`; empty when the row has none.
     [[nodiscard]] static QRect badgeRect(const QRect& row, const QModelIndex& index, Badge badge);
-    [[nodiscard]] static QRect updateBadge(const QRect& row, const QModelIndex& index) {
-        return badgeRect(row, index, Updates);
-    }
     [[nodiscard]] static Badge badgeAt(const QRect& row, const QModelIndex& index, const QPoint& position);
     /// "updates", "errors", "maintenance".
     [[nodiscard]] static QString badgeName(Badge badge);
