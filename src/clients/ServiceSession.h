@@ -83,15 +83,6 @@ private:
     VLProxyObjectPtr m_proxy;
 };
 
-/// The part of a record that belongs to its connection; the mutex guards every member.
-struct VLService::ConnectionState {
-    mutable std::mutex mutex;
-    SessionPtr session;  ///< null when nothing is connected or connecting
-    bool isRetired = false;
-    std::shared_ptr<VLTimer> reconnectTimer;
-    std::shared_ptr<VLTimer> timeoutTimer;
-};
-
 /// Ends a connection whose peer keeps us waiting for an answer that has no time limit of its own.
 class CallLimit {
 public:

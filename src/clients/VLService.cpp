@@ -1,12 +1,16 @@
-// The record of a client: identity, state, notifications, archived form.
-
 #include "clients/VLService.h"
 
 #include "clients/MachineIcons.h"
+#include "clients/ServiceArchive.h"
+#include "clients/ServiceConfigurator.h"
+#include "clients/ServiceConnection.h"
+#include "clients/ServicePicture.h"
 #include "clients/ServiceSession.h"
 #include "clients/TitleOrder.h"
 #include "foundation/MainThread.h"
+#include "foundation/VLCallLock.h"
 #include "foundation/VLNotificationCenter.h"
+#include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "remote/TlsIdentity.h"
 
@@ -15,6 +19,7 @@
 namespace {
 
 constexpr QSize iconSize(128, 128);
+constexpr int largestIcon = 128;
 constexpr qsizetype longestReason = 1000;  ///< a reason may be what an agent wrote, and is shown
 constexpr int pictureMemoryLimit = 64;     ///< MiB that one picture of an agent may unpack to
 
@@ -34,11 +39,9 @@ std::shared_ptr<const VLServiceEnvironment> VLService::environment() {
     return environmentStore().shared();
 }
 
-VLService::VLService() : m_connection(std::make_unique<ConnectionState>()) {}
+VLService::VLService() : m_connection(std::make_unique<ServiceConnection>(*this)) {}
 
-VLService::~VLService() {
-    invalidateTimers();
-}
+VLService::~VLService() = default;
 
 VLServicePtr VLService::serviceWithName(const QString& name, const QString& hostName, const QString& ip,
                                         int port, const VLCallbackTargetPtr& errorCallback) {
@@ -171,33 +174,163 @@ void VLService::postInvalidatedMessage() {
         {{QStringLiteral("service"), QVariant::fromValue(shared_from_this())}});
 }
 
+// MARK: Connection
+
+VLProxyObjectPtr VLService::proxyObject() const {
+    const auto session = m_connection->session();
+    return session ? session->proxy() : nullptr;
+}
+
+bool VLService::runLoopRunning() const {
+    const auto session = m_connection->session();
+    return session && session->runLoopRunning();
+}
+
+void VLService::setIsConnected(bool connected) {
+    if (m_isConnected.exchange(connected) == connected) return;
+    // The flag keeps the serve loop going; the loop shall see at once that it was cleared.
+    if (const auto session = connected ? nullptr : m_connection->session()) session->wake();
+    refreshServiceView();
+}
+
+void VLService::connectOnThread(VLCallbackTargetPtr errorCallback) {
+    if (isConnected()) disconnect();
+    m_connection->start(errorCallback, false);
+}
+
+void VLService::connect(const VLCallbackTargetPtr& errorCallback) {
+    m_connection->run(errorCallback);
+}
+
+void VLService::setupReconnectTimer(const VLCallbackTargetPtr& errorCallback) {
+    m_connection->armReconnect(nullptr, errorCallback);
+}
+
+void VLService::reconnect(const VLCallbackTargetPtr& errorCallback) {
+    connectOnThread(errorCallback);
+}
+
+bool VLService::acceptChangedCertificate(const QByteArray& certificateShown,
+                                         const VLCallbackTargetPtr& errorCallback) {
+    if (certificateShown.isEmpty() || certificateShown != changedCertificate()) {
+        VLLog::appendLog(QStringLiteral("The new key of %@ is not the one that was shown; it is refused."),
+                         name());
+        return false;
+    }
+    const auto pins = environment()->pins;
+    if (!pins || !pins->pin(pinName(), certificateShown)) {
+        VLLog::appendLog(QStringLiteral("The new key of %@ could not be stored."), name());
+        return false;
+    }
+    VLLog::appendLog(QStringLiteral("The new key of %@ was accepted: %@"), name(),
+                     certificateFingerprint(certificateShown));
+    setConnectionError({}, ConnectionFailure::None);
+    m_connection->start(errorCallback, true);
+    return true;
+}
+
+void VLService::disconnect() {
+    const VLCallLock lock;
+    VLLog::appendLog(QStringLiteral("Disconnecting %@..."), name());
+    m_connection->end();
+    VLLog::appendLog(QStringLiteral("Disconnected"));
+}
+
+void VLService::invalidate() {
+    const VLCallLock lock;
+    invalidate(true);
+}
+
+void VLService::invalidate(bool postNotification) {
+    const VLCallLock lock;
+    m_connection->invalidateTimers();
+    // An attempt that is under way has to end as well, or it would connect a record that is gone.
+    if (isConnected() || m_connection->session()) disconnect();
+    m_connection->invalidateTimers();  // the attempt may have armed the next one just before it was ended
+    VLLog::appendLog(QStringLiteral("Invalidating %@..."), name());
+    stopProgressSpinner();
+    if (postNotification) postInvalidatedMessage();
+}
+
+void VLService::retire() {
+    m_connection->retire();
+}
+
+void VLService::connectionTimedOut() {
+    m_connection->disarmTimeout();
+    VLLog::appendLog(QStringLiteral("Connection timed out for %@."), hostName());
+    onMainThreadAndWait([this] { stopProgressSpinner(); });
+    setErrorCode(2008);
+    postConnectionFailedMessage();
+}
+
+void VLService::ping() {
+    const QString selector = QStringLiteral("ping");
+    try {
+        const VLProxyObjectPtr proxy = proxyObject();
+        if (proxy && proxy->respondsToSelector(selector)) proxy->perform(selector);
+    } catch (const std::exception&) {
+        // Whether the agent lives shows in the connection; the call itself has nothing to report.
+    }
+}
+
+// MARK: What the agent tells of itself
+
+void VLService::fetchInitialConfiguration(bool armTimeout) {
+    ServiceConfigurator(*this).fetch(armTimeout);
+}
+
+void VLService::processConfiguration(const QVariantMap& configuration) {
+    if (!MainThread::isCurrent()) {
+        ServiceConfigurator(*this).process(configuration);
+        return;
+    }
+    VLThread::detach(QStringLiteral("configuration"), [self = shared_from_this(), configuration] {
+        ServiceConfigurator(*self).process(configuration);
+    });
+}
+
+void VLService::fetchIconOnThread() {
+    VLThread::detach(QStringLiteral("client picture"),
+                     [self = shared_from_this()] { self->setServiceIcon(); });
+}
+
+void VLService::setServiceIcon() {
+    if (m_fetchesIcon.exchange(true)) return;  // both the connection and the configuration start it
+    if (const QImage picture = fetchServiceIcon(); !picture.isNull()) {
+        setIcon(MachineIcons::scaledDown(picture, largestIcon));  // agents send them at any size
+        refreshServiceView();
+    }
+    m_fetchesIcon = false;
+}
+
+QImage VLService::fetchServiceIcon() {
+    const VLCallLock lock;
+    const auto shared = environment();
+    return ServicePicture{name(), hostName(), shared->cacheDirectory, proxyObject(),
+                          shared->timing.configuration}
+        .fetch();
+}
+
+// MARK: Archived form
+
 void VLService::encode(QDataStream& stream) const {
-    stream << name() << hostName() << MachineIcons::archiveData(icon());
-    stream << QStringLiteral("port") << static_cast<qint32>(port());
-    stream << QStringLiteral("isConnected") << isConnected();
-    stream << QStringLiteral("needsMaintenance") << needsMaintenance();
+    ServiceArchive{name(), hostName(),    MachineIcons::archiveData(icon()),
+                   port(), isConnected(), needsMaintenance()}
+        .write(stream);
 }
 
 VLServicePtr VLService::decode(QDataStream& stream, const PictureFilter& takesPicture) {
-    QString name, hostName, portKey, connectedKey, maintenanceKey;
-    QByteArray icon;
-    qint32 port = 0;
-    bool isConnected = false, needsMaintenance = false;
-    stream >> name >> hostName >> icon >> portKey >> port >> connectedKey >> isConnected >> maintenanceKey >>
-        needsMaintenance;
-    const bool known = portKey == u"port" && connectedKey == u"isConnected" &&
-                       maintenanceKey == u"needsMaintenance" && port >= 0 && port <= 65535;
-    if (stream.status() != QDataStream::Ok || !known) {
-        VLLog::appendLog(QStringLiteral("A stored client could not be read."));
-        return nullptr;
-    }
+    const auto archive = ServiceArchive::read(stream);
+    if (!archive) return nullptr;
     auto service = std::make_shared<VLService>();
-    service->m_name.set(name);
-    service->m_hostName.set(hostName);
-    if (!icon.isEmpty() && (!takesPicture || takesPicture(hostName, icon.size())))
-        service->m_icon.set(MachineIcons::decode(icon));
-    service->m_port = port;
-    service->m_isConnected = isConnected;
-    service->m_needsMaintenance = needsMaintenance;
+    service->m_name.set(archive->name);
+    service->m_hostName.set(archive->hostName);
+    const QByteArray& picture = archive->picture;
+    if (!picture.isEmpty() && (!takesPicture || takesPicture(archive->hostName, picture.size())))
+        service->m_icon.set(MachineIcons::decode(picture));
+    service->m_port = archive->port;
+    service->m_isConnected = archive->isConnected;
+    service->m_needsMaintenance = archive->needsMaintenance;
     return service;
 }

@@ -20,7 +20,8 @@
 #include <memory>
 #include <optional>
 
-class ServiceSession;
+class ServiceConfigurator;
+class ServiceConnection;
 class VLBundle;
 class VLService;
 class VLServiceGroup;
@@ -208,38 +209,17 @@ protected:
     VLServiceGroup* m_parent = nullptr;
 
 private:
-    struct ConnectionState;
-    using SessionPtr = std::shared_ptr<ServiceSession>;
+    // The parts that do the work of a record.
+    friend class ServiceConnection;
+    friend class ServiceConfigurator;
 
-    // The connection thread (VLServiceConnection.cpp).
-    void runSession(const SessionPtr& session, const VLCallbackTargetPtr& errorCallback);
-    bool setUpConnection(const SessionPtr& session, VLConnection& connection,
-                         const VLCallbackTargetPtr& errorCallback);
-    void serve(const SessionPtr& session, VLConnection& connection);
-    /// The attempt or the connection has come to an end by itself: says so, and arms the next attempt.
-    void sessionEnded(const SessionPtr& session, const VLCallbackTargetPtr& errorCallback, bool postFailure);
-    [[nodiscard]] SessionPtr currentSession() const;
-    void startSession(const VLCallbackTargetPtr& errorCallback, bool replacesAttempt);
-    void endRunLoop(const SessionPtr& session);
-    void invalidateTimers();
-    void postInvalidatedMessage();
-    void setupReconnectTimer(const SessionPtr& ended, const VLCallbackTargetPtr& errorCallback);
     void reconnect(const VLCallbackTargetPtr& errorCallback);
-
-    // The configuration (VLServiceConfiguration.cpp).
-    void armTimeout();
-    bool disarmTimeout();  ///< whether it was pending
-    void processConfigurationOnThread(const QVariantMap& configuration);
-    void configurationFailed(const QString& reason, ConnectionFailure failure, int errorCode);
-    void takeNames(const QString& preferredHostName);
+    void postInvalidatedMessage();
     void fetchIconOnThread();
-    void requestConfiguration(const VLProxyObjectPtr& proxy);
-    void configurationRaised(const std::exception& exception, const VLProxyObjectPtr& proxy);
-
     void setConnectionError(const QString& reason, ConnectionFailure failure,
                             const QByteArray& changedCertificate = {});
     void setSpinning(bool spinning);
 
-    const std::unique_ptr<ConnectionState> m_connection;
     std::atomic<bool> m_refreshPending{false}, m_fetchesIcon{false};
+    const std::unique_ptr<ServiceConnection> m_connection;
 };
