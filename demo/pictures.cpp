@@ -17,6 +17,7 @@
 #include "support/TestEnvironment.h"
 #include "tools/cronwell/CronwellController.h"
 #include "tools/merged/RowMerger.h"
+#include "tools/settlekeep/PreferenceModel.h"
 #include "tools/settlekeep/SettlekeepController.h"
 #include "ui/SampleConsole.h"
 #include "widgets/AlertSheet.h"
@@ -133,7 +134,12 @@ void drawSettlekeep(SampleConsole& console, const QStringList& hosts) {
     tree->expand(tree->model()->index(0, 0));
     auto* table = console.find<QTreeView>("settlekeepBackupTableView");
     table->setCurrentIndex(table->model()->index(1, 0));
-    save(*console.window, u"settlekeep"_s);
+    static_cast<PreferenceModel*>(tree->model())
+        ->setLocks({{u"fcpPrefs"_s, {u"Edit Bay 1"_s}}, {u"stpPrefs"_s, {u"Edit Bay 1"_s, u"Edit Bay 2"_s}}});
+    for (const QSize size : {QSize(1024, 700), QSize(1280, 800)}) {
+        console.window->resize(size);
+        save(*console.window, u"settlekeep-%1"_s.arg(size.width()));
+    }
     settlekeep.settlekeepBackup();
     auto* sheet = console.window->findChild<QDialog*>(u"windowSettlekeepBackup"_s);
     save(*sheet, u"settlekeep-sheet"_s);
@@ -181,6 +187,7 @@ void drawCronwell(SampleConsole& console, const QStringList& hosts) {
     add(u"Routemark"_s, u"Check scratch disks"_s, {u"Whenever /Volumes changes"_s, {}, {}, {}}, 0);
     add(u"Snapmend"_s, u"Repair disk permissions with an extraordinarily long task name"_s,
         {u"Every month on day 5 Every hour at minute 00"_s, u"Every 3600 seconds"_s, {}, three}, 1);
+    add(u"Tidyhand"_s, u"Clean everything"_s, {monday}, 1);  // twice
     RowMerger<VLScheduledTask> merger;
     for (qsizetype host = 0; host < hosts.size(); ++host)
         merger.add(hosts[host], jobs[host]);
@@ -190,7 +197,7 @@ void drawCronwell(SampleConsole& console, const QStringList& hosts) {
     auto* tree = console.find<QTreeView>("cronwellOutline");
     tree->expand(tree->model()->index(0, 0));
     tree->setCurrentIndex(tree->model()->index(2, 0));
-    for (const QSize size : {QSize(900, 560), QSize(1100, 640), QSize(1280, 800)}) {
+    for (const QSize size : {QSize(900, 560), QSize(1024, 700), QSize(1280, 800)}) {
         console.window->resize(size - QSize(8, 8));
         console.window->resize(size);
         save(*console.window, u"cronwell-%1"_s.arg(size.width()));
@@ -340,8 +347,14 @@ void drawAll(SampleConsole& console, const QByteArray& certificate) {
     identity.hide();
     console.controller->authorization().setView(nullptr);
     AuthSheet authorization(console.controller->authorization(), console.window.get());
-    authorization.showSheet(
-        {one, u"Please enter an administrator username and password:"_s, u"anna"_s, true});
+    authorization.showSheet({one,
+                             u"Please enter an administrator username and password:"_s,
+                             u"anna"_s,
+                             true,
+                             u"cronwell"_s,
+                             u"Remove 3 tasks"_s,
+                             {u"Edit Bay 1"_s, u"Edit Bay 2"_s, u"Sound"_s, u"Render Node B"_s}});
+    authorization.setPasswordsKept(false);
     authorization.findChild<QLineEdit*>(u"authPasswordText"_s)->setText(u"letters"_s);
     save(authorization, u"authorization"_s);
     authorization.setChecking(true);

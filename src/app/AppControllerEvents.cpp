@@ -136,6 +136,11 @@ VLErrorCallback::Parent AppController::errorCallbackParent() {
                                                            bool isRefusal) {
         runs->noteReport(hostName, {isRefusal ? Outcome::Refused : Outcome::Failed, text});
     };
+    parent.workOn = [runs = &m_taskThreads->runs()](const QString& hostName) -> VLErrorCallback::Work {
+        const RunPtr run = runs->workOn(hostName);
+        if (!run) return {};
+        return {run->description().tool, run->description().title()};
+    };
     parent.faultscopeAddLogs = [budget = LogBudget()](const QVariantList& logs,
                                                       const QString& hostName) mutable {
         if (!budget.take()) return;

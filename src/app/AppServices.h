@@ -19,6 +19,8 @@ struct AppServices {
     bool canAuthenticate = false;
     /// How often a worker looks whether the sheet that asks for a client's administrator was answered.
     std::chrono::milliseconds authLookInterval{1'000};
+    /// Whether this version can; while it can't, nothing about it is offered.
+    static constexpr bool looksForUpdatesToSelf = false;
     /// Looks for a newer version of the console; false when that was not possible. Blocks; runs on a worker.
     std::function<bool()> checkForUpdatesToSelf;
     /// Posts the fields to that address, with its progress over `window` (not owned). Empty in a version that

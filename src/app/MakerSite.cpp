@@ -8,6 +8,12 @@ QUrl MakerSite::url(const QString& path) {
     return url;
 }
 
+bool MakerSite::isThere() {
+    const QString host = url({}).host();
+    const QString topLevel = host.section(u'.', -1);
+    return !host.isEmpty() && topLevel != u"example" && topLevel != u"invalid" && topLevel != u"test";
+}
+
 QUrl MakerSite::errorLogUpload() {
     return url(QStringLiteral("/appdata/corvalin/orlendo/uploadlog.php"));
 }

@@ -8,6 +8,8 @@ namespace MakerSite {
 
 enum class Page { Home, Suggestion, BugReport, Suite, Console, Manual };
 
+/// Whether there is a site: its name may be a placeholder.
+[[nodiscard]] bool isThere();
 [[nodiscard]] QUrl page(Page page);
 /// An address below the site.
 [[nodiscard]] QUrl url(const QString& path);

@@ -7,10 +7,9 @@ constexpr std::chrono::seconds patience{2};  ///< before a computer is named tha
 constexpr qsizetype mostNames = 2;
 
 QString titleOf(const Run& run) {
-    const Run::Description& description = run.description();
     const auto [ended, all] = run.progress();
-    QString title = description.action;
-    if (!description.subject.isEmpty()) title += u' ' + description.subject;
+    QString title = run.description().title();
+    if (run.isCancelled()) title = RunStatus::tr("Canceling… %1").arg(title);
     return RunStatus::tr("%1 (%2 of %3)").arg(title).arg(ended).arg(all);
 }
 
@@ -29,11 +28,15 @@ RunStatus::RunStatus(RunList& runs, QObject* parent) : QObject(parent), m_runs(r
 
 void RunStatus::renew() {
     QStringList titles, awaited;
+    bool isCancelingOther = false;
     for (const RunPtr& run : m_runs.active()) {
-        if (run->description().action.isEmpty()) continue;
+        const bool isNamed = !run->description().action.isEmpty();
+        isCancelingOther = isCancelingOther || (!isNamed && run->isCancelled());
+        if (!isNamed) continue;
         titles.append(titleOf(*run));
         awaited += run->awaited(patience);
     }
+    if (titles.isEmpty() && isCancelingOther) titles.append(tr("Canceling…"));
     awaited.removeDuplicates();
     QString underWay = titles.join(QStringLiteral(" · "));
     if (!awaited.isEmpty()) underWay += tr(" · waiting for %1").arg(shortList(awaited));
@@ -52,6 +55,14 @@ QString RunStatus::shortList(const QStringList& names) {
     return tr("%1 and %2 more")
         .arg(QStringList(names.first(mostNames)).join(QStringLiteral(", ")))
         .arg(names.size() - mostNames);
+}
+
+QString RunStatus::lastText() const {
+    if (!m_last) return {};
+    const QString summary = m_last->summary();
+    if (m_last->count(Outcome::Cancelled) == 0) return summary;
+    const QString what = m_last->subject.isEmpty() ? m_last->action : m_last->action + u' ' + m_last->subject;
+    return tr("Canceled “%1”: %2").arg(what, summary);
 }
 
 void RunStatus::stopWaiting() {

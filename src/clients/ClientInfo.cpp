@@ -33,7 +33,7 @@ QString orElse(const QString& text, const QString& otherwise) {
 QString origin(const VLService& service) {
     if (service.isManual()) return ClientInfo::tr("Added by hand");
     if (dynamic_cast<const VLVirtualService*>(&service)) return ClientInfo::tr("Demonstration");
-    return service.netService() ? ClientInfo::tr("Found by Bonjour") : unknown();
+    return service.netService() ? ClientInfo::tr("Found on the network") : unknown();
 }
 
 QString addresses(const VLService& service) {

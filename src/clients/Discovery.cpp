@@ -387,6 +387,13 @@ VLServicePtr Discovery::manualRecord(const QString& ip, int port) const {
     return found == services.end() ? nullptr : *found;
 }
 
+bool Discovery::replaceManualConnection(const VLServicePtr& former, const ManualConnections::Entry& entry) {
+    const VLServicePtr known = manualRecord(entry.ip, entry.port);
+    if (known && known != former) return false;
+    removeService(former);
+    return submitManualConnection(entry);
+}
+
 bool Discovery::submitManualConnection(const ManualConnections::Entry& entry) {
     if (manualRecord(entry.ip, entry.port)) return false;
     ManualConnections::append(entry);

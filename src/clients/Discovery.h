@@ -42,6 +42,10 @@ public:
     VLServicePtr addManualConnection(const QString& name, const QString& ip, int port);
     /// The submitted form: false when a manual client with this address and port exists already.
     bool submitManualConnection(const ManualConnections::Entry& entry);
+    /// The manual client with this address and port; null when there is none.
+    [[nodiscard]] VLServicePtr manualRecord(const QString& ip, int port) const;
+    /// The same in place of a manual client that is there, which is given up.
+    bool replaceManualConnection(const VLServicePtr& former, const ManualConnections::Entry& entry);
 
     void serviceResolved(const VLNetService& service);
     void removeNetService(const VLNetService& service);
@@ -56,7 +60,6 @@ private:
 
     [[nodiscard]] QList<VLServicePtr> recordsOf(const VLNetService& service) const;
     [[nodiscard]] bool hasRecordFor(const VLNetService& service) const;
-    [[nodiscard]] VLServicePtr manualRecord(const QString& ip, int port) const;
     [[nodiscard]] QString freeHostName(const VLNetService& service) const;
     void addRecord(const VLServicePtr& service);
     void removeRecordsOf(const VLNetService& service);

@@ -64,6 +64,7 @@ void ErrorQueue::Contents::removeOldest() {
 bool ErrorQueue::add(ErrorRecord record) {
     record.description.truncate(maximumTextLength);
     record.appName.truncate(maximumTextLength);
+    record.action.truncate(maximumTextLength);
 
     const auto known = m_contents.shared();
     const auto newestEnd =

@@ -23,6 +23,9 @@ struct ErrorRecord {
     QDateTime date;
     std::optional<qlonglong> errorCode;
     int actionType = 0;
+    // What was done when it came up, where that is known; not part of the dictionary.
+    QString tool = {};    ///< identifier
+    QString action = {};  ///< "Remove 3 tasks"
 
     /// Without those keys that the record has nothing for.
     [[nodiscard]] QVariantMap dictionary() const;

@@ -220,6 +220,8 @@ constexpr Entry entries[] = {
     settlekeep.read("settlekeepLastUndo", {}, Type::Dictionary,
                     "The backup that the client made before the console's last restore or trash; empty when "
                     "that replaced nothing."),
+    settlekeep.read("settlekeepLockedKeys", {}, Type::Array,
+                    "The keys of those groups of preferences of which a part is locked."),
     settlekeep.run("settlekeepTrashSelected:", prefKeys, "Trashes preferences; keys joined by commas."),
     settlekeep.run("settlekeepLockSelected:", prefKeys, "Makes preference files immutable."),
     settlekeep.run("settlekeepUnlockSelected:", prefKeys, "Makes them writable again."),

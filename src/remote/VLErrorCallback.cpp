@@ -338,6 +338,11 @@ void VLErrorCallback::addExceptionToQueue(const QString& description, const QStr
 }
 
 void VLErrorCallback::enqueue(ErrorRecord record) {
+    if (const ParentPtr parent = m_parent.shared(); parent->workOn) {
+        const Work work = parent->workOn(record.hostName);
+        record.tool = work.tool;
+        record.action = work.action;
+    }
     if (m_errorQueue.add(std::move(record))) refreshErrorButton();
 }
 

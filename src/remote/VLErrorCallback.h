@@ -22,6 +22,10 @@ class VLErrorCallback : public VLCallbackTarget {
 public:
     static constexpr int noticesPerMinute = 240;
 
+    struct Work {
+        QString tool;    ///< identifier; empty for the console's own
+        QString action;  ///< "Remove 3 tasks"; empty: nothing with a name
+    };
     /// What the console does when agents call; each is called on the thread that its comment names. A host
     /// name is always the label of the connection that the call came through.
     struct Parent {
@@ -40,6 +44,8 @@ public:
         /// The thread of the connection, before any answer that the agent gives after it: the agent reports
         /// an error, in plain words; or that it would not do something though nothing is wrong with it.
         std::function<void(const QString& hostName, const QString& text, bool isRefusal)> errorReported;
+        /// Any thread: what is being done with that client, which is what an error of it is about.
+        std::function<Work(const QString& hostName)> workOn;
         /// Main thread.
         std::function<void(const QVariantList& logs, const QString& hostName)> faultscopeAddLogs;
         std::function<void(qlonglong count, const QString& hostName)> setSoftwareUpdateCount;

@@ -53,6 +53,9 @@ public:
         bool isChange = false;    ///< it changes something on the computers
         QString undoOf = {}, retryOf = {};
         Keeping keeping = {};
+
+        /// "Disable Film Grain".
+        [[nodiscard]] QString title() const { return subject.isEmpty() ? action : action + u' ' + subject; }
     };
 
     /// `clients`: whom it is for, in the order of the selection. `inFlight`: how many operations may be under

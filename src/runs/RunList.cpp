@@ -107,17 +107,27 @@ void RunList::cancelAll() {
 
 /// It is said before the operation is answered: a change that is being made there is what it is about. Else
 /// it comes late, to the last change, or it is about whatever is asked.
-void RunList::noteReport(const QString& hostName, const Outcome& outcome) const {
+QList<RunPtr> RunList::concernedBy(const QString& hostName) const {
     RunPtr lastChange;
     QList<RunPtr> readings;
     for (const RunPtr& run : active()) {
-        if (run->hasTurnOn(hostName)) return run->note(hostName, outcome);
+        if (run->hasTurnOn(hostName)) return {run};
         if (run->description().isChange && run->outcome(hostName)) lastChange = run;
         if (!run->description().isChange && run->isUnderWayOn(hostName)) readings.append(run);
     }
-    if (lastChange) return lastChange->note(hostName, outcome);
-    for (const RunPtr& run : std::as_const(readings))
+    return lastChange ? QList<RunPtr>{lastChange} : readings;
+}
+
+void RunList::noteReport(const QString& hostName, const Outcome& outcome) const {
+    const QList<RunPtr> concerned = concernedBy(hostName);
+    for (const RunPtr& run : concerned)
         run->note(hostName, outcome);
+}
+
+RunPtr RunList::workOn(const QString& hostName) const {
+    if (const RunPtr here = Run::current()) return here;
+    const QList<RunPtr> concerned = concernedBy(hostName);
+    return concerned.isEmpty() ? nullptr : concerned.first();
 }
 
 void RunList::keepRedo(const Run& run, Redo redo) {

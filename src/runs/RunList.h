@@ -36,6 +36,9 @@ public:
     void cancelAll();
     /// An agent reports something that went wrong: it belongs to what is under way on its computer.
     void noteReport(const QString& hostName, const Outcome& outcome) const;
+    /// The run that something on that computer is about: the one that this thread works for, else what a
+    /// report would belong to. Null when there is none.
+    [[nodiscard]] RunPtr workOn(const QString& hostName) const;
 
     /// How to do it again, on some computers. Kept for the runs of this session, as long as there are not
     /// too many.
@@ -49,6 +52,7 @@ Q_SIGNALS:
     void ended(const RunRecord& record);  ///< only of runs that have a name
 
 private:
+    [[nodiscard]] QList<RunPtr> concernedBy(const QString& hostName) const;
     static constexpr qsizetype mostRedos = 40;
     struct Shared;
     const std::shared_ptr<Shared> m_shared;  ///< with the runs, which may outlive this object

@@ -99,6 +99,26 @@ std::optional<QVariantMap> mended(const QVariantMap& received, std::span<const K
     return kept;
 }
 
+bool isShortText(const QVariant& value) {
+    return value.typeId() == QMetaType::QString && textIn(value).size() <= longestFurtherText;
+}
+
+/// What else the agent tells of it.
+void keepFurtherKeys(const QVariantMap& received, const Table& table, QVariantMap& kept) {
+    const auto isKnown = [&](const QString& name) {
+        return std::any_of(table.keys.begin(), table.keys.end(),
+                           [&](const Key& key) { return name == QLatin1String(key.name); });
+    };
+    qsizetype left = table.mostFurtherKeys;
+    for (auto entry = received.cbegin(); entry != received.cend() && left > 0; ++entry) {
+        if (isKnown(entry.key()) || entry.key().size() > longestFurtherText) continue;
+        const bool isKept = isShortText(*entry) || isDate(*entry) || accepts(Type::Number, *entry);
+        if (!isKept) continue;
+        kept.insert(entry.key(), *entry);
+        --left;
+    }
+}
+
 class Collector {
 public:
     Collector(const Table& table, qsizetype received) : m_table(table), m_received(received) {
@@ -106,10 +126,12 @@ public:
     }
     [[nodiscard]] bool isFull() const { return m_result.entries.size() >= m_table.mostEntries; }
     void add(const QVariantMap& received) {
-        if (isRight(received, m_table.keys))
+        if (isRight(received, m_table.keys)) {
             m_result.entries.append(received);
-        else if (auto entry = mended(received, m_table.keys, m_wrongValues))
+        } else if (auto entry = mended(received, m_table.keys, m_wrongValues)) {
+            keepFurtherKeys(received, m_table, *entry);
             m_result.entries.append(*std::move(entry));
+        }
     }
     [[nodiscard]] Entries take() {
         const qsizetype kept = m_result.entries.size();

@@ -7,10 +7,12 @@
 #include <span>
 
 /// What the tools keep of the answers that agents give. A tool says in a small table which keys its entries
-/// may have and of which kind; whatever else an agent sends is left out. Any thread.
+/// may have and of which kind; whatever else an agent sends is left out,
+/// unless the table says otherwise. Any thread.
 namespace AgentAnswer {
 
 inline constexpr qsizetype longestText = 4'096;
+inline constexpr qsizetype longestFurtherText = 256;  ///< also of such a key
 
 /// A kind of value.
 struct Kind {
@@ -38,6 +40,9 @@ struct Key {
 struct Table {
     std::span<const Key> keys;
     qsizetype mostEntries;
+    /// How many further keys an entry may have; short texts, numbers and dates under them are kept as they
+    /// come.
+    qsizetype mostFurtherKeys = 0;
 };
 struct Entries {
     QList<QVariantMap> entries;  ///< they share what was received wherever that was right

@@ -232,3 +232,5 @@ template <typename Pane, typename Controller>
 
 /// Every tool in the order of the tool list. A new tool is one line in ToolList.inc.
 [[nodiscard]] const QList<Tool>& toolRegistry();
+/// What users call the tool of that identifier; empty where there is none.
+[[nodiscard]] QString toolTitle(const QString& identifier);

@@ -299,6 +299,7 @@ QToolButton* ToolPane::addButtonForAll(const QString& name, const QString& symbo
                                        std::function<void()> action) {
     QToolButton* const button = m_bar->addButton(
         name, symbol, verb, {}, [this, verb, action = std::move(action)] { runForAll(verb, action); });
+    m_bar->keepWords(button);
     m_buttonsForAll.append({button, verb});
     return button;
 }

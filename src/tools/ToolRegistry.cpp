@@ -16,3 +16,9 @@ const QList<Tool>& toolRegistry() {
     };
     return tools;
 }
+
+QString toolTitle(const QString& identifier) {
+    for (const Tool& tool : toolRegistry())
+        if (tool.identifier == identifier) return tool.title;
+    return {};
+}

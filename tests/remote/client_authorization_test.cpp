@@ -25,6 +25,7 @@ public:
         userName = prompt.userName;
         onMainThread([this] { answer(); });
     }
+    void setPasswordsKept(bool) override {}
     void setChecking(bool) override {}
     void showAlert(const QString& messageText, const QString& informativeText) override {
         alerts.append(messageText + u": "_s + informativeText);

@@ -1,3 +1,4 @@
+#include "app/RunStatus.h"
 #include "remote/CallScope.h"
 #include "remote/FakeRemote.h"
 #include "remote/support/ScriptedRoot.h"
@@ -184,6 +185,30 @@ private Q_SLOTS:
         QVERIFY(started < 12);  // those under way go on to their end
         QCOMPARE(record.count(Outcome::Cancelled) + record.count(Outcome::Done), 12);
         QVERIFY(record.count(Outcome::Cancelled) >= 12 - 8);
+    }
+
+    void cancelIsHeardAtOnce() {
+        Bench bench;
+        bench.addClients(1, {});
+        RunList runs;
+        RunStatus status(runs);
+        const RunPtr unnamed = runs.begin({}, {});
+        RunPtr run = runs.begin({.action = u"Disable"_s,
+                                 .actionDone = u"Disabled"_s,
+                                 .subject = u"Film Grain"_s,
+                                 .isChange = true},
+                                {bench.clients[0]});
+        auto hold = std::make_unique<Run::Hold>(run);
+        runs.cancelAll();
+        status.renew();
+        QCOMPARE(status.underWay(), u"Canceling… Disable Film Grain (0 of 1)"_s);
+        hold.reset();
+        run.reset();
+        QTRY_VERIFY(status.last());
+        QCOMPARE(status.lastText(),
+                 u"Canceled “Disable Film Grain”: Disabled on 0 of 1 computer, 1 cancelled"_s);
+        status.renew();
+        QCOMPARE(status.underWay(), u"Canceling…"_s);
     }
 
     /// A slow run of one tool and a quick one of another, whichever begins and ends first: each returns when

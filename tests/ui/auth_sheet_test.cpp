@@ -2,6 +2,7 @@
 #include "remote/VLCallback.h"
 #include "remote/authorization/AuthorizationController.h"
 #include "remote/authorization/AuthorizedRunner.h"
+#include "remote/authorization/VLKeychain.h"
 #include "support/Fleet.h"
 #include "tools/addonry/AddonryController.h"
 #include "widgets/AlertSheet.h"
@@ -34,7 +35,12 @@ class AuthSheetTest : public QObject {
     [[nodiscard]] bool isEnabled() const { return QFile::exists(m_fleet.path(0, pluginPath(true))); }
     /// The administrator's click, which needs rights on the machine.
     void startToggling() {
-        VLThread::detach(u"toggle"_s, [this, enabled = isEnabled()] {
+        const QList<VLServicePtr> selected = m_fleet.console().services().selectedServices();
+        const RunPtr run = m_fleet.console().taskThreads().runs().begin(
+            {.tool = u"addonry"_s, .action = u"Disable"_s, .subject = u"Film Grain"_s},
+            {selected.begin(), selected.end()});
+        VLThread::detach(u"toggle"_s, [this, run, enabled = isEnabled()] {
+            const RunScope scope(run);
             m_fleet.tool<AddonryController>(u"addonry"_s)
                 .context()
                 .authorizedRunner->authExecuteRemoteMethods(u"addonryEnablePlugin:settings:"_s,
@@ -76,6 +82,13 @@ private Q_SLOTS:
         m_user->clear();
         QVERIFY(!m_ok->isEnabled());
         m_sheet->findChild<QCheckBox*>(u"authKeychainCheck"_s)->setChecked(false);
+        m_sheet->findChild<QCheckBox*>(u"authApplyToAllCheck"_s)->setChecked(true);
+        QCOMPARE(m_sheet->findChild<QLabel*>(u"authPurposeText"_s)->text(),
+                 u"For Addonry: Disable Film Grain on Bay 1."_s);
+        std::atomic<bool> isKept{true};
+        VLThread::detach(u"look"_s, [&] { isKept = VLKeychain::outlivesProgram(); });
+        const auto* notKept = m_sheet->findChild<QLabel*>(u"authNotKeptText"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(notKept->isVisible() != isKept, patience);
 
         type(u"admin"_s, u"a guess"_s);
         QVERIFY(m_password->text().isEmpty() && !m_password->isEnabled() && !m_ok->isEnabled());
@@ -107,6 +120,8 @@ private Q_SLOTS:
 
         startToggling();
         QTRY_VERIFY_WITH_TIMEOUT(m_sheet->isVisible(), patience);
+        QCOMPARE(m_user->text(), u"admin"_s);
+        QVERIFY(m_sheet->findChild<QCheckBox*>(u"authApplyToAllCheck"_s)->isChecked());
         QTest::mouseClick(m_sheet->findChild<QPushButton*>(u"authSkipButton"_s), Qt::LeftButton);
         QTRY_COMPARE_WITH_TIMEOUT(m_runs.load(), 3, patience);
         QVERIFY(!m_sheet->isVisible() && !m_fleet.console().taskThreads().processingCancelled());

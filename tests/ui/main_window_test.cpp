@@ -190,11 +190,36 @@ private Q_SLOTS:
         QVERIFY(controller().services().serviceArray().isEmpty());
     }
 
+    void computerAddedByHandIsEdited() {
+        Discovery& discovery = controller().discovery();
+        for (const int port : {2001, 2002})
+            QVERIFY(discovery.submitManualConnection({u"By hand"_s, u"127.0.0.1"_s, port}));
+        controller().services().setSelectedServices({discovery.manualRecord(u"127.0.0.1"_s, 2001)});
+        window().findChild<QAction*>("editComputerAction")->trigger();
+        auto* sheet = find<AddComputerSheet>("addComputerSheet");
+        auto* port = sheet->findChild<QLineEdit*>("connectionPortText");
+        QCOMPARE(port->text(), u"2001"_s);
+        port->setText(u"2002"_s);  // another one's
+        QTest::keyClick(sheet, Qt::Key_Return);
+        QVERIFY(sheet->isVisible() && discovery.manualRecord(u"127.0.0.1"_s, 2001));
+        sheet->findChild<AlertSheet*>()->accept();
+        port->setText(u"2003"_s);
+        sheet->findChild<QLineEdit*>("connectionNameText")->setText(u"Renamed"_s);
+        QTest::keyClick(sheet, Qt::Key_Return);
+        QVERIFY(!sheet->isVisible() && !discovery.manualRecord(u"127.0.0.1"_s, 2001));
+        QCOMPARE(discovery.manualRecord(u"127.0.0.1"_s, 2003)->name(), u"Renamed"_s);
+        const ManualConnections::Entry kept{u"By hand"_s, u"127.0.0.1"_s, 2002},
+            edited{u"Renamed"_s, u"127.0.0.1"_s, 2003};
+        QCOMPARE(ManualConnections::stored(), (QList{kept, edited}));
+    }
+
     /// Going on in another field is what calls the complaint. The rest is in window_session_test.
     void wrongPortIsComplainedAbout() {
         window().findChild<QAction*>("addComputerAction")->trigger();
         auto* sheet = find<AddComputerSheet>("addComputerSheet");
         auto* port = sheet->findChild<QLineEdit*>("connectionPortText");
+        QCOMPARE(port->text(), u"5473"_s);
+        port->clear();
         QTest::keyClicks(port, "1024");
         QTest::keyClicks(sheet->findChild<QLineEdit*>("connectionNameText"), "Bay");
         QTest::keyClicks(sheet->findChild<QLineEdit*>("connectionIPAddressText"), "10.1.1.1");
@@ -211,7 +236,13 @@ private Q_SLOTS:
         addClients();
         auto* button = find<QToolButton>("statusErrorBtn");
         QVERIFY(!button->isVisible());
-        controller().errorCallback()->addStringToQueue(u"Disk full"_s, m_one->hostName());
+        RunList& runs = controller().taskThreads().runs();
+        const RunPtr run =
+            runs.begin({.tool = u"cronwell"_s, .action = u"Remove"_s, .subject = u"3 tasks"_s}, {m_one});
+        {
+            const RunScope scope(run);
+            controller().errorCallback()->addStringToQueue(u"Disk full"_s, m_one->hostName());
+        }
         QTRY_VERIFY(button->isVisible());
         QCOMPARE(button->text(), u"1 error"_s);
 
@@ -219,12 +250,21 @@ private Q_SLOTS:
         auto* log = window().findChild<ErrorLogWindow*>();
         QVERIFY(log && log->isVisible());
         QTest::mouseClick(log->findChild<QPushButton*>(u"errorLogCopy"_s), Qt::LeftButton);
-        QVERIFY(QGuiApplication::clipboard()->text().contains(u"Edit Bay 1\tDisk full"_s));
+        QVERIFY(QGuiApplication::clipboard()->text().contains(
+            u"Edit Bay 1\tCronwell\tRemove 3 tasks\tDisk full"_s));
 
-        QTest::mouseClick(log->findChild<QPushButton*>(u"errorLogUpload"_s), Qt::LeftButton);
-        auto* alert = log->findChild<AlertSheet*>();
-        QVERIFY(alert && alert->windowTitle() == u"Unable to upload the error log"_s);
-        alert->close();
+        controller().services().setSelectedServices({});
+        auto* table = log->findChild<QTreeView*>(u"errorLogTable"_s);
+        Q_EMIT table->customContextMenuRequested(table->visualRect(table->model()->index(0, 0)).center());
+        auto* menu = log->findChild<QMenu*>(u"errorLogMenu"_s);
+        const QList<QAction*> items = menu->actions();
+        const auto show = std::find_if(items.begin(), items.end(), [](const QAction* item) {
+            return item->text() == u"Show Computer"_s;
+        });
+        (*show)->trigger();
+        menu->close();
+        QCOMPARE(controller().services().selectedServices(), QList<VLServicePtr>{m_one});
+        QVERIFY(!log->findChild<QPushButton*>(u"errorLogUpload"_s)->isVisible());  // nothing to send with
         QTest::mouseClick(log->findChild<QPushButton*>(u"errorLogClear"_s), Qt::LeftButton);
         QVERIFY(!button->isVisible());
     }

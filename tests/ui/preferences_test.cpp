@@ -47,10 +47,8 @@ private Q_SLOTS:
     void cleanup() { QVERIFY(m_console->end()); }
 
     void switchesKeepTheirTypes() {
-        const std::tuple<QString, QVariant, QVariant> rows[] = {{u"SUCheckAtStartup"_s, false, true},
-                                                                {u"firstRun"_s, false, true},
-                                                                {u"autoRefresh"_s, 0LL, 1LL},
-                                                                {u"authAddKeychain"_s, 0LL, 1LL}};
+        const std::tuple<QString, QVariant, QVariant> rows[] = {
+            {u"firstRun"_s, false, true}, {u"autoRefresh"_s, 0LL, 1LL}, {u"authAddKeychain"_s, 0LL, 1LL}};
         for (const auto& [key, off, on] : rows) {
             auto* box = preferences().findChild<QCheckBox*>(key);
             QVERIFY(box && box->isChecked());  // what holds while nothing is stored

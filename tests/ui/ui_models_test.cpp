@@ -109,7 +109,7 @@ private Q_SLOTS:
     }
 
     void errorLogKeepsRowsWhenOneIsAdded() {
-        ErrorLogModel model(friendly);
+        ErrorLogModel model(friendly, toolTitle);
         const QAbstractItemModelTester tester(&model, failing);
         const auto record = [](const QString& text) {
             return std::make_shared<const ErrorRecord>(
@@ -150,7 +150,7 @@ private Q_SLOTS:
         QVERIFY(isLiteral(
             addonry.index(2, VLPluginItem::Name, addonry.index(0, 0)).data(Qt::ToolTipRole).toString()));
 
-        ErrorLogModel errors(friendly);
+        ErrorLogModel errors(friendly, toolTitle);
         errors.setQueue({std::make_shared<const ErrorRecord>(
             ErrorRecord{markup, markup, {}, QDateTime::currentDateTimeUtc(), {}})});
         for (const int column : {ErrorLogModel::Computer, ErrorLogModel::Description})

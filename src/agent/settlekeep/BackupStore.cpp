@@ -338,6 +338,16 @@ qsizetype BackupStore::setLocked(const QList<Group>& groups, bool locked, bool* 
     return count;
 }
 
+QStringList BackupStore::lockedKeys() const {
+    QStringList keys;
+    const auto isLocked = [this](const QString& file) {
+        return isThere(absolute(file)) && m_writer.isLocked(absolute(file));
+    };
+    for (const Group& group : PreferenceKeys::allGroups())
+        if (std::any_of(group.files.begin(), group.files.end(), isLocked)) keys.append(group.key);
+    return keys;
+}
+
 void BackupStore::recover() const {
     m_change.recover();
     const auto entries = m_tree.entries(m_working, Links::Refuse);

@@ -20,8 +20,8 @@
 /// is kept, see AutomaticBackups: with the change or not at all.
 ///
 /// Throws VLException in plain words, with the disk as it was before; it is named VLException::refused where
-/// nothing is wrong with the workstation except that it is not in the state for what is asked. All but list()
-/// and data() are for one thread at a time.
+/// nothing is wrong with the workstation except that it is not in the state for what is asked. All but
+/// list(), data() and lockedKeys() are for one thread at a time.
 class BackupStore {
 public:
     static constexpr int mostListed = 2'000;
@@ -55,6 +55,9 @@ public:
     /// with read-only.
     qsizetype setLocked(const QList<PreferenceKeys::Group>& groups, bool locked,
                         bool* couldBeImmutable) const;
+
+    /// Of the groups of which a part is locked.
+    [[nodiscard]] QStringList lockedKeys() const;
 
     /// Completes what an earlier run began, and removes what it left lying about.
     void recover() const;

@@ -107,6 +107,10 @@ QList<Group> PreferenceKeys::mainGroups() {
     return groupsThat([](const Application&, const Group& group) { return group.isMain; });
 }
 
+QList<Group> PreferenceKeys::allGroups() {
+    return groupsThat([](const Application&, const Group&) { return true; });
+}
+
 QStringList PreferenceKeys::files(const QList<Group>& groups) {
     QStringList all;
     for (const Group& group : groups)

@@ -20,6 +20,7 @@ struct Group {
 /// Those of a list that may come from another version of the suite: what is not known is left out.
 [[nodiscard]] QList<Group> knownGroups(const QStringList& keys);
 [[nodiscard]] QList<Group> mainGroups();
+[[nodiscard]] QList<Group> allGroups();
 /// The files of all groups, each once.
 [[nodiscard]] QStringList files(const QList<Group>& groups);
 

@@ -63,6 +63,11 @@ public:
         return m_agent.consoleUser().isEmpty() ? QVariantMap() : store().list();
     }
     [[nodiscard]] QByteArray data(const QString& path) const { return store().data(path); }
+    [[nodiscard]] QVariantList lockedKeys() const {
+        if (m_agent.consoleUser().isEmpty()) return {};
+        const QStringList keys = store().lockedKeys();
+        return {keys.begin(), keys.end()};
+    }
 
     void backUp(quint64 peer, const QVariant& name, const QVariant& type, const QList<Group>& groups) {
         const QString checked = checkedName(name);
@@ -181,6 +186,8 @@ void addBackupOperations(OperationTable& table, const std::shared_ptr<Settlekeep
     });
     table.add(QStringLiteral("settlekeepLastUndo"),
               [service](const OperationCall& call) { return QVariant(service->lastUndo(call.peer)); });
+    table.add(QStringLiteral("settlekeepLockedKeys"),
+              [service](const OperationCall&) { return QVariant(service->lockedKeys()); });
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "clients/VLService.h"
 #include "desktop/VLAlert.h"
 #include "remote/authorization/AuthorizationController.h"
+#include "tools/ToolPane.h"
 #include "widgets/Theme.h"
 
 #include <QCheckBox>
@@ -24,11 +25,13 @@ AuthSheet::AuthSheet(AuthorizationController& controller, QWidget* parent)
       m_icon(new QLabel(this)),
       m_hostName(new QLabel(this)),
       m_text(new QLabel(this)),
+      m_purpose(new QLabel(this)),
       m_status(new QLabel(this)),
       m_userName(new QLineEdit(this)),
       m_password(new QLineEdit(this)),
       m_applyToAll(new QCheckBox(QStringLiteral("Use for all selected computers"), this)),
-      m_keychain(new QCheckBox(QStringLiteral("Remember the password in my keychain"), this)) {
+      m_keychain(new QCheckBox(QStringLiteral("Remember the password in my keyring"), this)),
+      m_notKept(new QLabel(this)) {
     setObjectName(QStringLiteral("windowAuth"));
     setAttribute(Qt::WA_DeleteOnClose, false);
     buildHeader();
@@ -43,7 +46,8 @@ void AuthSheet::buildHeader() {
     m_icon->setAlignment(Qt::AlignCenter);
     m_hostName->setObjectName(QStringLiteral("authHostNameText"));
     m_hostName->setFont(themeFont(1.05, QFont::DemiBold));
-    for (QLabel* label : {m_hostName, m_text}) {
+    m_purpose->setObjectName(QStringLiteral("authPurposeText"));
+    for (QLabel* label : {m_hostName, m_text, m_purpose, m_notKept}) {
         label->setTextFormat(Qt::PlainText);
         label->setWordWrap(true);
     }
@@ -56,6 +60,7 @@ void AuthSheet::buildHeader() {
     header->addWidget(m_icon, 0, Qt::AlignTop);
     header->addLayout(words, 1);
     body()->addLayout(header);
+    body()->addWidget(m_purpose);
     body()->addSpacing(Metrics::unit);
 }
 
@@ -85,6 +90,13 @@ void AuthSheet::buildFields() {
     body()->addSpacing(Metrics::unit / 2);
     body()->addWidget(m_applyToAll);
     body()->addWidget(m_keychain);
+    m_notKept->setObjectName(QStringLiteral("authNotKeptText"));
+    m_notKept->setFont(themeFont(0.9));
+    m_notKept->setForegroundRole(QPalette::PlaceholderText);
+    m_notKept->setText(
+        QStringLiteral("No keyring answers on this desktop: the password is forgotten when Orlendo quits."));
+    m_notKept->hide();
+    body()->addWidget(m_notKept);
     body()->addWidget(m_status);
     connect(m_userName, &QLineEdit::textChanged, this, &AuthSheet::updateButtons);
 }
@@ -104,7 +116,7 @@ void AuthSheet::showSheet(const Prompt& prompt) {
     const QString name = prompt.service->name();
     setProperty("isAboutClient", true);
     setWindowTitle(QStringLiteral("Authorization for %1").arg(name));
-    setAccessibleDescription(prompt.text);
+    setAccessibleDescription(prompt.text + u' ' + purposeOf(prompt));
     m_hostName->setText(name);
     m_text->setText(prompt.text);
     const auto service = std::dynamic_pointer_cast<VLService>(prompt.service);
@@ -119,11 +131,34 @@ void AuthSheet::showSheet(const Prompt& prompt) {
     m_userName->setText(prompt.userName);
     m_userName->selectAll();
     m_password->clear();
-    m_applyToAll->setChecked(false);
+    const QString purpose = purposeOf(prompt);
+    m_purpose->setText(purpose);
+    m_purpose->setVisible(!purpose.isEmpty());
+    setPasswordsKept(true);
     m_keychain->setChecked(prompt.addToKeychain);
     setChecking(false);
     open();
     m_userName->setFocus();
+}
+
+/// "For Cronwell: Remove 3 tasks on Bay 1, Bay 2 and Bay 3."
+QString AuthSheet::purposeOf(const Prompt& prompt) {
+    if (prompt.action.isEmpty()) return {};
+    constexpr qsizetype longestShown = 60;
+    QStringList names;
+    for (const QString& name : prompt.computers)
+        names.append(name.left(longestShown));
+    QString text = toolTitle(prompt.tool);
+    if (!text.isEmpty()) text += QStringLiteral(": ");
+    text = QStringLiteral("For ") + text + prompt.action.left(2 * longestShown);
+    if (!names.isEmpty()) text += QStringLiteral(" on ") + ToolPane::listed(names);
+    return text + u'.';
+}
+
+/// Without a keyring the box still says whether the password is used again until the end.
+void AuthSheet::setPasswordsKept(bool kept) {
+    m_notKept->setVisible(!kept);
+    if (isVisible()) resize(width(), layout()->totalHeightForWidth(width()));
 }
 
 void AuthSheet::setChecking(bool checking) {

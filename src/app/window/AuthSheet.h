@@ -9,7 +9,7 @@ class QLabel;
 class QLineEdit;
 
 /// Asks for an administrator of one client. Comes and goes as the controller says; Escape and the close
-/// button cancel.
+/// button cancel. Whether it is to count for all computers stays as it was set the last time.
 class AuthSheet : public Sheet, public AuthorizationView {
     Q_OBJECT
 public:
@@ -17,6 +17,7 @@ public:
     AuthSheet(AuthorizationController& controller, QWidget* parent);
 
     void showSheet(const Prompt& prompt) override;
+    void setPasswordsKept(bool kept) override;
     void setChecking(bool checking) override;
     void showAlert(const QString& messageText, const QString& informativeText) override;
     void orderOut() override;
@@ -25,6 +26,7 @@ public:
     void reject() override;
 
 private:
+    [[nodiscard]] static QString purposeOf(const Prompt& prompt);
     void buildHeader();
     void buildFields();
     void buildButtons();
@@ -35,11 +37,13 @@ private:
     QLabel* m_icon;
     QLabel* m_hostName;
     QLabel* m_text;
+    QLabel* m_purpose;
     QLabel* m_status;
     QLineEdit* m_userName;
     QLineEdit* m_password;
     QCheckBox* m_applyToAll;
     QCheckBox* m_keychain;
+    QLabel* m_notKept;
     QPushButton* m_ok = nullptr;
     bool m_isChecking = false;
 };

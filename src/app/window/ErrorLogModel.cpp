@@ -9,11 +9,15 @@
 #include <unordered_set>
 
 QStringList ErrorLogModel::columnNames() {
-    return {QStringLiteral("date"), QStringLiteral("hostname"), QStringLiteral("description")};
+    return {QStringLiteral("date"), QStringLiteral("hostname"), QStringLiteral("tool"),
+            QStringLiteral("action"), QStringLiteral("description")};
 }
 
-ErrorLogModel::ErrorLogModel(std::function<QString(const QString&)> friendlyName, QObject* parent)
-    : QAbstractTableModel(parent), m_friendlyName(std::move(friendlyName)) {}
+ErrorLogModel::ErrorLogModel(std::function<QString(const QString&)> friendlyName,
+                             std::function<QString(const QString&)> toolTitle, QObject* parent)
+    : QAbstractTableModel(parent),
+      m_friendlyName(std::move(friendlyName)),
+      m_toolTitle(std::move(toolTitle)) {}
 
 /// From the end, each run of neighbours at once.
 void ErrorLogModel::removeAllBut(const ErrorQueue::Records& queue) {
@@ -72,6 +76,10 @@ QVariant ErrorLogModel::data(const QModelIndex& index, int role) const {
             if (role == Qt::DisplayRole || role == SortRole) return computer;
             if (role == Qt::ToolTipRole) return literalText(record.hostName);
             return {};
+        case Tool:
+            return role == Qt::DisplayRole || role == SortRole ? m_toolTitle(record.tool) : QVariant();
+        case Action:
+            return role == Qt::DisplayRole || role == SortRole ? QVariant(record.action) : QVariant();
         case Description:
             if (role == Qt::DisplayRole && !record.appName.isEmpty()) {
                 return QStringLiteral("%1: %2").arg(record.appName, record.description);
@@ -88,6 +96,7 @@ QVariant ErrorLogModel::data(const QModelIndex& index, int role) const {
 
 QVariant ErrorLogModel::headerData(int section, Qt::Orientation orientation, int role) const {
     static const QStringList titles{QStringLiteral("Date"), QStringLiteral("Computer"),
+                                    QStringLiteral("Tool"), QStringLiteral("Action"),
                                     QStringLiteral("Description")};
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return {};
     if (role == Qt::DisplayRole) return titles.at(section);

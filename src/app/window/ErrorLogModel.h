@@ -11,13 +11,14 @@
 class ErrorLogModel : public QAbstractTableModel {
     Q_OBJECT
 public:
-    enum Column { Date, Computer, Description, ColumnCount };
+    enum Column { Date, Computer, Tool, Action, Description, ColumnCount };
     enum Role { SortRole = Qt::UserRole, HostNameRole };
     /// Names of the columns in the stored sort settings, in their order.
     [[nodiscard]] static QStringList columnNames();
 
-    explicit ErrorLogModel(std::function<QString(const QString& hostName)> friendlyName,
-                           QObject* parent = nullptr);
+    /// They turn host names and identifiers of tools into what is shown.
+    ErrorLogModel(std::function<QString(const QString& hostName)> friendlyName,
+                  std::function<QString(const QString& identifier)> toolTitle, QObject* parent = nullptr);
 
     /// `queue` is newest first. Records that are still there keep their rows.
     void setQueue(const ErrorQueue::Records& queue);
@@ -30,6 +31,6 @@ public:
 private:
     void removeAllBut(const ErrorQueue::Records& queue);
 
-    std::function<QString(const QString&)> m_friendlyName;
+    std::function<QString(const QString&)> m_friendlyName, m_toolTitle;
     ErrorQueue::Records m_records;
 };

@@ -1,18 +1,20 @@
 #include "app/window/ErrorLogWindow.h"
 
 #include "app/ErrorLog.h"
-#include "app/MakerSite.h"
 #include "app/window/ErrorLogModel.h"
 #include "clients/ServiceList.h"
-#include "desktop/VLAlert.h"
+#include "tools/Tool.h"
 #include "widgets/CellDelegate.h"
 #include "widgets/EmptyState.h"
+#include "widgets/PaneParts.h"
 #include "widgets/RowCopy.h"
+#include "widgets/SymbolIcon.h"
 #include "widgets/TableSorting.h"
 #include "widgets/Theme.h"
 #include "widgets/ViewUtilities.h"
 
 #include <QHeaderView>
+#include <QMenu>
 #include <QPushButton>
 #include <QShortcut>
 #include <QStackedWidget>
@@ -25,11 +27,13 @@ constexpr std::chrono::milliseconds pauseBetweenReloads{250};
 
 }  // namespace
 
-ErrorLogWindow::ErrorLogWindow(ErrorLog& log, const ServiceList& services, QWidget* parent)
+ErrorLogWindow::ErrorLogWindow(ErrorLog& log, ServiceList& services, QWidget* parent)
     : QWidget(parent, Qt::Window),
       m_log(log),
+      m_services(services),
       m_model(new ErrorLogModel(
-          [&services](const QString& hostName) { return services.friendlyServiceName(hostName); }, this)),
+          [&services](const QString& hostName) { return services.friendlyServiceName(hostName); }, toolTitle,
+          this)),
       m_sorted(new QSortFilterProxyModel(this)),
       m_table(new QTreeView(this)),
       m_stack(new QStackedWidget(this)),
@@ -39,7 +43,7 @@ ErrorLogWindow::ErrorLogWindow(ErrorLog& log, const ServiceList& services, QWidg
       m_clear(new QPushButton(QStringLiteral("Clear"), this)) {
     setObjectName(QStringLiteral("errorLogWindow"));
     setWindowTitle(QStringLiteral("Error Log"));
-    resize(820, 440);
+    resize(980, 460);
     buildTable();
     m_empty->setContents(
         QStringLiteral("ok"), QStringLiteral("No errors"),
@@ -51,6 +55,7 @@ ErrorLogWindow::ErrorLogWindow(ErrorLog& log, const ServiceList& services, QWidg
     m_copy->setToolTip(QStringLiteral("Copy the selected errors, or all when none is selected"));
     m_upload->setObjectName(QStringLiteral("errorLogUpload"));
     m_upload->setToolTip(QStringLiteral("Send all errors to the maker of Orlendo"));
+    m_upload->setVisible(m_log.canUploadErrorLog());
     m_clear->setObjectName(QStringLiteral("errorLogClear"));
     auto* buttons = new QHBoxLayout;
     buttons->setContentsMargins(Metrics::unit * 2, Metrics::unit * 1.5, Metrics::unit * 2,
@@ -109,15 +114,46 @@ void ErrorLogWindow::buildTable() {
     m_table->setAlternatingRowColors(true);
     m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setItemDelegate(new CellDelegate(m_table));
+    m_table->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_table, &QWidget::customContextMenuRequested, this, &ErrorLogWindow::showMenu);
     m_table->setModel(m_sorted);
     m_table->setSortingEnabled(true);
     QHeaderView* header = m_table->header();
     rememberSorting(header, QStringLiteral("errorLogTable"), ErrorLogModel::columnNames());
     m_sorted->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
     header->setFont(themeFont(0.92, QFont::Medium));
-    header->resizeSection(ErrorLogModel::Date, 184);
-    header->resizeSection(ErrorLogModel::Computer, 170);
+    header->resizeSection(ErrorLogModel::Date, 150);
+    header->resizeSection(ErrorLogModel::Computer, 150);
+    header->resizeSection(ErrorLogModel::Tool, 96);
+    header->resizeSection(ErrorLogModel::Action, 170);
     header->setSectionsMovable(false);
+}
+
+/// About the row that it was opened on, which may be gone when something is chosen.
+void ErrorLogWindow::showMenu(const QPoint& position) {
+    const QModelIndex index = m_table->indexAt(position);
+    const QString hostName = index.data(ErrorLogModel::HostNameRole).toString();
+    QMenu* const menu = makeContextMenu(*m_table, QStringLiteral("errorLogMenu"));
+    addCopyItem(*menu, *m_table);
+    menu->addSeparator();
+    QAction* const show =
+        menu->addAction(symbolIcon(QStringLiteral("computer")), QStringLiteral("Show Computer"), this,
+                        [this, hostName] { showComputer(hostName); });
+    show->setEnabled(m_services.serviceWithHostName(hostName) != nullptr);
+    QAction* const select = menu->addAction(QStringLiteral("Select All of This Computer"), this,
+                                            [this, hostName] { selectErrorsOf(hostName); });
+    select->setEnabled(index.isValid());
+    menu->popup(m_table->viewport()->mapToGlobal(position));
+}
+
+void ErrorLogWindow::showComputer(const QString& hostName) {
+    const VLServicePtr service = m_services.serviceWithHostName(hostName);
+    if (!service) return;
+    m_services.setSelectedServices({service});
+    QWidget* const list = parentWidget() ? parentWidget()->window() : nullptr;
+    if (!list) return;
+    list->raise();
+    list->activateWindow();
 }
 
 void ErrorLogWindow::reload() {
@@ -132,12 +168,7 @@ void ErrorLogWindow::reload() {
 }
 
 void ErrorLogWindow::upload() {
-    if (m_log.canUploadErrorLog()) return m_log.uploadErrorLog(this);
-    VLAlert::alertSheetWithMessageText(
-        QStringLiteral("Unable to upload the error log"), {}, {}, {},
-        QStringLiteral("This version cannot send anything to %1 yet. Copy the errors and send them yourself.")
-            .arg(MakerSite::errorLogUpload().host()),
-        this, false);
+    m_log.uploadErrorLog(this);
 }
 
 void ErrorLogWindow::selectErrorsOf(const QString& hostName) {

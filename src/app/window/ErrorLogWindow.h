@@ -18,7 +18,7 @@ class ErrorLogWindow : public QWidget {
     Q_OBJECT
 public:
     /// Both outlive the window.
-    ErrorLogWindow(ErrorLog& log, const ServiceList& services, QWidget* parent = nullptr);
+    ErrorLogWindow(ErrorLog& log, ServiceList& services, QWidget* parent = nullptr);
     /// Selects the errors of one client and brings the first of them into view.
     void selectErrorsOf(const QString& hostName);
 
@@ -30,9 +30,12 @@ private:
     void reload();
     void reloadSoon();
     void copy();
+    void showMenu(const QPoint& position);
+    void showComputer(const QString& hostName);
     void upload();
 
     ErrorLog& m_log;
+    ServiceList& m_services;
     ErrorLogModel* m_model;
     QSortFilterProxyModel* m_sorted;
     QTreeView* m_table;

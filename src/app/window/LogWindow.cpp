@@ -92,6 +92,7 @@ LogWindow::LogWindow(QWidget* parent)
     connect(new QShortcut(QKeySequence::FindNext, this), &QShortcut::activated, this,
             [this] { find(false, false); });
     connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
     m_timer.setInterval(interval);
     connect(&m_timer, &QTimer::timeout, this, &LogWindow::readOn);
 }

@@ -138,6 +138,7 @@ void MainWindow::watchController() {
     connect(&services, &ServiceList::serviceUpdated, m_clientActions, &ClientActions::update);
     connect(&services, &ServiceList::selectionChanged, this, [this] {
         m_clientActions->update();
+        updateEditComputer();
         ToolController* tool = m_controller.toolSet().toolController(m_tools->selectedIdentifier());
         if (tool) Q_EMIT tool->selectionChanged();
     });
@@ -259,6 +260,22 @@ void MainWindow::openAddComputer(QWidget* over) {
     (new AddComputerSheet(submit, over))->open();
 }
 
+void MainWindow::openEditComputer(const VLServicePtr& service, QWidget* over) {
+    if (!service || !service->isManual()) return;
+    const auto submit = [this, service](const ManualConnections::Entry& entry) {
+        return m_controller.discovery().replaceManualConnection(service, entry);
+    };
+    ManualConnections::Entry entry{service->name(), service->manualIP(), service->port()};
+    for (const ManualConnections::Entry& stored : ManualConnections::stored())  // as it was entered
+        if (stored.ip == entry.ip && stored.port == entry.port) entry.name = stored.name;
+    (new AddComputerSheet(entry, submit, over))->open();
+}
+
+void MainWindow::updateEditComputer() {
+    const VLServicePtr service = m_outline->singleSelectedService();
+    m_editComputer->setEnabled(service && service->isManual());
+}
+
 void MainWindow::showActivity() {
     if (!m_activity) {
         m_activity = new ActivityWindow(m_controller.activity(), m_controller.toolSet().tools(),
@@ -295,6 +312,11 @@ void MainWindow::showPreferences() {
                                               m_controller.canAuthenticate(), this);
         connect(m_preferences, &PreferencesWindow::addComputerRequested, this,
                 [this] { openAddComputer(m_preferences); });
+        connect(m_preferences, &PreferencesWindow::editComputerRequested, this,
+                [this](const ManualConnections::Entry& entry) {
+                    openEditComputer(m_controller.discovery().manualRecord(entry.ip, entry.port),
+                                     m_preferences);
+                });
     }
     bringToFront(m_preferences.data());
 }
@@ -345,6 +367,7 @@ void MainWindow::showClientMenu(const QPoint& position) {
         m_clientActions->addCommandsTo(menu);
     } else {
         m_clientActions->addTo(menu);
+        if (m_editComputer->isEnabled()) menu->addAction(m_editComputer);
         menu->addSeparator();
         m_groupActions->addMoveMenu(menu);
     }

@@ -70,6 +70,9 @@ private:
     void toolSelected(const QString& identifier);
     void copy();
     void openAddComputer(QWidget* over);
+    /// Of one that was added by hand.
+    void openEditComputer(const VLServicePtr& service, QWidget* over);
+    void updateEditComputer();
     void showClientMenu(const QPoint& position);
     void showAdminOutdated(const QString& clientName);
     static void closeWindowsAbout(const QString& clientName);
@@ -93,6 +96,7 @@ private:
     QPointer<PreferencesWindow> m_preferences;
 
     QAction* m_addComputer = nullptr;
+    QAction* m_editComputer = nullptr;
     QAction* m_refresh = nullptr;
     QAction* m_softwareUpdate = nullptr;
     QAction* m_showActivity = nullptr;

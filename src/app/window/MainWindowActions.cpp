@@ -48,6 +48,11 @@ void MainWindow::buildActions() {
     m_addComputer = makeAction(QStringLiteral("Add Computer"), "add-computer",
                                QStringLiteral("Add a computer by its address"), QKeySequence::New);
     m_addComputer->setObjectName(QStringLiteral("addComputerAction"));
+    m_editComputer =
+        makeAction(QStringLiteral("Edit Computer…"), "info",
+                   QStringLiteral("Change the name, the address or the port of a computer added by hand"),
+                   QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
+    m_editComputer->setObjectName(QStringLiteral("editComputerAction"));
     m_refresh = makeAction(QStringLiteral("Refresh"), "refresh",
                            QStringLiteral("Read the visible tool's data from the selected computers again"),
                            QKeySequence(Qt::Key_F5));
@@ -65,6 +70,9 @@ void MainWindow::buildActions() {
         makeAction(QStringLiteral("Error Log"), "error-log",
                    QStringLiteral("Show the errors of all computers"), QKeySequence(Qt::CTRL | Qt::Key_E));
     connect(m_addComputer, &QAction::triggered, this, &MainWindow::showAddComputer);
+    connect(m_editComputer, &QAction::triggered, this,
+            [this] { openEditComputer(m_outline->singleSelectedService(), this); });
+    updateEditComputer();
     connect(m_refresh, &QAction::triggered, this, [this] { m_controller.toolSet().refresh(); });
     connect(m_showActivity, &QAction::triggered, this, &MainWindow::showActivity);
     connect(m_showLog, &QAction::triggered, this, &MainWindow::showLog);
@@ -155,6 +163,7 @@ void MainWindow::buildMenus() {
 
     QMenu* computer = menuBar()->addMenu(QStringLiteral("&Computer"));
     m_clientActions->addTo(computer);
+    computer->addAction(m_editComputer);
     computer->addSeparator();
     m_groupActions->addMoveMenu(computer);
     m_groupActions->addGroupItems(computer);
@@ -220,14 +229,16 @@ void MainWindow::buildHelpMenu(QMenu* menu) {
                                                address.toString(), this, false);
         });
     };
-    addPage(QStringLiteral("Orlendo &Manual"), MakerSite::Page::Manual);
-    addPage(QStringLiteral("&Orlendo Home Page"), MakerSite::Page::Console);
-    addPage(QStringLiteral("&Corvalin Suite Home Page"), MakerSite::Page::Suite);
-    addPage(QStringLiteral("Maker's &Home Page"), MakerSite::Page::Home);
-    menu->addSeparator();
-    addPage(QStringLiteral("Make a &Suggestion"), MakerSite::Page::Suggestion);
-    addPage(QStringLiteral("Report a &Bug"), MakerSite::Page::BugReport);
-    menu->addSeparator();
+    if (MakerSite::isThere()) {
+        addPage(QStringLiteral("Orlendo &Manual"), MakerSite::Page::Manual);
+        addPage(QStringLiteral("&Orlendo Home Page"), MakerSite::Page::Console);
+        addPage(QStringLiteral("&Corvalin Suite Home Page"), MakerSite::Page::Suite);
+        addPage(QStringLiteral("Maker's &Home Page"), MakerSite::Page::Home);
+        menu->addSeparator();
+        addPage(QStringLiteral("Make a &Suggestion"), MakerSite::Page::Suggestion);
+        addPage(QStringLiteral("Report a &Bug"), MakerSite::Page::BugReport);
+        menu->addSeparator();
+    }
     QAction* about = menu->addAction(QStringLiteral("&About Orlendo"), this, &MainWindow::showAbout);
     about->setMenuRole(QAction::AboutRole);
 }

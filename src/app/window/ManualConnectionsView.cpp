@@ -4,10 +4,12 @@
 #include "clients/ServiceList.h"
 #include "widgets/CellDelegate.h"
 #include "widgets/EmptyState.h"
+#include "widgets/PaneParts.h"
 #include "widgets/Theme.h"
 #include "widgets/ViewUtilities.h"
 
 #include <QHeaderView>
+#include <QMenu>
 #include <QPushButton>
 #include <QShortcut>
 #include <QStackedWidget>
@@ -37,7 +39,8 @@ ManualConnectionsView::ManualConnectionsView(ServiceList& services, ClientComman
       m_model(new QStandardItemModel(0, 3, this)),
       m_table(new QTreeView(this)),
       m_stack(new QStackedWidget(this)),
-      m_remove(new QPushButton(QStringLiteral("Remove"), this)) {
+      m_remove(new QPushButton(QStringLiteral("Remove"), this)),
+      m_edit(new QPushButton(QStringLiteral("Edit…"), this)) {
     buildTable();
     auto* empty = new EmptyState(this);
     empty->setContents(QStringLiteral("computers"), QStringLiteral("No manual connections"),
@@ -48,10 +51,14 @@ ManualConnectionsView::ManualConnectionsView(ServiceList& services, ClientComman
     add->setAutoDefault(false);
     m_remove->setObjectName(QStringLiteral("removeConnection"));
     m_remove->setToolTip(QStringLiteral("End the connection and forget the address"));
+    m_edit->setObjectName(QStringLiteral("editConnection"));
+    m_edit->setToolTip(QStringLiteral("Change the name, the address or the port"));
+    m_edit->setAutoDefault(false);
     auto* buttons = new QHBoxLayout;
     buttons->setSpacing(Metrics::unit);
     buttons->addStretch();
     buttons->addWidget(m_remove);
+    buttons->addWidget(m_edit);
     buttons->addWidget(add);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -61,6 +68,10 @@ ManualConnectionsView::ManualConnectionsView(ServiceList& services, ClientComman
 
     connect(add, &QPushButton::clicked, this, &ManualConnectionsView::addRequested);
     connect(m_remove, &QPushButton::clicked, this, &ManualConnectionsView::removeSelected);
+    connect(m_edit, &QPushButton::clicked, this, &ManualConnectionsView::editSelected);
+    connect(m_table, &QAbstractItemView::activated, this, &ManualConnectionsView::editSelected);
+    m_table->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_table, &QWidget::customContextMenuRequested, this, &ManualConnectionsView::showMenu);
     auto* shortcut = new QShortcut(QKeySequence::Delete, m_table);
     shortcut->setContext(Qt::WidgetShortcut);
     connect(shortcut, &QShortcut::activated, this, &ManualConnectionsView::removeSelected);
@@ -141,6 +152,21 @@ void ManualConnectionsView::removeSelected() {
     selectFirstItemInTable(*m_table);
 }
 
+void ManualConnectionsView::editSelected() {
+    const QModelIndexList rows = m_table->selectionModel()->selectedRows();
+    if (rows.size() == 1) Q_EMIT editRequested(m_entries.at(rows.first().row()));
+}
+
+void ManualConnectionsView::showMenu(const QPoint& position) {
+    QMenu* const menu = makeContextMenu(*m_table, QStringLiteral("manualConnectionsMenu"));
+    menu->addAction(m_edit->text(), this, &ManualConnectionsView::editSelected)
+        ->setEnabled(m_edit->isEnabled());
+    menu->addAction(m_remove->text(), this, &ManualConnectionsView::removeSelected)
+        ->setEnabled(m_remove->isEnabled());
+    menu->popup(m_table->viewport()->mapToGlobal(position));
+}
+
 void ManualConnectionsView::updateButtons() {
     m_remove->setEnabled(m_table->selectionModel()->hasSelection());
+    m_edit->setEnabled(m_table->selectionModel()->selectedRows().size() == 1);
 }

@@ -11,7 +11,8 @@ class QStandardItemModel;
 class QStackedWidget;
 class QTreeView;
 
-/// The stored manual connections: what they are, whether they stand, and a way to remove them.
+/// The stored manual connections: what they are, whether they stand, and ways to change and to remove
+/// them.
 class ManualConnectionsView : public QWidget {
     Q_OBJECT
 public:
@@ -20,6 +21,7 @@ public:
 
 Q_SIGNALS:
     void addRequested();
+    void editRequested(const ManualConnections::Entry& entry);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -28,6 +30,8 @@ private:
     void buildTable();
     void reload();
     void removeSelected();
+    void editSelected();
+    void showMenu(const QPoint& position);
     void updateButtons();
     [[nodiscard]] QString stateOf(const ManualConnections::Entry& entry) const;
 
@@ -36,7 +40,7 @@ private:
     QStandardItemModel* m_model;
     QTreeView* m_table;
     QStackedWidget* m_stack;
-    QPushButton* m_remove;
+    QPushButton *m_remove, *m_edit;
     QList<ManualConnections::Entry> m_entries;  ///< the rows of the table
     bool m_reloadPending = false;
 };

@@ -1,5 +1,6 @@
 #include "app/window/PreferencesWindow.h"
 
+#include "app/AppServices.h"
 #include "app/Preferences.h"
 #include "app/window/ManualConnectionsView.h"
 #include "base/VLFormat.h"
@@ -117,19 +118,19 @@ QCheckBox* PreferencesWindow::addSwitch(QVBoxLayout* page, const QString& key, c
 }
 
 void PreferencesWindow::buildGeneral(QVBoxLayout* page) {
-    for (const QCheckBox* box : {
-             addSwitch(page, QStringLiteral("SUCheckAtStartup"),
-                       QStringLiteral("Check for newer versions at start"),
-                       QStringLiteral("Orlendo looks for a newer version of itself each time it starts.")),
-             addSwitch(page, QStringLiteral("autoRefresh"),
-                       QStringLiteral("Refresh the visible tool automatically"),
-                       QStringLiteral("Tools whose data changes by itself are read again every 30 seconds to "
-                                      "5 minutes while Orlendo is in front.")),
-             addSwitch(page, QStringLiteral("firstRun"), QStringLiteral("Show the welcome at the next start"),
-                       QStringLiteral("It explains how the window is used, and is shown once.")),
-         })
-        connect(box, &QCheckBox::clicked, this,
-                [key = box->objectName()](bool on) { Preferences::setOn(key, on); });
+    const auto add = [&](const char* key, const QString& text, const QString& help) {
+        const QString name = QLatin1String(key);
+        connect(addSwitch(page, name, text, help), &QCheckBox::clicked, this,
+                [name](bool on) { Preferences::setOn(name, on); });
+    };
+    if (AppServices::looksForUpdatesToSelf)
+        add("SUCheckAtStartup", QStringLiteral("Check for newer versions at start"),
+            QStringLiteral("Orlendo looks for a newer version of itself each time it starts."));
+    add("autoRefresh", QStringLiteral("Refresh the visible tool automatically"),
+        QStringLiteral("Tools whose data changes by itself are read again every 30 seconds to "
+                       "5 minutes while Orlendo is in front."));
+    add("firstRun", QStringLiteral("Show the welcome at the next start"),
+        QStringLiteral("It explains how the window is used, and is shown once."));
 
     auto* caption = new QLabel(QStringLiteral("&Theme:"), this);
     m_theme = new QComboBox(this);
@@ -158,7 +159,7 @@ void PreferencesWindow::buildSecurity(QVBoxLayout* page) {
     connect(password, &QCheckBox::clicked, this, &PreferencesWindow::passwordToggled);
     const QString keychain = QStringLiteral("authAddKeychain");
     const QCheckBox* store =
-        addSwitch(page, keychain, QStringLiteral("Store client passwords in the keychain"),
+        addSwitch(page, keychain, QStringLiteral("Store client passwords in the keyring"),
                   QStringLiteral("An administrator's password that was entered for a computer is offered "
                                  "again the next time. Otherwise it is forgotten when Orlendo quits."));
     connect(store, &QCheckBox::clicked, this, [keychain](bool on) { Preferences::setOn(keychain, on); });
@@ -175,6 +176,8 @@ void PreferencesWindow::buildNetwork(QVBoxLayout* page) {
     page->addWidget(connections, 1);
     connect(connections, &ManualConnectionsView::addRequested, this,
             &PreferencesWindow::addComputerRequested);
+    connect(connections, &ManualConnectionsView::editRequested, this,
+            &PreferencesWindow::editComputerRequested);
 }
 
 void PreferencesWindow::buildRuns(QVBoxLayout* page) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "clients/ManualConnections.h"
+
 #include <QHash>
 #include <QWidget>
 
@@ -22,6 +24,7 @@ public:
 
 Q_SIGNALS:
     void addComputerRequested();
+    void editComputerRequested(const ManualConnections::Entry& entry);
 
 protected:
     void changeEvent(QEvent* event) override;

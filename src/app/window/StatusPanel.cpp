@@ -61,7 +61,10 @@ StatusPanel::StatusPanel(TaskThreads& taskThreads, RunStatus& runs, RunActions a
     m_errors->setFixedHeight(m_cancel->height());
     setFixedHeight(qMax(leastHeight, m_cancel->height() + 6));
 
-    connect(m_cancel, &QPushButton::clicked, this, [this] { m_taskThreads.cancelStatusProgress(); });
+    connect(m_cancel, &QPushButton::clicked, this, [this] {
+        m_taskThreads.cancelStatusProgress();
+        m_runs.renew();
+    });
     connect(m_errors, &QToolButton::clicked, this, &StatusPanel::errorsClicked);
     connect(m_stopWaiting, &QToolButton::clicked, this, [this] { m_runs.stopWaiting(); });
     const auto onClick = [this](QToolButton* button, const std::function<void(const RunRecord&)>& action) {
@@ -111,7 +114,7 @@ void StatusPanel::renewRuns() {
     const std::optional<RunRecord>& last = m_runs.last();
     const QString underWay = m_runs.underWay();
     const bool showsLast = underWay.isEmpty() && last;
-    const QString remark = showsLast ? last->summary() : underWay;
+    const QString remark = showsLast ? m_runs.lastText() : underWay;
     m_remark->setText(remark.isEmpty() ? QString() : QStringLiteral("· %1").arg(remark));
     m_stopWaiting->setVisible(!m_runs.awaited().isEmpty());
     m_details->setVisible(showsLast);

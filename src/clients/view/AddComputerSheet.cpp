@@ -27,8 +27,19 @@ AddComputerSheet::AddComputerSheet(Submit submit, QWidget* parent)
     m_addButton = addPrimaryButton(tr("Add"));
     m_addButton->setObjectName(QStringLiteral("addButton"));
     setMinimumWidth(440);
+    m_fields[Port].edit->setText(QStringLiteral("5473"));
     updateHints();
     m_fields[Name].edit->setFocus();
+}
+
+AddComputerSheet::AddComputerSheet(const ManualConnections::Entry& entry, Submit submit, QWidget* parent)
+    : AddComputerSheet(std::move(submit), parent) {
+    setHeading(tr("Edit Computer"));
+    m_addButton->setText(tr("Save"));
+    m_fields[Name].edit->setText(entry.name);
+    m_fields[Address].edit->setText(entry.ip);
+    m_fields[Port].edit->setText(QString::number(entry.port));
+    m_fields[Name].edit->selectAll();
 }
 
 void AddComputerSheet::addField(FieldIndex index, const QString& label, const QString& placeholder,

@@ -17,6 +17,8 @@ public:
     /// Submits the entry; false when there is one with this address and port.
     using Submit = std::function<bool(const ManualConnections::Entry&)>;
     AddComputerSheet(Submit submit, QWidget* parent);
+    /// The same for one that is there already.
+    AddComputerSheet(const ManualConnections::Entry& entry, Submit submit, QWidget* parent);
 
     void accept() override;
 

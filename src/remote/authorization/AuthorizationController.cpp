@@ -42,6 +42,7 @@ PasswordStore PasswordStore::keychain() {
     store.remove = [](const QString& user, const QString& host) {
         VLKeychain::deleteKeychainItem(serviceName, itemKind, user, host);
     };
+    store.outlivesProgram = [] { return VLKeychain::outlivesProgram(); };
     store.removeAll = [] { VLKeychain::deleteAllKeychainItems(serviceName, itemKind); };
     return store;
 }
@@ -183,9 +184,8 @@ AuthorizationController::SheetPtr AuthorizationController::showAuthDialogAndLoop
     const VLCallLock lock;
     VLLog::appendLog(QStringLiteral("Preparing to show authorization dialog..."));
     const RunPtr run = Run::current();
-    const QList<RemoteClientPtr> clients = run ? run->clients() : QList<RemoteClientPtr>();
     SheetPtr sheet;
-    onMainThreadAndWait([&] { sheet = showAuthForHostname(service, clients); });
+    onMainThreadAndWait([&] { sheet = showAuthForHostname(service, run); });
     while (sheet && sheet->code == Unanswered && !shallStop(service))
         VLThread::sleepFor(m_environment.lookInterval);
     return sheet;

@@ -4,6 +4,7 @@
 #include "remote/RemoteClient.h"
 #include "remote/authorization/AuthorizationView.h"
 #include "remote/authorization/HostCredentials.h"
+#include "runs/Run.h"
 #include "system/Secret.h"
 
 #include <QHash>
@@ -27,6 +28,7 @@ struct PasswordStore {
     std::function<std::optional<Secret>(const QString& user, const QString& host)> password;
     std::function<void(const QString& user, const QString& host)> remove;
     std::function<void()> removeAll;
+    std::function<bool()> outlivesProgram;  ///< what is stored here; true where this is empty
 
     /// The console's items in VLKeychain.
     [[nodiscard]] static PasswordStore keychain();
@@ -131,8 +133,8 @@ private:
     [[nodiscard]] bool shallStop(const RemoteClientPtr& service) const;
 
     [[nodiscard]] SheetPtr showAuthDialogAndLoop(const RemoteClientPtr& service);
-    [[nodiscard]] SheetPtr showAuthForHostname(const RemoteClientPtr& service,
-                                               const QList<RemoteClientPtr>& clients);
+    [[nodiscard]] SheetPtr showAuthForHostname(const RemoteClientPtr& service, const RunPtr& run);
+    void lookForKeychain(const SheetPtr& sheet);
     void answered(const SheetPtr& sheet, Verdict verdict, const EntryPtr& entry);
     void endAuth();
     void endSheet(ReturnCode code, const EntryPtr& entry = {});
@@ -159,6 +161,7 @@ private:
     RemoteClientPtr m_lastAuthService;  ///< the client that the sheet asks for, or asked for last
     SheetPtr m_sheet;                   ///< the one that is up
     bool m_isChecking = false;
+    QString m_typedUserName;  ///< last
 
     std::mutex m_keychainTurn;  ///< held while the keychain is used
     std::mutex m_waitingMutex;

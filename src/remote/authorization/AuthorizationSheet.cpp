@@ -18,8 +18,8 @@ void AuthorizationController::setView(AuthorizationView* view) {
 
 /// None when there is nobody to ask: that counts as skipped. The sheet that is up when it is about another
 /// client: only one is shown at a time.
-AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(
-    const RemoteClientPtr& service, const QList<RemoteClientPtr>& clients) {
+AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(const RemoteClientPtr& service,
+                                                                               const RunPtr& run) {
     const VLCallLock lock;
     m_authSkipped = false;
     if (!m_view) {
@@ -34,17 +34,39 @@ AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(
     m_processingSuspended = true;
     m_sheet = std::make_shared<Sheet>();
     m_sheet->service = service;
-    m_sheet->clients = clients;
+    if (run) m_sheet->clients = run->clients();
     VLLog::appendLog(QStringLiteral("Showing authorization dialog..."));
     const QString known = m_authorizationDict.shared()->value(service->hostName()).authName;
     AuthorizationView::Prompt prompt;
     prompt.service = service;
     prompt.text = QStringLiteral("Please enter an administrator username and password:");
-    prompt.userName = known.isEmpty() ? m_environment.loginName : known;
+    const QString& typed = m_typedUserName.isEmpty() ? m_environment.loginName : m_typedUserName;
+    prompt.userName = known.isEmpty() ? typed : known;
+    if (run && !run->description().action.isEmpty()) {
+        prompt.tool = run->description().tool;
+        prompt.action = run->description().title();
+        for (const RemoteClientPtr& client : run->clients())
+            prompt.computers.append(client->name());
+    }
     prompt.addToKeychain =
         VLUserDefaults::standardUserDefaults().integerForKey(QStringLiteral("authAddKeychain")) != 0;
     m_view->showSheet(prompt);
+    lookForKeychain(m_sheet);
     return m_sheet;
+}
+
+/// On a worker: the desktop may take its time.
+void AuthorizationController::lookForKeychain(const SheetPtr& sheet) {
+    const auto outlivesProgram = m_environment.passwords.outlivesProgram;
+    if (!outlivesProgram) return;
+    VLThread::detach(QStringLiteral("lookForKeychain"),
+                     [this, alive = std::weak_ptr(m_alive), sheet, outlivesProgram] {
+                         const bool isKept = outlivesProgram();
+                         onMainThread([this, alive, sheet, isKept] {
+                             if (!alive.expired() && m_view && sheet == m_sheet)
+                                 m_view->setPasswordsKept(isKept);
+                         });
+                     });
 }
 
 // ---- Buttons
@@ -52,6 +74,7 @@ AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(
 void AuthorizationController::authorize(const QString& userName, Secret password, bool applyToAll,
                                         bool addToKeychain) {
     if (!m_sheet || m_isChecking) return;
+    m_typedUserName = userName;
     auto entry = std::make_shared<Entry>();
     entry->credentials = {userName,
                           VLEncryption::AESEncryptData(password.view(), VLEncryption::hostPassphrase()),

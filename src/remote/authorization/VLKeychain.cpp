@@ -290,6 +290,12 @@ SessionItem* sessionItem(std::list<SessionItem>& items, const Attributes& attrib
 
 }  // namespace
 
+bool VLKeychain::outlivesProgram() {
+    bool isService = false;
+    onWorker([&](Call& call) { isService = !call.sessionItems(); });
+    return isService;
+}
+
 bool VLKeychain::addKeychainItem(const QString& serviceName, const QString& itemKind, const QString& username,
                                  const Secret& password, const QString& hostname) {
     const Attributes attributes{serviceName, itemKind, username, hostname};

@@ -16,6 +16,8 @@ struct _SecretItem;
 /// with the platform's status code, and the call then acts as if there were no item.
 class VLKeychain {
 public:
+    /// Whether there is such a service, so that what is stored is there the next time.
+    [[nodiscard]] static bool outlivesProgram();
     /// An item of the same names gets the new password. False when it could not be stored.
     static bool addKeychainItem(const QString& serviceName, const QString& itemKind, const QString& username,
                                 const Secret& password, const QString& hostname);

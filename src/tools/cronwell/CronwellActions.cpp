@@ -201,22 +201,57 @@ bool CronwellController::takeBack(const VLServicePtr& client, const QVariantMap&
 
 // ---- Remove
 
-void CronwellController::cronwellRemoveTaskAction(const QList<RowTarget>& targets, QObject* window) {
-    QSet<QString> chosen;
+/// The rows that are named; of one whose jobs are named only those.
+QList<VLScheduledTask> CronwellController::rowsWithOnly(const QList<RowTarget>& targets) const {
+    QHash<QString, QList<RowTarget>> targetsOf;
     for (const RowTarget& target : targets)
-        chosen.insert(target.row);
-    QList<VLScheduledTask> tasks = rows();
-    tasks.removeIf([&](const VLScheduledTask& row) { return !chosen.contains(row.key()); });
+        targetsOf[target.row].append(target);
+    QList<VLScheduledTask> chosen;
+    for (const VLScheduledTask& row : rows()) {
+        const QList<RowTarget> own = targetsOf.value(row.key());
+        if (own.isEmpty()) continue;
+        QSet<std::pair<QString, QString>> files;
+        bool isWhole = false;
+        for (const RowTarget& target : own) {
+            isWhole = isWhole || target.isWholeRow();
+            const qsizetype job = row.copyFor(target, fileNameKey);
+            if (job >= 0) files.insert(fileOf(row.copies().at(job)));
+        }
+        VLScheduledTask task = row;
+        if (!isWhole) task.removeCopies([&](const ClientCopy& job) { return !files.contains(fileOf(job)); });
+        if (!task.copies().isEmpty()) chosen.append(task);
+    }
+    return chosen;
+}
+
+QString CronwellController::namesOf(const QList<RowTarget>& targets) const {
+    constexpr qsizetype mostNames = 8;
+    QStringList names;
+    for (const RowTarget& target : targets)
+        names.append(context().friendlyServiceName(target.hostName));
+    names.removeDuplicates();
+    const qsizetype more = names.size() - mostNames;
+    if (more > 0) names = names.first(mostNames) << QStringLiteral("%1 more").arg(more);
+    return names.join(QStringLiteral(", "));
+}
+
+void CronwellController::cronwellRemoveTaskAction(const QList<RowTarget>& targets, QObject* window) {
+    const QList<VLScheduledTask> tasks = rowsWithOnly(targets);
     if (tasks.isEmpty()) return;
     const bool isOne = tasks.size() == 1;
     const QString question = vlFormat(QStringLiteral("Are you sure you wish to delete %@ task%@?"),
                                       isOne ? QStringLiteral("this") : QStringLiteral("these"),
                                       isOne ? QString() : QStringLiteral("s"));
+    const bool isSingleJobs = std::none_of(targets.cbegin(), targets.cend(),
+                                           [](const RowTarget& target) { return target.isWholeRow(); });
+    const QString text = isSingleJobs
+                             ? QStringLiteral("Only on %1. This cannot be undone.").arg(namesOf(targets))
+                             : QStringLiteral("This cannot be undone.");
     // The answer may come when this controller is gone.
     const auto remove = [controller = QPointer(this), tasks] {
         if (controller) controller->startRemoving(tasks);
     };
-    VLAlert::ask(question, QStringLiteral("Remove"), QStringLiteral("This cannot be undone."), window, remove,
+    VLAlert::ask(question, QStringLiteral("Remove"), text, window, remove,
                  QStringLiteral("cronwellRemoveTaskAlertDidEnd:returnCode:contextInfo:"));
 }
 
@@ -321,6 +356,22 @@ QList<VLServicePtr> CronwellController::newTaskClients() const {
     clients.removeIf(
         [this](const VLServicePtr& service) { return m_newTaskUnanswered.contains(service->hostName()); });
     return clients;
+}
+
+QStringList CronwellController::hostsWithTask(const QString& bundleID, const QVariantMap& offer) const {
+    const QString id = offer.value(taskKey).toString(),
+                  description = offer.value(taskDescriptionKey).toString();
+    QSet<QString> having;
+    for (const VLScheduledTask& row : rows()) {
+        if (row.taskBundleID() != bundleID) continue;
+        for (const ClientCopy& job : row.copies())
+            if (row.taskDescription() == description || (!id.isEmpty() && job.text(taskKey) == id))
+                having.insert(job.hostName);
+    }
+    QStringList hostNames;
+    for (const VLServicePtr& service : newTaskClients())
+        if (having.contains(service->hostName())) hostNames.append(service->hostName());
+    return hostNames;
 }
 
 /// What those have that gave no answer is not known, so nothing is added there; the sheet said so.

@@ -60,6 +60,6 @@ QString CronwellController::differenceWord(const VLScheduledTask& row) const {
         case VLScheduledTask::Missing:
             return QStringLiteral("missing");
         default:
-            return QStringLiteral("none");
+            return row.isAnywhereSeveralTimes() ? QStringLiteral("duplicated") : QStringLiteral("none");
     }
 }

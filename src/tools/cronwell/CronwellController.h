@@ -26,6 +26,8 @@ public:
     [[nodiscard]] const QStringList& newTaskUnanswered() const { return m_newTaskUnanswered; }
     /// The selected clients to which a task can be added. Main thread.
     [[nodiscard]] QList<VLServicePtr> newTaskClients() const;
+    /// The host names of those that have that task of the tool already, as far as was read. Main thread.
+    [[nodiscard]] QStringList hostsWithTask(const QString& bundleID, const QVariantMap& offer) const;
     /// True while they are being read. Main thread.
     [[nodiscard]] bool isReadingApps() const { return m_appReaders > 0; }
 
@@ -48,8 +50,8 @@ public:
     void cronwellSyncTasksAction();
     void cronwellEnableAllAction();
     void cronwellDisableAllAction();
-    /// Asks over `window` first, and then removes the jobs that those rows had when it asked, but none whose
-    /// file has become another task's meanwhile.
+    /// Asks over `window` first, and then removes the jobs that those rows had when it asked, or of a row
+    /// only those that are named; but none whose file has become another task's meanwhile.
     void cronwellRemoveTaskAction(const QList<RowTarget>& targets, QObject* window);
     /// The pane shows the sheet meanwhile; newTaskAppsChanged() says when there is something to choose from.
     void cronwellAddTaskAction();
@@ -93,6 +95,8 @@ private:
     // Main thread.
     void startEnabling(const QList<Edit>& edits);
     void startRemoving(const QList<VLScheduledTask>& rows);
+    [[nodiscard]] QString namesOf(const QList<RowTarget>& targets) const;
+    [[nodiscard]] QList<VLScheduledTask> rowsWithOnly(const QList<RowTarget>& targets) const;
     [[nodiscard]] QList<VLScheduledTask> withoutReplaced(QList<VLScheduledTask> asked) const;
     void setReadingApps(int change);
     void setupCronwellNewTaskApps(const QVariantList& applications, const QStringList& unanswered);

@@ -65,17 +65,19 @@ const RowsLook<VLScheduledTask>& cronwellLook() {
                         {Row::EnabledDiffers, [](const Row& row) { return row.enabled() < 0; },
                          [](const Row& row) {
                              return QStringLiteral("Enabled on %1 of %2")
-                                 .arg(row.enabledCount())
-                                 .arg(row.copies().size());
+                                 .arg(row.computersWithAllEnabled())
+                                 .arg(row.computersWith());
                          },
                          "Enabled on some only",
                          [](const ClientCopy& job) { return enabledMark(job.number(enabledKey)).text; }}},
         .checkColumn = Row::Enabled,
         .absentText = "Not scheduled",
-        .matches = [](const Row& row, const QString& text) {
-            return row.taskDescription().contains(text, Qt::CaseInsensitive) ||
-                   row.frequencyDescription().contains(text, Qt::CaseInsensitive) ||
-                   toolName(row.taskBundleID()).contains(text, Qt::CaseInsensitive);
-        }};
+        .matches =
+            [](const Row& row, const QString& text) {
+                return row.taskDescription().contains(text, Qt::CaseInsensitive) ||
+                       row.frequencyDescription().contains(text, Qt::CaseInsensitive) ||
+                       toolName(row.taskBundleID()).contains(text, Qt::CaseInsensitive);
+            },
+        .isOncePerClient = true};
     return look;
 }

@@ -49,8 +49,9 @@ void CronwellView::buildButtons() {
         QStringLiteral("Schedule a task on all selected computers"), [this] { cronwellAddTaskAction(); });
     m_removeButton = bar().addButton(
         QStringLiteral("cronwellRemoveTaskBtn"), QStringLiteral("trash"), QStringLiteral("Remove…"),
-        QStringLiteral("Delete the selected tasks from every computer that has them"),
-        [this] { remove(selectedTasks()); });
+        QStringLiteral("Delete the selected tasks from every computer that has them,\n"
+                       "or only the selected jobs of single computers"),
+        [this] { remove(selectedTargets()); });
     addSyncButton(QStringLiteral("cronwellSyncBtn"),
                   QStringLiteral("Give every task that differs the schedule that most computers have, "
                                  "and add it where it is missing"),
@@ -63,7 +64,7 @@ void CronwellView::buildButtons() {
     m_remove->setShortcuts({QKeySequence(Qt::Key_Delete), QKeySequence(Qt::Key_Backspace)});
     m_remove->setShortcutContext(Qt::WidgetShortcut);
     view().addAction(m_remove);
-    connect(m_remove, &QAction::triggered, this, [this] { remove(selectedTasks()); });
+    connect(m_remove, &QAction::triggered, this, [this] { remove(selectedTargets()); });
 }
 
 void CronwellView::installRows() {
@@ -72,7 +73,7 @@ void CronwellView::installRows() {
 
 void CronwellView::updateOwnActions() {
     m_add->setEnabled(!m_controller.context().selectedServices().isEmpty());
-    m_remove->setEnabled(!selectedTasks().isEmpty());
+    m_remove->setEnabled(!selectedTargets().isEmpty());
     m_removeButton->setEnabled(m_remove->isEnabled());
 }
 
@@ -88,12 +89,6 @@ void CronwellView::cronwellAddTaskAction() {
 }
 
 // ---- Changes
-
-QList<RowTarget> CronwellView::selectedTasks() const {
-    QList<RowTarget> rows = selectedTargets();
-    rows.removeIf([](const RowTarget& target) { return !target.isWholeRow(); });
-    return rows;
-}
 
 void CronwellView::remove(const QList<RowTarget>& rows) {
     m_controller.cronwellRemoveTaskAction(rows, window());
@@ -119,7 +114,7 @@ void CronwellView::addMenuItems(QMenu& menu) {
                                             this, &CronwellView::cronwellAddTaskAction);
     addTask->setEnabled(m_add->isEnabled());
     QAction* const removeTasks = menu.addAction(m_remove->icon(), m_remove->text(), this,
-                                                [this, rows = selectedTasks()] { remove(rows); });
+                                                [this, rows = selectedTargets()] { remove(rows); });
     removeTasks->setShortcut(m_remove->shortcut());
     removeTasks->setShortcutContext(Qt::WidgetShortcut);
     removeTasks->setEnabled(m_remove->isEnabled());

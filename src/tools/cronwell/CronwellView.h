@@ -24,7 +24,6 @@ private:
     using Model = MergedRowsModel<VLScheduledTask>;
     void buildButtons();
     void cronwellAddTaskAction();
-    [[nodiscard]] QList<RowTarget> selectedTasks() const;  ///< rows only
     void remove(const QList<RowTarget>& rows);
     void setEnabled(const QList<RowTarget>& targets, bool on);
 

@@ -8,7 +8,6 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -54,6 +53,7 @@ NewTaskSheet::NewTaskSheet(CronwellController& controller, QWidget* parent)
       m_tasks(new QComboBox(this)),
       m_kinds(new QComboBox(this)),
       m_offer(new QLabel(this)),
+      m_duplicates(new QLabel(this)),
       m_fields(new QWidget(this)),
       m_clock(new QLabel(this)),
       m_words(new QLabel(this)),
@@ -64,6 +64,7 @@ NewTaskSheet::NewTaskSheet(CronwellController& controller, QWidget* parent)
     buildTask();
     buildSchedule();
     buildRest();
+    orderTabs();
     for (QComboBox* menu : {m_applications, m_tasks, m_kinds, m_weekday, m_month})
         menu->setMinimumHeight(m_minute->sizeHint().height());  // in line with the fields beside them
     setFixedWidth(sheetWidth);
@@ -73,6 +74,7 @@ NewTaskSheet::NewTaskSheet(CronwellController& controller, QWidget* parent)
             [this](const QVariant& height) { setFieldsHeight(height.toInt()); });
     connect(&controller, &CronwellController::newTaskAppsChanged, this,
             &NewTaskSheet::setupCronwellNewTaskApps);
+    connect(&controller, &ToolController::changed, this, &NewTaskSheet::showOffer);
 }
 
 // ---- The form
@@ -90,6 +92,11 @@ void NewTaskSheet::buildTask() {
     choices->addLayout(captioned(m_tasks, QStringLiteral("Task")), 3);
     body()->addLayout(choices);
     body()->addWidget(m_offer);
+    m_duplicates->setObjectName(QStringLiteral("newTaskDuplicateText"));
+    m_duplicates->setTextFormat(Qt::PlainText);
+    m_duplicates->setWordWrap(true);
+    m_duplicates->hide();
+    body()->addWidget(m_duplicates);
     body()->addSpacing(Metrics::unit / 2);
     connect(m_applications, &QComboBox::currentIndexChanged, this, &NewTaskSheet::selectNewTaskItem);
     connect(m_tasks, &QComboBox::currentIndexChanged, this, &NewTaskSheet::updateForm);
@@ -169,18 +176,10 @@ void NewTaskSheet::buildSecondsFields() {
 void NewTaskSheet::buildDirectoryFields() {
     m_directory =
         addField("taskDirectoryText", QStringLiteral("Directory"), QStringLiteral("/Volumes/Media"));
-    auto* browse = new QPushButton(QStringLiteral("Browse…"), m_fields);
-    browse->setObjectName(QStringLiteral("cronwellBrowseDirectory"));
-    browse->setAutoDefault(false);
-    connect(browse, &QPushButton::clicked, this, &NewTaskSheet::cronwellBrowseDirectory);
-    auto* row = new QHBoxLayout;
-    row->setSpacing(Metrics::unit);
-    row->addLayout(captioned(m_directory, m_directory->accessibleName()), 1);
-    row->addWidget(browse, 0, Qt::AlignBottom);
     auto* column = new QVBoxLayout(m_pages[WhenChanged]);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(Metrics::unit / 2);
-    column->addLayout(row);
+    column->addLayout(captioned(m_directory, m_directory->accessibleName()));
     auto* hint = new ElidedLabel(m_fields, ElidedLabel::Tone::Secondary);
     hint->setText(QStringLiteral("The path as it is on the selected computers"));
     column->addWidget(hint);
@@ -190,9 +189,18 @@ void NewTaskSheet::buildRest() {
     m_root->setObjectName(QStringLiteral("taskRootCheck"));
     m_root->setToolTip(QStringLiteral("Takes an administrator's name and password of each computer"));
     body()->addWidget(m_root);
-    addCancelButton();
+    m_cancelButton = addCancelButton();
     m_addButton = addPrimaryButton(QStringLiteral("Add"));
     m_addButton->setObjectName(QStringLiteral("addTaskButton"));
+}
+
+/// As the form is read, whatever was made first.
+void NewTaskSheet::orderTabs() {
+    const std::initializer_list<QWidget*> order{
+        m_applications, m_tasks,   m_kinds,     m_hour, m_minute,       m_day,      m_weekday,
+        m_month,        m_seconds, m_directory, m_root, m_cancelButton, m_addButton};
+    for (auto next = order.begin() + 1; next != order.end(); ++next)
+        setTabOrder(*(next - 1), *next);
 }
 
 // ---- What can be chosen
@@ -250,20 +258,6 @@ QVariantMap NewTaskSheet::application() const {
 
 QVariantMap NewTaskSheet::task() const {
     return m_tasks->currentData().toMap();
-}
-
-/// A folder of this computer: the others usually have it under the same path, and it can be changed.
-void NewTaskSheet::cronwellBrowseDirectory() {
-    auto* dialog =
-        new QFileDialog(this, QStringLiteral("Choose the Directory to Watch"), m_directory->text());
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setFileMode(QFileDialog::Directory);
-    dialog->setOption(QFileDialog::ShowDirsOnly);
-    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString& path) {
-        m_directory->setText(path);
-        edited();
-    });
-    dialog->open();
 }
 
 // ---- The schedule
@@ -353,10 +347,25 @@ QString NewTaskSheet::friendlyNames(const QStringList& hostNames) const {
 }
 
 void NewTaskSheet::showOffer() {
-    const QString text = offerText();
-    if (m_offer->text() == text) return;
+    const QString text = offerText(), duplicates = duplicateText();
+    m_addButton->setText(duplicates.isEmpty() ? QStringLiteral("Add") : QStringLiteral("Add Anyway"));
+    if (m_offer->text() == text && m_duplicates->text() == duplicates) return;
     m_offer->setText(text);
+    m_duplicates->setText(duplicates);
+    m_duplicates->setVisible(!duplicates.isEmpty());
+    setTextColor(m_duplicates, themeColors().warning);
     fitHeight();
+}
+
+/// Where the task would run a second time.
+QString NewTaskSheet::duplicateText() const {
+    const QString tool = application().value(QStringLiteral("taskBundleID")).toString();
+    const QStringList having = m_controller.hostsWithTask(tool, task());
+    if (having.isEmpty()) return {};
+    return (having.size() == 1
+                ? QStringLiteral("%1 has this task already, and would run it by both schedules.")
+                : QStringLiteral("%1 have this task already, and would run it by both schedules."))
+        .arg(friendlyNames(having));
 }
 
 /// Where the task will not be comes first.

@@ -33,18 +33,19 @@ private:
     void buildSecondsFields();
     void buildDirectoryFields();
     void buildRest();
+    void orderTabs();
     [[nodiscard]] QLineEdit* addField(const char* name, const QString& title, const QString& placeholder);
 
     void setupCronwellNewTaskApps();
     void selectNewTaskItem();
     void taskScheduleChanged(bool animated);
-    void cronwellBrowseDirectory();
     void setFieldsHeight(int height);
     void fitHeight();
     void edited();
     void updateForm();
     void showOffer();
     [[nodiscard]] QString offerText() const;
+    [[nodiscard]] QString duplicateText() const;
     [[nodiscard]] QString friendlyNames(const QStringList& hostNames) const;
     void showSchedule();
 
@@ -58,7 +59,7 @@ private:
 
     CronwellController& m_controller;
     QComboBox *m_applications, *m_tasks, *m_kinds;
-    QLabel* m_offer;
+    QLabel *m_offer, *m_duplicates;
     QWidget* m_fields;
     std::array<QWidget*, KindCount> m_pages{};
     std::array<bool, KindCount> m_isTouched{};
@@ -66,6 +67,6 @@ private:
     QComboBox *m_weekday, *m_month;
     QLabel *m_clock, *m_words;
     QCheckBox* m_root;
-    QPushButton* m_addButton;
+    QPushButton *m_addButton, *m_cancelButton;
     QVariantAnimation* m_growth;
 };

@@ -4,6 +4,8 @@
 #include "remote/Aggregation.h"
 #include "tools/cronwell/ToolNames.h"
 
+#include <algorithm>
+
 namespace {
 
 using namespace TaskKeys;
@@ -98,10 +100,25 @@ void VLScheduledTask::takeFirst(const QVariantMap& instance) {
     m_root = instance.value(rootKey).toLongLong();
 }
 
+/// Where a client has the task several times there may be as many jobs as clients, and yet one lacks it: the
+/// state does not say so then.
 void VLScheduledTask::complete(const QList<AskedClient>& clients) {
-    if (copies().size() >= clients.size()) return;
+    if (computersWith() >= clients.size()) return;
+    const int stateSoFar = state();
     noteAbsent(clients, Missing,
                {{enabledKey, -1}, {frequencyKey, QString()}, {taskDescriptionKey, m_taskDescription}});
+    if (copies().size() < clients.size()) return;
+    const int found = difference();
+    setState(stateSoFar);
+    setDifference(found);
+}
+
+int VLScheduledTask::computersWithAllEnabled() const {
+    const auto computers = copiesByComputer();
+    return int(std::count_if(computers.cbegin(), computers.cend(), [](std::span<const ClientCopy> jobs) {
+        return std::all_of(jobs.begin(), jobs.end(),
+                           [](const ClientCopy& job) { return isEnabled(job.values); });
+    }));
 }
 
 void VLScheduledTask::writeToAll(const QString& key, qlonglong value) {
@@ -123,7 +140,9 @@ SortKey VLScheduledTask::sortKey(int column) const {
         case Computers:
             return {.number = double(computersWith())};
         case Status:
-            return {.number = statusOrder()};
+            // Behind those that differ.
+            return {.number = difference() == Alike && isAnywhereSeveralTimes() ? statusOrder() - 1
+                                                                                : statusOrder()};
         default:
             return {.text = m_taskDescription.toCaseFolded()};
     }

@@ -51,7 +51,9 @@ public:
     /// "(various)" where they differ.
     [[nodiscard]] const QString& frequencyDescription() const { return m_frequencyDescription; }
     [[nodiscard]] const QString& taskBundleID() const { return m_taskBundleID; }
-    [[nodiscard]] int enabledCount() const { return m_enabledCount; }
+    [[nodiscard]] int enabledCount() const { return m_enabledCount; }  ///< jobs
+    /// On how many clients every job of it is enabled.
+    [[nodiscard]] int computersWithAllEnabled() const;
     [[nodiscard]] int enabled() const { return m_enabled; }  ///< 0, 1, or -1 for mixed
     [[nodiscard]] qlonglong root() const { return m_root; }  ///< not 0: runs as administrator
 

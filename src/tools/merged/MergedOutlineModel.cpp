@@ -47,12 +47,15 @@ MergedOutlineModel::MergedOutlineModel(std::vector<Heading> headings, const char
 void MergedOutlineModel::replaceRows(const std::function<int()>& replace) {
     beginResetModel();
     const int total = replace();
-    m_differing = 0;
+    m_differing = m_duplicated = m_duplicatedDiffering = 0;
     std::vector<SortKey> keys;
     keys.reserve(size_t(total));
     for (int row = 0; row < total; ++row) {
         keys.push_back(sortKey(row, 0));
         if (differs(row)) ++m_differing;
+        if (!isDuplicated(row)) continue;
+        ++m_duplicated;
+        if (differs(row)) ++m_duplicatedDiffering;
     }
     m_ranks = ranksOf(keys);
     arrange();
@@ -117,15 +120,19 @@ RowTarget MergedOutlineModel::target(const Place& place) const {
     return {rowKey(place.row), present->hostName, present->text(copyKey())};
 }
 
-/// The host's name, which stays when its copy is moved about; of several copies also which one it is.
-QString MergedOutlineModel::clientKey(const Place& place) const {
+bool MergedOutlineModel::isOneOfSeveral(const Place& place) const {
     const QString& host = hostName(place);
     const auto isOfHost = [&](int child) {
         const ClientCopy* const other = copy({place.row, child, false});
         return !place.isMissing && other && other->hostName == host;
     };
-    const bool isOnly = !isOfHost(place.child - 1) && !isOfHost(place.child + 1);
-    return isOnly ? host : host + u'\n' + copy(place)->text(copyKey());
+    return isOfHost(place.child - 1) || isOfHost(place.child + 1);
+}
+
+/// The host's name, which stays when its copy is moved about; of several copies also which one it is.
+QString MergedOutlineModel::clientKey(const Place& place) const {
+    const QString& host = hostName(place);
+    return isOneOfSeveral(place) ? host + u'\n' + copy(place)->text(copyKey()) : host;
 }
 
 // ---- Contents
@@ -163,6 +170,7 @@ QVariant MergedOutlineModel::clientName(const Place& place, int role) const {
         case Cell::SymbolRole:
             return QStringLiteral("computer");
         case Cell::ToneRole:
+            if (isOncePerClient() && isOneOfSeveral(place)) return int(Cell::Tone::Warning);
             return int(place.isMissing ? Cell::Tone::Secondary : Cell::Tone::Plain);
         default:
             return {};
@@ -198,6 +206,14 @@ QVariant MergedOutlineModel::countData(int row, int role) const {
 }
 
 /// "Missing on Edit Bay" or "Missing on 2: Edit Bay, Sound"; of many the first ones.
+QString MergedOutlineModel::onComputers(const QString& words, QStringList names, qsizetype count) const {
+    std::sort(names.begin(), names.end());
+    if (count == 1) return QStringLiteral("%1 on %2").arg(words, names.first());
+    if (count > mostNames) names << QStringLiteral("…");
+    return QStringLiteral("%1 on %2: %3")
+        .arg(words, QString::number(count), names.join(QStringLiteral(", ")));
+}
+
 QString MergedOutlineModel::statusText(int row) const {
     const MergedRow& merged = this->row(row);
     const int count = merged.computersWithout();
@@ -205,10 +221,18 @@ QString MergedOutlineModel::statusText(int row) const {
     QStringList names;
     for (const AskedClient& client : merged.absent())
         if (client.hasAnswered && names.size() < mostNames) names << friendlyHost(client.hostName);
-    std::sort(names.begin(), names.end());
-    if (count == 1) return QStringLiteral("Missing on %1").arg(names.first());
-    if (count > mostNames) names << QStringLiteral("…");
-    return QStringLiteral("Missing on %1: %2").arg(count).arg(names.join(QStringLiteral(", ")));
+    return onComputers(QStringLiteral("Missing"), names, count);
+}
+
+QString MergedOutlineModel::duplicateText(int row) const {
+    QStringList names;
+    qsizetype count = 0;
+    const auto computers = this->row(row).copiesByComputer();
+    for (const auto& copies : computers) {
+        if (copies.size() < 2) continue;
+        if (++count <= mostNames) names << friendlyHost(copies.front().hostName);
+    }
+    return onComputers(QStringLiteral("Duplicated"), names, count);
 }
 
 QStringList MergedOutlineModel::listOfClients(int row, const QString& title,
@@ -228,6 +252,7 @@ QString MergedOutlineModel::statusToolTip(int row) const {
     QStringList lines = differences(row);
     if (this->row(row).computersWithout() > 0) lines.prepend(statusText(row));
     if (lines.isEmpty() && differs(row)) lines << differenceText(row);
+    if (isDuplicated(row)) lines << duplicateText(row);
     const int count = this->row(row).computersWith();
     if (lines.isEmpty())
         lines << QStringLiteral("The same on %1")
@@ -237,16 +262,23 @@ QString MergedOutlineModel::statusToolTip(int row) const {
 }
 
 QVariant MergedOutlineModel::statusData(int row, int role) const {
-    const bool alike = !differs(row);
+    const bool alike = !differs(row) && !isDuplicated(row);
     switch (role) {
-        case Qt::DisplayRole:
-            return alike ? QStringLiteral("No differences") : statusText(row);
+        case Qt::DisplayRole: {
+            if (alike) return QStringLiteral("No differences");
+            QStringList parts;
+            if (differs(row)) parts << statusText(row);
+            if (isDuplicated(row)) parts << duplicateText(row);
+            return parts.join(QStringLiteral(" · "));
+        }
         case Qt::ToolTipRole:
             return statusToolTip(row);
         case Cell::ToneRole:
             return int(alike ? Cell::Tone::Secondary : Cell::Tone::Plain);
         case Cell::SymbolToneRole:
             return int(alike ? Cell::Tone::Good : Cell::Tone::Warning);
+        case Cell::ElideMiddleRole:
+            return true;
         case Cell::SymbolRole:
             if (this->row(row).computersWithout() > 0) return QStringLiteral("missing");
             return alike ? QStringLiteral("check") : QStringLiteral("warning");
@@ -303,7 +335,7 @@ int MergedOutlineModel::differingHidden() const {
 }
 
 bool MergedOutlineModel::isShown(int row) const {
-    if (m_differencesOnly && !differs(row)) return false;
+    if (m_differencesOnly && !differs(row) && !isDuplicated(row)) return false;
     return m_filterText.isEmpty() || matches(row, m_filterText);
 }
 

@@ -42,13 +42,17 @@ public:
     [[nodiscard]] int differingTotal() const { return m_differing; }
     /// Of these the ones that the filter hides.
     [[nodiscard]] int differingHidden() const;
+    /// How many rows some client has more than once, where that is not as it should be; and how many of these
+    /// differ as well.
+    [[nodiscard]] int duplicatedTotal() const { return m_duplicated; }
+    [[nodiscard]] int duplicatedDiffering() const { return m_duplicatedDiffering; }
     /// What the client in that place has; null for one that lacks it.
     [[nodiscard]] const ClientCopy* copy(const Place& place) const;
     [[nodiscard]] Place place(const QModelIndex& index) const;
     /// Where a row is shown; invalid while the filter hides it.
     [[nodiscard]] QModelIndex indexOf(int row) const;
 
-    /// Shows the rows that match the text, or of them only those that differ.
+    /// Shows the rows that match the text, or of them only those that differ or are duplicated.
     void setFilter(const QString& text, bool differencesOnly);
     /// By the first column where rows are alike. The clients of a row keep their order.
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
@@ -89,6 +93,8 @@ protected:
     /// In a few words; and what of it each client has, in lines (none: all alike, or only missing).
     [[nodiscard]] virtual QString differenceText(int row) const = 0;
     [[nodiscard]] virtual QStringList differences(int row) const = 0;
+    /// Whether a client is to have each thing once only.
+    [[nodiscard]] virtual bool isOncePerClient() const { return false; }
 
     /// Replaces the rows; filter and sorting stay as they are.
     void replaceRows(const std::function<int()>& replace);
@@ -98,6 +104,11 @@ protected:
 
 private:
     [[nodiscard]] bool differs(int row) const { return this->row(row).difference() != MergedRow::Alike; }
+    [[nodiscard]] bool isDuplicated(int row) const {
+        return isOncePerClient() && this->row(row).isAnywhereSeveralTimes();
+    }
+    /// Whether its client has further copies.
+    [[nodiscard]] bool isOneOfSeveral(const Place& place) const;
     [[nodiscard]] const QString& hostName(const Place& place) const;
     [[nodiscard]] QString friendlyHost(const QString& hostName) const;
     [[nodiscard]] QString clientKey(const Place& place) const;
@@ -108,6 +119,8 @@ private:
     [[nodiscard]] QVariant countData(int row, int role) const;
     [[nodiscard]] QVariant statusData(int row, int role) const;
     [[nodiscard]] QString statusText(int row) const;
+    [[nodiscard]] QString duplicateText(int row) const;
+    [[nodiscard]] QString onComputers(const QString& words, QStringList names, qsizetype count) const;
     [[nodiscard]] QString statusToolTip(int row) const;
     void arrange();
     void sortShown();
@@ -120,7 +133,7 @@ private:
     std::vector<int> m_position;  ///< by row: its place in m_shown, or -1
     QString m_filterText;
     bool m_differencesOnly = false;
-    int m_differing = 0;
+    int m_differing = 0, m_duplicated = 0, m_duplicatedDiffering = 0;
     int m_sortColumn = 0;
     Qt::SortOrder m_sortOrder = Qt::AscendingOrder;
 };

@@ -52,10 +52,21 @@ void MergedOutlineView::updateActions() {
 
 void MergedOutlineView::runSync(const std::function<void()>& action) {
     const int hidden = m_model->differingHidden();
-    if (hidden == 0) return action();
+    const int duplicated = m_model->duplicatedDiffering();
+    if (hidden == 0 && duplicated == 0) return action();
+    QStringList warnings;
+    if (hidden > 0) warnings << notNarrowed(hidden);
+    if (duplicated > 0)
+        warnings
+            << QStringLiteral(
+                   "%1 more than once on a computer. All of them become alike there and do the same at the "
+                   "same time; remove what is too much first.")
+                   .arg(duplicated == 1
+                            ? QStringLiteral("1 %1 is there").arg(words().singular)
+                            : QStringLiteral("%1 %2 are there").arg(duplicated).arg(words().plural));
     const int all = m_model->differingTotal();
     VLAlert::ask(QStringLiteral("Synchronise %1?").arg(counted(all, words().singular, words().plural)),
-                 QStringLiteral("Synchronise %1").arg(all), notNarrowed(hidden), window(),
+                 QStringLiteral("Synchronise %1").arg(all), warnings.join(u' '), window(),
                  [pane = QPointer(this), action] {
                      if (pane) action();
                  });
@@ -67,9 +78,12 @@ void MergedOutlineView::applyFilter(const QString& text, bool differencesOnly) {
 
 QString MergedOutlineView::summary() const {
     const int differing = m_model->differingTotal();
-    return counted(rowTotal(), words().singular, words().plural) + QStringLiteral(" · ") +
-           (differing > 0 ? QStringLiteral("%1 with differences").arg(differing)
-                          : QStringLiteral("no differences"));
+    QStringList parts{counted(rowTotal(), words().singular, words().plural),
+                      differing > 0 ? QStringLiteral("%1 with differences").arg(differing)
+                                    : QStringLiteral("no differences")};
+    if (const int duplicated = m_model->duplicatedTotal(); duplicated > 0)
+        parts << QStringLiteral("%1 more than once on a computer").arg(duplicated);
+    return parts.join(QStringLiteral(" · "));
 }
 
 QList<RowTarget> MergedOutlineView::selectedTargets() const {

@@ -31,6 +31,19 @@ int MergedRow::computersWith() const {
     return count;
 }
 
+QList<std::span<const ClientCopy>> MergedRow::copiesByComputer() const {
+    QList<std::span<const ClientCopy>> computers;
+    const ClientCopy* const end = m_copies.constData() + m_copies.size();
+    for (const ClientCopy* first = m_copies.constData(); first != end;) {
+        const ClientCopy* last = first;
+        while (last != end && last->hostName == first->hostName)
+            ++last;
+        computers.emplaceBack(first, last);
+        first = last;
+    }
+    return computers;
+}
+
 qsizetype MergedRow::copyFor(const RowTarget& target, const QString& copyKey) const {
     qsizetype found = -1;
     int count = 0;

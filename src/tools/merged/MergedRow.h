@@ -5,6 +5,7 @@
 #include <QVariant>
 
 #include <functional>
+#include <span>
 
 /// What one client has of a thing that several clients may have.
 struct ClientCopy {
@@ -56,6 +57,9 @@ public:
     [[nodiscard]] double statusOrder() const { return m_difference == Alike ? 1'000 : m_difference; }
     /// How many clients have it, be it more than once. The copies of a client follow one another.
     [[nodiscard]] int computersWith() const;
+    /// The copies of each client that has any.
+    [[nodiscard]] QList<std::span<const ClientCopy>> copiesByComputer() const;
+    [[nodiscard]] bool isAnywhereSeveralTimes() const { return m_copies.size() > computersWith(); }
     /// How many are known to have none.
     [[nodiscard]] int computersWithout() const { return int(m_absent.size()) - m_unanswered; }
     /// The index of the copy that is meant, -1 when it is gone. One that was moved meanwhile is still meant

@@ -24,6 +24,7 @@ struct RowsLook {
     int checkColumn;
     const char* absentText;  ///< "Not installed"
     bool (*matches)(const Row& row, const QString& text);
+    bool isOncePerClient = false;  ///< a client that has it twice is worth a word
 };
 
 /// Merged rows as an outline.
@@ -67,6 +68,7 @@ protected:
             if (difference.state == m_rows.at(row).difference()) return difference.text(m_rows.at(row));
         return {};
     }
+    [[nodiscard]] bool isOncePerClient() const override { return m_look.isOncePerClient; }
     [[nodiscard]] QStringList differences(int row) const override {
         QStringList lines;
         for (const auto& difference : m_look.differences)

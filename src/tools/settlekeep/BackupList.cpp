@@ -21,6 +21,8 @@ const QString typeKey = QStringLiteral("type");
 const QString originKey = QStringLiteral("origin");
 const QString sizeKey = QStringLiteral("size");
 
+constexpr qsizetype mostFurtherKeys = 16;
+
 constexpr AgentAnswer::Key keys[] = {{"date", AgentAnswer::date},
                                      {"keys", AgentAnswer::text},
                                      {"name", AgentAnswer::text},
@@ -32,7 +34,18 @@ constexpr AgentAnswer::Key keys[] = {{"date", AgentAnswer::date},
 }  // namespace
 
 AgentAnswer::Entries checkedBackups(const QVariant& answer) {
-    return AgentAnswer::fromDictionary(answer, {keys, mostBackups});
+    AgentAnswer::Entries backups = AgentAnswer::fromDictionary(answer, {keys, mostBackups, mostFurtherKeys});
+    for (QVariantMap& backup : backups.entries)
+        if (backup.contains(hostNameKey)) backup.remove(hostNameKey);  // the console's own key
+    return backups;
+}
+
+QStringList furtherKeys(const QVariantMap& backup) {
+    QStringList names = backup.keys();
+    names.removeOne(hostNameKey);
+    for (const AgentAnswer::Key& key : keys)
+        names.removeOne(QLatin1String(key.name));
+    return names;
 }
 
 const QStringList& backupColumnNames() {

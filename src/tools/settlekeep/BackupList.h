@@ -11,9 +11,12 @@
 
 /// The backups of one client, from its answer to settlekeepBackups. Every entry has a "path"; "name" and
 /// "keys" (joined by commas) are texts, "type" and "size" numbers, "date" is a date wherever they are there.
-/// One that the client made by itself has an "origin" and no "type".
+/// Of further keys some are kept as they come. One that the client made by itself has an "origin" and no
+/// "type".
 [[nodiscard]] AgentAnswer::Entries checkedBackups(const QVariant& answer);
 inline constexpr qsizetype mostBackups = 10'000;
+/// The names of the keys that its agent gave it beyond those.
+[[nodiscard]] QStringList furtherKeys(const QVariantMap& backup);
 
 /// Names of the columns in the stored sort settings: keys of a backup dictionary, in the order shown.
 [[nodiscard]] const QStringList& backupColumnNames();

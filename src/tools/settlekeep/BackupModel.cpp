@@ -41,6 +41,19 @@ QString contentsToolTip(const QString& keys) {
     return literalText(lines.join(u'\n'));
 }
 
+/// Where it lies, and whatever else its agent tells of it.
+QString nameToolTip(const QVariantMap& backup) {
+    QStringList lines{backupName(backup), path(backup)};
+    for (const QString& key : furtherKeys(backup)) {
+        const QVariant value = backup.value(key);
+        const QString text = value.typeId() == QMetaType::QDateTime
+                                 ? QLocale().toString(value.toDateTime().toLocalTime(), QLocale::ShortFormat)
+                                 : value.toString();
+        lines << QStringLiteral("%1: %2").arg(key, text);
+    }
+    return literalText(lines.join(u'\n'));
+}
+
 }  // namespace
 
 BackupModel::BackupModel(std::function<QString(const QString& hostName)> friendlyName, QObject* parent)
@@ -142,7 +155,7 @@ QVariant BackupModel::data(const QModelIndex& index, int role) const {
         case KeyRole:
             return QString(hostNameOf(backup) + u'\n' + path(backup));
         case Qt::ToolTipRole:
-            if (index.column() == Name) return literalText(backupName(backup) + u'\n' + path(backup));
+            if (index.column() == Name) return nameToolTip(backup);
             if (index.column() == Computer) return literalText(hostNameOf(backup));
             if (index.column() == Date)
                 return QLocale().toString(backup.value(QStringLiteral("date")).toDateTime().toLocalTime(),

@@ -33,7 +33,8 @@ BackupPane::BackupPane(SettlekeepController& controller, QWidget* parent)
     view().setRootIsDecorated(false);
     view().setItemsExpandable(false);
     view().setSelectionMode(QAbstractItemView::SingleSelection);
-    start(m_model, backupColumnNames(), BackupModel::KeyRole, {{0, {130, 120, 90, 122, 70, 60}}});
+    start(m_model, backupColumnNames(), BackupModel::KeyRole,
+          {{900, {220, 170, 120, 150, 84}}, {700, {180, 140, 100, 132, 76}}, {0, {140, 110, 90, 122, 70}}});
 }
 
 void BackupPane::installRows() {

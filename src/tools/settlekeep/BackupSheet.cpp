@@ -49,8 +49,11 @@ BackupSheet::BackupSheet(SettlekeepController& controller, QWidget* parent)
     add(QStringLiteral("Type"), m_type);
 
     addCancelButton()->setObjectName(QStringLiteral("settlekeepCancelBackup"));
-    addPrimaryButton(QStringLiteral("Back Up"))
-        ->setObjectName(QStringLiteral("settlekeepBackupDialogBackupBtn"));
+    QPushButton* const backUp = addPrimaryButton(QStringLiteral("Back Up"));
+    backUp->setObjectName(QStringLiteral("settlekeepBackupDialogBackupBtn"));
+    backUp->setEnabled(false);
+    connect(m_name, &QLineEdit::textChanged, backUp,
+            [backUp](const QString& name) { backUp->setEnabled(!name.isEmpty()); });
     setFixedWidth(440);
 }
 

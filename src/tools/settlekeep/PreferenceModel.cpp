@@ -43,7 +43,16 @@ void PreferenceModel::setTree(const QList<VLPrefItem>& tree) {
         return;
     }
     m_tree = tree;
-    if (tree.isEmpty()) return;
+    redraw();
+}
+
+void PreferenceModel::setLocks(const QHash<QString, QStringList>& locks) {
+    m_locks = locks;
+    redraw();
+}
+
+void PreferenceModel::redraw() {
+    if (m_tree.isEmpty()) return;
     Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, ColumnCount - 1));
     for (int row = 0; row < rowCount(); ++row) {
         const QModelIndex application = index(row, 0);
@@ -86,6 +95,7 @@ Qt::ItemFlags PreferenceModel::flags(const QModelIndex& index) const {
 QVariant PreferenceModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid()) return {};
     const VLPrefItem& shown = item(index);
+    if (index.column() == Lock) return lockData(shown, role);
     if (index.column() == Files) {
         if (role == Qt::DisplayRole) return filesText(shown);
         if (role == Qt::ToolTipRole) return filesToolTip(shown);
@@ -106,8 +116,38 @@ QVariant PreferenceModel::data(const QModelIndex& index, int role) const {
     }
 }
 
+/// Where it is locked; of an application, whether all of its groups are.
+QVariant PreferenceModel::lockData(const VLPrefItem& item, int role) const {
+    const QList<VLPrefItem> groups = item.isParent() ? item.children() : QList<VLPrefItem>{item};
+    QStringList names;
+    bool isWhole = true;
+    for (const VLPrefItem& group : groups) {
+        const QStringList own = m_locks.value(group.key());
+        isWhole = isWhole && own == m_locks.value(groups.first().key());
+        names += own;
+    }
+    names.removeDuplicates();
+    if (names.isEmpty()) return {};
+    names.sort();
+    switch (role) {
+        case Qt::DisplayRole: {
+            const QString where =
+                names.size() == 1 ? names.first() : QStringLiteral("%1 computers").arg(names.size());
+            return isWhole ? QStringLiteral("On %1").arg(where) : QStringLiteral("Partly, on %1").arg(where);
+        }
+        case Qt::ToolTipRole:
+            return literalText(QStringLiteral("Locked on:\n") +
+                               names.first(std::min<qsizetype>(names.size(), 20)).join(u'\n'));
+        case Cell::SymbolRole:
+            return QStringLiteral("lock");
+        default:
+            return {};
+    }
+}
+
 QVariant PreferenceModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
+    if (section == Lock) return QStringLiteral("Locked");
     return section == Name ? QStringLiteral("Preferences") : QStringLiteral("Files");
 }
 

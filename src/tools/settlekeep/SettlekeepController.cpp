@@ -125,8 +125,32 @@ void SettlekeepController::sendKeys(const QString& logLine, const QString& selec
     const QString keys = settlekeepSelectedPrefKeys().join(u',');
     VLLog::appendLog(logLine, keys);
     description.subject = PreferenceTree::coveredApplications(keys);
-    startRun(worker, description,
-             [this, selector, keys] { context().runner->executeRemoteMethods(selector, keys); });
+    startRun(worker, description, [this, selector, keys, worker] {
+        context().runner->executeRemoteMethods(selector, keys);
+        startWorker(worker, [this] { populateLocks(); });
+    });
+}
+
+/// Clients that do not say have no entry.
+void SettlekeepController::populateLocks() {
+    constexpr qsizetype mostKeys = 200, longestKey = 64;
+    const RunScope scope(runHere());
+    const QVariantMap answers =
+        context().runner->objectsFromRemoteMethod(QStringLiteral("settlekeepLockedKeys")).toMap();
+    if (isStopped()) return;
+    QHash<QString, QStringList> locks;
+    for (auto answer = answers.cbegin(); answer != answers.cend(); ++answer) {
+        const QVariantList keys = answer->toList();
+        for (const QVariant& value : keys.first(std::min(keys.size(), mostKeys))) {
+            const QString key = VLCorvalinServerProtocol::textValue(value);
+            QStringList& hostNames = locks[key.left(longestKey)];
+            if (!hostNames.contains(answer.key())) hostNames.append(answer.key());
+        }
+    }
+    onMainThreadAndWait([&] {
+        m_locks = locks;
+        Q_EMIT locksChanged();
+    });
 }
 
 void SettlekeepController::settlekeepLock() {
@@ -227,7 +251,9 @@ void SettlekeepController::setSettlekeepBackupArray(const QList<QVariantMap>& ba
 
 void SettlekeepController::clearData() {
     m_settlekeepBackupArray.clear();
+    m_locks.clear();
     forgetResult();
+    Q_EMIT locksChanged();
 }
 
 ToolReport SettlekeepController::report() const {

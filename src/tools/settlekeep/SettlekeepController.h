@@ -43,11 +43,17 @@ public:
     void settlekeepQuickBackupOnThread(const QVariantMap& options);
     void settlekeepRestoreBackup(const QVariantMap& backup);  ///< onto the clients of the run
     void populateSettlekeepBackups();
+    void populateLocks();
 
+    /// By the key of a group: the host names of the clients where a part of it is locked. Main thread.
+    [[nodiscard]] const QHash<QString, QStringList>& locks() const { return m_locks; }
     [[nodiscard]] const QList<QVariantMap>& settlekeepBackupArray() const { return m_settlekeepBackupArray; }
     void setSettlekeepBackupArray(const QList<QVariantMap>& backups);
 
-    void refresh() override { populateSettlekeepBackups(); }
+    void refresh() override {
+        populateSettlekeepBackups();
+        populateLocks();
+    }
     void becomesVisible() override { populateSettlekeepPrefs(); }
     void clearData() override;
     /// What a restore replaced and what was trashed, from the backup that the client made of it.
@@ -57,6 +63,7 @@ public:
 
 Q_SIGNALS:
     void prefsChanged();
+    void locksChanged();
     void backupSheetWanted(SettlekeepController::BackupFlow flow);
 
 private:
@@ -73,4 +80,5 @@ private:
 
     QList<VLPrefItem> m_settlekeepPrefArray;
     QList<QVariantMap> m_settlekeepBackupArray;
+    QHash<QString, QStringList> m_locks;
 };

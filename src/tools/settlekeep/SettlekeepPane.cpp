@@ -43,6 +43,7 @@ SettlekeepView::SettlekeepView(SettlekeepController& controller, QWidget* parent
 
     const auto showTree = [this] { m_preferences->setTree(m_controller.settlekeepPrefArray()); };
     connect(&controller, &SettlekeepController::prefsChanged, this, showTree);
+    connect(&controller, &SettlekeepController::locksChanged, this, &SettlekeepView::showLocks);
     connect(&controller, &SettlekeepController::backupSheetWanted, this,
             [this](SettlekeepController::BackupFlow flow) {
                 if (!m_sheet) m_sheet = new BackupSheet(m_controller, this);
@@ -88,7 +89,8 @@ QWidget* SettlekeepView::makePreferences() {
                    QStringLiteral("Preferences"));
     m_preferenceView->setModel(m_preferences);
     turnBoxesWithSpace(*m_preferenceView, PreferenceModel::Name);
-    m_preferenceView->header()->resizeSection(PreferenceModel::Name, 300);
+    m_preferenceView->header()->resizeSection(PreferenceModel::Name, 240);
+    m_preferenceView->header()->resizeSection(PreferenceModel::Lock, 160);
     connect(m_preferences, &PreferenceModel::ticked, &m_controller, &SettlekeepController::setPrefSelected);
     connect(m_preferenceView, &QWidget::customContextMenuRequested, this,
             &SettlekeepView::showPreferenceMenu);
@@ -110,6 +112,15 @@ QWidget* SettlekeepView::makeBackups() {
     layout->addWidget(hairline(part));
     layout->addWidget(new BackupPane(m_controller, part), 1);
     return part;
+}
+
+void SettlekeepView::showLocks() {
+    QHash<QString, QStringList> names;
+    const QHash<QString, QStringList>& locks = m_controller.locks();
+    for (auto lock = locks.cbegin(); lock != locks.cend(); ++lock)
+        for (const QString& hostName : lock.value())
+            names[lock.key()].append(m_controller.context().friendlyServiceName(hostName));
+    m_preferences->setLocks(names);
 }
 
 void SettlekeepView::updateActions() {

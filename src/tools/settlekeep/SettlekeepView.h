@@ -23,6 +23,7 @@ private:
     void addAction(const char* name, const char* symbol, const char* text, const char* toolTip,
                    void (SettlekeepController::*action)());
     void updateActions();
+    void showLocks();
     void tickAll(int selected);
     void showPreferenceMenu(const QPoint& position);
 

@@ -103,6 +103,50 @@ private Q_SLOTS:
         QVERIFY(!m_cronwell->taskScheduleScheduleTypeForDescription(u"(various)"_s).isValid());
     }
 
+    /// Two jobs of one task on a computer are no second computer, and hide no missing one.
+    void countsComputersNotJobs_data() {
+        addTextRows({"first", "second", "row", "state"},
+                    uR"(
+a on,b on||yes 1 missing two|0
+a on,b off||mixed 1 missing two|2
+a on,b on|c on|yes 2 duplicated |0
+a on,b off|c on|mixed 2 enabled |2
+a on|c on|yes 2 none |0
+)"_s);
+    }
+    void countsComputersNotJobs() {
+        QFETCH(QString, first);
+        QFETCH(QString, second);
+        const auto jobs = [](const QString& texts) {
+            QStringList tasks;
+            for (const QString& text : texts.split(u',', Qt::SkipEmptyParts))
+                tasks << u"%1|Clean|x|6|60|%2|user"_s.arg(text.section(u' ', 0, 0), text.section(u' ', 1));
+            return tasks;
+        };
+        addClient(u"one"_s, jobs(first));
+        FakeProxy& two = addClient(u"two"_s, jobs(second));
+        QVERIFY(refresh());
+        const QString row =
+            QStringList(m_cronwell->report().rows.value(0).mid(3)).join(u' ').remove(u"user "_s);
+        QTEST(row.trimmed(), "row");
+        const QString state = QString::number(m_cronwell->cronwellArray().value(0).state());
+        QTEST(state, "state");
+        QVERIFY(run([this] { m_cronwell->cronwellSyncTasks(); }));
+        QCOMPARE(changes(two).filter(u"add "_s).size(), second.isEmpty() ? 1 : 0);
+    }
+
+    void removesSingleJobs() {
+        FakeProxy& one = addClient(u"one"_s, {u"a|Clean|x|6|60|on|user"_s, u"b|Clean|x|6|60|on|root"_s});
+        FakeProxy& two = addClient(u"two"_s, {u"c|Clean|x|6|60|on|user"_s});
+        QVERIFY(refresh());
+        const AlertAnswers alerts(VLAlert::DefaultReturn);
+        m_cronwell->cronwellRemoveTaskAction({{key(u"Clean"_s), u"one.local."_s, u"b"_s}}, nullptr);
+        QVERIFY(VLThread::joinAll(patience));
+        QCOMPARE(changes(one), QStringList{u"remove auth {obj1 = b}"_s});
+        QVERIFY(changes(two).isEmpty());
+        QCOMPARE(alerts.details, QStringList{u"Only on one. This cannot be undone."_s});
+    }
+
     void synchronises_data() {
         // The task of each client, if any, and what is sent to one of them: value and type, or only a type.
         addTextRows({"clients", "receiver", "sent", "schedule"},

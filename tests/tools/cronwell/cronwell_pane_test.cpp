@@ -9,6 +9,7 @@
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QToolButton>
 #include <QTreeView>
@@ -138,12 +139,92 @@ private Q_SLOTS:
         outline->setFocus();
         QVERIFY(QTest::qWaitForWindowActive(m_console->window.get()));
         const AlertAnswers alerts(VLAlert::AlternateReturn);
-        outline->setCurrentIndex(model.index(0, 0, model.index(0, 0)));  // a client: nothing to remove
+        outline->setCurrentIndex(model.index(0, 0, model.index(0, 0)));  // one client's job
         QTest::keyClick(outline, Qt::Key_Delete);
-        QVERIFY(alerts.asked.isEmpty() && !find<QToolButton>("cronwellRemoveTaskBtn")->isEnabled());
         outline->selectAll();
         QTest::keyClick(outline, Qt::Key_Delete);
-        QCOMPARE(alerts.asked, QStringList{u"Are you sure you wish to delete these tasks?"_s});
+        QCOMPARE(alerts.asked, (QStringList{u"Are you sure you wish to delete this task?"_s,
+                                            u"Are you sure you wish to delete these tasks?"_s}));
+        QCOMPARE(alerts.details,
+                 (QStringList{u"Only on One. This cannot be undone."_s, u"This cannot be undone."_s}));
+    }
+
+    void tellsDuplicates() {
+        VLScheduledTask twice = row(u"Clean"_s, m_host), mixed = row(u"Sweep"_s, m_host);
+        for (auto* task : {&twice, &mixed})
+            task->addChild({{u"taskDescription"_s, task->taskDescription()},
+                            {u"taskBundleID"_s, tool},
+                            {u"filename"_s, u"second.plist"_s},
+                            {u"enabled"_s, task == &twice ? 1 : 0}},
+                           m_host);
+        cronwell().setCronwellArray({twice, mixed, row(u"Wipe"_s, m_host)});
+        const auto* outline = find<QTreeView>("cronwellOutline");
+        find<QWidget>("cronwellPane")->findChild<QToolButton*>(u"differencesOnly"_s)->click();
+        QStringList statuses;
+        for (int place = 0; place < outline->model()->rowCount(); ++place)
+            statuses << outline->model()->index(place, VLScheduledTask::Status).data().toString();
+        QCOMPARE(statuses, (QStringList{u"Duplicated on One"_s, u"Enabled on 0 of 1 · Duplicated on One"_s}));
+        const AlertAnswers alerts(VLAlert::AlternateReturn);
+        find<QToolButton>("cronwellSyncBtn")->click();
+        QCOMPARE(alerts.asked, QStringList{u"Synchronise 1 task?"_s});
+    }
+
+    void warnsOfASecondOne() {
+        cronwell().setCronwellArray({row(u"Clean"_s, m_host)});
+        find<QToolButton>("cronwellAddTaskBtn")->click();
+        QVERIFY(waitForWorkers(30s));
+        QVariantList tasks;
+        for (const QString& id : {u"Clean"_s, u"Sweep"_s})
+            tasks.append(QVariantMap{{u"taskID"_s, id}, {u"taskDescription"_s, id}});
+        cronwell().setNewTaskAppDataArray(
+            {QVariantMap{{u"taskBundleID"_s, tool}, {u"name"_s, u"Tidyhand"_s}, {u"tasks"_s, tasks}}});
+        Q_EMIT cronwell().newTaskAppsChanged();
+        QVERIFY(find<QLabel>("newTaskDuplicateText")->text().startsWith(u"One has this task already"_s));
+        QCOMPARE(find<QPushButton>("addTaskButton")->text(), u"Add Anyway"_s);
+        find<QComboBox>("newTaskMenu")->setCurrentIndex(1);
+        QVERIFY(!find<QLabel>("newTaskDuplicateText")->isVisible());
+        QCOMPARE(find<QPushButton>("addTaskButton")->text(), u"Add"_s);
+
+        QStringList order;  // as read, not as made
+        auto* sheet = find<QDialog>("windowNewTask");
+        sheet->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(sheet));
+        find<QComboBox>("newTaskArrayCont")->setFocus();
+        for (int step = 0; step < 9; ++step) {
+            order << sheet->focusWidget()->objectName();
+            QTest::keyClick(sheet->focusWidget(), Qt::Key_Tab);
+        }
+        QCOMPARE(order, (QStringList{u"newTaskArrayCont"_s, u"newTaskMenu"_s, u"taskScheduleMenu"_s,
+                                     u"taskHourText"_s, u"taskMinuteText"_s, u"taskDayText"_s,
+                                     u"taskWeekdayMenu"_s, u"taskMonthMenu"_s, u"taskRootCheck"_s}));
+        sheet->reject();
+    }
+
+    /// Every button says what it does, also where not all have room.
+    void narrowBar() {
+        cronwell().setCronwellArray({row(u"Clean"_s, m_host)});
+        m_console->window->resize(m_console->window->minimumSize());
+        const auto* pane = find<QWidget>("cronwellPane");
+        const auto* more = pane->findChild<QToolButton*>(u"moreBtn"_s);
+        for (const char* name : {"cronwellEnableAllBtn", "cronwellDisableAllBtn"}) {
+            auto* button = find<QToolButton>(name);
+            if (button->isVisible()) {
+                QVERIFY(button->toolButtonStyle() != Qt::ToolButtonIconOnly);
+                QVERIFY(button->width() >= button->sizeHint().width());
+                continue;
+            }
+            Q_EMIT more->menu()->aboutToShow();
+            startNewLog();
+            const QList<QAction*> actions = more->menu()->actions();
+            const auto item = std::find_if(actions.begin(), actions.end(), [&](const QAction* action) {
+                return action->text() == button->text();
+            });
+            QVERIFY(item != actions.end());
+            (*item)->trigger();
+            QVERIFY(waitForWorkers(30s));
+            QVERIFY(!logLines().filter(u"abling all"_s).isEmpty());
+        }
+        QVERIFY(more->isVisible());
     }
 };
 

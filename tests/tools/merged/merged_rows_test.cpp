@@ -100,9 +100,19 @@ private Q_SLOTS:
         QCOMPARE(tasks.entries[0].value(u"filename"_s), QVariant(u"a.plist"_s));
         QVERIFY2(tasks.complaint.startsWith(u"6 of 7 entries left out"_s), qPrintable(tasks.complaint));
 
-        const QVariantMap backup{{u"path"_s, u"/b"_s}, {u"type"_s, -1}, {u"hostname"_s, u"other"_s}};
+        // What is beyond the known keys is kept while it is short.
+        const QVariantMap backup{{u"path"_s, u"/b"_s},
+                                 {u"type"_s, -1},
+                                 {u"hostname"_s, u"other"_s},
+                                 {u"note"_s, u"main"_s},
+                                 {u"files"_s, 7LL},
+                                 {u"list"_s, QVariantList{1}},
+                                 {u"essay"_s, QString(300, u'x')},
+                                 {QString(300, u'k'), 1LL}};
         const AgentAnswer::Entries backups = checkedBackups(QVariantMap{{u"x"_s, backup}});
-        QCOMPARE(backups.entries, (QList<QVariantMap>{{{u"path"_s, u"/b"_s}}}));
+        QCOMPARE(backups.entries,
+                 (QList<QVariantMap>{{{u"path"_s, u"/b"_s}, {u"note"_s, u"main"_s}, {u"files"_s, 7LL}}}));
+        QCOMPARE(furtherKeys(backups.entries.value(0)), (QStringList{u"files"_s, u"note"_s}));
         QVERIFY(checkedBackups(QVariantList{backup}).complaint.startsWith(u"not a dictionary"_s));
     }
 

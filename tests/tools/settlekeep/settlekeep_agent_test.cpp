@@ -234,6 +234,9 @@ private Q_SLOTS:
         const TreeWriter writer(machine.tree());
         QVERIFY(writer.isLocked(anna + editorList) && writer.isLocked(anna + editorData + u"Button Bars"_s));
         QVERIFY(!writer.isLocked(anna + motionList));
+        const QVariantList locked = machine.perform(u"settlekeepLockedKeys"_s).toList();
+        QVERIFY(locked.contains(u"fcpPrefs"_s) && locked.contains(u"fcpButton"_s));
+        QVERIFY(!locked.contains(u"motionPrefs"_s));
         const auto before = machine.home();
         for (const auto& [selector, arguments] :
              {std::pair(restoreLocal, QVariantList{path}), {trash, {u"fcpButton,motion"_s}}, quickTrash})
@@ -243,6 +246,7 @@ private Q_SLOTS:
         // A backup of locked files does not bring the lock back.
         machine.perform(backUp, {selection(u"fcp"_s, u"locked"_s)});
         machine.perform(unlock, {u"fcp"_s});
+        QVERIFY(machine.perform(u"settlekeepLockedKeys"_s).toList().isEmpty());
         QVERIFY(!writer.isLocked(anna + editorList) && QFile::remove(list));
         for (const QVariant& backup : machine.perform(u"settlekeepBackups"_s).toMap())
             machine.perform(restoreLocal, {backup.toMap().value(u"path"_s)});

@@ -53,6 +53,23 @@ private Q_SLOTS:
         m_bench.reset();
     }
 
+    void locksAreThoseThatClientsTell() {
+        for (const auto& [name, locked] :
+             {std::pair(u"one"_s, QVariant(QVariantList{u"fcpPrefs"_s, u"stpPrefs"_s})),
+              {u"two"_s, QVariant(QVariantList{u"fcpPrefs"_s, u"fcpPrefs"_s, 5})},
+              {u"odd"_s, QVariant(u"x"_s)}})
+            addClient(name, [locked = locked](const QString& selector, const QVariantList&) {
+                return selector == "settlekeepLockedKeys"_L1 ? locked : QVariant();
+            });
+        const QSignalSpy changed(m_controller.get(), &SettlekeepController::locksChanged);
+        QVERIFY(m_bench->run([this] { m_controller->populateLocks(); }));
+        QCOMPARE(changed.size(), 1);
+        QStringList hosts = m_controller->locks().value(u"fcpPrefs"_s);
+        hosts.sort();
+        QCOMPARE(hosts, (QStringList{u"one.local."_s, u"two.local."_s}));
+        QCOMPARE(m_controller->locks().value(u"stpPrefs"_s), QStringList{u"one.local."_s});
+    }
+
     void backups() {
         const FakeProxy& one = addClient(u"one"_s, holding(oneBackup));
         QSignalSpy sheet(m_controller.get(), &SettlekeepController::backupSheetWanted);

@@ -1,6 +1,7 @@
 #include "foundation/VLUserDefaults.h"
 #include "support/AlertAnswers.h"
 #include "support/TestEnvironment.h"
+#include "tools/settlekeep/PreferenceModel.h"
 #include "tools/settlekeep/SettlekeepController.h"
 #include "ui/SampleConsole.h"
 
@@ -45,6 +46,17 @@ private Q_SLOTS:
         QCOMPARE(settlekeep().settlekeepSelectedPrefKeys().first(), u"fcp"_s);
     }
 
+    void locksAreShownOnTheirRows() {
+        auto& model = *qobject_cast<PreferenceModel*>(view("settlekeepPrefOutlineView").model());
+        const QModelIndex editor = model.index(0, 0);
+        const auto lockOf = [](const QModelIndex& row) { return row.siblingAtColumn(1).data().toString(); };
+        model.setLocks({{u"fcpBoris"_s, {u"Bay"_s}}, {u"stpPrefs"_s, {u"Bay"_s, u"Den"_s}}});
+        QCOMPARE(lockOf(model.index(0, 0, editor)), QString());
+        QCOMPARE(lockOf(model.index(1, 0, editor)), u"On Bay"_s);
+        QCOMPARE(lockOf(editor), u"Partly, on Bay"_s);
+        QCOMPARE(lockOf(model.index(2, 0)), u"On 2 computers"_s);
+    }
+
     void sheetDoesWhatItWasOpenedFor() {
         startNewLog();
         for (const auto& [button, line] :
@@ -53,6 +65,8 @@ private Q_SLOTS:
             m_console.find<QToolButton>(button)->click();
             auto* sheet = m_console.find<QDialog>("windowSettlekeepBackup");
             QVERIFY(sheet && sheet->isVisible());
+            QTest::keyClick(sheet, Qt::Key_Return);  // without a name there is nothing to press
+            QVERIFY(sheet->isVisible());
             QTest::keyClicks(sheet->findChild<QLineEdit*>(u"settlekeepBackupNameText"_s), u"My backup"_s);
             QTest::keyClick(sheet, Qt::Key_Return);
             QVERIFY(!sheet->isVisible());
