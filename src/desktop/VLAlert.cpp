@@ -4,6 +4,7 @@
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -101,7 +102,8 @@ void VLAlert::ask(const QString& messageText, const QString& confirm, const QStr
         if (returnCode == DefaultReturn) confirmed();
     };
     alertSheetWithMessageText(
-        messageText, confirm, QStringLiteral("Cancel"), {}, informativeText, parentWindow,
+        messageText, confirm, QCoreApplication::translate("VLAlert", "Cancel"), {}, informativeText,
+        parentWindow,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{didEndSelector, ended}}),
         didEndSelector, false);
 }

@@ -4,6 +4,7 @@
 #include "logs/VLLog.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QStringList>
 
@@ -241,9 +242,11 @@ QString aggregatedAppDictStatus(const QVariantList& applications) {
         else if (isSet(application, QLatin1String("running")))
             ++running;
     }
-    if (notInstalled == applications.size()) return QStringLiteral("Not installed");
-    if (running == applications.size()) return QStringLiteral("Running");
-    return running == 0 ? QStringLiteral("Not running") : QStringLiteral("Some running");
+    if (notInstalled == applications.size())
+        return QCoreApplication::translate("Aggregation", "Not installed");
+    if (running == applications.size()) return QCoreApplication::translate("Aggregation", "Running");
+    return running == 0 ? QCoreApplication::translate("Aggregation", "Not running")
+                        : QCoreApplication::translate("Aggregation", "Some running");
 }
 
 QVariant dictionaryFromString(const QString& text) {

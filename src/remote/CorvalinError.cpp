@@ -1,12 +1,15 @@
 #include "base/VLFormat.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
+#include <QCoreApplication>
+
 #include <array>
 
 namespace CorvalinError {
 namespace {
 
-constexpr char unknown[] = "Unknown error. Please check error logs on the local machine.";
+constexpr char unknown[] =
+    QT_TRANSLATE_NOOP("CorvalinError", "Unknown error. Please check error logs on the local machine.");
 
 struct Message {
     Code code;
@@ -16,24 +19,41 @@ struct Message {
 
 constexpr std::array messages{
     Message{None, false, ""},
-    Message{ApplicationNotFound, true, "Application %@ not found."},
-    Message{InfoPlistNotFound, true, "Could not find Info.plist file for application %@ not found."},
-    Message{ApplicationOutdated, true, "Application %@ is outdated. Please update this application."},
-    Message{TaskNotFound, true, "Task not found for application %@. Please update this application."},
-    Message{DestinationBusy, false,
-            "The task was canceled because the destination computer was too busy. Switch off this setting in "
-            "the application's preferences in order to prevent this in the future."},
-    Message{BadCredentials, false, "Incorrect username or password."},
-    Message{NotInstalled, true,
-            "Corvalin is not installed properly or the version you are using is outdated. Please install a "
-            "recent version of Corvalin on this computer."},
-    Message{ClientOutdated, true,
-            "Corvalin Network Client is outdated on this machine. Please install a more recent version."},
-    Message{SuiteOutdated, true,
-            "Corvalin is outdated on this machine. Please install a more recent version."},
+    Message{ApplicationNotFound, true, QT_TRANSLATE_NOOP("CorvalinError", "Application %@ not found.")},
     Message{
-        ConnectionTimedOut, false,
-        "Connection timed out. Please make sure that you have the latest version of the client software."},
+        InfoPlistNotFound, true,
+        QT_TRANSLATE_NOOP("CorvalinError", "Could not find Info.plist file for application %@ not found.")},
+    Message{
+        ApplicationOutdated, true,
+        QT_TRANSLATE_NOOP("CorvalinError", "Application %@ is outdated. Please update this application.")},
+    Message{TaskNotFound, true,
+            QT_TRANSLATE_NOOP("CorvalinError",
+                              "Task not found for application %@. Please update this application.")},
+    Message{
+        DestinationBusy, false,
+        QT_TRANSLATE_NOOP(
+            "CorvalinError",
+            "The task was canceled because the destination computer was too busy. Switch off this setting in "
+            "the application's preferences in order to prevent this in the future.")},
+    Message{BadCredentials, false, QT_TRANSLATE_NOOP("CorvalinError", "Incorrect username or password.")},
+    Message{
+        NotInstalled, true,
+        QT_TRANSLATE_NOOP(
+            "CorvalinError",
+            "Corvalin is not installed properly or the version you are using is outdated. Please install a "
+            "recent version of Corvalin on this computer.")},
+    Message{
+        ClientOutdated, true,
+        QT_TRANSLATE_NOOP(
+            "CorvalinError",
+            "Corvalin Network Client is outdated on this machine. Please install a more recent version.")},
+    Message{SuiteOutdated, true,
+            QT_TRANSLATE_NOOP("CorvalinError",
+                              "Corvalin is outdated on this machine. Please install a more recent version.")},
+    Message{ConnectionTimedOut, false,
+            QT_TRANSLATE_NOOP("CorvalinError",
+                              "Connection timed out. Please make sure that you have the latest version of "
+                              "the client software.")},
 };
 
 const Message* find(qlonglong code) {
@@ -46,8 +66,8 @@ const Message* find(qlonglong code) {
 
 QString message(qlonglong code, const QString& info) {
     const Message* found = find(code);
-    if (!found) return QString::fromLatin1(unknown);
-    const QString text = QString::fromLatin1(found->text);
+    if (!found) return QCoreApplication::translate("CorvalinError", unknown);
+    const QString text = QCoreApplication::translate("CorvalinError", found->text);
     // Only texts with a place for the name go through formatting: a name is anybody's text.
     if (!text.contains(QLatin1String("%@"))) return text;
     return vlFormat(text, info.isEmpty() ? QStringLiteral("(unknown)") : info);

@@ -58,10 +58,10 @@ QString plainWords(const std::exception& exception) {
     const auto* own = dynamic_cast<const VLException*>(&exception);
     if (!own) return QString::fromLocal8Bit(exception.what());
     if (own->name() == VLException::givenUp)
-        return QStringLiteral("Nobody waited for the answer any longer.");
-    if (VLException::didTimeout(exception)) return QStringLiteral("The computer did not answer in time.");
+        return RemoteRunner::tr("Nobody waited for the answer any longer.");
+    if (VLException::didTimeout(exception)) return RemoteRunner::tr("The computer did not answer in time.");
     if (own->name() == VLException::inaccessible)
-        return QStringLiteral("The connection to the computer was lost.");
+        return RemoteRunner::tr("The connection to the computer was lost.");
     if (const qlonglong code = corvalinCode(exception); code != CorvalinError::None)
         return CorvalinError::message(code, own->userInfo().value(QStringLiteral("info")).toString());
     return own->reason().isEmpty() ? own->name() : own->reason();
@@ -183,7 +183,7 @@ RemoteRunner::RemoteRunner(Environment environment) : m_environment(std::move(en
 
 void RemoteRunner::noteSkipped(const RemoteClient& service) {
     noteOutcome(service, Outcome::Skipped,
-                service.enabled() ? QStringLiteral("the computer is in error") : QStringLiteral("disabled"));
+                service.enabled() ? tr("the computer is in error") : tr("disabled"));
 }
 
 VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) const {
@@ -217,7 +217,7 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
     const Processing processing(*service);
     if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) {
         VLLog::appendLog(QStringLiteral("Proxy object doesn't respond to selector %@"), selector);
-        noteOutcome(*service, Outcome::Failed, QStringLiteral("its agent does not know this operation"));
+        noteOutcome(*service, Outcome::Failed, tr("its agent does not know this operation"));
         return std::nullopt;
     }
     VLLog::appendLog(QStringLiteral("Performing method on remote object..."));
@@ -226,7 +226,7 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
     if (!room) {
         const RunPtr run = Run::current();
         if (run && !run->isCancelled())  // given up on before its turn, which is not "nothing to do"
-            run->note(*service, {Outcome::NoAnswer, QStringLiteral("other computers were sent to first")});
+            run->note(*service, {Outcome::NoAnswer, tr("other computers were sent to first")});
         return std::nullopt;
     }
     Run::Change change(service);
@@ -245,7 +245,7 @@ QVariant RemoteRunner::checkedAnswer(const QString& selector, const QVariant& an
         return {};
     }
     if (!answer.isValid()) {
-        noteOutcome(*service, Outcome::NoAnswer, QStringLiteral("it answered with nothing"));
+        noteOutcome(*service, Outcome::NoAnswer, tr("it answered with nothing"));
         return answer;
     }
     if (!declared || accepts(declared->resultType, answer)) {
@@ -255,9 +255,8 @@ QVariant RemoteRunner::checkedAnswer(const QString& selector, const QVariant& an
     const QString expected = typeName(declared->resultType), received = typeName(answer);
     VLLog::appendLog(QStringLiteral("Client %@ answered %@ with the wrong type: expected %@, received %@."),
                      service->name(), selector, expected, received);
-    const QString reason =
-        QStringLiteral("The answer to \"%1\" has the wrong type: expected %2, received %3.")
-            .arg(selector, expected, received);
+    const QString reason = tr("The answer to \"%1\" has the wrong type: expected %2, received %3.")
+                               .arg(selector, expected, received);
     noteOutcome(*service, Outcome::Failed, reason);
     reportFailure(service, reason);
     return {};
@@ -291,8 +290,7 @@ void RemoteRunner::operationFailed(const std::exception& exception, const char* 
         const QVariantMap error = dynamic_cast<const VLException&>(exception).userInfo();
         return m_environment.clientReportedError(queueName(*service), error);
     }
-    reportFailure(service,
-                  QStringLiteral("The operation \"%1\" failed. %2").arg(selector, plainWords(exception)));
+    reportFailure(service, tr("The operation \"%1\" failed. %2").arg(selector, plainWords(exception)));
 }
 
 bool RemoteRunner::executeRemoteMethod(const QString& selector, const QVariant& obj1, const QVariant& obj2,
@@ -370,7 +368,7 @@ QVariant RemoteRunner::objectFromRemoteTask(const QString& task, const QString& 
         VLLog::appendLog(QStringLiteral("Launching task..."));
         const Processing processing(*service);
         if (!proxy->respondsToSelector(selector, m_environment.probeLimit)) {
-            noteOutcome(*service, Outcome::Failed, QStringLiteral("its agent runs no tasks"));
+            noteOutcome(*service, Outcome::Failed, tr("its agent runs no tasks"));
             return {};
         }
         Run::Change change(service);

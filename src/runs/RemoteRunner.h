@@ -5,6 +5,7 @@
 #include "remote/TaskProgress.h"
 #include "runs/Run.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -28,6 +29,7 @@ class Wave;
 /// those. A fan-out of a thread that works for no run is one of its own. A fan-out returns when its own work
 /// is done or its run is cancelled, whatever else runs.
 class RemoteRunner {
+    Q_DECLARE_TR_FUNCTIONS(RemoteRunner)
 public:
     struct Environment {
         TaskProgress* progress = nullptr;                          ///< outlives the runner

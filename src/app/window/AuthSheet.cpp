@@ -20,7 +20,7 @@ constexpr int longestEntry = 255;
 }  // namespace
 
 AuthSheet::AuthSheet(AuthorizationController& controller, QWidget* parent)
-    : Sheet(QStringLiteral("Authorization"), {}, parent),
+    : Sheet(tr("Authorization"), {}, parent),
       m_controller(controller),
       m_icon(new QLabel(this)),
       m_hostName(new QLabel(this)),
@@ -29,8 +29,8 @@ AuthSheet::AuthSheet(AuthorizationController& controller, QWidget* parent)
       m_status(new QLabel(this)),
       m_userName(new QLineEdit(this)),
       m_password(new QLineEdit(this)),
-      m_applyToAll(new QCheckBox(QStringLiteral("Use for all selected computers"), this)),
-      m_keychain(new QCheckBox(QStringLiteral("Remember the password in my keyring"), this)),
+      m_applyToAll(new QCheckBox(tr("Use for all selected computers"), this)),
+      m_keychain(new QCheckBox(tr("Remember the password in my keyring"), this)),
       m_notKept(new QLabel(this)) {
     setObjectName(QStringLiteral("windowAuth"));
     setAttribute(Qt::WA_DeleteOnClose, false);
@@ -78,8 +78,8 @@ void AuthSheet::buildFields() {
         pair->addWidget(field);
         body()->addLayout(pair);
     };
-    add(QStringLiteral("User Name"), m_userName, "authUserNameText");
-    add(QStringLiteral("Password"), m_password, "authPasswordText");
+    add(tr("User Name"), m_userName, "authUserNameText");
+    add(tr("Password"), m_password, "authPasswordText");
     m_password->setEchoMode(QLineEdit::Password);
     m_password->setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText |
                                     Qt::ImhNoAutoUppercase);
@@ -94,7 +94,7 @@ void AuthSheet::buildFields() {
     m_notKept->setFont(themeFont(0.9));
     m_notKept->setForegroundRole(QPalette::PlaceholderText);
     m_notKept->setText(
-        QStringLiteral("No keyring answers on this desktop: the password is forgotten when Orlendo quits."));
+        tr("No keyring answers on this desktop: the password is forgotten when Orlendo quits."));
     m_notKept->hide();
     body()->addWidget(m_notKept);
     body()->addWidget(m_status);
@@ -103,19 +103,19 @@ void AuthSheet::buildFields() {
 
 void AuthSheet::buildButtons() {
     addCancelButton();
-    QPushButton* skip = addCancelButton(QStringLiteral("Skip"));
+    QPushButton* skip = addCancelButton(tr("Skip"));
     skip->setObjectName(QStringLiteral("authSkipButton"));
-    skip->setToolTip(QStringLiteral("Leave this computer out and go on with the others"));
+    skip->setToolTip(tr("Leave this computer out and go on with the others"));
     disconnect(skip, &QPushButton::clicked, this, nullptr);
     connect(skip, &QPushButton::clicked, &m_controller, &AuthorizationController::skipAuth);
-    m_ok = addPrimaryButton(QStringLiteral("OK"));
+    m_ok = addPrimaryButton(tr("OK"));
     m_ok->setObjectName(QStringLiteral("authOkButton"));
 }
 
 void AuthSheet::showSheet(const Prompt& prompt) {
     const QString name = prompt.service->name();
     setProperty("isAboutClient", true);
-    setWindowTitle(QStringLiteral("Authorization for %1").arg(name));
+    setWindowTitle(tr("Authorization for %1").arg(name));
     setAccessibleDescription(prompt.text + u' ' + purposeOf(prompt));
     m_hostName->setText(name);
     m_text->setText(prompt.text);
@@ -148,11 +148,11 @@ QString AuthSheet::purposeOf(const Prompt& prompt) {
     QStringList names;
     for (const QString& name : prompt.computers)
         names.append(name.left(longestShown));
-    QString text = toolTitle(prompt.tool);
-    if (!text.isEmpty()) text += QStringLiteral(": ");
-    text = QStringLiteral("For ") + text + prompt.action.left(2 * longestShown);
-    if (!names.isEmpty()) text += QStringLiteral(" on ") + ToolPane::listed(names);
-    return text + u'.';
+    QString action = prompt.action.left(2 * longestShown);
+    if (const QString tool = toolTitle(prompt.tool); !tool.isEmpty())
+        action = QStringLiteral("%1: %2").arg(tool, action);
+    return names.isEmpty() ? tr("For %1.").arg(action)
+                           : tr("For %1 on %2.").arg(action, ToolPane::listed(names));
 }
 
 /// Without a keyring the box still says whether the password is used again until the end.
@@ -166,7 +166,7 @@ void AuthSheet::setChecking(bool checking) {
     for (QWidget* widget : {static_cast<QWidget*>(m_userName), static_cast<QWidget*>(m_password),
                             static_cast<QWidget*>(m_applyToAll), static_cast<QWidget*>(m_keychain)})
         widget->setEnabled(!checking);
-    showStatus(checking ? QStringLiteral("Checking with %1…").arg(m_hostName->text()) : QString());
+    showStatus(checking ? tr("Checking with %1…").arg(m_hostName->text()) : QString());
     updateButtons();
 }
 

@@ -95,9 +95,7 @@ QVariant ErrorLogModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ErrorLogModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    static const QStringList titles{QStringLiteral("Date"), QStringLiteral("Computer"),
-                                    QStringLiteral("Tool"), QStringLiteral("Action"),
-                                    QStringLiteral("Description")};
+    static const QStringList titles{tr("Date"), tr("Computer"), tr("Tool"), tr("Action"), tr("Description")};
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return {};
     if (role == Qt::DisplayRole) return titles.at(section);
     if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);

@@ -38,23 +38,22 @@ ErrorLogWindow::ErrorLogWindow(ErrorLog& log, ServiceList& services, QWidget* pa
       m_table(new QTreeView(this)),
       m_stack(new QStackedWidget(this)),
       m_empty(new EmptyState(this)),
-      m_copy(new QPushButton(QStringLiteral("Copy"), this)),
-      m_upload(new QPushButton(QStringLiteral("Upload…"), this)),
-      m_clear(new QPushButton(QStringLiteral("Clear"), this)) {
+      m_copy(new QPushButton(tr("Copy"), this)),
+      m_upload(new QPushButton(tr("Upload…"), this)),
+      m_clear(new QPushButton(tr("Clear"), this)) {
     setObjectName(QStringLiteral("errorLogWindow"));
-    setWindowTitle(QStringLiteral("Error Log"));
+    setWindowTitle(tr("Error Log"));
     resize(980, 460);
     buildTable();
-    m_empty->setContents(
-        QStringLiteral("ok"), QStringLiteral("No errors"),
-        QStringLiteral("What goes wrong on a computer, or on the way to it, is listed here."));
+    m_empty->setContents(QStringLiteral("ok"), tr("No errors"),
+                         tr("What goes wrong on a computer, or on the way to it, is listed here."));
     m_stack->addWidget(m_table);
     m_stack->addWidget(m_empty);
 
     m_copy->setObjectName(QStringLiteral("errorLogCopy"));
-    m_copy->setToolTip(QStringLiteral("Copy the selected errors, or all when none is selected"));
+    m_copy->setToolTip(tr("Copy the selected errors, or all when none is selected"));
     m_upload->setObjectName(QStringLiteral("errorLogUpload"));
-    m_upload->setToolTip(QStringLiteral("Send all errors to the maker of Orlendo"));
+    m_upload->setToolTip(tr("Send all errors to the maker of Orlendo"));
     m_upload->setVisible(m_log.canUploadErrorLog());
     m_clear->setObjectName(QStringLiteral("errorLogClear"));
     auto* buttons = new QHBoxLayout;
@@ -107,7 +106,7 @@ void ErrorLogWindow::buildTable() {
     m_sorted->setSortRole(ErrorLogModel::SortRole);
     m_sorted->setSortCaseSensitivity(Qt::CaseInsensitive);
     m_table->setObjectName(QStringLiteral("errorLogTable"));
-    m_table->setAccessibleName(QStringLiteral("Errors"));
+    m_table->setAccessibleName(tr("Errors"));
     m_table->setFrameShape(QFrame::NoFrame);
     m_table->setRootIsDecorated(false);
     m_table->setUniformRowHeights(true);
@@ -136,11 +135,10 @@ void ErrorLogWindow::showMenu(const QPoint& position) {
     QMenu* const menu = makeContextMenu(*m_table, QStringLiteral("errorLogMenu"));
     addCopyItem(*menu, *m_table);
     menu->addSeparator();
-    QAction* const show =
-        menu->addAction(symbolIcon(QStringLiteral("computer")), QStringLiteral("Show Computer"), this,
-                        [this, hostName] { showComputer(hostName); });
+    QAction* const show = menu->addAction(symbolIcon(QStringLiteral("computer")), tr("Show Computer"), this,
+                                          [this, hostName] { showComputer(hostName); });
     show->setEnabled(m_services.serviceWithHostName(hostName) != nullptr);
-    QAction* const select = menu->addAction(QStringLiteral("Select All of This Computer"), this,
+    QAction* const select = menu->addAction(tr("Select All of This Computer"), this,
                                             [this, hostName] { selectErrorsOf(hostName); });
     select->setEnabled(index.isValid());
     menu->popup(m_table->viewport()->mapToGlobal(position));

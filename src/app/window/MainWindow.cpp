@@ -154,9 +154,9 @@ void MainWindow::watchController() {
     VLNotificationCenter::defaultCenter().addObserver(
         this, QStringLiteral("vlCorvalinSettingsNotWritten"), [this](const VLNotification& notification) {
             VLAlert::alertSheetWithMessageText(
-                QStringLiteral("Unable to save the settings"), {}, {}, {},
-                QStringLiteral("%1 could not be written. It is tried again until it works; what was changed "
-                               "is lost when Orlendo is quit before that.")
+                tr("Unable to save the settings"), {}, {}, {},
+                tr("%1 could not be written. It is tried again until it works; what was changed "
+                   "is lost when Orlendo is quit before that.")
                     .arg(notification.userInfo.value(QStringLiteral("path")).toString()),
                 this, false);
         });
@@ -237,11 +237,11 @@ void MainWindow::updateErrors() {
 
 void MainWindow::updateSoftwareUpdates(qlonglong count) {
     m_updateBadge->setCount(int(count));
-    QString help = QStringLiteral("Software updates are not part of this version yet");
+    QString help = tr("Software updates are not part of this version yet");
     if (count > 0) {
-        help = QStringLiteral("%1 update%2 wait. Installing them is not part of this version yet")
-                   .arg(count)
-                   .arg(count == 1 ? QString() : QStringLiteral("s"));
+        help = (count == 1 ? tr("%1 update waits. Installing it is not part of this version yet")
+                           : tr("%1 updates wait. Installing them is not part of this version yet"))
+                   .arg(count);
     }
     m_softwareUpdate->setToolTip(help);
     m_outline->model()->refreshSoon();
@@ -326,18 +326,17 @@ void MainWindow::showAbout() {
     const auto text = [&](const char* key) {
         return bundle.objectForInfoDictionaryKey(QLatin1String(key)).toString();
     };
-    VLAlert::alertSheetWithMessageText(
-        QStringLiteral("Orlendo"), QStringLiteral("Close"), {}, {},
-        QStringLiteral("Administration console of the Corvalin suite\nVersion %1 (%2)")
-            .arg(text("CFBundleShortVersionString"), text("CFBundleVersion")),
-        this, false);
+    VLAlert::alertSheetWithMessageText(QStringLiteral("Orlendo"), tr("Close"), {}, {},
+                                       tr("Administration console of the Corvalin suite\nVersion %1 (%2)")
+                                           .arg(text("CFBundleShortVersionString"), text("CFBundleVersion")),
+                                       this, false);
 }
 
 void MainWindow::showAdminOutdated(const QString& clientName) {
     const auto searched = [window = QPointer(this)](bool isDone) {
         if (isDone || !window) return;
-        VLAlert::alertSheetWithMessageText(QStringLiteral("Unable to check for updates"), {}, {}, {},
-                                           QStringLiteral("The console's log says why."), window, false);
+        VLAlert::alertSheetWithMessageText(tr("Unable to check for updates"), {}, {}, {},
+                                           tr("The console's log says why."), window, false);
     };
     const auto answered = [window = QPointer(this), searched](int returnCode) {
         if (returnCode == VLAlert::DefaultReturn && window)
@@ -345,13 +344,11 @@ void MainWindow::showAdminOutdated(const QString& clientName) {
     };
     const QString selector = QStringLiteral("adminOutdatedAlertDidEnd:returnCode:contextInfo:");
     VLAlert::alertSheetWithMessageText(
-        QStringLiteral("Corvalin Orlendo is outdated"), QStringLiteral("Search for Updates"),
-        QStringLiteral("Ignore"), {},
-        vlFormat(
-            QStringLiteral("The client software on %@ is expecting a more recent version of Orlendo. "
-                           "Continued use of an outdated version could cause stability issues.\n\nWould you "
-                           "like to update Corvalin Orlendo now?"),
-            clientName),
+        tr("Corvalin Orlendo is outdated"), tr("Search for Updates"), tr("Ignore"), {},
+        vlFormat(tr("The client software on %@ is expecting a more recent version of Orlendo. "
+                    "Continued use of an outdated version could cause stability issues.\n\nWould you "
+                    "like to update Corvalin Orlendo now?"),
+                 clientName),
         this,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
         selector, false);

@@ -45,30 +45,28 @@ void MainWindow::buildActions() {
     m_clientWindows = new ClientWindows({m_controller.services(), m_controller.clientCommands(),
                                          m_controller.clientDetails(), m_controller.troubleshooter()},
                                         *m_outline, *m_clientActions, this);
-    m_addComputer = makeAction(QStringLiteral("Add Computer"), "add-computer",
-                               QStringLiteral("Add a computer by its address"), QKeySequence::New);
+    m_addComputer = makeAction(tr("Add Computer"), "add-computer", tr("Add a computer by its address"),
+                               QKeySequence::New);
     m_addComputer->setObjectName(QStringLiteral("addComputerAction"));
-    m_editComputer =
-        makeAction(QStringLiteral("Edit Computer…"), "info",
-                   QStringLiteral("Change the name, the address or the port of a computer added by hand"),
-                   QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
+    m_editComputer = makeAction(tr("Edit Computer…"), "info",
+                                tr("Change the name, the address or the port of a computer added by hand"),
+                                QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
     m_editComputer->setObjectName(QStringLiteral("editComputerAction"));
-    m_refresh = makeAction(QStringLiteral("Refresh"), "refresh",
-                           QStringLiteral("Read the visible tool's data from the selected computers again"),
+    m_refresh = makeAction(tr("Refresh"), "refresh",
+                           tr("Read the visible tool's data from the selected computers again"),
                            QKeySequence(Qt::Key_F5));
     m_refresh->setObjectName(QStringLiteral("refreshAction"));
-    m_softwareUpdate = makeAction(QStringLiteral("Software Update"), "software-update", {}, {});
+    m_softwareUpdate = makeAction(tr("Software Update"), "software-update", {}, {});
     m_softwareUpdate->setObjectName(QStringLiteral("softwareUpdateAction"));
     m_softwareUpdate->setEnabled(false);
-    m_showActivity = makeAction(QStringLiteral("Activity"), "activity",
-                                QStringLiteral("Show what was done, and what became of it on each computer"),
+    m_showActivity = makeAction(tr("Activity"), "activity",
+                                tr("Show what was done, and what became of it on each computer"),
                                 QKeySequence(Qt::CTRL | Qt::Key_Y));
     m_showActivity->setObjectName(QStringLiteral("activityAction"));
-    m_showLog = makeAction(QStringLiteral("Logs"), "logs", QStringLiteral("Show the console's own log"),
-                           QKeySequence(Qt::CTRL | Qt::Key_L));
-    m_showErrors =
-        makeAction(QStringLiteral("Error Log"), "error-log",
-                   QStringLiteral("Show the errors of all computers"), QKeySequence(Qt::CTRL | Qt::Key_E));
+    m_showLog =
+        makeAction(tr("Logs"), "logs", tr("Show the console's own log"), QKeySequence(Qt::CTRL | Qt::Key_L));
+    m_showErrors = makeAction(tr("Error Log"), "error-log", tr("Show the errors of all computers"),
+                              QKeySequence(Qt::CTRL | Qt::Key_E));
     connect(m_addComputer, &QAction::triggered, this, &MainWindow::showAddComputer);
     connect(m_editComputer, &QAction::triggered, this,
             [this] { openEditComputer(m_outline->singleSelectedService(), this); });
@@ -80,7 +78,7 @@ void MainWindow::buildActions() {
 }
 
 void MainWindow::buildToolBar() {
-    auto* bar = new QToolBar(QStringLiteral("Main Toolbar"), this);
+    auto* bar = new QToolBar(tr("Main Toolbar"), this);
     bar->setObjectName(QStringLiteral("mainToolBar"));
     bar->setMovable(false);
     bar->setFloatable(false);
@@ -110,47 +108,45 @@ void MainWindow::buildToolBar() {
 }
 
 void MainWindow::buildMenus() {
-    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
-    file->addAction(symbolIcon(QStringLiteral("add-computer")), QStringLiteral("&Add Computer…"), this,
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(symbolIcon(QStringLiteral("add-computer")), tr("&Add Computer…"), this,
                     &MainWindow::showAddComputer);
     file->addAction(m_groupActions->newGroup());
-    QAction* demonstration = file->addAction(QStringLiteral("Add &Demonstration Computer"), this,
+    QAction* demonstration = file->addAction(tr("Add &Demonstration Computer"), this,
                                              [this] { m_controller.addDemonstrationClient(); });
     demonstration->setObjectName(QStringLiteral("addDemonstrationAction"));
-    demonstration->setToolTip(
-        QStringLiteral("Add a computer with sample data, to try the tools without a client agent"));
+    demonstration->setToolTip(tr("Add a computer with sample data, to try the tools without a client agent"));
     file->addSeparator();
-    QAction* quit = file->addAction(QStringLiteral("&Quit Orlendo"), this, &QWidget::close);
+    QAction* quit = file->addAction(tr("&Quit Orlendo"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
     quit->setMenuRole(QAction::QuitRole);
 
-    QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
-    edit->addAction(symbolIcon(QStringLiteral("copy")), QStringLiteral("&Copy"), QKeySequence::Copy, this,
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    edit->addAction(symbolIcon(QStringLiteral("copy")), tr("&Copy"), QKeySequence::Copy, this,
                     &MainWindow::copy);
     edit->addSeparator();
-    edit->addAction(QStringLiteral("Select &All Computers"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A),
-                    m_outline, &ClientOutline::selectAllComputers);
-    edit->addAction(symbolIcon(QStringLiteral("search")), QStringLiteral("&Find Computer"),
-                    QKeySequence::Find, this, [this] {
+    edit->addAction(tr("Select &All Computers"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A), m_outline,
+                    &ClientOutline::selectAllComputers);
+    edit->addAction(symbolIcon(QStringLiteral("search")), tr("&Find Computer"), QKeySequence::Find, this,
+                    [this] {
                         m_outline->searchField()->setFocus();
                         m_outline->searchField()->selectAll();
                     });
     edit->addSeparator();
-    QAction* preferences =
-        edit->addAction(QStringLiteral("&Preferences…"), this, &MainWindow::showPreferences);
+    QAction* preferences = edit->addAction(tr("&Preferences…"), this, &MainWindow::showPreferences);
     preferences->setObjectName(QStringLiteral("preferencesAction"));
     preferences->setMenuRole(QAction::PreferencesRole);
     preferences->setShortcuts(QKeySequence::Preferences);
     if (preferences->shortcuts().isEmpty()) preferences->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
 
-    QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+    QMenu* view = menuBar()->addMenu(tr("&View"));
     view->addAction(m_refresh);
-    QAction* forget = view->addAction(QStringLiteral("For&get Results"), this,
-                                      [this] { m_controller.toolSet().clearData(); });
+    QAction* forget =
+        view->addAction(tr("For&get Results"), this, [this] { m_controller.toolSet().clearData(); });
     forget->setObjectName(QStringLiteral("forgetResultsAction"));
-    forget->setToolTip(QStringLiteral("Empty all tools; what is being read is cancelled"));
+    forget->setToolTip(tr("Empty all tools; what is being read is cancelled"));
     m_groupActions->addSortMenu(view);
-    buildThemeMenu(view->addMenu(QStringLiteral("&Theme")));
+    buildThemeMenu(view->addMenu(tr("&Theme")));
     view->addSeparator();
     int number = 0;
     for (const Tool& tool : m_controller.toolSet().tools()) {
@@ -161,7 +157,7 @@ void MainWindow::buildMenus() {
         if (number <= 9) action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_0 + number)));
     }
 
-    QMenu* computer = menuBar()->addMenu(QStringLiteral("&Computer"));
+    QMenu* computer = menuBar()->addMenu(tr("&Computer"));
     m_clientActions->addTo(computer);
     computer->addAction(m_editComputer);
     computer->addSeparator();
@@ -170,23 +166,23 @@ void MainWindow::buildMenus() {
     connect(computer, &QMenu::aboutToShow, m_clientActions, &ClientActions::update);
     computer->addSeparator();
     m_clientWindows->addTo(computer);
-    QMenu* goTo = computer->addMenu(QStringLiteral("&Go To"));
+    QMenu* goTo = computer->addMenu(tr("&Go To"));
     goTo->setObjectName(QStringLiteral("goToMenu"));
     connect(goTo, &QMenu::triggered, this, [this](const QAction* action) {
         m_controller.services().setSelectedServices({action->data().value<VLServicePtr>()});
     });
     connect(computer, &QMenu::aboutToShow, goTo, [this, goTo] { fillGoToMenu(goTo); });
     computer->addSeparator();
-    QAction* removePasswords = computer->addAction(QStringLiteral("Remove Stored &Passwords…"), this, [this] {
+    QAction* removePasswords = computer->addAction(tr("Remove Stored &Passwords…"), this, [this] {
         m_controller.authorization().securityRemovePasswords(this);
     });
     removePasswords->setObjectName(QStringLiteral("securityRemovePasswordsAction"));
 
-    QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
+    QMenu* window = menuBar()->addMenu(tr("&Window"));
     window->addAction(m_showActivity);
     window->addAction(m_showLog);
     window->addAction(m_showErrors);
-    buildHelpMenu(menuBar()->addMenu(QStringLiteral("&Help")));
+    buildHelpMenu(menuBar()->addMenu(tr("&Help")));
 }
 
 void MainWindow::buildThemeMenu(QMenu* menu) {
@@ -203,9 +199,9 @@ void MainWindow::buildThemeMenu(QMenu* menu) {
             storeTheme(theme);
         });
     };
-    add(QStringLiteral("As the &System"), Theme::System);
-    add(QStringLiteral("&Light"), Theme::Light);
-    add(QStringLiteral("&Dark"), Theme::Dark);
+    add(tr("As the &System"), Theme::System);
+    add(tr("&Light"), Theme::Light);
+    add(tr("&Dark"), Theme::Dark);
 }
 
 /// One entry for each client: its icon and name, with the client as data; it becomes the selected one.
@@ -225,20 +221,20 @@ void MainWindow::buildHelpMenu(QMenu* menu) {
         menu->addAction(text, this, [this, page] {
             const QUrl address = MakerSite::page(page);
             if (QDesktopServices::openUrl(address)) return;
-            VLAlert::alertSheetWithMessageText(QStringLiteral("Unable to open the page"), {}, {}, {},
-                                               address.toString(), this, false);
+            VLAlert::alertSheetWithMessageText(tr("Unable to open the page"), {}, {}, {}, address.toString(),
+                                               this, false);
         });
     };
     if (MakerSite::isThere()) {
-        addPage(QStringLiteral("Orlendo &Manual"), MakerSite::Page::Manual);
-        addPage(QStringLiteral("&Orlendo Home Page"), MakerSite::Page::Console);
-        addPage(QStringLiteral("&Corvalin Suite Home Page"), MakerSite::Page::Suite);
-        addPage(QStringLiteral("Maker's &Home Page"), MakerSite::Page::Home);
+        addPage(tr("Orlendo &Manual"), MakerSite::Page::Manual);
+        addPage(tr("&Orlendo Home Page"), MakerSite::Page::Console);
+        addPage(tr("&Corvalin Suite Home Page"), MakerSite::Page::Suite);
+        addPage(tr("Maker's &Home Page"), MakerSite::Page::Home);
         menu->addSeparator();
-        addPage(QStringLiteral("Make a &Suggestion"), MakerSite::Page::Suggestion);
-        addPage(QStringLiteral("Report a &Bug"), MakerSite::Page::BugReport);
+        addPage(tr("Make a &Suggestion"), MakerSite::Page::Suggestion);
+        addPage(tr("Report a &Bug"), MakerSite::Page::BugReport);
         menu->addSeparator();
     }
-    QAction* about = menu->addAction(QStringLiteral("&About Orlendo"), this, &MainWindow::showAbout);
+    QAction* about = menu->addAction(tr("&About Orlendo"), this, &MainWindow::showAbout);
     about->setMenuRole(QAction::AboutRole);
 }

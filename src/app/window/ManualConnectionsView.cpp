@@ -39,20 +39,20 @@ ManualConnectionsView::ManualConnectionsView(ServiceList& services, ClientComman
       m_model(new QStandardItemModel(0, 3, this)),
       m_table(new QTreeView(this)),
       m_stack(new QStackedWidget(this)),
-      m_remove(new QPushButton(QStringLiteral("Remove"), this)),
-      m_edit(new QPushButton(QStringLiteral("Edit…"), this)) {
+      m_remove(new QPushButton(tr("Remove"), this)),
+      m_edit(new QPushButton(tr("Edit…"), this)) {
     buildTable();
     auto* empty = new EmptyState(this);
-    empty->setContents(QStringLiteral("computers"), QStringLiteral("No manual connections"),
-                       QStringLiteral("Add Computer enters one."));
+    empty->setContents(QStringLiteral("computers"), tr("No manual connections"),
+                       tr("Add Computer enters one."));
     m_stack->addWidget(m_table);
     m_stack->addWidget(empty);
-    auto* add = new QPushButton(QStringLiteral("Add Computer…"), this);
+    auto* add = new QPushButton(tr("Add Computer…"), this);
     add->setAutoDefault(false);
     m_remove->setObjectName(QStringLiteral("removeConnection"));
-    m_remove->setToolTip(QStringLiteral("End the connection and forget the address"));
+    m_remove->setToolTip(tr("End the connection and forget the address"));
     m_edit->setObjectName(QStringLiteral("editConnection"));
-    m_edit->setToolTip(QStringLiteral("Change the name, the address or the port"));
+    m_edit->setToolTip(tr("Change the name, the address or the port"));
     m_edit->setAutoDefault(false);
     auto* buttons = new QHBoxLayout;
     buttons->setSpacing(Metrics::unit);
@@ -90,10 +90,9 @@ ManualConnectionsView::ManualConnectionsView(ServiceList& services, ClientComman
 }
 
 void ManualConnectionsView::buildTable() {
-    m_model->setHorizontalHeaderLabels(
-        {QStringLiteral("Name"), QStringLiteral("Address"), QStringLiteral("State")});
+    m_model->setHorizontalHeaderLabels({tr("Name"), tr("Address"), tr("State")});
     m_table->setObjectName(QStringLiteral("manualConnectionsTable"));
-    m_table->setAccessibleName(QStringLiteral("Manual connections"));
+    m_table->setAccessibleName(tr("Manual connections"));
     m_table->setRootIsDecorated(false);
     m_table->setUniformRowHeights(true);
     m_table->setAlternatingRowColors(true);
@@ -117,9 +116,9 @@ void ManualConnectionsView::showEvent(QShowEvent* event) {
 
 QString ManualConnectionsView::stateOf(const ManualConnections::Entry& entry) const {
     const VLServicePtr service = recordOf(m_services, entry);
-    if (!service) return QStringLiteral("Not in the list");
-    if (service->isConnected()) return QStringLiteral("Connected");
-    return service->spinning() ? QStringLiteral("Connecting…") : QStringLiteral("Not connected");
+    if (!service) return tr("Not in the list");
+    if (service->isConnected()) return tr("Connected");
+    return service->spinning() ? tr("Connecting…") : tr("Not connected");
 }
 
 void ManualConnectionsView::reload() {

@@ -45,7 +45,7 @@ PreferencesWindow::PreferencesWindow(ServiceList& services, ClientCommands& comm
       m_bar(new QWidget(this)),
       m_stack(new QStackedWidget(this)) {
     setObjectName(QStringLiteral("preferencesWindow"));
-    setWindowTitle(QStringLiteral("Preferences"));
+    setWindowTitle(tr("Preferences"));
     auto* bar = new QHBoxLayout(m_bar);
     bar->setContentsMargins(Metrics::unit, Metrics::unit, Metrics::unit, Metrics::unit);
     bar->setSpacing(Metrics::unit / 2);
@@ -57,10 +57,10 @@ PreferencesWindow::PreferencesWindow(ServiceList& services, ClientCommands& comm
     layout->addWidget(line);
     layout->addWidget(m_stack, 1);
 
-    buildGeneral(addSection(QStringLiteral("toolbox"), QStringLiteral("General")));
-    buildSecurity(addSection(QStringLiteral("identity"), QStringLiteral("Security")));
-    buildNetwork(addSection(QStringLiteral("computers"), QStringLiteral("Network")));
-    buildRuns(addSection(QStringLiteral("activity"), QStringLiteral("Runs")));
+    buildGeneral(addSection(QStringLiteral("toolbox"), tr("General")));
+    buildSecurity(addSection(QStringLiteral("identity"), tr("Security")));
+    buildNetwork(addSection(QStringLiteral("computers"), tr("Network")));
+    buildRuns(addSection(QStringLiteral("activity"), tr("Runs")));
     bar->addStretch();
     m_sections->button(0)->setChecked(true);
     connect(m_sections, &QButtonGroup::idClicked, m_stack, &QStackedWidget::setCurrentIndex);
@@ -124,20 +124,20 @@ void PreferencesWindow::buildGeneral(QVBoxLayout* page) {
                 [name](bool on) { Preferences::setOn(name, on); });
     };
     if (AppServices::looksForUpdatesToSelf)
-        add("SUCheckAtStartup", QStringLiteral("Check for newer versions at start"),
-            QStringLiteral("Orlendo looks for a newer version of itself each time it starts."));
-    add("autoRefresh", QStringLiteral("Refresh the visible tool automatically"),
-        QStringLiteral("Tools whose data changes by itself are read again every 30 seconds to "
-                       "5 minutes while Orlendo is in front."));
-    add("firstRun", QStringLiteral("Show the welcome at the next start"),
-        QStringLiteral("It explains how the window is used, and is shown once."));
+        add("SUCheckAtStartup", tr("Check for newer versions at start"),
+            tr("Orlendo looks for a newer version of itself each time it starts."));
+    add("autoRefresh", tr("Refresh the visible tool automatically"),
+        tr("Tools whose data changes by itself are read again every 30 seconds to "
+           "5 minutes while Orlendo is in front."));
+    add("firstRun", tr("Show the welcome at the next start"),
+        tr("It explains how the window is used, and is shown once."));
 
-    auto* caption = new QLabel(QStringLiteral("&Theme:"), this);
+    auto* caption = new QLabel(tr("&Theme:"), this);
     m_theme = new QComboBox(this);
     m_theme->setObjectName(QStringLiteral("theme"));
-    m_theme->addItem(QStringLiteral("As the System"), int(Theme::System));
-    m_theme->addItem(QStringLiteral("Light"), int(Theme::Light));
-    m_theme->addItem(QStringLiteral("Dark"), int(Theme::Dark));
+    m_theme->addItem(tr("As the System"), int(Theme::System));
+    m_theme->addItem(tr("Light"), int(Theme::Light));
+    m_theme->addItem(tr("Dark"), int(Theme::Dark));
     caption->setBuddy(m_theme);
     auto* row = new QHBoxLayout;
     row->addWidget(caption);
@@ -153,25 +153,24 @@ void PreferencesWindow::buildGeneral(QVBoxLayout* page) {
 }
 
 void PreferencesWindow::buildSecurity(QVBoxLayout* page) {
-    const QCheckBox* password = addSwitch(
-        page, passwordKey, QStringLiteral("Require an administrator's password at start"),
-        QStringLiteral("Whoever opens Orlendo must prove to be an administrator of this computer first."));
+    const QCheckBox* password =
+        addSwitch(page, passwordKey, tr("Require an administrator's password at start"),
+                  tr("Whoever opens Orlendo must prove to be an administrator of this computer first."));
     connect(password, &QCheckBox::clicked, this, &PreferencesWindow::passwordToggled);
     const QString keychain = QStringLiteral("authAddKeychain");
     const QCheckBox* store =
-        addSwitch(page, keychain, QStringLiteral("Store client passwords in the keyring"),
-                  QStringLiteral("An administrator's password that was entered for a computer is offered "
-                                 "again the next time. Otherwise it is forgotten when Orlendo quits."));
+        addSwitch(page, keychain, tr("Store client passwords in the keyring"),
+                  tr("An administrator's password that was entered for a computer is offered "
+                     "again the next time. Otherwise it is forgotten when Orlendo quits."));
     connect(store, &QCheckBox::clicked, this, [keychain](bool on) { Preferences::setOn(keychain, on); });
     page->addStretch();
 }
 
 void PreferencesWindow::buildNetwork(QVBoxLayout* page) {
-    addHelp(
-        page,
-        QStringLiteral("Computers on the local network are found by themselves. These were added by their "
-                       "address and are connected to at every start."),
-        0);
+    addHelp(page,
+            tr("Computers on the local network are found by themselves. These were added by their "
+               "address and are connected to at every start."),
+            0);
     auto* connections = new ManualConnectionsView(m_services, m_commands, this);
     page->addWidget(connections, 1);
     connect(connections, &ManualConnectionsView::addRequested, this,
@@ -181,21 +180,20 @@ void PreferencesWindow::buildNetwork(QVBoxLayout* page) {
 }
 
 void PreferencesWindow::buildRuns(QVBoxLayout* page) {
-    addNumber(page, QLatin1String(RunList::inFlightKey), QStringLiteral("&Computers worked at once:"),
+    addNumber(page, QLatin1String(RunList::inFlightKey), tr("&Computers worked at once:"),
               {RunList::fewestInFlight, RunList::mostInFlight}, {},
-              QStringLiteral("More get a large fleet done sooner and load the network more. Holds from the "
-                             "next run on."));
+              tr("More get a large fleet done sooner and load the network more. Holds from the "
+                 "next run on."));
     const QString followUp = QLatin1String(RunList::followUpKey);
-    const QCheckBox* rest = addSwitch(
-        page, followUp, QStringLiteral("Work the computers that are left over"),
-        QStringLiteral("A run divides the selected computers evenly among this machine's processors. Those "
-                       "that are left over follow by themselves; otherwise you are told which they are."));
+    const QCheckBox* rest =
+        addSwitch(page, followUp, tr("Work the computers that are left over"),
+                  tr("A run divides the selected computers evenly among this machine's processors. Those "
+                     "that are left over follow by themselves; otherwise you are told which they are."));
     connect(rest, &QCheckBox::clicked, this, [followUp](bool on) { Preferences::setOn(followUp, on); });
-    addNumber(page, QStringLiteral("activityDays"), QStringLiteral("Keep &Activity for:"),
-              {1, ActivityStore::mostDays}, {QStringLiteral(" day"), QStringLiteral(" days")}, {});
-    addNumber(page, QStringLiteral("activityMegabytes"), QStringLiteral("Use at &most:"),
-              {1, ActivityStore::mostMegabytes}, {QStringLiteral(" MB"), QStringLiteral(" MB")},
-              QStringLiteral("What is older goes first."));
+    addNumber(page, QStringLiteral("activityDays"), tr("Keep &Activity for:"), {1, ActivityStore::mostDays},
+              {tr(" day"), tr(" days")}, {});
+    addNumber(page, QStringLiteral("activityMegabytes"), tr("Use at &most:"),
+              {1, ActivityStore::mostMegabytes}, {tr(" MB"), tr(" MB")}, tr("What is older goes first."));
     page->addStretch();
 }
 
@@ -237,12 +235,11 @@ void PreferencesWindow::passwordToggled(bool on) {
     };
     const QString selector = QStringLiteral("passwordAlertDidEnd:returnCode:contextInfo:");
     VLAlert::alertSheetWithMessageText(
-        QStringLiteral("Orlendo would not start any more"), QStringLiteral("Cancel"),
-        QStringLiteral("Turn On Anyway"), {},
-        vlFormat(QStringLiteral("This version cannot ask for an administrator's password, and without the "
-                                "password it does not open. To undo this later, the entry "
-                                "“requireAdminPassword” has to be taken out of the settings file by hand:"
-                                "\n\n%@"),
+        tr("Orlendo would not start any more"), tr("Cancel"), tr("Turn On Anyway"), {},
+        vlFormat(tr("This version cannot ask for an administrator's password, and without the "
+                    "password it does not open. To undo this later, the entry "
+                    "“requireAdminPassword” has to be taken out of the settings file by hand:"
+                    "\n\n%@"),
                  VLUserDefaults::standardUserDefaults().path()),
         this,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),

@@ -39,7 +39,7 @@ AuthorizationController::SheetPtr AuthorizationController::showAuthForHostname(c
     const QString known = m_authorizationDict.shared()->value(service->hostName()).authName;
     AuthorizationView::Prompt prompt;
     prompt.service = service;
-    prompt.text = QStringLiteral("Please enter an administrator username and password:");
+    prompt.text = tr("Please enter an administrator username and password:");
     const QString& typed = m_typedUserName.isEmpty() ? m_environment.loginName : m_typedUserName;
     prompt.userName = known.isEmpty() ? typed : known;
     if (run && !run->description().action.isEmpty()) {
@@ -103,11 +103,10 @@ void AuthorizationController::answered(const SheetPtr& sheet, Verdict verdict, c
     const QString name = m_lastAuthService->name();
     if (verdict == Verdict::NoAnswer)
         return m_view->showAlert(
-            QStringLiteral("Unable to check the password"),
-            vlFormat(QStringLiteral("%@ does not answer. Please try again, or skip this computer."), name));
-    m_view->showAlert(
-        QStringLiteral("Invalid username or password"),
-        vlFormat(QStringLiteral("Please enter a valid admin username and password for %@."), name));
+            tr("Unable to check the password"),
+            vlFormat(tr("%@ does not answer. Please try again, or skip this computer."), name));
+    m_view->showAlert(tr("Invalid username or password"),
+                      vlFormat(tr("Please enter a valid admin username and password for %@."), name));
 }
 
 void AuthorizationController::skipAuth() {
@@ -228,10 +227,8 @@ void AuthorizationController::securityRemovePasswords(QObject* parentWindow) {
         onKeychainLater(m_environment.passwords.removeAll);
     };
     VLAlert::alertSheetWithMessageText(
-        QStringLiteral("Are you sure you wish to remove all stored passwords?"), QStringLiteral("Remove"),
-        QStringLiteral("Cancel"), {},
-        QStringLiteral("You will be required to re-enter them next time you perform an authorized action."),
-        parentWindow,
+        tr("Are you sure you wish to remove all stored passwords?"), tr("Remove"), tr("Cancel"), {},
+        tr("You will be required to re-enter them next time you perform an authorized action."), parentWindow,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, ended}}),
         selector, false);
 }

@@ -34,7 +34,7 @@ QVariant passwordOf(const HostCredentials& credentials) {
 void noteWithoutPassword(const RemoteClient& service) {
     const RunPtr run = Run::current();
     if (run && !Run::shallStop())
-        run->note(service, {Outcome::Skipped, QStringLiteral("no password was given")});
+        run->note(service, {Outcome::Skipped, AuthorizedRunner::tr("no password was given")});
 }
 
 void insertGiven(QVariantMap& dictionary, const char* key, const QVariant& value) {
@@ -62,7 +62,7 @@ VLProxyObjectPtr AuthorizedRunner::proxyFor(const QString& selector, const Remot
     }
     if (proxy->respondsToSelector(selector, m_environment.probeLimit)) return proxy;
     VLLog::appendLog(QStringLiteral("Proxy object doesn't respond to selector %@"), selector);
-    runHere()->note(*service, {Outcome::Failed, QStringLiteral("its agent does not know this operation")});
+    runHere()->note(*service, {Outcome::Failed, tr("its agent does not know this operation")});
     return nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include "remote/authorization/HostCredentials.h"
 #include "runs/Run.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <QString>
 #include <QVariant>
@@ -20,6 +21,7 @@ class RemoteRunner;
 /// Runs the operations that need an administrator of the client. As with RemoteRunner: workers only, nothing
 /// here throws, a client's failure is logged and marks it not connected.
 class AuthorizedRunner {
+    Q_DECLARE_TR_FUNCTIONS(AuthorizedRunner)
 public:
     struct Environment {
         TaskProgress* progress = nullptr;                          ///< outlives the runner
