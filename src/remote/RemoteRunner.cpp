@@ -195,11 +195,7 @@ VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) co
 
 std::chrono::milliseconds RemoteRunner::replyLimitOf(const QString& selector) const {
     const Protocol* declared = protocolOf(selector);
-    const bool fetchesData = declared && declared->resultType == VLCorvalinServerProtocol::Type::Data;
-    const bool fetchesLogs = selector == QLatin1String("gatherLogs") ||
-                             selector == QLatin1String("logWithFilename:") ||
-                             selector == QLatin1String("fcsCrashLog:");
-    return fetchesData || fetchesLogs ? m_environment.dataReplyLimit : m_environment.replyLimit;
+    return declared && declared->largeAnswer ? m_environment.dataReplyLimit : m_environment.replyLimit;
 }
 
 /// The answer, or nothing where it was not sent.

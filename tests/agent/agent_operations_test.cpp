@@ -135,9 +135,9 @@ private Q_SLOTS:
 
     void crashOfTheAgentIsReportedOnceToEachConsole() {
         m_hasChanged = true;
-        m_root->peerOpened(1, "first");
-        m_root->peerOpened(2, "second");
-        m_root->peerOpened(3, "first");  // connected anew
+        m_root->peerOpened(1, "first", {});
+        m_root->peerOpened(2, "second", {});
+        m_root->peerOpened(3, "first", {});  // connected anew
         const QString name = u"corvalin-agent_2010-09-01-101500_edit-bay-2.crash"_s;
         QVERIFY(writeFile(path("sample/disk/Library/Logs/CrashReporter/" + name), "Process: corvalin-agent"));
         QCOMPARE(configurationFor().value("selfCrashLog").toString(), name);
