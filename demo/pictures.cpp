@@ -425,7 +425,7 @@ void drawRuns(SampleConsole& console) {
                                        .isChange = true},
                                       clients);
         const Run::Hold hold(run);
-        const Run::PlacePtr awaited = run->takePlace(clients.first());
+        const Run::PlacePtr awaited = run->takePlace(clients.first(), run->drawNumber());
         for (const RemoteClientPtr& client : clients)
             if (client != clients.first()) run->note(*client, {Outcome::Done, {}});
         QTest::qWait(2'700);  // until the one that is awaited is named

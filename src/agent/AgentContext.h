@@ -17,7 +17,7 @@
 struct AgentContext : std::enable_shared_from_this<AgentContext> {
     explicit AgentContext(AgentSettings initialSettings, AdministratorGuard::Limits limits = {})
         : settings(std::move(initialSettings)),
-          tree(settings.root),
+          tree(settings.root, settings.stateDirectory + QStringLiteral("/temporary.plist")),
           minAdminVersion(settings.minAdminVersion),
           hostName(settings.hostName),
           administrators(AdministratorGuard::checkFor(settings), limits) {}
@@ -34,10 +34,12 @@ struct AgentContext : std::enable_shared_from_this<AgentContext> {
     PeerBudget reports;  ///< errors that are passed on to every console
     CrashReports crashReports{settings.stateDirectory};
     AdministratorGuard administrators;
-    AgentTasks tasks;      ///< that need an administrator: they run after the credentials were checked
+    /// That need an administrator: they run after the credentials were checked. Filled before the root object
+    /// is made, as is `installUpdate`: what is empty by then is not among the agent's operations.
+    AgentTasks tasks;
     AgentTasks userTasks;  ///< that need none
     /// Installs an update (the application's path or bundle identifier in `target`) once the administrator
-    /// was checked. Returns at once; tells the console behind `peer` how it went. Empty: not in this version.
+    /// was checked. Returns at once; tells the console behind `peer` how it went.
     std::function<void(quint64 peer, const QVariantMap& update, const QVariant& target)> installUpdate;
     /// Ask the program to end, or to end and start anew. Return at once.
     std::function<void()> quit = [] {};

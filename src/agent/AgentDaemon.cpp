@@ -62,7 +62,8 @@ AgentDaemon::AgentDaemon(AgentSettings settings)
     };
     m_agent->quit = [endLater] { endLater(false); };
     m_agent->relaunch = [endLater] { endLater(true); };
-    m_root = std::make_shared<AgentRoot>(m_agent);
+    m_root = std::make_shared<AgentRoot>(m_agent);  // completes what was interrupted
+    m_agent->tree.clearLeftovers();
     startServer();
     watchState();
     startAdvertising();

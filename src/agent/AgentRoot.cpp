@@ -66,8 +66,9 @@ QVariant AgentRoot::reportRefusal(const QString& selector, const VLException& er
     return {};
 }
 
-void AgentRoot::peerOpened(quint64 peer, const QString& console) {
+void AgentRoot::peerOpened(quint64 peer, const QString& console, const QByteArray& certificate) {
     m_agent->consoles.opened(peer, console);
+    m_agent->administrators.peerOpened(peer, certificate);
 }
 
 void AgentRoot::peerClosed(quint64 peer) {

@@ -16,7 +16,7 @@ public:
 
     [[nodiscard]] bool respondsToSelector(const QString& selector) const override;
     QVariant perform(const QString& selector, const QVariantList& arguments, quint64 peer) override;
-    void peerOpened(quint64 peer, const QString& console) override;
+    void peerOpened(quint64 peer, const QString& console, const QByteArray& certificate) override;
     void peerClosed(quint64 peer) override;
 
     [[nodiscard]] QStringList selectors() const override { return m_operations.selectors(); }

@@ -1,5 +1,6 @@
 #include "agent/AgentCommandLine.h"
 #include "agent/AgentDaemon.h"
+#include "agent/AgentLock.h"
 #include "agent/ExitSignals.h"
 #include "agent/identity/MaintenanceRequest.h"
 #include "agent/sample/SampleTree.h"
@@ -59,6 +60,7 @@ void startAnew(const QString& program, QStringList arguments, quint16 port) {
 }
 
 int serve(const AgentSettings& settings) {
+    const AgentLock lock(settings);  // before the log, which may be the other agent's too
     const QString program = QCoreApplication::applicationFilePath();  // now: the file may be replaced later
     quint16 port = 0;
     bool shallRelaunch = false, hasEnded = false;

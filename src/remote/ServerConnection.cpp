@@ -20,6 +20,13 @@ kj::Duration lifeTick(const RemoteLimits& limits) {
            kj::MILLISECONDS;
 }
 
+/// None for an operation that says nothing; a control operation waits for nobody.
+std::optional<AnswerRoom::Size> answerSize(const VLCorvalinServerProtocol::Operation* known) {
+    using namespace VLCorvalinServerProtocol;
+    if (known && (known->control || known->result == Result::Nothing)) return std::nullopt;
+    return known && known->largeAnswer ? AnswerRoom::Size::Large : AnswerRoom::Size::Small;
+}
+
 }  // namespace
 
 // kj deletes its objects through what made them, so its interfaces have no virtual destructors.
@@ -64,7 +71,7 @@ protected:
 
             const Operation* known = operation(Side::Agent, selector);
             const auto lane = known && known->control ? ServerWorker::Control : ServerWorker::Ordinary;
-            ServerWorker::Job job{selector, std::move(arguments), bytes, lane, 0, nullptr};
+            ServerWorker::Job job{selector, std::move(arguments), bytes, lane, 0, nullptr, answerSize(known)};
             if (known && known->mode == Mode::Oneway) {
                 m_connection.performOneway(std::move(job));
                 return kj::READY_NOW;
@@ -102,12 +109,16 @@ private:
 
 #pragma GCC diagnostic pop
 
-ServerConnection::ServerConnection(Environment& environment, Streams streams, quint64 peer, QString address,
-                                   std::shared_ptr<ServerWorker> worker)
+ServerConnection::ServerConnection(Environment& environment, Streams streams, Peer peer,
+                                   std::function<void()> workerEnded)
     : m_environment(environment),
-      m_peer(peer),
-      m_address(std::move(address)),
-      m_worker(std::move(worker)),
+      m_peer(std::move(peer)),
+      // Asked through the loop's table: the worker may outlive this connection.
+      m_room(std::make_shared<AnswerRoom>(
+          environment.limits, environment.answers,
+          [wake = environment.madeRoom, number = m_peer.number] { wake(number); })),
+      m_worker(std::make_shared<ServerWorker>(environment.root, environment.limits, m_peer.number, m_room,
+                                              std::move(workerEnded))),
       m_hub(std::make_shared<CallbackHub>(environment.queue, environment.limits)),
       m_socket(kj::mv(streams.socket)),
       m_stream(kj::mv(streams.tls)),
@@ -115,6 +126,10 @@ ServerConnection::ServerConnection(Environment& environment, Streams streams, qu
       m_network(m_wire, capnp::rpc::twoparty::Side::SERVER, WireStream::readerOptions(environment.limits)),
       m_tasks(*this) {
     m_wire.setNetwork(m_network);
+    m_wire.holdBackWhile([this] { return isHeldBack(); });
+    m_wire.setWritten([this] {
+        if (m_unsent > 0) m_tasks.add(kj::evalLast([this] { countUnsent(); }));
+    });
 }
 
 ServerConnection::~ServerConnection() noexcept(false) {
@@ -143,9 +158,10 @@ bool ServerConnection::respondsToSelector(const QString& selector) {
 
 kj::Promise<void> ServerConnection::perform(ServerWorker::Job job, std::shared_ptr<Outcome> outcome) {
     const quint64 ticket = ++m_lastTicket;
-    job.done = [queue = m_environment.queue, self = weak_from_this(), ticket](const Outcome& result) {
-        queue->post([self, ticket, result] {
-            if (const auto connection = self.lock()) connection->finish(ticket, result);
+    job.done = [queue = m_environment.queue, self = weak_from_this(), ticket](
+                   const Outcome& result, const ServerWorker::Answer& answer) {
+        queue->post([self, ticket, result, answer] {
+            if (const auto connection = self.lock()) connection->finish(ticket, result, answer);
         });
     };
     if (!m_worker->add(std::move(job)))
@@ -160,15 +176,33 @@ void ServerConnection::performOneway(ServerWorker::Job job) {
     const QString selector = job.selector;
     if (m_worker->add(std::move(job)) || !m_log.take()) return;
     VLLog::appendLog(QStringLiteral("Too many operations are waiting; %@ of %@ is dropped."), selector,
-                     m_address);
+                     m_peer.address);
 }
 
-void ServerConnection::finish(quint64 ticket, Outcome outcome) {
+void ServerConnection::finish(quint64 ticket, Outcome outcome, ServerWorker::Answer answer) {
     const auto found = m_tickets.find(ticket);
     if (found == m_tickets.end()) return;
+    if (outcome->sizeInWords() * sizeof(capnp::word) > longTransfer) m_environment.largeAnswer();
     *found->second.outcome = std::move(outcome);
     found->second.done->fulfill();
     m_tickets.erase(found);
+    // By the end of this turn it is among what the network has to send, and counted there.
+    m_tasks.add(kj::evalLast([this, held = std::move(answer)] { countUnsent(); }));
+}
+
+void ServerConnection::countUnsent() {
+    m_unsent = m_network.getCurrentQueueSize();
+    m_room->setUnsent(qint64(m_unsent));
+    if (!isHeldBack()) m_wire.continueReading();
+}
+
+/// A console that does not read its answers makes no further calls: they wait in the socket.
+bool ServerConnection::isHeldBack() {
+    return m_network.getCurrentQueueSize() >= m_environment.limits.unsentBytes || m_room->isWaitedFor();
+}
+
+void ServerConnection::madeRoom() {
+    if (!isHeldBack()) m_wire.continueReading();
 }
 
 kj::Promise<void> ServerConnection::watchLife() {

@@ -25,20 +25,33 @@ public:
         std::shared_ptr<EventLoopQueue> queue;
         std::shared_ptr<VLRootObject> root;
         RemoteLimits limits;
+        std::shared_ptr<ByteBudget> answers;              ///< of all consoles
+        std::function<void()> largeAnswer = {};           ///< one was made
+        std::function<void(quint64 peer)> madeRoom = {};  ///< calls that peer's madeRoom(); any thread
     };
     struct Streams {
         kj::Own<CountingStream> socket;
         kj::Own<kj::AsyncIoStream> tls;
     };
 
-    ServerConnection(Environment& environment, Streams streams, quint64 peer, QString address,
-                     std::shared_ptr<ServerWorker> worker);
+    /// Who is on the other end.
+    struct Peer {
+        quint64 number;
+        QString address;
+        QByteArray certificate;  ///< its fingerprint
+    };
+
+    /// `workerEnded`: see ServerWorker.
+    ServerConnection(Environment& environment, Streams streams, Peer peer, std::function<void()> workerEnded);
     ~ServerConnection() noexcept(false) override;
 
     /// `lost` is called once, from a task of this connection: destroy it later, not there.
     void start(std::function<void(const QString& reason)> lost);
+    /// See AnswerRoom.
+    void madeRoom();
     [[nodiscard]] const std::shared_ptr<ServerWorker>& worker() const { return m_worker; }
-    [[nodiscard]] const QString& address() const { return m_address; }
+    [[nodiscard]] const QString& address() const { return m_peer.address; }
+    [[nodiscard]] const QByteArray& certificate() const { return m_peer.certificate; }
 
 private:
     class RootObject;
@@ -53,14 +66,16 @@ private:
     /// Has the worker perform it and store its outcome. Throws VLException when it can't be taken in.
     [[nodiscard]] kj::Promise<void> perform(ServerWorker::Job job, std::shared_ptr<Outcome> outcome);
     void performOneway(ServerWorker::Job job);
-    void finish(quint64 ticket, Outcome outcome);
+    void finish(quint64 ticket, Outcome outcome, ServerWorker::Answer answer);
+    void countUnsent();
+    [[nodiscard]] bool isHeldBack();
     [[nodiscard]] kj::Promise<void> watchLife();
     void lose(const QString& reason);
     void taskFailed(kj::Exception&& exception) override;
 
     Environment& m_environment;
-    const quint64 m_peer;
-    const QString m_address;
+    const Peer m_peer;
+    const std::shared_ptr<AnswerRoom> m_room;
     const std::shared_ptr<ServerWorker> m_worker;
     const std::shared_ptr<CallbackHub> m_hub;
     std::function<void(const QString& reason)> m_lost;
@@ -73,6 +88,7 @@ private:
     kj::Own<capnp::RpcSystem<capnp::rpc::twoparty::VatId>> m_rpc;
     std::unordered_map<quint64, Ticket> m_tickets;
     quint64 m_lastTicket = 0;
+    std::size_t m_unsent = 0;  ///< as it was counted last
     std::uint64_t m_lifeSeen = 0;
     int m_silentTicks = 0;
     kj::TaskSet m_tasks;

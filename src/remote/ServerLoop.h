@@ -1,5 +1,6 @@
 #pragma once
 
+#include "remote/HandshakeSlots.h"
 #include "remote/LogBudget.h"
 #include "remote/ServerConnection.h"
 #include "remote/TaskErrorHandler.h"
@@ -34,13 +35,21 @@ private:
         QString address;
         kj::Own<CountingStream> socket;
     };
+    struct UnderWay {
+        kj::Own<kj::PromiseFulfiller<void>> drop;
+        const CountingStream* socket;
+    };
 
     [[nodiscard]] kj::Promise<void> acceptNext(kj::ConnectionReceiver& receiver);
     void accepted(kj::Own<kj::AsyncIoStream> stream);
     void begin(QString address, kj::Own<kj::AsyncIoStream> stream);
+    void dropCrowdedOut();
+    void endHandshake(quint64 peer);
     [[nodiscard]] kj::Promise<void> shakeHands(Handshake& handshake);
     [[nodiscard]] kj::Promise<void> refuse(Handshake& handshake, const kj::Exception& exception);
     void connected(Handshake& handshake, kj::AuthenticatedStream tls);
+    [[nodiscard]] bool makeRoomFor(const QByteArray& certificate);
+    void trimLater();
     void remove(quint64 peer, const QString& reason);
     void reap(quint64 peer);
     [[nodiscard]] kj::TlsContext& tlsContext();
@@ -56,9 +65,12 @@ private:
 
     kj::Own<kj::TlsContext> m_tlsContext;
     QList<QByteArray> m_tlsContextCertificates;  ///< that the context trusts
+    kj::TimePoint m_certificatesRead = kj::origin<kj::TimePoint>();
 
     quint64 m_lastPeer = 0;
-    std::map<quint64, kj::Own<kj::PromiseFulfiller<void>>> m_handshakes;  ///< fulfil to drop; oldest first
+    std::map<quint64, UnderWay> m_handshakes;
+    HandshakeSlots m_slots;
+    bool m_willTrim = false;
     std::map<quint64, std::shared_ptr<ServerConnection>> m_connections;
     std::map<quint64, std::shared_ptr<ServerWorker>> m_endingWorkers;
     kj::Own<kj::TaskSet> m_tasks;

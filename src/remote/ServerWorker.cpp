@@ -7,8 +7,12 @@
 #include <system_error>
 
 ServerWorker::ServerWorker(std::shared_ptr<VLRootObject> root, const RemoteLimits& limits, quint64 peer,
-                           std::function<void()> ended)
-    : m_root(std::move(root)), m_limits(limits), m_peer(peer), m_ended(std::move(ended)) {}
+                           std::shared_ptr<AnswerRoom> room, std::function<void()> ended)
+    : m_root(std::move(root)),
+      m_limits(limits),
+      m_peer(peer),
+      m_room(std::move(room)),
+      m_ended(std::move(ended)) {}
 
 bool ServerWorker::add(Job job) {
     const std::lock_guard lock(m_mutex);
@@ -66,8 +70,8 @@ void ServerWorker::abandon() {
 
 bool ServerWorker::takeNext(Line& line, Job& job) {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock,
-                   [&] { return line.jobs.empty() ? m_closed : line.jobs.front().after <= m_controlDone; });
+    m_changed.wait(
+        lock, [&] { return line.jobs.empty() ? m_closed.load() : line.jobs.front().after <= m_controlDone; });
     if (line.jobs.empty()) return false;
     job = std::move(line.jobs.front());
     line.jobs.pop_front();
@@ -104,12 +108,23 @@ void ServerWorker::endPeer() {
 }
 
 void ServerWorker::perform(const Job& job) {
-    if (job.done) return job.done(outcomeOf(job));
+    if (job.done) return performAndAnswer(job);
     try {
         (void)m_root->perform(job.selector, job.arguments, m_peer);
     } catch (const std::exception& exception) {
         if (m_log.take()) VLException::logException(exception, job.selector.left(100).toUtf8().constData());
     }
+}
+
+void ServerWorker::performAndAnswer(const Job& job) {
+    Answer answer;
+    if (job.answer)
+        answer =
+            std::make_shared<AnswerRoom::Answer>(m_room, *job.answer, [this] { return m_closed.load(); });
+    if (answer && !*answer) return;  // nobody is there any more
+    Outcome outcome = outcomeOf(job);
+    if (answer) answer->setBytes(qint64(outcome->sizeInWords() * sizeof(capnp::word)));
+    job.done(std::move(outcome), std::move(answer));
 }
 
 ServerWorker::Outcome ServerWorker::outcomeOf(const Job& job) const {

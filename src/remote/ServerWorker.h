@@ -1,6 +1,7 @@
 #pragma once
 
 #include "corvalin.capnp.h"
+#include "remote/AnswerRoom.h"
 #include "remote/LogBudget.h"
 #include "remote/RemoteLimits.h"
 #include "remote/VLServer.h"
@@ -11,35 +12,40 @@
 #include <capnp/message.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 /// Performs the operations of one console in two lanes: in each, one after the other, on a thread that starts
 /// with the lane's first operation. Control operations are few and short, and get through while one of the
-/// others hangs; an ordinary one waits for the control operations that were sent before it. Answers are
-/// encoded on these threads too, so the server's loop only passes them on.
+/// others hangs; an ordinary one waits for the control operations that were sent before it, and for room for
+/// its answer. Answers are encoded on these threads too, so the server's loop only passes them on.
 class ServerWorker : public std::enable_shared_from_this<ServerWorker> {
 public:
     using Outcome = std::shared_ptr<capnp::MallocMessageBuilder>;  ///< its root is a wire::Outcome
     using Clock = std::chrono::steady_clock;
     enum Lane { Ordinary, Control };
+    using Answer = std::shared_ptr<AnswerRoom::Answer>;  ///< null where it needs none
     struct Job {
         QString selector;
         QVariantList arguments;
         std::size_t bytes = 0;
         Lane lane = Ordinary;
-        quint64 after = 0;                  ///< how many control operations were sent before it; set by add()
-        std::function<void(Outcome)> done;  ///< empty for oneway operations; runs on the lane's thread
+        quint64 after = 0;  ///< how many control operations were sent before it; set by add()
+        /// Empty for oneway operations. Runs on the lane's thread.
+        std::function<void(Outcome, Answer)> done;
+        std::optional<AnswerRoom::Size> answer = std::nullopt;  ///< how much room it needs
     };
 
     /// `ended` is called as the last act of the last lane, when any was started at all.
     ServerWorker(std::shared_ptr<VLRootObject> root, const RemoteLimits& limits, quint64 peer,
-                 std::function<void()> ended);
+                 std::shared_ptr<AnswerRoom> room, std::function<void()> ended);
     /// join() or abandon() first.
     ~ServerWorker() = default;
     ServerWorker(const ServerWorker&) = delete;
@@ -68,11 +74,13 @@ private:
     void endPeer();
     [[nodiscard]] bool takeNext(Line& line, Job& job);
     void perform(const Job& job);
+    void performAndAnswer(const Job& job);
     [[nodiscard]] Outcome outcomeOf(const Job& job) const;
 
     const std::shared_ptr<VLRootObject> m_root;
     const RemoteLimits m_limits;
     const quint64 m_peer;
+    const std::shared_ptr<AnswerRoom> m_room;
     const std::function<void()> m_ended;
     SharedLogBudget m_log;
 
@@ -80,7 +88,7 @@ private:
     std::condition_variable m_changed;
     std::array<Line, 2> m_lines;
     quint64 m_controlSent = 0, m_controlDone = 0;
-    int m_running = 0;     ///< lanes whose threads have not ended
-    bool m_isIdle = true;  ///< no thread of it does anything any more
-    bool m_closed = false;
+    int m_running = 0;                  ///< lanes whose threads have not ended
+    bool m_isIdle = true;               ///< no thread of it does anything any more
+    std::atomic_bool m_closed = false;  ///< set under the mutex
 };

@@ -12,6 +12,15 @@
 
 namespace {
 
+// kj-tls tells a peer's common name, which two consoles may share, but not its certificate. An explicit
+// instantiation may name a private member; this is the one way to it that needs no copy of the class.
+void* certificateOf(const kj::TlsPeerIdentity& peer);
+template <auto member>
+struct Reach {
+    friend void* certificateOf(const kj::TlsPeerIdentity& peer) { return peer.*member; }
+};
+template struct Reach<&kj::TlsPeerIdentity::cert>;
+
 // kj offers no TLS 1.3 as least version. This one cipher of TLS 1.2 needs a shared key that nobody has, so
 // version 1.2 never comes about; the ciphers of version 1.3 are not affected by the list.
 constexpr char noOlderVersion[] = "PSK-AES256-GCM-SHA384";
@@ -62,6 +71,20 @@ kj::Own<kj::TlsContext> TlsSettings::client(const TlsIdentity& identity, const Q
 kj::Own<kj::TlsContext> TlsSettings::server(const TlsIdentity& identity, const QList<QByteArray>& consoles) {
     const auto trusted = readCertificates(consoles);
     return makeContext(identity, trusted, true);
+}
+
+QByteArray TlsSettings::fingerprintOf(kj::TlsPeerIdentity& peer) {
+    const auto* certificate = static_cast<const X509*>(certificateOf(peer));
+    if (!certificate) return {};
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int size = 0;
+    if (::X509_digest(certificate, ::EVP_sha256(), digest, &size) != 1) return {};
+    return {reinterpret_cast<const char*>(digest), qsizetype(size)};
+}
+
+bool TlsSettings::isClientHello(const std::array<kj::byte, 6>& head) {
+    constexpr kj::byte handshakeRecord = 22, majorVersion = 3, clientHello = 1;
+    return head[0] == handshakeRecord && head[1] == majorVersion && head[5] == clientHello;
 }
 
 bool TlsSettings::isAgentCertificate(const QByteArray& pem) {

@@ -89,6 +89,7 @@ struct Entry : Operation {
         return readableInError().with(&Operation::readOnDisabledClient);
     }
     [[nodiscard]] constexpr Entry withCredentials() const { return with(&Operation::authorized); }
+    [[nodiscard]] constexpr Entry withLargeAnswer() const { return with(&Operation::largeAnswer); }
     [[nodiscard]] constexpr Entry besideOthers() const { return with(&Operation::control); }
     [[nodiscard]] constexpr Entry withCredentialsInError() const {
         return withCredentials().with(&Operation::authorizedOnErrorClient);
@@ -199,9 +200,12 @@ constexpr Entry entries[] = {
 
     logs.read("populateVLLogFilenames", {}, Type::Array, "Names of the client's log files.")
         .readableWhenDisabled(),
-    logs.read("logWithFilename:", fileName, Type::String, "Text of one log file.").readableWhenDisabled(),
+    logs.read("logWithFilename:", fileName, Type::String, "Text of one log file.")
+        .readableWhenDisabled()
+        .withLargeAnswer(),
     logs.read("gatherLogs", {}, Type::Dictionary, "All logs: path on the client to the file's contents.")
-        .readableWhenDisabled(),
+        .readableWhenDisabled()
+        .withLargeAnswer(),
 
     settings.read("networkClientSettings", {}, Type::Dictionary,
                   "Numbers under \"autoUpdateCheck\", \"globalUpdateCheck\", \"showMenuBarIcon\", "
@@ -214,7 +218,7 @@ constexpr Entry entries[] = {
     settlekeep.run("settlekeepBackup:type:", backupNameType, "Quick backup under a name, with a type."),
     settlekeep.run("settlekeepBackupSelected:", backupSelection,
                    "Backup of chosen preferences: \"backupName\", \"backupType\", \"keys\"."),
-    settlekeep.read("settlekeepBackupData:", path, Type::Data, "Contents of one backup."),
+    settlekeep.read("settlekeepBackupData:", path, Type::Data, "Contents of one backup.").withLargeAnswer(),
     settlekeep.run("settlekeepRestoreLocalBackup:", path, "Restores a backup that the client holds."),
     settlekeep.run("settlekeepRestoreRemoteBackup:", backupData, "Restores a backup from its contents."),
     settlekeep.read("settlekeepLastUndo", {}, Type::Dictionary,
@@ -232,7 +236,7 @@ constexpr Entry entries[] = {
     routemark.run("resetRoutemarkPath:", routemarkKey, "Sets one back to its default."),
 
     addonry.read("addonryPluginList", {}, Type::Array, "Plug-ins of the client, one dictionary each."),
-    addonry.read("addonryPluginData:", path, Type::Data, "One plug-in as an archive."),
+    addonry.read("addonryPluginData:", path, Type::Data, "One plug-in as an archive.").withLargeAnswer(),
     addonry.run("addonryInstallPlugin:withData:", pluginArchive,
                 "Installs a plug-in for the current user from its archive."),
     addonry
@@ -276,7 +280,7 @@ constexpr Entry entries[] = {
     faultscope.post("crashLogsSinceDate:delegate:", sinceDate,
                     "Asks for newer crash logs (all without a date); they arrive as "
                     "faultscopeAddLogs:hostName: at the delegate, or at the error callback without one."),
-    faultscope.read("fcsCrashLog:", fileName, Type::String, "Text of one crash log."),
+    faultscope.read("fcsCrashLog:", fileName, Type::String, "Text of one crash log.").withLargeAnswer(),
     faultscope.read("faultscopeGetDefinition:", fileName, Type::String, "Explanation of a crash, as HTML."),
     faultscope.run("faultscopeRemoveLogFilename:", fileName, "Deletes a crash log."),
     faultscope.run("faultscopeSubmitCrashLog:comment:", fileNameComment,

@@ -42,6 +42,7 @@ struct Operation {
     /// Carried out beside the console's other operations, so that it is not held up by one that hangs.
     bool control;
     const char* summary;
+    bool largeAnswer = false;  ///< the contents of files: takes longer than others, and much memory
 };
 
 /// Every operation, agent's first, in the order of the protocol page.

@@ -110,6 +110,23 @@ private:
     QHash<QString, bool> m_requestedAgain;  ///< has a key for every worker that runs
 };
 
+/// What the agents said last about maintenance. Any thread.
+class VLErrorCallback::Maintenance {
+public:
+    void set(const QString& hostName, bool needed) {
+        const std::lock_guard lock(m_mutex);
+        m_needed.insert(hostName, needed);
+    }
+    [[nodiscard]] bool isNeeded(const QString& hostName) const {
+        const std::lock_guard lock(m_mutex);
+        return m_needed.value(hostName);
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QHash<QString, bool> m_needed;
+};
+
 /// What each sender may cause. Any thread.
 class VLErrorCallback::Budgets {
 public:
@@ -155,6 +172,7 @@ VLErrorCallback::VLErrorCallback(Parent parent, Clock clock)
       m_clock(std::move(clock)),
       m_refreshPending(std::make_shared<std::atomic<bool>>(false)),
       m_workers(std::make_shared<HostWorkers>()),
+      m_maintenance(std::make_shared<Maintenance>()),
       m_logBudgets(std::make_shared<Budgets>(LogBudget::linesPerMinute)),
       m_noticeBudgets(std::make_shared<Budgets>(noticesPerMinute)) {
     if (!m_clock) m_clock = [] { return QDateTime::currentDateTimeUtc(); };
@@ -208,8 +226,14 @@ void VLErrorCallback::receiveAboutHost(const QString& selector, const QVariantLi
     const bool wantsMaintenance = selector == QLatin1String("requestMaintenance:");
     if (wantsMaintenance || selector == QLatin1String("cancelMaintenance:")) {
         if (!parent->setNeedsMaintenance) return;
-        onMainThread(
-            [parent, sender, wantsMaintenance] { parent->setNeedsMaintenance(sender, wantsMaintenance); });
+        // The list is reloaded before the next request is looked at; this thread does not wait for that.
+        m_maintenance->set(sender, wantsMaintenance);
+        m_workers->run(QStringLiteral("maintenance"), sender,
+                       [parent, maintenance = m_maintenance](const QString& hostName) {
+                           onMainThreadAndWait([&] {
+                               parent->setNeedsMaintenance(hostName, maintenance->isNeeded(hostName));
+                           });
+                       });
     } else if (selector == QLatin1String("willDisconnect:")) {
         logCall(sender, QStringLiteral("%@ will disconnect."), sender);
         m_workers->run(QStringLiteral("invalidate"), sender, parent->invalidate);

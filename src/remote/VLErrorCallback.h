@@ -29,7 +29,8 @@ public:
     /// What the console does when agents call; each is called on the thread that its comment names. A host
     /// name is always the label of the connection that the call came through.
     struct Parent {
-        /// Main thread: the agent of `hostName` wants maintenance or does not any more.
+        /// Main thread, which a worker waits for: the agent of `hostName` wants maintenance or does not any
+        /// more. Of requests that arrive meanwhile the last one counts.
         std::function<void(const QString& hostName, bool needed)> setNeedsMaintenance;
         /// A new worker thread: fetch the configuration of that client again (no time-out armed). Requests
         /// that arrive while one runs are done as one, after it.
@@ -90,6 +91,7 @@ public:
 
 private:
     class HostWorkers;
+    class Maintenance;
     class Budgets;
     using ParentPtr = std::shared_ptr<const Parent>;
     using Handler = void (VLErrorCallback::*)(const QString& selector, const QVariantList& arguments,
@@ -116,5 +118,6 @@ private:
     ErrorQueue m_errorQueue;
     const std::shared_ptr<std::atomic<bool>> m_refreshPending;
     std::shared_ptr<HostWorkers> m_workers;
+    const std::shared_ptr<Maintenance> m_maintenance;
     const std::shared_ptr<Budgets> m_logBudgets, m_noticeBudgets;
 };

@@ -23,10 +23,12 @@ public:
     /// All that it responds to, which a console asks for once. In the same way, and constant.
     [[nodiscard]] virtual QStringList selectors() const = 0;
     /// A console is let in: called on the server's thread before any call of it. `console` names it by its
-    /// certificate's subject and its address, and stays the same when it connects anew.
-    virtual void peerOpened(quint64 peer, const QString& console) {
+    /// certificate's subject and its address, and stays the same when it connects anew; `certificate` is the
+    /// fingerprint, which two consoles never share.
+    virtual void peerOpened(quint64 peer, const QString& console, const QByteArray& certificate) {
         Q_UNUSED(peer)
         Q_UNUSED(console)
+        Q_UNUSED(certificate)
     }
     /// An argument that the console passed by reference is a VLRemoteCallbackPtr. Throws VLException.
     /// `peer` names the console's connection; it is the same for every call of one connection.
@@ -42,6 +44,7 @@ struct VLServerOptions {
     QString address = QStringLiteral("0.0.0.0");  ///< to listen on; "::" for IPv6 too
     quint16 port = 0;                             ///< 0: the system chooses
     int maximumConnections = 64;
+    int connectionsPerConsole = 8;  ///< of one certificate; a further one ends the oldest
     RemoteLimits limits;
     /// Called on the server's thread when it ended by an error: nobody is served any more.
     std::function<void()> failed;

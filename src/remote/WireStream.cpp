@@ -5,7 +5,28 @@
 #include <capnp/rpc.capnp.h>
 #include <kj/debug.h>
 
+#include <algorithm>
+#include <cstring>
+
+kj::Promise<bool> CountingStream::readHead() {
+    return readOn(m_head.data(), headSize, headSize).then([this](size_t count) {
+        if (count < headSize) return false;
+        m_headLeft = headSize;
+        return true;
+    });
+}
+
 kj::Promise<size_t> CountingStream::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
+    if (m_headLeft == 0) return readOn(buffer, minBytes, maxBytes);
+    const size_t count = std::min(m_headLeft, maxBytes);
+    std::memcpy(buffer, m_head.data() + headSize - m_headLeft, count);
+    m_headLeft -= count;
+    if (count >= minBytes) return count;
+    return readOn(static_cast<kj::byte*>(buffer) + count, minBytes - count, maxBytes - count)
+        .then([count](size_t more) { return count + more; });
+}
+
+kj::Promise<size_t> CountingStream::readOn(void* buffer, size_t minBytes, size_t maxBytes) {
     return m_inner->tryRead(buffer, minBytes, maxBytes)
         .then(
             [this](size_t count) {
@@ -67,6 +88,13 @@ capnp::ReaderOptions WireStream::readerOptions(const RemoteLimits& limits) {
 
 kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> WireStream::tryReadMessage(
     kj::ArrayPtr<kj::AutoCloseFd> fdSpace, capnp::ReaderOptions options, kj::ArrayPtr<capnp::word> scratch) {
+    // A connection that can't be written to any more is read to its end, which tells why.
+    if (m_canWrite && m_isHeldBack && m_isHeldBack()) {
+        auto held = kj::newPromiseAndFulfiller<void>();
+        m_continue = kj::mv(held.fulfiller);
+        return held.promise.then(
+            [this, fdSpace, options, scratch] { return tryReadMessage(fdSpace, options, scratch); });
+    }
     return m_inner.tryReadMessage(fdSpace, options, scratch)
         .then([this](kj::Maybe<capnp::MessageReaderAndFds>&& message) {
             KJ_IF_MAYBE (read, message)
@@ -77,6 +105,26 @@ kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> WireStream::tryReadMessage(
         })
         .catch_([this](kj::Exception&& exception) -> kj::Maybe<capnp::MessageReaderAndFds> {
             m_end = ::connectionEnd(fromKj(exception.getDescription()));
+            kj::throwFatalException(kj::mv(exception));
+        });
+}
+
+void WireStream::continueReading() {
+    KJ_IF_MAYBE (held, m_continue) {
+        auto fulfiller = kj::mv(*held);
+        m_continue = nullptr;
+        fulfiller->fulfill();
+    }
+}
+
+kj::Promise<void> WireStream::noteEnd(kj::Promise<void> writing) {
+    return writing.then(
+        [this] {
+            if (m_written) m_written();
+        },
+        [this](kj::Exception&& exception) {
+            m_canWrite = false;
+            continueReading();
             kj::throwFatalException(kj::mv(exception));
         });
 }

@@ -9,7 +9,9 @@
 #include <capnp/serialize-async.h>
 #include <kj/async-io.h>
 
+#include <array>
 #include <cstdint>
+#include <functional>
 
 // kj deletes its objects through what made them, so its interfaces have no virtual destructors.
 #pragma GCC diagnostic push
@@ -24,6 +26,12 @@ public:
     [[nodiscard]] std::uint64_t bytesRead() const { return m_read; }
     [[nodiscard]] std::uint64_t bytesWritten() const { return m_written; }
     [[nodiscard]] const QString& readError() const { return m_readError; }
+
+    static constexpr std::size_t headSize = 6;
+    /// Reads the first bytes ahead; before anything else is read. False when there are fewer.
+    [[nodiscard]] kj::Promise<bool> readHead();
+    /// Those bytes; they are still to be read.
+    [[nodiscard]] const std::array<kj::byte, headSize>& head() const { return m_head; }
 
     kj::Promise<size_t> tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
     kj::Promise<void> write(const void* buffer, size_t size) override;
@@ -42,7 +50,11 @@ public:
     }
 
 private:
+    [[nodiscard]] kj::Promise<size_t> readOn(void* buffer, size_t minBytes, size_t maxBytes);
+
     kj::Own<kj::AsyncIoStream> m_inner;
+    std::array<kj::byte, headSize> m_head{};
+    std::size_t m_headLeft = 0;  ///< of the head, from its end
     std::uint64_t m_read = 0;
     std::uint64_t m_written = 0;
     QString m_readError;
@@ -68,6 +80,12 @@ public:
     /// The network that answers through this stream: a peer that calls and does not read what comes back
     /// ends the connection too.
     void setNetwork(capnp::TwoPartyVatNetwork& network) { m_network = &network; }
+    /// Nothing more is read while `isHeldBack` says so: what the peer sends waits in the socket. It is asked
+    /// before each message, and again after continueReading().
+    void holdBackWhile(std::function<bool()> isHeldBack) { m_isHeldBack = std::move(isHeldBack); }
+    void continueReading();
+    /// `written` is called after each message that was sent.
+    void setWritten(std::function<void()> written) { m_written = std::move(written); }
     /// Why nothing more can be read.
     [[nodiscard]] const ConnectionEnd& connectionEnd() const { return m_end; }
 
@@ -76,20 +94,25 @@ public:
         kj::ArrayPtr<capnp::word> scratch) override;
     kj::Promise<void> writeMessage(kj::ArrayPtr<const int> fds,
                                    kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>> segments) override {
-        return m_inner.writeMessage(fds, segments);
+        return noteEnd(m_inner.writeMessage(fds, segments));
     }
     kj::Promise<void> writeMessages(
         kj::ArrayPtr<kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>>> messages) override {
-        return m_inner.writeMessages(messages);
+        return noteEnd(m_inner.writeMessages(messages));
     }
     kj::Maybe<int> getSendBufferSize() override { return m_inner.getSendBufferSize(); }
     kj::Promise<void> end() override { return m_inner.end(); }
 
 private:
     void countCall(capnp::MessageReader& message);
+    [[nodiscard]] kj::Promise<void> noteEnd(kj::Promise<void> writing);
 
     capnp::AsyncIoMessageStream m_inner;
     capnp::TwoPartyVatNetwork* m_network = nullptr;
+    std::function<bool()> m_isHeldBack;
+    std::function<void()> m_written;
+    kj::Maybe<kj::Own<kj::PromiseFulfiller<void>>> m_continue;  ///< while reading is held back
+    bool m_canWrite = true;
     int m_openCallsLimit;
     int m_openCalls = 0;
     ConnectionEnd m_end;

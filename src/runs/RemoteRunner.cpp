@@ -4,7 +4,6 @@
 #include "foundation/VLCallLock.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
-#include "remote/ByteBudget.h"
 #include "remote/VLCorvalinServerProtocol.h"
 #include "runs/InFlight.h"
 #include "runs/RunList.h"
@@ -122,12 +121,6 @@ qint64 bytesOf(const QVariant& value) {
                            [](qint64 sum, const QVariant& part) { return sum + bytesOf(part); });
 }
 
-/// A message holds a copy of what it carries until it is sent.
-ByteBudget& outgoingBytes() {
-    static ByteBudget budget(256LL << 20);
-    return budget;
-}
-
 /// Marks the client as worked while an operation is under way.
 class Processing {
 public:
@@ -195,11 +188,7 @@ VLProxyObjectPtr RemoteRunner::connectedProxy(const RemoteClientPtr& service) co
 
 std::chrono::milliseconds RemoteRunner::replyLimitOf(const QString& selector) const {
     const Protocol* declared = protocolOf(selector);
-    const bool fetchesData = declared && declared->resultType == VLCorvalinServerProtocol::Type::Data;
-    const bool fetchesLogs = selector == QLatin1String("gatherLogs") ||
-                             selector == QLatin1String("logWithFilename:") ||
-                             selector == QLatin1String("fcsCrashLog:");
-    return fetchesData || fetchesLogs ? m_environment.dataReplyLimit : m_environment.replyLimit;
+    return declared && declared->largeAnswer ? m_environment.dataReplyLimit : m_environment.replyLimit;
 }
 
 /// The answer, or nothing where it was not sent.
@@ -222,18 +211,26 @@ std::optional<QVariant> RemoteRunner::sendMethod(const QString& selector, const 
     }
     VLLog::appendLog(QStringLiteral("Performing method on remote object..."));
     if (!isExecution) return proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
-    const ByteBudget::Part room(outgoingBytes(), bytesOf(obj1) + bytesOf(obj2), Run::shallStop);
-    if (!room) {
-        const RunPtr run = Run::current();
-        if (run && !run->isCancelled())  // given up on before its turn, which is not "nothing to do"
-            run->note(*service, {Outcome::NoAnswer, tr("other computers were sent to first")});
-        return std::nullopt;
-    }
+    const auto room = roomFor({obj1, obj2}, *service);
+    if (!room) return std::nullopt;
     Run::Change change(service);
     QVariant answer = proxy->perform(selector, argumentsFor(selector, obj1, obj2), limit);
     if (!change.done()) return std::nullopt;
     noteOutcome(*service, Outcome::Done);
     return answer;
+}
+
+std::unique_ptr<ByteBudget::Part> RemoteRunner::roomFor(const QVariantList& sent,
+                                                        const RemoteClient& service) const {
+    const qint64 bytes =
+        std::accumulate(sent.begin(), sent.end(), qint64(0),
+                        [](qint64 sum, const QVariant& part) { return sum + bytesOf(part); });
+    auto room = std::make_unique<ByteBudget::Part>(*m_environment.outgoing, bytes, Run::shallStop);
+    if (*room) return room;
+    const RunPtr run = Run::current();
+    if (run && !run->isCancelled())  // given up on before its turn, which is not "nothing to do"
+        run->note(service, {Outcome::NoAnswer, tr("other computers were sent to first")});
+    return nullptr;
 }
 
 QVariant RemoteRunner::checkedAnswer(const QString& selector, const QVariant& answer,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/Snapshot.h"
+#include "remote/ByteBudget.h"
 #include "remote/RemoteClient.h"
 #include "remote/TaskProgress.h"
 #include "runs/Run.h"
@@ -49,6 +50,8 @@ public:
         std::chrono::milliseconds replyLimit{std::chrono::seconds(60)};       ///< of a read
         std::chrono::milliseconds dataReplyLimit{std::chrono::seconds(300)};  ///< of one that fetches data
         std::chrono::milliseconds probeLimit{std::chrono::seconds(10)};       ///< whether it knows a selector
+        /// How much may be on its way to all clients at once: a message holds a copy of what it carries.
+        std::shared_ptr<ByteBudget> outgoing = std::make_shared<ByteBudget>(256LL << 20);
     };
     explicit RemoteRunner(Environment environment);
 
@@ -84,6 +87,10 @@ public:
     // For the runs that AuthorizedRunner makes.
     /// Starts connecting where needed; null while there is no connection.
     [[nodiscard]] VLProxyObjectPtr connectedProxy(const RemoteClientPtr& service) const;
+    /// Waits until there is room for what is to be sent besides what is on its way to others. Null, and the
+    /// run of this thread has heard of it, where nobody waits for the operation any more.
+    [[nodiscard]] std::unique_ptr<ByteBudget::Part> roomFor(const QVariantList& sent,
+                                                            const RemoteClient& service) const;
     /// Tells the run of this thread that the client was not asked.
     static void noteSkipped(const RemoteClient& service);
     /// Logs and reports what ended an operation, and marks the client not connected if it may be the cause.

@@ -4,6 +4,7 @@
 #include "support/Administrators.h"
 #include "support/TestEnvironment.h"
 #include "support/TestFiles.h"
+#include "support/TestTable.h"
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -36,6 +37,7 @@ struct Agent {
     std::unique_ptr<VLServer> server;
     std::shared_ptr<CollectingTarget> console = std::make_shared<CollectingTarget>();
     std::atomic<int> runs{0}, installs{0};
+    TlsIdentity other = TlsIdentity::create(u"console"_s);
 
     explicit Agent(std::chrono::milliseconds pause = 1ms) {
         AgentSettings settings;
@@ -53,7 +55,11 @@ struct Agent {
                                return u"ran "_s + name;
                            });
         context->installUpdate = [this](quint64, const QVariantMap&, const QVariant&) { ++installs; };
-        server = std::make_unique<VLServer>(std::make_shared<AgentRoot>(context), transport.serverOptions());
+        VLServerOptions options = transport.serverOptions();
+        options.authorizedCertificates = [all = QList{transport.console.certificate, other.certificate}] {
+            return all;
+        };
+        server = std::make_unique<VLServer>(std::make_shared<AgentRoot>(context), options);
     }
     ~Agent() {
         context->administrators.stop();
@@ -67,7 +73,8 @@ struct Agent {
     [[nodiscard]] QList<qlonglong> errorCodes() const {
         QList<qlonglong> codes;
         for (const auto& call : console->received())
-            codes.append(call.arguments.value(0).toMap().value(u"code"_s).toLongLong());
+            if (call.selector.startsWith(u"addErrorToQueue:"_s))
+                codes.append(call.arguments.value(0).toMap().value(u"code"_s).toLongLong());
         return codes;
     }
 };
@@ -153,38 +160,92 @@ private Q_SLOTS:
                  QVariant(1000LL));
     }
 
-    /// After three wrong passwords a connection waits, and so does one that takes its place; others do not.
+    /// After three wrong passwords a console waits on all its connections and hears why; others do not.
     void guessing() {
-        Agent agent(24h);
-        const auto well = agent.connect();
+        Agent agent(16s);
         const QVariantList right{u"admin"_s, encrypted(u"corvalin-sample"_s)};
-        QVERIFY(well->proxy().perform(validate, right).toBool());
-        auto guessing = agent.connect();
         for (int i = 0; i < 3; ++i)
-            QVERIFY(!guessing->proxy().perform(validate, {u"admin"_s, encrypted(u"guess"_s)}).toBool());
+            QVERIFY(
+                !agent.connect()->proxy().perform(validate, {u"admin"_s, encrypted(u"guess"_s)}).toBool());
+        const auto guessing = agent.connect();
         QCOMPARE(raisedBy([&] { guessing->proxy().perform(validate, right, 200ms); }).name(),
                  VLException::portTimeout);
-        QVERIFY(well->proxy().perform(validate, right).toBool());
+        QTRY_VERIFY(agent.console->count() > 0);
+        const auto told = agent.console->received().back();
+        QCOMPARE(told.selector, u"addStringToQueue:hostname:"_s);
+        QVERIFY(told.arguments.first().toString().startsWith(u"Too many wrong administrator passwords"_s));
+        QVERIFY(!logLines().filter(told.arguments.first().toString()).isEmpty());
+
+        agent.transport.console = agent.other;
+        QVERIFY(agent.connect()->proxy().perform(validate, right).toBool());
         agent.context->administrators.stop();
     }
 
-    void newConnectionsTakeOverTheCount() {
-        std::atomic<int> checks{0};
-        AdministratorGuard guard([&](const QString&, const Secret&) { return ++checks > 100; },
-                                 {.pause = 24h});
-        const auto attempt = [&](quint64 peer) {
-            return guard.validate(peer, u"a"_s, encrypted(u"guess"_s));
-        };
-        for (quint64 peer : {1, 2, 3}) {
-            QVERIFY(!attempt(peer));
+    /// How often the attempts of a script have to wait, and for how many pauses at least. "g": a guess, "r":
+    /// the right password, "o": the right one for another user, "R": the right one from another console; a
+    /// digit makes the attempts that follow those of another user.
+    void brake_data() {
+        const TestTable<QString, int, int> row("script", "waits", "pauses");
+        row("mistyped twice", u"ggr"_s, 0, 0);
+        row("right ones in between", u"ggrggr"_s, 0, 0);
+        row("doubles up to the limit", u"ggggggr"_s, 4, 1 + 2 + 4 + 4);
+        row("whoever else guesses", u"ggggR"_s, 1, 1);
+        row("another user's right one", u"ggoggg"_s, 2, 1 + 2);
+        row("other users' names", u"g1g2g3g"_s, 1, 1);
+    }
+    void brake() {
+        QFETCH(QString, script);
+        constexpr auto pause = 100ms;
+        AdministratorGuard guard(
+            [](const QString&, const Secret& password) { return password.view() == QByteArrayView("right"); },
+            {.pause = pause, .longestPause = 4 * pause});
+        int waits = 0;
+        guard.setBraked([&](quint64) { ++waits; });
+        quint64 peer = 1;
+        guard.peerOpened(1'000, "other");
+        QString user = u"admin"_s;
+        const auto begin = std::chrono::steady_clock::now();
+        for (const QChar step : std::as_const(script)) {
+            if (step.isDigit()) {
+                user = u"user "_s + step;
+                continue;
+            }
+            guard.peerOpened(++peer, "guesser");
+            const bool isRight = step != u'g';
+            const QString name = step == u'o' ? u"else"_s : user;
+            QCOMPARE(guard.validate(step == u'R' ? 1'000 : peer, name,
+                                    encrypted(isRight ? u"right"_s : u"guess"_s)),
+                     isRight);
             guard.peerClosed(peer);
         }
-        QCOMPARE(checks.load(), 3);
-        std::thread fourth([&] { QVERIFY(!attempt(4)); });
-        QTest::qWait(50);
-        guard.stop();
-        fourth.join();
-        QCOMPARE(checks.load(), 3);
+        QTEST(waits, "waits");
+        QFETCH(int, pauses);
+        QVERIFY(std::chrono::steady_clock::now() - begin >= pauses * pause);
+    }
+
+    /// However many ask at once: few are checked, and the rest is told that it was not.
+    void manyGuessesAtOnce() {
+        std::atomic<int> checks{0}, notChecked{0};
+        AdministratorGuard guard(
+            [&](const QString&, const Secret&) {
+                ++checks;
+                std::this_thread::sleep_for(20ms);
+                return false;
+            },
+            {.pause = 100ms, .longestPause = 100ms, .longestWait = 250ms});
+        std::vector<std::thread> guesses;
+        for (quint64 peer = 1; peer <= 60; ++peer) {
+            guard.peerOpened(peer, "guesser");
+            guesses.emplace_back([&guard, &notChecked, peer] {
+                const VLException raised =
+                    raisedBy([&] { (void)guard.validate(peer, u"admin"_s, encrypted(u"guess"_s)); });
+                if (raised.name() == VLException::refused) ++notChecked;
+            });
+        }
+        for (std::thread& guess : guesses)
+            guess.join();
+        QVERIFY(checks >= 3 && checks <= 6);
+        QCOMPARE(notChecked + checks, 60);
     }
 
     /// A real PAM stack with a module that asks a script.

@@ -3,8 +3,10 @@
 #include "agent/sample/SampleTree.h"
 #include "base/VLLocalPaths.h"
 #include "support/TestFiles.h"
+#include "support/TestTable.h"
 #include "system/VLException.h"
 
+#include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -71,6 +73,29 @@ private Q_SLOTS:
         }
     }
 
+    /// Those that no tool answers yet, in the order of the table. A new tool takes its own off the list.
+    void allOtherOperationsAreAnswered() {
+        QStringList unanswered;
+        for (const Operation& declared : operations()) {
+            const QString selector = QString::fromLatin1(declared.selector);
+            if (declared.side == Side::Agent && !m_root->respondsToSelector(selector))
+                unanswered.append(selector);
+        }
+        QCOMPARE(unanswered.join(u' '),
+                 u"needsAdminAccess: authExecuteTask:bundleID:options:username:password: "
+                 "authExecuteTask:bundleID:options:username:password:callback:callbackName: "
+                 "corvalinAppInfo finalCutStudioAppInfo launchApp: terminateApp: forceQuitApp: "
+                 "networkClientSettings setNetworkClientSettings: "
+                 "routemarkPaths setRoutemarkPaths: setRoutemarkPath:forKey: resetRoutemarkPath: "
+                 "fcsCrashLog: faultscopeGetDefinition: faultscopeRemoveLogFilename: "
+                 "faultscopeSubmitCrashLog:comment: consolidateCrashLogs: "
+                 "tidyhandRunTasks: purgewrightRemoveApps:settings: hostbenchTrashCaches:settings: "
+                 "qmasterJobs qmasterJobPause: qmasterJobResume: qmasterJobTerminate: qmasterStartSharing "
+                 "qmasterStopSharing qmasterResetServices processQmasterClusterOnThread: "
+                 "listVelmoraSoftwareUpdates installVelmoraSoftwareUpdate:settings: "
+                 "softwareUpdateManualInstall:"_s);
+    }
+
     void wrongArgumentsAreRefused() {
         const QVariantList kinds{"text",
                                  1LL,
@@ -110,6 +135,23 @@ private Q_SLOTS:
         QCOMPARE(m_quits + m_relaunches, 0);
     }
 
+    void picture_data() {
+        const TestTable<QVariant, QSize> row("asked", "size");
+        const auto asked = [](const QVariant& width, const QVariant& height) {
+            return QVariantMap{{"width", width}, {"height", height}};
+        };
+        row("smaller", asked(32LL, 32LL), {32, 32});
+        row("larger", asked(512LL, 512LL), {512, 512});
+        row("fits into it", asked(100LL, 40LL), {40, 40});
+        row("beyond reason", asked(1LL << 40, 1LL << 40), {1024, 1024});
+        for (const QVariant& nonsense : QVariantList{QVariant(), "48", asked(-1LL, 32LL), asked(0LL, 0LL)})
+            row("its own", nonsense, {256, 256});
+    }
+    void picture() {
+        QFETCH(QVariant, asked);
+        QTEST(QImage::fromData(perform("computerIcon:", {asked}).toByteArray()).size(), "size");
+    }
+
     void configuration() {
         m_hasChanged = true;
         const QVariantMap configuration = configurationFor();
@@ -135,9 +177,9 @@ private Q_SLOTS:
 
     void crashOfTheAgentIsReportedOnceToEachConsole() {
         m_hasChanged = true;
-        m_root->peerOpened(1, "first");
-        m_root->peerOpened(2, "second");
-        m_root->peerOpened(3, "first");  // connected anew
+        m_root->peerOpened(1, "first", {});
+        m_root->peerOpened(2, "second", {});
+        m_root->peerOpened(3, "first", {});  // connected anew
         const QString name = u"corvalin-agent_2010-09-01-101500_edit-bay-2.crash"_s;
         QVERIFY(writeFile(path("sample/disk/Library/Logs/CrashReporter/" + name), "Process: corvalin-agent"));
         QCOMPARE(configurationFor().value("selfCrashLog").toString(), name);

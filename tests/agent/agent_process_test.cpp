@@ -67,8 +67,19 @@ private Q_SLOTS:
     void callsBack() {
         m_process.start(AGENT_PROGRAM, {"--root", path("sample"), "--no-advertise"});
         const quint16 port = readAgentPort(m_process);
-        const ProgramResult second = runAgent({"--no-advertise", "--port", QString::number(port)});
-        QVERIFY(second.exitCode == 1 && second.messages.startsWith("corvalin-agent: "));
+        const QStringList anyPort{"--no-advertise", "--port", "0"};
+        const QString ownState = path("own-state"), otherRoot = path("other-root");
+        QVERIFY(QDir().mkpath(otherRoot));
+        const ProgramResult refused[] = {runAgent(anyPort),
+                                         runAgent(anyPort + QStringList{"--state", ownState})};
+        for (const ProgramResult& second : refused)
+            QVERIFY2(
+                second.exitCode == 1 && second.messages.startsWith("corvalin-agent: Another agent runs on "),
+                qPrintable(second.messages));
+        const ProgramResult samePort = runProgram(
+            AGENT_PROGRAM,
+            {"--root", otherRoot, "--state", ownState, "--no-advertise", "--port", QString::number(port)});
+        QVERIFY(samePort.exitCode == 1 && samePort.messages.contains("Cannot listen on"));
         const auto callback = std::make_shared<VLErrorCallback>(parent());
         const QVariant reference = QVariant::fromValue<VLCallbackTargetPtr>(callback);
         VLConnectionOptions options = m_fixture.options();

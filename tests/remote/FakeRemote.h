@@ -123,6 +123,7 @@ struct Bench {
     CountingThreads progress{{[this] { return int(clients.size()); }, [] {}, [] {}}};
     int processors = 4;
     bool followsUp = true;
+    std::shared_ptr<ByteBudget> outgoing = std::make_shared<ByteBudget>(256LL << 20);
     std::mutex mutex;
     QStringList failures;
     RemoteRunner runner{environment()};
@@ -139,7 +140,8 @@ struct Bench {
                     const std::lock_guard lock(mutex);
                     failures.append(hostName + QLatin1String(": ") + reason);
                 },
-            .clientReportedError = {}};
+            .clientReportedError = {},
+            .outgoing = outgoing};
     }
     void addClients(int count, const FakeProxy::Answer& answer = {}) {
         for (int i = 0; i < count; ++i)

@@ -343,6 +343,43 @@ private Q_SLOTS:
         QVERIFY(!sends(purgewright));
     }
 
+    /// What is large waits while others are sent to, and says so where nobody waits for it any more.
+    void sendsWhenThereIsRoom_data() {
+        QTest::addColumn<bool>("isAuthorized");
+        QTest::addColumn<bool>("givesUp");
+        for (int bits = 0; bits < 4; ++bits)
+            QTest::addRow("%d", bits) << bool(bits & 1) << bool(bits & 2);
+    }
+    void sendsWhenThereIsRoom() {
+        QFETCH(bool, isAuthorized);
+        QFETCH(bool, givesUp);
+        Console console(1);
+        console.store(rightPassword);
+        std::optional<ByteBudget::Part> others(std::in_place, *console.bench.outgoing);
+        others->resize(1LL << 40);
+        const QVariantMap archive{{u"data"_s, QByteArray(1'000, 'x')}};
+        bool hasWaited = false;
+        const RunRecord record = console.bench.runFor({.isChange = true}, [&] {
+            VLThread::detach(u"others"_s, [&, run = Run::current()] {
+                MainThread::waitUntil([&] { return run->awaited(200ms).size() == 1; }, patience);
+                hasWaited = console.worked() == QList{0};
+                if (givesUp)
+                    run->stopWaiting();
+                else
+                    others.reset();
+            });
+            if (isAuthorized)
+                console.runner.authExecuteRemoteMethods(purgewright, archive);
+            else
+                console.bench.runner.executeRemoteMethods(purgewright, archive);
+        });
+        QVERIFY(hasWaited);
+        QCOMPARE(console.worked(), QList{givesUp ? 0 : 1});
+        const Outcome& outcome = record.outcomes.first().outcome;
+        QCOMPARE(outcome.kind, givesUp ? Outcome::NoAnswer : Outcome::Done);
+        QCOMPARE(outcome.reason, givesUp ? u"other computers were sent to first"_s : QString());
+    }
+
     void taskWithCallback() {
         Console console(1);
         console.store(rightPassword);

@@ -101,6 +101,17 @@ private Q_SLOTS:
         }
     }
 
+    /// Of many requests while the main thread is busy, few reach it, and the last one counts.
+    void requestsForMaintenanceWaitForTheList() {
+        Console console;
+        for (int i = 0; i < 101; ++i)
+            console.callback.receive(i % 2 ? u"cancelMaintenance:"_s : u"requestMaintenance:"_s, {host},
+                                     host);
+        console.settle();
+        QVERIFY(console.calls.size() <= 2);
+        QCOMPARE(console.calls.last(), u"needs maintenance a.local. main"_s);
+    }
+
     void errorRecords() {
         Console console;
         console.callback.addErrorToQueue(suiteError(1002, u"Motion"_s),

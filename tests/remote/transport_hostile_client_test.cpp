@@ -1,3 +1,5 @@
+#include "remote/HandshakeSlots.h"
+#include "remote/support/DeafConsole.h"
 #include "remote/support/RawPeer.h"
 #include "remote/support/TransportFixture.h"
 #include "support/TestEnvironment.h"
@@ -99,18 +101,92 @@ private Q_SLOTS:
         QTRY_COMPARE(fixture.root->closedPeers.load(), 1);
     }
 
+    /// The oldest of a console goes for its newest, and never for another console's.
     void no_more_connections_than_allowed() {
         const TransportFixture fixture;
+        const TlsIdentity other = TlsIdentity::create(u"console"_s);  // of the same name
         auto options = fixture.serverOptions();
-        options.maximumConnections = 2;
+        options.maximumConnections = 3;
+        options.connectionsPerConsole = 2;
+        options.authorizedCertificates =
+            [certificates = QList{fixture.console.certificate, other.certificate}] { return certificates; };
         const auto server = fixture.serve(options);
-        auto first = fixture.connect(server->port());
+        auto otherOptions = fixture.options();
+        otherOptions.identity = other;
+        const auto connectOther = [&] {
+            return std::make_unique<ServingThread>(u"127.0.0.1"_s, server->port(), otherOptions);
+        };
+        auto otherConsole = connectOther();
+        const auto first = fixture.connect(server->port());
         const auto second = fixture.connect(server->port());
-        QCOMPARE(raisedBy([&] { (void)fixture.connect(server->port()); }).name(), VLException::inaccessible);
-        QVERIFY(works(*second));
-        first.reset();
-        QTRY_COMPARE(server->connectionCount(), 1);
-        QVERIFY(works(*fixture.connect(server->port())));
+        const auto third = fixture.connect(server->port());
+        QVERIFY(works(*second) && works(*third) && works(*otherConsole));
+        QVERIFY(raisedBy([&] { (void)works(*first); }).name() != u"none"_s);
+        QCOMPARE(raisedBy([&] { (void)connectOther(); }).name(), VLException::inaccessible);  // a fourth
+        otherConsole.reset();
+        QTRY_COMPARE(server->connectionCount(), 2);
+        QVERIFY(works(*connectOther()));
+    }
+
+    void crowds_give_way_data() {
+        using Slot = std::pair<const char*, bool>;  // address, has spoken
+        const TestTable<QList<Slot>, QByteArrayList, int> row("crowd", "known", "dropped");
+        row("room for all", {{"10.0.0.1", false}, {"10.0.0.1", false}}, {}, -1);
+        row("the oldest", {{"10.0.0.1", false}, {"10.0.0.2", false}, {"10.0.0.3", false}}, {}, 0);
+        row("of who has most", {{"10.0.0.1", false}, {"10.0.0.2", true}, {"10.0.0.2", true}}, {}, 1);
+        row("the silent one", {{"10.0.0.1", true}, {"10.0.0.1", false}, {"10.0.0.2", false}}, {}, 1);
+        row("the silent stranger", {{"10.0.0.1", true}, {"10.0.0.2", true}, {"10.0.0.3", false}}, {}, 2);
+        row("one network is one",
+            {{"2001:db8::1:1:1:1", false}, {"2001:db8::2:2:2:2", false}, {"2001:db9::1", false}}, {}, 0);
+        row("but not of mapped addresses",
+            {{"::ffff:10.0.0.1", true}, {"::ffff:10.0.0.2", false}, {"::ffff:10.0.0.3", true}}, {}, 1);
+        row("who is known stays", {{"10.0.0.1", false}, {"10.0.0.1", false}, {"10.0.0.2", true}},
+            {"10.0.0.1"}, 2);
+    }
+    void crowds_give_way() {
+        using Slot = std::pair<const char*, bool>;
+        QFETCH(QList<Slot>, crowd);
+        QFETCH(QByteArrayList, known);
+        HandshakeSlots handshakes(2);
+        for (const QByteArray& address : known)
+            handshakes.letIn(QString::fromLatin1(address));
+        for (qsizetype id = 0; id < crowd.size(); ++id)
+            handshakes.add(quint64(id), QString::fromLatin1(crowd[id].first));
+        const auto dropped = handshakes.crowdedOut([&](quint64 id) { return crowd[qsizetype(id)].second; });
+        QTEST(dropped ? int(*dropped) : -1, "dropped");
+    }
+
+    /// Consoles that call and do not read get few answers made, and all of them once they read.
+    void answers_that_nobody_reads_are_bounded_data() {
+        const TestTable<int, int> row("consoles", "mostAnswers");
+        row("one", 1, 2);
+        row("many", 4, 3);
+    }
+    void answers_that_nobody_reads_are_bounded() {
+        QFETCH(int, consoles);
+        QFETCH(int, mostAnswers);
+        constexpr int calls = 6;
+        TransportFixture fixture;
+        fixture.limits.unsentBytes = 8 << 20;
+        fixture.limits.allUnsentBytes = 16 << 20;
+        const QVariantMap logs{{u"log"_s, QByteArray(6 << 20, 'x')}};
+        fixture.root->setAnswer(u"gatherLogs"_s, logs);
+        const auto server = fixture.serve();
+        const auto honest = fixture.connect(server->port());
+        std::list<DeafConsole> deaf;
+        for (int index = 0; index < consoles; ++index)
+            deaf.emplace_back(server->port(), fixture.console, fixture.agent.certificate, "gatherLogs"_ba,
+                              calls);
+        QTRY_VERIFY(fixture.root->calls(u"gatherLogs"_s) > 0);
+        QTest::qWait(500);
+        QVERIFY2(fixture.root->calls(u"gatherLogs"_s) <= mostAnswers,
+                 qPrintable(QString::number(fixture.root->calls(u"gatherLogs"_s))));
+        QVERIFY(works(*honest));
+        for (DeafConsole& console : deaf)
+            console.hear();
+        QCOMPARE(honest->proxy().perform(u"gatherLogs"_s, {}, 10s).toMap(), logs);
+        for (DeafConsole& console : deaf)
+            QTRY_COMPARE_WITH_TIMEOUT(console.answers(), calls, 20'000);
     }
 
     void only_the_newest_tls_and_known_certificates_are_let_in() {

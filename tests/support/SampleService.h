@@ -28,6 +28,10 @@ public:
         m_connectionError.set(reason);
         m_connectionFailure = failure;
     }
+    void showConnecting() {
+        showNotConnected({});
+        m_spinning = true;
+    }
     void showChangedIdentity(const QByteArray& certificate) {
         showNotConnected(u"the agent shows another key"_s);
         m_changedCertificate.set(certificate);

@@ -15,6 +15,7 @@ public:
     using Run = std::function<QString(quint64 peer, const QString& task, const QVariantMap& options)>;
 
     void add(const QString& bundleID, Run run) { m_applications.insert(bundleID, std::move(run)); }
+    [[nodiscard]] bool isEmpty() const { return m_applications.isEmpty(); }
     [[nodiscard]] bool contains(const QString& bundleID) const { return m_applications.contains(bundleID); }
     /// Throws the error 1000 for an application that this agent knows no tasks of.
     [[nodiscard]] QString run(quint64 peer, const QString& task, const QString& bundleID,

@@ -46,8 +46,11 @@ QVariant taskWithCallback(AgentContext& agent, const OperationCall& operation) {
     const auto callback = operation.arguments.at(5).value<VLRemoteCallbackPtr>();
     try {
         requireAdministrator(agent, operation);
-    } catch (const VLException&) {
-        answer(callback, QStringLiteral("Unable to authorize: incorrect username or password."));
+    } catch (const VLException& error) {
+        // A console forgets a password that it could not authorize with; this one may be right.
+        answer(callback, error.name() == VLException::refused
+                             ? error.reason()
+                             : QStringLiteral("Unable to authorize: incorrect username or password."));
         throw;
     }
     // Not here: the console's other operations would wait for the end of the task.
@@ -58,13 +61,7 @@ QVariant taskWithCallback(AgentContext& agent, const OperationCall& operation) {
     return {};
 }
 
-}  // namespace
-
-void addAuthorizationOperations(OperationTable& table, AgentContext& agent) {
-    table.add(QStringLiteral("validateUsername:password:"), [&agent](const OperationCall& call) {
-        return QVariant(agent.administrators.validate(call.peer, call.arguments.at(0).toString(),
-                                                      call.arguments.at(1).toByteArray()));
-    });
+void addAuthorizedTasks(OperationTable& table, AgentContext& agent) {
     table.add(QStringLiteral("authExecuteTask:bundleID:options:username:password:"),
               [&agent](const OperationCall& operation) {
                   requireAdministrator(agent, operation);
@@ -74,14 +71,36 @@ void addAuthorizationOperations(OperationTable& table, AgentContext& agent) {
               });
     table.add(QStringLiteral("authExecuteTask:bundleID:options:username:password:callback:callbackName:"),
               [&agent](const OperationCall& call) { return taskWithCallback(agent, call); });
+}
+
+void addInstalling(OperationTable& table, AgentContext& agent) {
     table.add(QStringLiteral("installVelmoraSoftwareUpdate:settings:"), [&agent](const OperationCall& call) {
         agent.administrators.requireAdministrator(call.peer, call.arguments.at(0));
-        if (!agent.installUpdate)
-            throw VLException(VLException::generic,
-                              QStringLiteral("This version of the agent does not install updates."));
         const QVariantMap objects = call.arguments.at(1).toMap();
         agent.installUpdate(call.peer, objects.value(QStringLiteral("obj1")).toMap(),
                             objects.value(QStringLiteral("obj2")));
         return QVariant();
     });
+}
+
+/// Whoever types passwords, or has them stored, may wonder why it takes so long.
+void tellOfBrake(AgentContext& agent, quint64 peer) {
+    const QString text = QStringLiteral(
+        "Too many wrong administrator passwords were tried on this computer; further ones have to wait.");
+    if (!agent.log.take(peer)) return;
+    VLLog::appendLog(QStringLiteral("%@ (%@)"), text, agent.consoles.consoleOf(peer));
+    agent.consoles.postToCaller(peer, QStringLiteral("addStringToQueue:hostname:"),
+                                {text, agent.consoles.hostNameFor(peer)});
+}
+
+}  // namespace
+
+void addAuthorizationOperations(OperationTable& table, AgentContext& agent) {
+    agent.administrators.setBraked([&agent](quint64 peer) { tellOfBrake(agent, peer); });
+    table.add(QStringLiteral("validateUsername:password:"), [&agent](const OperationCall& call) {
+        return QVariant(agent.administrators.validate(call.peer, call.arguments.at(0).toString(),
+                                                      call.arguments.at(1).toByteArray()));
+    });
+    if (!agent.tasks.isEmpty()) addAuthorizedTasks(table, agent);
+    if (agent.installUpdate) addInstalling(table, agent);
 }

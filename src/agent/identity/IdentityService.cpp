@@ -5,14 +5,30 @@
 #include "agent/identity/ClientConfiguration.h"
 #include "agent/identity/MachinePicture.h"
 #include "agent/identity/MaintenanceRequest.h"
+#include "remote/VLCorvalinServerProtocol.h"
 #include "system/VLException.h"
+
+#include <QSize>
+
+#include <algorithm>
 
 namespace {
 
 /// Nothing, rather than empty data, for a machine without a picture.
-QVariant picture(const AgentContext& agent) {
-    const QByteArray data = MachinePicture::forModel(agent.settings.model);
+QVariant picture(const AgentContext& agent, const QSize& size = {}) {
+    const QByteArray data = MachinePicture::forModel(agent.settings.model, size);
     return data.isEmpty() ? QVariant() : QVariant(data);
+}
+
+/// "width" and "height" in pixels, within reason; no size where they make no sense.
+QSize pictureSize(const QVariant& value) {
+    constexpr qlonglong longest = 1'024;
+    const QVariantMap map = value.toMap();
+    const auto side = [&](const char* key) {
+        return int(std::min(longest, VLCorvalinServerProtocol::integerValue(map.value(QLatin1String(key)))));
+    };
+    const QSize size(side("width"), side("height"));
+    return size.isEmpty() ? QSize() : size;
 }
 
 QVariantMap configurationFor(AgentContext& agent, quint64 peer) {
@@ -43,8 +59,9 @@ void addIdentityOperations(OperationTable& table, AgentContext& agent) {
     table.add(QStringLiteral("systemSpecs"),
               [&agent](const OperationCall&) { return QVariant(ClientConfiguration::systemSpecs(agent)); });
     table.add(QStringLiteral("computerIcon"), [&agent](const OperationCall&) { return picture(agent); });
-    // The one picture there is serves every size; the console scales it.
-    table.add(QStringLiteral("computerIcon:"), [&agent](const OperationCall&) { return picture(agent); });
+    table.add(QStringLiteral("computerIcon:"), [&agent](const OperationCall& call) {
+        return picture(agent, pictureSize(call.arguments.at(0)));
+    });
     table.add(QStringLiteral("ping"), [](const OperationCall&) { return QVariant(); });
     table.add(QStringLiteral("cancelMaintenanceRequest"), [&agent](const OperationCall& call) {
         agent.log.append(call.peer, QStringLiteral("A console cancels the maintenance request."));

@@ -1,6 +1,8 @@
 #include "agent/identity/MachinePicture.h"
 
+#include <QBuffer>
 #include <QFile>
+#include <QImage>
 
 #include <array>
 
@@ -44,9 +46,15 @@ QString MachinePicture::nameForModel(const QString& model) {
     return {};
 }
 
-QByteArray MachinePicture::forModel(const QString& model) {
+QByteArray MachinePicture::forModel(const QString& model, const QSize& size) {
     const QString name = nameForModel(model);
     QFile file(QStringLiteral(":/agent/models/%1.png").arg(name));
     if (name.isEmpty() || !file.open(QIODevice::ReadOnly)) return {};
-    return file.readAll();
+    if (!size.isValid()) return file.readAll();
+    const QImage picture =
+        QImage::fromData(file.readAll(), "PNG").scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QByteArray data;
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::WriteOnly);
+    return picture.save(&buffer, "PNG") ? data : QByteArray();
 }

@@ -211,8 +211,9 @@ void TreeAccess::syncFolder(int folder) {
     [[maybe_unused]] const int ignored = fsync(folder);
 }
 
-QByteArray TreeAccess::temporaryName(int folder) {
+QByteArray TreeAccess::temporaryName(const WorkstationTree& tree, int folder) {
     removeLeftovers(folder);
+    tree.m_temporaries->note(tree.m_root.get(), folder, temporaryMark());
     return temporaryMark() + QByteArray::number(QRandomGenerator::system()->generate64(), 16);
 }
 

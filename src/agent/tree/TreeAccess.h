@@ -63,7 +63,7 @@ struct TreeAccess {
 
     /// A hidden name that nobody uses. What an earlier run of this program left behind in that folder when
     /// it was killed is removed on the way.
-    [[nodiscard]] static QByteArray temporaryName(int folder);
+    [[nodiscard]] static QByteArray temporaryName(const WorkstationTree& tree, int folder);
     /// As rename(2), but never in the place of something. False, with errno, when it could not.
     static bool renameNew(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to);
     static void removeAll(int folder, const QByteArray& name, const QString& path, int depth = 0);
@@ -75,7 +75,8 @@ private:
 /// Removes what is being made under a temporary name, unless keep() was called.
 class TemporaryEntry {
 public:
-    explicit TemporaryEntry(int folder) : m_folder(folder), m_name(TreeAccess::temporaryName(folder)) {}
+    TemporaryEntry(const WorkstationTree& tree, int folder)
+        : m_folder(folder), m_name(TreeAccess::temporaryName(tree, folder)) {}
     ~TemporaryEntry();
     TemporaryEntry(const TemporaryEntry&) = delete;
     TemporaryEntry& operator=(const TemporaryEntry&) = delete;

@@ -321,7 +321,7 @@ void TreeArchive::unpack(const WorkstationTree& tree, const QByteArray& archive,
     struct stat status {};
     if (TreeAccess::statusOf(target.folder, target.name, status))
         TreeAccess::fail(QStringLiteral("unpack to"), folder, EEXIST);
-    TemporaryEntry unpacked(target.folder);
+    TemporaryEntry unpacked(tree, target.folder);
     {
         const auto root = TreeAccess::makeFolder(target.folder, unpacked.name(), folder);
         Reader reader(archive, mostContents);

@@ -30,11 +30,12 @@ void syncContents(int folder, const QString& path) {
 }
 
 /// A copy that appears under its name when it is complete.
-void copyTo(const TreeAccess::Place& source, const TreeAccess::Place& target, TreeCopier::Owners owners) {
+void copyTo(const WorkstationTree& tree, const TreeAccess::Place& source, const TreeAccess::Place& target,
+            TreeCopier::Owners owners) {
     struct stat status {};
     if (TreeAccess::statusOf(target.folder, target.name, status))
         TreeAccess::fail(QStringLiteral("make"), target.path, EEXIST);
-    TemporaryEntry copy(target.folder);
+    TemporaryEntry copy(tree, target.folder);
     TreeCopier(source.path, owners).copy(source.folder, source.name, target.folder, copy.name());
     syncContents(target.folder, target.path);
     if (!TreeAccess::renameNew(target.folder, copy.name(), target.folder, target.name))
@@ -49,14 +50,14 @@ void requireThere(const TreeAccess::Place& place, const QString& what) {
 }
 
 /// False, with errno, when it could not; EEXIST when there is something at `target`.
-bool moveTo(const TreeAccess::Place& source, const TreeAccess::Place& target) {
+bool moveTo(const WorkstationTree& tree, const TreeAccess::Place& source, const TreeAccess::Place& target) {
     if (TreeAccess::renameNew(source.folder, source.name, target.folder, target.name)) {
         TreeAccess::syncFolder(target.folder);
         TreeAccess::syncFolder(source.folder);
         return true;
     }
     if (errno != EXDEV) return false;
-    copyTo(source, target, TreeCopier::Owners::Kept);
+    copyTo(tree, source, target, TreeCopier::Owners::Kept);
     TreeAccess::removeAll(source.folder, source.name, source.path);
     return true;
 }
@@ -182,7 +183,7 @@ void TreeWriter::write(const QString& path, const QByteArray& contents) const {
         owner = {status.st_uid, status.st_gid};
         mode = status.st_mode & TreeAccess::permissions;
     }
-    TemporaryEntry entry(place.folder);
+    TemporaryEntry entry(m_tree, place.folder);
     const kj::AutoCloseFd file(
         openat(place.folder, entry.name().constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (file.get() < 0) TreeAccess::fail(QStringLiteral("write"), path);
@@ -198,7 +199,7 @@ void TreeWriter::write(const QString& path, const QByteArray& contents) const {
 void TreeWriter::move(const QString& from, const QString& to) const {
     const auto source = TreeAccess::placeOf(m_tree, from);
     requireThere(source, moveWord);
-    if (!moveTo(source, TreeAccess::makePlace(m_tree, to)))
+    if (!moveTo(m_tree, source, TreeAccess::makePlace(m_tree, to)))
         TreeAccess::fail(moveWord, errno == EEXIST || errno == ENOTEMPTY ? to : from);
 }
 
@@ -255,7 +256,7 @@ quint64 TreeWriter::identity(const QString& path) const {
 void TreeWriter::copy(const QString& from, const QString& to) const {
     const auto source = TreeAccess::placeOf(m_tree, from);
     requireThere(source, QStringLiteral("copy"));
-    copyTo(source, TreeAccess::makePlace(m_tree, to), TreeCopier::Owners::OfNewFolder);
+    copyTo(m_tree, source, TreeAccess::makePlace(m_tree, to), TreeCopier::Owners::OfNewFolder);
 }
 
 qint64 TreeWriter::copyAll(const QList<Copy>& copies) const {
@@ -293,7 +294,7 @@ QString TreeWriter::trash(const QString& path, const QString& user) const {
         const auto place = TreeAccess::makePlace(m_tree, target);
         struct stat status {};
         if (TreeAccess::statusOf(place.folder, place.name, status)) continue;
-        if (moveTo(source, place)) return target;
+        if (moveTo(m_tree, source, place)) return target;
         if (errno != EEXIST) break;
     }
     TreeAccess::fail(moveWord, path);
@@ -316,5 +317,5 @@ bool TreeWriter::isLocked(const QString& path) const {
 
 QString TreeWriter::stagingPath(const QString& folder) const {
     const auto made = TreeAccess::makeFolders(m_tree, TreeAccess::partsOf(folder));
-    return folder + u'/' + QFile::decodeName(TreeAccess::temporaryName(made));
+    return folder + u'/' + QFile::decodeName(TreeAccess::temporaryName(m_tree, made));
 }

@@ -57,7 +57,8 @@ public:
     [[nodiscard]] bool isLocked(const QString& path) const;
 
     /// A hidden path in `folder` (which is made) that nobody uses, to unpack or build what then replaces
-    /// something. Should this program be killed, what lies there is removed by a later change in that folder.
+    /// something. Should this program be killed, what lies there is removed at its next start, or by a later
+    /// change in that folder.
     [[nodiscard]] QString stagingPath(const QString& folder) const;
 
 private:

@@ -77,8 +77,9 @@ std::optional<QByteArray> readAtMost(int descriptor, qint64 maximumBytes) {
 
 }  // namespace
 
-WorkstationTree::WorkstationTree(const QString& root)
-    : m_rootPath(QDir::cleanPath(QDir(root).absolutePath())) {
+WorkstationTree::WorkstationTree(const QString& root, const QString& temporaries)
+    : m_rootPath(QDir::cleanPath(QDir(root).absolutePath())),
+      m_temporaries(std::make_unique<TemporaryFolders>(temporaries)) {
     const int descriptor =
         ::open(QFile::encodeName(m_rootPath).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0) {

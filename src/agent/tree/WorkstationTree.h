@@ -1,5 +1,7 @@
 #pragma once
 
+#include "agent/tree/TemporaryFolders.h"
+
 #include <QByteArray>
 #include <QDateTime>
 #include <QList>
@@ -9,6 +11,7 @@
 
 #include <kj/io.h>
 
+#include <memory>
 #include <optional>
 
 /// The disk of a workstation below one folder. Paths are absolute and mean what they mean on the workstation:
@@ -36,7 +39,9 @@ public:
     static constexpr int maximumEntries = 20'000;
 
     /// Throws VLException when `root` is no folder that can be opened.
-    explicit WorkstationTree(const QString& root);
+    /// `temporaries`: the file in which it is noted down where temporary files are made; see
+    /// TemporaryFolders.
+    explicit WorkstationTree(const QString& root, const QString& temporaries = {});
 
     [[nodiscard]] QString rootPath() const { return m_rootPath; }
 
@@ -62,6 +67,7 @@ public:
 
     /// Names of the users that have a home folder, sorted.
     [[nodiscard]] QStringList userNames() const;
+    void clearLeftovers() const { m_temporaries->clearLeftovers(*this); }
     [[nodiscard]] static QString homePath(const QString& user) { return QStringLiteral("/Users/") + user; }
 
 private:
@@ -70,4 +76,5 @@ private:
 
     QString m_rootPath;
     kj::AutoCloseFd m_root;
+    std::unique_ptr<TemporaryFolders> m_temporaries;
 };

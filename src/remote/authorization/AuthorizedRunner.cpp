@@ -98,6 +98,8 @@ void AuthorizedRunner::carryOut(const Operation& operation, const RemoteClientPt
         }
         const auto turn = Run::turnOf(*service);
         if (turn && !*turn) return;
+        const auto room = m_environment.runner->roomFor(operation.sent, *service);
+        if (!room) return;
         VLLog::appendLog(QStringLiteral("Launching auth task..."));
         service->setIsProcessing(true);
         const auto done = qScopeGuard([&] { service->setIsProcessing(false); });
@@ -126,8 +128,10 @@ AuthorizedRunner::Operation AuthorizedRunner::methodOperation(const QString& sel
         arguments.resize(VLCorvalinServerProtocol::argumentCount(selector));
         proxy.perform(selector, arguments);
     };
-    return {selector, "-[AppController authExecuteRemoteMethod:withObject:withObject:forService:]",
-            std::move(send)};
+    return {selector,
+            "-[AppController authExecuteRemoteMethod:withObject:withObject:forService:]",
+            std::move(send),
+            {obj1, obj2}};
 }
 
 void AuthorizedRunner::authExecuteRemoteMethod(const QString& selector, const QVariant& obj1,
@@ -151,7 +155,10 @@ void AuthorizedRunner::authExecuteRemoteTask(const QString& task, const QString&
         if (callback) arguments << QVariant::fromValue<VLCallbackTargetPtr>(callback) << callback->name();
         proxy.perform(selector, arguments);
     };
-    perform({selector, "-[AppController authExecuteRemoteTask:bundleID:options:forService:callback:]", send},
+    perform({selector,
+             "-[AppController authExecuteRemoteTask:bundleID:options:forService:callback:]",
+             send,
+             {optionsOrNone}},
             service);
 }
 

@@ -67,6 +67,7 @@ private:
         QString selector;
         const char* method;  ///< names it in the log
         Send send;
+        QVariantList sent;  ///< what it sends besides the credentials
     };
     [[nodiscard]] Operation methodOperation(const QString& selector, const QVariant& obj1,
                                             const QVariant& obj2) const;

@@ -1,5 +1,6 @@
 #include "agent/tree/TreeArchive.h"
 #include "agent/tree/TreeWriter.h"
+#include "base/PropertyList.h"
 #include "support/FullDisk.h"
 #include "support/TestFiles.h"
 #include "support/ZipArchive.h"
@@ -306,6 +307,42 @@ private Q_SLOTS:
         for (const QString& failure : failures)
             QVERIFY2(failure.contains("no room left on the disk"), qPrintable(failure));
         QCOMPARE(everything(m_folder->path()), before);
+    }
+
+    /// The next start removes what this program has left, and nothing that only looks like it.
+    void leftoversAreRemovedAtStart() {
+        const QString notes = m_folder->filePath(u"temporary.plist"_s), mark = u".corvalin-tmp-1a2b-"_s;
+        const QVariantMap kept{
+            {mark, QStringList{u"/Library"_s, u"/Users/linked"_s, u"/Users/../Users"_s, u"/Gone"_s}},
+            {u".corvalin-tmp-"_s, QStringList{u"/Users"_s}},
+            {u"A"_s, QStringList{u"/Library"_s}}};
+        QVERIFY(writeFile(notes, PropertyList::toData(kept)));
+        const QString outside = m_folder->filePath(u"outside"_s);
+        for (const QString& folder : {disk("/Library/"), disk("/Users/"), outside + u'/'}) {
+            QVERIFY(writeFile(folder + mark + u"file"_s, "left"));
+            QVERIFY(writeFile(folder + mark + u"folder/deep/file"_s, "left"));
+            QVERIFY(QFile::link(outside, folder + mark + u"link"_s));
+            QVERIFY(writeFile(folder + u".corvalin-tmp-99-other"_s, "somebody else's"));
+        }
+        QVERIFY(QFile::link(outside, disk("/Library/") + mark + u"folder/out"_s));
+        QVERIFY(QFile::link(outside, disk("/Users/linked")));
+
+        const WorkstationTree tree(root(), notes);
+        TreeWriter(tree).write("/Users/anna/new.txt", "new");
+        tree.clearLeftovers();
+        const auto names = [](const QString& folder) {
+            return QDir(folder).entryList({u".corvalin-tmp-*"_s},
+                                          QDir::AllEntries | QDir::Hidden | QDir::System);
+        };
+        QCOMPARE(names(disk("/Library")), (QStringList{mark + u"link"_s, u".corvalin-tmp-99-other"_s}));
+        QCOMPARE(names(disk("/Users")).size(), 4);
+        QCOMPARE(names(outside).size(), 4);
+        QCOMPARE(contentsOf(outside + u"/secret.txt"_s), "secret"_ba);
+        // Where this process makes some is noted down; what could not be looked through is for another time.
+        const QVariantMap noted = PropertyList::readFile(notes).toMap();
+        QCOMPARE(noted.value(mark).toStringList(), QStringList{});
+        QCOMPARE(noted.size(), 1);
+        QCOMPARE(noted.first().toStringList(), QStringList{u"/Users/anna"_s});
     }
 
     /// Whenever the program dies, the folder is the old or the new one, and nothing is left behind for good.
