@@ -372,6 +372,10 @@ void Discovery::processManualConnections() {
 
 VLServicePtr Discovery::addManualConnection(const QString& name, const QString& ip, int port) {
     if (VLServicePtr known = manualRecord(ip, port)) return known;
+    const VLServicePtr same = m_environment.services->serviceWithIPAddress(ip);
+    if (same && !same->isManual() && same->port() == port)
+        VLLog::appendLog(QStringLiteral("Warning: %@ is listed twice: as %@ it was found on the network."), name,
+                         same->name());
     // The address with the port is the one name that a client entered by hand has from the start.
     const QString hostName = QStringLiteral("%1:%2").arg(ip).arg(port);
     VLServicePtr service = VLService::serviceWithName(name, hostName, ip, port, m_environment.errorCallback);

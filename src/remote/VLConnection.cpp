@@ -53,7 +53,7 @@ QByteArray pinnedCertificate(const QString& host, quint16 port, const VLConnecti
 
 struct VLConnection::Private {
     Private(const QString& host, quint16 port, const VLConnectionOptions& options)
-        : core(std::make_shared<ConnectionCore>(options.limits)), loop(core, options.limits, options.label) {
+        : core(std::make_shared<ConnectionCore>(options.limits, options.label)), loop(core, options.limits) {
         const Deadline deadline(options.limits.connect);
         const QByteArray pinned = pinnedCertificate(host, port, options, deadline);
         shakeHands(host, port, options, pinned, deadline);
