@@ -239,11 +239,11 @@ void PreferencesWindow::passwordToggled(bool on) {
     VLAlert::alertSheetWithMessageText(
         QStringLiteral("Orlendo would not start any more"), QStringLiteral("Cancel"),
         QStringLiteral("Turn On Anyway"), {},
-        vlFormat(QStringLiteral("This version cannot ask for an administrator's password, and without the "
-                                "password it does not open. To undo this later, the entry "
-                                "“requireAdminPassword” has to be taken out of the settings file by hand:"
-                                "\n\n%@"),
-                 VLUserDefaults::standardUserDefaults().path()),
+        QStringLiteral("This version cannot ask for an administrator's password, and without the "
+                       "password it does not open. To undo this later, the entry "
+                       "“requireAdminPassword” has to be taken out of the settings file by hand:"
+                       "\n\n%1")
+            .arg(VLUserDefaults::standardUserDefaults().path()),
         this,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
         selector, false);

@@ -104,7 +104,7 @@ void AuthorizationController::answered(const SheetPtr& sheet, Verdict verdict, c
     if (verdict == Verdict::NoAnswer)
         return m_view->showAlert(
             QStringLiteral("Unable to check the password"),
-            vlFormat(QStringLiteral("%@ does not answer. Please try again, or skip this computer."), name));
+            QStringLiteral("%1 does not answer. Please try again, or skip this computer.").arg(name));
     m_view->showAlert(
         QStringLiteral("Invalid username or password"),
         vlFormat(QStringLiteral("Please enter a valid admin username and password for %@."), name));
