@@ -301,6 +301,12 @@ QString Discovery::freeHostName(const VLNetService& service) const {
 }
 
 void Discovery::addRecord(const VLServicePtr& service) {
+    // Entered by hand and found on the network, it would be worked on twice.
+    const VLServicePtr same = m_environment.services->serviceWithIPAddress(service->ipAddress());
+    if (same && same->port() == service->port())
+        VLLog::appendLog(
+            QStringLiteral("Warning: %@ has the address and port of %@, which is listed already."),
+            service->name(), same->name());
     if (m_environment.serviceAdded) m_environment.serviceAdded(service);
     m_environment.services->addServiceToList(service);
     if (m_environment.updateSelectedComputerStatus) m_environment.updateSelectedComputerStatus();
@@ -372,10 +378,6 @@ void Discovery::processManualConnections() {
 
 VLServicePtr Discovery::addManualConnection(const QString& name, const QString& ip, int port) {
     if (VLServicePtr known = manualRecord(ip, port)) return known;
-    const VLServicePtr same = m_environment.services->serviceWithIPAddress(ip);
-    if (same && !same->isManual() && same->port() == port)
-        VLLog::appendLog(QStringLiteral("Warning: %@ is listed twice: as %@ it was found on the network."), name,
-                         same->name());
     // The address with the port is the one name that a client entered by hand has from the start.
     const QString hostName = QStringLiteral("%1:%2").arg(ip).arg(port);
     VLServicePtr service = VLService::serviceWithName(name, hostName, ip, port, m_environment.errorCallback);
