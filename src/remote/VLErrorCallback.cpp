@@ -299,7 +299,7 @@ bool VLErrorCallback::refuses(const QString& selector, const QVariant& hostName,
     const QString named = VLCorvalinServerProtocol::textValue(hostName);
     if (!named.isEmpty() && speaksForItself(named, sender)) return false;
     if (named.isEmpty() || !knows(named)) {
-        logCall(sender, QStringLiteral("Ignoring callback %@ of %@: there is no computer %@."), selector,
+        logCall(sender, QStringLiteral("Dropping callback %@ of %@: there is no computer %@."), selector,
                 sender, shown(named));
         return true;
     }

@@ -4,6 +4,8 @@
 #include "runs/ActivityForm.h"
 #include "runs/UndoData.h"
 
+#include <QSet>
+
 #include <algorithm>
 #include <span>
 

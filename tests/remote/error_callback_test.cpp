@@ -240,7 +240,7 @@ private Q_SLOTS:
         // One that nobody has concerns nobody.
         const auto stray = [&](const char* selector, const QVariantList& arguments, const QString& name) {
             row("of nobody", selector, arguments, "",
-                u"Ignoring callback %1 of a.local.: there is no computer %2."_s.arg(
+                u"Dropping callback %1 of a.local.: there is no computer %2."_s.arg(
                     QLatin1StringView(selector), name));
         };
         stray("requestMaintenance:", {u"c.local."_s}, u"c.local."_s);
