@@ -1,7 +1,7 @@
 #include "app/window/LogWindow.h"
 
-#include "foundation/MainThread.h"
 #include "base/RegularFile.h"
+#include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "widgets/ElidedLabel.h"
