@@ -1,13 +1,13 @@
 #include "agent/AgentCommandLine.h"
 #include "agent/AgentDaemon.h"
 #include "agent/AgentLock.h"
-#include "agent/ExitSignals.h"
 #include "agent/identity/MaintenanceRequest.h"
 #include "agent/sample/SampleTree.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
 #include "remote/TlsIdentity.h"
+#include "system/SignalWatcher.h"
 #include "system/VLException.h"
 
 #include <QCoreApplication>
@@ -68,7 +68,7 @@ int serve(const AgentSettings& settings) {
     {
         VLLog::createNewLog(logName(settings));
         AgentDaemon daemon(settings);
-        const ExitSignals signals([&daemon](int signal) {
+        const SignalWatcher signals({SIGINT, SIGTERM, SIGHUP}, [&daemon](int signal) {
             if (signal == SIGHUP) return daemon.reload();
             QCoreApplication::quit();
         });

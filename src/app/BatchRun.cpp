@@ -89,27 +89,29 @@ void BatchRun::describeClients() {
                                                           ? backendText(m_controller.discovery().backend())
                                                           : QStringLiteral("turned off")));
     m_output.message(
-        vlFormat(QStringLiteral("%i client%@ connected"), connected.size(), plural(connected.size())));
+        QStringLiteral("%1 client%2 connected").arg(connected.size()).arg(plural(connected.size())));
     for (const VLServicePtr& service : connected)
-        m_output.message(vlFormat(QStringLiteral("  %@ (%@:%i)%@"), service->name(), service->ipAddress(),
-                                  service->port(),
+        m_output.message(QStringLiteral("  %1 (%2:%3)%4")
+                             .arg(service->name(), service->ipAddress(), QString::number(service->port()),
                                   service->isManual() ? QStringLiteral(", added by hand") : QString()));
 
     const QList<VLServicePtr> all = m_controller.services().serviceArray();
     for (const VLServicePtr& service : all) {
         if (service->isConnected()) continue;
         const QString reason = service->connectionError();
-        m_output.message(vlFormat(QStringLiteral("Missing: %@ - %@"), service->name(),
-                                  reason.isEmpty() ? QStringLiteral("not connected") : reason));
+        m_output.message(
+            QStringLiteral("Missing: %1 - %2")
+                .arg(service->name(), reason.isEmpty() ? QStringLiteral("not connected") : reason));
     }
     const qsizetype lacking = m_commandLine.expectedClients - connected.size();
     if (lacking <= 0) return;
     m_exitCode = 1;
-    m_output.message(vlFormat(QStringLiteral("%i of %i expected clients did not connect within %i seconds"),
-                              lacking, m_commandLine.expectedClients,
-                              static_cast<qlonglong>(m_commandLine.wait.count())));
+    m_output.message(QStringLiteral("%1 of %2 expected clients did not connect within %3 seconds")
+                         .arg(lacking)
+                         .arg(m_commandLine.expectedClients)
+                         .arg(m_commandLine.wait.count()));
     if (const qsizetype unseen = m_commandLine.expectedClients - all.size(); unseen > 0)
-        m_output.message(vlFormat(QStringLiteral("Not found at all: %i client%@"), unseen, plural(unseen)));
+        m_output.message(QStringLiteral("Not found at all: %1 client%2").arg(unseen).arg(plural(unseen)));
 }
 
 /// The pane's own refresh may still be at work for the last client that came.

@@ -9,8 +9,8 @@ ErrorLog::ErrorLog(std::shared_ptr<VLErrorCallback> errors, Upload upload)
     : m_errors(std::move(errors)), m_upload(std::move(upload)) {}
 
 void ErrorLog::postError(const QVariantMap& userInfo) {
-    const qlonglong code = userInfo.value(QStringLiteral("errorcode")).toLongLong();
-    const QString hostName = userInfo.value(QStringLiteral("hostname")).toString();
+    const qlonglong code = userInfo.value(ErrorKey::errorCode).toLongLong();
+    const QString hostName = userInfo.value(ErrorKey::hostName).toString();
     if (code < 1 || hostName.isEmpty()) return;
     m_errors->addErrorToQueue(QVariantMap{{QStringLiteral("domain"), QLatin1String(CorvalinError::domain)},
                                           {QStringLiteral("code"), code}},

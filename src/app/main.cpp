@@ -3,13 +3,13 @@
 #include "app/CommandLine.h"
 #include "app/ConsoleIdentity.h"
 #include "app/ReportTable.h"
-#include "app/SignalWatcher.h"
 #include "app/window/MainWindow.h"
 #include "base/VLBundle.h"
 #include "clients/discovery/ServiceBrowser.h"
 #include "foundation/MainThread.h"
 #include "logs/PrintableText.h"
 #include "logs/VLLog.h"
+#include "system/SignalWatcher.h"
 #include "system/VLException.h"
 #include "widgets/Theme.h"
 
@@ -23,8 +23,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace {
 
@@ -135,13 +137,18 @@ BatchRun::Output batchOutput(QWidget* window) {
 }
 
 /// The window, or the unattended run, until it ends. The exit code.
-int runConsole(QApplication& application, AppController& controller, const CommandLine& commandLine) {
+///
+/// A signal ends the program at once while it starts, whatever that waits for. Then `signals` are watched.
+int runConsole(QApplication& application, AppController& controller, const CommandLine& commandLine,
+               std::optional<SignalWatcher>& signals) {
     controller.setUnattended(commandLine.isUnattended());
     controller.setBrowses(commandLine.browses);
     if (!controller.init()) {
         printLine(stderr, QStringLiteral("orlendo: cannot start; see %1").arg(VLLog::currentLogPath()));
         return failed;
     }
+    const int exitCode = commandLine.isUnattended() ? failed : 0;
+    signals.emplace(std::vector<int>{SIGINT, SIGTERM}, [exitCode](int) { QCoreApplication::exit(exitCode); });
     if (commandLine.isUnattended()) controller.services().selectAll();
     for (const ManualConnections::Entry& client : commandLine.addedClients)
         controller.discovery().addManualConnection(client.name, client.ip, client.port);
@@ -162,7 +169,8 @@ int runConsole(QApplication& application, AppController& controller, const Comma
         QObject::connect(batch.get(), &BatchRun::finished, &application, &QApplication::exit);
         batch->start();
     }
-    return QApplication::exec();
+    // The loop that it ended may have been that of a question at the start.
+    return signals->hasNoted() ? exitCode : QApplication::exec();
 }
 
 Theme themeFor(CommandLine::Palette palette) {
@@ -243,11 +251,9 @@ int runApplication(int argc, char** argv, const QStringList& rawArguments) {
 
     // A console started from a desktop has nobody who reads its standard error.
     if (!commandLine.isUnattended() && ::isatty(STDERR_FILENO) == 0) VLLog::copySystemLogToSyslog();
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::terminationRequested, &application,
-                     [&] { QCoreApplication::exit(commandLine.isUnattended() ? failed : 0); });
+    std::optional<SignalWatcher> signals;  // until the very end
     AppController controller(toolRegistry());
-    const int exitCode = runConsole(application, controller, commandLine);
+    const int exitCode = runConsole(application, controller, commandLine, signals);
     if (!controller.shutDown()) std::_Exit(exitCode);
     return exitCode;
 }

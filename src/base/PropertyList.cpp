@@ -2,20 +2,16 @@
 
 #include "base/PropertyListCheck.h"
 #include "base/PropertyListXml.h"
+#include "base/RegularFile.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QSaveFile>
 #include <QTimeZone>
 
-#include <fcntl.h>
 #include <plist/plist.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -292,25 +288,6 @@ QVariant normalizedValue(const QVariant& value, int level, bool& tooDeep) {
     }
 }
 
-// MARK: Files
-
-/// Opens a regular file, and never waits for the other end of a pipe.
-bool openRegular(QFile& file, const QString& path, QString* error) {
-    const int descriptor =
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (descriptor < 0) {
-        setError(error, QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(errno))));
-        return false;
-    }
-    struct stat information = {};
-    if (::fstat(descriptor, &information) != 0 || !S_ISREG(information.st_mode)) {
-        ::close(descriptor);
-        setError(error, QStringLiteral("%1: not a regular file").arg(path));
-        return false;
-    }
-    return file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
-}
-
 }  // namespace
 
 QVariant PropertyList::fromData(const QByteArray& data, QString* error) {
@@ -359,7 +336,7 @@ QByteArray PropertyList::toData(const QVariant& value, Format format) {
 
 QVariant PropertyList::readFile(const QString& path, QString* error) {
     QFile file;
-    if (!openRegular(file, path, error)) return {};
+    if (!RegularFile::openForReading(file, path, error)) return {};
     const QByteArray data = file.read(maximumFileSize + 1);
     if (file.error() != QFileDevice::NoError) {
         setError(error, QStringLiteral("%1: %2").arg(path, file.errorString()));

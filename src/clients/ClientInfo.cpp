@@ -118,6 +118,13 @@ QString maintenance(const VLService& service, const Values& values) {
     return service.needsMaintenance() ? ClientInfo::tr("Requested") : ClientInfo::tr("Not requested");
 }
 
+/// Without the one that it is filed under.
+QString otherNames(const VLService& service) {
+    QStringList names = service.availableHostNames();
+    names.removeAll(service.hostName());
+    return names.join(QStringLiteral(", "));
+}
+
 }  // namespace
 
 ClientInfo ClientInfo::of(const VLService& service, const QString& group, const QVariantMap& machine) {
@@ -127,7 +134,7 @@ ClientInfo ClientInfo::of(const VLService& service, const QString& group, const 
     ClientInfo info{{
         {tr("Name"), orElse(service.name(), unknown())},
         {tr("Host name"), orElse(service.hostName(), unknown())},
-        {tr("Other names"), orElse(service.availableHostNames().join(QStringLiteral(", ")), none())},
+        {tr("Other names"), orElse(otherNames(service), none())},
         {tr("Address"), addresses(service)},
         {tr("Port"), port > 0 ? QString::number(port) : unknown()},
         {tr("Model"), orElse(clientModel(service), unknown())},

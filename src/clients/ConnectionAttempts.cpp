@@ -90,12 +90,13 @@ std::unique_ptr<VLConnection> ConnectionAttempts::open() {
     return byAlternateAddresses();
 }
 
+/// Nothing is registered under an address, so nothing is tried before the agent has said its name.
 ConnectionAttempts::Connection ConnectionAttempts::byRegisteredName() {
+    if (!isHostName(m_hostName)) return nullptr;
     const QString name = registeredName(m_hostName, m_netService);
     VLLog::appendLog(QStringLiteral("Connecting to %@..."), name);
     VLLog::appendLog(QStringLiteral("Address count: %i"),
                      static_cast<int>(m_netService ? m_netService->addresses.size() : 0));
-    if (!isHostName(m_hostName)) return nullptr;
     const auto limit = m_environment->timing.nameLookUp;
     std::optional<RegisteredPort> port;
     try {

@@ -301,6 +301,12 @@ QString Discovery::freeHostName(const VLNetService& service) const {
 }
 
 void Discovery::addRecord(const VLServicePtr& service) {
+    // Entered by hand and found on the network, it would be worked on twice.
+    const VLServicePtr same = m_environment.services->serviceWithIPAddress(service->ipAddress());
+    if (same && same->port() == service->port())
+        VLLog::appendLog(
+            QStringLiteral("Warning: %@ has the address and port of %@, which is listed already."),
+            service->name(), same->name());
     if (m_environment.serviceAdded) m_environment.serviceAdded(service);
     m_environment.services->addServiceToList(service);
     if (m_environment.updateSelectedComputerStatus) m_environment.updateSelectedComputerStatus();

@@ -104,17 +104,17 @@ void ServiceConfigurator::failed(const QString& reason, ConnectionFailure failur
 void ServiceConfigurator::process(const QVariantMap& dictionary) {
     try {
         m_record.m_connection->disarmTimeout();
-        m_record.m_configDict.set(dictionary);
         const auto shared = VLService::environment();
         const VLBundle& bundle = ownBundle(*shared);
         VLServiceDelegate* const delegate = shared->delegate;
         const ClientConfiguration configuration = ClientConfiguration::read(dictionary, m_record.name());
 
+        takeNames(configuration.preferredHostName);  // first: the rest goes by them
+        m_record.m_configDict.set(dictionary);
         m_record.setNeedsMaintenance(configuration.maintenanceRequested);
         const QList<int> versionErrors = configuration.versionErrors(bundle);
         for (const int code : versionErrors)
             m_record.setErrorCode(code);
-        takeNames(configuration.preferredHostName);
         if (m_record.icon().isNull()) m_record.fetchIconOnThread();
 
         const auto updates = configuration.updates(QDateTime::currentDateTimeUtc());
@@ -143,17 +143,37 @@ void ServiceConfigurator::process(const QVariantMap& dictionary) {
     }
 }
 
+/// Whatever it is filed under, its agent has not yet said what it is called.
+bool ServiceConfigurator::isUnnamed() const {
+    return m_record.hostName().isEmpty() || m_record.isFiledUnderAddress();
+}
+
 void ServiceConfigurator::takeNames(const QString& preferredHostName) {
-    if (preferredHostName.isEmpty()) return;
+    if (preferredHostName.isEmpty() || preferredHostName == m_record.hostName()) return;
+    // There two clients of the same name come one after the other.
+    if (isUnnamed())
+        onMainThreadAndWait([&] { takeName(preferredHostName); });
+    else
+        takeName(preferredHostName);
+}
+
+void ServiceConfigurator::takeName(const QString& preferredHostName) {
     VLServiceDelegate* const delegate = VLService::environment()->delegate;
-    if (delegate && delegate->isHostNameOfAnother(m_record.shared_from_this(), preferredHostName)) {
+    const QString withoutDot =
+        preferredHostName.endsWith(u'.') ? preferredHostName.chopped(1) : preferredHostName;
+    if (delegate && delegate->isHostNameOfAnother(m_record.shared_from_this(), withoutDot)) {
         VLLog::appendLog(QStringLiteral("%@ calls itself %@, which is another computer's host name."),
                          m_record.name(), preferredHostName);
         return;
     }
-    if (m_record.hostName().isEmpty())
-        m_record.setHostName(preferredHostName);
-    else if (m_record.hostName() != preferredHostName)
-        m_record.setAvailableHostNames(
-            {preferredHostName});  // what it calls itself in its callbacks and answers
+    const bool isRenamed = isUnnamed();
+    // What it calls itself in its callbacks and answers, and what it was called in those on their way.
+    QStringList names{preferredHostName};
+    if (m_record.isManual()) names.append(m_record.pinName());
+    m_record.setAvailableHostNames(names);
+    if (!isRenamed) return;
+    m_record.setHostName(preferredHostName);
+    VLNotificationCenter::defaultCenter().postNotification(QStringLiteral("vlCorvalinServiceRenamed"),
+                                                           QVariant::fromValue(m_record.shared_from_this()));
+    if (const auto session = m_record.m_connection->session()) session->setLabel(preferredHostName);
 }

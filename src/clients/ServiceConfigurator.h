@@ -18,6 +18,8 @@ private:
     void raised(const std::exception& exception, const VLProxyObjectPtr& proxy);
     void failed(const QString& reason, ConnectionFailure failure, int errorCode);
     void takeNames(const QString& preferredHostName);
+    void takeName(const QString& preferredHostName);
+    [[nodiscard]] bool isUnnamed() const;
 
     VLService& m_record;
 };

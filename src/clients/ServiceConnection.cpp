@@ -102,7 +102,8 @@ bool ServiceConnection::setUp(const SessionPtr& session, VLConnection& connectio
                               const VLCallbackTargetPtr& errorCallback) {
     m_record.setConnectionError({}, ConnectionFailure::None);
     session->setProxy(connection.rootProxy());
-    if (m_record.icon().isNull()) m_record.fetchIconOnThread();
+    // Pictures are kept by host name; that one may come with the configuration.
+    if (m_record.icon().isNull() && !m_record.isFiledUnderAddress()) m_record.fetchIconOnThread();
     m_record.fetchInitialConfiguration(true);
     if (!connection.isValid()) return false;
     {

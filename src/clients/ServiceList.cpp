@@ -1,8 +1,15 @@
 #include "clients/ServiceList.h"
 
+#include "foundation/VLNotificationCenter.h"
+
 #include <algorithm>
 
-ServiceList::ServiceList(QObject* parent) : QObject(parent) {}
+ServiceList::ServiceList(QObject* parent) : QObject(parent) {
+    VLNotificationCenter::defaultCenter().addObserver(
+        this, QStringLiteral("vlCorvalinServiceRenamed"), [this](const VLNotification& notification) {
+            serviceChanged(notification.object.value<VLServicePtr>());
+        });
+}
 
 ServiceList::~ServiceList() {
     // A record may outlive the list; it must not keep pointing to its group.

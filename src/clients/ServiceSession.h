@@ -52,6 +52,10 @@ public:
         if (const auto control = this->control()) control->invalidate();
     }
 
+    void setLabel(const QString& label) {
+        if (const auto control = this->control()) control->setLabel(label);
+    }
+
     void setProxy(VLProxyObjectPtr proxy) {
         const std::lock_guard lock(m_mutex);
         m_proxy = std::move(proxy);

@@ -12,6 +12,7 @@
 #include "foundation/VLNotificationCenter.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
+#include "remote/ErrorQueue.h"
 #include "remote/TlsIdentity.h"
 
 #include <QImageReader>
@@ -117,7 +118,7 @@ void VLService::setErrorCode(int code) {
     if (code == 0) return;
     VLNotificationCenter::defaultCenter().postNotification(
         QStringLiteral("vlCorvalinPostLocalError"), {},
-        {{QStringLiteral("errorcode"), code}, {QStringLiteral("hostname"), hostName()}});
+        {{ErrorKey::errorCode, code}, {ErrorKey::hostName, hostName()}});
 }
 
 void VLService::setConnectionError(const QString& reason, ConnectionFailure failure,

@@ -81,7 +81,8 @@ struct VLServiceEnvironment {
 ///
 /// Records are shared: the client list holds them, and its connection thread keeps one alive while it runs.
 /// Plain accessors are for any thread (atomic, or replaced whole). The connection lives on its own thread;
-/// workers call through proxyObject(). State changes post "vlCorvalinServiceRefresh".
+/// workers call through proxyObject(). State changes post "vlCorvalinServiceRefresh", and a new host name
+/// "vlCorvalinServiceRenamed", on the main thread before anybody comes under it.
 class VLService : public RemoteClient, public std::enable_shared_from_this<VLService> {
 public:
     static void setEnvironment(VLServiceEnvironment environment);
@@ -104,6 +105,8 @@ public:
     void setName(const QString& name) { m_name.set(name); }
     [[nodiscard]] QString hostName() const override { return m_hostName.get(); }
     void setHostName(const QString& hostName) { m_hostName.set(hostName); }
+    /// A client entered by hand that has not yet said what it is called is filed under address and port.
+    [[nodiscard]] bool isFiledUnderAddress() const { return isManual() && hostName() == pinName(); }
     [[nodiscard]] std::optional<VLNetService> netService() const { return m_netService.get(); }
     [[nodiscard]] QImage icon() const { return m_icon.get(); }
     void setIcon(const QImage& icon) { m_icon.set(icon); }

@@ -121,7 +121,7 @@ void PasswordAgent::Private::beginSession(PolkitIdentity* identity, const char* 
 void PasswordAgent::Private::finishRegistering(const Ref<GError, g_error_free>& error) {
     if (!error) return result.store(noError);
     VLLog::printToSystemLog(
-        vlFormat(QStringLiteral("polkit does not answer: %@"), QString::fromUtf8(error->message)));
+        QStringLiteral("polkit does not answer: %1").arg(QString::fromUtf8(error->message)));
     result.store(error->code == noError ? POLKIT_ERROR_FAILED : error->code);
 }
 

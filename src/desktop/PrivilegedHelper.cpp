@@ -131,9 +131,9 @@ void reap(pid_t process) {
 
 QString PrivilegedHelper::missingPart() {
     if (access(pkexecPath, X_OK) != 0)
-        return vlFormat(QStringLiteral("%@ (polkit) is not installed."), QLatin1String(pkexecPath));
+        return QStringLiteral("%1 (polkit) is not installed.").arg(QLatin1String(pkexecPath));
     if (!QFileInfo(helperPath()).isExecutable())
-        return vlFormat(QStringLiteral("%@ is not installed."), helperPath());
+        return QStringLiteral("%1 is not installed.").arg(helperPath());
     return {};
 }
 
@@ -156,8 +156,8 @@ std::shared_ptr<PrivilegedHelper> PrivilegedHelper::start(const QStringList& com
     close(ends[1]);
     if (process < 0) {
         close(ends[0]);
-        VLLog::printToSystemLog(vlFormat(QStringLiteral("Unable to start %@: %@"), command.first(),
-                                         QString::fromLocal8Bit(std::strerror(error))));
+        VLLog::printToSystemLog(QStringLiteral("Unable to start %1: %2")
+                                    .arg(command.first(), QString::fromLocal8Bit(std::strerror(error))));
         return nullptr;
     }
     const std::shared_ptr<PrivilegedHelper> helper(new PrivilegedHelper(process, ends[0]));

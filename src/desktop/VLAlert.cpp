@@ -132,8 +132,8 @@ void VLAlert::begin() {
 void VLAlert::alertSheetWithDictionary(const QVariantMap& description) {
     const QString selector = description.value(QStringLiteral("didEndSelector")).toString();
     if (!presenter()) {
-        VLLog::appendLogAndPrint(vlFormat(QStringLiteral("Alert without a window: %@ %@"),
-                                          description.value(QStringLiteral("messageText")).toString(),
+        VLLog::appendLogAndPrint(QStringLiteral("Alert without a window: %1 %2")
+                                     .arg(description.value(QStringLiteral("messageText")).toString(),
                                           description.value(QStringLiteral("informativeText")).toString()));
         return sheetEnded(selector, OtherReturn);
     }

@@ -1,6 +1,7 @@
 #include "foundation/VLUserDefaults.h"
 
 #include "base/PropertyList.h"
+#include "base/RegularFile.h"
 #include "base/VLLocalPaths.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLNotificationCenter.h"
@@ -125,11 +126,18 @@ private:
         if (!file.isFile() || !file.isReadable() || file.size() == 0) return;
         QString error;
         if (PropertyList::readFile(m_path, &error).typeId() == QMetaType::QVariantMap) return;
-        const QString kept = m_path + QStringLiteral(".damaged");
-        QFile::remove(kept);
-        QFile::rename(m_path, kept);
-        VLLog::appendLog(QStringLiteral("Unable to read the settings %@ - %@. The file is kept as %@."),
-                         m_path, error.isEmpty() ? QStringLiteral("no dictionary") : error, kept);
+        if (error.isEmpty()) error = QStringLiteral("no dictionary");
+        const auto kept = RegularFile::keepDamaged(m_path, &m_obstacle);
+        if (kept)
+            VLLog::appendLog(QStringLiteral("Unable to read the settings %@ - %@. The file is kept as %@."),
+                             m_path, error, *kept);
+    }
+
+    /// Why the file must not be touched; empty when it may.
+    [[nodiscard]] QString obstacle() const {
+        if (!m_obstacle.isEmpty()) return m_obstacle;
+        const QString problem = RegularFile::problem(m_path);
+        return problem.isEmpty() ? RegularFile::problem(m_path + QStringLiteral(".lock")) : problem;
     }
 
     /// QSettings takes "a/b" for a part of "a" and would remove it as well.
@@ -165,6 +173,10 @@ private:
 
     /// Afterwards `now` is what the file holds.
     bool transfer(const QVariantMap& changes, const QVariantMap& before, QVariantMap& now) {
+        if (const QString problem = obstacle(); !problem.isEmpty()) {
+            VLLog::appendLog(QStringLiteral("Unable to read or write the settings %@"), problem);
+            return false;
+        }
         QSettings settings(m_path, settingsFormat());
         settings.setFallbacksEnabled(false);
         for (auto change = changes.cbegin(); change != changes.cend(); ++change) {
@@ -184,6 +196,7 @@ private:
     }
 
     const QString m_path;
+    QString m_obstacle;      // a damaged file that could not be put away
     std::mutex m_fileMutex;  // taken before the other one
     mutable std::mutex m_mutex;
     QVariantMap m_registered;

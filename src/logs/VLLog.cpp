@@ -1,5 +1,6 @@
 #include "logs/VLLog.h"
 
+#include "base/RegularFile.h"
 #include "base/VLBundle.h"
 #include "base/VLLocalPaths.h"
 #include "logs/PrintableText.h"
@@ -130,16 +131,15 @@ void VLLog::Private::startNewLog(const QString& name) {
         printToSystemLog(vlFormat(QStringLiteral("Unable to create log file %@ - %@"), path, error));
         return;
     }
-    auto file = std::make_unique<QFile>(path);
-    if (file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
-        fileHandle = std::move(file);
+    auto file = std::make_unique<QFile>();
+    if (RegularFile::openForAppending(*file, path)) fileHandle = std::move(file);
 }
 
 /// Called with the file's lock held.
 bool VLLog::Private::openFile(const QString& message) {
     if (fileHandle) return true;
-    auto file = std::make_unique<QFile>(currentPath());
-    if (file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
+    auto file = std::make_unique<QFile>();
+    if (RegularFile::openForAppending(*file, currentPath())) {
         fileHandle = std::move(file);
         return true;
     }

@@ -108,13 +108,13 @@ void CallbackObject::receive(PerformContext& context) {
 
         m_context->receiving = true;
         KJ_DEFER(m_context->receiving = false);
-        const QVariant result = m_target->receive(selector, arguments, m_context->label);
+        const QVariant result = m_target->receive(selector, arguments, m_context->label->get());
         if (oneway) return;
         WireWriter(m_context->limits).write(context.getResults().initOutcome().initValue(), result);
     } catch (const kj::Exception& exception) {
         if (m_context->log.take())
-            VLLog::appendLog(QStringLiteral("A malformed callback of %@ is ignored: %@"), m_context->label,
-                             fromKj(exception.getDescription()));
+            VLLog::appendLog(QStringLiteral("A malformed callback of %@ is ignored: %@"),
+                             m_context->label->get(), fromKj(exception.getDescription()));
         throw;
     } catch (const std::exception& exception) {
         const auto* named = dynamic_cast<const VLException*>(&exception);
@@ -122,7 +122,7 @@ void CallbackObject::receive(PerformContext& context) {
             named ? *named : VLException(VLException::generic, QString::fromUtf8(exception.what()));
         if (m_context->log.take())
             VLLog::appendLog(QStringLiteral("The callback %@ of %@ failed: %@ - %@"),
-                             selector.left(longestSelectorShown), m_context->label, error.name(),
+                             selector.left(longestSelectorShown), m_context->label->get(), error.name(),
                              error.reason());
         if (oneway) return;
         WireWriter(m_context->limits).write(context.getResults().initOutcome().initException(), error);

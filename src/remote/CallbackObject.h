@@ -1,6 +1,7 @@
 #pragma once
 
 #include "corvalin.capnp.h"
+#include "foundation/Snapshot.h"
 #include "remote/LogBudget.h"
 #include "remote/RemoteLimits.h"
 #include "remote/VLProxyObject.h"
@@ -46,11 +47,12 @@ private:
 
 /// What the callback objects of one connection share. The connection's thread.
 struct CallbackContext {
-    CallbackContext(kj::Timer& timer, const RemoteLimits& remoteLimits, QString connectionLabel)
+    CallbackContext(kj::Timer& timer, const RemoteLimits& remoteLimits,
+                    std::shared_ptr<const Snapshot<QString>> connectionLabel)
         : limits(remoteLimits), label(std::move(connectionLabel)), gate(timer, limits) {}
 
     RemoteLimits limits;
-    QString label;
+    const std::shared_ptr<const Snapshot<QString>> label;  ///< others may change it
     CallbackGate gate;
     LogBudget log;
     bool receiving = false;  ///< a target's receive() is running

@@ -5,7 +5,8 @@
 #include "remote/KjQuiet.h"
 #include "remote/VLCorvalinServerProtocol.h"
 
-ConnectionCore::ConnectionCore(const RemoteLimits& limits) : m_limits(limits) {}
+ConnectionCore::ConnectionCore(const RemoteLimits& limits, const QString& label)
+    : m_limits(limits), m_label(std::make_shared<Snapshot<QString>>(label)) {}
 
 QString ConnectionCore::lossReason() const {
     const std::lock_guard lock(m_mutex);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/Snapshot.h"
 #include "remote/EventLoopQueue.h"
 #include "remote/PendingCall.h"
 #include "remote/VLConnection.h"
@@ -24,7 +25,7 @@ class ConnectionCore final : public VLProxyObject,
                              public std::enable_shared_from_this<ConnectionCore> {
 public:
     /// On the thread that will serve the connection.
-    explicit ConnectionCore(const RemoteLimits& limits);
+    ConnectionCore(const RemoteLimits& limits, const QString& label);
 
     bool respondsToSelector(const QString& selector, std::chrono::milliseconds limit) override;
     QVariant perform(const QString& selector, const QVariantList& arguments,
@@ -32,8 +33,10 @@ public:
 
     void wake() override;
     void invalidate() override { close({}); }
+    void setLabel(const QString& label) override { m_label->set(label); }
     bool isValid() const noexcept override { return m_valid.load(); }
 
+    [[nodiscard]] std::shared_ptr<const Snapshot<QString>> label() const { return m_label; }
     [[nodiscard]] QString lossReason() const;
     [[nodiscard]] ConnectionFailure lossFailure() const;
     /// Fails all calls, and every later one. The first reason counts. Any thread.
@@ -61,6 +64,7 @@ private:
     void wait(const Call& call, std::chrono::milliseconds limit);
 
     const RemoteLimits m_limits;
+    const std::shared_ptr<Snapshot<QString>> m_label;
     const std::thread::id m_owner = std::this_thread::get_id();
     const std::shared_ptr<EventLoopQueue> m_queue = std::make_shared<EventLoopQueue>();
     ConnectionLoop* m_loop = nullptr;  ///< the owner's only

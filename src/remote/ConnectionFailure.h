@@ -17,6 +17,7 @@ enum class ConnectionFailure {
     BadAddress,     ///< the address or port is none
     NotAuthorized,  ///< the agent does not know this console's certificate
     ChangedKey,     ///< the agent shows another certificate than the pinned one
+    UnreadableKey,  ///< the pinned certificate cannot be read
     NotCorvalin,    ///< something that is no agent answers
     HungUp,         ///< the other end closed before its first answer
     Garbage,        ///< what came cannot be read

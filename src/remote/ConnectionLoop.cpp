@@ -37,12 +37,11 @@ VLException translate(const kj::Exception& exception) {
 
 }  // namespace
 
-ConnectionLoop::ConnectionLoop(std::shared_ptr<ConnectionCore> core, const RemoteLimits& limits,
-                               const QString& label)
+ConnectionLoop::ConnectionLoop(std::shared_ptr<ConnectionCore> core, const RemoteLimits& limits)
     : m_core(std::move(core)),
       m_limits(limits),
       m_io(makeEventLoop()),
-      m_callbacks(std::make_shared<CallbackContext>(timer(), limits, label)),
+      m_callbacks(std::make_shared<CallbackContext>(timer(), limits, m_core->label())),
       m_tick(toKj(lifeTick(limits))) {
     m_tasks = kj::heap<kj::TaskSet>(*this);
     m_core->setLoop(this);

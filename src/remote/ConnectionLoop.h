@@ -19,7 +19,7 @@
 /// The event loop of one connection and all that lives on it. One thread throughout.
 class ConnectionLoop final : public TaskErrorHandler {
 public:
-    ConnectionLoop(std::shared_ptr<ConnectionCore> core, const RemoteLimits& limits, const QString& label);
+    ConnectionLoop(std::shared_ptr<ConnectionCore> core, const RemoteLimits& limits);
     ~ConnectionLoop() noexcept(false) override;
 
     // Making the connection, step by step. Both throw kj exceptions and VLException::portTimeout.

@@ -61,27 +61,32 @@ void ErrorQueue::Contents::removeOldest() {
     records.pop_back();
 }
 
+bool ErrorQueue::Contents::hasRepeated(const ErrorRecord& record) const {
+    const auto newestEnd = records.cbegin() + std::min(deduplicatedRecords, std::ssize(records));
+    return std::any_of(records.cbegin(), newestEnd, [&](const RecordPtr& earlier) {
+        return record.repeats(*earlier) && earlier->date.msecsTo(record.date) < deduplicatedMilliseconds;
+    });
+}
+
+void ErrorQueue::Contents::add(const RecordPtr& record) {
+    records.insert(records.begin(), record);
+    count(record->hostName, 1);
+    if (counts.at(record->hostName) > maximumRecordsOfHost) removeOldestOf(record->hostName);
+    if (std::ssize(records) > maximumRecords) removeOldest();
+}
+
 bool ErrorQueue::add(ErrorRecord record) {
     record.description.truncate(maximumTextLength);
     record.appName.truncate(maximumTextLength);
     record.action.truncate(maximumTextLength);
-
-    const auto known = m_contents.shared();
-    const auto newestEnd =
-        known->records.cbegin() + std::min(deduplicatedRecords, std::ssize(known->records));
-    const bool isRepeated = std::any_of(known->records.cbegin(), newestEnd, [&](const RecordPtr& earlier) {
-        return record.repeats(*earlier) && earlier->date.msecsTo(record.date) < deduplicatedMilliseconds;
-    });
-    if (isRepeated) return false;
-
-    const QString hostName = record.hostName;
-    Contents contents = *known;
-    contents.records.insert(contents.records.begin(), std::make_shared<const ErrorRecord>(std::move(record)));
-    contents.count(hostName, 1);
-    if (contents.counts.at(hostName) > maximumRecordsOfHost) contents.removeOldestOf(hostName);
-    if (std::ssize(contents.records) > maximumRecords) contents.removeOldest();
-    m_contents.set(std::move(contents));
-    return true;
+    const auto added = std::make_shared<const ErrorRecord>(std::move(record));
+    for (;;) {
+        const auto known = m_contents.shared();
+        if (known->hasRepeated(*added)) return false;
+        Contents contents = *known;
+        contents.add(added);
+        if (m_contents.replace(known, std::move(contents))) return true;
+    }
 }
 
 void ErrorQueue::set(Records records) {
@@ -92,10 +97,14 @@ void ErrorQueue::set(Records records) {
 }
 
 void ErrorQueue::removeHost(const QString& hostName) {
-    Contents contents = m_contents.get();
-    std::erase_if(contents.records, [&](const RecordPtr& record) { return record->hostName == hostName; });
-    contents.counts.erase(hostName);
-    m_contents.set(std::move(contents));
+    for (;;) {
+        const auto known = m_contents.shared();
+        Contents contents = *known;
+        std::erase_if(contents.records,
+                      [&](const RecordPtr& record) { return record->hostName == hostName; });
+        contents.counts.erase(hostName);
+        if (m_contents.replace(known, std::move(contents))) return;
+    }
 }
 
 std::shared_ptr<const ErrorQueue::Records> ErrorQueue::records() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/Snapshot.h"
+#include "remote/VLCorvalinServerProtocol.h"
 
 #include <QDateTime>
 #include <QString>
@@ -13,8 +14,9 @@
 
 /// The keys of a record as a dictionary; the first three also those of what agents send.
 namespace ErrorKey {
-inline constexpr QLatin1StringView description{"description"}, hostName{"hostname"}, appName{"appName"},
-    date{"date"}, errorCode{"errorcode"}, actionType{"actionType"};
+inline constexpr QLatin1StringView description{"description"},
+    hostName{VLCorvalinServerProtocol::hostNameKey}, appName{"appName"}, date{"date"}, errorCode{"errorcode"},
+    actionType{"actionType"};
 }  // namespace ErrorKey
 
 /// One error of a client, as the error log shows it.
@@ -36,10 +38,10 @@ struct ErrorRecord {
 
 /// The errors of all clients, newest first. Any thread.
 ///
-/// The queue is replaced whole: a change copies it, changes the copy and installs that, so two simultaneous
-/// additions may lose one record. What a copy costs is its pointers; the records are shared. Its size is
-/// bounded: texts are cut, and the oldest records go, first those of a host that has too many, so that none
-/// can push out what the others said.
+/// The queue is replaced whole: a change copies it, changes the copy and installs that, unless another change
+/// came first; then it begins anew with what is there by now. So nobody waits, and no record is lost. What a
+/// copy costs is its pointers; the records are shared. Its size is bounded: texts are cut, and the oldest
+/// records go, first those of a host that has too many, so that none can push out what the others said.
 class ErrorQueue {
 public:
     static constexpr qsizetype maximumRecords = 10'000;
@@ -68,6 +70,8 @@ private:
         Records records;
         Counts counts;
 
+        [[nodiscard]] bool hasRepeated(const ErrorRecord& record) const;
+        void add(const RecordPtr& record);
         void count(const QString& hostName, int change);
         void removeOldestOf(const QString& hostName);
         void removeOldest();

@@ -1,3 +1,4 @@
+#include "base/RegularFile.h"
 #include "remote/TlsIdentity.h"
 
 #include <QCryptographicHash>
@@ -5,6 +6,10 @@
 #include <QFile>
 #include <QSaveFile>
 #include <QUrl>
+
+#include <sys/stat.h>
+
+#include <cerrno>
 
 namespace {
 constexpr qint64 maximumPinSize = 64 * 1024;
@@ -21,12 +26,17 @@ QString PinnedCertificates::filePath(const QString& client) const {
     return QDir(m_directory).filePath(QString::fromLatin1(name) + QStringLiteral(".pem"));
 }
 
-std::optional<QByteArray> PinnedCertificates::find(const QString& client) const {
-    QFile file(filePath(client));
-    if (!file.exists()) return std::nullopt;
-    // A pin that can't be read is still a pin: nobody may take its place unnoticed.
-    if (!file.open(QIODevice::ReadOnly)) return QByteArray();
-    return file.read(maximumPinSize);
+std::optional<QByteArray> PinnedCertificates::find(const QString& client, QString* error) const {
+    const QString path = filePath(client);
+    struct stat information {};
+    if (::lstat(QFile::encodeName(path).constData(), &information) != 0 && errno == ENOENT)
+        return std::nullopt;
+    QFile file;
+    if (!RegularFile::openForReading(file, path, error)) return QByteArray();
+    QByteArray certificate = file.read(maximumPinSize);
+    if (!certificateFingerprint(certificate).isEmpty()) return certificate;
+    if (error) *error = QStringLiteral("%1: not a certificate").arg(path);
+    return QByteArray();
 }
 
 bool PinnedCertificates::pin(const QString& client, const QByteArray& certificate) {

@@ -1,10 +1,13 @@
 #include "remote/TlsIdentity.h"
 
+#include "base/RegularFile.h"
+#include "logs/VLLog.h"
 #include "remote/OpenSslPointers.h"
 #include "system/VLException.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLockFile>
 #include <QSaveFile>
 
@@ -85,9 +88,9 @@ openssl::Pointer<X509> selfSigned(EVP_PKEY* key, const QString& commonName) {
 }
 
 QByteArray readSmallFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        fail(QStringLiteral("Cannot read %1: %2.").arg(path, file.errorString()));
+    QFile file;
+    QString error;
+    if (!RegularFile::openForReading(file, path, &error)) fail(QStringLiteral("Cannot read %1.").arg(error));
     return file.read(maximumPemSize);
 }
 
@@ -102,16 +105,37 @@ void writeFile(const QString& path, const QByteArray& data, QFile::Permissions p
 constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 constexpr QFile::Permissions everyoneReads = ownerOnly | QFile::ReadGroup | QFile::ReadOther;
 
-void checkPair(const TlsIdentity& identity, const QString& path) {
-    const auto certificate = openssl::certificateFromPem(identity.certificate);
-    const auto bio = openssl::readOnlyBio(identity.privateKey);
+openssl::Pointer<EVP_PKEY> keyFromPem(const QByteArray& pem) {
+    const auto bio = openssl::readOnlyBio(pem);
     // An encrypted key must not ask for its password on the terminal.
     const auto noPassword = [](char*, int, int, void*) { return -1; };
-    const openssl::Pointer<EVP_PKEY> key(
-        bio ? ::PEM_read_bio_PrivateKey(bio.get(), nullptr, noPassword, nullptr) : nullptr);
+    return openssl::Pointer<EVP_PKEY>(bio ? ::PEM_read_bio_PrivateKey(bio.get(), nullptr, noPassword, nullptr)
+                                          : nullptr);
+}
+
+/// Also a link that leads nowhere, as to a disk that is not mounted: what it stands for is not replaced.
+bool isThere(const QString& path) {
+    const QFileInfo file(path);
+    return file.exists() || file.isSymLink();
+}
+
+void checkPair(const TlsIdentity& identity, const QString& path) {
+    const auto certificate = openssl::certificateFromPem(identity.certificate);
+    const auto key = keyFromPem(identity.privateKey);
     if (!certificate || !key || ::X509_check_private_key(certificate.get(), key.get()) != 1)
         fail(QStringLiteral("The certificate %1 and its key do not belong together.").arg(path));
     ::ERR_clear_error();
+}
+
+/// A key that was made a moment ago, or whose certificate was lost since.
+TlsIdentity withNewCertificate(const QByteArray& keyPem, const QString& keyPath, const QString& commonName) {
+    const auto key = keyFromPem(keyPem);
+    if (!key) fail(QStringLiteral("The file %1 holds no usable key.").arg(keyPath));
+    VLLog::appendLog(
+        QStringLiteral("The key %@ has no certificate; a new one is made for it. Whoever was given "
+                       "the former one needs the new one."),
+        keyPath);
+    return {openssl::pemFromCertificate(selfSigned(key.get(), commonName).get()), keyPem};
 }
 
 }  // namespace
@@ -156,18 +180,22 @@ TlsIdentity TlsIdentity::loadOrCreate(const QString& directory, const QString& n
             QFile::setPermissions(keyPath, ownerOnly);
         return identity;
     };
-    if (QFile::exists(certificatePath)) return load();
+    if (isThere(certificatePath)) return load();
 
     if (!QDir().mkpath(directory) || !QFile::setPermissions(directory, ownerOnly | QFile::ExeOwner))
         fail(QStringLiteral("Cannot make the folder %1.").arg(directory));
     // Two programs that start for the first time together must end up with the same pair.
     QLockFile lock(folder.filePath(QStringLiteral(".") + name + QStringLiteral(".lock")));
+    if (const QString problem = RegularFile::problem(lock.fileName()); !problem.isEmpty()) fail(problem);
     if (!lock.tryLock(10'000)) fail(QStringLiteral("Cannot lock the folder %1.").arg(directory));
-    if (QFile::exists(certificatePath)) return load();
+    if (isThere(certificatePath)) return load();
 
-    TlsIdentity identity = create(commonName);
-    // The certificate comes last: where it exists, the pair is complete.
-    writeFile(keyPath, identity.privateKey, ownerOnly);
+    // The certificate comes last: where it exists, the pair is complete. A key without one is kept: whatever
+    // else became of the certificate, another one can be made for it, but never the key.
+    const bool hasKey = isThere(keyPath);
+    TlsIdentity identity =
+        hasKey ? withNewCertificate(readSmallFile(keyPath), keyPath, commonName) : create(commonName);
+    if (!hasKey) writeFile(keyPath, identity.privateKey, ownerOnly);
     writeFile(certificatePath, identity.certificate, everyoneReads);
     return identity;
 }

@@ -13,7 +13,8 @@ struct TlsIdentity {
 
     /// Reads "<name>.crt" and "<name>.key" in `directory`, or makes them (folder 0700, key file 0600).
     /// `commonName` becomes the subject; the certificate's host name is the fixed one that all share.
-    /// Throws VLException when they cannot be read or written.
+    /// A key without a certificate is kept and gets a new one. Throws VLException when they cannot be read
+    /// or written.
     [[nodiscard]] static TlsIdentity loadOrCreate(const QString& directory, const QString& name,
                                                   const QString& commonName);
     /// A fresh pair that is not stored.
@@ -35,7 +36,9 @@ class PinnedCertificates {
 public:
     explicit PinnedCertificates(const QString& directory);
 
-    [[nodiscard]] std::optional<QByteArray> find(const QString& client) const;
+    /// Empty, with `*error` set, when there is one that cannot be read: it is still a pin, whose place nobody
+    /// may take unnoticed.
+    [[nodiscard]] std::optional<QByteArray> find(const QString& client, QString* error = nullptr) const;
     /// False when the file could not be written.
     bool pin(const QString& client, const QByteArray& certificate);
     bool remove(const QString& client);

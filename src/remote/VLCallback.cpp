@@ -14,7 +14,7 @@ std::shared_ptr<VLCallback> VLCallback::callbackWithName(const QString& name, De
 
 void VLCallback::postCallback(const QVariantMap& info) {
     if (m_posted.exchange(true)) {
-        complainOnce(vlFormat(QStringLiteral("Callback %@ was answered again; ignoring it."), m_name));
+        complainOnce(QStringLiteral("Callback %1 was answered again; ignoring it.").arg(m_name));
         return;
     }
     m_info.set(info);
@@ -36,6 +36,6 @@ QVariant VLCallback::receive(const QString& selector, const QVariantList& argume
         postCallback(arguments.first().toMap());
     else
         complainOnce(
-            vlFormat(QStringLiteral("Ignoring an answer of %@ to callback %@: %@."), sender, m_name, error));
+            QStringLiteral("Ignoring an answer of %1 to callback %2: %3.").arg(sender, m_name, error));
     return {};
 }

@@ -28,7 +28,13 @@ QByteArray pinnedCertificate(const QString& host, quint16 port, const VLConnecti
     if (!options.pins || options.client.isEmpty())
         throw VLException(VLException::invalidArgument,
                           QStringLiteral("A connection needs a place for its pinned certificate."));
-    if (const auto pinned = options.pins->find(options.client)) return *pinned;
+    QString error;
+    if (const auto pinned = options.pins->find(options.client, &error)) {
+        if (!pinned->isEmpty()) return *pinned;
+        throw connectionException(
+            VLException::generic, ConnectionFailure::UnreadableKey,
+            QStringLiteral("The key that is known of %1 is unreadable: %2.").arg(options.client, error));
+    }
 
     QByteArray presented = fetchPeerCertificate(host, port, deadline.remaining());
     if (!TlsSettings::isAgentCertificate(presented))
@@ -47,7 +53,7 @@ QByteArray pinnedCertificate(const QString& host, quint16 port, const VLConnecti
 
 struct VLConnection::Private {
     Private(const QString& host, quint16 port, const VLConnectionOptions& options)
-        : core(std::make_shared<ConnectionCore>(options.limits)), loop(core, options.limits, options.label) {
+        : core(std::make_shared<ConnectionCore>(options.limits, options.label)), loop(core, options.limits) {
         const Deadline deadline(options.limits.connect);
         const QByteArray pinned = pinnedCertificate(host, port, options, deadline);
         shakeHands(host, port, options, pinned, deadline);

@@ -56,6 +56,8 @@ public:
         virtual ~Control() = default;
         virtual void wake() = 0;
         virtual void invalidate() = 0;
+        /// Callbacks that come from now on are under this one.
+        virtual void setLabel(const QString& label) = 0;
         [[nodiscard]] virtual bool isValid() const noexcept = 0;
     };
     [[nodiscard]] std::shared_ptr<Control> control() const;

@@ -10,6 +10,9 @@
 /// dispatch, the checks at the boundary and docs/protocol.md all come from it.
 namespace VLCorvalinServerProtocol {
 
+/// The argument, and the key in dictionaries, by which both sides name a client.
+inline constexpr QLatin1StringView hostNameKey{"hostname"};
+
 enum class Side { Agent, Console };  ///< who answers: the agent's root object, or an object of the console
 enum class Mode { Sync, Oneway };
 enum class Result { Nothing, Copy };            ///< objects travel by reference only as arguments

@@ -317,11 +317,18 @@ bool VLErrorCallback::speaksForItself(const QString& hostName, const QString& se
     return parent->isNameOfClient && parent->isNameOfClient(sender, hostName);
 }
 
-/// True, after saying so, when the call is about another host than the agent's own.
+/// True, after saying so, when the call is about another host than the agent's own. Only where that is
+/// another client's does it concern the user.
 bool VLErrorCallback::refuses(const QString& selector, const QVariant& hostName, const QString& sender) {
-    if (hostName.typeId() == QMetaType::QString && speaksForItself(hostName.toString(), sender)) return false;
+    const QString named = VLCorvalinServerProtocol::textValue(hostName);
+    if (!named.isEmpty() && speaksForItself(named, sender)) return false;
+    if (named.isEmpty() || !knows(named)) {
+        logCall(sender, QStringLiteral("Dropping callback %@ of %@: there is no computer %@."), selector,
+                sender, shown(named));
+        return true;
+    }
     logCall(sender, QStringLiteral("Refusing callback %@ of %@: it speaks for another computer, %@."),
-            selector, sender, shown(hostName.toString()));
+            selector, sender, shown(named));
     addStringToQueue(QStringLiteral("The client software tried to speak for another computer."), sender);
     return true;
 }

@@ -11,8 +11,7 @@ int VLTask::runTaskAndReturn(const QString& path, const QStringList& arguments) 
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(path, arguments);
     if (!process.waitForStarted(-1)) {
-        VLLog::printToSystemLog(
-            vlFormat(QStringLiteral("Unable to start %@: %@"), path, process.errorString()));
+        VLLog::printToSystemLog(QStringLiteral("Unable to start %1: %2").arg(path, process.errorString()));
         return notStarted;
     }
     process.waitForFinished(-1);

@@ -137,8 +137,10 @@ public:
         const qsizetype kept = m_result.entries.size();
         if (kept != m_received || m_wrongValues != 0)
             m_result.complaint =
-                vlFormat(QStringLiteral("%i of %i entries left out, %i values of a wrong kind ignored"),
-                         int(m_received - kept), int(m_received), m_wrongValues);
+                QStringLiteral("%1 of %2 entries left out, %3 values of a wrong kind ignored")
+                    .arg(m_received - kept)
+                    .arg(m_received)
+                    .arg(m_wrongValues);
         return std::move(m_result);
     }
 

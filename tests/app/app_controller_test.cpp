@@ -217,7 +217,7 @@ private Q_SLOTS:
         QTEST(m_updateChecks.load(), "checks");
     }
 
-    /// A client entered by hand is filed under its address, while its agent calls itself by its host name.
+    /// A client entered by hand is filed under its address only until its agent has said what it is called.
     void callbacksOfAClientEnteredByHand() {
         start();
         const QString ownName = u"bay.local."_s;
@@ -227,8 +227,12 @@ private Q_SLOTS:
         agent.root->setAnswer("fetchInitialConfiguration:", configuration);
         const VLServicePtr client =
             m_controller->discovery().addManualConnection(u"bay"_s, agent.address(), agent.port());
+        const QString address = client->hostName();
         QTRY_VERIFY(client->isConnected() && agent.root->callback());
-        QTRY_COMPARE(client->availableHostNames(), QStringList{ownName});
+        QTRY_COMPARE(client->hostName(), ownName);
+        for (const QString& name : {ownName, address})
+            QCOMPARE(m_controller->services().serviceWithHostName(name), client);
+        m_controller->services().addServiceToList(std::make_shared<SampleService>(u"other"_s, QString()));
 
         const auto say = [&](const char* selector, const QVariantList& arguments) {
             agent.root->callback()->post(QLatin1String(selector), arguments);
@@ -237,6 +241,7 @@ private Q_SLOTS:
         QTRY_VERIFY(client->needsMaintenance());
         say("cancelMaintenance:", {u"other.local."_s});
         QTRY_COMPARE(m_controller->errorCallback()->errorQueue().size(), 1);
+        QCOMPARE(m_controller->errorCallback()->errorCountsByHost(), (ErrorQueue::Counts{{ownName, 1}}));
         QVERIFY(client->needsMaintenance());
         say("cancelMaintenance:", {ownName});
         QTRY_VERIFY(!client->needsMaintenance());
@@ -256,7 +261,7 @@ private Q_SLOTS:
         say("willDisconnect:", {ownName});
         QTRY_VERIFY(!client->isConnected());
         QTRY_VERIFY(logLines().contains(u"Attempting to reconnect to bay in 8 seconds..."_s));
-        QCOMPARE(m_controller->services().serviceArray(), QList<VLServicePtr>{client});
+        QVERIFY(m_controller->services().serviceArray().contains(client));
     }
 
     /// Whatever the agent of one client calls itself, it does not get what is said of another.

@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <signal.h>
+#include <sys/stat.h>
 
 #include <memory>
 #include <vector>
@@ -142,6 +143,31 @@ private Q_SLOTS:
         QVERIFY(windowless.exitCode == 1 && windowless.messages.contains("no display"_L1));
         const ProgramResult unwritable = runConsole({"--export-certificate", "/nonexistent/file"});
         QVERIFY(unwritable.exitCode == 1 && unwritable.messages.contains("cannot write"_L1));
+    }
+
+    /// The console neither hangs on them nor removes them.
+    void pipesInPlaceOfItsFiles() {
+        const QString home = path(u"pipes"_s);
+        const QProcessEnvironment own = m_environment;
+        for (const char* folder : {"XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
+            m_environment.insert(QLatin1String(folder), home);
+        const auto makePipe = [&](const QString& name) {
+            const QString place = home + u'/' + name;
+            return QDir().mkpath(QFileInfo(place).path()) && ::mkfifo(qPrintable(place), 0600) == 0;
+        };
+        for (const QString& name :
+             {u"velmora/orlendo.plist"_s, u"orlendo/Logs/Velmora/orlendo.1.log"_s,
+              u"orlendo/Activity/activity.sqlite"_s, u"Corvalin Orlendo/serviceicons.cache.plist"_s})
+            QVERIFY(makePipe(name));
+        const ProgramResult started = runConsole({"--report", "addonry", "--wait", "1"});
+        QVERIFY(QFile::remove(home + "/velmora/identity/console.key"));
+        QVERIFY(makePipe(u"velmora/identity/console.key"_s));
+        const ProgramResult refused = runConsole({"--print-certificate"});
+        m_environment = own;
+        QVERIFY2(started.exitCode == 0 && !started.output.isEmpty(), qPrintable(started.messages));
+        QVERIFY2(refused.exitCode == 1 && refused.messages.contains("not a regular file"_L1),
+                 qPrintable(refused.messages));
+        QVERIFY(QFileInfo(home + "/velmora/orlendo.plist").exists());
     }
 
     void signalsEndItInOrder_data() {

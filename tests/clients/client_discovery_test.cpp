@@ -312,6 +312,8 @@ private Q_SLOTS:
         LoopbackAgent agent;
         QVERIFY(console.discovery->submitManualConnection({u"Manual"_s, agent.address(), agent.port()}));
         console.discovery->serviceResolved(netService("Found", "found.local.", agent.port()));
+        QVERIFY(logLines().contains(
+            u"Warning: Found has the address and port of Manual, which is listed already."_s));
         const QList<VLServicePtr> services = console.list.serviceArray();
         for (const VLServicePtr& service : services)
             QTRY_VERIFY(service->isConnected());

@@ -1,5 +1,6 @@
 // Connecting to real agents on the loopback interface, losing them and getting them back.
 
+#include "clients/ServiceIconCache.h"
 #include "clients/support/ClientsFixture.h"
 #include "support/TestTable.h"
 
@@ -103,6 +104,49 @@ private Q_SLOTS:
         QCOMPARE(callback->received()[0].sender, client->hostName());
         client->ping();  // unknown to this agent, which is no failure
         QVERIFY(client->isConnected());
+    }
+
+    /// Before that it is filed under its address, and nothing is looked up under that.
+    void aClientEnteredByHandTakesItsAgentsName() {
+        const QString name = u"bay.local."_s;
+        ClientsFixture fixture(10ms);
+        std::mutex mutex;
+        QStringList lookUps;
+        fixture.environment.lookUpPort = [&](const QString& registered, const QString& host,
+                                             std::chrono::milliseconds) {
+            const std::lock_guard lock(mutex);
+            lookUps << registered + u'|' + host;
+            return std::optional<RegisteredPort>();
+        };
+        fixture.apply();
+        const auto callback = std::make_shared<CollectingTarget>();
+        fixture.errorCallback = callback;
+        LoopbackAgent agent;
+        QVariantMap configuration = ScriptedRoot::goodConfiguration();
+        configuration.insert(u"preferredHostName"_s, name);
+        agent.root->setAnswer(fetch, configuration);
+        agent.root->setAnswer("computerIcon", pngOf({32, 32}));
+        const NotificationRecorder notifications{"vlCorvalinServiceRenamed"};
+        const VLServicePtr client = fixture.manualClient(agent);
+        const QString address = client->hostName();
+
+        QTRY_VERIFY(!client->configDict().isEmpty() && agent.root->callback());
+        QCOMPARE(client->hostName(), name);
+        QCOMPARE(client->availableHostNames(), QStringList({name, address}));
+        QCOMPARE(notifications.count("vlCorvalinServiceRenamed"), 1);
+        agent.root->callback()->post(u"taskFinished"_s);
+        QTRY_COMPARE(callback->count(), 1u);
+        QCOMPARE(callback->received()[0].sender, name);
+        const ServiceIconCache pictures(fixture.environment.cacheDirectory);
+        QTRY_VERIFY(pictures.find(name));
+        QVERIFY(!pictures.find(address));
+        QVERIFY(lookUps.isEmpty());
+        QVERIFY(!logLines().join(u'\n').contains(u"CorvalinNetClient"_s));
+
+        client->setIsConnected(false);
+        QTRY_COMPARE(fixture.delegate.connected.load(), 2);
+        const std::lock_guard lock(mutex);
+        QCOMPARE(lookUps, QStringList{u"CorvalinNetClient - bay.local.|bay.local."_s});
     }
 
     void reportsAnUnreachableClientAndTriesAgain() {

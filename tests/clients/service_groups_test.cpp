@@ -4,6 +4,7 @@
 #include "clients/ServiceList.h"
 #include "clients/ServicePasteboard.h"
 #include "clients/support/ClientsFixture.h"
+#include "support/SampleService.h"
 #include "support/TestTable.h"
 
 #include <QGuiApplication>
@@ -13,28 +14,17 @@ namespace {
 
 const QString key = u"serviceGroups"_s, unreadableKey = u"serviceGroupsUnreadable"_s;
 
-class Client : public VLService {
-public:
-    Client(const QString& name, const QString& hostName, const QString& advertisedHost = {}) {
-        setName(name);
-        setHostName(hostName);
-        m_port = 51000;
-        if (advertisedHost.isEmpty()) return;
-        VLNetService service;
-        service.name = name;
-        service.hostName = advertisedHost;
-        m_netService.set(service);
-    }
-    Client(const QString& name, const QString& ip, int port) : Client(name, u"%1:%2"_s.arg(ip).arg(port)) {
-        m_isManual = true;
-        m_manualIP.set(ip);
-        m_port = port;
-    }
-};
+VLServicePtr client(const QString& name, const QString& hostName, const QString& advertisedHost = {}) {
+    const auto service = std::make_shared<SampleService>(name, QString());
+    service->setHostName(hostName);
+    if (!advertisedHost.isEmpty()) service->showAdvertised(advertisedHost);
+    return service;
+}
 
-template <typename... Arguments>
-VLServicePtr client(const Arguments&... arguments) {
-    return std::make_shared<Client>(arguments...);
+VLServicePtr client(const QString& name, const QString& ip, int port) {
+    const auto service = std::make_shared<SampleService>(name, QString());
+    service->showEnteredByHand(ip, port);
+    return service;
 }
 
 /// The list of one run of the console.
@@ -139,7 +129,7 @@ private Q_SLOTS:
         row("name of all", storedGroup(u"all computers"_s));
         row("same name", storedGroup(u"GOOD"_s), {u"GOOD: "_s});
         row("services are no array", storedGroup(u"G"_s, u"x"_s));
-        const QVariantMap record = RememberedClient::of(Client(u"A"_s, u"a."_s), false).storedForm();
+        const QVariantMap record = RememberedClient::of(*client(u"A"_s, u"a."_s), false).storedForm();
         QVariantMap cut = record, wrongAddress = record;
         cut[u"record"_s] = record[u"record"_s].toByteArray().chopped(3);
         wrongAddress[u"ip"_s] = 7;

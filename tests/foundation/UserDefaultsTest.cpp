@@ -1,8 +1,11 @@
 #include "base/PropertyList.h"
+#include "base/RegularFile.h"
 #include "foundation/VLUserDefaults.h"
 #include "support/TestEnvironment.h"
 #include "support/TestFiles.h"
 #include "support/TestTable.h"
+
+#include <sys/stat.h>
 
 #include <thread>
 #include <vector>
@@ -111,8 +114,10 @@ private Q_SLOTS:
     }
 
     void damagedFileIsKeptAside() {
-        for (const QByteArray& content : {QByteArray("garbage"), PropertyList::toData(QVariantList{1}),
-                                          QByteArray("<array>").repeated(100'000)}) {
+        QString kept = path() + u".damaged"_s;
+        const QList<QByteArray> contents{"garbage", PropertyList::toData(QVariantList{1}),
+                                         QByteArray("<array>").repeated(100'000)};
+        for (qsizetype number = 1; const QByteArray& content : contents) {
             QVERIFY(writeFile(path(), content));
             VLUserDefaults defaults(path());
             QVERIFY(!defaults.objectForKey(key).isValid());
@@ -120,9 +125,42 @@ private Q_SLOTS:
             QVERIFY(defaults.synchronize());
             QCOMPARE(VLUserDefaults(path()).integerForKey(key), 2);
 
-            QCOMPARE(contentsOf(path() + u".damaged"_s), content);
+            QCOMPARE(contentsOf(kept), content);
+            kept = path() + u".damaged-%1"_s.arg(++number);
         }
+        QCOMPARE(contentsOf(path() + u".damaged"_s), contents.first());
         QCOMPARE(logLines().filter(u"Unable to read the settings "_s + path()).size(), 3);
+    }
+
+    /// Neither does it hang, nor is what cannot be kept overwritten.
+    void leavesAloneWhatIsInTheWay_data() {
+        const TestTable<QString> row("obstacle");
+        row("pipe", u"pipe"_s);
+        row("device", u"device"_s);
+        row("lock is a pipe", u"lock"_s);
+        row("damaged once too often", u"damaged"_s);
+    }
+    void leavesAloneWhatIsInTheWay() {
+        QFETCH(QString, obstacle);
+        QString place = path();
+        QVERIFY(QDir().mkpath(QFileInfo(place).path()));
+        if (obstacle == u"device") {
+            QVERIFY(QFile::link(u"/dev/zero"_s, place));
+        } else if (obstacle == u"damaged") {
+            QVERIFY(writeFile(place, "garbage"));
+            for (int number = 1; number <= RegularFile::mostDamaged; ++number)
+                QVERIFY(writeFile(place + (number == 1 ? u".damaged"_s : u".damaged-%1"_s.arg(number)),
+                                  "earlier"));
+        } else {
+            if (obstacle == u"lock") place += u".lock"_s;
+            QCOMPARE(::mkfifo(QFile::encodeName(place).constData(), 0600), 0);
+        }
+        const QStringList before = everything(m_folder->path());
+        VLUserDefaults defaults(path());
+        defaults.setObject(1, key);
+        QVERIFY(!defaults.synchronize());
+        QCOMPARE(defaults.integerForKey(key), 1);
+        QCOMPARE(everything(m_folder->path()), before);
     }
 
     void unwritablePlaceKeepsTheValues() {

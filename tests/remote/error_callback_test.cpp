@@ -7,6 +7,9 @@
 
 #include <QSet>
 
+#include <thread>
+#include <vector>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -240,10 +243,21 @@ private Q_SLOTS:
         theft("faultscopeAddLogs:hostName:", {QVariantList{1}, otherHost});
         theft("setSoftwareUpdateCount:hostname:", {4, otherHost});
         theft("addErrorToQueue:hostname:", {suiteError(1006), otherHost});
-        theft("addErrorToQueue:userInfo:", {suiteError(1006), QVariantMap{{u"hostname"_s, 7}}});
+        theft("addErrorToQueue:userInfo:", {suiteError(1006), QVariantMap{{u"hostname"_s, otherHost}}});
         theft("addStringToQueue:hostname:", {u"x"_s, otherHost});
         theft("addStringToQueue:userInfo:", {u"x"_s, QVariantMap{{u"hostname"_s, otherHost}}});
         theft("addExceptionToQueue:hostname:", {QVariantMap(), otherHost});
+
+        // One that nobody has concerns nobody.
+        const auto stray = [&](const char* selector, const QVariantList& arguments, const QString& name) {
+            row("of nobody", selector, arguments, "",
+                u"Dropping callback %1 of a.local.: there is no computer %2."_s.arg(
+                    QLatin1StringView(selector), name));
+        };
+        stray("requestMaintenance:", {u"c.local."_s}, u"c.local."_s);
+        stray("setSoftwareUpdateCount:hostname:", {4, QString()}, {});
+        stray("addStringToQueue:hostname:", {u"x"_s, u"c.local."_s}, u"c.local."_s);
+        stray("addErrorToQueue:userInfo:", {suiteError(1006), QVariantMap{{u"hostname"_s, 7}}}, {});
 
         const auto bad = [&](const char* selector, const QVariantList& arguments, const char* error) {
             row("bad", selector, arguments, "",
@@ -279,6 +293,24 @@ private Q_SLOTS:
         QCOMPARE(deaf.linesOf(selector, arguments, host).filter(u"Ignoring"_s).size(),
                  lines.filter(u"Ignoring"_s).size());
         QVERIFY(deaf.calls.isEmpty() && deaf.records() == 0);
+    }
+
+    /// However many queue at once, each record is there afterwards.
+    void noRecordIsLost() {
+        constexpr int threads = 8, recordsEach = 100;
+        VLErrorCallback callback;
+        std::atomic<int> ready{0};
+        std::vector<std::thread> workers;
+        for (int worker = 0; worker < threads; ++worker)
+            workers.emplace_back([&, worker] {
+                for (++ready; ready < threads;)
+                    std::this_thread::yield();
+                for (int i = 0; i < recordsEach; ++i)
+                    callback.addStringToQueue(QString::number(i), QString::number(worker));
+            });
+        for (std::thread& worker : workers)
+            worker.join();
+        QCOMPARE(callback.errorCount(), threads * recordsEach);
     }
 
     void postsNotices() {

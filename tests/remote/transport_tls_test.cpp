@@ -1,3 +1,4 @@
+#include "remote/ConnectionFailure.h"
 #include "remote/SocketConnector.h"
 #include "remote/TlsSettings.h"
 #include "remote/support/HostileAgent.h"
@@ -10,6 +11,7 @@
 
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 
@@ -60,6 +62,15 @@ private Q_SLOTS:
         key.remove();
         QCOMPARE(raisedBy(load).name(), VLException::generic);
         QVERIFY(!key.exists());
+
+        // It is the key that cannot be had again.
+        QVERIFY(writeFile(key.fileName(), made.privateKey));
+        QVERIFY(QFile::remove(directory + u"/console.crt"_s));
+        const TlsIdentity mended = load();
+        QCOMPARE(mended.privateKey, made.privateKey);
+        QCOMPARE(contentsOf(key.fileName()), made.privateKey);
+        QVERIFY(TlsSettings::isAgentCertificate(mended.certificate));
+        QCOMPARE(load().certificate, mended.certificate);
     }
 
     void pins_are_found_again_under_any_name() {
@@ -103,7 +114,12 @@ private Q_SLOTS:
         const QDir folder(fixture.folder.filePath(u"pins"_s));
         QFile pin(folder.filePath(folder.entryList(QDir::Files).value(0)));
         QVERIFY(pin.resize(0));
-        QCOMPARE(nameRaisedByConnecting(fixture, server->port()), VLException::changedKey);
+        const auto connecting = [&] { static_cast<void>(fixture.connect(server->port())); };
+        QCOMPARE(connectionFailure(raisedBy(connecting)), ConnectionFailure::UnreadableKey);
+        QVERIFY(pin.remove());
+        QCOMPARE(::mkfifo(QFile::encodeName(pin.fileName()).constData(), 0600), 0);
+        QCOMPARE(connectionFailure(raisedBy(connecting)), ConnectionFailure::UnreadableKey);
+        QVERIFY(!QFileInfo(pin.fileName()).isFile());
     }
 
     void an_unknown_console_is_told_so_until_it_is_authorized() {

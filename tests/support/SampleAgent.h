@@ -8,8 +8,6 @@
 
 #include <QTemporaryDir>
 
-#include <utility>
-
 /// Where nothing waits for a disk.
 inline QString quickFolder() {
     const QString memory = QStringLiteral("/dev/shm");
@@ -25,6 +23,24 @@ struct RefusalListener : VLRemoteCallback {
     }
     QVariant perform(const QString&, const QVariantList&, std::chrono::milliseconds) override { return {}; }
     [[nodiscard]] bool isConnected() const override { return true; }
+
+    /// What it hears of one call of connection 1; empty when there is nothing to say. An agent that raises
+    /// loses its console.
+    [[nodiscard]] QString heardOf(AgentRoot& agent, const QString& selector, const QVariantList& arguments) {
+        reason.clear();
+        about.clear();
+        try {
+            agent.perform(selector, arguments, 1);
+        } catch (const VLException& error) {
+            const QString code = error.userInfo().value(QStringLiteral("code")).toString();
+            return QStringLiteral("Raised: %1 %2").arg(error.reason(), code).trimmed();
+        }
+        const bool isMarked = about.value(QStringLiteral("refused")).toInt() == 1 &&
+                              about.value(QStringLiteral("operation")) == selector;
+        return reason.isEmpty() || isMarked ? reason : QStringLiteral("Not marked: ") + reason;
+    }
+
+private:
     QString reason;
     QVariantMap about;
 };
@@ -46,18 +62,9 @@ public:
     QVariant perform(const QString& selector, const QVariantList& arguments = {}) const {
         return m_root->perform(selector, arguments, 1);
     }
-    /// What the console hears; empty when there is nothing to say. An agent that raises loses its console.
+    /// What the console hears, see RefusalListener::heardOf.
     [[nodiscard]] QString refusal(const QString& selector, const QVariantList& arguments) const {
-        try {
-            perform(selector, arguments);
-        } catch (const VLException& error) {
-            return QStringLiteral("Raised: ") + error.reason();
-        }
-        const QString reason = std::exchange(m_console->reason, {});
-        const QVariantMap about = std::exchange(m_console->about, {});
-        const bool isMarked = about.value(QStringLiteral("refused")).toInt() == 1 &&
-                              about.value(QStringLiteral("operation")) == selector;
-        return reason.isEmpty() || isMarked ? reason : QStringLiteral("Not marked: ") + reason;
+        return m_console->heardOf(*m_root, selector, arguments);
     }
     /// A file of the workstation, by its path there.
     [[nodiscard]] QString disk(const QString& path) const {

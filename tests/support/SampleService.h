@@ -1,6 +1,7 @@
 #pragma once
 
 #include "clients/VLService.h"
+#include "support/FakeProxy.h"
 
 #include <atomic>
 
@@ -17,11 +18,26 @@ public:
         m_isConnected = true;
         if (!model.isEmpty()) setIcon(iconForMacModel(model, {}));
     }
-    [[nodiscard]] QString ipAddress() const override { return m_address; }
+    [[nodiscard]] QString ipAddress() const override {
+        return m_address.isEmpty() ? VLService::ipAddress() : m_address;
+    }
+    VLProxyObjectPtr proxyObject() const override { return proxy; }
     void connectOnThread(VLCallbackTargetPtr) override { ++reconnects; }
     void disconnect() override { m_isConnected = false; }
     void fetchInitialConfiguration(bool) override {}
 
+    void showAdvertised(const QString& host) {
+        VLNetService service;
+        service.name = name();
+        service.hostName = host;
+        m_netService.set(service);
+    }
+    void showEnteredByHand(const QString& ip, int port) {
+        m_isManual = true;
+        m_manualIP.set(ip);
+        m_port = port;
+        setHostName(pinName());
+    }
     void showNotConnected(const QString& reason, ConnectionFailure failure = ConnectionFailure::Other) {
         m_isConnected = false;
         m_spinning = false;
@@ -45,6 +61,7 @@ public:
     void showError(int code) { m_errorCode = code; }
     void showConfiguration(const QVariantMap& configuration) { m_configDict.set(configuration); }
 
+    std::shared_ptr<FakeProxy> proxy;  ///< of its agent, where it has one; set before use
     std::atomic<int> reconnects{0};
 
 private:

@@ -3,24 +3,9 @@
 #include "app/TaskThreads.h"
 #include "foundation/VLUserDefaults.h"
 #include "remote/FakeRemote.h"
+#include "support/SampleService.h"
 #include "support/TestEnvironment.h"
 #include "tools/Tool.h"
-
-/// A client record whose agent is a function.
-class FakeService : public VLService {
-public:
-    FakeService(const QString& name, FakeProxy::Answer answer)
-        : proxy(std::make_shared<FakeProxy>(std::move(answer))) {
-        setName(name);
-        setHostName(name + QLatin1String(".local."));
-        m_isConnected = true;
-    }
-    VLProxyObjectPtr proxyObject() const override { return proxy; }
-    void connectOnThread(VLCallbackTargetPtr) override {}
-    void refreshServiceView() override {}
-
-    const std::shared_ptr<FakeProxy> proxy;
-};
 
 /// What a tool's controller needs, over clients in memory, named "one", "two" ... with the host names
 /// "one.local." ... All of them are selected.
@@ -40,7 +25,8 @@ struct ToolBench {
     }
 
     FakeProxy& addClient(const QString& name, FakeProxy::Answer answer) {
-        const auto service = std::make_shared<FakeService>(name, std::move(answer));
+        const auto service = std::make_shared<SampleService>(name, QString());
+        service->proxy = std::make_shared<FakeProxy>(std::move(answer));
         services.append(service);
         return *service->proxy;
     }

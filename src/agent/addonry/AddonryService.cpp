@@ -53,6 +53,8 @@ PluginChanges::Move moveTo(const PluginPlaces& places, const PluginPlace& from, 
             places.moved(from, to.disabled.value_or(from.disabled), to.accessType.value_or(from.accessType))};
 }
 
+/// What this computer cannot do as it is asked is refused (see AgentRoot); missing rights and a disk that
+/// does not take a change are failures.
 class Service {
 public:
     explicit Service(AgentContext& agent) : m_agent(agent) {}
@@ -91,7 +93,7 @@ public:
         const QVariantMap objects = call.arguments.at(1).toMap();
         const QVariant archive = objects.value(QStringLiteral("obj2"));
         if (archive.typeId() != QMetaType::QByteArray)
-            throw VLException(VLException::invalidArgument, QStringLiteral("There is no plug-in to install"));
+            throw VLException(VLException::refused, QStringLiteral("There is no plug-in to install"));
         const QString path = textIn(objects.value(QStringLiteral("obj1")).toMap(), pathKey);
         const PluginPlace place = places().at(path);
         if (place.isMachineWide()) requireAdministrator(call);
@@ -99,7 +101,7 @@ public:
         const PluginPlaces here = places();
         // Somebody may have moved it while the password was checked.
         if (here.at(path).path != place.path)
-            throw VLException(VLException::generic,
+            throw VLException(VLException::refused,
                               QStringLiteral("The plug-in at %1 was moved meanwhile").arg(place.path));
         PluginChanges(m_agent.tree).install(here, place, archive.toByteArray());
         return {};
@@ -175,7 +177,7 @@ private:
 
 qlonglong requireNumber(const OperationCall& call) {
     if (const auto number = numberIn(call.arguments.at(1).toMap(), "obj2")) return *number;
-    throw VLException(VLException::invalidArgument, QStringLiteral("\"obj2\" is no number"));
+    throw VLException(VLException::refused, QStringLiteral("\"obj2\" is no number"));
 }
 
 }  // namespace

@@ -13,7 +13,16 @@ namespace {
 constexpr qsizetype messageOverhead = 64 * 1024;
 
 [[noreturn]] void refuse(const QString& reason) {
-    throw VLException(VLException::generic, reason);
+    throw VLException(VLException::refused, reason);
+}
+
+QString onlyName(const QByteArray& archive) {
+    try {
+        const QStringList names = TreeArchive::topLevelNames(archive);
+        return names.size() == 1 ? names.first() : QString();
+    } catch (const VLException& error) {
+        refuse(error.reason());
+    }
 }
 
 /// Removes what nobody needs any more; a failure is of no interest to whoever asked for the change.
@@ -40,22 +49,24 @@ std::optional<WorkstationTree::Kind> kindOf(const WorkstationTree& tree, const P
 
 void PluginChanges::move(const QList<Move>& moves) const {
     int failures = 0;
-    std::optional<VLException> first;
+    std::optional<VLException> first;  // a refusal says less than a failure
     for (const Move& one : moves) {
         try {
             move(one);
         } catch (const VLException& exception) {
-            if (!first) first = exception;
+            if (!first || first->name() == VLException::refused) first = exception;
             ++failures;
         }
     }
     if (!first) return;
     if (moves.size() == 1) throw *first;
-    refuse(QStringLiteral("%1 of %2 plug-ins could not be changed. %3")
-               .arg(QString::number(failures), QString::number(moves.size()), first->reason()));
+    throw VLException(first->name(),
+                      QStringLiteral("%1 of %2 plug-ins could not be changed. %3")
+                          .arg(QString::number(failures), QString::number(moves.size()), first->reason()));
 }
 
 void PluginChanges::move(const Move& move) const {
+    if (kindOf(m_tree, move.to)) refuse(QStringLiteral("There is a plug-in at %1 already").arg(move.to.path));
     const TreeWriter writer(m_tree);
     if (move.from.accessType == move.to.accessType) return writer.move(move.from.path, move.to.path);
     // A copy, because it changes hands: what is used by everybody must not stay writable for one user.
@@ -86,11 +97,11 @@ void PluginChanges::install(const PluginPlaces& places, const PluginPlace& place
 
 void PluginChanges::unpackOver(const QString& staging, const PluginPlaces& places, const PluginPlace& place,
                                const QByteArray& archive) const {
-    const QStringList names = TreeArchive::topLevelNames(archive);
-    if (names.size() != 1 || !places.isPluginName(place.type, names.first()))
+    const QString name = onlyName(archive);
+    if (!places.isPluginName(place.type, name))
         refuse(QStringLiteral("The archive does not hold one plug-in of the type %1").arg(place.type));
     TreeArchive::unpack(m_tree, archive, staging);
-    const QString unpacked = staging + u'/' + names.first();
+    const QString unpacked = staging + u'/' + name;
     const auto found = m_tree.entry(unpacked, WorkstationTree::Links::Refuse);
     const bool mayBeFile = place.type == u"FxScript";
     if (!found || (found->kind != WorkstationTree::Kind::Folder &&

@@ -73,7 +73,7 @@ std::optional<PluginPlace> PluginPlaces::findBelow(const Folder& folder, const Q
 
 PluginPlace PluginPlaces::at(const QString& path) const {
     if (const auto place = find(path)) return *place;
-    throw VLException(VLException::generic, QStringLiteral("There is no plug-in at %1").arg(path.left(200)));
+    throw VLException(VLException::refused, QStringLiteral("There is no plug-in at %1").arg(path.left(200)));
 }
 
 bool PluginPlaces::isPossible(const QString& path) const {
@@ -88,7 +88,7 @@ const PluginCatalog::Folder& PluginPlaces::folder(const QString& type,
         return folder.type == type && folder.accessType == accessType;
     });
     if (found != m_folders.end()) return *found;
-    throw VLException(VLException::generic,
+    throw VLException(VLException::refused,
                       m_user.isEmpty() && accessType == PluginCatalog::CurrentUser
                           ? QStringLiteral("There is no user on this computer")
                           : QStringLiteral("There is no type of plug-in called \"%1\"").arg(type.left(100)));
@@ -113,7 +113,7 @@ PluginPlace PluginPlaces::placeForNew(const QString& type, const QString& fileNa
     const auto& target = folder(type, PluginCatalog::CurrentUser);
     if (!isPluginName(type, fileName)) {
         throw VLException(
-            VLException::generic,
+            VLException::refused,
             QStringLiteral("No plug-in of the type %1 can be called \"%2\"").arg(type, fileName.left(200)));
     }
     return {target.path + u'/' + fileName, type, false, PluginCatalog::CurrentUser};

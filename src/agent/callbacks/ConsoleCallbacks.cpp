@@ -7,8 +7,6 @@
 
 namespace {
 
-const QString hostNameKey = QStringLiteral("hostname");
-
 /// The arguments of a callback, with `hostName` wherever they name the machine.
 QVariantList withHostName(const QString& selector, QVariantList arguments, const QString& hostName) {
     using namespace VLCorvalinServerProtocol;

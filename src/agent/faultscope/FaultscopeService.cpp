@@ -10,7 +10,7 @@ QVariantList entriesFor(const AgentContext& agent, const QDateTime& since, const
     QVariantList entries;
     const auto logs = CrashLogs::newerThan(agent.tree, since);
     for (const CrashLog& log : logs)
-        entries.append(QVariantMap{{QStringLiteral("hostname"), hostName},
+        entries.append(QVariantMap{{VLCorvalinServerProtocol::hostNameKey, hostName},
                                    {QStringLiteral("filename"), log.path},
                                    {QStringLiteral("date"), log.date},
                                    {QStringLiteral("cause"), log.cause},

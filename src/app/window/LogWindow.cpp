@@ -1,5 +1,6 @@
 #include "app/window/LogWindow.h"
 
+#include "base/RegularFile.h"
 #include "foundation/MainThread.h"
 #include "foundation/VLThread.h"
 #include "logs/VLLog.h"
@@ -114,11 +115,8 @@ LogWindow::Piece LogWindow::read(const Position& from) {
     Piece piece;
     piece.position = from;
     piece.position.path = VLLog::currentLogPath();
-    QFile file(piece.position.path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        piece.error = file.errorString();
-        return piece;
-    }
+    QFile file;
+    if (!RegularFile::openForReading(file, piece.position.path, &piece.error)) return piece;
     piece.position.beginning = file.read(signatureLength);
     piece.isAnother = piece.position.path != from.path || file.size() < from.offset ||
                       !piece.position.beginning.startsWith(from.beginning);
@@ -149,8 +147,7 @@ void LogWindow::readOn() {
 void LogWindow::append(Piece piece) {
     m_isReading = false;
     m_position = std::move(piece.position);
-    m_path->setText(piece.error.isEmpty() ? m_position.path
-                                          : QStringLiteral("%1 — %2").arg(m_position.path, piece.error));
+    m_path->setText(piece.error.isEmpty() ? m_position.path : piece.error);
     if (piece.isAnother) m_text->clear();
     if (piece.text.isEmpty()) return;
     const int scrolled = m_text->verticalScrollBar()->value();

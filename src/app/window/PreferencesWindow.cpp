@@ -236,11 +236,11 @@ void PreferencesWindow::passwordToggled(bool on) {
     const QString selector = QStringLiteral("passwordAlertDidEnd:returnCode:contextInfo:");
     VLAlert::alertSheetWithMessageText(
         tr("Orlendo would not start any more"), tr("Cancel"), tr("Turn On Anyway"), {},
-        vlFormat(tr("This version cannot ask for an administrator's password, and without the "
+        tr("This version cannot ask for an administrator's password, and without the "
                     "password it does not open. To undo this later, the entry "
                     "“requireAdminPassword” has to be taken out of the settings file by hand:"
-                    "\n\n%@"),
-                 VLUserDefaults::standardUserDefaults().path()),
+                    "\n\n%1")
+            .arg(VLUserDefaults::standardUserDefaults().path()),
         this,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
         selector, false);

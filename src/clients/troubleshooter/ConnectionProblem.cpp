@@ -25,6 +25,8 @@ Kind kindOfFailure(ConnectionFailure failure) {
             return ConnectionProblem::NotAuthorized;
         case ConnectionFailure::ChangedKey:
             return ConnectionProblem::ChangedKey;
+        case ConnectionFailure::UnreadableKey:
+            return ConnectionProblem::UnreadableKey;
         case ConnectionFailure::NotCorvalin:
             return ConnectionProblem::NotCorvalin;
         case ConnectionFailure::HungUp:

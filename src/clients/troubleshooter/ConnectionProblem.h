@@ -17,6 +17,7 @@ struct ConnectionProblem {
         BadAddress,
         NotAuthorized,
         ChangedKey,
+        UnreadableKey,
         NotCorvalin,
         HungUp,
         Garbage,

@@ -122,6 +122,21 @@ constexpr std::array allTexts{
          QT_TRANSLATE_NOOP(
              "ProblemTexts",
              "Choose Review New Identity and compare the two. Accept only when they are the same.")}},
+    Texts{
+        Kind::UnreadableKey,
+        QT_TRANSLATE_NOOP("ProblemTexts", "Stored key is unreadable"),
+        QT_TRANSLATE_NOOP("ProblemTexts",
+                          "The key by which this console knows “{name}” is in a file that cannot be read, so "
+                          "it cannot tell whether the right computer answers. Nothing is sent to it."),
+        {QT_TRANSLATE_NOOP(
+             "ProblemTexts",
+             "The file is named below. See that you may read it and that its disk is there, or bring it back "
+             "from a backup."),
+         QT_TRANSLATE_NOOP("ProblemTexts",
+                           "If it is damaged, remove it: the console then takes the key that “{name}” shows "
+                           "next. Compare its fingerprint with the one on “{name}” itself:|corvalin-agent "
+                           "--print-fingerprint"),
+         retryStep}},
     Texts{Kind::NotCorvalin,
           QT_TRANSLATE_NOOP("ProblemTexts", "Not a client agent"),
           QT_TRANSLATE_NOOP(

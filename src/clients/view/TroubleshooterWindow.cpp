@@ -34,6 +34,7 @@ VLUserDefaults& defaults() {
 bool isWarning(int kind) {
     switch (kind) {
         case ConnectionProblem::ChangedKey:
+        case ConnectionProblem::UnreadableKey:
         case ConnectionProblem::AgentOutdated:
         case ConnectionProblem::SuiteOutdated:
         case ConnectionProblem::ConsoleOutdated:

@@ -104,7 +104,7 @@ void AuthorizationController::answered(const SheetPtr& sheet, Verdict verdict, c
     if (verdict == Verdict::NoAnswer)
         return m_view->showAlert(
             tr("Unable to check the password"),
-            vlFormat(tr("%@ does not answer. Please try again, or skip this computer."), name));
+            tr("%1 does not answer. Please try again, or skip this computer.").arg(name));
     m_view->showAlert(tr("Invalid username or password"),
                       vlFormat(tr("Please enter a valid admin username and password for %@."), name));
 }

@@ -351,10 +351,13 @@ void CronwellController::setupCronwellNewTaskApps(const QVariantList& applicatio
     Q_EMIT newTaskAppsChanged();
 }
 
-QList<VLServicePtr> CronwellController::newTaskClients() const {
-    QList<VLServicePtr> clients = context().selectedServices();
-    clients.removeIf(
-        [this](const VLServicePtr& service) { return m_newTaskUnanswered.contains(service->hostName()); });
+QList<VLServicePtr> CronwellController::newTaskClients(QList<RemoteClientPtr>* others) const {
+    QList<VLServicePtr> clients;
+    for (const VLServicePtr& service : context().selectedServices())
+        if (!m_newTaskUnanswered.contains(service->hostName()))
+            clients.append(service);
+        else if (others)
+            others->append(service);
     return clients;
 }
 
@@ -376,9 +379,8 @@ QStringList CronwellController::hostsWithTask(const QString& bundleID, const QVa
 
 /// What those have that gave no answer is not known, so nothing is added there; the sheet said so.
 void CronwellController::addCronwellTask(const QVariantMap& arguments) {
-    QList<RemoteClientPtr> clients, alone;
-    for (const VLServicePtr& service : context().selectedServices())
-        (m_newTaskUnanswered.contains(service->hostName()) ? alone : clients).append(service);
+    QList<RemoteClientPtr> alone;
+    const QList<VLServicePtr> clients = newTaskClients(&alone);
     if (clients.isEmpty()) return;
     startRunOn(
         QStringLiteral("addCronwellTaskOnThread:"),
@@ -387,7 +389,7 @@ void CronwellController::addCronwellTask(const QVariantMap& arguments) {
          .subject = arguments.value(QStringLiteral("taskid")).toString(),
          .isChange = true,
          .keeping = keeping()},
-        clients, [this, arguments] { addCronwellTaskOnThread(arguments); }, alone);
+        {clients.begin(), clients.end()}, [this, arguments] { addCronwellTaskOnThread(arguments); }, alone);
 }
 
 void CronwellController::addCronwellTaskOnThread(const QVariantMap& arguments) {

@@ -24,8 +24,8 @@ public:
     }
     /// The host names of the clients that did not say what they offer: nothing is added there. Main thread.
     [[nodiscard]] const QStringList& newTaskUnanswered() const { return m_newTaskUnanswered; }
-    /// The selected clients to which a task can be added. Main thread.
-    [[nodiscard]] QList<VLServicePtr> newTaskClients() const;
+    /// The selected clients to which a task can be added; `others` gets the rest. Main thread.
+    QList<VLServicePtr> newTaskClients(QList<RemoteClientPtr>* others = nullptr) const;
     /// The host names of those that have that task of the tool already, as far as was read. Main thread.
     [[nodiscard]] QStringList hostsWithTask(const QString& bundleID, const QVariantMap& offer) const;
     /// True while they are being read. Main thread.

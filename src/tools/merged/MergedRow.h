@@ -1,5 +1,7 @@
 #pragma once
 
+#include "remote/VLCorvalinServerProtocol.h"
+
 #include <QList>
 #include <QString>
 #include <QVariant>
@@ -18,7 +20,7 @@ struct ClientCopy {
     [[nodiscard]] QVariantMap dictionary() const;
     [[nodiscard]] static ClientCopy fromDictionary(const QVariantMap& dictionary);
 
-    static inline const QString hostNameKey = QStringLiteral("hostname");
+    static inline const QString hostNameKey{VLCorvalinServerProtocol::hostNameKey};
 };
 Q_DECLARE_TYPEINFO(ClientCopy, Q_RELOCATABLE_TYPE);
 
