@@ -237,9 +237,9 @@ void PreferencesWindow::passwordToggled(bool on) {
     VLAlert::alertSheetWithMessageText(
         tr("Orlendo would not start any more"), tr("Cancel"), tr("Turn On Anyway"), {},
         tr("This version cannot ask for an administrator's password, and without the "
-                    "password it does not open. To undo this later, the entry "
-                    "“requireAdminPassword” has to be taken out of the settings file by hand:"
-                    "\n\n%1")
+           "password it does not open. To undo this later, the entry "
+           "“requireAdminPassword” has to be taken out of the settings file by hand:"
+           "\n\n%1")
             .arg(VLUserDefaults::standardUserDefaults().path()),
         this,
         std::make_shared<VLAlertHandlers>(QHash<QString, VLAlertHandlers::Handler>{{selector, answered}}),
