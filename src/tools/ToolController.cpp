@@ -34,8 +34,8 @@ RunPtr ToolController::runHere() const {
     const QList<VLServicePtr> selected = context().selectedServices();
     Run::Description reading;
     reading.tool = context().tool;
-    reading.action = QStringLiteral("Refresh");
-    reading.actionDone = QStringLiteral("Read");
+    reading.action = tr("Refresh");
+    reading.actionDone = tr("Read");
     return context().progress->runs().begin(reading, {selected.begin(), selected.end()});
 }
 
@@ -112,7 +112,7 @@ void ToolController::forEachClient(const QString& name, const QList<RemoteClient
 
 void ToolController::noteStopped(const QString& hostName) {
     if (const RunPtr run = Run::current())
-        run->note(hostName, {Outcome::Cancelled, QStringLiteral("not all of it was done there")});
+        run->note(hostName, {Outcome::Cancelled, tr("not all of it was done there")});
 }
 
 void ToolController::noteNothingToSend(const QString& reason) {

@@ -38,20 +38,16 @@ constexpr QSize unansweredSize{420, 260};
 QString ToolPane::listed(const QStringList& names, qsizetype most) {
     if (names.size() <= 1) return names.join(QString());
     if (names.size() > most)
-        return names.mid(0, most).join(QStringLiteral(", ")) +
-               QStringLiteral(" and %1 more").arg(names.size() - most);
-    return names.mid(0, names.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" and ") + names.last();
-}
-
-QString ToolPane::counted(qsizetype count, const QString& singular, const QString& plural) {
-    return QStringLiteral("%1 %2").arg(count).arg(count == 1 ? singular : plural);
+        return tr("%1 and %2 more")
+            .arg(names.mid(0, most).join(QStringLiteral(", ")), QString::number(names.size() - most));
+    return tr("%1 and %2").arg(names.mid(0, names.size() - 1).join(QStringLiteral(", ")), names.last());
 }
 
 QString ToolPane::leftOutText(const ToolContext& context, const QList<VLServicePtr>& clients) {
     const QStringList names = context.runner->leftOutNames({clients.begin(), clients.end()});
     if (names.isEmpty()) return {};
-    return names.size() == 1 ? QStringLiteral(" %1 is left out.").arg(names.first())
-                             : QStringLiteral(" %1 are left out.").arg(listed(names, 8));
+    return u' ' + (names.size() == 1 ? tr("%1 is left out.").arg(names.first())
+                                     : tr("%1 are left out.").arg(listed(names, 8)));
 }
 
 ToolPane::ToolPane(ToolController& controller, PaneNames names, PaneWords words, QWidget* parent)
@@ -65,7 +61,7 @@ ToolPane::ToolPane(ToolController& controller, PaneNames names, PaneWords words,
       m_noticeSymbol(new QLabel(m_notice)),
       m_noticeText(new ElidedLabel(m_notice, ElidedLabel::Tone::Warning)),
       m_showUnanswered(new QToolButton(m_notice)),
-      m_search(new SearchField(QStringLiteral("Filter %1").arg(m_words.plural), this)),
+      m_search(new SearchField(m_words.filter, this)),
       m_stack(new QStackedWidget(this)),
       m_view(new QTreeView(this)),
       m_empty(new EmptyState(this)),
@@ -96,8 +92,8 @@ void ToolPane::buildNotice() {
     line->setSpacing(Metrics::unit);
     m_noticeText->setObjectName(named("NoAnswer"));
     m_showUnanswered->setObjectName(named("ShowNoAnswer"));
-    m_showUnanswered->setText(QStringLiteral("Show…"));
-    m_showUnanswered->setToolTip(QStringLiteral("The computers that gave no answer, and why"));
+    m_showUnanswered->setText(tr("Show…"));
+    m_showUnanswered->setToolTip(tr("The computers that gave no answer, and why"));
     m_showUnanswered->setAutoRaise(true);
     m_showUnanswered->setFocusPolicy(Qt::StrongFocus);
     connect(m_showUnanswered, &QToolButton::clicked, this, &ToolPane::showUnanswered);
@@ -128,12 +124,10 @@ void ToolPane::buildFoot() {
 void ToolPane::addDifferencesOnly() {
     m_differencesOnly = new QToolButton(this);
     m_differencesOnly->setObjectName(QStringLiteral("differencesOnly"));
-    m_differencesOnly->setText(QStringLiteral("Differences Only"));
+    m_differencesOnly->setText(tr("Differences Only"));
     m_differencesOnly->setIcon(symbolIcon(QStringLiteral("filter")));
     m_differencesOnly->setCheckable(true);
-    m_differencesOnly->setToolTip(
-        QStringLiteral("Show only %1 that are not the same on all computers that answered")
-            .arg(m_words.plural));
+    m_differencesOnly->setToolTip(m_words.differencesOnly);
     setUpBarButton(*m_differencesOnly);
     m_bar->addAtEnd(m_differencesOnly);
     connect(m_differencesOnly, &QToolButton::toggled, this, &ToolPane::filter);
@@ -216,7 +210,7 @@ QStringList ToolPane::unansweredNames() const {
 void ToolPane::updateNotice() {
     const QStringList names = unansweredNames();
     m_notice->setVisible(!names.isEmpty());
-    QString text = QStringLiteral("No answer from %1").arg(listed(names));
+    QString text = tr("No answer from %1").arg(listed(names));
     if (!m_words.unansweredAlone.isEmpty()) text += QStringLiteral(" · ") + m_words.unansweredAlone;
     m_noticeText->setText(text);
     m_noticeSymbol->setPixmap(
@@ -224,7 +218,7 @@ void ToolPane::updateNotice() {
     QStringList lines = unansweredLines();
     if (const qsizetype more = lines.size() - mostInToolTip; more > 0) {
         lines.resize(mostInToolTip);
-        lines << QStringLiteral("and %1 more").arg(more);
+        lines << tr("and %1 more").arg(more);
     }
     m_noticeText->setToolTip(literalText(lines.join(u'\n')));
 }
@@ -246,7 +240,7 @@ void ToolPane::showUnanswered() {
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     auto* list = new QListWidget(dialog);
     list->setObjectName(named("NoAnswerList"));
-    list->setAccessibleName(QStringLiteral("Computers that gave no answer"));
+    list->setAccessibleName(tr("Computers that gave no answer"));
     list->setFrameShape(QFrame::NoFrame);
     list->setUniformItemSizes(true);
     list->addItems(unansweredLines());
@@ -265,42 +259,56 @@ void ToolPane::showWhyEmpty() {
     const bool anyConnected = std::any_of(selected.begin(), selected.end(),
                                           [](const VLServicePtr& service) { return service->isConnected(); });
     const bool isFiltered = anyRows();
-    m_empty->setButtonText(isFiltered ? QStringLiteral("Show All") : QString());
+    m_empty->setButtonText(isFiltered ? tr("Show All") : QString());
     const auto say = [this](const QString& title, const QString& text) {
         m_empty->setContents(m_words.symbol, title, text);
     };
     if (isFiltered) {
-        m_empty->setContents(QStringLiteral("search"), QStringLiteral("No matching %1").arg(m_words.singular),
-                             QStringLiteral("No %1 passes the filter.").arg(m_words.singular));
+        m_empty->setContents(QStringLiteral("search"), m_words.noMatch, m_words.noneShown);
     } else if (selected.isEmpty()) {
-        say(QStringLiteral("Select computers to list their %1").arg(m_words.plural),
-            QStringLiteral("Select one or more in the list on the left, or All Computers."));
+        say(m_words.whenNoneSelected, tr("Select one or more in the list on the left, or All Computers."));
     } else if (m_controller.isBusy()) {
-        m_empty->setBusy(QStringLiteral("Reading %1…").arg(m_words.plural));
+        m_empty->setBusy(m_words.reading);
     } else if (!anyConnected) {
-        say(selected.size() == 1 ? QStringLiteral("The selected computer is not connected")
-                                 : QStringLiteral("The selected computers are not connected"),
-            QStringLiteral("%1 are read as soon as a computer is connected.").arg(m_words.title));
+        say(selected.size() == 1 ? tr("The selected computer is not connected")
+                                 : tr("The selected computers are not connected"),
+            m_words.whenDisconnected);
     } else if (m_controller.hasResult() && m_controller.unanswered().size() >= selected.size()) {
-        say(selected.size() == 1 ? QStringLiteral("The selected computer did not answer")
-                                 : QStringLiteral("The selected computers did not answer"),
-            QStringLiteral("The error log says why. Choose Refresh to ask again."));
+        say(selected.size() == 1 ? tr("The selected computer did not answer")
+                                 : tr("The selected computers did not answer"),
+            tr("The error log says why. Choose Refresh to ask again."));
     } else if (m_controller.hasResult()) {
-        say(QStringLiteral("No %1 found on the selected computers").arg(m_words.plural), m_words.whenNone);
+        say(m_words.noneFound, m_words.whenNone);
     } else {
-        say(QStringLiteral("%1 have not been read yet").arg(m_words.title),
-            QStringLiteral("Choose Refresh to read them from the selected computers."));
+        say(m_words.notRead, tr("Choose Refresh to read them from the selected computers."));
     }
 }
 
 // ---- Changing every row
 
-QToolButton* ToolPane::addButtonForAll(const QString& name, const QString& symbol, const QString& verb,
+WordsForAll ToolPane::wordsForEnabling() {
+    return {.verb = tr("Enable"),
+            .all = tr("Enable All"),
+            .number = tr("Enable All %1"),
+            .onOne = tr("Enable all %1 on 1 computer"),
+            .onSeveral = tr("Enable all %1 on %2 computers")};
+}
+
+WordsForAll ToolPane::wordsForDisabling() {
+    return {.verb = tr("Disable"),
+            .all = tr("Disable All"),
+            .number = tr("Disable All %1"),
+            .onOne = tr("Disable all %1 on 1 computer"),
+            .onSeveral = tr("Disable all %1 on %2 computers")};
+}
+
+QToolButton* ToolPane::addButtonForAll(const QString& name, const QString& symbol, const WordsForAll& words,
                                        std::function<void()> action) {
-    QToolButton* const button = m_bar->addButton(
-        name, symbol, verb, {}, [this, verb, action = std::move(action)] { runForAll(verb, action); });
+    QToolButton* const button =
+        m_bar->addButton(name, symbol, words.verb, {},
+                         [this, words, action = std::move(action)] { runForAll(words, action); });
     m_bar->keepWords(button);
-    m_buttonsForAll.append({button, verb});
+    m_buttonsForAll.append({button, words});
     return button;
 }
 
@@ -308,20 +316,18 @@ int ToolPane::hiddenTotal() const {
     return rowTotal() - m_view->model()->rowCount();
 }
 
-QString ToolPane::forAll(const QString& verb) const {
+QString ToolPane::forAll(const WordsForAll& words) const {
     const qsizetype computers = m_controller.context().selectedServices().size();
-    return QStringLiteral("%1 all %2 on %3")
-        .arg(verb, counted(rowTotal(), m_words.singular, m_words.plural),
-             counted(computers, QStringLiteral("computer"), QStringLiteral("computers")));
+    const QString rows = counted(rowTotal());
+    return computers == 1 ? words.onOne.arg(rows) : words.onSeveral.arg(rows).arg(computers);
 }
 
 void ToolPane::updateButtonsForAll() {
     const int hidden = hiddenTotal();
-    for (const auto& [button, verb] : std::as_const(m_buttonsForAll)) {
-        button->setText(anyRows() ? QStringLiteral("%1 All %2").arg(verb).arg(rowTotal())
-                                  : QStringLiteral("%1 All").arg(verb));
-        QString toolTip = forAll(verb);
-        if (hidden > 0) toolTip += QStringLiteral(",\nalso the %1 that the filter hides").arg(hidden);
+    for (const auto& [button, words] : std::as_const(m_buttonsForAll)) {
+        button->setText(anyRows() ? words.number.arg(rowTotal()) : words.all);
+        QString toolTip = forAll(words);
+        if (hidden > 0) toolTip = tr("%1,\nalso the %2 that the filter hides").arg(toolTip).arg(hidden);
         button->setToolTip(toolTip);
         button->setEnabled(anyRows());
     }
@@ -329,16 +335,16 @@ void ToolPane::updateButtonsForAll() {
 }
 
 QString ToolPane::notNarrowed(int hidden) const {
-    return QStringLiteral("The filter does not narrow this: %1 not shown are changed as well.")
-        .arg(hidden == 1 ? QStringLiteral("1 %1 that is").arg(m_words.singular)
-                         : QStringLiteral("%1 %2 that are").arg(hidden).arg(m_words.plural));
+    return (hidden == 1 ? tr("The filter does not narrow this: %1 that is not shown are changed as well.")
+                        : tr("The filter does not narrow this: %1 that are not shown are changed as well."))
+        .arg(counted(hidden));
 }
 
-void ToolPane::runForAll(const QString& verb, const std::function<void()>& action) {
+void ToolPane::runForAll(const WordsForAll& words, const std::function<void()>& action) {
     const int hidden = hiddenTotal();
     if (hidden == 0) return action();
     VLAlert::ask(
-        forAll(verb) + u'?', QStringLiteral("%1 All %2").arg(verb).arg(rowTotal()),
+        tr("%1?").arg(forAll(words)), words.number.arg(rowTotal()),
         notNarrowed(hidden) + leftOutText(m_controller.context(), m_controller.context().selectedServices()),
         window(), [pane = QPointer(this), action] {
             if (pane) action();

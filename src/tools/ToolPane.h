@@ -16,14 +16,29 @@ class QTreeView;
 class QVBoxLayout;
 class SearchField;
 
-/// What a pane calls the things that it lists, and what it is called.
+/// What a pane says about the things that it lists, in the user's language: whole texts, since words that are
+/// put together read right in few languages.
 struct PaneWords {
-    QString singular, plural;  ///< "plug-in", "plug-ins"
-    QString title;             ///< "Plug-ins"
-    QString symbol;            ///< of the pane while it is empty
-    QString whenNone = {};     ///< what to do where the computers have none
+    QString title;                 ///< "Plug-ins"
+    QString symbol;                ///< of the pane while it is empty
+    QString one, many;             ///< "%1 plug-in", "%1 plug-ins"
+    QString filter;                ///< "Filter plug-ins"
+    QString differencesOnly = {};  ///< the tooltip of that button
+    QString noMatch, noneShown;    ///< "No matching plug-in", "No plug-in passes the filter."
+    QString whenNoneSelected;      ///< "Select computers to list their plug-ins"
+    QString reading;               ///< "Reading plug-ins…"
+    QString whenDisconnected;      ///< "Plug-ins are read as soon as a computer is connected."
+    QString noneFound;             ///< "No plug-ins found on the selected computers"
+    QString notRead;               ///< "Plug-ins have not been read yet"
+    QString whenNone = {};         ///< what to do where the computers have none
     QString unansweredAlone =
         {};  ///< what a computer that gave no answer is spared: "nothing is installed there"
+};
+/// What a button says that changes every row.
+struct WordsForAll {
+    QString verb;              ///< "Enable"
+    QString all, number;       ///< "Enable All", "Enable All %1"
+    QString onOne, onSeveral;  ///< "Enable all %1 on 1 computer", "Enable all %1 on %2 computers"
 };
 /// The names of its parts.
 struct PaneNames {
@@ -42,8 +57,6 @@ class ToolPane : public QWidget {
 public:
     /// "Bay 1, Bay 2 and Bay 3"; of more than `most` the first ones and how many more.
     [[nodiscard]] static QString listed(const QStringList& names, qsizetype most = 3);
-    /// "1 computer", "4 computers".
-    [[nodiscard]] static QString counted(qsizetype count, const QString& singular, const QString& plural);
     /// " Bay 3 and Bay 4 are left out." for the text before an action on all of these computers; empty where
     /// it takes in every one.
     [[nodiscard]] static QString leftOutText(const ToolContext& context, const QList<VLServicePtr>& clients);
@@ -75,18 +88,23 @@ protected:
 
     [[nodiscard]] PaneBar& bar() const { return *m_bar; }
     [[nodiscard]] QTreeView& view() const { return *m_view; }
-    [[nodiscard]] const PaneWords& words() const { return m_words; }
+    /// "1 plug-in", "4 plug-ins".
+    [[nodiscard]] QString counted(qsizetype count) const {
+        return (count == 1 ? m_words.one : m_words.many).arg(count);
+    }
+    [[nodiscard]] static WordsForAll wordsForEnabling();
+    [[nodiscard]] static WordsForAll wordsForDisabling();
     /// Adds "Differences Only" to the bar.
     void addDifferencesOnly();
     /// A button that changes every row, whatever the filter shows: it says how many, and asks before it
-    /// changes rows that are not to be seen. `verb`: "Enable".
-    QToolButton* addButtonForAll(const QString& name, const QString& symbol, const QString& verb,
+    /// changes rows that are not to be seen.
+    QToolButton* addButtonForAll(const QString& name, const QString& symbol, const WordsForAll& words,
                                  std::function<void()> action);
     /// What an action on rows says that the filter hides, be there one of them or more.
     [[nodiscard]] QString notNarrowed(int hidden) const;
     [[nodiscard]] bool anyRows() const { return rowTotal() > 0; }
     /// What that button says in its tooltip: "Enable all 18 plug-ins on 4 computers".
-    [[nodiscard]] QString forAll(const QString& verb) const;
+    [[nodiscard]] QString forAll(const WordsForAll& words) const;
     /// The names of the computers that gave no answer.
     [[nodiscard]] QStringList unansweredNames() const;
 
@@ -96,7 +114,7 @@ protected:
 private:
     struct ButtonForAll {
         QToolButton* button;
-        QString verb;
+        WordsForAll words;
     };
     void buildNotice();
     void buildFoot();
@@ -109,7 +127,7 @@ private:
     [[nodiscard]] QStringList unansweredLines() const;
     void showUnanswered();
     void updateButtonsForAll();
-    void runForAll(const QString& verb, const std::function<void()>& action);
+    void runForAll(const WordsForAll& words, const std::function<void()>& action);
     void showWhyEmpty();
     void fitColumns(int width);
     void showContextMenu(const QPoint& position);

@@ -15,7 +15,7 @@ void ToolController::startRunOn(const QString& name, Run::Description descriptio
     RunList& runs = context().progress->runs();
     const RunPtr run = runs.begin(description, clients);
     for (const RemoteClientPtr& client : alone)
-        run->noteLeftAlone(*client, QStringLiteral("it gave no answer, so it was left alone"));
+        run->noteLeftAlone(*client, tr("it gave no answer, so it was left alone"));
     const auto again = [weak = weak_from_this(), name, description, work,
                         id = run->id()](const QList<RemoteClientPtr>& others) mutable {
         const std::shared_ptr<ToolController> self = weak.lock();
@@ -35,8 +35,8 @@ void ToolController::startUndo(const RunRecord& record, const QList<RemoteClient
     for (const HostOutcome& host : record.outcomes)
         undoByHost.insert(host.hostName, host.undo);
     Run::Description description;
-    description.action = QStringLiteral("Undo “%1”").arg(record.action);
-    description.actionDone = QStringLiteral("Took back “%1”").arg(record.action);
+    description.action = tr("Undo “%1”").arg(record.action);
+    description.actionDone = tr("Took back “%1”").arg(record.action);
     description.subject = record.subject;
     description.isChange = true;
     description.undoOf = record.id;
@@ -51,7 +51,7 @@ void ToolController::startUndo(const RunRecord& record, const QList<RemoteClient
             const Run::Changes changes(client);
             if (!changes) return;
             if (service && !takeBack(service, undo) && !run->outcome(Run::keyOf(*client)))
-                run->note(*client, {Outcome::Failed, QStringLiteral("it could not be taken back")});
+                run->note(*client, {Outcome::Failed, tr("it could not be taken back")});
             context().progress->incrementStatusProgress();
         });
         context().progress->endStatusProgress();

@@ -58,7 +58,7 @@ bool isYes(const QVariant& answer) {
 }  // namespace
 
 /// One of the two things that can be changed about a plug-in. The texts come in pairs: for the value 1, and
-/// for any other.
+/// for any other. Those of `all`, `oneHost` and `allHosts` go to the log only.
 struct AddonryController::Change {
     QString operation;  ///< of the controller
     QString selector;   ///< of the agent
@@ -88,8 +88,8 @@ const AddonryController::Change& AddonryController::enabling() {
                                 QStringLiteral("Enabling Addonry plugin %@ on host %@...")},
                                {QStringLiteral("Disabling Addonry plugin on all hosts..."),
                                 QStringLiteral("Enabling Addonry plugin on all hosts...")},
-                               {QStringLiteral("Disable"), QStringLiteral("Enable")},
-                               {QStringLiteral("Disabled"), QStringLiteral("Enabled")}};
+                               {tr("Disable"), tr("Enable")},
+                               {tr("Disabled"), tr("Enabled")}};
     return change;
 }
 
@@ -104,8 +104,8 @@ const AddonryController::Change& AddonryController::changingAccess() {
          QStringLiteral("Change access type of plugin %@ on host %@ to All Users...")},
         {QStringLiteral("Setting access type of Addonry plugin to Current User on all hosts..."),
          QStringLiteral("Setting access type of Addonry plugin to All Users on all hosts...")},
-        {QStringLiteral("Install for Current User"), QStringLiteral("Install for All Users")},
-        {QStringLiteral("Installed for the current user"), QStringLiteral("Installed for all users")}};
+        {tr("Install for Current User"), tr("Install for All Users")},
+        {tr("Installed for the current user"), tr("Installed for all users")}};
     return change;
 }
 
@@ -121,9 +121,9 @@ void AddonryController::addonrySyncAction() {
     if (answered.clients.isEmpty()) return;
     startRunOn(
         QStringLiteral("addonrySyncPlugins"),
-        {.action = QStringLiteral("Synchronise"),
-         .actionDone = QStringLiteral("Synchronised"),
-         .subject = QStringLiteral("plug-ins"),
+        {.action = tr("Synchronise"),
+         .actionDone = tr("Synchronised"),
+         .subject = tr("plug-ins"),
          .isChange = true,
          .keeping = keepingOfSync()},
         answered.clients, [this] { addonrySyncPlugins(); }, answered.alone);
@@ -151,7 +151,7 @@ void AddonryController::startChanges(const Change& change, const QList<Edit>& ed
     startRunOn(change.operation,
                {.action = Change::textFor(change.action, value),
                 .actionDone = Change::textFor(change.done, value),
-                .subject = subjectOf(edits, QStringLiteral("plug-ins")),
+                .subject = subjectOf(edits, {tr("%1 plug-ins"), tr("all plug-ins")}),
                 .isChange = true,
                 .keeping = keepingOf(change, edits)},
                clientsOf(edits, CopyConcerns::AllClients),
@@ -305,8 +305,9 @@ bool AddonryController::takeBack(const VLServicePtr& client, const QVariantMap& 
     applyAll(enabling(), client, plan.enabling);
     applyAll(changingAccess(), client, plan.access);
     if (plan.missing.isEmpty()) return true;
-    throw VLException(VLException::generic, QStringLiteral("It does not have these plug-ins any more: %1.")
-                                                .arg(plan.missing.join(QStringLiteral(", "))));
+    throw VLException(
+        VLException::generic,
+        tr("It does not have these plug-ins any more: %1.").arg(plan.missing.join(QStringLiteral(", "))));
 }
 
 void AddonryController::applyAll(const Change& change, const RemoteClientPtr& client,

@@ -31,16 +31,16 @@ QVariant copyVersionData(const ClientCopy& copy, int role) {
 
 /// The box is ticked where the plug-in is enabled.
 CellMark enabledMark(qlonglong disabled) {
-    return CellMark::checkBox(disabled < 0 ? -1 : int(disabled == 0), QStringLiteral("Enabled"),
-                              QStringLiteral("Disabled"));
+    return CellMark::checkBox(disabled < 0 ? -1 : int(disabled == 0), AddonryView::tr("Enabled"),
+                              AddonryView::tr("Disabled"));
 }
 
 CellMark accessMark(qlonglong accessType) {
     using enum Cell::Tone;
     if (accessType < 0) return {various, QStringLiteral("mixed"), Warning, Warning};
     if (accessType == VLPluginItem::CurrentUser)
-        return {QStringLiteral("Current User"), QStringLiteral("user")};
-    return {QStringLiteral("All Users"), QStringLiteral("users")};
+        return {AddonryView::tr("Current User"), QStringLiteral("user")};
+    return {AddonryView::tr("All Users"), QStringLiteral("users")};
 }
 
 QVariant accessData(qlonglong accessType, int role) {
@@ -52,41 +52,45 @@ QVariant accessData(qlonglong accessType, int role) {
 const RowsLook<VLPluginItem>& addonryLook() {
     using Row = VLPluginItem;
     static const RowsLook<Row> look{
-        .columns = {{"Name", false, nameData},
-                    {"Version", true, versionData, copyVersionData},
-                    {"Type", false,
+        .columns = {{QT_TRANSLATE_NOOP("MergedOutlineModel", "Name"), false, nameData},
+                    {QT_TRANSLATE_NOOP("MergedOutlineModel", "Version"), true, versionData, copyVersionData},
+                    {QT_TRANSLATE_NOOP("MergedOutlineModel", "Type"), false,
                      [](const Row& row, int role) {
                          return role == Qt::DisplayRole ? QVariant(row.type()) : QVariant();
                      }},
-                    {"Enabled", true,
+                    {QT_TRANSLATE_NOOP("MergedOutlineModel", "Enabled"), true,
                      [](const Row& row, int role) { return enabledMark(row.disabled()).data(role); },
                      [](const ClientCopy& copy, int role) {
                          return enabledMark(copy.number(disabledKey)).data(role);
                      }},
-                    {"Access", true,
+                    {QT_TRANSLATE_NOOP("MergedOutlineModel", "Access"), true,
                      [](const Row& row, int role) { return accessData(row.accessType(), role); },
                      [](const ClientCopy& copy, int role) {
                          return accessData(copy.number(accessTypeKey), role);
                      }}},
         .differences =
             {{Row::VersionsDiffer, [](const Row& row) { return row.version() == various; },
-              [](const Row&) { return QStringLiteral("Versions differ"); }, "Versions differ",
+              [](const Row&) { return MergedOutlineModel::tr("Versions differ"); },
+              QT_TRANSLATE_NOOP("MergedOutlineModel", "Versions differ"),
               [](const ClientCopy& copy) { return copy.text(versionKey); }},
              {Row::EnabledDiffers, [](const Row& row) { return row.disabled() < 0; },
               [](const Row& row) {
                   const qsizetype count = row.copies().size();
-                  return QStringLiteral("Enabled on %1 of %2").arg(count - row.disabledCount()).arg(count);
+                  return MergedOutlineModel::tr("Enabled on %1 of %2")
+                      .arg(count - row.disabledCount())
+                      .arg(count);
               },
-              "Enabled on some only",
+              QT_TRANSLATE_NOOP("MergedOutlineModel", "Enabled on some only"),
               [](const ClientCopy& copy) { return enabledMark(copy.number(disabledKey)).text; }},
              {Row::AccessTypeDiffers, [](const Row& row) { return row.accessType() < 0; },
-              [](const Row&) { return QStringLiteral("Access differs"); }, "Access differs",
+              [](const Row&) { return MergedOutlineModel::tr("Access differs"); },
+              QT_TRANSLATE_NOOP("MergedOutlineModel", "Access differs"),
               [](const ClientCopy& copy) { return accessMark(copy.number(accessTypeKey)).text; }},
              // As many copies as there are computers, or more, and yet another number: somebody has it twice.
              {Row::Missing, [](const Row&) { return false; },
-              [](const Row&) { return QStringLiteral("Several copies on one computer"); }}},
+              [](const Row&) { return MergedOutlineModel::tr("Several copies on one computer"); }}},
         .checkColumn = Row::Enabled,
-        .absentText = "Not installed",
+        .absentText = QT_TRANSLATE_NOOP("MergedOutlineModel", "Not installed"),
         .matches = [](const Row& row, const QString& text) {
             return row.name().contains(text, Qt::CaseInsensitive) ||
                    row.type().contains(text, Qt::CaseInsensitive) ||

@@ -12,8 +12,8 @@ using enum VLPluginItem::AccessType;
 
 Tool addonryTool() {
     return {.identifier = QStringLiteral("addonry"),
-            .title = QStringLiteral("Addonry"),
-            .subtitle = QStringLiteral("Compare, enable and synchronise the plug-ins of the editing suite"),
+            .title = AddonryView::tr("Addonry"),
+            .subtitle = AddonryView::tr("Compare, enable and synchronise the plug-ins of the editing suite"),
             .clearingPlace = 7,
             .settings = sortSettings(QStringLiteral("addonryOutline"), QStringLiteral("name")),
             .makeController = controllerMaker<AddonryController>(),
@@ -21,29 +21,38 @@ Tool addonryTool() {
 }
 
 AddonryView::AddonryView(AddonryController& controller, QWidget* parent)
-    : MergedOutlineView(controller, new Model(addonryLook(), controller.context().friendlyServiceName),
-                        QStringLiteral("addonry"),
-                        {.singular = QStringLiteral("plug-in"),
-                         .plural = QStringLiteral("plug-ins"),
-                         .title = QStringLiteral("Plug-ins"),
-                         .symbol = QStringLiteral("plug"),
-                         .unansweredAlone = QStringLiteral("nothing is installed there")},
-                        parent),
+    : MergedOutlineView(
+          controller, new Model(addonryLook(), controller.context().friendlyServiceName),
+          QStringLiteral("addonry"),
+          {.title = tr("Plug-ins"),
+           .symbol = QStringLiteral("plug"),
+           .one = tr("%1 plug-in"),
+           .many = tr("%1 plug-ins"),
+           .filter = tr("Filter plug-ins"),
+           .differencesOnly = tr("Show only plug-ins that are not the same on all computers that answered"),
+           .noMatch = tr("No matching plug-in"),
+           .noneShown = tr("No plug-in passes the filter."),
+           .whenNoneSelected = tr("Select computers to list their plug-ins"),
+           .reading = tr("Reading plug-ins…"),
+           .whenDisconnected = tr("Plug-ins are read as soon as a computer is connected."),
+           .noneFound = tr("No plug-ins found on the selected computers"),
+           .notRead = tr("Plug-ins have not been read yet"),
+           .unansweredAlone = tr("nothing is installed there")},
+          parent),
       m_controller(controller),
       m_model(static_cast<Model*>(model())),
-      m_allUsersItem(new QAction(symbolIcon(QStringLiteral("users")), QStringLiteral("All Users"), this)),
-      m_currentUserItem(
-          new QAction(symbolIcon(QStringLiteral("user")), QStringLiteral("Current User"), this)) {
+      m_allUsersItem(new QAction(symbolIcon(QStringLiteral("users")), tr("All Users"), this)),
+      m_currentUserItem(new QAction(symbolIcon(QStringLiteral("user")), tr("Current User"), this)) {
     m_allUsersItem->setObjectName(QStringLiteral("addonryAllUsersItem"));
     m_currentUserItem->setObjectName(QStringLiteral("addonryCurrentUserItem"));
     addSyncButton(QStringLiteral("addonrySyncBtn"),
-                  QStringLiteral("Bring the newest version of every plug-in that differs to all "
-                                 "selected computers that answered, with the settings that most of "
-                                 "them have"),
+                  tr("Bring the newest version of every plug-in that differs to all "
+                     "selected computers that answered, with the settings that most of "
+                     "them have"),
                   [this] { m_controller.addonrySyncAction(); });
-    addButtonForAll(QStringLiteral("addonryEnableAllBtn"), QStringLiteral("on"), QStringLiteral("Enable"),
+    addButtonForAll(QStringLiteral("addonryEnableAllBtn"), QStringLiteral("on"), wordsForEnabling(),
                     [this] { m_controller.addonryEnableAllAction(); });
-    addButtonForAll(QStringLiteral("addonryDisableAllBtn"), QStringLiteral("off"), QStringLiteral("Disable"),
+    addButtonForAll(QStringLiteral("addonryDisableAllBtn"), QStringLiteral("off"), wordsForDisabling(),
                     [this] { m_controller.addonryDisableAllAction(); });
     turnBoxesWithSpace(view(), VLPluginItem::Enabled);
     // The drawing before the name and the status say the same as the columns that go first.
@@ -91,15 +100,15 @@ void AddonryView::popUp(const Place& place, const QPoint& globalPosition) {
 }
 
 void AddonryView::addMenuItems(QMenu& menu) {
-    const auto add = [&](const char* symbol, const char* text, auto change) {
-        addChangeItem(menu, symbol, QLatin1String(text), change);
+    const auto add = [&](const char* symbol, const QString& text, auto change) {
+        addChangeItem(menu, symbol, text, change);
     };
     using Targets = QList<RowTarget>;
-    add("on", "Enable", [this](const Targets& targets) { setDisabled(targets, false); });
-    add("off", "Disable", [this](const Targets& targets) { setDisabled(targets, true); });
+    add("on", tr("Enable"), [this](const Targets& targets) { setDisabled(targets, false); });
+    add("off", tr("Disable"), [this](const Targets& targets) { setDisabled(targets, true); });
     menu.addSeparator();
-    add("users", "Install for All Users",
+    add("users", tr("Install for All Users"),
         [this](const Targets& targets) { setAccessType(targets, AllUsers); });
-    add("user", "Install for Current User",
+    add("user", tr("Install for Current User"),
         [this](const Targets& targets) { setAccessType(targets, CurrentUser); });
 }

@@ -70,7 +70,7 @@ void AddonryController::addonrySyncPlugins() {
 }
 
 void AddonryController::syncRow(VLPluginItem& row) {
-    context().progress->updateProgressStatus(vlFormat(QStringLiteral("Syncing %@..."), row.name()));
+    context().progress->updateProgressStatus(tr("Syncing %1...").arg(row.name()));
     const QVariantMap common = Aggregation::commonValuesForDictArray(row.children());
     const bool needsTransfer =
         row.difference() == VLPluginItem::VersionsDiffer || row.difference() == VLPluginItem::Missing;
@@ -101,7 +101,7 @@ bool AddonryController::transferNewest(VLPluginItem& row) {
 /// Whoever was to get the newest version does not.
 void AddonryController::noteNotTransferred(const VLPluginItem& row, const ClientCopy& newest) const {
     const RunPtr run = runHere();
-    const QString reason = QStringLiteral("“%1” could not be fetched from %2")
+    const QString reason = tr("“%1” could not be fetched from %2")
                                .arg(row.name(), context().friendlyServiceName(newest.hostName));
     for (const ClientCopy& copy : row.copies())
         if (!Aggregation::sameValue(copy.values.value(versionKey), newest.values.value(versionKey)))

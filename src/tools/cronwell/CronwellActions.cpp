@@ -33,10 +33,6 @@ std::pair<QString, QString> fileOf(const ClientCopy& job) {
     return {job.hostName, job.text(fileNameKey)};
 }
 
-QString plural() {
-    return QStringLiteral("tasks");
-}
-
 }  // namespace
 
 void CronwellController::send(const QString& name, const QList<Message>& messages) const {
@@ -96,9 +92,9 @@ void CronwellController::startEnabling(const QList<Edit>& edits) {
     if (edits.isEmpty()) return;
     const bool isOn = edits.first().value == 1;
     startRunOn(QStringLiteral("cronwellEnableTask:"),
-               {.action = isOn ? QStringLiteral("Enable") : QStringLiteral("Disable"),
-                .actionDone = isOn ? QStringLiteral("Enabled") : QStringLiteral("Disabled"),
-                .subject = subjectOf(edits, plural()),
+               {.action = isOn ? tr("Enable") : tr("Disable"),
+                .actionDone = isOn ? tr("Enabled") : tr("Disabled"),
+                .subject = subjectOf(edits, {tr("%1 tasks"), tr("all tasks")}),
                 .isChange = true,
                 .keeping = keeping()},
                clientsOf(edits, CopyConcerns::OneClient), [this, edits] { enableTasks(edits); });
@@ -195,8 +191,9 @@ bool CronwellController::takeBack(const VLServicePtr& client, const QVariantMap&
                         .plainKey = step.kind == CronwellUndo::Step::Remove ? "obj2" : "obj1"});
     }
     if (plan.missing.isEmpty()) return true;
-    throw VLException(VLException::generic, QStringLiteral("These tasks have become others by now: %1.")
-                                                .arg(plan.missing.join(QStringLiteral(", "))));
+    throw VLException(
+        VLException::generic,
+        tr("These tasks have become others by now: %1.").arg(plan.missing.join(QStringLiteral(", "))));
 }
 
 // ---- Remove
@@ -231,7 +228,7 @@ QString CronwellController::namesOf(const QList<RowTarget>& targets) const {
         names.append(context().friendlyServiceName(target.hostName));
     names.removeDuplicates();
     const qsizetype more = names.size() - mostNames;
-    if (more > 0) names = names.first(mostNames) << QStringLiteral("%1 more").arg(more);
+    if (more > 0) names = names.first(mostNames) << tr("%1 more").arg(more);
     return names.join(QStringLiteral(", "));
 }
 
@@ -239,19 +236,17 @@ void CronwellController::cronwellRemoveTaskAction(const QList<RowTarget>& target
     const QList<VLScheduledTask> tasks = rowsWithOnly(targets);
     if (tasks.isEmpty()) return;
     const bool isOne = tasks.size() == 1;
-    const QString question = vlFormat(QStringLiteral("Are you sure you wish to delete %@ task%@?"),
-                                      isOne ? QStringLiteral("this") : QStringLiteral("these"),
-                                      isOne ? QString() : QStringLiteral("s"));
+    const QString question = isOne ? tr("Are you sure you wish to delete this task?")
+                                   : tr("Are you sure you wish to delete these tasks?");
     const bool isSingleJobs = std::none_of(targets.cbegin(), targets.cend(),
                                            [](const RowTarget& target) { return target.isWholeRow(); });
-    const QString text = isSingleJobs
-                             ? QStringLiteral("Only on %1. This cannot be undone.").arg(namesOf(targets))
-                             : QStringLiteral("This cannot be undone.");
+    const QString text = isSingleJobs ? tr("Only on %1. This cannot be undone.").arg(namesOf(targets))
+                                      : tr("This cannot be undone.");
     // The answer may come when this controller is gone.
     const auto remove = [controller = QPointer(this), tasks] {
         if (controller) controller->startRemoving(tasks);
     };
-    VLAlert::ask(question, QStringLiteral("Remove"), text, window, remove,
+    VLAlert::ask(question, tr("Remove"), text, window, remove,
                  QStringLiteral("cronwellRemoveTaskAlertDidEnd:returnCode:contextInfo:"));
 }
 
@@ -260,9 +255,9 @@ void CronwellController::startRemoving(const QList<VLScheduledTask>& rows) {
     for (const VLScheduledTask& row : rows)
         edits.append({row, 0});
     startRunOn(QStringLiteral("cronwellRemoveTasks:"),
-               {.action = QStringLiteral("Remove"),
-                .actionDone = QStringLiteral("Removed"),
-                .subject = subjectOf(edits, plural()),
+               {.action = tr("Remove"),
+                .actionDone = tr("Removed"),
+                .subject = subjectOf(edits, {tr("%1 tasks"), tr("all tasks")}),
                 .isChange = true,
                 .keeping = keeping()},
                clientsOf(edits, CopyConcerns::OneClient), [this, rows] {
@@ -384,8 +379,8 @@ void CronwellController::addCronwellTask(const QVariantMap& arguments) {
     if (clients.isEmpty()) return;
     startRunOn(
         QStringLiteral("addCronwellTaskOnThread:"),
-        {.action = QStringLiteral("Add"),
-         .actionDone = QStringLiteral("Added"),
+        {.action = tr("Add"),
+         .actionDone = tr("Added"),
          .subject = arguments.value(QStringLiteral("taskid")).toString(),
          .isChange = true,
          .keeping = keeping()},

@@ -29,15 +29,15 @@ QVariant toolData(const VLScheduledTask& row, int role) {
 }
 
 CellMark enabledMark(qlonglong enabled) {
-    return CellMark::checkBox(int(enabled), QStringLiteral("Enabled"), QStringLiteral("Disabled"));
+    return CellMark::checkBox(int(enabled), CronwellView::tr("Enabled"), CronwellView::tr("Disabled"));
 }
 
 CellMark runsAsMark(qlonglong root) {
     if (root != 0)
-        return {.text = QStringLiteral("Root"),
+        return {.text = CronwellView::tr("Root"),
                 .symbol = QStringLiteral("identity"),
                 .symbolTone = Cell::Tone::Warning};
-    return {.text = QStringLiteral("User"), .symbol = QStringLiteral("user")};
+    return {.text = CronwellView::tr("User"), .symbol = QStringLiteral("user")};
 }
 
 }  // namespace
@@ -46,32 +46,35 @@ const RowsLook<VLScheduledTask>& cronwellLook() {
     using Row = VLScheduledTask;
     static const RowsLook<Row> look{
         .columns =
-            {{"Task", false, taskData},
-             {"Schedule", true, scheduleData,
+            {{QT_TRANSLATE_NOOP("MergedOutlineModel", "Task"), false, taskData},
+             {QT_TRANSLATE_NOOP("MergedOutlineModel", "Schedule"), true, scheduleData,
               [](const ClientCopy& job, int role) {
                   return CellMark::valueOf(job.text(frequencyKey), false, role);
               }},
-             {"Tool", false, toolData},
-             {"Enabled", true, [](const Row& row, int role) { return enabledMark(row.enabled()).data(role); },
+             {QT_TRANSLATE_NOOP("MergedOutlineModel", "Tool"), false, toolData},
+             {QT_TRANSLATE_NOOP("MergedOutlineModel", "Enabled"), true,
+              [](const Row& row, int role) { return enabledMark(row.enabled()).data(role); },
               [](const ClientCopy& job, int role) { return enabledMark(job.number(enabledKey)).data(role); }},
-             {"Runs As", true, [](const Row& row, int role) { return runsAsMark(row.root()).data(role); },
+             {QT_TRANSLATE_NOOP("MergedOutlineModel", "Runs As"), true,
+              [](const Row& row, int role) { return runsAsMark(row.root()).data(role); },
               [](const ClientCopy& job, int role) { return runsAsMark(job.number(rootKey)).data(role); }}},
         .differences = {{Row::SchedulesDiffer,
                          [](const Row& row) {
                              return row.frequencyDescription() == QLatin1String(Aggregation::various);
                          },
-                         [](const Row&) { return QStringLiteral("Schedules differ"); }, "Schedules differ",
+                         [](const Row&) { return MergedOutlineModel::tr("Schedules differ"); },
+                         QT_TRANSLATE_NOOP("MergedOutlineModel", "Schedules differ"),
                          [](const ClientCopy& job) { return job.text(frequencyKey); }},
                         {Row::EnabledDiffers, [](const Row& row) { return row.enabled() < 0; },
                          [](const Row& row) {
-                             return QStringLiteral("Enabled on %1 of %2")
+                             return MergedOutlineModel::tr("Enabled on %1 of %2")
                                  .arg(row.computersWithAllEnabled())
                                  .arg(row.computersWith());
                          },
-                         "Enabled on some only",
+                         QT_TRANSLATE_NOOP("MergedOutlineModel", "Enabled on some only"),
                          [](const ClientCopy& job) { return enabledMark(job.number(enabledKey)).text; }}},
         .checkColumn = Row::Enabled,
-        .absentText = "Not scheduled",
+        .absentText = QT_TRANSLATE_NOOP("MergedOutlineModel", "Not scheduled"),
         .matches =
             [](const Row& row, const QString& text) {
                 return row.taskDescription().contains(text, Qt::CaseInsensitive) ||

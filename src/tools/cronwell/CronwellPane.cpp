@@ -12,8 +12,8 @@
 
 Tool cronwellTool() {
     return {.identifier = QStringLiteral("cronwell"),
-            .title = QStringLiteral("Cronwell"),
-            .subtitle = QStringLiteral("Schedule maintenance tasks"),
+            .title = CronwellView::tr("Cronwell"),
+            .subtitle = CronwellView::tr("Schedule maintenance tasks"),
             .clearingPlace = 10,
             .settings = sortSettings(QStringLiteral("cronwellOutline"), QStringLiteral("taskDescription")),
             .makeController = controllerMaker<CronwellController>(),
@@ -21,18 +21,28 @@ Tool cronwellTool() {
 }
 
 CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
-    : MergedOutlineView(controller, new Model(cronwellLook(), controller.context().friendlyServiceName),
-                        QStringLiteral("cronwell"),
-                        {.singular = QStringLiteral("task"),
-                         .plural = QStringLiteral("tasks"),
-                         .title = QStringLiteral("Scheduled tasks"),
-                         .symbol = QStringLiteral("clock"),
-                         .unansweredAlone = QStringLiteral("nothing is added there")},
-                        parent),
+    : MergedOutlineView(
+          controller, new Model(cronwellLook(), controller.context().friendlyServiceName),
+          QStringLiteral("cronwell"),
+          {.title = tr("Scheduled tasks"),
+           .symbol = QStringLiteral("clock"),
+           .one = tr("%1 task"),
+           .many = tr("%1 tasks"),
+           .filter = tr("Filter tasks"),
+           .differencesOnly = tr("Show only tasks that are not the same on all computers that answered"),
+           .noMatch = tr("No matching task"),
+           .noneShown = tr("No task passes the filter."),
+           .whenNoneSelected = tr("Select computers to list their tasks"),
+           .reading = tr("Reading tasks…"),
+           .whenDisconnected = tr("Scheduled tasks are read as soon as a computer is connected."),
+           .noneFound = tr("No tasks found on the selected computers"),
+           .notRead = tr("Scheduled tasks have not been read yet"),
+           .unansweredAlone = tr("nothing is added there")},
+          parent),
       m_controller(controller),
       m_model(static_cast<Model*>(model())),
       m_newTask(new NewTaskSheet(controller, this)),
-      m_remove(new QAction(symbolIcon(QStringLiteral("trash")), QStringLiteral("Remove…"), this)) {
+      m_remove(new QAction(symbolIcon(QStringLiteral("trash")), tr("Remove…"), this)) {
     buildButtons();
     turnBoxesWithSpace(view(), VLScheduledTask::Enabled);
     // The tool's drawing and the status say the same as the columns that go first.
@@ -44,21 +54,21 @@ CronwellView::CronwellView(CronwellController& controller, QWidget* parent)
 }
 
 void CronwellView::buildButtons() {
-    m_add = bar().addButton(
-        QStringLiteral("cronwellAddTaskBtn"), QStringLiteral("add"), QStringLiteral("Add…"),
-        QStringLiteral("Schedule a task on all selected computers"), [this] { cronwellAddTaskAction(); });
-    m_removeButton = bar().addButton(
-        QStringLiteral("cronwellRemoveTaskBtn"), QStringLiteral("trash"), QStringLiteral("Remove…"),
-        QStringLiteral("Delete the selected tasks from every computer that has them,\n"
-                       "or only the selected jobs of single computers"),
-        [this] { remove(selectedTargets()); });
+    m_add =
+        bar().addButton(QStringLiteral("cronwellAddTaskBtn"), QStringLiteral("add"), tr("Add…"),
+                        tr("Schedule a task on all selected computers"), [this] { cronwellAddTaskAction(); });
+    m_removeButton =
+        bar().addButton(QStringLiteral("cronwellRemoveTaskBtn"), QStringLiteral("trash"), tr("Remove…"),
+                        tr("Delete the selected tasks from every computer that has them,\n"
+                           "or only the selected jobs of single computers"),
+                        [this] { remove(selectedTargets()); });
     addSyncButton(QStringLiteral("cronwellSyncBtn"),
-                  QStringLiteral("Give every task that differs the schedule that most computers have, "
-                                 "and add it where it is missing"),
+                  tr("Give every task that differs the schedule that most computers have, "
+                     "and add it where it is missing"),
                   [this] { m_controller.cronwellSyncTasksAction(); });
-    addButtonForAll(QStringLiteral("cronwellEnableAllBtn"), QStringLiteral("on"), QStringLiteral("Enable"),
+    addButtonForAll(QStringLiteral("cronwellEnableAllBtn"), QStringLiteral("on"), wordsForEnabling(),
                     [this] { m_controller.cronwellEnableAllAction(); });
-    addButtonForAll(QStringLiteral("cronwellDisableAllBtn"), QStringLiteral("off"), QStringLiteral("Disable"),
+    addButtonForAll(QStringLiteral("cronwellDisableAllBtn"), QStringLiteral("off"), wordsForDisabling(),
                     [this] { m_controller.cronwellDisableAllAction(); });
     m_remove->setObjectName(QStringLiteral("cronwellRemoveTask"));
     m_remove->setShortcuts({QKeySequence(Qt::Key_Delete), QKeySequence(Qt::Key_Backspace)});
@@ -81,7 +91,7 @@ void CronwellView::cronwellAddTaskAction() {
     try {
         m_controller.cronwellAddTaskAction();
         m_newTask->prepare();
-        m_newTask->setHeading(QStringLiteral("Add Task"));
+        m_newTask->setHeading(tr("Add Task"));
         m_newTask->open();
     } catch (const std::exception& exception) {
         VLException::logException(exception, "-[AppController cronwellAddTaskAction:]");
@@ -105,13 +115,11 @@ void CronwellView::check(const RowTarget& target, int, bool on) {
 
 void CronwellView::addMenuItems(QMenu& menu) {
     using Targets = QList<RowTarget>;
-    addChangeItem(menu, "on", QStringLiteral("Enable"),
-                  [this](const Targets& targets) { setEnabled(targets, true); });
-    addChangeItem(menu, "off", QStringLiteral("Disable"),
-                  [this](const Targets& targets) { setEnabled(targets, false); });
+    addChangeItem(menu, "on", tr("Enable"), [this](const Targets& targets) { setEnabled(targets, true); });
+    addChangeItem(menu, "off", tr("Disable"), [this](const Targets& targets) { setEnabled(targets, false); });
     menu.addSeparator();
-    QAction* const addTask = menu.addAction(symbolIcon(QStringLiteral("add")), QStringLiteral("Add Task…"),
-                                            this, &CronwellView::cronwellAddTaskAction);
+    QAction* const addTask = menu.addAction(symbolIcon(QStringLiteral("add")), tr("Add Task…"), this,
+                                            &CronwellView::cronwellAddTaskAction);
     addTask->setEnabled(m_add->isEnabled());
     QAction* const removeTasks = menu.addAction(m_remove->icon(), m_remove->text(), this,
                                                 [this, rows = selectedTargets()] { remove(rows); });

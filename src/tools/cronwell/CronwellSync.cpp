@@ -83,9 +83,9 @@ void CronwellController::cronwellSyncTasksAction() {
     if (answered.clients.isEmpty()) return;
     startRunOn(
         QStringLiteral("cronwellSyncTasks"),
-        {.action = QStringLiteral("Synchronise"),
-         .actionDone = QStringLiteral("Synchronised"),
-         .subject = QStringLiteral("tasks"),
+        {.action = tr("Synchronise"),
+         .actionDone = tr("Synchronised"),
+         .subject = tr("tasks"),
          .isChange = true,
          .keeping = keeping()},
         answered.clients, [this] { cronwellSyncTasks(); }, answered.alone);

@@ -11,7 +11,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QLocale>
 #include <QPushButton>
 #include <QVariantAnimation>
 
@@ -20,6 +19,20 @@ namespace {
 constexpr int sheetWidth = 520;
 constexpr int growthTime = 160;  // ms
 constexpr int longestEntry = 1024;
+
+// In the language of the sheet, which need not be the one that the user's dates are written in.
+constexpr std::array weekdays{
+    QT_TRANSLATE_NOOP("NewTaskSheet", "Monday"),    QT_TRANSLATE_NOOP("NewTaskSheet", "Tuesday"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "Wednesday"), QT_TRANSLATE_NOOP("NewTaskSheet", "Thursday"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "Friday"),    QT_TRANSLATE_NOOP("NewTaskSheet", "Saturday"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "Sunday")};
+constexpr std::array months{
+    QT_TRANSLATE_NOOP("NewTaskSheet", "January"),   QT_TRANSLATE_NOOP("NewTaskSheet", "February"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "March"),     QT_TRANSLATE_NOOP("NewTaskSheet", "April"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "May"),       QT_TRANSLATE_NOOP("NewTaskSheet", "June"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "July"),      QT_TRANSLATE_NOOP("NewTaskSheet", "August"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "September"), QT_TRANSLATE_NOOP("NewTaskSheet", "October"),
+    QT_TRANSLATE_NOOP("NewTaskSheet", "November"),  QT_TRANSLATE_NOOP("NewTaskSheet", "December")};
 
 QLabel* captionOf(QWidget* field, const QString& title) {
     auto* caption = new QLabel(title, field->parentWidget());
@@ -46,8 +59,8 @@ void setTextColor(QLabel* label, const QColor& color) {
 }  // namespace
 
 NewTaskSheet::NewTaskSheet(CronwellController& controller, QWidget* parent)
-    : Sheet(QStringLiteral("Add Task"),
-            QStringLiteral("The task is scheduled on all selected computers that have the tool."), parent),
+    : Sheet(tr("Add Task"), tr("The task is scheduled on all selected computers that have the tool."),
+            parent),
       m_controller(controller),
       m_applications(new QComboBox(this)),
       m_tasks(new QComboBox(this)),
@@ -57,7 +70,7 @@ NewTaskSheet::NewTaskSheet(CronwellController& controller, QWidget* parent)
       m_fields(new QWidget(this)),
       m_clock(new QLabel(this)),
       m_words(new QLabel(this)),
-      m_root(new QCheckBox(QStringLiteral("Run as administrator (root)"), this)),
+      m_root(new QCheckBox(tr("Run as administrator (root)"), this)),
       m_growth(new QVariantAnimation(this)) {
     setObjectName(QStringLiteral("windowNewTask"));
     setAttribute(Qt::WA_DeleteOnClose, false);
@@ -88,8 +101,8 @@ void NewTaskSheet::buildTask() {
     m_offer->setForegroundRole(QPalette::PlaceholderText);
     auto* choices = new QHBoxLayout;
     choices->setSpacing(Metrics::unit * 1.5);
-    choices->addLayout(captioned(m_applications, QStringLiteral("Tool")), 2);
-    choices->addLayout(captioned(m_tasks, QStringLiteral("Task")), 3);
+    choices->addLayout(captioned(m_applications, tr("Tool")), 2);
+    choices->addLayout(captioned(m_tasks, tr("Task")), 3);
     body()->addLayout(choices);
     body()->addWidget(m_offer);
     m_duplicates->setObjectName(QStringLiteral("newTaskDuplicateText"));
@@ -104,10 +117,10 @@ void NewTaskSheet::buildTask() {
 
 void NewTaskSheet::buildSchedule() {
     m_kinds->setObjectName(QStringLiteral("taskScheduleMenu"));
-    m_kinds->addItems({QStringLiteral("At specific interval"), QStringLiteral("Every x seconds"),
-                       QStringLiteral("Whenever a directory changes")});
+    m_kinds->addItems(
+        {tr("At specific interval"), tr("Every x seconds"), tr("Whenever a directory changes")});
     connect(m_kinds, &QComboBox::activated, this, [this] { taskScheduleChanged(true); });
-    body()->addLayout(captioned(m_kinds, QStringLiteral("Schedule")));
+    body()->addLayout(captioned(m_kinds, tr("Schedule")));
     for (QWidget*& page : m_pages)
         page = new QWidget(m_fields);
     buildCalendarFields();
@@ -137,18 +150,17 @@ QLineEdit* NewTaskSheet::addField(const char* name, const QString& title, const 
 }
 
 void NewTaskSheet::buildCalendarFields() {
-    const QString any = QStringLiteral("Any");
+    const QString any = tr("Any");
     auto* row = new QHBoxLayout(m_pages[AtInterval]);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(Metrics::unit);
-    m_minute = addField("taskMinuteText", QStringLiteral("Minute"), QStringLiteral("00"));
-    m_hour = addField("taskHourText", QStringLiteral("Hour"), any);
-    m_day = addField("taskDayText", QStringLiteral("Day"), any);
+    m_minute = addField("taskMinuteText", tr("Minute"), QStringLiteral("00"));
+    m_hour = addField("taskHourText", tr("Hour"), any);
+    m_day = addField("taskDayText", tr("Day"), any);
     for (QLineEdit* field : {m_hour, m_minute, m_day}) {
         field->setMaxLength(2);
         row->addLayout(captioned(field, field->accessibleName()), 2);
     }
-    const QLocale english(QLocale::English);
     const auto addMenu = [&](const char* name, const QString& title) {
         auto* menu = new QComboBox(m_fields);
         menu->setObjectName(QLatin1String(name));
@@ -157,40 +169,39 @@ void NewTaskSheet::buildCalendarFields() {
         connect(menu, &QComboBox::activated, this, &NewTaskSheet::edited);
         return menu;
     };
-    m_weekday = addMenu("taskWeekdayMenu", QStringLiteral("Weekday"));
-    m_month = addMenu("taskMonthMenu", QStringLiteral("Month"));
+    m_weekday = addMenu("taskWeekdayMenu", tr("Weekday"));
+    m_month = addMenu("taskMonthMenu", tr("Month"));
     for (int day = 1; day <= 7; ++day)
-        m_weekday->addItem(english.dayName(day), QString::number(day % 7));
+        m_weekday->addItem(tr(weekdays[size_t(day) - 1]), QString::number(day % 7));
     for (int month = 1; month <= 12; ++month)
-        m_month->addItem(english.monthName(month), QString::number(month));
+        m_month->addItem(tr(months[size_t(month) - 1]), QString::number(month));
 }
 
 void NewTaskSheet::buildSecondsFields() {
     auto* column = new QVBoxLayout(m_pages[EverySeconds]);
     column->setContentsMargins(0, 0, 0, 0);
-    m_seconds = addField("taskSecondsText", QStringLiteral("Seconds"), QStringLiteral("3600"));
+    m_seconds = addField("taskSecondsText", tr("Seconds"), QStringLiteral("3600"));
     m_seconds->setMaxLength(10);
     column->addLayout(captioned(m_seconds, m_seconds->accessibleName()));
 }
 
 void NewTaskSheet::buildDirectoryFields() {
-    m_directory =
-        addField("taskDirectoryText", QStringLiteral("Directory"), QStringLiteral("/Volumes/Media"));
+    m_directory = addField("taskDirectoryText", tr("Directory"), QStringLiteral("/Volumes/Media"));
     auto* column = new QVBoxLayout(m_pages[WhenChanged]);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(Metrics::unit / 2);
     column->addLayout(captioned(m_directory, m_directory->accessibleName()));
     auto* hint = new ElidedLabel(m_fields, ElidedLabel::Tone::Secondary);
-    hint->setText(QStringLiteral("The path as it is on the selected computers"));
+    hint->setText(tr("The path as it is on the selected computers"));
     column->addWidget(hint);
 }
 
 void NewTaskSheet::buildRest() {
     m_root->setObjectName(QStringLiteral("taskRootCheck"));
-    m_root->setToolTip(QStringLiteral("Takes an administrator's name and password of each computer"));
+    m_root->setToolTip(tr("Takes an administrator's name and password of each computer"));
     body()->addWidget(m_root);
     m_cancelButton = addCancelButton();
-    m_addButton = addPrimaryButton(QStringLiteral("Add"));
+    m_addButton = addPrimaryButton(tr("Add"));
     m_addButton->setObjectName(QStringLiteral("addTaskButton"));
 }
 
@@ -321,7 +332,7 @@ TaskSchedule NewTaskSheet::schedule() const {
 QString NewTaskSheet::scheduleProblem() const {
     const TaskSchedule chosen = schedule();
     if (kind() == AtInterval && !chosen.day.isEmpty() && !chosen.weekday.isEmpty())
-        return QStringLiteral("Choose either a day of the month or a weekday.");
+        return tr("Choose either a day of the month or a weekday.");
     return chosen.problem();
 }
 
@@ -348,7 +359,7 @@ QString NewTaskSheet::friendlyNames(const QStringList& hostNames) const {
 
 void NewTaskSheet::showOffer() {
     const QString text = offerText(), duplicates = duplicateText();
-    m_addButton->setText(duplicates.isEmpty() ? QStringLiteral("Add") : QStringLiteral("Add Anyway"));
+    m_addButton->setText(duplicates.isEmpty() ? tr("Add") : tr("Add Anyway"));
     if (m_offer->text() == text && m_duplicates->text() == duplicates) return;
     m_offer->setText(text);
     m_duplicates->setText(duplicates);
@@ -362,9 +373,8 @@ QString NewTaskSheet::duplicateText() const {
     const QString tool = application().value(QStringLiteral("taskBundleID")).toString();
     const QStringList having = m_controller.hostsWithTask(tool, task());
     if (having.isEmpty()) return {};
-    return (having.size() == 1
-                ? QStringLiteral("%1 has this task already, and would run it by both schedules.")
-                : QStringLiteral("%1 have this task already, and would run it by both schedules."))
+    return (having.size() == 1 ? tr("%1 has this task already, and would run it by both schedules.")
+                               : tr("%1 have this task already, and would run it by both schedules."))
         .arg(friendlyNames(having));
 }
 
@@ -374,17 +384,17 @@ QString NewTaskSheet::offerText() const {
     const QStringList& silent = m_controller.newTaskUnanswered();
     QStringList sentences;
     if (!silent.isEmpty())
-        sentences << QStringLiteral("No answer from %1: nothing is added there.").arg(friendlyNames(silent));
+        sentences << tr("No answer from %1: nothing is added there.").arg(friendlyNames(silent));
     sentences << ToolPane::leftOutText(m_controller.context(), m_controller.newTaskClients()).trimmed();
     if (m_tasks->count() == 0)
         sentences << (m_controller.isReadingApps()
-                          ? QStringLiteral("Reading the tools of the selected computers…")
-                          : QStringLiteral("No tool on the selected computers has tasks to schedule."));
+                          ? tr("Reading the tools of the selected computers…")
+                          : tr("No tool on the selected computers has tasks to schedule."));
     else if (!missing.isEmpty())
-        sentences << QStringLiteral("Not available on %1.").arg(friendlyNames(missing));
+        sentences << tr("Not available on %1.").arg(friendlyNames(missing));
     else
-        sentences << (silent.isEmpty() ? QStringLiteral("All selected computers have this tool.")
-                                       : QStringLiteral("All computers that answered have this tool."));
+        sentences << (silent.isEmpty() ? tr("All selected computers have this tool.")
+                                       : tr("All computers that answered have this tool."));
     sentences.removeAll(QString());
     return sentences.join(u' ');
 }

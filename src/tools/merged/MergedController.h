@@ -78,13 +78,16 @@ protected:
         return rows;
     }
 
+    struct SubjectWords {
+        QString several, all;  ///< "%1 plug-ins", "all plug-ins"
+    };
     /// "Film Grain", "3 plug-ins" or "all plug-ins".
-    [[nodiscard]] static QString subjectOf(const QList<Edit>& edits, const QString& plural) {
-        if (edits.size() > 1) return QStringLiteral("%1 %2").arg(edits.size()).arg(plural);
+    [[nodiscard]] static QString subjectOf(const QList<Edit>& edits, const SubjectWords& words) {
+        if (edits.size() > 1) return words.several.arg(edits.size());
         const Subject subject = edits.isEmpty() ? Subject() : edits.first().subject;
         if (const auto* row = std::get_if<Row>(&subject)) return row->title();
         if (const auto* copy = std::get_if<ClientCopy>(&subject)) return copy->text(Row::titleKey());
-        return QStringLiteral("all ") + plural;
+        return words.all;
     }
     /// Whom the edit of one client's copy may concern: with administrator rights a tool may tell all clients
     /// to change what is there.

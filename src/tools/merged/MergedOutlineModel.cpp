@@ -37,8 +37,8 @@ constexpr qsizetype mostNames = 20;  // of clients, in one text
 MergedOutlineModel::MergedOutlineModel(std::vector<Heading> headings, const char* absentText,
                                        FriendlyName friendlyName)
     : m_headings([&] {
-          headings.push_back({"Computers"});
-          headings.push_back({"Status"});
+          headings.push_back({QT_TR_NOOP("Computers")});
+          headings.push_back({QT_TR_NOOP("Status")});
           return std::move(headings);
       }()),
       m_absentText(absentText),
@@ -139,7 +139,7 @@ QString MergedOutlineModel::clientKey(const Place& place) const {
 
 QVariant MergedOutlineModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
-    if (role == Qt::DisplayRole) return QLatin1String(m_headings[size_t(section)].title);
+    if (role == Qt::DisplayRole) return tr(m_headings[size_t(section)].title);
     if (role == Qt::TextAlignmentRole) return int(Qt::AlignLeft | Qt::AlignVCenter);
     return {};
 }
@@ -199,19 +199,19 @@ QVariant MergedOutlineModel::countData(int row, int role) const {
     const MergedRow& merged = this->row(row);
     if (role == Qt::DisplayRole) {
         const int present = merged.computersWith();
-        return QStringLiteral("%1 of %2").arg(present).arg(present + merged.computersWithout());
+        return tr("%1 of %2").arg(present).arg(present + merged.computersWithout());
     }
     if (role == Cell::ToneRole && merged.computersWithout() == 0) return int(Cell::Tone::Secondary);
     return {};
 }
 
 /// "Missing on Edit Bay" or "Missing on 2: Edit Bay, Sound"; of many the first ones.
-QString MergedOutlineModel::onComputers(const QString& words, QStringList names, qsizetype count) const {
+QString MergedOutlineModel::onComputers(const QString& onOne, const QString& onSeveral, QStringList names,
+                                        qsizetype count) {
     std::sort(names.begin(), names.end());
-    if (count == 1) return QStringLiteral("%1 on %2").arg(words, names.first());
+    if (count == 1) return onOne.arg(names.first());
     if (count > mostNames) names << QStringLiteral("…");
-    return QStringLiteral("%1 on %2: %3")
-        .arg(words, QString::number(count), names.join(QStringLiteral(", ")));
+    return onSeveral.arg(QString::number(count), names.join(QStringLiteral(", ")));
 }
 
 QString MergedOutlineModel::statusText(int row) const {
@@ -221,7 +221,7 @@ QString MergedOutlineModel::statusText(int row) const {
     QStringList names;
     for (const AskedClient& client : merged.absent())
         if (client.hasAnswered && names.size() < mostNames) names << friendlyHost(client.hostName);
-    return onComputers(QStringLiteral("Missing"), names, count);
+    return onComputers(tr("Missing on %1"), tr("Missing on %1: %2"), names, count);
 }
 
 QString MergedOutlineModel::duplicateText(int row) const {
@@ -232,7 +232,7 @@ QString MergedOutlineModel::duplicateText(int row) const {
         if (copies.size() < 2) continue;
         if (++count <= mostNames) names << friendlyHost(copies.front().hostName);
     }
-    return onComputers(QStringLiteral("Duplicated"), names, count);
+    return onComputers(tr("Duplicated on %1"), tr("Duplicated on %1: %2"), names, count);
 }
 
 QStringList MergedOutlineModel::listOfClients(int row, const QString& title,
@@ -255,9 +255,7 @@ QString MergedOutlineModel::statusToolTip(int row) const {
     if (isDuplicated(row)) lines << duplicateText(row);
     const int count = this->row(row).computersWith();
     if (lines.isEmpty())
-        lines << QStringLiteral("The same on %1")
-                     .arg(count == 1 ? QStringLiteral("1 computer")
-                                     : QStringLiteral("%1 computers").arg(count));
+        lines << (count == 1 ? tr("The same on 1 computer") : tr("The same on %1 computers").arg(count));
     return literalText(lines.join(u'\n'));
 }
 
@@ -265,7 +263,7 @@ QVariant MergedOutlineModel::statusData(int row, int role) const {
     const bool alike = !differs(row) && !isDuplicated(row);
     switch (role) {
         case Qt::DisplayRole: {
-            if (alike) return QStringLiteral("No differences");
+            if (alike) return tr("No differences");
             QStringList parts;
             if (differs(row)) parts << statusText(row);
             if (isDuplicated(row)) parts << duplicateText(row);
@@ -311,7 +309,7 @@ QVariant MergedOutlineModel::absentData(const Place& place, int column, int role
     const bool isStatus = column == columnCount() - 1;
     switch (role) {
         case Qt::DisplayRole:
-            if (isStatus) return isKnown ? QLatin1String(m_absentText) : QLatin1String("No answer");
+            if (isStatus) return isKnown ? tr(m_absentText) : tr("No answer");
             return m_headings[size_t(column)].hasValue ? QVariant(CellMark::nothing) : QVariant();
         case Cell::ToneRole:
             return int(!isStatus ? Faint : isKnown ? Warning : Secondary);
@@ -392,7 +390,7 @@ void MergedOutlineModel::sortShown() {
 
 CellMark CellMark::checkBox(int state, const QString& on, const QString& off) {
     using enum Cell::Tone;
-    if (state < 0) return {QStringLiteral("Mixed"), {}, Warning, Warning, int(Qt::PartiallyChecked)};
+    if (state < 0) return {MergedOutlineModel::tr("Mixed"), {}, Warning, Warning, int(Qt::PartiallyChecked)};
     if (state == 0) return {off, {}, Secondary, Faint, int(Qt::Unchecked)};
     return {on, {}, Plain, Good, int(Qt::Checked)};
 }

@@ -72,8 +72,8 @@ Q_SIGNALS:
     void checked(const MergedOutlineModel::Place& place, int column, bool on);
 
 protected:
-    /// What the columns before "Computers" and "Status" are called; `hasValue`: those that a client without
-    /// the thing cannot have.
+    /// What the columns before "Computers" and "Status" are called, to be translated in this class's context;
+    /// `hasValue`: those that a client without the thing cannot have.
     struct Heading {
         const char* title;
         bool hasValue = false;
@@ -120,7 +120,8 @@ private:
     [[nodiscard]] QVariant statusData(int row, int role) const;
     [[nodiscard]] QString statusText(int row) const;
     [[nodiscard]] QString duplicateText(int row) const;
-    [[nodiscard]] QString onComputers(const QString& words, QStringList names, qsizetype count) const;
+    [[nodiscard]] static QString onComputers(const QString& onOne, const QString& onSeveral,
+                                             QStringList names, qsizetype count);
     [[nodiscard]] QString statusToolTip(int row) const;
     void arrange();
     void sortShown();

@@ -35,15 +35,14 @@ void MergedOutlineView::start(const QList<ColumnLayout>& layouts) {
 
 void MergedOutlineView::addSyncButton(const QString& name, const QString& toolTip,
                                       std::function<void()> action) {
-    m_sync = bar().addButton(name, QStringLiteral("sync"), QStringLiteral("Synchronise"), toolTip,
+    m_sync = bar().addButton(name, QStringLiteral("sync"), tr("Synchronise"), toolTip,
                              [this, action = std::move(action)] { runSync(action); });
 }
 
 void MergedOutlineView::updateActions() {
     if (m_sync) {
         const int differing = m_model->differingTotal();
-        m_sync->setText(differing > 0 ? QStringLiteral("Synchronise %1").arg(differing)
-                                      : QStringLiteral("Synchronise"));
+        m_sync->setText(differing > 0 ? tr("Synchronise %1").arg(differing) : tr("Synchronise"));
         m_sync->setEnabled(differing > 0);
         bar().fit();
     }
@@ -58,16 +57,15 @@ void MergedOutlineView::runSync(const std::function<void()>& action) {
     if (hidden > 0) warnings << notNarrowed(hidden);
     if (duplicated > 0)
         warnings
-            << QStringLiteral(
-                   "%1 more than once on a computer. All of them become alike there and do the same at the "
-                   "same time; remove what is too much first.")
-                   .arg(duplicated == 1
-                            ? QStringLiteral("1 %1 is there").arg(words().singular)
-                            : QStringLiteral("%1 %2 are there").arg(duplicated).arg(words().plural));
+            << (duplicated == 1
+                    ? tr("%1 is there more than once on a computer. All of them become alike there and do "
+                         "the same at the same time; remove what is too much first.")
+                    : tr("%1 are there more than once on a computer. All of them become alike there and do "
+                         "the same at the same time; remove what is too much first."))
+                   .arg(counted(duplicated));
     const int all = m_model->differingTotal();
-    VLAlert::ask(QStringLiteral("Synchronise %1?").arg(counted(all, words().singular, words().plural)),
-                 QStringLiteral("Synchronise %1").arg(all), warnings.join(u' '), window(),
-                 [pane = QPointer(this), action] {
+    VLAlert::ask(tr("Synchronise %1?").arg(counted(all)), tr("Synchronise %1").arg(all), warnings.join(u' '),
+                 window(), [pane = QPointer(this), action] {
                      if (pane) action();
                  });
 }
@@ -78,11 +76,10 @@ void MergedOutlineView::applyFilter(const QString& text, bool differencesOnly) {
 
 QString MergedOutlineView::summary() const {
     const int differing = m_model->differingTotal();
-    QStringList parts{counted(rowTotal(), words().singular, words().plural),
-                      differing > 0 ? QStringLiteral("%1 with differences").arg(differing)
-                                    : QStringLiteral("no differences")};
+    QStringList parts{counted(rowTotal()),
+                      differing > 0 ? tr("%1 with differences").arg(differing) : tr("no differences")};
     if (const int duplicated = m_model->duplicatedTotal(); duplicated > 0)
-        parts << QStringLiteral("%1 more than once on a computer").arg(duplicated);
+        parts << tr("%1 more than once on a computer").arg(duplicated);
     return parts.join(QStringLiteral(" · "));
 }
 

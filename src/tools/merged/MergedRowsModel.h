@@ -2,7 +2,8 @@
 
 #include "tools/merged/MergedOutlineModel.h"
 
-/// How the rows of one kind look in an outline: what a tool has to say about them.
+/// How the rows of one kind look in an outline: what a tool has to say about them. What is given as it stands
+/// in the source is translated when it is shown: QT_TRANSLATE_NOOP("MergedOutlineModel", "Name").
 template <typename Row>
 struct RowsLook {
     struct Column {
@@ -73,7 +74,7 @@ protected:
         QStringList lines;
         for (const auto& difference : m_look.differences)
             if (difference.ofCopy && difference.isIn(m_rows.at(row)))
-                lines += listOfClients(row, QLatin1String(difference.title), difference.ofCopy);
+                lines += listOfClients(row, MergedOutlineModel::tr(difference.title), difference.ofCopy);
         return lines;
     }
 

@@ -3,10 +3,12 @@
 #include "tools/merged/MergedRow.h"
 #include "tools/settlekeep/PreferenceTree.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QHash>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <limits>
 #include <tuple>
@@ -122,17 +124,43 @@ void sortBackups(QList<QVariantMap>& backups, const QString& column, bool descen
                    [](Keyed& entry) { return std::move(entry.backup); });
 }
 
-const QStringList& backupTypeTitles() {
-    static const QStringList titles{QStringLiteral("Standard"), QStringLiteral("Known Good"),
-                                    QStringLiteral("Before Update")};
+namespace {
+
+constexpr std::array typeTitles{QT_TRANSLATE_NOOP("BackupList", "Standard"),
+                                QT_TRANSLATE_NOOP("BackupList", "Known Good"),
+                                QT_TRANSLATE_NOOP("BackupList", "Before Update")};
+
+QString translated(const char* text) {
+    return QCoreApplication::translate("BackupList", text);
+}
+
+QString plain(const char* text) {
+    return QString::fromLatin1(text);
+}
+
+QString typeOf(const QVariantMap& backup, QString (*say)(const char*)) {
+    if (!backup.value(originKey).toString().isEmpty())
+        return say(QT_TRANSLATE_NOOP("BackupList", "Automatic"));
+    const QVariant type = backup.value(typeKey);
+    if (!type.isValid()) return {};
+    const qlonglong index = type.toLongLong();
+    if (index >= 0 && index < qlonglong(typeTitles.size())) return say(typeTitles[std::size_t(index)]);
+    return say(QT_TRANSLATE_NOOP("BackupList", "Type %1")).arg(index);
+}
+
+}  // namespace
+
+QStringList backupTypeTitles() {
+    QStringList titles;
+    for (const char* title : typeTitles)
+        titles.append(translated(title));
     return titles;
 }
 
 QString backupTypeText(const QVariantMap& backup) {
-    if (!backup.value(originKey).toString().isEmpty()) return QStringLiteral("Automatic");
-    const QVariant type = backup.value(typeKey);
-    if (!type.isValid()) return {};
-    const qlonglong index = type.toLongLong();
-    const QStringList& titles = backupTypeTitles();
-    return index >= 0 && index < titles.size() ? titles.at(index) : QStringLiteral("Type %1").arg(index);
+    return typeOf(backup, translated);
+}
+
+QString backupTypeWord(const QVariantMap& backup) {
+    return typeOf(backup, plain);
 }

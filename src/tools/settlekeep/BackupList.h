@@ -28,7 +28,9 @@ void sortBackups(QList<QVariantMap>& backups, const QString& column, bool descen
                  const std::function<QString(const QString& hostName)>& friendlyName);
 
 /// Titles of the type menu. A backup's type is its index in it.
-[[nodiscard]] const QStringList& backupTypeTitles();
+[[nodiscard]] QStringList backupTypeTitles();
 /// The title of a backup's type, also of one that this console does not know; "Automatic" for those of the
 /// client itself.
 [[nodiscard]] QString backupTypeText(const QVariantMap& backup);
+/// The same for scripts: not translated.
+[[nodiscard]] QString backupTypeWord(const QVariantMap& backup);

@@ -176,9 +176,11 @@ QVariant BackupModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant BackupModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    static constexpr const char* titles[] = {"Backup", "Computer", "Type", "Date", "Size", "Preferences"};
+    static constexpr const char* titles[] = {QT_TR_NOOP("Backup"), QT_TR_NOOP("Computer"),
+                                             QT_TR_NOOP("Type"),   QT_TR_NOOP("Date"),
+                                             QT_TR_NOOP("Size"),   QT_TR_NOOP("Preferences")};
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return {};
-    if (role == Qt::DisplayRole) return QString::fromLatin1(titles[section]);
+    if (role == Qt::DisplayRole) return tr(titles[section]);
     if (role == Qt::TextAlignmentRole && section == Size) return int(Qt::AlignRight | Qt::AlignVCenter);
     return {};
 }

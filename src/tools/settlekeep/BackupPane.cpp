@@ -15,19 +15,27 @@ BackupPane::BackupPane(SettlekeepController& controller, QWidget* parent)
     : ToolPane(controller,
                {QStringLiteral("settlekeep"), QStringLiteral("settlekeepBackupTableView"),
                 QStringLiteral("settlekeepBackupTable")},
-               {.singular = QStringLiteral("backup"),
-                .plural = QStringLiteral("backups"),
-                .title = QStringLiteral("Backups"),
+               {.title = tr("Backups"),
                 .symbol = QStringLiteral("archive"),
-                .whenNone = QStringLiteral("Tick preferences above and choose Back Up.")},
+                .one = tr("%1 backup"),
+                .many = tr("%1 backups"),
+                .filter = tr("Filter backups"),
+                .noMatch = tr("No matching backup"),
+                .noneShown = tr("No backup passes the filter."),
+                .whenNoneSelected = tr("Select computers to list their backups"),
+                .reading = tr("Reading backups…"),
+                .whenDisconnected = tr("Backups are read as soon as a computer is connected."),
+                .noneFound = tr("No backups found on the selected computers"),
+                .notRead = tr("Backups have not been read yet"),
+                .whenNone = tr("Tick preferences above and choose Back Up.")},
                parent),
       m_controller(controller),
       m_model(new BackupModel(controller.context().friendlyServiceName, this)),
-      m_restore(new QAction(symbolIcon(QStringLiteral("restore")), QStringLiteral("Restore…"), this)) {
+      m_restore(new QAction(symbolIcon(QStringLiteral("restore")), tr("Restore…"), this)) {
     m_restore->setObjectName(QStringLiteral("settlekeepRestore"));
     m_restore->setToolTip(
-        QStringLiteral("Puts the preferences of the selected backup in place on every selected computer.\n"
-                       "Those that are there now are replaced."));
+        tr("Puts the preferences of the selected backup in place on every selected computer.\n"
+           "Those that are there now are replaced."));
     connect(m_restore, &QAction::triggered, this, [this] { restore(selectedBackup()); });
     bar().addButton(m_restore);
     view().setRootIsDecorated(false);
@@ -50,9 +58,10 @@ int BackupPane::rowTotal() const {
 }
 
 QString BackupPane::summary() const {
-    return QStringLiteral("%1 on %2")
-        .arg(counted(rowTotal(), words().singular, words().plural),
-             counted(m_model->computerCount(), QStringLiteral("computer"), QStringLiteral("computers")));
+    const QString backups = counted(rowTotal());
+    const int computers = m_model->computerCount();
+    return computers == 1 ? tr("%1 on 1 computer").arg(backups)
+                          : tr("%1 on %2 computers").arg(backups).arg(computers);
 }
 
 QVariantMap BackupPane::selectedBackup() const {
@@ -71,13 +80,13 @@ void BackupPane::restore(const QVariantMap& backup) {
     QStringList names;
     for (const VLServicePtr& service : services)
         names.append(service->name());
-    const QString where = services.size() == 1 ? names.first()
-                                               : counted(services.size(), QStringLiteral("computer"),
-                                                         QStringLiteral("computers"));
-    VLAlert::ask(QStringLiteral("Restore “%1” on %2?").arg(backupName(backup), where),
-                 QStringLiteral("Restore"),
-                 QStringLiteral("The preferences in this backup replace those on %1.").arg(listed(names, 20)),
-                 window(), [controller = QPointer(&m_controller), backup, services] {
+    const QString question =
+        services.size() == 1
+            ? tr("Restore “%1” on %2?").arg(backupName(backup), names.first())
+            : tr("Restore “%1” on %2 computers?").arg(backupName(backup), QString::number(services.size()));
+    VLAlert::ask(question, tr("Restore"),
+                 tr("The preferences in this backup replace those on %1.").arg(listed(names, 20)), window(),
+                 [controller = QPointer(&m_controller), backup, services] {
                      if (controller) controller->settlekeepRestore(backup, services);
                  });
 }

@@ -16,7 +16,7 @@ constexpr int longestName = 255;
 }
 
 BackupSheet::BackupSheet(SettlekeepController& controller, QWidget* parent)
-    : Sheet(QStringLiteral("Back Up Preferences"), {}, parent),
+    : Sheet(tr("Back Up Preferences"), {}, parent),
       m_controller(controller),
       m_text(new QLabel(this)),
       m_name(new QLineEdit(this)),
@@ -30,10 +30,10 @@ BackupSheet::BackupSheet(SettlekeepController& controller, QWidget* parent)
 
     m_name->setObjectName(QStringLiteral("settlekeepBackupNameText"));
     m_name->setMaxLength(longestName);
-    m_name->setPlaceholderText(QStringLiteral("Before the summer project"));
+    m_name->setPlaceholderText(tr("Before the summer project"));
     m_type->setObjectName(QStringLiteral("settlekeepBackupTypePopUp"));
     m_type->addItems(backupTypeTitles());
-    m_type->setToolTip(QStringLiteral("A note for later: what this backup stands for"));
+    m_type->setToolTip(tr("A note for later: what this backup stands for"));
     const auto add = [this](const QString& title, QWidget* field) {
         auto* caption = new QLabel(title, this);
         caption->setFont(themeFont(0.95, QFont::Medium));
@@ -45,11 +45,11 @@ BackupSheet::BackupSheet(SettlekeepController& controller, QWidget* parent)
         pair->addWidget(field);
         body()->addLayout(pair);
     };
-    add(QStringLiteral("Name"), m_name);
-    add(QStringLiteral("Type"), m_type);
+    add(tr("Name"), m_name);
+    add(tr("Type"), m_type);
 
     addCancelButton()->setObjectName(QStringLiteral("settlekeepCancelBackup"));
-    QPushButton* const backUp = addPrimaryButton(QStringLiteral("Back Up"));
+    QPushButton* const backUp = addPrimaryButton(tr("Back Up"));
     backUp->setObjectName(QStringLiteral("settlekeepBackupDialogBackupBtn"));
     backUp->setEnabled(false);
     connect(m_name, &QLineEdit::textChanged, backUp,
@@ -61,21 +61,25 @@ void BackupSheet::showSheet(SettlekeepController::BackupFlow flow) {
     m_flow = flow;
     const QList<VLServicePtr> selected = m_controller.context().selectedServices();
     const qsizetype count = selected.size();
-    const QString where = count == 1 ? QStringLiteral("the selected computer")
-                                     : QStringLiteral("each of the %1 selected computers").arg(count);
     const QString leftOut = ToolPane::leftOutText(m_controller.context(), selected);
     if (flow == SettlekeepController::BackupFlow::Named) {
-        setHeading(QStringLiteral("Back Up Preferences"));
+        setHeading(tr("Back Up Preferences"));
         const QString keys = m_controller.settlekeepSelectedPrefKeys().join(u',');
-        m_text->setText(QStringLiteral("The ticked preferences are kept on %1: %2.")
-                            .arg(where, PreferenceTree::coveredApplications(keys)) +
-                        leftOut);
+        const QString covered = PreferenceTree::coveredApplications(keys);
+        m_text->setText(
+            (count == 1 ? tr("The ticked preferences are kept on the selected computer: %1.").arg(covered)
+                        : tr("The ticked preferences are kept on each of the %1 selected computers: %2.")
+                              .arg(QString::number(count), covered)) +
+            leftOut);
     } else {
-        setHeading(QStringLiteral("Quick Backup"));
-        m_text->setText(QStringLiteral("The main preferences of all applications are kept on %1, whatever is "
-                                       "ticked.")
-                            .arg(where) +
-                        leftOut);
+        setHeading(tr("Quick Backup"));
+        m_text->setText(
+            (count == 1 ? tr("The main preferences of all applications are kept on the selected computer, "
+                             "whatever is ticked.")
+                        : tr("The main preferences of all applications are kept on each of the %1 selected "
+                             "computers, whatever is ticked.")
+                              .arg(count)) +
+            leftOut);
     }
     setAccessibleDescription(m_text->text());
     m_name->clear();

@@ -11,10 +11,11 @@ constexpr quintptr applicationId = 0;
 /// "com.apple.motion.plist", "com.apple.color.plist and 1 more".
 QString filesText(const VLPrefItem& item) {
     if (item.isParent()) return {};
-    if (!item.files() || item.files()->isEmpty()) return QStringLiteral("Found by each computer's agent");
+    if (!item.files() || item.files()->isEmpty())
+        return PreferenceModel::tr("Found by each computer's agent");
     const QString first = item.files()->constLast().section(u'/', -1);
     const qsizetype more = item.files()->size() - 1;
-    return more == 0 ? first : QStringLiteral("%1 and %2 more").arg(first).arg(more);
+    return more == 0 ? first : PreferenceModel::tr("%1 and %2 more").arg(first, QString::number(more));
 }
 
 /// Every file, as it lies in a user's Library.
@@ -131,12 +132,12 @@ QVariant PreferenceModel::lockData(const VLPrefItem& item, int role) const {
     names.sort();
     switch (role) {
         case Qt::DisplayRole: {
-            const QString where =
-                names.size() == 1 ? names.first() : QStringLiteral("%1 computers").arg(names.size());
-            return isWhole ? QStringLiteral("On %1").arg(where) : QStringLiteral("Partly, on %1").arg(where);
+            const qsizetype count = names.size();
+            if (count == 1) return (isWhole ? tr("On %1") : tr("Partly, on %1")).arg(names.first());
+            return (isWhole ? tr("On %1 computers") : tr("Partly, on %1 computers")).arg(count);
         }
         case Qt::ToolTipRole:
-            return literalText(QStringLiteral("Locked on:\n") +
+            return literalText(tr("Locked on:") + u'\n' +
                                names.first(std::min<qsizetype>(names.size(), 20)).join(u'\n'));
         case Cell::SymbolRole:
             return QStringLiteral("lock");
@@ -147,8 +148,8 @@ QVariant PreferenceModel::lockData(const VLPrefItem& item, int role) const {
 
 QVariant PreferenceModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
-    if (section == Lock) return QStringLiteral("Locked");
-    return section == Name ? QStringLiteral("Preferences") : QStringLiteral("Files");
+    if (section == Lock) return tr("Locked");
+    return section == Name ? tr("Preferences") : tr("Files");
 }
 
 bool PreferenceModel::setData(const QModelIndex& index, const QVariant& value, int role) {

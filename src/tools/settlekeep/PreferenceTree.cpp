@@ -1,5 +1,7 @@
 #include "tools/settlekeep/PreferenceTree.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <span>
 
@@ -15,61 +17,75 @@ struct Group {
 };
 
 struct Application {
-    const char* name;
+    const char* name;  ///< a product's: the same in every language
     const char* key;
     const char* icon;
     std::span<const Group> groups;
 };
 
+// Of groups, shown in the user's language.
+constexpr const char* preferences = QT_TRANSLATE_NOOP("PreferenceTree", "Preferences");
+constexpr const char* borisPluginPreferences =
+    QT_TRANSLATE_NOOP("PreferenceTree", "Boris Plugin Preferences");
+constexpr const char* buttonBars = QT_TRANSLATE_NOOP("PreferenceTree", "Button Bars");
+constexpr const char* keyboardLayouts = QT_TRANSLATE_NOOP("PreferenceTree", "Keyboard Layouts");
+constexpr const char* windowLayouts = QT_TRANSLATE_NOOP("PreferenceTree", "Window Layouts");
+constexpr const char* columnLayouts = QT_TRANSLATE_NOOP("PreferenceTree", "Column Layouts");
+constexpr const char* trackLayouts = QT_TRANSLATE_NOOP("PreferenceTree", "Track Layouts");
+constexpr const char* customSettings = QT_TRANSLATE_NOOP("PreferenceTree", "Custom Settings");
+constexpr const char* userPlugins = QT_TRANSLATE_NOOP("PreferenceTree", "User Plugins");
+constexpr const char* settings = QT_TRANSLATE_NOOP("PreferenceTree", "Settings");
+constexpr const char* destinations = QT_TRANSLATE_NOOP("PreferenceTree", "Destinations");
+
 constexpr Group finalCutPro[] = {
-    {"Preferences",
+    {preferences,
      "fcpPrefs",
      true,
      {"Final Cut Pro User Data/Final Cut Pro Prof Cache.fcpch",
       "Final Cut Pro User Data/Final Cut Pro Obj Cache.fcmch", "com.apple.FinalCutPro.plist"}},
-    {"Boris Plugin Preferences",
+    {borisPluginPreferences,
      "fcpBoris",
      true,
      {"com.borisfx.Vector Shape", "com.borisfx.Title Crawl", "com.borisfx.Title 3D",
       "com.borisfx.Text Scrambler"}},
-    {"Button Bars", "fcpButton", false, {"Final Cut Pro User Data/Button Bars"}},
-    {"Keyboard Layouts", "fcpKeyboard", false, {"Final Cut Pro User Data/Keyboard Layouts"}},
-    {"Window Layouts", "fcpWindow", false, {"Final Cut Pro User Data/Window Layouts"}},
-    {"Column Layouts", "fcpColumn", false, {"Final Cut Pro User Data/Column Layouts"}},
-    {"Track Layouts", "fcpTrack", false, {"Final Cut Pro User Data/Track Layouts"}},
-    {"Custom Settings", "fcpCustom", false, {"Final Cut Pro User Data/Custom Settings"}},
-    {"User Plugins", "fcpPlugins", false, {"Final Cut Pro User Data/Plugins"}},
+    {buttonBars, "fcpButton", false, {"Final Cut Pro User Data/Button Bars"}},
+    {keyboardLayouts, "fcpKeyboard", false, {"Final Cut Pro User Data/Keyboard Layouts"}},
+    {windowLayouts, "fcpWindow", false, {"Final Cut Pro User Data/Window Layouts"}},
+    {columnLayouts, "fcpColumn", false, {"Final Cut Pro User Data/Column Layouts"}},
+    {trackLayouts, "fcpTrack", false, {"Final Cut Pro User Data/Track Layouts"}},
+    {customSettings, "fcpCustom", false, {"Final Cut Pro User Data/Custom Settings"}},
+    {userPlugins, "fcpPlugins", false, {"Final Cut Pro User Data/Plugins"}},
 };
 constexpr Group finalCutExpress[] = {
-    {"Preferences",
+    {preferences,
      "fcePrefs",
      true,
      {"Final Cut Express User Data/Final Cut Express Prof Cache.fcpch",
       "Final Cut Express User Data/Final Cut Express Obj Cache.fcmch", "com.apple.FinalCutExpress.plist"}},
-    {"Boris Plugin Preferences",
+    {borisPluginPreferences,
      "fceBoris",
      true,
      {"com.borisfx.Vector Shape", "com.borisfx.Title Crawl", "com.borisfx.Title 3D",
       "com.borisfx.Text Scrambler"}},
-    {"Button Bars", "fceButton", false, {"Final Cut Express User Data/Button Bars"}},
-    {"Keyboard Layouts", "fceKeyboard", false, {"Final Cut Express User Data/Keyboard Layouts"}},
-    {"Window Layouts", "fceWindow", false, {"Final Cut Express User Data/Window Layouts"}},
-    {"Column Layouts", "fceColumn", false, {"Final Cut Express User Data/Column Layouts"}},
-    {"Track Layouts", "fceTrack", false, {"Final Cut Express User Data/Track Layouts"}},
-    {"Custom Settings", "fceCustom", false, {"Final Cut Express User Data/Custom Settings"}},
-    {"User Plugins", "fcePlugins", false, {"Final Cut Express User Data/Plugins"}},
+    {buttonBars, "fceButton", false, {"Final Cut Express User Data/Button Bars"}},
+    {keyboardLayouts, "fceKeyboard", false, {"Final Cut Express User Data/Keyboard Layouts"}},
+    {windowLayouts, "fceWindow", false, {"Final Cut Express User Data/Window Layouts"}},
+    {columnLayouts, "fceColumn", false, {"Final Cut Express User Data/Column Layouts"}},
+    {trackLayouts, "fceTrack", false, {"Final Cut Express User Data/Track Layouts"}},
+    {customSettings, "fceCustom", false, {"Final Cut Express User Data/Custom Settings"}},
+    {userPlugins, "fcePlugins", false, {"Final Cut Express User Data/Plugins"}},
 };
-constexpr Group soundtrackPro[] = {{"Preferences", "stpPrefs", true, {"com.apple.soundtrackpro.plist"}}};
-constexpr Group motion[] = {{"Preferences", "motionPrefs", true, {"com.apple.motion.plist"}}};
+constexpr Group soundtrackPro[] = {{preferences, "stpPrefs", true, {"com.apple.soundtrackpro.plist"}}};
+constexpr Group motion[] = {{preferences, "motionPrefs", true, {"com.apple.motion.plist"}}};
 constexpr Group color[] = {
-    {"Preferences", "colorPrefs", true, {"Color/Preferences.prf", "com.apple.color.plist"}}};
-constexpr Group dvdStudioPro[] = {{"Preferences", "dvdspPrefs", true, {"com.apple.dvdstudiopro.plist"}}};
-constexpr Group liveType[] = {{"Preferences", "livetypePrefs", true, {"com.apple.LiveType.plist"}}};
-constexpr Group compressor[] = {{"Preferences", "compressorPrefs", true},
-                                {"Settings", "compressorSettings", false},
-                                {"Destinations", "compressorDestinations", false}};
-constexpr Group batchMonitor[] = {{"Preferences", "batchmonPrefs", true, {"com.apple.BatchMonitor.plist"}}};
-constexpr Group cinemaTools[] = {{"Preferences", "ctPrefs", true, {"com.apple.CinemaTools.plist"}}};
+    {preferences, "colorPrefs", true, {"Color/Preferences.prf", "com.apple.color.plist"}}};
+constexpr Group dvdStudioPro[] = {{preferences, "dvdspPrefs", true, {"com.apple.dvdstudiopro.plist"}}};
+constexpr Group liveType[] = {{preferences, "livetypePrefs", true, {"com.apple.LiveType.plist"}}};
+constexpr Group compressor[] = {{preferences, "compressorPrefs", true},
+                                {settings, "compressorSettings", false},
+                                {destinations, "compressorDestinations", false}};
+constexpr Group batchMonitor[] = {{preferences, "batchmonPrefs", true, {"com.apple.BatchMonitor.plist"}}};
+constexpr Group cinemaTools[] = {{preferences, "ctPrefs", true, {"com.apple.CinemaTools.plist"}}};
 
 // Final Cut Express has no drawing of its own.
 constexpr Application applications[] = {
@@ -92,8 +108,12 @@ std::optional<QStringList> filesOf(const Group& group, const QString& folder) {
     return files.isEmpty() ? std::nullopt : std::optional(files);
 }
 
+QString nameOf(const Group& group) {
+    return QCoreApplication::translate("PreferenceTree", group.name);
+}
+
 VLPrefItem itemOf(const Group& group, const QString& folder) {
-    const auto name = QString::fromLatin1(group.name);
+    const QString name = nameOf(group);
     const auto key = QString::fromLatin1(group.key);
     const auto files = filesOf(group, folder);
     return group.isOn ? VLPrefItem::initWithName(name, key, files)
@@ -168,8 +188,7 @@ QList<PreferenceTree::Covered> PreferenceTree::covered(const QString& keys) {
         const bool isWhole = left.removeAll(QString::fromLatin1(application.key)) > 0;
         Covered entry{QString::fromLatin1(application.name), {}};
         for (const Group& group : application.groups)
-            if (left.removeAll(QString::fromLatin1(group.key)) > 0)
-                entry.groups.append(QString::fromLatin1(group.name));
+            if (left.removeAll(QString::fromLatin1(group.key)) > 0) entry.groups.append(nameOf(group));
         const bool anyGroup = !entry.groups.isEmpty();
         if (isWhole || entry.groups.size() == qsizetype(application.groups.size())) entry.groups.clear();
         if (isWhole || anyGroup) result.append(entry);

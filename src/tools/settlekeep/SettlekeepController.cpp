@@ -65,15 +65,13 @@ void SettlekeepController::setPrefSelected(int application, int child, int selec
 
 bool SettlekeepController::isValidName(const QString& name) {
     if (!name.isEmpty() && name != u".") return true;
-    showAlert(QStringLiteral("You must enter a backup name"),
-              QStringLiteral("You must enter a valid name for this backup."));
+    showAlert(tr("You must enter a backup name"), tr("You must enter a valid name for this backup."));
     return false;
 }
 
 void SettlekeepController::settlekeepBackup() {
     if (settlekeepSelectedPrefKeys().isEmpty()) {
-        showAlert(QStringLiteral("No items selected"),
-                  QStringLiteral("You must select at least one item to backup."));
+        showAlert(tr("No items selected"), tr("You must select at least one item to backup."));
         return;
     }
     VLLog::appendLog(QStringLiteral("Showing backup dialog for selected preference backup..."));
@@ -85,8 +83,7 @@ void SettlekeepController::settlekeepBackupAction(const QString& name, int type)
     const QVariantMap options{{backupNameKey, name},
                               {backupTypeKey, qlonglong(type)},
                               {keysKey, settlekeepSelectedPrefKeys().join(u',')}};
-    startRun(QStringLiteral("settlekeepBackupOnThread:"),
-             change(QStringLiteral("Back Up"), QStringLiteral("Backed up"), name),
+    startRun(QStringLiteral("settlekeepBackupOnThread:"), change(tr("Back Up"), tr("Backed up"), name),
              [this, options] { settlekeepBackupOnThread(options); });
 }
 
@@ -99,7 +96,7 @@ void SettlekeepController::settlekeepQuickBackupAction(const QString& name, int 
     if (!isValidName(name)) return;
     const QVariantMap options{{backupNameKey, name}, {backupTypeKey, qlonglong(type)}};
     startRun(QStringLiteral("settlekeepQuickBackupOnThread:"),
-             change(QStringLiteral("Quick Backup"), QStringLiteral("Backed up"), name),
+             change(tr("Quick Backup"), tr("Backed up"), name),
              [this, options] { settlekeepQuickBackupOnThread(options); });
 }
 
@@ -156,17 +153,17 @@ void SettlekeepController::populateLocks() {
 void SettlekeepController::settlekeepLock() {
     sendKeys(QStringLiteral("Locking selected Settlekeep prefs: %@"),
              QStringLiteral("settlekeepLockSelected:"), QStringLiteral("settlekeepLock:"),
-             change(QStringLiteral("Lock"), QStringLiteral("Locked")));
+             change(tr("Lock"), tr("Locked")));
 }
 
 void SettlekeepController::settlekeepUnlock() {
     sendKeys(QStringLiteral("Unlocking selected Settlekeep prefs: %@"),
              QStringLiteral("settlekeepUnlockSelected:"), QStringLiteral("settlekeepUnlock:"),
-             change(QStringLiteral("Unlock"), QStringLiteral("Unlocked")));
+             change(tr("Unlock"), tr("Unlocked")));
 }
 
 void SettlekeepController::settlekeepTrash() {
-    Run::Description trashing = change(QStringLiteral("Trash"), QStringLiteral("Trashed"));
+    Run::Description trashing = change(tr("Trash"), tr("Trashed"));
     trashing.keeping = keeping();
     sendKeys(QStringLiteral("Trashing selected preferences: %@"), QStringLiteral("settlekeepTrashSelected:"),
              QStringLiteral("settlekeepTrash:"), trashing);
@@ -174,8 +171,7 @@ void SettlekeepController::settlekeepTrash() {
 
 void SettlekeepController::settlekeepQuickTrash() {
     VLLog::appendLog(QStringLiteral("Settlekeep quick trash..."));
-    Run::Description trashing =
-        change(QStringLiteral("Quick Trash"), QStringLiteral("Trashed"), QStringLiteral("main preferences"));
+    Run::Description trashing = change(tr("Quick Trash"), tr("Trashed"), tr("main preferences"));
     trashing.keeping = keeping();
     startRun(QStringLiteral("settlekeepQuickTrash:"), trashing, [this] {
         context().runner->executeRemoteTasks(QStringLiteral("0"), QStringLiteral("com.velmora.settlekeep"),
@@ -267,7 +263,7 @@ ToolReport SettlekeepController::report() const {
     for (const QVariantMap& backup : std::as_const(backups)) {
         report.rows.append({backupName(backup),
                             context().friendlyServiceName(backup.value(ClientCopy::hostNameKey).toString()),
-                            backupTypeText(backup),
+                            backupTypeWord(backup),
                             backup.value(QStringLiteral("date")).toDateTime().toUTC().toString(Qt::ISODate),
                             backup.value(QStringLiteral("size")).toString(),
                             PreferenceTree::coveredApplications(backup.value(keysKey).toString())});
@@ -279,8 +275,7 @@ ToolReport SettlekeepController::report() const {
 
 void SettlekeepController::settlekeepRestore(const QVariantMap& backup, const QList<VLServicePtr>& services) {
     if (backup.isEmpty()) return;
-    Run::Description restoring =
-        change(QStringLiteral("Restore"), QStringLiteral("Restored"), backupName(backup));
+    Run::Description restoring = change(tr("Restore"), tr("Restored"), backupName(backup));
     restoring.keeping = keeping();
     startRunOn(QStringLiteral("settlekeepRestoreBackup:"), restoring, {services.begin(), services.end()},
                [this, backup] { settlekeepRestoreBackup(backup); });
@@ -307,14 +302,13 @@ void SettlekeepController::restore(const QVariantMap& backup) {
         context().serviceWithHostName(backup.value(ClientCopy::hostNameKey).toString());
     if (!owner) {
         VLLog::appendLog(QStringLiteral("Unable to get service for selected backup."));
-        return noteNothingToSend(QStringLiteral("the computer that has the backup is not in the list"));
+        return noteNothingToSend(tr("the computer that has the backup is not in the list"));
     }
     const QString path = backup.value(pathKey).toString();
     const QVariant data = ask(QStringLiteral("settlekeepBackupData:"), path, owner);
     if (data.typeId() != QMetaType::QByteArray) {
         VLLog::appendLog(QStringLiteral("Unable to get data for selected backup."));
-        return noteNothingToSend(
-            QStringLiteral("the backup could not be fetched from %1").arg(owner->name()));
+        return noteNothingToSend(tr("the backup could not be fetched from %1").arg(owner->name()));
     }
     const QList<RemoteClientPtr> clients = Run::current()->clients();
     context().progress->progressBarSetMaxValue(double(clients.size()));
@@ -326,7 +320,7 @@ void SettlekeepController::restore(const QVariantMap& backup) {
 void SettlekeepController::restoreOn(const RemoteClientPtr& client, const RemoteClient& owner,
                                      const QString& path, const QByteArray& data) const {
     postProgress([name = client->name()](TaskProgress& progress) {
-        progress.updateProgressStatus(QStringLiteral("Restoring backup on %1...").arg(name));
+        progress.updateProgressStatus(tr("Restoring backup on %1...").arg(name));
     });
     if (client->hostName() == owner.hostName())
         context().runner->executeRemoteMethod(QStringLiteral("settlekeepRestoreLocalBackup:"), path, {},

@@ -17,8 +17,8 @@
 
 Tool settlekeepTool() {
     return {.identifier = QStringLiteral("settlekeep"),
-            .title = QStringLiteral("Settlekeep"),
-            .subtitle = QStringLiteral("Back up, restore, lock and trash application preferences"),
+            .title = SettlekeepView::tr("Settlekeep"),
+            .subtitle = SettlekeepView::tr("Back up, restore, lock and trash application preferences"),
             .clearingPlace = 5,
             .settings = sortSettings(QStringLiteral("settlekeepBackupTable"), QStringLiteral("name")),
             .makeController = controllerMaker<SettlekeepController>(),
@@ -55,11 +55,11 @@ SettlekeepView::SettlekeepView(SettlekeepController& controller, QWidget* parent
     updateActions();
 }
 
-void SettlekeepView::addAction(const char* name, const char* symbol, const char* text, const char* toolTip,
-                               void (SettlekeepController::*action)()) {
-    auto* made = new QAction(symbolIcon(QLatin1String(symbol)), QString::fromUtf8(text), this);
+void SettlekeepView::addAction(const char* name, const char* symbol, const QString& text,
+                               const QString& toolTip, void (SettlekeepController::*action)()) {
+    auto* made = new QAction(symbolIcon(QLatin1String(symbol)), text, this);
     made->setObjectName(QLatin1String(name));
-    made->setToolTip(QString::fromUtf8(toolTip));
+    made->setToolTip(toolTip);
     connect(made, &QAction::triggered, &m_controller, action);
     m_bar->addButton(made);
     m_actions << made;
@@ -67,26 +67,25 @@ void SettlekeepView::addAction(const char* name, const char* symbol, const char*
 
 QWidget* SettlekeepView::makePreferences() {
     using C = SettlekeepController;
-    addAction("settlekeepBackup", "archive", "Back Up…",
-              "Keeps a copy of the ticked preferences on every selected computer", &C::settlekeepBackup);
-    addAction("settlekeepQuickBackup", "archive-quick", "Quick Backup…",
-              "Keeps a copy of the main preferences of all applications,\nwhatever is ticked",
+    addAction("settlekeepBackup", "archive", tr("Back Up…"),
+              tr("Keeps a copy of the ticked preferences on every selected computer"), &C::settlekeepBackup);
+    addAction("settlekeepQuickBackup", "archive-quick", tr("Quick Backup…"),
+              tr("Keeps a copy of the main preferences of all applications,\nwhatever is ticked"),
               &C::settlekeepQuickBackup);
-    addAction("settlekeepLock", "lock", "Lock",
-              "Protects the files of the ticked preferences against every change.\n"
-              "Locked preferences can be neither restored nor trashed until they are unlocked.",
+    addAction("settlekeepLock", "lock", tr("Lock"),
+              tr("Protects the files of the ticked preferences against every change.\n"
+                 "Locked preferences can be neither restored nor trashed until they are unlocked."),
               &C::settlekeepLock);
-    addAction("settlekeepUnlock", "unlock", "Unlock", "Lets applications change the ticked preferences again",
-              &C::settlekeepUnlock);
-    addAction("settlekeepTrash", "trash", "Trash",
-              "Moves the ticked preferences to the trash of each selected computer, at once.\n"
-              "Applications make new ones when they are opened.",
+    addAction("settlekeepUnlock", "unlock", tr("Unlock"),
+              tr("Lets applications change the ticked preferences again"), &C::settlekeepUnlock);
+    addAction("settlekeepTrash", "trash", tr("Trash"),
+              tr("Moves the ticked preferences to the trash of each selected computer, at once.\n"
+                 "Applications make new ones when they are opened."),
               &C::settlekeepTrash);
-    addAction("settlekeepQuickTrash", "trash-quick", "Quick Trash",
-              "Moves the main preferences of all applications to the trash, at once,\nwhatever is ticked",
+    addAction("settlekeepQuickTrash", "trash-quick", tr("Quick Trash"),
+              tr("Moves the main preferences of all applications to the trash, at once,\nwhatever is ticked"),
               &C::settlekeepQuickTrash);
-    setUpPaneTable(*m_preferenceView, QStringLiteral("settlekeepPrefOutlineView"),
-                   QStringLiteral("Preferences"));
+    setUpPaneTable(*m_preferenceView, QStringLiteral("settlekeepPrefOutlineView"), tr("Preferences"));
     m_preferenceView->setModel(m_preferences);
     turnBoxesWithSpace(*m_preferenceView, PreferenceModel::Name);
     m_preferenceView->header()->resizeSection(PreferenceModel::Name, 240);
@@ -140,8 +139,8 @@ void SettlekeepView::showPreferenceMenu(const QPoint& position) {
     menu->insertSeparator(m_actions.at(2));
     menu->insertSeparator(m_actions.at(4));
     menu->addSeparator();
-    menu->addAction(QStringLiteral("Tick All"), this, [this] { tickAll(VLPrefItem::On); });
-    menu->addAction(QStringLiteral("Untick All"), this, [this] { tickAll(VLPrefItem::Off); });
+    menu->addAction(tr("Tick All"), this, [this] { tickAll(VLPrefItem::On); });
+    menu->addAction(tr("Untick All"), this, [this] { tickAll(VLPrefItem::Off); });
     menu->addSeparator();
     addExpandItems(*menu, *m_preferenceView);
     menu->popup(m_preferenceView->viewport()->mapToGlobal(position));

@@ -20,7 +20,7 @@ public:
 private:
     [[nodiscard]] QWidget* makePreferences();
     [[nodiscard]] QWidget* makeBackups();
-    void addAction(const char* name, const char* symbol, const char* text, const char* toolTip,
+    void addAction(const char* name, const char* symbol, const QString& text, const QString& toolTip,
                    void (SettlekeepController::*action)());
     void updateActions();
     void showLocks();

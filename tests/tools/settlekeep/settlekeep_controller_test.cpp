@@ -1,10 +1,12 @@
 #include "support/AlertAnswers.h"
 #include "support/TestTable.h"
 #include "support/ToolBench.h"
+#include "tools/settlekeep/BackupList.h"
 #include "tools/settlekeep/SettlekeepController.h"
 
 #include <QSignalSpy>
 #include <QTest>
+#include <QTranslator>
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +22,14 @@ FakeProxy::Answer holding(const QVariant& backups, const QVariant& data = QByteA
 }
 
 const QVariantMap oneBackup{{u"B"_s, QVariantMap{{u"path"_s, u"/B"_s}, {u"name"_s, u"B"_s}, {u"type"_s, 1}}}};
+
+class LoudTranslator : public QTranslator {
+public:
+    [[nodiscard]] bool isEmpty() const override { return false; }
+    [[nodiscard]] QString translate(const char*, const char* text, const char*, int) const override {
+        return QString::fromUtf8(text).toUpper();
+    }
+};
 
 }  // namespace
 
@@ -68,6 +78,21 @@ private Q_SLOTS:
         hosts.sort();
         QCOMPARE(hosts, (QStringList{u"one.local."_s, u"two.local."_s}));
         QCOMPARE(m_controller->locks().value(u"stpPrefs"_s), QStringList{u"one.local."_s});
+    }
+
+    void scriptsReadEnglishAndUsersTheirLanguage() {
+        LoudTranslator loud;
+        QVERIFY(QCoreApplication::installTranslator(&loud));
+        addClient(u"one"_s, holding(oneBackup));
+        QVERIFY(m_bench->run([this] { m_controller->refresh(); }));
+        const ToolReport report = m_controller->report();
+        QCOMPARE(report.header.value(2), u"Type"_s);
+        QCOMPARE(report.rows.value(0).value(2), u"Known Good"_s);
+        QCOMPARE(backupTypeText(m_controller->settlekeepBackupArray().value(0)), u"KNOWN GOOD"_s);
+        m_controller->becomesVisible();
+        const VLPrefItem first = m_controller->settlekeepPrefArray().value(0);
+        QCOMPARE(first.name(), u"Final Cut Pro"_s);
+        QCOMPARE(first.children().value(1).name(), u"BORIS PLUGIN PREFERENCES"_s);
     }
 
     void backups() {
