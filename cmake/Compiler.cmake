@@ -10,6 +10,8 @@ endif()
 add_library(orlendo_options INTERFACE)
 target_compile_definitions(orlendo_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH)
 target_compile_options(orlendo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
+# Otherwise Clang takes a precompiled header that comes out of the cache for outdated.
+target_compile_options(orlendo_options INTERFACE "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
 # When it optimises, as the sanitizer presets do too, GCC 12 sees uninitialized values in kj's Maybe that are none.
 target_compile_options(orlendo_options INTERFACE
   $<$<CONFIG:RelWithDebInfo,Release>:-Wno-maybe-uninitialized>)
@@ -17,7 +19,7 @@ if(ORLENDO_WERROR)
   target_compile_options(orlendo_options INTERFACE -Werror)
 endif()
 if(ORLENDO_SANITIZE)
-  target_compile_options(orlendo_options INTERFACE -Wno-maybe-uninitialized -fsanitize=${ORLENDO_SANITIZE} -fno-omit-frame-pointer)
+  target_compile_options(orlendo_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> -fsanitize=${ORLENDO_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(orlendo_options INTERFACE -fsanitize=${ORLENDO_SANITIZE})
 endif()
 

@@ -19,7 +19,8 @@ std::shared_ptr<PinnedCertificates> ConsoleIdentity::pins() {
 void ConsoleIdentity::exportCertificate(const QString& path) {
     const QByteArray certificate = load().certificate;
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(certificate) == certificate.size() && file.commit())
+    if (file.open(QIODevice::WriteOnly) && file.write(certificate) == certificate.size() && file.flush() &&
+        file.commit())
         return;
     throw VLException(VLException::generic,
                       QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));

@@ -356,7 +356,9 @@ bool PropertyList::writeFileAtomically(const QString& path, const QVariant& valu
         return false;
     }
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit()) return true;
+    // flush(): what cannot be written any more at the very end would pass unnoticed.
+    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.flush() && file.commit())
+        return true;
     setError(error, QStringLiteral("%1: %2").arg(path, file.errorString()));
     return false;
 }

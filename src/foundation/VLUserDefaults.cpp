@@ -34,7 +34,9 @@ bool readPropertyList(QIODevice& device, QSettings::SettingsMap& map) {
 
 bool writePropertyList(QIODevice& device, const QSettings::SettingsMap& map) {
     const QByteArray data = PropertyList::toData(map);
-    return !data.isEmpty() && device.write(data) == data.size();
+    auto* const file = qobject_cast<QFileDevice*>(&device);
+    // The file takes the old one's place even when the rest of its buffer cannot be written.
+    return !data.isEmpty() && device.write(data) == data.size() && (!file || file->flush());
 }
 
 QSettings::Format settingsFormat() {

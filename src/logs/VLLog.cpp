@@ -73,7 +73,8 @@ QString header() {
 /// The error's description, or nothing when all went well.
 QString writeAtomically(const QString& path, const QByteArray& data) {
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit()) return {};
+    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.flush() && file.commit())
+        return {};
     return file.errorString();
 }
 

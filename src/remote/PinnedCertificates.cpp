@@ -47,7 +47,7 @@ bool PinnedCertificates::pin(const QString& client, const QByteArray& certificat
         return false;
     QSaveFile file(filePath(client));
     return file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly) &&
-           file.write(certificate) == certificate.size() && file.commit();
+           file.write(certificate) == certificate.size() && file.flush() && file.commit();
 }
 
 bool PinnedCertificates::remove(const QString& client) {

@@ -98,7 +98,7 @@ void writeFile(const QString& path, const QByteArray& data, QFile::Permissions p
     QSaveFile file(path);
     // The permissions are set while the file is still empty.
     if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(permissions) ||
-        file.write(data) != data.size() || !file.commit())
+        file.write(data) != data.size() || !file.flush() || !file.commit())
         fail(QStringLiteral("Cannot write %1: %2.").arg(path, file.errorString()));
 }
 

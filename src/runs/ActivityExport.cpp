@@ -113,7 +113,7 @@ ActivityExport::Result ActivityExport::write(const QString& activityFile, const 
     } catch (const ActivityError& error) {
         return {runs, error.text()};
     }
-    isWritten = isWritten && file.write(frame.end) == frame.end.size();
+    isWritten = isWritten && file.write(frame.end) == frame.end.size() && file.flush();
     if (!isWritten || !file.commit()) return {runs, problem()};
     return {runs, {}};
 }

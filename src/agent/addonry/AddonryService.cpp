@@ -57,7 +57,13 @@ PluginChanges::Move moveTo(const PluginPlaces& places, const PluginPlace& from, 
 /// does not take a change are failures.
 class Service {
 public:
-    explicit Service(AgentContext& agent) : m_agent(agent) {}
+    explicit Service(AgentContext& agent) : m_agent(agent) {
+        try {
+            changes().recover();
+        } catch (const VLException& error) {
+            VLLog::appendLog(error.reason());  // the next change tries again
+        }
+    }
 
     QVariant list(quint64 peer) const {
         const QVariantList plugins = PluginCatalog::list(m_agent.tree, m_agent.consoleUser());
@@ -69,23 +75,18 @@ public:
 
     QVariant data(const QVariant& path) {
         const std::lock_guard lock(m_mutex);  // not while it is being replaced
-        return PluginChanges(m_agent.tree).pack(places().at(path.toString()));
+        return changes().pack(places().at(path.toString()));
     }
 
     QVariant install(const QVariantMap& plugin, const QByteArray& archive) {
-        const std::lock_guard lock(m_mutex);
+        const auto lock = beginChange();
         const PluginPlaces here = places();
         const QString fileName = textIn(plugin, pathKey).section(u'/', -1);
         const PluginPlace place = here.placeForNew(textIn(plugin, typeKey), fileName);
         const auto before = here.find(place.path);
-        const PluginChanges changes(m_agent.tree);
         // One that was disabled is installed anew and enabled; there are not two of them afterwards.
-        if (before && before->disabled) {
-            changes.install(here, *before, archive);
-            changes.move(QList{PluginChanges::Move{*before, place}});
-        } else {
-            changes.install(here, place, archive);
-        }
+        const bool wasDisabled = before && before->disabled;
+        changes().install(here, place, archive, wasDisabled ? before->path : QString());
         return {};
     }
 
@@ -97,13 +98,13 @@ public:
         const QString path = textIn(objects.value(QStringLiteral("obj1")).toMap(), pathKey);
         const PluginPlace place = places().at(path);
         if (place.isMachineWide()) requireAdministrator(call);
-        const std::lock_guard lock(m_mutex);
+        const auto lock = beginChange();
         const PluginPlaces here = places();
         // Somebody may have moved it while the password was checked.
         if (here.at(path).path != place.path)
             throw VLException(VLException::refused,
                               QStringLiteral("The plug-in at %1 was moved meanwhile").arg(place.path));
-        PluginChanges(m_agent.tree).install(here, place, archive.toByteArray());
+        changes().install(here, place, archive.toByteArray());
         return {};
     }
 
@@ -112,8 +113,8 @@ public:
         const bool needsRights =
             std::any_of(moves.begin(), moves.end(), [](const auto& move) { return move.touchesMachine(); });
         if (needsRights) requireAdministrator(call);
-        const std::lock_guard lock(m_mutex);
-        PluginChanges(m_agent.tree).move(moves);
+        const auto lock = beginChange();
+        changes().move(moves);
         return {};
     }
 
@@ -134,6 +135,15 @@ public:
     }
 
 private:
+    [[nodiscard]] PluginChanges changes() const {
+        return {m_agent.tree, m_agent.settings.stateDirectory, m_agent.consoleUser()};
+    }
+    /// Nothing is changed before what was begun earlier is completed.
+    [[nodiscard]] std::unique_lock<std::mutex> beginChange() {
+        std::unique_lock lock(m_mutex);
+        changes().recover();
+        return lock;
+    }
     [[nodiscard]] PluginPlaces places() const { return {m_agent.tree, m_agent.consoleUser()}; }
 
     /// What is touched decides, not the way in which the console sent it.

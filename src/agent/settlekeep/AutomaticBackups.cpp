@@ -56,9 +56,9 @@ QList<QVariantMap> AutomaticBackups::list() const {
     return found;
 }
 
-PreferenceChange::Step AutomaticBackups::stage(const PreferenceChange& change, const QString& working,
-                                               const QList<Group>& groups, Before before,
-                                               const QString& name) const {
+TreeChange::Step AutomaticBackups::stage(const TreeChange& change, const QString& working,
+                                         const QList<Group>& groups, Before before,
+                                         const QString& name) const {
     const QString folder = working + QStringLiteral("/former");
     m_writer.makeFolders(copiesIn(folder));
     QList<TreeWriter::Copy> copies;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "agent/settlekeep/PreferenceChange.h"
 #include "agent/settlekeep/PreferenceKeys.h"
+#include "agent/tree/TreeChange.h"
 
 #include <QList>
 #include <QString>
@@ -30,9 +30,9 @@ public:
     [[nodiscard]] static QString copiesIn(const QString& path) { return path + QStringLiteral("/Library"); }
 
     /// Copies what there is of the groups into `working`. The step that makes it a backup of that name.
-    [[nodiscard]] PreferenceChange::Step stage(const PreferenceChange& change, const QString& working,
-                                               const QList<PreferenceKeys::Group>& groups, Before before,
-                                               const QString& name) const;
+    [[nodiscard]] TreeChange::Step stage(const TreeChange& change, const QString& working,
+                                         const QList<PreferenceKeys::Group>& groups, Before before,
+                                         const QString& name) const;
     /// Moves those that are too many to new folders in `workingFolders`, each in one step, and removes them
     /// there. Never `newest`.
     void makeRoom(const QString& newest, const QString& workingFolders) const;

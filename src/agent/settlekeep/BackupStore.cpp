@@ -66,7 +66,7 @@ QString nameBefore(const QVariantMap& restored) {
 BackupStore::BackupStore(const WorkstationTree& tree, const QString& stateDirectory, const QString& user)
     : m_tree(tree),
       m_writer(tree),
-      m_change(tree, stateDirectory),
+      m_change(tree, stateDirectory + QStringLiteral("/settlekeep")),
       m_user(user),
       m_library(WorkstationTree::homePath(user) + QStringLiteral("/Library/")),
       m_base(m_library + QStringLiteral("Application Support/Velmora/Settlekeep/")),
@@ -226,8 +226,8 @@ BackupStore::Change BackupStore::restoreFrom(const QString& path) const {
 BackupStore::Change BackupStore::restoreWith(
     const std::function<QVariantMap(const QString& folder)>& unpack) const {
     const QString working = newWorkingFolder(), unpacked = working + newFolder;
-    QList<PreferenceChange::Step> steps;
-    PreferenceChange::Step backup;
+    QList<TreeChange::Step> steps;
+    TreeChange::Step backup;
     Change change;
     try {
         const QVariantMap info = unpack(unpacked);
@@ -244,7 +244,7 @@ BackupStore::Change BackupStore::restoreWith(
         removeWorkingFolder(working);
         throw;
     }
-    change.kept = commit(working, std::move(steps), backup, PreferenceChange::Former::Removed);
+    change.kept = commit(working, std::move(steps), backup, TreeChange::Former::Removed);
     return change;
 }
 
@@ -265,10 +265,10 @@ QList<Group> BackupStore::groupsIn(const QString& unpacked, const QVariantMap& i
     return groups;
 }
 
-QList<PreferenceChange::Step> BackupStore::restoringSteps(const QString& working, const QVariantMap& info,
-                                                          const QList<Group>& groups) const {
+QList<TreeChange::Step> BackupStore::restoringSteps(const QString& working, const QVariantMap& info,
+                                                    const QList<Group>& groups) const {
     const QString unpacked = working + newFolder;
-    QList<PreferenceChange::Step> steps;
+    QList<TreeChange::Step> steps;
     for (const QString& file : PreferenceKeys::files(groups)) {
         const QString former = AutomaticBackups::copiesIn(unpacked) + u'/' + file;
         if (holds(unpacked, file, info)) {
@@ -287,8 +287,8 @@ BackupStore::Change BackupStore::trash(const QList<Group>& groups) const {
         if (isThere(absolute(file))) targets.append(absolute(file));
     if (targets.isEmpty()) return {};
     const QString working = newWorkingFolder();
-    QList<PreferenceChange::Step> steps;
-    PreferenceChange::Step backup;
+    QList<TreeChange::Step> steps;
+    TreeChange::Step backup;
     try {
         for (const QString& target : std::as_const(targets)) {
             // In the trash it is found under its own name.
@@ -303,23 +303,23 @@ BackupStore::Change BackupStore::trash(const QList<Group>& groups) const {
         removeWorkingFolder(working);
         throw;
     }
-    return {{}, targets.size(), commit(working, std::move(steps), backup, PreferenceChange::Former::Trashed)};
+    return {{}, targets.size(), commit(working, std::move(steps), backup, TreeChange::Former::Trashed)};
 }
 
-QString BackupStore::commit(const QString& working, QList<PreferenceChange::Step> steps,
-                            const PreferenceChange::Step& backup, PreferenceChange::Former former) const {
+QString BackupStore::commit(const QString& working, QList<TreeChange::Step> steps,
+                            const TreeChange::Step& backup, TreeChange::Former former) const {
     if (steps.isEmpty()) {
         removeWorkingFolder(working);
         return {};
     }
     steps.prepend(backup);
-    m_change.commit(working, steps, former, m_user);
+    m_change.commit({working}, steps, former, m_user);
     m_automatic.makeRoom(backup.target, m_working);
     return backup.target;
 }
 
-void BackupStore::refuseLocked(const QList<PreferenceChange::Step>& steps, const QString& what) const {
-    for (const PreferenceChange::Step& step : steps) {
+void BackupStore::refuseLocked(const QList<TreeChange::Step>& steps, const QString& what) const {
+    for (const TreeChange::Step& step : steps) {
         if (!isThere(step.target) || !m_writer.isLocked(step.target)) continue;
         refuse(QStringLiteral("Nothing was %1: %2 is locked. Unlock the preferences first.")
                    .arg(what, step.target));

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "agent/settlekeep/AutomaticBackups.h"
-#include "agent/settlekeep/PreferenceChange.h"
 #include "agent/settlekeep/PreferenceKeys.h"
+#include "agent/tree/TreeChange.h"
 #include "agent/tree/TreeWriter.h"
 #include "agent/tree/WorkstationTree.h"
 
@@ -77,17 +77,17 @@ private:
     [[nodiscard]] Change restoreWith(const std::function<QVariantMap(const QString& folder)>& unpack) const;
     [[nodiscard]] QList<PreferenceKeys::Group> groupsIn(const QString& unpacked,
                                                         const QVariantMap& info) const;
-    [[nodiscard]] QList<PreferenceChange::Step> restoringSteps(
-        const QString& working, const QVariantMap& info, const QList<PreferenceKeys::Group>& groups) const;
+    [[nodiscard]] QList<TreeChange::Step> restoringSteps(const QString& working, const QVariantMap& info,
+                                                         const QList<PreferenceKeys::Group>& groups) const;
     [[nodiscard]] bool holds(const QString& unpacked, const QString& file, const QVariantMap& info) const;
     /// Does the steps, with the backup of what was there. The path of that.
-    [[nodiscard]] QString commit(const QString& working, QList<PreferenceChange::Step> steps,
-                                 const PreferenceChange::Step& backup, PreferenceChange::Former former) const;
-    void refuseLocked(const QList<PreferenceChange::Step>& steps, const QString& what) const;
+    [[nodiscard]] QString commit(const QString& working, QList<TreeChange::Step> steps,
+                                 const TreeChange::Step& backup, TreeChange::Former former) const;
+    void refuseLocked(const QList<TreeChange::Step>& steps, const QString& what) const;
 
     const WorkstationTree& m_tree;
     TreeWriter m_writer;
-    PreferenceChange m_change;
+    TreeChange m_change;
     QString m_user;
     QString m_library;  ///< with a slash at the end
     QString m_base, m_backups, m_working;

@@ -314,8 +314,3 @@ bool TreeWriter::isLocked(const QString& path) const {
     const auto place = TreeAccess::placeOf(m_tree, path);
     return !visitFiles(place.folder, place.name, path, [](int file) { return !isFileLocked(file); });
 }
-
-QString TreeWriter::stagingPath(const QString& folder) const {
-    const auto made = TreeAccess::makeFolders(m_tree, TreeAccess::partsOf(folder));
-    return folder + u'/' + QFile::decodeName(TreeAccess::temporaryName(m_tree, made));
-}

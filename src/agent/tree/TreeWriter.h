@@ -56,11 +56,6 @@ public:
     /// Whether a file (any file in a folder) is immutable or read-only for its owner.
     [[nodiscard]] bool isLocked(const QString& path) const;
 
-    /// A hidden path in `folder` (which is made) that nobody uses, to unpack or build what then replaces
-    /// something. Should this program be killed, what lies there is removed at its next start, or by a later
-    /// change in that folder.
-    [[nodiscard]] QString stagingPath(const QString& folder) const;
-
 private:
     const WorkstationTree& m_tree;
 };

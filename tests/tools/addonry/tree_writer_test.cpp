@@ -11,10 +11,8 @@
 #include <QTest>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -343,34 +341,6 @@ private Q_SLOTS:
         QCOMPARE(noted.value(mark).toStringList(), QStringList{});
         QCOMPARE(noted.size(), 1);
         QCOMPARE(noted.first().toStringList(), QStringList{u"/Users/anna"_s});
-    }
-
-    /// Whenever the program dies, the folder is the old or the new one, and nothing is left behind for good.
-    void killedInTheMiddle() {
-        const auto build = [this](const QString& path, const QByteArray& text) {
-            for (int i = 0; i < 20; ++i)
-                m_writer->write(path + u"/%1"_s.arg(i), text);
-        };
-        m_writer->makeFolders("/Library/T");
-        build("/Library/T", "old");
-        for (int round = 0; round < 15; ++round) {
-            const pid_t child = fork();
-            if (child == 0) {
-                for (int i = 0;; ++i) {
-                    const QString staged = m_writer->stagingPath("/Library");
-                    m_writer->makeFolders(staged);
-                    build(staged, i % 2 ? "old" : "new");
-                    m_writer->replace(staged, "/Library/T");
-                }
-            }
-            QTest::qSleep(5 + round * 3);
-            kill(child, SIGKILL);
-            waitpid(child, nullptr, 0);
-            const QByteArray first = contentsOf(disk("/Library/T/0"));
-            QVERIFY(first == "old" || first == "new");
-            for (int i = 0; i < 20; ++i)
-                QCOMPARE(contentsOf(disk(u"/Library/T/%1"_s.arg(i))), first);
-        }
     }
 };
 

@@ -1,8 +1,6 @@
-#include "agent/settlekeep/BackupStore.h"
 #include "agent/tree/TreeArchive.h"
-#include "support/FailingRenames.h"
+#include "support/ChangedHome.h"
 #include "support/FullDisk.h"
-#include "support/Programs.h"
 #include "support/SampleAgent.h"
 #include "support/TestEnvironment.h"
 #include "support/TestTable.h"
@@ -24,8 +22,7 @@ const QString anna = u"/Users/anna/Library/"_s;
 const QString editorData = u"Preferences/Final Cut Pro User Data/"_s;
 const QString editorList = u"Preferences/com.apple.FinalCutPro.plist"_s;
 const QString motionList = u"Preferences/com.apple.motion.plist"_s;
-const QString settlekeep = anna + u"Application Support/Velmora/Settlekeep/"_s;
-const QString backups = settlekeep + u"Backups"_s, automatic = settlekeep + u"Automatic"_s;
+const QString backups = anna + u"Application Support/Velmora/Settlekeep/Backups"_s;
 
 const std::pair<QString, QVariantList> quickTrash{u"executeTask:bundleID:options:"_s,
                                                   {u"0"_s, u"com.velmora.settlekeep"_s, QVariant()}};
@@ -47,94 +44,11 @@ QStringList preferences(const QStringList& home) {
     return home.filter(QRegularExpression(u"^(/Users/anna)?/(Library/Preferences|[.]Trash)/.*: "_s));
 }
 
-/// A small home folder whose preferences were changed since FOLDER/archive.zip was made of them: one of each
-/// kind of change.
-struct ChangedHome {
-    ChangedHome() {
-        const QString preferences = folder.filePath(u"disk"_s) + anna + u"Preferences/"_s;
-        writeFile(preferences + u"com.apple.color.plist"_s, "color");
-        writeFile(preferences + u"com.apple.motion.plist"_s, "motion");
-        writeFile(preferences + u"Final Cut Pro User Data/Button Bars/Old.layout"_s, QByteArray(3000, 'x'));
-        const BackupStore store(tree, folder.filePath(u"state"_s), u"anna"_s);
-        const QString path = store.create(u"B"_s, 0, PreferenceKeys::groups(keys));
-        writeFile(folder.filePath(u"archive.zip"_s), store.data(path));
-        writeFile(preferences + u"com.apple.color.plist"_s, "new");
-        writeFile(preferences + u"Color/Preferences.prf"_s, "new");  // was not there
-        QFile::remove(preferences + u"com.apple.motion.plist"_s);
-        writeFile(preferences + u"Final Cut Pro User Data/Button Bars/New.layout"_s, "new");
-        for (int age = 1; age <= AutomaticBackups::most; ++age) {  // room has to be made
-            const QString backup = folder.filePath(u"disk"_s) + automatic + u"/%1.backup"_s.arg(age);
-            writeFile(backup + u"/Library/Preferences/com.apple.motion.plist"_s, "older");
-            writeFile(backup + u"/Info.plist"_s,
-                      PropertyList::toData(QVariantMap{{u"origin"_s, u"trash"_s},
-                                                       {u"keys"_s, u"motion"_s},
-                                                       {u"date"_s, QDateTime::fromSecsSinceEpoch(age)}}));
-        }
-    }
-    /// What the next start of the agent does.
-    void recover() const { BackupStore(tree, folder.filePath(u"state"_s), u"anna"_s).recover(); }
-    /// The backups that are listed as made before a change; empty when one is there by half.
-    [[nodiscard]] QList<QVariantMap> automaticBackups() const {
-        const auto listed = AutomaticBackups(tree, u"anna"_s, settlekeep, anna).list();
-        const QDir onDisk(folder.filePath(u"disk"_s) + automatic);
-        return onDisk.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size() == listed.size()
-                   ? listed
-                   : QList<QVariantMap>();
-    }
-    [[nodiscard]] QStringList files() const { return everything(folder.filePath(u"disk"_s)); }
-
-    static inline const QString keys = u"color,motion,fcpButton"_s;
-    QTemporaryDir folder{quickFolder()};
-    const WorkstationTree tree{madeIn(folder)};
-
-private:
-    static QString madeIn(const QTemporaryDir& folder) {
-        const QString disk = folder.filePath(u"disk"_s);
-        QDir().mkpath(disk);
-        return disk;
-    }
-};
-
-/// What goes wrong in a child; 0: nothing.
-struct Trouble {
-    int killedAtCall = 0, failingCall = 0, cannotExchange = 0, largestFile = 0;
-};
-
-/// Runs in a process of its own: OPERATION FOLDER, then the numbers of Trouble. Prints why it failed.
-int runChild(const QStringList& arguments) {
-    const auto number = [&](int index) { return arguments.at(index).toInt(); };
-    VLLocalPaths::setTestRoot(arguments.at(1) + u"/child"_s);
-    const WorkstationTree tree(arguments.at(1) + u"/disk"_s);
-    const BackupStore store(tree, arguments.at(1) + u"/state"_s, u"anna"_s);
-    const QByteArray data = contentsOf(arguments.at(1) + u"/archive.zip"_s);
-    FailingRenames::callsUntilKill = number(2);
-    FailingRenames::callsUntilFailure = number(3);
-    FailingRenames::cannotExchange = number(4) != 0;
-    const FullDisk limit(number(5) > 0 ? rlim_t(number(5)) : RLIM_INFINITY);
-    const auto groups = PreferenceKeys::groups(ChangedHome::keys);
-    try {
-        if (arguments.at(0) == "restore"_L1) static_cast<void>(store.restore(data));
-        if (arguments.at(0) == "trash"_L1) static_cast<void>(store.trash(groups));
-        if (arguments.at(0) == "backup"_L1) static_cast<void>(store.create(u"B"_s, 0, groups));
-    } catch (const VLException& error) {
-        puts(qPrintable(error.reason()));
-        return 1;
-    }
-    return 0;
-}
-
 }  // namespace
 
 class SettlekeepAgentTest : public QObject {
     Q_OBJECT
 
-    static ProgramResult child(const QString& operation, const ChangedHome& home, const Trouble& trouble) {
-        QStringList arguments{u"--child"_s, operation, home.folder.path()};
-        for (const int number :
-             {trouble.killedAtCall, trouble.failingCall, trouble.cannotExchange, trouble.largestFile})
-            arguments.append(QString::number(number));
-        return runProgram(QCoreApplication::applicationFilePath(), arguments);
-    }
     static QByteArray archiveOf(const QVariant& info, const QString& file) {
         const QTemporaryDir folder;
         writeFile(folder.filePath(u"disk/a/file"_s), "from outside");
@@ -298,70 +212,32 @@ private Q_SLOTS:
         QVERIFY(machine.home().filter(u"/Working/"_s).isEmpty());
     }
 
-    /// Killed in any one call, or that call fails: all or nothing, and in the second case it is said.
-    void oldOrNew_data() {
-        const TestTable<QString, bool, bool> row("operation", "cannotExchange", "isKilled");
-        row("killed: restore", u"restore"_s, false, true);
-        row("killed: restore without exchanging", u"restore"_s, true, true);
-        row("killed: trash", u"trash"_s, false, true);
-        row("failing: restore", u"restore"_s, false, false);
-        row("failing: restore without exchanging", u"restore"_s, true, false);
-        row("failing: trash", u"trash"_s, false, false);
-    }
-    void oldOrNew() {
-        QFETCH(QString, operation);
-        QFETCH(bool, cannotExchange);
-        QFETCH(bool, isKilled);
-        const ChangedHome reference;
-        const auto old = preferences(reference.files());
-        QCOMPARE(child(operation, reference, {0, 0, cannotExchange}).exitCode, 0);
-        const auto changed = preferences(reference.files());
-        QVERIFY(old != changed);
-
-        int olds = 0, news = 0;
-        bool isThrough = false;
-        for (int call = 1; call < 200 && !isThrough; ++call) {
-            const ChangedHome home;
-            const Trouble trouble{isKilled ? call : 0, isKilled ? 0 : call, cannotExchange};
-            const ProgramResult result = child(operation, home, trouble);
-            const bool succeeds = result.exitCode == 0;
-            isThrough = isKilled ? succeeds : call == 40;
-            QVERIFY2(isKilled || succeeds || result.output.contains(u"error"_s), qPrintable(result.output));
-            if (isKilled) home.recover();
-            const auto now = preferences(home.files());
-            const bool isNew = now == changed;
-            QVERIFY2(isNew || now == old, qPrintable(u"a mixture after call %1"_s.arg(call)));
-            QVERIFY(isKilled || isNew == succeeds);
-            // The way back is there with the change, and only with it.
-            const auto backups = home.automaticBackups();
-            QVERIFY2(backups.size() >= AutomaticBackups::most && backups.size() <= AutomaticBackups::most + 1,
-                     qPrintable(u"call %1: %2 backups"_s.arg(call).arg(backups.size())));
-            QCOMPARE(backups.first().value(u"date"_s).toDateTime().toSecsSinceEpoch() > 1000, isNew);
-            ++(isNew ? news : olds);
-            if (!isKilled) continue;
-            QVERIFY(QDir(home.folder.filePath(u"state/settlekeep"_s)).isEmpty());
-            QVERIFY(home.files().filter(u"/Working/"_s).isEmpty());
-        }
-        QVERIFY2(isThrough && olds > 0 && news > 1, qPrintable(u"%1 old, %2 new"_s.arg(olds).arg(news)));
-    }
-
     void fullDisk() {
-        const ChangedHome home;
-        const auto before = home.files();
-        for (const QString& operation : {u"backup"_s, u"restore"_s, u"trash"_s}) {
-            const ProgramResult result = child(operation, home, {0, 0, 0, 300});
-            QVERIFY2(result.exitCode == 1 && result.output.contains(u"there is no room left on the disk"_s),
-                     qPrintable(result.output));
-            QCOMPARE(home.files(), before);
+        const QTemporaryDir folder(quickFolder());
+        ChangedHome::make(folder.path());
+        const WorkstationTree tree(folder.filePath(u"disk"_s));
+        const BackupStore store(tree, folder.filePath(u"state"_s), ChangedHome::user);
+        const QByteArray archive = contentsOf(folder.filePath(u"archive.zip"_s));
+        const auto groups = PreferenceKeys::groups(ChangedHome::keys);
+        const QStringList before = everything(folder.filePath(u"disk"_s));
+        const std::function<void()> changes[] = {[&] { (void)store.create(u"B"_s, 0, groups); },
+                                                 [&] { (void)store.restore(archive); },
+                                                 [&] { (void)store.trash(groups); }};
+        for (const auto& change : changes) {
+            QString reason;
+            {
+                const FullDisk limit(300);
+                try {
+                    change();
+                } catch (const VLException& error) {
+                    reason = error.reason();
+                }
+            }
+            QVERIFY2(reason.contains(u"there is no room left on the disk"_s), qPrintable(reason));
+            QCOMPARE(everything(folder.filePath(u"disk"_s)), before);
         }
     }
 };
 
-int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    if (argc > 1 && qstrcmp(argv[1], "--child") == 0) return runChild(application.arguments().mid(2));
-    const TestEnvironment environment;
-    SettlekeepAgentTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+ORLENDO_TEST_MAIN(SettlekeepAgentTest)
 #include "settlekeep_agent_test.moc"

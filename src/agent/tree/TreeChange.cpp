@@ -1,4 +1,4 @@
-#include "agent/settlekeep/PreferenceChange.h"
+#include "agent/tree/TreeChange.h"
 
 #include "base/PropertyList.h"
 #include "logs/VLLog.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-const QString folderKey = QStringLiteral("folder");
+const QString foldersKey = QStringLiteral("folders");
 const QString userKey = QStringLiteral("user");
 const QString trashedKey = QStringLiteral("trashed");
 const QString phaseKey = QStringLiteral("phase");
@@ -22,17 +22,17 @@ const QString placeKey = QStringLiteral("place");
 const QString identityKey = QStringLiteral("identity");
 
 /// Where the old goes on file systems that cannot exchange two names.
-QString aside(const PreferenceChange::Step& step) {
+QString aside(const TreeChange::Step& step) {
     return step.place + QStringLiteral(".former");
 }
 
 }  // namespace
 
-struct PreferenceChange::Journal {
+struct TreeChange::Journal {
     enum Phase : qlonglong { Forward, Done, Back };
 
     QString file;  ///< its own
-    QString folder;
+    QStringList folders;
     QString user;
     Former former = Former::Removed;
     qlonglong phase = Forward;
@@ -44,7 +44,7 @@ struct PreferenceChange::Journal {
             written.append(QVariantMap{{targetKey, step.target},
                                        {placeKey, step.place},
                                        {identityKey, QString::number(step.identity)}});
-        return {{folderKey, folder},
+        return {{foldersKey, folders},
                 {userKey, user},
                 {trashedKey, former == Former::Trashed},
                 {phaseKey, phase},
@@ -53,7 +53,7 @@ struct PreferenceChange::Journal {
     static Journal read(const QString& file) {
         const QVariantMap map = PropertyList::readFile(file).toMap();
         Journal journal{file,
-                        map.value(folderKey).toString(),
+                        map.value(foldersKey).toStringList(),
                         map.value(userKey).toString(),
                         map.value(trashedKey).toBool() ? Former::Trashed : Former::Removed,
                         map.value(phaseKey).toLongLong(),
@@ -68,18 +68,18 @@ struct PreferenceChange::Journal {
     }
 };
 
-PreferenceChange::Step PreferenceChange::putting(const QString& staged, const QString& target) const {
+TreeChange::Step TreeChange::putting(const QString& staged, const QString& target) const {
     const Step step{target, staged, m_writer.identity(staged)};
     if (step.identity == 0)
         throw VLException(VLException::generic, QStringLiteral("%1 has vanished.").arg(staged));
     return step;
 }
 
-void PreferenceChange::commit(const QString& workingFolder, const QList<Step>& steps, Former former,
-                              const QString& user) const {
+void TreeChange::commit(const QStringList& workingFolders, const QList<Step>& steps, Former former,
+                        const QString& user) const {
     const QString file =
         QStringLiteral("%1/%2.plist").arg(m_journals, QUuid::createUuid().toString(QUuid::Id128));
-    Journal journal{file, workingFolder, user, former, Journal::Forward, steps};
+    Journal journal{file, workingFolders, user, former, Journal::Forward, steps};
     try {
         write(journal);
     } catch (const VLException&) {
@@ -90,7 +90,7 @@ void PreferenceChange::commit(const QString& workingFolder, const QList<Step>& s
     finish(journal);
 }
 
-void PreferenceChange::recover() const {
+void TreeChange::recover() const {
     const QStringList names = QDir(m_journals).entryList(QDir::Files, QDir::Name);
     for (const QString& name : names) {
         if (!name.endsWith(QLatin1String(".plist"))) {
@@ -99,24 +99,29 @@ void PreferenceChange::recover() const {
         }
         Journal journal = Journal::read(m_journals + u'/' + name);
         // Damaged, or of a disk that was made anew: there is nothing left that it could be about.
-        if (journal.folder.isEmpty() || m_writer.identity(journal.folder) == 0) {
+        if (!isAbout(journal)) {
             forget(journal);
             continue;
         }
-        VLLog::appendLog(QStringLiteral("Completing an interrupted change of preferences (%@)."), name);
+        VLLog::appendLog(QStringLiteral("Completing an interrupted change (%@)."), name);
         try {
             resume(journal);
         } catch (const VLException& error) {
             throw VLException(
                 VLException::generic,
-                QStringLiteral("An earlier change of the preferences was interrupted and cannot be "
-                               "completed yet. %1")
+                QStringLiteral("An earlier change was interrupted and cannot be completed yet. %1")
                     .arg(error.reason()));
         }
     }
 }
 
-void PreferenceChange::write(const Journal& journal) const {
+bool TreeChange::isAbout(const Journal& journal) const {
+    return !journal.folders.isEmpty() &&
+           std::all_of(journal.folders.begin(), journal.folders.end(),
+                       [this](const QString& folder) { return m_writer.identity(folder) != 0; });
+}
+
+void TreeChange::write(const Journal& journal) const {
     QDir().mkpath(m_journals);
     QString error;
     if (!PropertyList::writeFileAtomically(journal.file, journal.asPropertyList(), &error))
@@ -124,11 +129,11 @@ void PreferenceChange::write(const Journal& journal) const {
                           QStringLiteral("Unable to note down what is to be done: %1").arg(error));
 }
 
-void PreferenceChange::forget(const Journal& journal) {
+void TreeChange::forget(const Journal& journal) {
     QFile::remove(journal.file);
 }
 
-void PreferenceChange::resume(Journal& journal) const {
+void TreeChange::resume(Journal& journal) const {
     try {
         if (journal.phase == Journal::Back)
             takeBack(journal);
@@ -146,7 +151,7 @@ void PreferenceChange::resume(Journal& journal) const {
 }
 
 /// Forward, and back when that fails.
-void PreferenceChange::run(Journal& journal) const {
+void TreeChange::run(Journal& journal) const {
     try {
         if (journal.phase == Journal::Forward) {
             for (const Step& step : journal.steps)
@@ -162,7 +167,7 @@ void PreferenceChange::run(Journal& journal) const {
     }
 }
 
-void PreferenceChange::takeBack(Journal& journal) const {
+void TreeChange::takeBack(Journal& journal) const {
     journal.phase = Journal::Back;
     try {
         write(journal);
@@ -174,7 +179,7 @@ void PreferenceChange::takeBack(Journal& journal) const {
 }
 
 /// May have been done already, as far as anybody knows: what lies in the step's place tells.
-void PreferenceChange::stepForward(const Step& step) const {
+void TreeChange::stepForward(const Step& step) const {
     const quint64 inPlace = m_writer.identity(step.place);
     const bool isThere = m_writer.identity(step.target) != 0;
     if (step.identity == 0) {
@@ -190,7 +195,7 @@ void PreferenceChange::stepForward(const Step& step) const {
     }
 }
 
-void PreferenceChange::stepBack(const Step& step) const {
+void TreeChange::stepBack(const Step& step) const {
     const quint64 inPlace = m_writer.identity(step.place);
     const bool isThere = m_writer.identity(step.target) != 0;
     if (step.identity == 0) {
@@ -214,7 +219,7 @@ void PreferenceChange::stepBack(const Step& step) const {
 }
 
 /// All of it, or none.
-void PreferenceChange::trashFormer(const Journal& journal) const {
+void TreeChange::trashFormer(const Journal& journal) const {
     QList<std::pair<QString, QString>> moved;
     try {
         for (const Step& step : journal.steps)
@@ -228,11 +233,13 @@ void PreferenceChange::trashFormer(const Journal& journal) const {
 }
 
 /// The change stands; what is left over can also be removed some other time.
-void PreferenceChange::finish(const Journal& journal) const {
+void TreeChange::finish(const Journal& journal) const {
     forget(journal);
-    try {
-        m_writer.remove(journal.folder);
-    } catch (const VLException& error) {
-        VLLog::appendLog(error.reason());
+    for (const QString& folder : journal.folders) {
+        try {
+            m_writer.remove(folder);
+        } catch (const VLException& error) {
+            VLLog::appendLog(error.reason());
+        }
     }
 }
