@@ -57,9 +57,11 @@ public:
 
     /// Throws also what a console would only hear.
     void perform(const QString& selector, const QVariantList& arguments) const {
-        m_root->perform(selector, arguments, 1);
-        if (!m_console->reason.isEmpty()) throw VLException(VLException::refused, m_console->reason);
+        const QString heard = m_console->heardOf(*m_root, selector, arguments);
+        if (!heard.isEmpty()) throw VLException(VLException::refused, heard);
     }
+    /// What an agent does first, when it starts.
+    void clearLeftovers() const { m_agent->tree.clearLeftovers(); }
 
 private:
     std::shared_ptr<RefusalListener> m_console = std::make_shared<RefusalListener>();
@@ -68,12 +70,11 @@ private:
 };
 
 QStringList startAgent(const QString& folder) {
-    { const Agent agent(folder); }
-    // Temporary files go by and by: those that are there for long enough, when something is made beside them.
-    static const QRegularExpression temporary(u"/[.]corvalin-tmp-"_s);
+    Agent(folder).clearLeftovers();
+    // Where it has made temporary files is noted there.
+    const QString notes = u"/state/temporary.plist"_s;
     QStringList lines = everything(folder);
-    lines.removeIf(
-        [](const QString& line) { return temporary.match(line.section(u": "_s, 0, 0)).hasMatch(); });
+    lines.removeIf([&](const QString& line) { return line.section(u": "_s, 0, 0).endsWith(notes); });
     return lines;
 }
 
@@ -296,9 +297,11 @@ struct State {
     QStringList contents;  ///< with the paths that they have
     QStringList folders;
 
-    /// Lines of everything(). Dates of today are the same one, also in archives.
+    /// Lines of everything(). Dates of today are the same one, also in archives; so is what is numbered
+    /// because it was made in the same second.
     static State of(QStringList lines, const QString& clearedLater, const QStringList& asBefore) {
-        static const QRegularExpression date(u"\\b20[2-9]\\d-\\d\\d-\\d\\d[ T]\\d\\d[.:]\\d\\d[.:]\\d\\d"_s),
+        static const QRegularExpression date(
+            u"\\b20[2-9]\\d-\\d\\d-\\d\\d[ T]\\d\\d[.:]\\d\\d[.:]\\d\\d( \\d+)?"_s),
             archive(u": PK\x03\x04.*"_s, QRegularExpression::DotMatchesEverythingOption);
         if (const QStringList left = below(clearedLater, lines); left == asBefore)
             lines.removeIf([&](const QString& line) { return left.contains(line); });
@@ -394,7 +397,7 @@ private Q_SLOTS:
         m_scenario = &scenarios()[index];
         m_clearedLater.clear();
         QDir(prepared()).removeRecursively();
-        QDir().mkpath(prepared());
+        QDir().mkpath(prepared() + u"/state"_s);
         writeFile(prepared() + u"/admin"_s, sampleAdministrators);
         const auto atFirst = FileCalls::inChild([&] {
             m_scenario->prepare(prepared());

@@ -161,6 +161,7 @@ private:
         ++timesAsked;
         answerLater();
     }
+    void setPasswordsKept(bool) override {}
     void setChecking(bool) override {}
     void showAlert(const QString&, const QString&) override {
         ++refusals;

@@ -33,7 +33,7 @@ struct RefusalListener : VLRemoteCallback {
             agent.perform(selector, arguments, 1);
         } catch (const VLException& error) {
             const QString code = error.userInfo().value(QStringLiteral("code")).toString();
-            return QStringLiteral("Raised: %1 %2").arg(error.reason(), code).trimmed();
+            return QStringLiteral("Raised: ") + error.reason() + (code.isEmpty() ? QString() : u' ' + code);
         }
         const bool isMarked = about.value(QStringLiteral("refused")).toInt() == 1 &&
                               about.value(QStringLiteral("operation")) == selector;

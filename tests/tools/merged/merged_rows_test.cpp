@@ -163,7 +163,7 @@ private Q_SLOTS:
         row("no answer and a difference", u"a b ?"_s, u"4 1 3 1"_s, u"h2?"_s);
         row("both", u"a - ? b"_s, u"4 4 3 3"_s, u"h1 h2?"_s);
         row("two copies", u"aa a"_s, u"4 4 0 0"_s, {});
-        row("copies are counted, not clients", u"aa -"_s, u"0 0 0 0"_s, {});
+        row("as many copies as clients", u"aa -"_s, u"0 0 0 3"_s, {});
         row("two copies, no answer", u"aa a ? ?"_s, u"4 4 3 0"_s, u"h2? h3?"_s);
     }
     void absent() {

@@ -113,8 +113,10 @@ private Q_SLOTS:
         const QVariantMap options{{u"backupName"_s, u".."_s}, {u"backupType"_s, 2LL}, {u"keys"_s, keys}};
         QCOMPARE(one.sent(), Sent({{u"settlekeepBackupSelected:"_s, {options}},
                                    {u"settlekeepBackups"_s, {}},
+                                   {u"settlekeepLockedKeys"_s, {}},
                                    {u"settlekeepBackup:type:"_s, {u"Q"_s, 1LL}},
-                                   {u"settlekeepBackups"_s, {}}}));
+                                   {u"settlekeepBackups"_s, {}},
+                                   {u"settlekeepLockedKeys"_s, {}}}));
         QVERIFY(isLogged({u"Showing backup dialog for selected preference backup..."_s,
                           u"Backing up selected Settlekeep preferences: "_s + keys,
                           u"Showing Settlekeep quick backup dialog..."_s,
@@ -124,7 +126,7 @@ private Q_SLOTS:
         m_controller->settlekeepBackupAction(u"."_s, 0);
         m_controller->settlekeepQuickBackupAction(QString(), 0);
         QVERIFY(join());
-        QCOMPARE(one.sent().size(), 4);
+        QCOMPARE(one.sent().size(), 6);
         const QString badName = u"You must enter a backup name"_s;
         QCOMPARE(m_alerts->asked, QStringList({u"No items selected"_s, badName, badName}));
         QCOMPARE(m_alerts->details.last(), u"You must enter a valid name for this backup."_s);
