@@ -121,10 +121,10 @@ void ErrorLogWindow::buildTable() {
     rememberSorting(header, QStringLiteral("errorLogTable"), ErrorLogModel::columnNames());
     m_sorted->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
     header->setFont(themeFont(0.92, QFont::Medium));
-    header->resizeSection(ErrorLogModel::Date, 150);
+    header->resizeSection(ErrorLogModel::Date, 190);
     header->resizeSection(ErrorLogModel::Computer, 150);
     header->resizeSection(ErrorLogModel::Tool, 96);
-    header->resizeSection(ErrorLogModel::Action, 170);
+    header->resizeSection(ErrorLogModel::Action, 150);
     header->setSectionsMovable(false);
 }
 
