@@ -2328,7 +2328,7 @@ Möchten Sie Corvalin Orlendo jetzt aktualisieren?</translation>
     </message>
     <message>
         <source>Runs As</source>
-        <translation>Ausgeführt als</translation>
+        <translation>Läuft als</translation>
     </message>
     <message>
         <source>Schedules differ</source>
@@ -3510,6 +3510,10 @@ Möchten Sie Corvalin Orlendo jetzt aktualisieren?</translation>
         <source>There is a group of this name already</source>
         <translation>Es gibt bereits eine Gruppe mit diesem Namen</translation>
     </message>
+    <message>
+        <source>All Computers</source>
+        <translation>Alle Computer</translation>
+    </message>
 </context>
 <context>
     <name>SettlekeepController</name>
@@ -3671,6 +3675,13 @@ unabhängig von den Häkchen</translation>
     <message>
         <source>Untick All</source>
         <translation>Alle Häkchen entfernen</translation>
+    </message>
+</context>
+<context>
+    <name>Sheet</name>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
     </message>
 </context>
 <context>

@@ -40,7 +40,7 @@ public:
     [[nodiscard]] VLServiceGroupPtr groupOf(const VLServicePtr& service) const;
     [[nodiscard]] RememberedClient remembered(const VLServicePtr& service) const;
     /// Of the group that is always there and holds every client.
-    [[nodiscard]] static QString allComputersTitle() { return QStringLiteral("All Computers"); }
+    [[nodiscard]] static QString allComputersTitle() { return tr("All Computers"); }
 
     void addServiceToList(const VLServicePtr& service);
     /// Takes the record out of the list and out of its group, which remembers the client; the record itself

@@ -19,7 +19,7 @@ public:
     /// The button that does it, at the right end; Return presses it. Accepts the dialog.
     QPushButton* addPrimaryButton(const QString& text);
     /// Rejects the dialog.
-    QPushButton* addCancelButton(const QString& text = QStringLiteral("Cancel"));
+    QPushButton* addCancelButton(const QString& text = tr("Cancel"));
     void setHeading(const QString& heading);
 
 protected:
