@@ -1399,6 +1399,17 @@ Die dort vorhandenen Einstellungen werden ersetzt.</translation>
     </message>
 </context>
 <context>
+    <name>ClientWindows</name>
+    <message>
+        <source>Connection &amp;Troubleshooter…</source>
+        <translation>&amp;Verbindungshilfe …</translation>
+    </message>
+    <message>
+        <source>What is wrong with computers that cannot be reached, and what to try</source>
+        <translation>Was mit Computern nicht stimmt, die nicht erreichbar sind, und was zu versuchen ist</translation>
+    </message>
+</context>
+<context>
     <name>CorvalinError</name>
     <message>
         <source>Unknown error. Please check error logs on the local machine.</source>
@@ -2681,6 +2692,17 @@ Möchten Sie Corvalin Orlendo jetzt aktualisieren?</translation>
     <message>
         <source>%1 on %2 computers</source>
         <translation>%1 auf %2 Computern</translation>
+    </message>
+</context>
+<context>
+    <name>PaneBar</name>
+    <message>
+        <source>More</source>
+        <translation>Mehr</translation>
+    </message>
+    <message>
+        <source>What has no room beside</source>
+        <translation>Was daneben keinen Platz hat</translation>
     </message>
 </context>
 <context>

@@ -225,8 +225,10 @@ void AppController::serviceAdded(const VLServicePtr& service) {
 void AppController::serviceRemoved(const VLServicePtr& service) {
     m_softwareUpdates->forget(service->hostName());
     m_errorCallback->removeErrorsForService(service->hostName());
-    for (const QString& name : service->availableHostNames())
+    for (const QStringList names = service->availableHostNames(); const QString& name : names) {
+        m_softwareUpdates->forget(name);
         m_errorCallback->removeErrorsForService(name);
+    }
     m_authorization->serviceRemoved(service);
     m_serviceMenu.removeAll(service);
     Q_EMIT serviceMenuChanged();

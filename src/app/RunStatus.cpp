@@ -10,7 +10,7 @@ QString titleOf(const Run& run) {
     const auto [ended, all] = run.progress();
     QString title = run.description().title();
     if (run.isCancelled()) title = RunStatus::tr("Canceling… %1").arg(title);
-    return RunStatus::tr("%1 (%2 of %3)").arg(title).arg(ended).arg(all);
+    return RunStatus::tr("%1 (%2 of %3)").arg(title, QString::number(ended), QString::number(all));
 }
 
 bool isWhole(const RunRecord& record) {

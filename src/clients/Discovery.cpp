@@ -285,9 +285,12 @@ bool Discovery::hasRecordFor(const VLNetService& service) const {
 /// Answers, errors and look-ups go by host name, so no two clients may have the same one.
 QString Discovery::freeHostName(const VLNetService& service) const {
     const QList<VLServicePtr> services = m_environment.services->serviceArray();
+    // With or without the dot at its end it is the same name.
+    const auto absolute = [](QString name) { return name.endsWith(u'.') ? name : name + u'.'; };
     const auto isTaken = [&](const QString& hostName) {
-        return std::any_of(services.begin(), services.end(),
-                           [&](const VLServicePtr& record) { return record->hostName() == hostName; });
+        return std::any_of(services.begin(), services.end(), [&](const VLServicePtr& record) {
+            return absolute(record->hostName()) == absolute(hostName);
+        });
     };
     if (!isTaken(service.hostName)) return service.hostName;
     QString host = service.hostName;

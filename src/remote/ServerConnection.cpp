@@ -127,13 +127,16 @@ ServerConnection::ServerConnection(Environment& environment, Streams streams, Pe
       m_tasks(*this) {
     m_wire.setNetwork(m_network);
     m_wire.holdBackWhile([this] { return isHeldBack(); });
+    // Callbacks count in what holds a console back, so what was written may be one of those alone.
     m_wire.setWritten([this] {
-        if (m_unsent > 0) m_tasks.add(kj::evalLast([this] { countUnsent(); }));
+        if (m_unsent > 0 || m_network.getCurrentQueueSize() > longTransfer)
+            m_tasks.add(kj::evalLast([this] { countUnsent(); }));
     });
 }
 
 ServerConnection::~ServerConnection() noexcept(false) {
     m_hub->close();
+    m_room->setUnsent(0);  // its worker may have something to do for a long time yet
 }
 
 void ServerConnection::start(std::function<void(const QString&)> lost) {
@@ -208,9 +211,11 @@ void ServerConnection::madeRoom() {
 kj::Promise<void> ServerConnection::watchLife() {
     return m_environment.timer.afterDelay(lifeTick(m_environment.limits)).then([this]() -> kj::Promise<void> {
         const bool sending = m_network.getCurrentQueueSize() > longTransfer;
-        const std::uint64_t life = m_socket->bytesRead() + (sending ? m_socket->bytesWritten() : 0);
-        m_silentTicks = life == m_lifeSeen ? m_silentTicks + 1 : 0;
+        // Whoever is sent much has to take it: what it says meanwhile would keep the room for good.
+        const std::uint64_t life = sending ? m_socket->bytesWritten() : m_socket->bytesRead();
+        m_silentTicks = life == m_lifeSeen && sending == m_wasSending ? m_silentTicks + 1 : 0;
         m_lifeSeen = life;
+        m_wasSending = sending;
         if (m_silentTicks < ticksOfSilence) return watchLife();
         lose(QStringLiteral("The console gave no sign of life."));
         return kj::READY_NOW;

@@ -90,6 +90,7 @@ private:
     quint64 m_lastTicket = 0;
     std::size_t m_unsent = 0;  ///< as it was counted last
     std::uint64_t m_lifeSeen = 0;
+    bool m_wasSending = false;
     int m_silentTicks = 0;
     kj::TaskSet m_tasks;
 };

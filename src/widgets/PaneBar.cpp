@@ -27,8 +27,8 @@ PaneBar::PaneBar(QWidget* parent)
     layout->addLayout(m_endRow);
     setUpBarButton(*m_more);
     m_more->setObjectName(QStringLiteral("moreBtn"));
-    m_more->setText(QStringLiteral("More"));
-    m_more->setToolTip(QStringLiteral("What has no room beside"));
+    m_more->setText(tr("More"));
+    m_more->setToolTip(tr("What has no room beside"));
     m_more->setToolButtonStyle(Qt::ToolButtonTextOnly);
     m_more->setPopupMode(QToolButton::InstantPopup);
     m_more->setMenu(new QMenu(m_more));

@@ -12,6 +12,7 @@
 
 namespace {
 
+const QString folderKey = QStringLiteral("folder");
 const QString foldersKey = QStringLiteral("folders");
 const QString userKey = QStringLiteral("user");
 const QString trashedKey = QStringLiteral("trashed");
@@ -58,6 +59,9 @@ struct TreeChange::Journal {
                         map.value(trashedKey).toBool() ? Former::Trashed : Former::Removed,
                         map.value(phaseKey).toLongLong(),
                         {}};
+        // As agents before this one wrote it, with one folder.
+        if (journal.folders.isEmpty() && map.contains(folderKey))
+            journal.folders = {map.value(folderKey).toString()};
         const QVariantList written = map.value(stepsKey).toList();
         for (const QVariant& value : written) {
             const QVariantMap step = value.toMap();

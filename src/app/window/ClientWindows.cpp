@@ -56,11 +56,10 @@ ClientWindows::ClientWindows(Parts parts, ClientOutline& outline, ClientActions&
 
 void ClientWindows::addTo(QMenu* menu) {
     QAction* action = menu->addAction(
-        symbolIcon(QStringLiteral("plug")), QStringLiteral("Connection &Troubleshooter…"), this,
+        symbolIcon(QStringLiteral("plug")), tr("Connection &Troubleshooter…"), this,
         [this] { m_parts.troubleshooter.showConnectionTroubleshooter(m_outline.singleSelectedService()); });
     action->setObjectName(QStringLiteral("troubleshooterAction"));
-    action->setToolTip(
-        QStringLiteral("What is wrong with computers that cannot be reached, and what to try"));
+    action->setToolTip(tr("What is wrong with computers that cannot be reached, and what to try"));
 }
 
 void ClientWindows::closeAll() {

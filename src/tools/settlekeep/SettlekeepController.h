@@ -51,8 +51,9 @@ public:
     void setSettlekeepBackupArray(const QList<QVariantMap>& backups);
 
     void refresh() override {
+        const RunScope scope(runHere());  // one reading, and one Cancel, for both
         populateSettlekeepBackups();
-        populateLocks();
+        if (!isStopped()) populateLocks();
     }
     void becomesVisible() override { populateSettlekeepPrefs(); }
     void clearData() override;
