@@ -189,7 +189,8 @@ void AppController::populateTasks() {
 /// now.
 void AppController::showWhatWasHeld() {
     m_isReady = true;
-    if (const VLServicePtr failed = std::exchange(m_heldFailure, {}))
+    for (const QList<VLServicePtr> held = std::exchange(m_heldFailures, {});
+         const VLServicePtr& failed : held)
         m_troubleshooter->connectionFailed(failed);
     if (m_adminUpdateMessageDisplayed) Q_EMIT adminIsOutdated(std::exchange(m_heldOutdated, {}));
 }
@@ -251,7 +252,7 @@ bool AppController::shutDown() {
     for (const VLServicePtr& service : m_services->serviceArray())
         service->disconnect();
     m_serviceMenu.clear();
-    m_heldFailure.reset();
+    m_heldFailures.clear();
     m_heldOutdated.reset();
     m_troubleshooter->stop();
     VLNotificationCenter::defaultCenter().removeObserver(this);

@@ -157,7 +157,8 @@ private:
     bool m_requireAdminPassword = false;
     bool m_reloadPending = false;
     bool m_isReady = false;  ///< the main window is in front; until then nothing else shows itself
-    VLServicePtr m_heldFailure, m_heldOutdated;  ///< what was to show itself before that
+    QList<VLServicePtr> m_heldFailures;
+    VLServicePtr m_heldOutdated;  ///< what was to show itself before that
     bool m_isShutDown = false;
     bool m_endedCleanly = true;
     std::unique_ptr<ServiceList> m_services;

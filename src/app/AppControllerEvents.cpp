@@ -91,8 +91,8 @@ void AppController::connectionFailed(const VLServicePtr& service) {
     VLLog::appendLog(QStringLiteral("Service connection failed."));
     if (m_isReady)
         m_troubleshooter->connectionFailed(service);
-    else if (!m_heldFailure)
-        m_heldFailure = service;
+    else if (!m_heldFailures.contains(service))
+        m_heldFailures.append(service);
     Q_EMIT serviceConnectionFailed(service);
     updateAvailableServices();
 }

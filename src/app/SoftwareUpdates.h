@@ -5,7 +5,6 @@
 
 #include <functional>
 
-class RemoteRunner;
 class ServiceList;
 
 /// How many software updates wait for each client and for the console. Main thread.

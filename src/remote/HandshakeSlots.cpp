@@ -21,6 +21,7 @@ QString sourceOf(const QString& address) {
     const QByteArray text = address.section(u'%', 0, 0).toLatin1();
     if (::inet_pton(AF_INET6, text.constData(), &parsed) != 1 || IN6_IS_ADDR_V4MAPPED(&parsed))
         return address;
+    if (IN6_IS_ADDR_LINKLOCAL(&parsed)) return address;  // all machines of a network share that part
     return QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(&parsed), networkPart).toHex());
 }
 

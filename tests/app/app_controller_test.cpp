@@ -186,6 +186,9 @@ private Q_SLOTS:
         m_controller->services().addServiceToList(bay);
         m_whileAsked = [&] {
             auto& center = VLNotificationCenter::defaultCenter();
+            const auto gone = std::make_shared<SampleService>(u"gone"_s, QString());  // from the list
+            center.postNotification(u"vlCorvalinServiceConnectFailed"_s, {},
+                                    {{u"service"_s, QVariant::fromValue(VLServicePtr(gone))}});
             const QVariantMap about{{u"service"_s, QVariant::fromValue(VLServicePtr(bay))}};
             center.postNotification(u"vlCorvalinServiceConnectFailed"_s, {}, about);
             center.postNotification(u"vlCorvalinAdminOutdated"_s, {}, about);

@@ -16,6 +16,7 @@ namespace {
 
 constexpr qsizetype longestName = 256;
 constexpr qsizetype longestPassword = 1024;
+constexpr int mostWaiting = 16;  ///< attempts of one console
 constexpr int mostDoublings = 20;
 constexpr std::chrono::milliseconds lookAgain{1};
 
@@ -130,7 +131,7 @@ void AdministratorGuard::forgetOld() {
     m_names.removeIf(isOld);
     m_consoles.removeIf([&](const auto& console) {
         console->names.removeIf(isOld);
-        return console->names.isEmpty() && console->underWay == 0;
+        return console->names.isEmpty() && console->underWay == 0 && console->waiting == 0;
     });
 }
 
@@ -157,7 +158,11 @@ bool AdministratorGuard::takeTurn(quint64 peer, Turn& turn) {
             lock.lock();
             continue;
         }
+        // Each of them holds a thread, also when its connection is gone.
+        if (console.waiting >= mostWaiting) throw notChecked();
+        ++console.waiting;
         m_changed.wait_until(lock, due > now ? due : begin + m_limits.longestWait + lookAgain);
+        --m_consoles[turn.console].waiting;
     }
     if (m_isStopped) return false;
     ++m_consoles[turn.console].underWay;

@@ -62,6 +62,7 @@ private:
     struct Console {
         QHash<QString, Failures> names;
         int underWay = 0;
+        int waiting = 0;
         [[nodiscard]] int failures() const;
     };
     class Turn;

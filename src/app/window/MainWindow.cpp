@@ -164,21 +164,14 @@ void MainWindow::watchController() {
     connect(&m_controller, &AppController::adminIsOutdated, this, [this](const VLServicePtr& service) {
         showAdminOutdated(service ? service->name() : QString());
     });
-    connect(&m_controller.toolSet().autoRefresh(), &AutoRefresh::refreshEnabledChanged, this,
-            &MainWindow::updateRefresh);
-    connect(&m_controller, &AppController::servicesAvailableChanged, this, &MainWindow::updateRefresh);
-    updateRefresh();
+    const AutoRefresh& autoRefresh = m_controller.toolSet().autoRefresh();
+    connect(&autoRefresh, &AutoRefresh::refreshEnabledChanged, m_refresh, &QAction::setEnabled);
+    m_refresh->setEnabled(autoRefresh.refreshEnabled());
     m_outline->model()->setUpdateCount([this](const QString& hostName) {
         return m_controller.softwareUpdates().softwareUpdateCount(hostName);
     });
     updateErrors();
     updateSoftwareUpdates(m_controller.softwareUpdates().softwareUpdateCount());
-}
-
-/// With nobody to read from there is nothing to refresh.
-void MainWindow::updateRefresh() {
-    m_refresh->setEnabled(m_controller.servicesAvailable() &&
-                          m_controller.toolSet().autoRefresh().refreshEnabled());
 }
 
 // ---- Tools

@@ -64,7 +64,6 @@ private:
     void restoreLayout();
     void restoreTool();
     void saveLayout() const;
-    void updateRefresh();
     void updateErrors();
     void updateSoftwareUpdates(qlonglong count);
     void toolSelected(const QString& identifier);
